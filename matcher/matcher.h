@@ -1,0 +1,69 @@
+// The pattern matcher: compiles one pattern and finds its first match in a text.
+//
+// This header is what the rest of the library sees of it: the installed pattern, the flags of the
+// latest compile, and the two operations on them. The road of a search is told in
+// search_driver.cpp.
+
+#ifndef TROVEX_MATCHER_MATCHER_H
+#define TROVEX_MATCHER_MATCHER_H
+
+#include "matcher/regular_expression.h"
+#include "resources/string_table.h"
+
+#include <cstddef>
+#include <memory>
+
+namespace trovex {
+
+/// Everything that one pattern was compiled into. Owned by whoever may still search with it: the
+/// matcher, where it is installed, and the environment that it was compiled for.
+struct CompiledPattern {
+  /// The pattern exactly as the host gave it.
+  RegularExpression regex;
+  /// False when compiling ended in an error: searching then finds nothing.
+  bool searchable = false;
+};
+
+/// All state of the matcher that outlives a call.
+struct MatcherState {
+  /// The installed pattern; null when there is none.
+  std::shared_ptr<CompiledPattern> installed;
+
+  // The flags of the latest compile. An environment does not keep them: a search reads `matchWords`
+  // and `matchLines` as the latest compile left them, whichever pattern is installed.
+  bool foldCase = false;
+  bool matchWords = false;
+  /// Cleared by every compile of a host; only the tests set it.
+  bool matchLines = false;
+
+  /// The latest error that was reported through `SetCompileError`.
+  MessageNumber pendingError = MessageNumber::kNone;
+};
+
+/// The module's one matcher.
+MatcherState& Matcher();
+
+/// The error hook: records `error` as the pending compile error, in place of any earlier one. The
+/// caller goes on and returns by itself; whoever started the compile asks for the pending error.
+void SetCompileError(MessageNumber error);
+
+/// A byte range of the searched text, its end exclusive. A group that took no part gives
+/// the offset before the line of the match, twice.
+struct MatchRange {
+  int start;
+  int end;
+};
+
+/// Frees what is installed, compiles `length` bytes at `pattern` under the matcher's flags and
+/// installs the result, also when it is faulty. Returns the regular-expression engine's error, if
+/// any; errors of the stages in front of it are pending afterwards.
+MessageNumber CompileMatcher(const char* pattern, std::size_t length);
+
+/// Finds the first match of the installed pattern in `length` bytes at `text` and writes the range
+/// of `group` (0 or less: the whole match) to `range`. Returns whether there is a match; without
+/// one `range` is untouched. The byte at text[length] must be readable and writable.
+bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range);
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_MATCHER_H
