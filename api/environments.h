@@ -1,0 +1,82 @@
+// Pattern environments: compiled patterns kept side by side under numbers.
+//
+// The pattern matcher and the phonetic matcher hold one compiled pattern each. A search tree has
+// many leaves, so each leaf's compiled state is kept in an environment of its own: to search, the
+// leaf activates its environment, which installs that state, and restores it afterwards, which puts
+// back what was installed before.
+//
+// A pattern environment saves what it replaces; a Soundex environment does not: the phonetic
+// matcher keeps the code of the leaf that searched last. Every phonetic search activates its own
+// environment first, so nothing depends on the earlier code.
+//
+// Compiled patterns are shared between the matcher and the environments, so no order of calls can
+// leave one of them with a pattern that was freed.
+
+#ifndef TROVEX_API_ENVIRONMENTS_H
+#define TROVEX_API_ENVIRONMENTS_H
+
+#include "matcher/matcher.h"
+#include "phonetic/soundex.h"
+#include "resources/string_table.h"
+
+#include <trovex/host_framework.h>
+#include <memory>
+
+namespace trovex {
+
+/// One kept compiled pattern.
+class CEnvironment {
+ public:
+  virtual ~CEnvironment() = default;
+  /// Compiles `pattern` and keeps the result. Returns the error's message text, or null.
+  virtual const char* Compile(const char* pattern, int caseSensitive, int matchWords);
+  /// Installs the kept pattern in its matcher.
+  virtual void Activate() {}
+  /// Puts back what was installed before.
+  virtual void Restore() {}
+
+  CEnvironment(const CEnvironment&) = delete;
+  CEnvironment& operator=(const CEnvironment&) = delete;
+
+ protected:
+  CEnvironment() = default;
+};
+
+class CPatternEnvironment : public CEnvironment {
+ public:
+  /// Takes the compiled pattern out of the matcher, which is left empty.
+  const char* Compile(const char* pattern, int caseSensitive, int matchWords) override;
+  void Activate() override;
+  void Restore() override;
+
+ private:
+  std::shared_ptr<CompiledPattern> compiled_;
+  std::shared_ptr<CompiledPattern> saved_;  // what was installed before the latest activation
+};
+
+class CSoundexEnvironment : public CEnvironment {
+ public:
+  /// Case does not matter here; whole words become the phonetic matcher's word mode.
+  const char* Compile(const char* pattern, int caseSensitive, int matchWords) override;
+  void Activate() override;
+
+ private:
+  int wordMode_ = 0;
+  SoundexEnvironmentRecord code_{};
+};
+
+/// The environments by number. The array owns them.
+class CEnvironmentArray : public CPointerArray<CEnvironment> {
+ public:
+  CEnvironmentArray() = default;
+  ~CEnvironmentArray() override;
+  /// Deletes every environment; numbers start again at 0.
+  void DeleteEnvironments();
+};
+
+/// The module's one array of environments.
+CEnvironmentArray& Environments();
+
+}  // namespace trovex
+
+#endif  // TROVEX_API_ENVIRONMENTS_H
