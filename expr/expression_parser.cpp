@@ -1,0 +1,255 @@
+// The parser of typed expressions.
+//
+//     pattern & pattern      both
+//     pattern &20 pattern    both, at most 20 bytes apart
+//     !pattern               not
+//     ( ... )                grouping, and a tag: brackets are numbered by their "(" from 1 on
+//     \& \! \( \) \\         the character itself
+//
+// One level of the parser reads up to the end of the text or to the ")" that closes it. Text that
+// is neither an operator nor an operator's operand collects in the level's segment and becomes a
+// leaf when an operator, or the end, asks for it. From this follow rules that users meet:
+//
+// - Brackets around no operator make no node: their text stays in the segment, where they are the
+//   pattern's own groups.
+// - Only a level whose operator is returned directly becomes a tagged node. In "((a & b))" the
+// outer
+//   level has nothing to return, so the inner AND is dropped and the whole text is one pattern.
+// - A node made by brackets stands for the whole segment; other text of the segment is dropped.
+// - "a & b & c" is a & (b & c); "a & !b & c" is (a & !b) & c: the operand of "!" ends at the next
+// "&".
+//
+// A fault travels as an exception that carries a message number up to GetSearchTree; every node
+// under construction has an owner on the way, which deletes it.
+
+#include "api/messages.h"
+
+#include <trovex/functions.h>
+#include <trovex/search_tree.h>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string_view>
+
+namespace trovex {
+
+namespace {
+
+using Node = std::unique_ptr<CSearchTreeItem>;
+
+/// A fault in a typed expression.
+struct ExpressionError {
+  MessageNumber number;
+};
+
+/// What a level of the parser reads.
+enum class LevelKind { kPlain, kNotOperand, kRightAndOperand };
+
+constexpr bool IsWhiteSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+constexpr bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+class ExpressionParser {
+ public:
+  /// `expression` is zero-terminated and outlives the parser.
+  explicit ExpressionParser(const char* expression) : cursor_(expression) {}
+
+  /// The tree of the whole expression. Throws ExpressionError.
+  Node Parse() {
+    bool closed = false;
+    Node root = ParseExpressionLevel(LevelKind::kPlain, closed);
+    if (bracketDepth_ > 0) throw ExpressionError{MessageNumber::kMissingClosingBracket};
+    if (bracketDepth_ < 0) throw ExpressionError{MessageNumber::kMissingOpeningBracket};
+    return RequireOperand(std::move(root), MessageNumber::kEmptySubexpression);
+  }
+
+  /// The number of brackets opened so far, which is the latest tag.
+  int TagCount() const { return tagCounter_; }
+
+ private:
+  Node ParseExpressionLevel(LevelKind kind, bool& closed);
+  Node ParseBracket();
+  Node ParseNot(bool& closed);
+  Node ParseAnd(Node left, const char* segment, bool& closed);
+  int ParseNearBy();
+
+  /// A leaf of the text from `begin` up to the read position.
+  Node Leaf(const char* begin) const {
+    auto leaf = std::make_unique<CSubExpression>();
+    leaf->SetSubExpression(begin, static_cast<int>(cursor_ - begin), tagCounter_);
+    return leaf;
+  }
+
+  static Node RequireOperand(Node operand, MessageNumber missing) {
+    if (operand == nullptr || operand->IsEmpty() != 0) throw ExpressionError{missing};
+    return operand;
+  }
+
+  const char* cursor_;
+  int bracketDepth_ = 0;
+  int tagCounter_ = 0;
+};
+
+/// Reads one level. `closed` tells whether it ended at a ")", which is left to be read by the level
+/// that opened the bracket. Null when the level's text is to stay in the segment of the level
+/// above.
+Node ExpressionParser::ParseExpressionLevel(LevelKind kind, bool& closed) {
+  const char* const segment = cursor_;
+  bool escaped = false;
+  bool contentSeen = false;
+  bool operandClosed = false;
+  Node current;
+  closed = false;
+
+  for (;;) {
+    const char c = *cursor_;
+    if (c == '\0') {
+      if (current == nullptr && cursor_ > segment) current = Leaf(segment);
+      return current;
+    }
+    if (c == ' ') {
+      escaped = false;
+      ++cursor_;
+    } else if (c == '\\') {
+      escaped = !escaped;
+      if (!escaped) contentSeen = true;
+      ++cursor_;
+    } else if (escaped || std::string_view("!&()").find(c) == std::string_view::npos) {
+      escaped = false;
+      contentSeen = true;
+      ++cursor_;
+    } else if (c == '!') {
+      if (contentSeen || current != nullptr) throw ExpressionError{MessageNumber::kNotWithoutAnd};
+      current = ParseNot(operandClosed);
+      if (kind != LevelKind::kPlain || operandClosed) {
+        closed = operandClosed;
+        return current;
+      }
+    } else if (c == '&') {
+      if (kind == LevelKind::kNotOperand) return current;
+      current = ParseAnd(std::move(current), segment, operandClosed);
+      if (kind == LevelKind::kRightAndOperand || operandClosed) {
+        closed = operandClosed;
+        return current;
+      }
+    } else if (c == '(') {
+      current = ParseBracket();
+      contentSeen = true;
+    } else {
+      if (--bracketDepth_ < 0) throw ExpressionError{MessageNumber::kMissingOpeningBracket};
+      closed = true;
+      return nullptr;
+    }
+  }
+}
+
+/// Reads a bracket level with both brackets. Its node, if it has one, gets the bracket's tag.
+Node ExpressionParser::ParseBracket() {
+  const int tag = ++tagCounter_;
+  ++bracketDepth_;
+  ++cursor_;
+  bool closed = false;
+  Node node = ParseExpressionLevel(LevelKind::kPlain, closed);
+  if (*cursor_ != ')') throw ExpressionError{MessageNumber::kMissingClosingBracket};
+  if (node != nullptr) {
+    node = RequireOperand(std::move(node), MessageNumber::kEmptySubexpression);
+    node->SetTagNr(tag);
+  }
+  ++cursor_;
+  return node;
+}
+
+Node ExpressionParser::ParseNot(bool& closed) {
+  auto negation = std::make_unique<CNotOperator>();
+  const char* const operand = ++cursor_;
+  Node child = ParseExpressionLevel(LevelKind::kNotOperand, closed);
+  if (child == nullptr) child = Leaf(operand);
+  child = RequireOperand(std::move(child), MessageNumber::kMissingNotOperand);
+  negation->SetChild(child.release());
+  return negation;
+}
+
+/// Reads "&", its distance and its right operand. Without a node for the left operand, that is the
+/// text from `segment` on.
+Node ExpressionParser::ParseAnd(Node left, const char* segment, bool& closed) {
+  auto conjunction = std::make_unique<CAndOperator>();
+  if (left == nullptr) left = Leaf(segment);
+  left = RequireOperand(std::move(left), MessageNumber::kMissingLeftAndOperand);
+  conjunction->SetLeftChild(left.release());
+
+  ++cursor_;
+  conjunction->SetNearBy(ParseNearBy());
+
+  const char* const operand = cursor_;
+  Node right = ParseExpressionLevel(LevelKind::kRightAndOperand, closed);
+  if (right == nullptr) right = Leaf(operand);
+  right = RequireOperand(std::move(right), MessageNumber::kMissingRightAndOperand);
+  conjunction->SetRightChild(right.release());
+  return conjunction;
+}
+
+/// Reads a signed decimal number with optional white space before it and returns it. Without one,
+/// nothing is read and the distance is -1. A number that an int cannot hold is the nearest that it
+/// can.
+int ExpressionParser::ParseNearBy() {
+  using Limits = std::numeric_limits<int>;
+  const char* p = cursor_;
+  while (IsWhiteSpace(*p))
+    ++p;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  if (!IsDigit(*p)) return -1;
+  long long value = 0;
+  for (; IsDigit(*p); ++p) {
+    if (value <= Limits::max()) value = value * 10 + (*p - '0');
+  }
+  cursor_ = p;
+  if (negative) value = -value;
+  if (value > Limits::max()) return Limits::max();
+  if (value < Limits::min()) return Limits::min();
+  return static_cast<int>(value);
+}
+
+/// The options word of a typed expression's switches. Without the phonetic switch every leaf is a
+/// regular expression.
+unsigned long OptionsFromSwitches(bool regularExpression, bool phonetic, bool words, bool cases) {
+  unsigned long options = kSearchModeRegularExpression;
+  if (!regularExpression && phonetic) options = kSearchModePhonetic;
+  if (words) options |= kSearchMatchWords;
+  if (cases) options |= kSearchCaseSensitive;
+  return options;
+}
+
+}  // namespace
+
+}  // namespace trovex
+
+const char* GetSearchTree(const char* expression, int regularExpression, int phoneticSearch,
+                          int matchWords, int caseSensitive, CSearchTreeItem*& tree,
+                          int* tagCount) {
+  using trovex::LoadMessageText;
+  using trovex::MessageNumber;
+
+  if (expression == nullptr || tagCount == nullptr) {
+    return LoadMessageText(MessageNumber::kEmptySubexpression);
+  }
+  tree = nullptr;
+  try {
+    trovex::ExpressionParser parser(expression);
+    tree = parser.Parse().release();
+    *tagCount = parser.TagCount();
+  } catch (const trovex::ExpressionError& error) {
+    return LoadMessageText(error.number);
+  } catch (const std::bad_alloc&) {
+    return LoadMessageText(MessageNumber::kMemoryOverflow);
+  }
+
+  tree->SetSearchOptions(trovex::OptionsFromSwitches(regularExpression != 0, phoneticSearch != 0,
+                                                     matchWords != 0, caseSensitive != 0));
+  ResetEnvironment();
+  int cost = 0;
+  return tree->OptimizeAndCompile(&cost);
+}

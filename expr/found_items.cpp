@@ -1,0 +1,226 @@
+// Found items and the arrays that hold them; `Merge` is how the operators combine two of them.
+
+#include <trovex/found_items.h>
+#include <cstdint>
+#include <cstdlib>
+
+CFoundItem::CFoundItem(int start, int end, int tagMatched)
+    : start_(start), end_(end), tagMatched_(tagMatched) {}
+
+CFoundItem::CFoundItem(CFoundItem& other)
+    : start_(other.start_), end_(other.end_), tagMatched_(other.tagMatched_) {}
+
+CFoundItem::~CFoundItem() = default;
+
+CFoundItem& CFoundItem::operator=(CFoundItem& other) {
+  if (this == &other) return *this;
+  start_ = other.start_;
+  end_ = other.end_;
+  tagMatched_ = other.tagMatched_;
+  return *this;
+}
+
+int CFoundItem::GetStartPos() {
+  return start_;
+}
+
+int CFoundItem::GetEndPos() {
+  return end_;
+}
+
+int CFoundItem::TagMatched() {
+  return tagMatched_;
+}
+
+void CFoundItem::SetTagMatched(int tagMatched) {
+  tagMatched_ = tagMatched;
+}
+
+CFoundItemArray::CFoundItemArray() = default;
+
+CFoundItemArray::~CFoundItemArray() {
+  DeleteItems();
+}
+
+void CFoundItemArray::DeleteItems() {
+  for (int i = 0; i < GetSize(); ++i)
+    delete GetAt(i);
+  SetSize(0);
+}
+
+void CFoundItemArray::SetTagMatched(int tagMatched) {
+  for (int i = 0; i < GetSize(); ++i) {
+    if (CFoundItem* item = GetAt(i)) item->SetTagMatched(tagMatched);
+  }
+}
+
+void CFoundItemArray::DeleteItemsWithTagNotMatched() {
+  int kept = 0;
+  for (int i = 0; i < GetSize(); ++i) {
+    CFoundItem* item = GetAt(i);
+    if (item != nullptr && item->TagMatched() != 0) {
+      SetAt(kept++, item);
+    } else {
+      delete item;
+    }
+  }
+  if (kept < GetSize()) SetSize(kept);
+}
+
+void CFoundItemArray::Negate() {
+  negative_ = negative_ == 0 ? 1 : 0;
+}
+
+int CFoundItemArray::IsNegative() {
+  return negative_;
+}
+
+void CFoundItemArray::SetNegative(int negative) {
+  negative_ = negative;
+}
+
+CFoundItem* CFoundItemArray::GetItem(int position, int forward) {
+  const int size = GetSize();
+  if (size == 0) return nullptr;
+  if (forward != 0) {
+    for (int i = 0; i < size; ++i) {
+      CFoundItem* item = GetAt(i);
+      if (item != nullptr && item->GetStartPos() > position) return item;
+    }
+    return GetAt(0);
+  }
+  for (int i = size - 1; i >= 0; --i) {
+    CFoundItem* item = GetAt(i);
+    if (item != nullptr && item->GetStartPos() < position) return item;
+  }
+  return GetAt(size - 1);
+}
+
+namespace {
+
+/// One source array of a merge, walked in its own order over its items (null slots are passed
+/// over).
+class SourceWalk {
+ public:
+  explicit SourceWalk(CFoundItemArray& array) : array_(array) { PassNulls(); }
+
+  /// The item to be visited next; null at the end.
+  CFoundItem* Current() const { return array_.GetAt(slot_); }
+  /// The item visited last; null before the first.
+  CFoundItem* Previous() const { return previous_; }
+
+  /// Visits the current item and leaves it where it is.
+  void Skip() {
+    previous_ = Current();
+    ++slot_;
+    PassNulls();
+  }
+
+  /// Visits the current item and moves it to the end of `target`. At every moment one array owns
+  /// it.
+  void MoveCurrentTo(CFoundItemArray& target) {
+    const int slot = target.Add(nullptr);
+    target.SetAt(slot, Current());
+    array_.SetAt(slot_, nullptr);
+    previous_ = target.GetAt(slot);
+    ++slot_;
+    PassNulls();
+  }
+
+ private:
+  void PassNulls() {
+    while (slot_ < array_.GetSize() && array_.GetAt(slot_) == nullptr)
+      ++slot_;
+  }
+
+  CFoundItemArray& array_;
+  int slot_ = 0;
+  CFoundItem* previous_ = nullptr;
+};
+
+/// Both source arrays of a merge, walked together in the order of starts.
+class MergedWalk {
+ public:
+  MergedWalk(CFoundItemArray& first, CFoundItemArray& second) : a_(first), b_(second) {}
+
+  bool AtEnd() const { return a_.Current() == nullptr && b_.Current() == nullptr; }
+
+  /// Whether the item to be visited next has a neighbour in the other array within `nearBy`.
+  bool NextIsNear(int nearBy) {
+    const SourceWalk& other = FromFirst() ? b_ : a_;
+    CFoundItem* const item = Source().Current();
+    CFoundItem* const before = other.Previous();
+    CFoundItem* const behind = other.Current();
+    return (before != nullptr && Gap(before, item) <= nearBy) ||
+           (behind != nullptr && Gap(item, behind) <= nearBy);
+  }
+
+  void Skip() { Source().Skip(); }
+  void MoveNextTo(CFoundItemArray& target) { Source().MoveCurrentTo(target); }
+
+ private:
+  /// Equal starts: the second array's item comes first.
+  bool FromFirst() const {
+    if (a_.Current() == nullptr) return false;
+    return b_.Current() == nullptr || a_.Current()->GetStartPos() < b_.Current()->GetStartPos();
+  }
+  SourceWalk& Source() { return FromFirst() ? a_ : b_; }
+
+  /// From the end of the earlier item to the start of the later one, in walk order, without sign.
+  static std::int64_t Gap(CFoundItem* earlier, CFoundItem* later) {
+    return std::abs(static_cast<std::int64_t>(later->GetStartPos()) - earlier->GetEndPos());
+  }
+
+  SourceWalk a_;
+  SourceWalk b_;
+};
+
+}  // namespace
+
+void CFoundItemArray::Merge(CFoundItemArray* first, CFoundItemArray* second, int nearBy) {
+  if (first == nullptr || second == nullptr) return;
+  if (first == second || first == this || second == this) return;
+  DeleteItems();
+  negative_ = 0;
+
+  MergedWalk walk(*first, *second);
+  if (nearBy < 0) {
+    while (!walk.AtEnd())
+      walk.MoveNextTo(*this);
+    first->SetSize(0);
+    second->SetSize(0);
+    return;
+  }
+
+  const bool firstNegative = first->IsNegative() != 0;
+  const bool secondNegative = second->IsNegative() != 0;
+  if (firstNegative == secondNegative) {
+    while (!walk.AtEnd()) {
+      if (walk.NextIsNear(nearBy)) {
+        walk.MoveNextTo(*this);
+      } else {
+        walk.Skip();
+      }
+    }
+    negative_ = firstNegative ? 1 : 0;
+    return;
+  }
+
+  for (; !walk.AtEnd(); walk.Skip()) {
+    if (walk.NextIsNear(nearBy)) return;
+  }
+  CFoundItemArray& positive = firstNegative ? *second : *first;
+  for (SourceWalk items(positive); items.Current() != nullptr;)
+    items.MoveCurrentTo(*this);
+  positive.SetSize(0);
+}
+
+const CClassDescription& CFoundItemArray::QueryClass() const {
+  return ClassDescription();
+}
+
+const CClassDescription& CFoundItemArray::ClassDescription() {
+  static const CClassDescription description{"CFoundItemArray",
+                                             &CPointerArray<CFoundItem>::ClassDescription()};
+  return description;
+}

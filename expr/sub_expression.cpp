@@ -1,0 +1,171 @@
+// The leaf of a search tree: how a slice of the typed expression becomes a pattern, and how all
+// matches of that pattern become found items.
+
+#include "api/messages.h"
+
+#include <trovex/functions.h>
+#include <trovex/search_tree.h>
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+
+std::string_view TrimRight(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+}
+
+std::string_view Trim(std::string_view text) {
+  text = TrimRight(text);
+  text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+  return text;
+}
+
+/// A slice of a typed expression, read as a pattern.
+struct PatternText {
+  std::string text;
+  int groups = 0;  // brackets opened
+};
+
+/// Copies `slice`, counts the brackets that it opens and takes the backslash off "\&" and "\!":
+/// these two were escaped from the expression's operators and are nothing special in a pattern.
+///
+/// Such a backslash still counts as one that escapes: the byte behind the "&" or "!" is taken as
+/// escaped when brackets are counted.
+PatternText ReadSlice(std::string_view slice) {
+  PatternText pattern;
+  bool escaped = false;
+  for (std::size_t i = 0; i < slice.size(); ++i) {
+    char c = slice[i];
+    if (c == '\\') {
+      escaped = !escaped;
+      if (i + 1 < slice.size() && (slice[i + 1] == '&' || slice[i + 1] == '!')) c = slice[++i];
+    } else {
+      if (c == '(' && !escaped) ++pattern.groups;
+      escaped = false;
+    }
+    pattern.text += c;
+  }
+  return pattern;
+}
+
+/// Keeps an environment active for as long as the object lives.
+class ActiveEnvironment {
+ public:
+  explicit ActiveEnvironment(int number) : number_(number), active_(ActivateEnvironment(number)) {}
+  ~ActiveEnvironment() {
+    if (IsActive()) RestoreEnvironment(number_);
+  }
+  ActiveEnvironment(const ActiveEnvironment&) = delete;
+  ActiveEnvironment& operator=(const ActiveEnvironment&) = delete;
+
+  bool IsActive() const { return active_ != 0; }
+
+ private:
+  int number_;
+  int active_;
+};
+
+}  // namespace
+
+CSubExpression::CSubExpression() = default;
+CSubExpression::CSubExpression(const CSubExpression& other) = default;
+CSubExpression& CSubExpression::operator=(const CSubExpression& other) = default;
+CSubExpression::~CSubExpression() = default;
+
+int CSubExpression::IsEmpty() {
+  return text_.IsEmpty() ? 1 : 0;
+}
+
+void CSubExpression::SetSearchOptions(unsigned long options) {
+  options_ = static_cast<std::uint32_t>(options);
+}
+
+int CSubExpression::RegularExpression() {
+  return (options_ & kSearchModeMask) == kSearchModeRegularExpression ? 1 : 0;
+}
+
+int CSubExpression::PhoneticSearch() {
+  return (options_ & kSearchModeMask) == kSearchModePhonetic ? 1 : 0;
+}
+
+int CSubExpression::MatchWords() {
+  return static_cast<int>(options_ & kSearchMatchWords);
+}
+
+int CSubExpression::CaseSensitive() {
+  return static_cast<int>(options_ & kSearchCaseSensitive);
+}
+
+void CSubExpression::SetSubExpression(const CString& text) {
+  text_ = text;
+}
+
+void CSubExpression::SetSubExpression(const char* text, int length, int lastTagNr) {
+  if (text == nullptr) return;
+  std::string_view slice(text, length > 0 ? static_cast<std::size_t>(length) : 0);
+  slice.remove_prefix(std::min(slice.find_first_not_of(' '), slice.size()));
+
+  const PatternText pattern = ReadSlice(slice);
+  std::string_view bare = TrimRight(pattern.text);
+  int stripped = 0;
+  // Whether the two brackets belong to each other is not examined: "(a)|(b)" becomes "a)|(b".
+  while (bare.size() >= 2 && bare.front() == '(' && bare.back() == ')') {
+    bare = Trim(bare.substr(1, bare.size() - 2));
+    ++stripped;
+  }
+
+  text_ = CString(bare.data(), static_cast<int>(bare.size()));
+  groupCount_ = pattern.groups;
+  tagBase_ = lastTagNr - pattern.groups;
+  strippedBrackets_ = stripped;
+}
+
+const char* CSubExpression::OptimizeAndCompile(int* cost) {
+  if (cost == nullptr) {
+    return trovex::LoadMessageText(trovex::MessageNumber::kEmptySubexpression);
+  }
+  *cost = text_.GetLength();
+  return CompileToEnvironment(text_, RegularExpression(), PhoneticSearch(), CaseSensitive(),
+                              MatchWords(), &environmentNumber_);
+}
+
+CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr) {
+  if (text == nullptr) return nullptr;
+  try {
+    auto found = std::make_unique<CFoundItemArray>();
+    const ActiveEnvironment environment(environmentNumber_);
+    if (!environment.IsActive()) return nullptr;
+
+    // The tag asked for lies in this leaf when it is one of the brackets counted here. Those that
+    // were stripped from the text enclose all of it: their group number is 0 or less.
+    const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
+    const bool tagMatched = bracket >= 1 && bracket <= groupCount_;
+    const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
+
+    for (int position = 0; position < length;) {
+      int start = 0;
+      int end = 0;
+      int matched = 0;
+      if (RegularExpression() != 0) {
+        matched = ::Search(text + position, length - position, &start, &end, group);
+      } else if (PhoneticSearch() != 0) {
+        matched = SearchSoundex(text + position, &start, &end);
+      }
+      if (matched == 0 || start < 0 || end < 1) break;
+      auto item =
+          std::make_unique<CFoundItem>(position + start, position + end, tagMatched ? 1 : 0);
+      found->Add(item.get());
+      item.release();  // the array's from here on
+      position += end;
+    }
+    return found.release();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
