@@ -1,0 +1,24 @@
+# Where everything goes, and how other builds find it: find_package(Trovex) gives Trovex::trovex,
+# pkg-config knows "trovex".
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS trovex EXPORT TrovexTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/trovex
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+
+set(TROVEX_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Trovex)
+install(EXPORT TrovexTargets NAMESPACE Trovex:: DESTINATION ${TROVEX_CMAKE_DIR})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/TrovexConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/TrovexConfig.cmake INSTALL_DESTINATION ${TROVEX_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/TrovexConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/TrovexConfig.cmake
+  ${PROJECT_BINARY_DIR}/TrovexConfigVersion.cmake
+  DESTINATION ${TROVEX_CMAKE_DIR})
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/trovex.pc.in ${PROJECT_BINARY_DIR}/trovex.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/trovex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
