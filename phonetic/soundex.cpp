@@ -1,9 +1,12 @@
 // Coding and searching by code.
 //
-// A place in a text is searched for in one of two ways. Finding the code anywhere walks the text
-// with one candidate at a time: the letter that equals the code's first letter opens a candidate,
-// each further letter either adds nothing, completes the next digit, or refutes the candidate, and
-// then the walk resumes at the byte behind the candidate. Blanks and line feeds end a candidate.
+// A place in a text is searched for in one of two ways.
+//
+// Finding the code anywhere: at every letter that equals the code's first letter a comparison
+// begins. Each further letter either adds nothing, or is the code's next digit, or refutes the
+// comparison; blanks and line feeds end it. The first start whose comparison completes the code is
+// the place. All comparisons run side by side, so the text is read once.
+//
 // Comparing whole words cuts the text into words first; a word matches when its own code is the one
 // searched.
 
@@ -12,6 +15,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
+#include <utility>
 
 namespace trovex {
 
@@ -75,49 +79,91 @@ struct TextRange {
   std::size_t end;
 };
 
-/// What one letter does to a comparison with a code.
-enum class Step { kNothing, kAdvanced, kRefuted };
+/// How a stretch of text agrees with a code, letter by letter. The only state of a comparison is
+/// how many characters of the code it has matched: the digit matched last follows from it.
+class CodeComparison {
+ public:
+  explicit CodeComparison(std::string_view code) : code_(code) {}
 
-/// How far a stretch of text agrees with a code.
-struct Comparison {
-  std::size_t matched = 0;  // characters of the code
-  char lastDigit = kNotCoded;
+  /// Whether a comparison begins with `letter`: one character is then matched.
+  bool BeginsWith(char letter) const { return letter == code_[0]; }
 
-  Step Take(char letter, std::string_view code) {
+  /// How many characters are matched after `letter`, when `matched` (at least 1) were before it; 0
+  /// when the letter refutes the comparison.
+  std::size_t After(std::size_t matched, char letter) const {
     const char digit = DigitOf(letter);
-    if (matched == 0) {
-      if (letter != code[0]) return Step::kRefuted;
-    } else {
-      if (digit == lastDigit || digit == kNotCoded) return Step::kNothing;
-      if (matched == code.size() || code[matched] != digit) return Step::kRefuted;
-    }
-    lastDigit = digit;
-    ++matched;
-    return Step::kAdvanced;
+    const char lastDigit = matched == 1 ? DigitOf(code_[0]) : code_[matched - 1];
+    if (digit == lastDigit || digit == kNotCoded) return matched;
+    if (matched == code_.size() || code_[matched] != digit) return 0;
+    return matched + 1;
   }
+
+ private:
+  std::string_view code_;
 };
 
-/// Finds `code`, which is not empty, anywhere in the zero-terminated `text`.
+/// The comparisons of one search that have begun and are not refuted, each at its own start.
+///
+/// Two that have matched the same number of characters go the same way for ever, so the one that
+/// began first stands for both, and there are never more than the code has characters. One that
+/// began later never overtakes, so the first to complete the code is the one that began first.
+class OpenComparisons {
+ public:
+  explicit OpenComparisons(std::string_view code) : comparison_(code), length_(code.size()) {}
+
+  bool None() const { return furthest_ == 0; }
+  void Clear() { furthest_ = 0; }
+
+  /// Begins a comparison at `start` if `letter`, the first of its byte, is the code's first.
+  void Begin(char letter, std::size_t start) {
+    if (!comparison_.BeginsWith(letter)) return;
+    if (furthest_ == 0) starts_.fill(kNoStart);
+    starts_[1] = std::min(starts_[1], start);
+    furthest_ = std::max<std::size_t>(furthest_, 1);
+  }
+
+  /// Takes one more letter.
+  void Take(char letter) {
+    std::size_t furthest = 0;
+    for (std::size_t matched = furthest_; matched > 0; --matched) {
+      const std::size_t start = std::exchange(starts_[matched], kNoStart);
+      const std::size_t after = start == kNoStart ? 0 : comparison_.After(matched, letter);
+      if (after == 0) continue;
+      starts_[after] = std::min(starts_[after], start);
+      furthest = std::max(furthest, after);
+    }
+    furthest_ = furthest;
+  }
+
+  /// Whether a comparison has matched the whole code, and where it began.
+  bool IsComplete() const { return furthest_ == length_; }
+  std::size_t CompleteStart() const { return starts_[length_]; }
+
+ private:
+  static constexpr std::size_t kNoStart = std::numeric_limits<std::size_t>::max();
+
+  CodeComparison comparison_;
+  std::size_t length_;
+  std::size_t furthest_ = 0;  // the greatest number of matched characters; 0 when there is none
+  std::array<std::size_t, kSoundexCodeSize + 1> starts_{};  // by the number of matched characters
+};
+
+/// Finds `code`, which is not empty, anywhere in the zero-terminated `text`: the first start from
+/// which the code is completed before a blank, a line feed or the end.
 bool FindCode(const char* text, std::string_view code, TextRange& found) {
-  Comparison comparison;
-  std::size_t candidate = 0;
+  OpenComparisons open(code);
   for (std::size_t i = 0; text[i] != '\0'; ++i) {
     if (text[i] == ' ' || text[i] == '\n') {
-      comparison = {};
+      open.Clear();
       continue;
     }
+    bool firstOfByte = true;
     for (const char letter : LettersAt(text + i)) {
-      const bool opens = comparison.matched == 0;
-      const Step step = comparison.Take(letter, code);
-      if (step == Step::kRefuted) {
-        // The walk resumes behind the candidate, or behind this byte when there was none yet.
-        if (!opens) i = candidate;
-        comparison = {};
-        break;
-      }
-      if (opens) candidate = i;
-      if (step == Step::kAdvanced && comparison.matched == code.size()) {
-        found = {candidate, i + 1};
+      if (!open.None()) open.Take(letter);
+      if (firstOfByte) open.Begin(letter, i);
+      firstOfByte = false;
+      if (open.IsComplete()) {
+        found = {open.CompleteStart(), i + 1};
         return true;
       }
     }
@@ -127,14 +173,20 @@ bool FindCode(const char* text, std::string_view code, TextRange& found) {
 
 /// Whether the code of `word` is `code`, or agrees with it in all ten characters.
 bool WordHasCode(std::string_view word, std::string_view code) {
-  Comparison comparison;
+  const CodeComparison comparison(code);
+  std::size_t matched = 0;
   for (const char c : word) {
     for (const char letter : NormalizeSoundexChar(static_cast<unsigned char>(c))) {
-      if (comparison.matched == kSoundexCodeSize) return true;
-      if (comparison.Take(letter, code) == Step::kRefuted) return false;
+      if (matched == kSoundexCodeSize) return true;
+      if (matched > 0) {
+        matched = comparison.After(matched, letter);
+      } else if (comparison.BeginsWith(letter)) {
+        matched = 1;
+      }
+      if (matched == 0) return false;
     }
   }
-  return comparison.matched == code.size();
+  return matched == code.size();
 }
 
 /// Finds the first word of the zero-terminated `text` that has `code`.
