@@ -89,7 +89,7 @@ const char* CompileToEnvironment(const char* pattern, int regularExpression, int
     const char* error = environment->Compile(pattern, caseSensitive, matchWords);
     if (error != nullptr) return error;
     *number = Environments().Add(environment.get());
-    environment.release();  // the array's from here on
+    static_cast<void>(environment.release());  // the array's from here on
     return nullptr;
   } catch (const std::bad_alloc&) {
     return trovex::LoadMessageText(MessageNumber::kMemoryOverflow);

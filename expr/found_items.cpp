@@ -12,6 +12,7 @@ CFoundItem::CFoundItem(CFoundItem& other)
 
 CFoundItem::~CFoundItem() = default;
 
+// NOLINTNEXTLINE(misc-unconventional-assign-operator): the interface wants it virtual.
 CFoundItem& CFoundItem::operator=(CFoundItem& other) {
   if (this == &other) return *this;
   start_ = other.start_;

@@ -161,7 +161,7 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
       auto item =
           std::make_unique<CFoundItem>(position + start, position + end, tagMatched ? 1 : 0);
       found->Add(item.get());
-      item.release();  // the array's from here on
+      static_cast<void>(item.release());  // the array's from here on
       position += end;
     }
     return found.release();

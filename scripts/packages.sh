@@ -18,3 +18,6 @@ need() {
 
 # What building the library and the command-line program takes.
 BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
+
+# What the tests take beside that.
+TEST_PACKAGES=(libgtest-dev pkg-config locales)

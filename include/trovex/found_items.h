@@ -17,7 +17,7 @@ class TROVEX_EXPORT CFoundItem {
   CFoundItem(CFoundItem& other);
   virtual ~CFoundItem();
   /// Copies the three values; assigning an item to itself does nothing.
-  virtual CFoundItem& operator=(CFoundItem& other);
+  virtual CFoundItem& operator=(CFoundItem& other);  // NOLINT(misc-unconventional-assign-operator)
 
   /// Byte offset of the first byte of the match.
   int GetStartPos();

@@ -255,7 +255,10 @@ class CPointerArray : public CSerializableObject {
     for (std::size_t word = 0; word < sizeof(T*) / 4; ++word) {
       bits |= static_cast<std::uint64_t>(archive.ReadWord()) << (32 * word);
     }
-    return reinterpret_cast<T*>(static_cast<std::uintptr_t>(bits));
+    const auto address = static_cast<std::uintptr_t>(bits);
+    T* pointer = nullptr;
+    std::memcpy(&pointer, &address, sizeof(address));
+    return pointer;
   }
 
   std::unique_ptr<T*[]> data_;
