@@ -3,6 +3,7 @@
 #include "matcher/regular_expression.h"
 
 #include <locale.h>
+#include <array>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>

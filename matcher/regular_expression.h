@@ -14,10 +14,10 @@
 #ifndef TROVEX_MATCHER_REGULAR_EXPRESSION_H
 #define TROVEX_MATCHER_REGULAR_EXPRESSION_H
 
+#include "matcher/byte_map.h"
 #include "resources/string_table.h"
 
 #include <regex.h>
-#include <array>
 #include <cstddef>
 
 namespace trovex {
@@ -27,9 +27,6 @@ namespace trovex {
 ///   RE_INTERVALS 0x200, RE_NEWLINE_ALT 0x800, RE_NO_BK_BRACES 0x1000, RE_NO_BK_PARENS 0x2000,
 ///   RE_NO_BK_VBAR 0x8000.
 inline constexpr unsigned kPatternSyntax = 0xBB18;
-
-/// A table that maps each byte to the byte it is compared as.
-using ByteMap = std::array<unsigned char, 256>;
 
 /// The message number for an error code of the engine: 9799 + code for the codes 1 to 16, `kNone`
 /// (success) for every other.
