@@ -2,10 +2,14 @@
 
 #include "matcher/matcher.h"
 
+#include "matcher/automaton_compiler.h"
+#include "matcher/automaton_parser.h"
 #include "matcher/case_helpers.h"
 #include "matcher/module_state.h"
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace trovex {
 
@@ -20,6 +24,53 @@ ByteMap UpperCaseMap() {
     map[c] = static_cast<unsigned char>(ToUpperGer(static_cast<int>(c)));
   }
   return map;
+}
+
+/// The table under which the keyword set does: everything is lower.
+ByteMap LowerCaseMap() {
+  ByteMap map{};
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    const int c = static_cast<int>(i);
+    map[i] = static_cast<unsigned char>(IsUpperGer(c) ? ToLowerGer(c) : c);
+  }
+  return map;
+}
+
+/// The pattern as the automaton gets it, with the word or line condition around it. The engine gets
+/// it bare, so that the groups keep their numbers. Where both conditions are asked for, the prefix
+/// is that of words and the suffix that of lines.
+std::string AutomatonPattern(std::string_view pattern, const MatcherState& matcher) {
+  if (!matcher.matchWords && !matcher.matchLines) return std::string(pattern);
+  std::string wrapped = matcher.matchWords ? "(^|[^0-9A-Za-z_])(" : "^(";
+  wrapped += pattern;
+  wrapped += matcher.matchLines ? ")$" : ")([^0-9A-Za-z_]|$)";
+  return wrapped;
+}
+
+/// Adds the automaton's required strings that are exact, or those that are not.
+void AddKeywords(CompiledPattern& compiled, bool exact) {
+  for (const MustEntry& entry : compiled.automaton.mustEntries) {
+    if (entry.exact != exact) continue;
+    if (exact) ++compiled.exactKeywordCount;
+    const MessageNumber error =
+        KeywordSetAdd(*compiled.keywords, entry.text.data(), static_cast<int>(entry.text.size()));
+    if (error != MessageNumber::kNone) SetCompileError(error);
+  }
+}
+
+/// Makes the keyword set of the automaton's required strings. The exact ones go first, so that a
+/// keyword's number tells which kind it is.
+void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
+  if (compiled.automaton.mustEntries.empty()) return;
+  const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
+  compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
+  if (compiled.keywords == nullptr) {
+    SetCompileError(MessageNumber::kMemoryOverflow);
+    return;
+  }
+  AddKeywords(compiled, true);
+  AddKeywords(compiled, false);
+  KeywordSetPrepare(*compiled.keywords);
 }
 
 }  // namespace
@@ -41,8 +92,14 @@ MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
   const ByteMap upperCase = matcher.foldCase ? UpperCaseMap() : ByteMap{};
   const MessageNumber error =
       compiled.regex.Compile(pattern, length, matcher.foldCase ? &upperCase : nullptr);
-  compiled.searchable = compiled.regex.IsCompiled();
-  return error;
+  if (error != MessageNumber::kNone) return error;
+
+  AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
+  const std::string wrapped = AutomatonPattern({pattern, length}, matcher);
+  AutomatonCompile(wrapped.data(), wrapped.size(), compiled.automaton, true);
+  BuildKeywordPrefilter(compiled, matcher.foldCase);
+  compiled.searchable = compiled.regex.IsCompiled() && matcher.pendingError == MessageNumber::kNone;
+  return MessageNumber::kNone;
 }
 
 }  // namespace trovex

@@ -7,6 +7,8 @@
 #ifndef TROVEX_MATCHER_MATCHER_H
 #define TROVEX_MATCHER_MATCHER_H
 
+#include "matcher/keyword_set.h"
+#include "matcher/pattern_automaton.h"
 #include "matcher/regular_expression.h"
 #include "resources/string_table.h"
 
@@ -18,8 +20,16 @@ namespace trovex {
 /// Everything that one pattern was compiled into. Owned by whoever may still search with it: the
 /// matcher, where it is installed, and the environment that it was compiled for.
 struct CompiledPattern {
-  /// The pattern exactly as the host gave it.
+  /// The pattern exactly as the host gave it: the authority on what matches, and where.
   RegularExpression regex;
+  /// The pattern, wrapped so that it takes in the word and line conditions: decides whether a line
+  /// can hold a match at all.
+  PatternAutomaton automaton;
+  /// Strings of which every match contains one: finds the places that are worth a look. Null when
+  /// the pattern promises no such string.
+  KeywordSetPtr keywords;
+  /// How many of the keywords, the first ones, are the whole of every match.
+  int exactKeywordCount = 0;
   /// False when compiling ended in an error: searching then finds nothing.
   bool searchable = false;
 };
@@ -35,6 +45,10 @@ struct MatcherState {
   bool matchWords = false;
   /// Cleared by every compile of a host; only the tests set it.
   bool matchLines = false;
+
+  /// Tries every line with the engine in turn, past the keyword set and the automaton: the plain
+  /// road, which the faster one is held against. No host can set it.
+  bool engineOnly = false;
 
   /// The latest error that was reported through `SetCompileError`.
   MessageNumber pendingError = MessageNumber::kNone;
