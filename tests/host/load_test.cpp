@@ -1,0 +1,194 @@
+// A host that loads the library while it runs, uses all of it, leaves everything behind and unloads
+// it: the library must go completely and take along what it owns.
+//
+// This program is not linked with the library: it finds the plain functions by their names, and the
+// classes' virtual operations through the objects. Built with the sanitizers, it runs under the
+// leak checker.
+
+#include <trovex/functions.h>
+#include <trovex/search_tree.h>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace {
+
+class LoadedLibrary {
+ public:
+  LoadedLibrary() : handle_(dlopen(TROVEX_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {}
+  ~LoadedLibrary() {
+    if (handle_ != nullptr) dlclose(handle_);
+  }
+  LoadedLibrary(const LoadedLibrary&) = delete;
+  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+
+  bool IsLoaded() const { return handle_ != nullptr; }
+
+  template <typename Function>
+  Function* Get(const char* name) const {
+    return reinterpret_cast<Function*>(dlsym(handle_, name));
+  }
+
+ private:
+  void* handle_;
+};
+
+bool LibraryIsInTheProcess() {
+  void* const handle = dlopen(TROVEX_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
+  if (handle != nullptr) dlclose(handle);
+  return handle != nullptr;
+}
+
+// The type of a plain function, by its name.
+#define TROVEX_TESTS_LOADED(library, name) (library).Get<decltype(::name)>(#name)
+
+void UsePatterns(const LoadedLibrary& library) {
+  const auto compile = TROVEX_TESTS_LOADED(library, Compile);
+  const auto search = TROVEX_TESTS_LOADED(library, Search);
+  const auto count = TROVEX_TESTS_LOADED(library, GetSubExpressionCount);
+  const auto freeBuffers = TROVEX_TESTS_LOADED(library, FreeBuffersInTrovexDll);
+  ASSERT_TRUE(compile != nullptr && search != nullptr && count != nullptr &&
+              freeBuffers != nullptr);
+  std::string text = "ein Haus";
+  int start = -1;
+  int end = -1;
+  EXPECT_STREQ(compile("(Haus", 1, 1), "The closing bracket ) is missing in a subexpression.");
+  ASSERT_EQ(compile("(h)aus", 1, 1), nullptr);
+  EXPECT_EQ(count(), 1);
+  ASSERT_EQ(search(text.data(), static_cast<int>(text.size()), &start, &end, 0), 1);
+  EXPECT_EQ(start, 4);
+  EXPECT_EQ(end, 8);
+  freeBuffers();
+  EXPECT_EQ(search(text.data(), static_cast<int>(text.size()), &start, &end, 0), 0);
+}
+
+void UseTexts(const LoadedLibrary& library) {
+  const auto replaceChars = TROVEX_TESTS_LOADED(library, ReplaceChars);
+  const auto isAlpha = TROVEX_TESTS_LOADED(library, IsAlphaGer);
+  ASSERT_TRUE(replaceChars != nullptr && isAlpha != nullptr);
+  std::string text = "a\r\tb";
+  replaceChars(text.data());
+  EXPECT_EQ(text, "a\n b");
+  EXPECT_EQ(isAlpha(252), 1);
+  EXPECT_EQ(isAlpha('_'), 0);
+}
+
+void UseSoundex(const LoadedLibrary& library) {
+  const auto compile = TROVEX_TESTS_LOADED(library, CompileSoundex);
+  const auto search = TROVEX_TESTS_LOADED(library, SearchSoundex);
+  const auto get = TROVEX_TESTS_LOADED(library, GetSoundexEnvironment);
+  const auto set = TROVEX_TESTS_LOADED(library, SetSoundexEnvironment);
+  ASSERT_TRUE(compile != nullptr && search != nullptr && get != nullptr && set != nullptr);
+  ASSERT_NE(compile("Meier", 1), 0);
+  SoundexEnvironmentRecord record{};
+  int wordMode = -1;
+  get(&record, &wordMode);
+  EXPECT_STREQ(record.code, "M6");
+  EXPECT_EQ(wordMode, 1);
+  set(&record, 1);
+  int start = -1;
+  int end = -1;
+  ASSERT_EQ(search("Frau Mayr", &start, &end), 1);
+  EXPECT_EQ(start, 5);
+  EXPECT_EQ(end, 9);
+}
+
+void UseEnvironments(const LoadedLibrary& library) {
+  const auto reset = TROVEX_TESTS_LOADED(library, ResetEnvironment);
+  const auto compile = TROVEX_TESTS_LOADED(library, CompileToEnvironment);
+  const auto activate = TROVEX_TESTS_LOADED(library, ActivateEnvironment);
+  const auto restore = TROVEX_TESTS_LOADED(library, RestoreEnvironment);
+  ASSERT_TRUE(reset != nullptr && compile != nullptr && activate != nullptr && restore != nullptr);
+  reset();
+  int number = -1;
+  ASSERT_EQ(compile("Haus", 1, 0, 0, 1, &number), nullptr);
+  ASSERT_EQ(number, 0);
+  EXPECT_EQ(activate(number), 1);
+  EXPECT_EQ(restore(number), 1);
+  ASSERT_EQ(compile("Meier", 0, 1, 0, 1, &number), nullptr);
+  ASSERT_EQ(number, 1);
+  EXPECT_EQ(activate(number), 1);
+  EXPECT_EQ(restore(number), 1);
+}
+
+void UseATree(const LoadedLibrary& library) {
+  using Function = const char*(const char*, int, int, int, int, CSearchTreeItem**, int*);
+  const auto getSearchTree = library.Get<Function>("GetSearchTree");
+  ASSERT_NE(getSearchTree, nullptr);
+  CSearchTreeItem* root = nullptr;
+  int tagCount = -1;
+  ASSERT_EQ(getSearchTree("(Haus) & Hof", 1, 0, 1, 0, &root, &tagCount), nullptr);
+  const std::unique_ptr<CSearchTreeItem> tree(root);
+  EXPECT_EQ(tagCount, 1);
+  std::string text = "Haus und Hof";
+  const std::unique_ptr<CFoundItemArray> found(
+      tree->Search(text.data(), static_cast<int>(text.size()), 0));
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found->GetSize(), 2);
+}
+
+/// Compiled patterns in the matcher and in environments of both kinds, one of them active.
+void LeaveStateBehind(const LoadedLibrary& library) {
+  const auto compileToEnvironment = TROVEX_TESTS_LOADED(library, CompileToEnvironment);
+  int number = -1;
+  ASSERT_EQ(compileToEnvironment("(a|b)+", 1, 0, 0, 1, &number), nullptr);
+  ASSERT_EQ(compileToEnvironment("Schmidt", 0, 1, 0, 1, &number), nullptr);
+  ASSERT_EQ(compileToEnvironment("x[yz]", 1, 0, 0, 1, &number), nullptr);
+  ASSERT_EQ(TROVEX_TESTS_LOADED(library, ActivateEnvironment)(number), 1);
+  ASSERT_EQ(TROVEX_TESTS_LOADED(library, Compile)("(left) behind", 1, 1), nullptr);
+}
+
+void UseEverything(const LoadedLibrary& library) {
+  ASSERT_NO_FATAL_FAILURE(UsePatterns(library));
+  ASSERT_NO_FATAL_FAILURE(UseTexts(library));
+  ASSERT_NO_FATAL_FAILURE(UseSoundex(library));
+  ASSERT_NO_FATAL_FAILURE(UseEnvironments(library));
+  ASSERT_NO_FATAL_FAILURE(UseATree(library));
+  ASSERT_NO_FATAL_FAILURE(LeaveStateBehind(library));
+}
+
+TEST(Loading, TheLibraryIsNotThereBefore) {
+  EXPECT_FALSE(LibraryIsInTheProcess());
+}
+
+TEST(Loading, TheLibraryLeavesTheProcessHoweverOftenItIsLoaded) {
+  for (int round = 0; round < 100; ++round) {
+    {
+      const LoadedLibrary library;
+      ASSERT_TRUE(library.IsLoaded()) << dlerror();
+      ASSERT_NO_FATAL_FAILURE(UseEverything(library));
+      EXPECT_TRUE(LibraryIsInTheProcess());
+    }
+    ASSERT_FALSE(LibraryIsInTheProcess()) << "round " << round;
+  }
+}
+
+TEST(Loading, EveryLoadStartsEmpty) {
+  for (int round = 0; round < 3; ++round) {
+    const LoadedLibrary library;
+    ASSERT_TRUE(library.IsLoaded()) << dlerror();
+    EXPECT_EQ(TROVEX_TESTS_LOADED(library, GetSubExpressionCount)(), 0);
+    EXPECT_EQ(TROVEX_TESTS_LOADED(library, ActivateEnvironment)(0), 0);
+    SoundexEnvironmentRecord record{{'x'}};
+    int wordMode = -1;
+    TROVEX_TESTS_LOADED(library, GetSoundexEnvironment)(&record, &wordMode);
+    EXPECT_EQ(record.code[0], '\0');
+    EXPECT_EQ(wordMode, 0);
+    ASSERT_NO_FATAL_FAILURE(LeaveStateBehind(library));
+  }
+}
+
+TEST(Loading, AHostMayEndWithTheLibraryLoadedAndInUse) {
+  EXPECT_EXIT(
+      {
+        auto* library = new LoadedLibrary;
+        LeaveStateBehind(*library);
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
