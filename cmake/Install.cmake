@@ -20,5 +20,9 @@ install(FILES
   ${PROJECT_BINARY_DIR}/TrovexConfigVersion.cmake
   DESTINATION ${TROVEX_CMAKE_DIR})
 
+# The package file finds everything from where it stands itself, so that an installed tree may be
+# moved, or installed under another prefix than it was configured for.
+file(RELATIVE_PATH TROVEX_PKGCONFIG_TO_PREFIX
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/trovex.pc.in ${PROJECT_BINARY_DIR}/trovex.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/trovex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
