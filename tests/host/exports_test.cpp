@@ -8,13 +8,11 @@
 #include <elf.h>
 #include <gtest/gtest.h>
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <regex>
 #include <set>
 #include <string>
 #include <string_view>
@@ -120,12 +118,11 @@ std::string Demangled(const std::string& name) {
 /// The class that a demangled C++ name belongs to: "CNotOperator" for its members and for what the
 /// compiler adds to a class; empty for all else.
 std::string ClassOf(const std::string& name) {
-  static const std::regex kMember(R"(^(\w+)::[^:]+$)");
-  static const std::regex kRunTimeClass(R"(^(?:vtable|typeinfo|typeinfo name) for (\w+)$)");
-  std::smatch match;
-  if (std::regex_match(name, match, kMember) || std::regex_match(name, match, kRunTimeClass))
-    return match[1];
-  return {};
+  for (const std::string_view prefix : {"vtable for ", "typeinfo for ", "typeinfo name for "}) {
+    if (name.compare(0, prefix.size(), prefix) == 0) return name.substr(prefix.size());
+  }
+  const std::size_t scope = name.find("::");
+  return scope == std::string::npos ? "" : name.substr(0, scope);
 }
 
 TEST(Exports, AreThePlainFunctionsAndTheClassesAndNothingElse) {
