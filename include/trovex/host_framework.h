@@ -211,7 +211,8 @@ class CPointerArray : public CSerializableObject {
   const CClassDescription& QueryClass() const override { return ClassDescription(); }
 
   static const CClassDescription& ClassDescription() {
-    static constexpr CClassDescription description{"CPointerArray", nullptr};
+    static const CClassDescription description{"CPointerArray",
+                                               &CSerializableObject::ClassDescription()};
     return description;
   }
 
