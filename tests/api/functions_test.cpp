@@ -1,13 +1,13 @@
 // The plain functions on one pattern and one text, called as a host calls them.
 
 #include "tests/heap_text.h"
+#include "tests/host_locale.h"
 
 #include <trovex/trovex.h>
 
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <climits>
-#include <clocale>
 #include <cstdlib>
 #include <iterator>
 #include <optional>
@@ -19,7 +19,9 @@
 
 namespace {
 
+using trovex::testing::BuiltHostLocale;
 using trovex::testing::HeapText;
+using trovex::testing::HostLocale;
 
 constexpr int kUntouched = -4711;
 
@@ -108,6 +110,19 @@ TEST_F(CompileFunction, TwoFaultsUseTheSameBuffer) {
   const char* second = Compile("[ab", 0, 0);
   EXPECT_EQ(first, second);
   EXPECT_STREQ(first, "The bracket [ or ] is missing in an enumeration.");
+}
+
+TEST_F(CompileFunction, TheSentencesAreOursWhateverTheHostsLanguageIs) {
+  const HostLocale locale("C.UTF-8");
+  ASSERT_TRUE(locale.IsSet());
+  setenv("LANGUAGE", "de", 1);
+  EXPECT_STREQ(Compile("ab)", 0, 0), "The opening bracket is missing in a subexpression.");
+  EXPECT_STREQ(Compile("(ab", 0, 0), "The closing bracket ) is missing in a subexpression.");
+  EXPECT_STREQ(Compile("a{3,1}", 0, 0), "The repetition statement is invalid.");
+  EXPECT_STREQ(Compile("a\\", 0, 0),
+               "The search expression contains a single backslash \\, which isn't followed by a "
+               "character.");
+  unsetenv("LANGUAGE");
 }
 
 TEST_F(CompileFunction, AFaultInstallsNothingThatCouldBeFound) {
@@ -321,11 +336,21 @@ TEST(IsAlphaGerFunction, TheSharpSAndTheUnderscoreAreNoLetters) {
 }
 
 TEST(IsAlphaGerFunction, BytesOfAMultibyteLocaleAreLettersOnlyWhereTheyStandAlone) {
-  ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
+  const HostLocale locale("C.UTF-8");
+  ASSERT_TRUE(locale.IsSet());
   for (int c = 0; c <= 255; ++c) {
     EXPECT_EQ(IsAlphaGer(c), IsAsciiLetter(c) || IsUmlaut(c) ? 1 : 0) << "byte " << c;
   }
-  std::setlocale(LC_ALL, "C");
+}
+
+TEST(IsAlphaGerFunction, TheSharpSIsALetterWhereTheLocaleSaysSo) {
+  const BuiltHostLocale locale("de_DE", "ISO-8859-1");
+  if (!locale.IsSet()) GTEST_SKIP() << "no locale sources on this machine";
+  EXPECT_EQ(IsAlphaGer(223), 1);
+  EXPECT_EQ(IsAlphaGer(233), 1);
+  EXPECT_EQ(IsAlphaGer(252), 1);
+  EXPECT_EQ(IsAlphaGer('_'), 0);
+  EXPECT_EQ(IsAlphaGer(215), 0) << "the multiplication sign";
 }
 
 TEST(IsAlphaGerFunction, WhatIsNoByteIsNoLetter) {

@@ -150,7 +150,9 @@ TEST(Exports, HoldWhatAHostNeedsOfEveryClass) {
     EXPECT_EQ(names.count("vtable for " + name), 1U) << name;
     EXPECT_EQ(names.count("typeinfo for " + name), 1U) << name;
     EXPECT_EQ(names.count("typeinfo name for " + name), 1U) << name;
-    EXPECT_EQ(names.count(name + "::~" + name + "()"), 1U) << name;
+    std::string destructor = name;
+    destructor.append("::~").append(name).append("()");
+    EXPECT_EQ(names.count(destructor), 1U) << name;
   }
   for (const char* member : {"CFoundItem::CFoundItem(int, int, int)",
                              "CFoundItem::CFoundItem(CFoundItem&)",
