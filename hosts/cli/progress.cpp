@@ -1,0 +1,63 @@
+// Drawing over one line of a terminal.
+
+#include "hosts/cli/progress.h"
+
+#include <unistd.h>
+#include <cstdio>
+
+namespace trovex::cli {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kPatience = 1s;
+constexpr auto kRedrawInterval = 200ms;
+
+void WriteTo(int descriptor, const std::string& text) {
+  if (write(descriptor, text.data(), text.size()) < 0) return;  // a line that is missed is no loss
+}
+
+}  // namespace
+
+std::string ReadableBytes(double bytes) {
+  constexpr const char* kUnits[] = {"kB", "MB", "GB"};
+  char text[32];
+  if (bytes < 1000) {
+    std::snprintf(text, sizeof text, "%.0f bytes", bytes);
+    return text;
+  }
+  int unit = 0;
+  for (bytes /= 1000; bytes >= 1000 && unit < 2; ++unit)
+    bytes /= 1000;
+  std::snprintf(text, sizeof text, "%.1f %s", bytes, kUnits[unit]);
+  return text;
+}
+
+std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds) {
+  const double rate = seconds > 0 ? static_cast<double>(bytes) / seconds : 0;
+  return std::to_string(files) + (files == 1 ? " file, " : " files, ") +
+         ReadableBytes(static_cast<double>(bytes)) + ", " + ReadableBytes(rate) + "/s";
+}
+
+Progress::Progress(int descriptor, Clock::time_point start)
+    : descriptor_(descriptor),
+      visible_(isatty(descriptor) != 0),
+      start_(start),
+      nextDraw_(start + kPatience) {}
+
+void Progress::Show(std::int64_t files, std::int64_t bytes, Clock::time_point now) {
+  if (!visible_ || now < nextDraw_) return;
+  const double seconds = std::chrono::duration<double>(now - start_).count();
+  WriteTo(descriptor_, "\r\033[Ksearched " + ProgressText(files, bytes, seconds));
+  drawn_ = true;
+  nextDraw_ = now + kRedrawInterval;
+}
+
+void Progress::Erase() {
+  if (!drawn_) return;
+  WriteTo(descriptor_, "\r\033[K");
+  drawn_ = false;
+}
+
+}  // namespace trovex::cli
