@@ -27,13 +27,14 @@ struct Switches {
   bool files = false;
   bool json = false;
   bool quiet = false;
-  std::optional<bool> fileNames;
+  int fileNames = 0;  // above 0: asked for; below 0: asked to be left out
   int context = 0;
   int before = -1;
   int after = -1;
 };
 
-constexpr int kMaxContext = std::numeric_limits<int>::max() / 2;
+constexpr int kMaxInt = std::numeric_limits<int>::max();
+constexpr int kMaxContext = kMaxInt / 2;
 
 template <typename T>
 void DeclareChoice(CLI::App& app, const char* name, T& value,
@@ -48,7 +49,7 @@ void DeclareSearch(CLI::App& app, Options& options) {
   app.add_flag("-w,--words", options.words);
   app.add_flag("-s,--case-sensitive,!-i,!--ignore-case", options.caseSensitive)->take_last();
   app.add_flag("-F,--literal", options.literal);
-  app.add_option("-t,--tag", options.tag)->check(CLI::PositiveNumber)->take_last();
+  app.add_option("-t,--tag", options.tag)->check(CLI::Range(1, kMaxInt))->take_last();
   DeclareChoice<Scope>(
       app, "-S,--scope", options.scope,
       {{"file", Scope::kFile}, {"paragraph", Scope::kParagraph}, {"line", Scope::kLine}});
@@ -138,7 +139,7 @@ std::variant<Options, Information, UsageError> Interpret(Switches switches,
   if (options.files.empty()) options.files.emplace_back("-");
 
   const bool standardInputOnly = options.files.size() == 1 && options.files.front() == "-";
-  options.fileNames = switches.fileNames.value_or(!standardInputOnly);
+  options.fileNames = switches.fileNames == 0 ? !standardInputOnly : switches.fileNames > 0;
   options.contextBefore = switches.before >= 0 ? switches.before : switches.context;
   options.contextAfter = switches.after >= 0 ? switches.after : switches.context;
   options.output = ModeFrom(switches);

@@ -21,6 +21,7 @@
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <exception>
@@ -44,7 +45,7 @@ class WorkAhead {
  public:
   explicit WorkAhead(FileWalk walk) : walk_(std::move(walk)) {}
 
-  /// Whether two files or more, or one large file, are worth workers of their own.
+  /// Whether the files together are worth the start of a worker.
   bool IsLarge() {
     std::int64_t bytes = 0;
     while (bytes < kSmallWork) {
@@ -170,7 +171,9 @@ int RunOptions(const Options& options, ResultStream& stream) {
   }
   auto query = std::get<Query>(std::move(compiled));
   if (!options.explain) return RunSearch(options, std::move(query), utf8Terminal);
-  stream.Output(ExplainQuery(query, expression, options, utf8Terminal));
+  const bool drawnInUtf8 =
+      utf8Terminal || (IsPlainAscii(encoding) && IsValidUtf8(options.expression));
+  stream.Output(ExplainQuery(query, expression, options, drawnInUtf8));
   stream.Flush();
   return kExitFound;
 }

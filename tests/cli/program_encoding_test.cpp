@@ -1,0 +1,120 @@
+// Encodings of texts, expressions and the terminal; positions in the file's own bytes.
+
+#include "tests/cli/run_program.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace trovex::testing {
+namespace {
+
+using Json = nlohmann::json;
+
+class Encodings : public ProgramTest {};
+
+TEST_F(Encodings, BothEncodingsAreFoundByOneExpression) {
+  Write("latin", "Gr\xFCn\n");
+  Write("utf8", "Grün\n");
+  EXPECT_EQ(Run({"grün", "latin", "utf8"}).out, "latin:1:Grün\nutf8:1:Grün\n");
+}
+
+TEST_F(Encodings, AnotherTerminalGetsTheFilesBytes) {
+  Write("latin", "Gr\xFCn\n");
+  Write("utf8", "Grün\n");
+  UseLocale("C");
+  EXPECT_EQ(Run({"grün", "latin", "utf8"}).out, "latin:1:Gr\xFCn\nutf8:1:Grün\n");
+  EXPECT_EQ(Run({"gr\xFCn", "latin", "utf8"}).status, 0);
+}
+
+TEST_F(Encodings, MayBeForced) {
+  Write("utf8", "ü\n");
+  EXPECT_EQ(Run({"--encoding", "windows-1252", "¼", "utf8"}).status, 0);
+  EXPECT_EQ(Run({"--encoding", "windows-1252", "ü", "utf8"}).status, 1);
+  Write("latin", "\xFC x\n");
+  EXPECT_EQ(Run({"--encoding", "utf-8", "ü", "latin"}).status, 1);
+  EXPECT_EQ(Run({"--encoding", "utf-8", "x", "latin"}).status, 0);
+  EXPECT_EQ(Run({"--encoding", "auto", "ü", "latin"}).status, 0);
+}
+
+TEST_F(Encodings, PositionsAreThoseOfTheFilesBytes) {
+  Write("t", "Größe €\nein Maß Ω und ü Ziel\n");
+  const Json match = Json::parse(Run({"--json", "ü ziel", "t"}).out);
+  const std::string text = "Größe €\nein Maß Ω und ü Ziel\n";
+  EXPECT_EQ(match["start"], text.find("ü Ziel"));
+  EXPECT_EQ(match["end"], text.find("ü Ziel") + 7);
+  EXPECT_EQ(match["line"], 2);
+  EXPECT_EQ(match["column"], text.find("ü Ziel") - text.find("ein") + 1);
+  EXPECT_EQ(match["text"], "ü Ziel");
+}
+
+TEST_F(Encodings, AMissingCharacterMatchesOnlyWhatNamesNothing) {
+  const std::string text = "aΩb\n";
+  EXPECT_EQ(Run({"-o", "a.b"}, text).out, "1:aΩb\n");
+  EXPECT_EQ(Run({"-o", "a[^x]b"}, text).out, "1:aΩb\n");
+  EXPECT_EQ(Run({"a[ -ÿ]b"}, text).status, 1);
+  EXPECT_EQ(Run({"ab"}, text).status, 1);
+  EXPECT_EQ(Run({"a..b"}, text).status, 1);
+}
+
+TEST_F(Encodings, AMissingCharacterInTheExpressionIsRefused) {
+  const RunResult run = Run({"Haus & Ω"}, "Haus");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err,
+            "    Haus & Ω\n"
+            "trovex: The expression holds the character \"Ω\" (U+03A9), which windows-1252, the "
+            "code page of the search, does not have.\n");
+}
+
+TEST_F(Encodings, InvalidUtf8InTheExpressionIsRefused) {
+  EXPECT_EQ(Run({"\xFC"}, "x").status, 2);
+}
+
+TEST_F(Encodings, JsonIsUtf8WhateverTheFileIs) {
+  Write("t", "Gr\xFCn \x80\n");
+  EXPECT_EQ(Json::parse(Run({"--json", "gr.*", "t"}).out)["text"], "Grün €");
+  UseLocale("C");
+  EXPECT_EQ(Json::parse(Run({"--json", "gr.*", "t"}).out)["text"], "Grün €");
+  Write("bad",
+        "a\xFC"
+        "b\n");
+  EXPECT_EQ(Json::parse(Run({"--json", "-E", "utf-8", "a.b", "bad"}).out)["text"],
+            "a\xEF\xBF\xBD"
+            "b");
+}
+
+TEST_F(Encodings, AByteOrderMarkIsNotPartOfTheFirstLine) {
+  Write("t",
+        "\xEF\xBB\xBF"
+        "Garten\n");
+  EXPECT_EQ(Run({"^Garten", "t"}).out, "t:1:Garten\n");
+  const Json match = Json::parse(Run({"--json", "Garten", "t"}).out);
+  EXPECT_EQ(match["start"], 3);
+  EXPECT_EQ(match["column"], 1);
+}
+
+TEST_F(Encodings, CarriageReturnsBelongToTheLineEnd) {
+  Write("t", "Es werden.\r\nMehr\r\n\r\nZiel ü\r\n");
+  EXPECT_EQ(Run({"werden\\.$", "t"}).out, "t:1:Es werden.\n");
+  EXPECT_EQ(Run({"-w", "Mehr", "t"}).out, "t:2:Mehr\n");
+  EXPECT_EQ(Run({"--scope", "paragraph", "werden & Mehr", "t", "-c"}).out, "t:2\n");
+  EXPECT_EQ(Run({"--scope", "paragraph", "werden & Ziel", "t"}).status, 1);
+  EXPECT_EQ(Run({"--scope", "line", "Mehr$", "t"}).out, "t:2:Mehr\n");
+  const Json match = Json::parse(Run({"--json", "^Ziel ü$", "t"}).out);
+  EXPECT_EQ(match["line"], 4);
+  EXPECT_EQ(match["start"], 20);
+  EXPECT_EQ(match["end"], 27);
+  EXPECT_EQ(match["column"], 1);
+}
+
+TEST_F(Encodings, ALineEndHasNoEmptyLineInIt) {
+  EXPECT_EQ(Run({"^$"}, "a\r\nb\r\n").status, 1);
+}
+
+TEST_F(Encodings, ColorsKeepCharactersWhole) {
+  Write("t", "Gr\xFCn\n");
+  EXPECT_EQ(Run({"--color", "always", "-IN", "ü", "t"}).out, "Gr\033[1;31mü\033[0mn\n");
+}
+
+}  // namespace
+}  // namespace trovex::testing

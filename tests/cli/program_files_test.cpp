@@ -1,0 +1,117 @@
+// Files, folders and what goes wrong with them.
+
+#include "tests/cli/run_program.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <filesystem>
+#include <string>
+
+namespace trovex::testing {
+namespace {
+
+class Files : public ProgramTest {};
+
+TEST_F(Files, AFolderIsSearchedInSortedOrder) {
+  Write("d/c", "x\n");
+  Write("d/a", "x\n");
+  Write("d/b/z", "x\n");
+  Write("d/b/y", "x\n");
+  EXPECT_EQ(Run({"-l", "x", "d"}).out, "d/a\nd/b/y\nd/b/z\nd/c\n");
+  EXPECT_EQ(Run({"-l", "x", "d/"}).out, "d/a\nd/b/y\nd/b/z\nd/c\n");
+  EXPECT_EQ(Run({"-l", "x", "."}).out, "./d/a\n./d/b/y\n./d/b/z\n./d/c\n");
+}
+
+TEST_F(Files, HiddenOnesAreLeftOutUnlessAskedForOrNamed) {
+  Write("d/.h", "x\n");
+  Write("d/.g/a", "x\n");
+  Write("d/v", "x\n");
+  EXPECT_EQ(Run({"-l", "x", "d"}).out, "d/v\n");
+  EXPECT_EQ(Run({"-l", "--hidden", "x", "d"}).out, "d/.g/a\nd/.h\nd/v\n");
+  EXPECT_EQ(Run({"-l", "x", "d/.h", "d/.g"}).out, "d/.h\nd/.g/a\n");
+}
+
+TEST_F(Files, BinaryOnesAreLeftOutOfFoldersUnlessAskedFor) {
+  Write("d/b", std::string("x\0y\n", 4));
+  EXPECT_EQ(Run({"x", "d"}).status, 1);
+  EXPECT_EQ(Run({"x", "d/b"}).out, "Binary file d/b matches\n");
+  EXPECT_EQ(Run({"-o", "x", "d/b"}).out, "Binary file d/b matches\n");
+  EXPECT_EQ(Run({"q", "d/b"}).out, "");
+  EXPECT_EQ(Run({"-c", "x", "d/b"}).out, "d/b:1\n");
+  EXPECT_EQ(Run({"-l", "x", "d/b"}).out, "d/b\n");
+  EXPECT_EQ(Run({"--binary", "x", "d"}).out, std::string("d/b:1:x\0y\n", 10));
+  EXPECT_EQ(Run({"-a", "x", "d/b"}).out, std::string("d/b:1:x\0y\n", 10));
+}
+
+TEST_F(Files, LinksBelowAFolderAreNotFollowed) {
+  Write("d/a", "x\n");
+  Write("e/b", "x\n");
+  std::filesystem::create_symlink("../e", Path("d/link"));
+  std::filesystem::create_symlink("a", Path("d/other"));
+  EXPECT_EQ(Run({"-l", "x", "d"}).out, "d/a\n");
+  EXPECT_EQ(Run({"-l", "x", "d/link", "d/other"}).out, "d/link/b\nd/other\n");
+}
+
+TEST_F(Files, PipesBelowAFolderAreNotWaitedFor) {
+  Write("d/a", "x\n");
+  ASSERT_EQ(mkfifo(Path("d/pipe").c_str(), 0600), 0);
+  EXPECT_EQ(Run({"-l", "x", "d"}).out, "d/a\n");
+}
+
+TEST_F(Files, APipeThatIsNamedIsRead) {
+  ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(Shell("echo x > pipe & $TROVEX x pipe").out, "pipe:1:x\n");
+}
+
+TEST_F(Files, OneThatCannotBeReadIsToldAndTheOthersAreSearched) {
+  Write("a", "x\n");
+  Write("b", "x\n");
+  const RunResult run = Run({"x", "a", "no/file", "b"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "a:1:x\nb:1:x\n");
+  EXPECT_EQ(run.err, "trovex: no/file: No such file or directory\n");
+}
+
+TEST_F(Files, ComplaintsStandBetweenLines) {
+  Write("a", "x\n");
+  const RunResult run = Shell("$TROVEX x a no a no 2>&1");
+  EXPECT_EQ(run.out,
+            "a:1:x\ntrovex: no: No such file or directory\n"
+            "a:1:x\ntrovex: no: No such file or directory\n");
+}
+
+TEST_F(Files, AFileInPlaceOfAFolderIsTold) {
+  Write("a", "x\n");
+  EXPECT_EQ(Run({"x", "a/b"}).err, "trovex: a/b: Not a directory\n");
+}
+
+TEST_F(Files, TwoGibibytesAreRefusedByName) {
+  Write("huge", "x\n");
+  std::filesystem::resize_file(Path("huge"), std::uintmax_t{1} << 31);
+  Write("small", "x\n");
+  const RunResult run = Run({"-c", "x", "huge", "small"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "small:1\n");
+  EXPECT_EQ(run.err, "trovex: huge: the text has 2 GiB or more and is not searched\n");
+}
+
+TEST_F(Files, AFileThatTellsNoSizeIsReadToItsEnd) {
+  EXPECT_EQ(Run({"-c", "Name:.*trovex", "/proc/self/status"}).out, "/proc/self/status:1\n");
+}
+
+TEST_F(Files, AStandardInputThatIsAFolderIsTrouble) {
+  const RunResult run = Shell("$TROVEX x < .");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "trovex: (standard input): Is a directory\n");
+}
+
+TEST_F(Files, NamesMayHoldAnything) {
+  Write("[a,b]", "x\n");
+  Write("-c", "x\n");
+  Write("with blank", "x\n");
+  EXPECT_EQ(Run({"-l", "x", "--", "[a,b]", "-c", "with blank"}).out, "[a,b]\n-c\nwith blank\n");
+}
+
+}  // namespace
+}  // namespace trovex::testing

@@ -1,0 +1,168 @@
+// Ways to show what was found.
+
+#include "tests/cli/run_program.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace trovex::testing {
+namespace {
+
+using Json = nlohmann::json;
+
+std::vector<Json> JsonLines(const std::string& text) {
+  std::vector<Json> objects;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    objects.push_back(Json::parse(line));
+  return objects;
+}
+
+class Output : public ProgramTest {};
+
+TEST_F(Output, NamesAndNumbersMayBeLeftOut) {
+  Write("t", "a\nb\n");
+  EXPECT_EQ(Run({"b", "t"}).out, "t:2:b\n");
+  EXPECT_EQ(Run({"-I", "b", "t"}).out, "2:b\n");
+  EXPECT_EQ(Run({"-N", "b", "t"}).out, "t:b\n");
+  EXPECT_EQ(Run({"--no-filename", "--no-line-number", "b", "t"}).out, "b\n");
+}
+
+TEST_F(Output, ContextIsMarkedAndGapsAreShown) {
+  Write("t", "1\n2\n3\nx4\n5\n6\n7\n8\n9\nx10\n");
+  EXPECT_EQ(Run({"-IC1", "x", "t"}).out, "3-3\n4:x4\n5-5\n--\n9-9\n10:x10\n");
+  EXPECT_EQ(Run({"-I", "-A", "2", "x", "t"}).out, "4:x4\n5-5\n6-6\n--\n10:x10\n");
+  EXPECT_EQ(Run({"-I", "-B", "2", "x", "t"}).out, "2-2\n3-3\n4:x4\n--\n8-8\n9-9\n10:x10\n");
+  EXPECT_EQ(Run({"-I", "--context", "3", "x", "t"}).out,
+            "1-1\n2-2\n3-3\n4:x4\n5-5\n6-6\n7-7\n8-8\n9-9\n10:x10\n");
+  EXPECT_EQ(Run({"-C1", "x4", "t"}).out, "t-3-3\nt:4:x4\nt-5-5\n");
+}
+
+TEST_F(Output, HugeContextIsTheWholeFile) {
+  EXPECT_EQ(Run({"-C", "1000000000", "b"}, "a\nb\nc\n").out, "1-a\n2:b\n3-c\n");
+}
+
+TEST_F(Output, ContextsOfTwoFilesAreParted) {
+  Write("a", "x\n");
+  Write("b", "y\n");
+  Write("c", "x\n");
+  EXPECT_EQ(Run({"-C1", "x", "a", "b", "c"}).out, "a:1:x\n--\nc:1:x\n");
+  EXPECT_EQ(Run({"x", "a", "b", "c"}).out, "a:1:x\nc:1:x\n");
+}
+
+TEST_F(Output, CountCountsMatchingLinesOfEveryFile) {
+  Write("a", "x x\nx\ny\n");
+  Write("b", "y\n");
+  const RunResult run = Run({"--count", "x", "a", "b"});
+  EXPECT_EQ(run.out, "a:2\nb:0\n");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(Run({"-c", "x"}, "x\n").out, "1\n");
+  EXPECT_EQ(Run({"-c", "x"}, "y\n").status, 1);
+}
+
+TEST_F(Output, FilesWithMatchesAreNamedOnce) {
+  Write("a", "x\nx\n");
+  Write("b", "y\n");
+  EXPECT_EQ(Run({"-l", "x", "a", "b"}).out, "a\n");
+  EXPECT_EQ(Run({"--files-with-matches", "x", "-"}, "x").out, "(standard input)\n");
+  EXPECT_EQ(Run({"-l", "q", "a", "b"}).status, 1);
+}
+
+TEST_F(Output, OnlyMatchingShowsEveryMatch) {
+  EXPECT_EQ(Run({"-o", "a+"}, "aa b a\nc\na\n").out, "1:aa\n1:a\n3:a\n");
+  EXPECT_EQ(Run({"--only-matching", "ab & b"}, "ab\n").out, "1:ab\n1:b\n");
+}
+
+TEST_F(Output, OverlappingMatchesAreColoredAsOne) {
+  const std::string expected = "x\033[1;31mab\033[0m\033[1;31mc\033[0mx\n";
+  EXPECT_EQ(Run({"-N", "--color", "always", "ab & bc"}, "xabcx\n").out, expected);
+  EXPECT_EQ(Run({"-N", "--color", "always", "abc & b"}, "abc\n").out, "\033[1;31mabc\033[0m\n");
+}
+
+TEST_F(Output, ColorsMarkNamesNumbersAndMatches) {
+  Write("t", "1\nx\n");
+  EXPECT_EQ(Run({"--color=always", "-B1", "x", "t"}).out,
+            "\033[35mt\033[0m\033[36m-\033[0m\033[32m1\033[0m\033[36m-\033[0m1\n"
+            "\033[35mt\033[0m\033[36m:\033[0m\033[32m2\033[0m\033[36m:\033[0m"
+            "\033[1;31mx\033[0m\n");
+  EXPECT_EQ(Run({"--color", "auto", "x", "t"}).out, "t:2:x\n");
+  EXPECT_EQ(Run({"--color", "never", "x", "t"}).out, "t:2:x\n");
+}
+
+TEST_F(Output, JsonIsOneObjectAMatch) {
+  Write("t", "a\nxay \"a\"\n");
+  const auto matches = JsonLines(Run({"--json", "a", "t"}).out);
+  ASSERT_EQ(matches.size(), 3U);
+  EXPECT_EQ(matches[1], (Json{{"file", "t"},
+                              {"line", 2},
+                              {"column", 2},
+                              {"start", 3},
+                              {"end", 4},
+                              {"text", "a"},
+                              {"tag", nullptr},
+                              {"negative", false}}));
+}
+
+TEST_F(Output, JsonTellsTheTag) {
+  const auto matches = JsonLines(Run({"--json", "-t2", "(a)(b)"}, "ab").out);
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches[0]["tag"], 2);
+  EXPECT_EQ(matches[0]["text"], "b");
+  EXPECT_EQ(matches[0]["file"], "(standard input)");
+}
+
+TEST_F(Output, JsonShowsEmptyMatches) {
+  const auto matches = JsonLines(Run({"--json", "b*$"}, "a").out);
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches[0]["start"], 1);
+  EXPECT_EQ(matches[0]["end"], 1);
+  EXPECT_EQ(matches[0]["text"], "");
+}
+
+TEST_F(Output, JsonSurvivesAnyFileName) {
+  Write("na\xFFme", "a\n");
+  const auto matches = JsonLines(Run({"--json", "a", "na\xFFme"}).out);
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches[0]["file"], "na\xEF\xBF\xBDme");
+}
+
+TEST_F(Output, QuietSaysNothing) {
+  const RunResult found = Run({"-q", "a"}, "a");
+  EXPECT_EQ(found.status, 0);
+  EXPECT_EQ(found.out, "");
+  EXPECT_EQ(Run({"-q", "b"}, "a").status, 1);
+}
+
+TEST_F(Output, StatsGoToStandardError) {
+  Write("a", "x x\nx\n");
+  Write("b", "y\n");
+  const RunResult run = Run({"--stats", "x", "a", "b"});
+  EXPECT_EQ(run.out, "a:1:x x\na:2:x\n");
+  EXPECT_EQ(run.err.find("3 matches\n2 matching lines\n1 files with matches\n2 files searched\n"
+                         "8 bytes searched\n"),
+            0U);
+  EXPECT_NE(run.err.find(" seconds\n"), std::string::npos);
+}
+
+TEST_F(Output, AReaderThatStopsEndsTheProgramQuietly) {
+  Write("t", Times(200000, "eine Zeile\n"));
+  const RunResult run = Shell("$TROVEX Zeile t | head -1");
+  EXPECT_EQ(run.out, "t:1:eine Zeile\n");
+  EXPECT_EQ(run.err, "");
+  const RunResult ignoring = Shell("trap '' PIPE; $TROVEX Zeile t | head -1");
+  EXPECT_EQ(ignoring.out, "t:1:eine Zeile\n");
+  EXPECT_EQ(ignoring.err, "");
+}
+
+TEST_F(Output, AFullDiskIsTrouble) {
+  Write("t", "a\n");
+  const RunResult run = Shell("$TROVEX a t > /dev/full");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "trovex: the output cannot be written: No space left on device\n");
+}
+
+}  // namespace
+}  // namespace trovex::testing

@@ -1,0 +1,111 @@
+// Many files on several workers: the same output as one process gives, whatever happens to them.
+
+#include "tests/cli/run_program.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <string>
+
+namespace trovex::testing {
+namespace {
+
+class Workers : public ProgramTest {
+ protected:
+  /// 120 files of very different sizes, three megabytes together.
+  void WriteMany() const {
+    for (int i = 0; i < 120; ++i) {
+      const int lines = i % 10 == 0 ? 10000 : i;
+      Write("many/" + std::to_string(i), Times(lines, "eine Zeile mit ü und Wort\n"));
+    }
+  }
+};
+
+TEST_F(Workers, OutputKeepsTheOrderOfTheFiles) {
+  WriteMany();
+  const RunResult alone = Run({"--jobs", "1", "Wort", "many"});
+  EXPECT_EQ(alone.status, 0);
+  EXPECT_GT(alone.out.size(), 4000000U);
+  for (const char* jobs : {"2", "3", "16"}) {
+    const RunResult several = Run({"--jobs", jobs, "Wort", "many"});
+    EXPECT_EQ(several.status, 0);
+    EXPECT_TRUE(several.out == alone.out) << jobs;
+    EXPECT_EQ(several.err, "");
+  }
+  EXPECT_TRUE(Run({"Wort", "many"}).out == alone.out);
+}
+
+TEST_F(Workers, CountsAndNamesKeepTheOrderToo) {
+  WriteMany();
+  EXPECT_EQ(Run({"-j4", "-c", "Wort", "many"}).out, Run({"-j1", "-c", "Wort", "many"}).out);
+  EXPECT_EQ(Run({"-j4", "-l", "Wort", "many"}).out, Run({"-j1", "-l", "Wort", "many"}).out);
+  EXPECT_EQ(Run({"-j4", "-C1", "Wort", "many/10", "many/3", "many/20"}).out,
+            Run({"-j1", "-C1", "Wort", "many/10", "many/3", "many/20"}).out);
+}
+
+TEST_F(Workers, ComplaintsKeepTheirPlace) {
+  WriteMany();
+  const RunResult run = Shell("$TROVEX -j3 -c Wort many/10 no1 many/20 no2 many/30 many 2>&1");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out.find("many/10:10000\ntrovex: no1: No such file or directory\n"
+                         "many/20:10000\ntrovex: no2: No such file or directory\n"
+                         "many/30:10000\n"),
+            0U);
+}
+
+TEST_F(Workers, StatsAddUp) {
+  WriteMany();
+  const auto counts = [](const std::string& stats) {
+    return stats.substr(0, stats.rfind("searched"));
+  };
+  const RunResult alone = Run({"-j1", "--stats", "-c", "ü &30 Wort", "many"});
+  const RunResult several = Run({"-j4", "--stats", "-c", "ü &30 Wort", "many"});
+  EXPECT_EQ(counts(several.err), counts(alone.err));
+  EXPECT_NE(alone.err.find("120 files searched"), std::string::npos);
+}
+
+TEST_F(Workers, NothingFoundIsStatusOne) {
+  WriteMany();
+  EXPECT_EQ(Run({"-j4", "Nirgends", "many"}).status, 1);
+  EXPECT_EQ(Run({"-j4", "-q", "Wort", "many"}).status, 0);
+}
+
+TEST_F(Workers, StandardInputMayBeAmongTheFiles) {
+  WriteMany();
+  EXPECT_EQ(Run({"-j3", "-c", "Wort", "many/10", "-", "many/20", "many/30", "many/40", "many/50"},
+                "Wort\n")
+                .out,
+            "many/10:10000\n(standard input):1\nmany/20:10000\nmany/30:10000\nmany/40:10000\n"
+            "many/50:10000\n");
+}
+
+TEST_F(Workers, OneThatDiesTakesOnlyItsFileWithIt) {
+  WriteMany();
+  Write("deadly", "t1t1xx\n");
+  // This pattern exhausts the engine's stack on that line alone.
+  const RunResult run = Run({"-j2", "-c", "(|)(\\1\\1|t1|x)+$|Wort", "many/10", "deadly", "many/20",
+                             "many/30", "many/40", "many/50"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out.find("many/10:10000\nmany/20:10000\nmany/30:10000\nmany/40:10000\n"), 0U);
+  EXPECT_EQ(run.err.find("trovex: deadly: the search of this file broke off: "), 0U);
+}
+
+TEST_F(Workers, AReaderThatStopsEndsThemAll) {
+  WriteMany();
+  const RunResult run = Shell("$TROVEX -j3 Wort many | head -2");
+  EXPECT_EQ(run.out, "many/10:1:eine Zeile mit ü und Wort\nmany/10:2:eine Zeile mit ü und Wort\n");
+  EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Workers, ThousandsOfFilesAreNoTrouble) {
+  std::string expected;
+  for (int i = 10000; i < 13000; ++i) {
+    Write("d/" + std::to_string(i), "Wort" + Times(100, " mehr") + "\n");
+    expected += "d/" + std::to_string(i) + "\n";
+  }
+  const RunResult run = Run({"-j3", "-l", "Wort", "d"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out, expected);
+}
+
+}  // namespace
+}  // namespace trovex::testing

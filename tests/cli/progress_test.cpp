@@ -1,0 +1,84 @@
+// The line of progress, shown on a terminal made for the test.
+
+#include "hosts/cli/progress.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <cstdlib>
+#include <string>
+
+namespace trovex::cli {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A terminal whose output the test can read.
+class Terminal {
+ public:
+  Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+    grantpt(master_);
+    unlockpt(master_);
+    slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY);
+    fcntl(master_, F_SETFL, O_NONBLOCK);
+  }
+  ~Terminal() {
+    close(slave_);
+    close(master_);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  int Descriptor() const { return slave_; }
+
+  std::string Shown() const {
+    char buffer[4096];
+    const ssize_t count = read(master_, buffer, sizeof buffer);
+    return count > 0 ? std::string(buffer, static_cast<std::size_t>(count)) : "";
+  }
+
+ private:
+  int master_;
+  int slave_ = -1;
+};
+
+TEST(Progress, AppearsAfterOneSecondAndGoesAway) {
+  const Terminal terminal;
+  const auto start = Progress::Clock::now();
+  Progress progress(terminal.Descriptor(), start);
+  ASSERT_TRUE(progress.IsVisible());
+  progress.Show(1, 1000, start + 900ms);
+  progress.Erase();
+  EXPECT_EQ(terminal.Shown(), "");
+  progress.Show(20, 3000000, start + 2s);
+  EXPECT_EQ(terminal.Shown(), "\r\033[Ksearched 20 files, 3.0 MB, 1.5 MB/s");
+  progress.Show(21, 3100000, start + 2010ms);
+  EXPECT_EQ(terminal.Shown(), "");
+  progress.Erase();
+  EXPECT_EQ(terminal.Shown(), "\r\033[K");
+}
+
+TEST(Progress, IsForTerminalsAlone) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const auto start = Progress::Clock::now();
+  Progress progress(ends[1], start);
+  EXPECT_FALSE(progress.IsVisible());
+  progress.Show(1, 1, start + 5s);
+  close(ends[1]);
+  char byte = 0;
+  EXPECT_EQ(read(ends[0], &byte, 1), 0);
+  close(ends[0]);
+}
+
+TEST(Progress, BytesAreReadable) {
+  EXPECT_EQ(ReadableBytes(0), "0 bytes");
+  EXPECT_EQ(ReadableBytes(999), "999 bytes");
+  EXPECT_EQ(ReadableBytes(1500), "1.5 kB");
+  EXPECT_EQ(ReadableBytes(2.5e9), "2.5 GB");
+  EXPECT_EQ(ReadableBytes(2.5e13), "25000.0 GB");
+  EXPECT_EQ(ProgressText(1, 500, 0), "1 file, 500 bytes, 0 bytes/s");
+}
+
+}  // namespace
+}  // namespace trovex::cli

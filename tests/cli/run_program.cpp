@@ -1,0 +1,104 @@
+// Input and outputs go through files beside the test's folder, so that no pipe can fill up.
+
+#include "tests/cli/run_program.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace trovex::testing {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::stringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
+void Redirect(int descriptor, const std::string& path, int flags) {
+  const int file = open(path.c_str(), flags, 0600);
+  if (file < 0 || dup2(file, descriptor) < 0) _exit(127);
+  close(file);
+}
+
+[[noreturn]] void Become(const std::vector<std::string>& command) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command)
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  arguments.push_back(nullptr);
+  execv(arguments.front(), arguments.data());
+  _exit(127);
+}
+
+}  // namespace
+
+ProgramTest::ProgramTest() {
+  std::string name = (fs::temp_directory_path() / "trovex-test-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder for the test");
+  folder_ = name;
+}
+
+ProgramTest::~ProgramTest() {
+  std::error_code ignored;
+  fs::remove_all(folder_, ignored);
+  for (const char* suffix : {".in", ".out", ".err"})
+    fs::remove(folder_ + suffix, ignored);
+}
+
+void ProgramTest::Write(const std::string& name, std::string_view content) const {
+  const fs::path path = Path(name);
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+RunResult ProgramTest::Run(const std::vector<std::string>& arguments,
+                           const std::string& input) const {
+  std::vector<std::string> command{TROVEX_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return Execute(command, input);
+}
+
+RunResult ProgramTest::Shell(const std::string& command) const {
+  return Execute({"/bin/sh", "-c", command}, "");
+}
+
+RunResult ProgramTest::Execute(const std::vector<std::string>& command,
+                               const std::string& input) const {
+  std::ofstream(folder_ + ".in", std::ios::binary) << input;
+  const pid_t process = fork();
+  if (process < 0) throw std::runtime_error("no process for the test");
+  if (process == 0) {
+    Redirect(STDIN_FILENO, folder_ + ".in", O_RDONLY);
+    Redirect(STDOUT_FILENO, folder_ + ".out", O_WRONLY | O_CREAT | O_TRUNC);
+    Redirect(STDERR_FILENO, folder_ + ".err", O_WRONLY | O_CREAT | O_TRUNC);
+    setenv("LC_ALL", locale_.c_str(), 1);
+    setenv("TROVEX", TROVEX_PROGRAM, 1);
+    if (chdir(folder_.c_str()) != 0) _exit(127);
+    Become(command);
+  }
+  int status = 0;
+  waitpid(process, &status, 0);
+  RunResult result;
+  result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+  result.out = ReadAll(folder_ + ".out");
+  result.err = ReadAll(folder_ + ".err");
+  return result;
+}
+
+std::string Times(int count, std::string_view text) {
+  std::string result;
+  for (int i = 0; i < count; ++i)
+    result += text;
+  return result;
+}
+
+}  // namespace trovex::testing
