@@ -6,7 +6,7 @@
 namespace trovex::cli {
 
 std::string HelpText() {
-  return R"(trovex searches German text: several patterns at once, near each other or not there
+  return R"help(trovex searches German text: several patterns at once, near each other or not there
 at all, as regular expressions or by their sound.
 
 Usage: trovex [OPTIONS] EXPRESSION [FILE...]
@@ -31,7 +31,8 @@ Expressions:
   !A         A must not occur. The "!" reaches up to the next "&".
   ( ... )    puts together what belongs together: 'A & (!B & C)'. The brackets are numbered
              by their "(", from 1 on, for --tag. Text beside a bracket that holds an
-             operator is dropped: 'x (A & B)' searches A and B alone.
+             operator is dropped: 'x (A & B)' searches A and B alone. A pattern that begins
+             with "(" and ends with ")" loses the two, even in '(A)|(B)': write 'A|B'.
   \& \! \( \) \\   the character itself
   A & B & C is A & (B & C). Blanks around a pattern do not count.
 
@@ -85,7 +86,7 @@ What is shown then are the texts without A: names of files, or with --scope the 
 or lines, and --count counts them.
 
 The exit status is 0 when something is found, 1 when nothing is, 2 when there was trouble.
-)";
+)help";
 }
 
 std::string VersionText() {

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <limits>
 #include <map>
+#include <set>
 #include <utility>
 
 namespace trovex::cli {
@@ -37,10 +38,14 @@ constexpr int kMaxInt = std::numeric_limits<int>::max();
 constexpr int kMaxContext = kMaxInt / 2;
 
 template <typename T>
-void DeclareChoice(CLI::App& app, const char* name, T& value,
-                   const std::map<std::string, T>& choices) {
-  app.add_option(name, value)
-      ->transform(CLI::CheckedTransformer(choices, CLI::ignore_case))
+void DeclareChoice(CLI::App& app, const char* name, T& value, std::map<std::string, T> choices) {
+  std::set<std::string> names;
+  for (const auto& [choice, meaning] : choices)
+    names.insert(choice);
+  app.add_option_function<std::string>(
+         name, [&value, meanings = std::move(choices)](
+                   const std::string& choice) { value = meanings.at(choice); })
+      ->transform(CLI::IsMember(names, CLI::ignore_case))
       ->take_last();
 }
 

@@ -75,11 +75,20 @@ std::string Meant(std::string_view expression) {
   return text;
 }
 
+/// Whether an operator stands in the expression without a backslash before it.
+bool HoldsOperator(std::string_view expression) {
+  for (std::size_t i = 0; i < expression.size(); ++i) {
+    if (std::string_view("&!()").find(expression[i]) != std::string_view::npos) return true;
+    if (expression[i] == '\\') ++i;
+  }
+  return false;
+}
+
 /// Every text of up to `length` pieces is found by the literal expression for it, whole, and by
 /// nothing shorter.
 void FindTheMeantText(const std::vector<std::string>& pieces, const std::string& expression,
                       int length) {
-  if (!expression.empty()) {
+  if (!expression.empty() && !HoldsOperator(expression)) {
     const std::string text = Meant(expression);
     auto query = Query::Compile(EscapePatternCharacters(expression), Options{});
     ASSERT_TRUE(std::holds_alternative<Query>(query)) << expression;

@@ -107,7 +107,7 @@ TEST_F(Output, JsonIsOneObjectAMatch) {
 }
 
 TEST_F(Output, JsonTellsTheTag) {
-  const auto matches = JsonLines(Run({"--json", "-t2", "(a)(b)"}, "ab").out);
+  const auto matches = JsonLines(Run({"--json", "-t2", "(a)(b)c"}, "abc").out);
   ASSERT_EQ(matches.size(), 1U);
   EXPECT_EQ(matches[0]["tag"], 2);
   EXPECT_EQ(matches[0]["text"], "b");

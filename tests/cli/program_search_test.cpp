@@ -83,17 +83,17 @@ TEST_F(Search, LiteralPatternsKeepTheOperators) {
 
 TEST_F(Search, ATagKeepsTheMatchesOfItsBracket) {
   const std::string text = "Herr Müller\nFrau Huber\nMüller\n";
-  EXPECT_EQ(Run({"-o", "--tag", "1", "(Herr|Frau) (M.ller)"}, text).out, "1:Herr\n");
-  EXPECT_EQ(Run({"-o", "--tag", "2", "(Herr|Frau) (M.ller)"}, text).out, "1:Müller\n");
+  EXPECT_EQ(Run({"-o", "--tag", "1", "(Herr|Frau) (M.ller)$"}, text).out, "1:Herr\n");
+  EXPECT_EQ(Run({"-o", "--tag", "2", "(Herr|Frau) (M.ller)$"}, text).out, "1:Müller\n");
   EXPECT_EQ(Run({"-o", "-t1", "(Huber) & Frau"}, text).out, "2:Huber\n");
   EXPECT_EQ(Run({"-o", "-t1", "(Huber & Frau) & Herr"}, text).out, "2:Frau\n2:Huber\n");
 }
 
 TEST_F(Search, ATagThatDoesNotExistIsTrouble) {
-  const RunResult run = Run({"--tag", "3", "(a)|(b)"}, "a");
+  const RunResult run = Run({"--tag", "3", "(a)(b)c"}, "a");
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err,
-            "    (a)|(b)\n"
+            "    (a)(b)c\n"
             "trovex: There is no bracket 3: the expression has 2 brackets.\n");
 }
 

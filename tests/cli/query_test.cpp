@@ -71,6 +71,10 @@ TEST(Query, ABracketThatTookNoPartIsNoMatch) {
   EXPECT_EQ(SearchFor("x(a)|(b)y", "q\nxa", options), kNothing);
 }
 
+TEST(Query, AnEscapedBracketBehindAnEscapedOperatorIsFound) {
+  EXPECT_EQ(SearchFor("R\\&\\(D", "R&(D").matches, (std::vector<Match>{{0, 4}}));
+}
+
 TEST(Query, ATagThatDoesNotExistIsAFault) {
   Options options;
   options.tag = 2;

@@ -120,7 +120,7 @@ TEST(SourceText, AgreesWithDecodingOneCharacterAtATime) {
   for (int round = 0; round < 500; ++round) {
     const std::size_t kinds = 1 + random() % pieces.size();
     std::string file;
-    for (unsigned count = random() % 200; count > 0; --count)
+    for (std::size_t count = random() % 200; count > 0; --count)
       file += pieces[random() % kinds];
 
     std::string expected;
