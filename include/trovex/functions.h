@@ -86,9 +86,8 @@ TROVEX_EXPORT void ResetEnvironment(void);
 /// Compiles the zero-terminated `pattern` into a new environment and writes its number to `number`:
 /// 0 for the first after a reset, then 1, 2 and so on.
 ///
-/// `regularExpression` nonzero makes it a regular expression; else `phonetic` nonzero a Soundex
-/// code
-/// (`caseSensitive` is then ignored); else it is a regular expression as well.
+/// `regularExpression` nonzero makes it a regular expression; else `phonetic` nonzero makes it a
+/// Soundex code (`caseSensitive` is then ignored); else it is a regular expression as well.
 ///
 /// Returns null on success. Otherwise returns a message text and writes -1; no number is used up.
 /// The matcher is left empty in the first case.
