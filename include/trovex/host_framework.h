@@ -77,8 +77,13 @@ class CArchiveStream {
 
   /// Whether the stream was made for storing.
   bool IsStoring() const { return storing_; }
-  /// Whether a read went past the end.
+  /// Whether a read went past the end, or found what the stream cannot hold.
   bool Failed() const { return failed_; }
+  /// Makes `Failed` true and leaves nothing to read.
+  void Fail() {
+    failed_ = true;
+    position_ = bytes_.size();
+  }
   /// All bytes of the stream; valid until the next write.
   const std::vector<unsigned char>& Bytes() const { return bytes_; }
   /// How many bytes are left to read.
@@ -94,8 +99,7 @@ class CArchiveStream {
   std::uint32_t ReadCount() { return ReadWord(); }
   std::uint32_t ReadWord() {
     if (Remaining() < 4) {
-      failed_ = true;
-      position_ = bytes_.size();
+      Fail();
       return 0;
     }
     std::uint32_t word = 0;
@@ -193,7 +197,8 @@ class CPointerArray : public CSerializableObject {
   /// Storing writes the number of slots as a count and each pointer as raw words, in order; a
   /// pointer of 64 bits takes two words, the low one first. Loading replaces the slots by what was
   /// stored; the old elements are not deleted, the loaded pointers mean something only in the
-  /// process that stored them. A count that the stream cannot hold makes the array empty.
+  /// process that stored them. A count that the stream cannot hold makes the array empty and the
+  /// stream fail.
   void Serialize(CArchiveStream& archive) override {
     if (archive.IsStoring()) {
       archive.WriteCount(static_cast<std::uint32_t>(size_));
@@ -203,6 +208,7 @@ class CPointerArray : public CSerializableObject {
     }
     const std::uint32_t count = archive.ReadCount();
     const bool held = count <= archive.Remaining() / sizeof(T*) && count <= 0x7FFFFFFFu;
+    if (!held) archive.Fail();
     SetSize(held ? static_cast<int>(count) : 0);
     for (int i = 0; i < size_; ++i)
       data_[Slot(i)] = LoadPointer(archive);
