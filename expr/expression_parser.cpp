@@ -13,11 +13,9 @@
 // - Brackets around no operator make no node: their text stays in the segment, where they are the
 //   pattern's own groups.
 // - Only a level whose operator is returned directly becomes a tagged node. In "((a & b))" the
-// outer
-//   level has nothing to return: the inner AND is dropped, and the whole text is one pattern.
+//   outer level has nothing to return: the inner AND is dropped, and the whole text is one pattern.
 // - A node made by brackets stands for the whole segment; other text of the segment is dropped.
-// - "a & b & c" is a & (b & c); "a & !b & c" is (a & !b) & c: the operand of "!" ends at the next
-// "&".
+// - "a & b & c" is a & (b & c); "a & !b & c" is (a & !b) & c: the operand of "!" ends at the next "&".
 //
 // A fault travels as an exception that carries a message number up to GetSearchTree; every node
 // under construction has an owner on the way, which deletes it.
