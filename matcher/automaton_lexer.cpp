@@ -110,7 +110,7 @@ Token AutomatonLexer::BackslashedToken(unsigned char c) {
     case '`':
       return TokLineStart;
     case '\'':
-      return TokLineEnd;
+      return syntax_.endIsOpen ? TokBackref : TokLineEnd;
     case 'w':
       return SetOf(WordBytes());
     case 'W':

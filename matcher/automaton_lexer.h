@@ -21,6 +21,9 @@ struct AutomatonSyntax {
   unsigned long bits = 0;
   bool fold = false;    // letters match in both cases
   bool wasSet = false;  // nothing can be read before
+  /// The engine will be asked for matches in a part of the line too, which "\'" takes for the whole.
+  /// Where the text ends is then beyond the automaton: it must let the engine decide.
+  bool endIsOpen = false;
 };
 
 /// The bounds of an interval. A maximum of 0 means that there is none.

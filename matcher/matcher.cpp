@@ -95,6 +95,8 @@ MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
   if (error != MessageNumber::kNone) return error;
 
   AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
+  // A match that is no whole word is looked for again in a shortened line.
+  CurrentAutomatonSyntax().endIsOpen = matcher.matchWords;
   const std::string wrapped = AutomatonPattern({pattern, length}, matcher);
   AutomatonCompile(wrapped.data(), wrapped.size(), compiled.automaton, true);
   BuildKeywordPrefilter(compiled, matcher.foldCase);

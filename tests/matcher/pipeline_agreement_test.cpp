@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 #include <trovex/functions.h>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -160,6 +161,24 @@ TEST_F(PipelineAgreement, WordAnchors) {
   const Alphabet alphabet = {
       {"a", "\\<", "\\>", "\\b", "\\B", "|", " ", "*"}, 4, {"a", " ", "\xE4", "\n"}, 4};
   EXPECT_GE(CompareAll(alphabet, {false, false}), 300000);
+}
+
+TEST_F(PipelineAgreement, EndOfTheTextInAShortenedLine) {
+  ASSERT_TRUE(Prepare("b.|.\\'", {false, true}));
+  ASSERT_TRUE(Agree("b.|.\\'", {false, true},
+                    "\tb\xFC"
+                    "c",
+                    '\0', 0));
+  EXPECT_EQ(Find(*std::make_unique<HeapText>("\tb\xFC"
+                                             "c"),
+                 0, false),
+            (MatchRange{1, 2}));
+}
+
+TEST_F(PipelineAgreement, StartAndEndOfTheText) {
+  const Alphabet alphabet = {{"a", "b", "\\`", "\\'", "|", ".", "(", ")"}, 4, {"a", "b", " "}, 4};
+  EXPECT_GE(CompareAll(alphabet, {false, false}), 100000);
+  EXPECT_GE(CompareAll(alphabet, {false, true}), 100000);
 }
 
 TEST_F(PipelineAgreement, LettersOfEitherCase) {
