@@ -341,6 +341,7 @@ StateNumber StateFor(PatternAutomaton& automaton, const PositionSet& positions, 
   state.letterContext = context.letter;
   FindEnds(automaton, state);
   const auto number = static_cast<StateNumber>(automaton.states.size());
+  automaton.heldPositions += state.positions.size();
   automaton.states.push_back(std::move(state));
   automaton.stateIndex.emplace(hash, number);
   return number;
@@ -478,6 +479,25 @@ void DropAllTables(PatternAutomaton& automaton) {
   automaton.builtTables = 0;
 }
 
+/// Keeps the start state and `kept`, which has the returned number from then on, and no other.
+/// There are no tables, so nothing else knows a state by its number.
+StateNumber ForgetStates(PatternAutomaton& automaton, StateNumber kept) {
+  std::vector<State>& states = automaton.states;
+  const StateNumber number = kept == 0 ? 0 : 1;
+  if (kept > number) std::swap(states[1], states[static_cast<std::size_t>(kept)]);
+  states.resize(static_cast<std::size_t>(number) + 1);
+
+  automaton.heldPositions = 0;
+  automaton.stateIndex.clear();
+  for (StateNumber i = 0; i <= number; ++i) {
+    const State& state = states[static_cast<std::size_t>(i)];
+    const Context context = {state.newlineContext, state.letterContext};
+    automaton.heldPositions += state.positions.size();
+    automaton.stateIndex.emplace(HashOf(state.positions, context), i);
+  }
+  return number;
+}
+
 /// Gives every state its entry in the arrays that are kept per state.
 void GrowSlots(PatternAutomaton& automaton) {
   const std::size_t count = automaton.states.size();
@@ -504,8 +524,11 @@ void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
   StateFor(automaton, start, {.newline = AnyDepends(start, DependsOnNewlineBefore)});
 }
 
-void BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
-  if (automaton.builtTables >= kMaxBuiltTables) DropAllTables(automaton);
+StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
+  if (automaton.builtTables >= kMaxBuiltTables) {
+    DropAllTables(automaton);
+    if (automaton.heldPositions > kMaxHeldPositions) state = ForgetStates(automaton, state);
+  }
   auto table = std::make_unique<TransitionTable>();
   FillTable(automaton, state, *table);
   GrowSlots(automaton);
@@ -516,6 +539,7 @@ void BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
   const bool accepts = automaton.states[slot].acceptConstraint != 0;
   (accepts ? automaton.failTables[slot] : automaton.transitions[slot + 1]) = std::move(table);
   ++automaton.builtTables;
+  return state;
 }
 
 }  // namespace trovex

@@ -4,7 +4,7 @@
 // The number of states can be exponential in the length of the pattern, so nothing is made in
 // advance. What a text needs is kept and used again, within a budget: there are never more than
 // `kMaxBuiltTables` tables. When one more is needed all are thrown away, and those that the text
-// still comes by are built anew.
+// still comes by are built anew. States are kept as long as they do not hold too many positions.
 //
 // All functions throw nothing but `std::bad_alloc`, and then leave the record as it was or with
 // more states than before.
@@ -21,8 +21,9 @@ namespace trovex {
 void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag);
 
 /// Builds the table of `state`, which has none, together with its success bits and its newline
-/// transition. Every other table may be gone afterwards.
-void BuildStateTable(PatternAutomaton& automaton, StateNumber state);
+/// transition. Every other table may be gone afterwards, and every other state but the start; the
+/// number that `state` has then is returned.
+StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state);
 
 }  // namespace trovex
 

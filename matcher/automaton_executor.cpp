@@ -77,7 +77,7 @@ const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, cha
     const auto slot = static_cast<std::size_t>(run.current);
     const TransitionTable* table = automaton.failTables[slot].get();
     if (table == nullptr) {
-      BuildStateTable(automaton, run.current);
+      run.current = BuildStateTable(automaton, run.current);
       continue;
     }
     if ((automaton.successBits[slot] & automaton.contextOf[*run.next]) != 0) {

@@ -140,6 +140,10 @@ struct MustEntry {
 /// How many transition tables exist at most at one time.
 inline constexpr int kMaxBuiltTables = 1024;
 
+/// How many positions the states may hold together when all tables are thrown away; with more, the
+/// states go too. 32 MB.
+inline constexpr std::size_t kMaxHeldPositions = std::size_t{1} << 22;
+
 struct PatternAutomaton {
   // Filled by the parser.
 
@@ -155,6 +159,7 @@ struct PatternAutomaton {
   bool searchFlag = false;           // a match may begin at any byte
   std::vector<State> states;
   std::unordered_multimap<std::size_t, StateNumber> stateIndex;  // the states by hash
+  std::size_t heldPositions = 0;                                 // of all states together
   CharSet letters;                                               // the bytes that are letters
   std::array<ContextClass, 256> contextOf{};                     // the kind of each byte
 

@@ -445,6 +445,18 @@ TEST(AutomatonGrowth, TenMillionBytesNeedNoMoreThanTheStatesThatThereAre) {
   EXPECT_LE(CountTables(automaton), kMaxBuiltTables);
 }
 
+TEST(AutomatonGrowth, StatesThatHoldTooManyPositionsAreForgotten) {
+  PatternAutomaton automaton = Compiled("(a|b)*a(a|b){400}d");
+  const std::string text = TextWithoutMatch(60000, 3);
+  // A state holds some 200 positions; all states together would hold 12,000,000.
+  EXPECT_EQ(EndOfMatch(automaton, text), -1);
+  EXPECT_LE(automaton.heldPositions, kMaxHeldPositions + kMaxBuiltTables * 2000U);
+
+  const std::string match = text + "\na" + std::string(400, 'b') + "d";
+  EXPECT_EQ(EndOfMatch(automaton, match), static_cast<std::ptrdiff_t>(match.size()));
+  EXPECT_LE(CountTables(automaton), kMaxBuiltTables);
+}
+
 TEST(AutomatonGrowth, MultilineScanSurvivesTheFlush) {
   PatternAutomaton automaton = Compiled("a(a|b){12}\\W^b");
   std::mt19937 random(7);
