@@ -47,10 +47,16 @@ std::string AutomatonPattern(std::string_view pattern, const MatcherState& match
   return wrapped;
 }
 
+/// Whether an occurrence of `entry` is a match. A string with a line feed is none, wherever it occurs:
+/// no line holds it.
+bool IsExact(const MustEntry& entry) {
+  return entry.exact && entry.text.find('\n') == std::string::npos;
+}
+
 /// Adds the automaton's required strings that are exact, or those that are not.
 void AddKeywords(CompiledPattern& compiled, bool exact) {
   for (const MustEntry& entry : compiled.automaton.mustEntries) {
-    if (entry.exact != exact) continue;
+    if (IsExact(entry) != exact) continue;
     if (exact) ++compiled.exactKeywordCount;
     const MessageNumber error =
         KeywordSetAdd(*compiled.keywords, entry.text.data(), static_cast<int>(entry.text.size()));

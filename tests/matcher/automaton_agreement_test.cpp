@@ -323,6 +323,12 @@ TEST(AutomatonReadings, FoldedRangeCountsBytesAsTheyAre) {
   EXPECT_EQ(ReadingOf("[Z-a]", "^", true), kCandidate);
 }
 
+TEST(AutomatonReadings, CollatingElementIsASetOfItsCharacters) {
+  EXPECT_EQ(ReadingOf("[[.a.]]", "a"), kTurnedAway);
+  EXPECT_EQ(ReadingOf("[[.a.]]", "a]"), (Reading{true, true}));
+  EXPECT_EQ(ReadingOf("[[=a=]]", "a"), kTurnedAway);
+}
+
 TEST(AutomatonReadings, EndsBehindSeveralAnchorsAreAcceptedUnderAnyOfTheirConditions) {
   EXPECT_EQ(ReadingOf("\\B|a^", "a"), kCandidate);
 }

@@ -181,6 +181,12 @@ TEST_F(PipelineAgreement, StartAndEndOfTheText) {
   EXPECT_GE(CompareAll(alphabet, {false, true}), 100000);
 }
 
+TEST_F(PipelineAgreement, EscapedLineFeedMatchesNothing) {
+  const Alphabet alphabet = {{"a", "\\\n", "b", "*", "|"}, 4, {"a", "b", "\n"}, 4};
+  EXPECT_GE(CompareAll(alphabet, {false, false}), 10000);
+  EXPECT_GE(CompareAll(alphabet, {true, true}), 10000);
+}
+
 TEST_F(PipelineAgreement, LettersOfEitherCase) {
   const Alphabet alphabet = {{"a", "A", "\xE4", "\xC4", "\xDF", "[^a]", "(", ")", "|", "*"},
                              3,
