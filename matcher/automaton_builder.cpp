@@ -472,8 +472,9 @@ std::uint8_t SuccessBits(const State& state) {
 }
 
 void DropAllTables(PatternAutomaton& automaton) {
-  for (auto& table : automaton.transitions)
-    table.reset();
+  automaton.transitions.clear();
+  automaton.transitionOwners.clear();
+  std::fill(automaton.transitionsOf.begin(), automaton.transitionsOf.end(), kNoTable);
   for (auto& table : automaton.failTables)
     table.reset();
   automaton.builtTables = 0;
@@ -501,10 +502,23 @@ StateNumber ForgetStates(PatternAutomaton& automaton, StateNumber kept) {
 /// Gives every state its entry in the arrays that are kept per state.
 void GrowSlots(PatternAutomaton& automaton) {
   const std::size_t count = automaton.states.size();
-  automaton.transitions.resize(count + 1);
+  automaton.transitionsOf.resize(count, kNoTable);
   automaton.failTables.resize(count);
   automaton.successBits.resize(count);
   automaton.newlineTransitions.resize(count, kNoState);
+}
+
+/// Appends `table`, that of `state`, to the fast loop's tables. A step to a state whose table is not
+/// there stops the loop, also if it comes there later: the loop then mends the step.
+void AddTransitions(PatternAutomaton& automaton, StateNumber state, const TransitionTable& table) {
+  automaton.transitionsOf[static_cast<std::size_t>(state)] =
+      static_cast<Step>(automaton.transitions.size());
+  automaton.transitionOwners.push_back(state);
+  for (const StateNumber next : table) {
+    const Step there =
+        next == kNoState ? kNoTable : automaton.transitionsOf[static_cast<std::size_t>(next)];
+    automaton.transitions.push_back(there == kNoTable ? StopAt(next) : there);
+  }
 }
 
 }  // namespace
@@ -536,8 +550,11 @@ StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
   const auto slot = static_cast<std::size_t>(state);
   automaton.successBits[slot] = SuccessBits(automaton.states[slot]);
   automaton.newlineTransitions[slot] = std::exchange((*table)[kNewline], kNoState);
-  const bool accepts = automaton.states[slot].acceptConstraint != 0;
-  (accepts ? automaton.failTables[slot] : automaton.transitions[slot + 1]) = std::move(table);
+  if (automaton.states[slot].acceptConstraint != 0) {
+    automaton.failTables[slot] = std::move(table);
+  } else {
+    AddTransitions(automaton, state, *table);
+  }
   ++automaton.builtTables;
   return state;
 }

@@ -1,26 +1,31 @@
 // The road through the states.
 //
-// The fast loop is  state = transitions[state][byte].  It makes no test but one: whether the state
-// has a table there. All that is out of the ordinary has none, and so ends the loop:
+// The fast loop is  table = tables[table + byte].  A step leads straight to the next state's table, and
+// the loop makes no test but one: whether there is one. All that is out of the ordinary has none:
 //
 //   a newline        every table leads to `kNoState` on it. The newline that is written behind the
 //                    text ends the loop there, so no byte is tested for being the last.
 //   accepting        a state that accepts in some context keeps its table in `failTables`: the next
 //                    byte decides whether the context is right, or whether the text goes on.
-//   not built yet    the table is built, and the loop goes on.
+//   not built yet    the table is built, and the loop goes on. A step that stopped the loop at a state
+//                    whose table has come since is mended on the way.
 //
-// The loop takes two bytes per turn. `current` and `previous` swap their roles at each step, so
-// that the state left last is known without a copy: behind a newline the scan may go on from it.
+// The loop takes two bytes per turn. `from` and `to` swap their roles at each step, so that the table
+// left last is known without a copy: behind a newline the scan may go on from its state.
 
 #include "matcher/automaton_executor.h"
 
 #include "matcher/automaton_builder.h"
 
+#include <cstddef>
+#include <tuple>
 #include <utility>
 
 namespace trovex {
 
 namespace {
+
+constexpr std::size_t kTableSize = std::tuple_size_v<TransitionTable>;
 
 /// Where a run stands.
 struct Run {
@@ -29,22 +34,32 @@ struct Run {
   StateNumber previous = 0;  // the state left last
 };
 
-/// Goes on until the current state has no transition table.
-inline void RunFast(const PatternAutomaton& automaton, Run& run) {
-  const auto* const tables = automaton.transitions.data() + 1;
+/// Goes on from the current state, which has a table for the fast loop, until one has none.
+inline void RunFast(PatternAutomaton& automaton, Run& run) {
+  Step* const tables = automaton.transitions.data();
   const unsigned char* next = run.next;
-  StateNumber current = run.current;
-  StateNumber previous = run.previous;
-  while (const TransitionTable* table = tables[current].get()) {
-    previous = (*table)[*next++];
-    table = tables[previous].get();
-    if (table == nullptr) {
-      std::swap(current, previous);
-      break;
+  Step from = automaton.transitionsOf[static_cast<std::size_t>(run.current)];
+  for (;;) {
+    Step to = 0;
+    for (;;) {
+      to = tables[from + *next++];
+      if (to < 0) break;
+      from = tables[to + *next++];
+      if (from < 0) {
+        std::swap(from, to);
+        break;
+      }
     }
-    current = (*table)[*next++];
+    run.current = StoppedAt(to);
+    const Step table = run.current == kNoState
+                           ? kNoTable
+                           : automaton.transitionsOf[static_cast<std::size_t>(run.current)];
+    if (table == kNoTable) break;
+    tables[from + next[-1]] = table;
+    from = table;
   }
-  run = {next, current, previous};
+  run.next = next;
+  run.previous = automaton.transitionOwners[static_cast<std::size_t>(from) / kTableSize];
 }
 
 /// Puts the run, which has just left a line, into the state in which it enters the next one. A
@@ -63,11 +78,10 @@ const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, cha
                              bool multiline, int* newlineCount, bool* backref) {
   *end = '\n';
   const auto* const textEnd = reinterpret_cast<const unsigned char*>(end);
-  if (automaton.transitions.empty()) BuildStateTable(automaton, 0);
+  if (automaton.builtTables == 0) BuildStateTable(automaton, 0);
 
   Run run = {.next = reinterpret_cast<const unsigned char*>(begin)};
   for (;;) {
-    RunFast(automaton, run);
     if (run.current == kNoState) {
       if (run.next > textEnd) return nullptr;
       if (newlineCount != nullptr && run.next[-1] == '\n') ++*newlineCount;
@@ -75,6 +89,10 @@ const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, cha
       continue;
     }
     const auto slot = static_cast<std::size_t>(run.current);
+    if (automaton.transitionsOf[slot] != kNoTable) {
+      RunFast(automaton, run);
+      continue;
+    }
     const TransitionTable* table = automaton.failTables[slot].get();
     if (table == nullptr) {
       run.current = BuildStateTable(automaton, run.current);

@@ -123,6 +123,19 @@ struct State {
 /// The next state for each byte.
 using TransitionTable = std::array<StateNumber, 256>;
 
+/// A step of the fast loop, whose tables know the next table instead of the next state: where that
+/// table begins, or, below 0, the state at which the loop must stop because it has none there.
+using Step = std::int32_t;
+
+inline constexpr Step kNoTable = -1;
+
+constexpr Step StopAt(StateNumber state) {
+  return -2 - state;
+}
+constexpr StateNumber StoppedAt(Step step) {
+  return -2 - step;
+}
+
 /// What kind of byte comes next; each kind is a bit, so that a state's success bits name the kinds
 /// before which it accepts.
 enum ContextClass : std::uint8_t {
@@ -163,12 +176,14 @@ struct PatternAutomaton {
   CharSet letters;                                               // the bytes that are letters
   std::array<ContextClass, 256> contextOf{};                     // the kind of each byte
 
-  // One entry per state and table slot. A state that accepts in some context keeps its table in
-  // `failTables`, so that the fast loop, which knows `transitions` alone, stops at it. The entries
-  // of `transitions` are shifted by one: the first belongs to `kNoState` and is always null.
+  // A state that accepts in some context keeps its table in `failTables`, where the fast loop, which
+  // knows `transitions` alone, cannot go. The tables of all other states lie in `transitions`, one
+  // behind the other, 256 steps each.
 
-  std::vector<std::unique_ptr<TransitionTable>> transitions;
-  std::vector<std::unique_ptr<TransitionTable>> failTables;
+  std::vector<Step> transitions;
+  std::vector<StateNumber> transitionOwners;  // per table of `transitions`: its state
+  std::vector<Step> transitionsOf;            // per state: where its table begins, or kNoTable
+  std::vector<std::unique_ptr<TransitionTable>> failTables;  // per state
   std::vector<std::uint8_t> successBits;        // context classes before which the state accepts
   std::vector<StateNumber> newlineTransitions;  // the state behind a newline
   int builtTables = 0;                          // how many tables exist

@@ -45,7 +45,7 @@ inline std::ptrdiff_t EndOfMatch(PatternAutomaton& automaton, std::string_view t
 /// How many tables the automaton holds.
 inline std::ptrdiff_t CountTables(const PatternAutomaton& automaton) {
   const auto built = [](const auto& table) { return table != nullptr; };
-  return std::count_if(automaton.transitions.begin(), automaton.transitions.end(), built) +
+  return static_cast<std::ptrdiff_t>(automaton.transitions.size() / 256) +
          std::count_if(automaton.failTables.begin(), automaton.failTables.end(), built);
 }
 
