@@ -25,7 +25,7 @@ class Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
-  bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+  bool IsOpen() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
 
   /// Null when `text` has no counterpart.
   std::optional<std::string> Convert(std::string_view text) {

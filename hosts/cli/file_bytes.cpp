@@ -16,7 +16,7 @@ namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kFirstBlock = 64 * 1024;
+constexpr std::size_t kFirstBlock = std::size_t{64} * 1024;
 
 ReadError SystemError(int error) {
   return {std::strerror(error)};

@@ -31,7 +31,7 @@ SearchSummary& SearchSummary::operator+=(const SearchSummary& other) {
   return *this;
 }
 
-FileSearch::FileSearch(const Options& options, Query query, Printer printer)
+FileSearch::FileSearch(const Options& options, Query query, const Printer& printer)
     : scope_(options.scope),
       encoding_(options.encoding),
       phonetic_(options.phonetic),
@@ -39,7 +39,7 @@ FileSearch::FileSearch(const Options& options, Query query, Printer printer)
       firstUnitIsEnough_(!options.stats && (options.output == OutputMode::kFiles ||
                                             options.output == OutputMode::kQuiet)),
       query_(std::move(query)),
-      printer_(std::move(printer)) {}
+      printer_(printer) {}
 
 SearchSummary FileSearch::Search(const FileToSearch& file, ResultSink& sink) {
   const auto fail = [&sink](const std::string& sentence) {

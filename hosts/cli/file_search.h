@@ -28,7 +28,7 @@ struct SearchSummary {
 
 class FileSearch {
  public:
-  FileSearch(const Options& options, Query query, Printer printer);
+  FileSearch(const Options& options, Query query, const Printer& printer);
 
   /// Searches `file` and puts what is to be seen into `sink`.
   SearchSummary Search(const FileToSearch& file, ResultSink& sink);

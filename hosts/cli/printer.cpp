@@ -13,7 +13,7 @@ namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kPieceSize = 64 * 1024;
+constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
 /// A line to be shown, with the matches that begin on it.
 struct HitLine {

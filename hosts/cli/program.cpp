@@ -21,6 +21,8 @@
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <deque>
@@ -36,7 +38,7 @@ namespace trovex::cli {
 namespace {
 
 /// Below this many bytes a search is done before a worker would have been started.
-constexpr std::int64_t kSmallWork = 1024 * 1024;
+constexpr std::int64_t kSmallWork = std::int64_t{1024} * 1024;
 
 using Clock = Progress::Clock;
 
@@ -45,27 +47,20 @@ class WorkAhead {
  public:
   explicit WorkAhead(FileWalk walk) : walk_(std::move(walk)) {}
 
-  /// Whether the files together are worth the start of a worker.
-  bool IsLarge() {
-    std::int64_t bytes = 0;
-    while (bytes < kSmallWork) {
-      std::optional<FileToSearch> file = walk_.Next();
-      if (!file.has_value()) return false;
-      struct stat status {};
-      if (stat(file->path.c_str(), &status) == 0) bytes += status.st_size;
-      ahead_.push_back(std::move(*file));
+  /// Whether there are at least two files.
+  bool HasSeveral() {
+    while (ahead_.size() < 2) {
+      if (!LookFurther()) return false;
     }
     return true;
   }
 
-  /// Whether there is no second file.
-  bool IsOneFile() {
-    while (ahead_.size() < 2) {
-      std::optional<FileToSearch> file = walk_.Next();
-      if (!file.has_value()) return true;
-      ahead_.push_back(std::move(*file));
+  /// Whether the files together are worth the start of a worker.
+  bool IsLarge() {
+    while (bytesAhead_ < kSmallWork) {
+      if (!LookFurther()) return false;
     }
-    return false;
+    return true;
   }
 
   std::optional<FileToSearch> Next() {
@@ -76,8 +71,18 @@ class WorkAhead {
   }
 
  private:
+  bool LookFurther() {
+    std::optional<FileToSearch> file = walk_.Next();
+    if (!file.has_value()) return false;
+    struct stat status {};
+    if (stat(file->path.c_str(), &status) == 0) bytesAhead_ += status.st_size;
+    ahead_.push_back(std::move(*file));
+    return true;
+  }
+
   FileWalk walk_;
   std::deque<FileToSearch> ahead_;
+  std::int64_t bytesAhead_ = 0;
 };
 
 int JobCount(const Options& options) {
@@ -127,7 +132,7 @@ int RunSearch(const Options& options, Query query, bool utf8Terminal) {
 
   const bool firstIsEnough = options.output == OutputMode::kQuiet && !options.stats;
   const int jobs = JobCount(options);
-  const bool parallel = jobs > 1 && !work.IsOneFile();
+  const bool parallel = jobs > 1 && work.HasSeveral();
   SearchSummary total;
   if ((parallel || progress.IsVisible()) && work.IsLarge()) {
     const auto searchOne = [&search](const FileToSearch& file, ResultSink& sink) {

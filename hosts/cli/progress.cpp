@@ -37,7 +37,8 @@ std::string ReadableBytes(double bytes) {
 std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds) {
   const double rate = seconds > 0 ? static_cast<double>(bytes) / seconds : 0;
   return std::to_string(files) + (files == 1 ? " file, " : " files, ") +
-         ReadableBytes(static_cast<double>(bytes)) + ", " + ReadableBytes(rate) + "/s";
+         ReadableBytes(static_cast<double>(bytes)) + ", " + ReadableBytes(rate) + "/s, " +
+         std::to_string(static_cast<int>(seconds)) + " s";
 }
 
 Progress::Progress(int descriptor, Clock::time_point start)

@@ -33,7 +33,7 @@ class Progress {
   Clock::time_point nextDraw_;
 };
 
-/// The line's text.
+/// The line's text: files and bytes that are done, their rate, and the time since the start.
 std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds);
 
 /// A number of bytes in the largest unit that keeps it above 1: "950 bytes", "1.5 MB".

@@ -11,7 +11,7 @@ namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kFlushSize = 64 * 1024;
+constexpr std::size_t kFlushSize = std::size_t{64} * 1024;
 
 /// Writes all of `text`. Returns 0 or the error.
 int WriteAll(int descriptor, std::string_view text) {

@@ -13,7 +13,7 @@ namespace trovex::cli {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::size_t kBinaryLookAhead = 32 * 1024;
+constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
 constexpr std::size_t kCheckpointStep = 64;
 
 bool Contains(std::string_view text, char c) {

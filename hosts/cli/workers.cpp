@@ -18,7 +18,7 @@ namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kMaxHeldBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMaxHeldBytes = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kMaxJobs = 4096;
 constexpr int kProgressInterval = 200;  // milliseconds
 

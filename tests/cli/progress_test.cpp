@@ -51,7 +51,7 @@ TEST(Progress, AppearsAfterOneSecondAndGoesAway) {
   progress.Erase();
   EXPECT_EQ(terminal.Shown(), "");
   progress.Show(20, 3000000, start + 2s);
-  EXPECT_EQ(terminal.Shown(), "\r\033[Ksearched 20 files, 3.0 MB, 1.5 MB/s");
+  EXPECT_EQ(terminal.Shown(), "\r\033[Ksearched 20 files, 3.0 MB, 1.5 MB/s, 2 s");
   progress.Show(21, 3100000, start + 2010ms);
   EXPECT_EQ(terminal.Shown(), "");
   progress.Erase();
@@ -77,7 +77,7 @@ TEST(Progress, BytesAreReadable) {
   EXPECT_EQ(ReadableBytes(1500), "1.5 kB");
   EXPECT_EQ(ReadableBytes(2.5e9), "2.5 GB");
   EXPECT_EQ(ReadableBytes(2.5e13), "25000.0 GB");
-  EXPECT_EQ(ProgressText(1, 500, 0), "1 file, 500 bytes, 0 bytes/s");
+  EXPECT_EQ(ProgressText(1, 500, 0), "1 file, 500 bytes, 0 bytes/s, 0 s");
 }
 
 }  // namespace
