@@ -134,12 +134,10 @@ std::string Mode(const Options& options) {
 
 }  // namespace
 
-std::string ExplainQuery(const Query& query, const std::string& expression, const Options& options,
-                         bool utf8) {
+std::string ExplainQuery(const Query& query, const Options& options, bool utf8) {
   TreeDrawing drawing(options, query.TagCount(), utf8);
   drawing.Draw(query.Root(), "", "");
-  return (utf8 ? CodePage::Get().ToUtf8(expression) : expression) + "\n" + Mode(options) + "\n" +
-         drawing.Finish();
+  return options.expression + "\n" + Mode(options) + "\n" + drawing.Finish();
 }
 
 }  // namespace trovex::cli

@@ -10,12 +10,11 @@
 
 namespace trovex::cli {
 
-/// Draws the tree of `query`, which was compiled from `expression`, a text of the code page. With
-/// `utf8` the result is UTF-8, else it keeps the code page's bytes and draws in ASCII.
+/// Draws the tree of `query` below the expression as it was typed. With `utf8` the result is UTF-8,
+/// else patterns keep the code page's bytes and the drawing is ASCII.
 ///
 /// Computes Soundex codes: the library's present code is another one afterwards.
-std::string ExplainQuery(const Query& query, const std::string& expression, const Options& options,
-                         bool utf8);
+std::string ExplainQuery(const Query& query, const Options& options, bool utf8);
 
 }  // namespace trovex::cli
 

@@ -178,7 +178,7 @@ int RunOptions(const Options& options, ResultStream& stream) {
   if (!options.explain) return RunSearch(options, std::move(query), utf8Terminal);
   const bool drawnInUtf8 =
       utf8Terminal || (IsPlainAscii(encoding) && IsValidUtf8(options.expression));
-  stream.Output(ExplainQuery(query, expression, options, drawnInUtf8));
+  stream.Output(ExplainQuery(query, options, drawnInUtf8));
   stream.Flush();
   return kExitFound;
 }

@@ -3,6 +3,7 @@
 #include "tests/cli/run_program.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -90,6 +91,22 @@ TEST_F(Output, ColorsMarkNamesNumbersAndMatches) {
             "\033[1;31mx\033[0m\n");
   EXPECT_EQ(Run({"--color", "auto", "x", "t"}).out, "t:2:x\n");
   EXPECT_EQ(Run({"--color", "never", "x", "t"}).out, "t:2:x\n");
+}
+
+TEST_F(Output, ATerminalGetsColorsUnlessItsUserDoesNotWantThem) {
+  Write("t", "x\n");
+  EXPECT_EQ(ShellOnTerminal("$TROVEX -IN x t"), "\033[1;31mx\033[0m\r\n");
+  EXPECT_EQ(ShellOnTerminal("$TROVEX --color never -IN x t"), "x\r\n");
+  EXPECT_EQ(ShellOnTerminal("NO_COLOR=1 $TROVEX -IN x t"), "x\r\n");
+  EXPECT_EQ(ShellOnTerminal("TERM=dumb $TROVEX -IN x t"), "x\r\n");
+  EXPECT_EQ(ShellOnTerminal("$TROVEX -IN x t | cat"), "x\r\n");
+}
+
+TEST_F(Output, ProgressIsShownOnATerminalAndTakenAway) {
+  ASSERT_EQ(mkfifo(Path("slow").c_str(), 0600), 0);
+  const std::string seen = ShellOnTerminal("(sleep 1.2; echo x) > slow & $TROVEX -q y slow");
+  EXPECT_EQ(seen.find("\r\033[Ksearched 1 file, 2 bytes, "), 0U);
+  EXPECT_TRUE(seen.ends_with("\r\033[K"));
 }
 
 TEST_F(Output, JsonIsOneObjectAMatch) {

@@ -197,6 +197,24 @@ TEST_F(Search, ExplainShowsSoundexCodes) {
             std::string::npos);
 }
 
+TEST_F(Search, ExplainShowsTheExpressionAsItWasTyped) {
+  EXPECT_EQ(
+      Run({"--explain", "-F", "a.ü"}).out,
+      "a.ü\n"
+      "Searched as regular expressions with their special characters made ordinary, in either "
+      "case.\n"
+      "\n"
+      "\"a\\.ü\"\n");
+  UseLocale("C");
+  EXPECT_EQ(Run({"--explain", "a & \xFC"}).out,
+            "a & \xFC\n"
+            "Searched as regular expressions, in either case.\n"
+            "\n"
+            "AND, anywhere in the text\n"
+            "|- searched first: \"a\"\n"
+            "`- then: \"\xFC\"\n");
+}
+
 TEST_F(Search, ExplainRefusesWhatASearchRefuses) {
   EXPECT_EQ(Run({"--explain", "a &"}).status, 2);
 }

@@ -3,6 +3,7 @@
 #include "tests/cli/run_program.h"
 
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <cstdlib>
@@ -71,6 +72,32 @@ RunResult ProgramTest::Shell(const std::string& command) const {
   return Execute({"/bin/sh", "-c", command}, "");
 }
 
+std::string ProgramTest::ShellOnTerminal(const std::string& command) const {
+  int terminal = -1;
+  const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (process < 0) throw std::runtime_error("no terminal for the test");
+  if (process == 0) {
+    EnterFolder();
+    Become({"/bin/sh", "-c", command});
+  }
+  std::string seen;
+  char buffer[4096];
+  for (ssize_t count; (count = read(terminal, buffer, sizeof buffer)) > 0;)
+    seen.append(buffer, static_cast<std::size_t>(count));
+  close(terminal);
+  waitpid(process, nullptr, 0);
+  return seen;
+}
+
+/// Makes the process, which is a new one, stand where a run begins.
+void ProgramTest::EnterFolder() const {
+  setenv("LC_ALL", locale_.c_str(), 1);
+  setenv("TERM", "xterm", 1);
+  unsetenv("NO_COLOR");
+  setenv("TROVEX", TROVEX_PROGRAM, 1);
+  if (chdir(folder_.c_str()) != 0) _exit(127);
+}
+
 RunResult ProgramTest::Execute(const std::vector<std::string>& command,
                                const std::string& input) const {
   std::ofstream(folder_ + ".in", std::ios::binary) << input;
@@ -80,9 +107,7 @@ RunResult ProgramTest::Execute(const std::vector<std::string>& command,
     Redirect(STDIN_FILENO, folder_ + ".in", O_RDONLY);
     Redirect(STDOUT_FILENO, folder_ + ".out", O_WRONLY | O_CREAT | O_TRUNC);
     Redirect(STDERR_FILENO, folder_ + ".err", O_WRONLY | O_CREAT | O_TRUNC);
-    setenv("LC_ALL", locale_.c_str(), 1);
-    setenv("TROVEX", TROVEX_PROGRAM, 1);
-    if (chdir(folder_.c_str()) != 0) _exit(127);
+    EnterFolder();
     Become(command);
   }
   int status = 0;
