@@ -33,6 +33,7 @@ void Redirect(int descriptor, const std::string& path, int flags) {
 
 [[noreturn]] void Become(const std::vector<std::string>& command) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& argument : command)
     arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);

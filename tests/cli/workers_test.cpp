@@ -47,6 +47,7 @@ Shown RunPool(int jobs, std::vector<FileToSearch> files, SearchFunction search,
 
 std::vector<FileToSearch> Named(const std::vector<std::string>& names) {
   std::vector<FileToSearch> files;
+  files.reserve(names.size());
   for (const std::string& name : names)
     files.push_back({name, true, {}});
   return files;
@@ -78,7 +79,7 @@ TEST(WorkerPool, OutputComesInTheOrderOfTheFilesWhoeverIsFirst) {
 }
 
 TEST(WorkerPool, MoreOutputThanIsHeldBackArrivesWhole) {
-  constexpr std::size_t kSize = 12U * 1024 * 1024;
+  constexpr std::size_t kSize = std::size_t{12} * 1024 * 1024;
   const auto search = [](const FileToSearch& file, ResultSink& sink) {
     if (file.path == "0") std::this_thread::sleep_for(300ms);
     const std::string line(kSize / 8 - 1, file.path.front());
