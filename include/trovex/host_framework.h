@@ -8,8 +8,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -223,8 +225,8 @@ class CPointerArray : public CSerializableObject {
   }
 
  protected:
-  /// The slots in use and allocated, for a derived class's own loops.
-  T** Data() const { return data_.get(); }
+  /// The number of slots that the storage has room for; 0 when there is none.
+  int Capacity() const { return capacity_; }
 
  private:
   static std::size_t Slot(int index) { return static_cast<std::size_t>(index); }
@@ -241,11 +243,12 @@ class CPointerArray : public CSerializableObject {
     return size - capacity_ > step ? size : capacity_ + step;
   }
 
+  /// Pointers may move as bytes, so the system can make a large array grow without copying it.
   void Reserve(int capacity) {
-    std::unique_ptr<T*[]> grown(new T*[Slot(capacity)]());
-    for (int i = 0; i < size_; ++i)
-      grown[Slot(i)] = data_[Slot(i)];
-    data_ = std::move(grown);
+    void* grown = std::realloc(data_.get(), Slot(capacity) * sizeof(std::uintptr_t));
+    if (grown == nullptr) throw std::bad_alloc();
+    static_cast<void>(data_.release());
+    data_.reset(static_cast<T**>(grown));
     capacity_ = capacity;
   }
 
@@ -268,7 +271,11 @@ class CPointerArray : public CSerializableObject {
     return pointer;
   }
 
-  std::unique_ptr<T*[]> data_;
+  struct Free {
+    void operator()(T** slots) const { std::free(slots); }
+  };
+
+  std::unique_ptr<T*[], Free> data_;
   std::int32_t size_ = 0;
   std::int32_t capacity_ = 0;
   std::int32_t growBy_ = 0;
