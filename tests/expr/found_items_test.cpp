@@ -25,7 +25,7 @@ ModelArray Ranges(const std::vector<std::vector<int>>& ranges, int negative = 0)
   return model;
 }
 
-/// Lets a test see where the storage lies, hence when it was allocated anew.
+/// Lets a test see how many slots the storage has room for.
 class StorageProbe : public CPointerArray<CFoundItem> {
  public:
   using CPointerArray<CFoundItem>::Capacity;
