@@ -162,6 +162,26 @@ TEST(KeywordSet, OneKeywordIsFoundAtEveryPlaceOfALongText) {
   }
 }
 
+TEST(KeywordSet, AByteThatIsRareInGermanMayBeCommonInTheText) {
+  const KeywordSetPtr set = MakeSet({"aXb"});
+  for (const std::size_t before : {0U, 40U, 1000U, 5000U}) {
+    std::string text(before, 'X');
+    EXPECT_EQ(Search(set, text), std::nullopt) << before;
+    text += "aXb";
+    EXPECT_EQ(Search(set, text), (Found{0, static_cast<int>(before), 3})) << before;
+    text.insert(0, "aX");
+    EXPECT_EQ(Search(set, text), (Found{0, static_cast<int>(before) + 2, 3})) << before;
+  }
+}
+
+TEST(KeywordSet, AKeywordOfCommonBytesAloneIsFound) {
+  const KeywordSetPtr set = MakeSet({"nene"});
+  std::string text(3000, 'n');
+  EXPECT_EQ(Search(set, text), std::nullopt);
+  text.insert(1500, "ene");
+  EXPECT_EQ(Search(set, text), (Found{0, 1499, 4}));
+}
+
 TEST(KeywordSet, NothingIsFoundInALongTextWithout) {
   const KeywordSetPtr set = MakeSet({"abcb"});
   for (std::size_t size = 0; size <= 300; ++size) {
