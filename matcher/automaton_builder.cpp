@@ -509,15 +509,19 @@ void GrowSlots(PatternAutomaton& automaton) {
 }
 
 /// Appends `table`, that of `state`, to the fast loop's tables. A step to a state whose table is not
-/// there stops the loop, also if it comes there later: the loop then mends the step.
+/// there stops the loop, also if it comes there later: the loop then mends the step. Nothing leads to
+/// the new table before it is whole, should memory run out on the way.
 void AddTransitions(PatternAutomaton& automaton, StateNumber state, const TransitionTable& table) {
-  automaton.transitionsOf[static_cast<std::size_t>(state)] =
-      static_cast<Step>(automaton.transitions.size());
-  automaton.transitionOwners.push_back(state);
-  for (const StateNumber next : table) {
+  const std::size_t begin = automaton.transitions.size();
+  automaton.transitions.resize(begin + table.size());
+  automaton.transitionOwners.resize(begin / table.size() + 1);
+  automaton.transitionOwners.back() = state;
+  automaton.transitionsOf[static_cast<std::size_t>(state)] = static_cast<Step>(begin);
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    const StateNumber next = table[byte];
     const Step there =
         next == kNoState ? kNoTable : automaton.transitionsOf[static_cast<std::size_t>(next)];
-    automaton.transitions.push_back(there == kNoTable ? StopAt(next) : there);
+    automaton.transitions[begin + byte] = there == kNoTable ? StopAt(next) : there;
   }
 }
 
