@@ -3,11 +3,13 @@
 #include "matcher/regular_expression.h"
 
 #include <locale.h>
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace trovex {
 
@@ -46,6 +48,25 @@ int ErrorCodeOf(const char* sentence) {
   return 0;
 }
 
+/// Compiles `pattern` into `buffer`, which is empty. Returns whether that went well; otherwise
+/// `error` is the error's message number.
+bool CompileProgram(const std::string& pattern, const ByteMap* translate, re_pattern_buffer& buffer,
+                    MessageNumber& error) {
+  if (translate != nullptr) {
+    // The engine frees the table, with free(), together with the program.
+    buffer.translate = static_cast<unsigned char*>(std::malloc(translate->size()));
+    if (buffer.translate == nullptr) throw std::bad_alloc();
+    std::memcpy(buffer.translate, translate->data(), translate->size());
+  }
+  const CLocaleScope cLocale;
+  // The syntax word is the whole process's; the host may have one of its own.
+  const reg_syntax_t hostSyntax = re_set_syntax(kPatternSyntax);
+  const char* sentence = re_compile_pattern(pattern.data(), pattern.size(), &buffer);
+  re_set_syntax(hostSyntax);
+  if (sentence != nullptr) error = MessageForRegexError(ErrorCodeOf(sentence));
+  return sentence == nullptr;
+}
+
 }  // namespace
 
 MessageNumber MessageForRegexError(int code) {
@@ -63,7 +84,8 @@ MatchRegisters::MatchRegisters(bool wholeMatchOnly) : wholeMatchOnly_(wholeMatch
 }
 
 MatchRegisters::~MatchRegisters() {
-  if (wholeMatchOnly_) return;
+  // Where memory for the second array ran out, the engine has freed the first and left its address.
+  if (wholeMatchOnly_ || registers_.num_regs == 0) return;
   std::free(registers_.start);
   std::free(registers_.end);
 }
@@ -75,34 +97,45 @@ RegularExpression::~RegularExpression() {
 
 MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
                                          const ByteMap* translate) {
-  if (translate != nullptr) {
-    // The engine frees the table, with free(), together with the program.
-    buffer_.translate = static_cast<unsigned char*>(std::malloc(translate->size()));
-    if (buffer_.translate == nullptr) throw std::bad_alloc();
-    std::memcpy(buffer_.translate, translate->data(), translate->size());
-  }
-  const CLocaleScope cLocale;
-  // The syntax word is the whole process's; the host may have one of its own.
-  const reg_syntax_t hostSyntax = re_set_syntax(kPatternSyntax);
-  const char* sentence = re_compile_pattern(pattern, length, &buffer_);
-  re_set_syntax(hostSyntax);
-  const MessageNumber error =
-      sentence == nullptr ? MessageNumber::kNone : MessageForRegexError(ErrorCodeOf(sentence));
-  compiled_ = sentence == nullptr;
+  pattern_.assign(pattern, length);
+  MessageNumber error = MessageNumber::kNone;
+  compiled_ = CompileProgram(pattern_, translate, buffer_, error);
   return error;
 }
 
 int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers) {
+  RenewIfDamaged();
   UseRegisters(registers);
   buffer_.not_eol = 0;
-  return re_search(&buffer_, line, length, from, length - from, &registers.registers_);
+  return Checked(re_search(&buffer_, line, length, from, length - from, &registers.registers_));
 }
 
 int RegularExpression::MatchWithin(const char* line, int length, int start,
                                    MatchRegisters& registers) {
+  RenewIfDamaged();
   UseRegisters(registers);
   buffer_.not_eol = 1;
-  return re_match(&buffer_, line, length, start, &registers.registers_);
+  return Checked(re_match(&buffer_, line, length, start, &registers.registers_));
+}
+
+/// Looks at an answer of the engine's search or match, which is -2 when memory ran out: a line that
+/// was not searched to its end must not count as one without a match.
+int RegularExpression::Checked(int answer) {
+  if (answer != -2) return answer;
+  damaged_ = true;
+  throw std::bad_alloc();
+}
+
+void RegularExpression::RenewIfDamaged() {
+  if (!damaged_) return;
+  ByteMap translate{};
+  const bool translates = buffer_.translate != nullptr;
+  if (translates) std::copy_n(buffer_.translate, translate.size(), translate.begin());
+  RegularExpression renewed;
+  renewed.Compile(pattern_.data(), pattern_.size(), translates ? &translate : nullptr);
+  if (!renewed.compiled_) throw std::bad_alloc();
+  std::swap(buffer_, renewed.buffer_);
+  damaged_ = false;
 }
 
 void RegularExpression::UseRegisters(MatchRegisters& registers) {

@@ -6,6 +6,10 @@
 // names, with "^" and "$" as anchors everywhere, a line feed in the pattern as "|", and
 // back-references.
 //
+// Where the engine runs out of memory in a search, the states that it was about to make stay
+// half-made in its program, and later searches with it would go wrong. The program is then compiled
+// afresh before it is used again.
+//
 // The engine must see bytes. A pattern compiled under a UTF-8 locale would be read as multibyte
 // characters, so compiling happens under the C locale whatever the host has set; searching depends
 // on no locale. The engine's own error sentences, which follow the host's language, never leave
@@ -19,6 +23,7 @@
 
 #include <regex.h>
 #include <cstddef>
+#include <string>
 
 namespace trovex {
 
@@ -80,18 +85,24 @@ class RegularExpression {
   std::size_t GroupCount() const { return buffer_.re_nsub; }
 
   /// Finds the leftmost-longest match in `length` bytes at `line` that starts at `from` or later.
-  /// Returns its start, or -1. "$" matches at the end of the line.
+  /// Returns its start, or -1. "$" matches at the end of the line. Throws std::bad_alloc when
+  /// memory runs out.
   int Search(const char* line, int length, int from, MatchRegisters& registers);
 
   /// Matches at exactly `start` within the first `length` bytes at `line`, whose end is not the end
-  /// of the line: "$" does not match there. Returns the length of the longest match, or -1.
+  /// of the line: "$" does not match there. Returns the length of the longest match, or -1. Throws
+  /// std::bad_alloc when memory runs out.
   int MatchWithin(const char* line, int length, int start, MatchRegisters& registers);
 
  private:
   void UseRegisters(MatchRegisters& registers);
+  int Checked(int answer);
+  void RenewIfDamaged();
 
+  std::string pattern_;
   re_pattern_buffer buffer_{};
   bool compiled_ = false;
+  bool damaged_ = false;
 };
 
 }  // namespace trovex
