@@ -35,6 +35,8 @@ const char* Compile(const char* pattern, int foldCase, int matchWords) {
 
 int Search(const char* text, int length, int* start, int* end, int subexpression) {
   if (text == nullptr || start == nullptr || end == nullptr) return 0;
+  MatcherState& matcher = Matcher();
+  matcher.outOfMemory = false;
   try {
     trovex::MatchRange range{};
     if (!trovex::ExecuteMatcher(text, length, subexpression, range)) return 0;
@@ -42,6 +44,7 @@ int Search(const char* text, int length, int* start, int* end, int subexpression
     *end = range.end;
     return 1;
   } catch (const std::bad_alloc&) {
+    matcher.outOfMemory = true;
     return 0;
   }
 }

@@ -2,6 +2,7 @@
 // matches of that pattern become found items.
 
 #include "api/messages.h"
+#include "matcher/matcher.h"
 
 #include <trovex/functions.h>
 #include <trovex/search_tree.h>
@@ -154,6 +155,7 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
       int matched = 0;
       if (RegularExpression() != 0) {
         matched = ::Search(text + position, length - position, &start, &end, group);
+        if (trovex::Matcher().outOfMemory) return nullptr;
       } else if (PhoneticSearch() != 0) {
         matched = SearchSoundex(text + position, &start, &end);
       }

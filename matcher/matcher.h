@@ -50,6 +50,9 @@ struct MatcherState {
   /// road, which the faster one is held against. No host can set it.
   bool engineOnly = false;
 
+  /// Whether the latest search ended for want of memory, so that its "not found" tells nothing.
+  bool outOfMemory = false;
+
   /// The latest error that was reported through `SetCompileError`.
   MessageNumber pendingError = MessageNumber::kNone;
 };
@@ -75,7 +78,8 @@ MessageNumber CompileMatcher(const char* pattern, std::size_t length);
 
 /// Finds the first match of the installed pattern in `length` bytes at `text` and writes the range
 /// of `group` (0 or less: the whole match) to `range`. Returns whether there is a match; without
-/// one `range` is untouched. The byte at text[length] must be readable and writable.
+/// one `range` is untouched. The byte at text[length] must be readable and writable. Throws
+/// std::bad_alloc when memory runs out.
 bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range);
 
 }  // namespace trovex

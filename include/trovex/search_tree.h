@@ -70,7 +70,7 @@ class TROVEX_EXPORT CSearchTreeItem {
   /// `tagNr` asks for one bracket of the typed expression, counted from 1 in the order of the "(":
   /// its matches come back with their tag-matched flag set. 0 or less asks for none.
   ///
-  /// Returns null when a child is missing or a leaf is not compiled (any longer).
+  /// Returns null when a child is missing, a leaf is not compiled (any longer), or memory runs out.
   virtual CFoundItemArray* Search(const char* text, int length, int tagNr);
 
   /// The number of the bracket that this node stands for; 0 for none.
