@@ -123,7 +123,9 @@ void CSubExpression::SetSubExpression(const char* text, int length, int lastTagN
 
   text_ = CString(bare.data(), static_cast<int>(bare.size()));
   groupCount_ = pattern.groups;
-  tagBase_ = lastTagNr - pattern.groups;
+  // A host may pass any number; the difference wraps around.
+  tagBase_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(lastTagNr) -
+                                       static_cast<std::uint32_t>(pattern.groups));
   strippedBrackets_ = stripped;
 }
 
