@@ -143,6 +143,9 @@ class TROVEX_EXPORT CSubExpression : public CSearchTreeItem {
   const char* OptimizeAndCompile(int* cost) override;
   CFoundItemArray* Search(const char* text, int length, int tagNr) override;
 
+  // Both overloads throw std::bad_alloc when memory runs out; the leaf is then as it was. So does
+  // copying a leaf.
+
   /// Takes `text` as the pattern, as it is. What the other overload counts keeps its values.
   void SetSubExpression(const CString& text);
 

@@ -481,6 +481,36 @@ bool RanOutOfMemory(const Operation& operation) {
   }
 }
 
+TEST_F(MemoryFailure, OfALeafsTextThrowsAndLeavesTheLeafAsItWas) {
+  const std::string longText = "(" + std::string(100, 'x') + ")";
+  std::unique_ptr<CString> string;
+  std::unique_ptr<CSubExpression> leaf;
+  std::unique_ptr<CSubExpression> other;
+  bool threw[3] = {};
+  FailEverywhere({[&] {
+                    string = std::make_unique<CString>(longText.c_str());
+                    leaf = std::make_unique<CSubExpression>();
+                    leaf->SetSubExpression("(old)", 5, 4);
+                    other = std::make_unique<CSubExpression>(*leaf);
+                  },
+                  [&] {
+                    threw[0] =
+                        RanOutOfMemory([&] { leaf->SetSubExpression(longText.data(), 102, 1); });
+                    threw[1] = RanOutOfMemory([&] { *other = *leaf; });
+                    threw[2] = RanOutOfMemory([&] { other->SetSubExpression(*string); });
+                  },
+                  [&](const std::string& where) {
+                    EXPECT_EQ(leaf->GetSubExpression() == "old", threw[0]) << where;
+                    EXPECT_EQ(leaf->GetTagBase(), threw[0] ? 3 : 0) << where;
+                    EXPECT_EQ(other->GetSubExpression() == *string, !threw[2]) << where;
+                    EXPECT_EQ(other->GetTagBase(), threw[0] || threw[1] ? 3 : 0) << where;
+                    string.reset();
+                    leaf.reset();
+                    other.reset();
+                  }},
+                 true);
+}
+
 TEST_F(MemoryFailure, OfAnArraysGrowthThrowsAndLeavesItAsItWas) {
   for (const int size : {0, 1, 4, 5, 200}) {
     SCOPED_TRACE(size);
