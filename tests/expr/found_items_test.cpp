@@ -329,7 +329,8 @@ TEST(FoundItemArrayArchive, AStreamCutShortAnywhereGivesAnEmptyArray) {
 
 TEST(FoundItemArrayArchive, ACountFarBeyondTheStreamIsRefused) {
   for (const unsigned top : {0x7FU, 0x80U, 0xFFU}) {
-    CArchiveStream archive(std::vector<unsigned char>{0xFF, 0xFF, 0xFF, static_cast<unsigned char>(top), 1, 2, 3, 4});
+    CArchiveStream archive(
+        std::vector<unsigned char>{0xFF, 0xFF, 0xFF, static_cast<unsigned char>(top), 1, 2, 3, 4});
     CFoundItemArray loaded;
     loaded.Serialize(archive);
     EXPECT_EQ(loaded.GetSize(), 0);

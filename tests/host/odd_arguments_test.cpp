@@ -20,7 +20,8 @@ namespace {
 
 using trovex::testing::HeapText;
 
-constexpr const char* kEmptySubexpression = "The search expression contains an empty subexpression.";
+constexpr const char* kEmptySubexpression =
+    "The search expression contains an empty subexpression.";
 
 const int kOddNumbers[] = {INT_MIN, INT_MIN + 1, -65536, -2, -1, 1 << 16, INT_MAX - 1, INT_MAX};
 
