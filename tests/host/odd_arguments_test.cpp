@@ -45,6 +45,14 @@ std::unique_ptr<CFoundItemArray> Find(CSearchTreeItem& tree, const HeapText& tex
   return std::unique_ptr<CFoundItemArray>(tree.Search(text.Data(), length, tag));
 }
 
+const char* ClassOf(const CSearchTreeItem& node) {
+  return typeid(node).name();
+}
+
+bool IsBase(const CSearchTreeItem& node) {
+  return typeid(node) == typeid(CSearchTreeItem);
+}
+
 TEST_F(OddArguments, AnEnvironmentsNumberIsNoIfThereIsNoSuchEnvironment) {
   int number = -1;
   ASSERT_EQ(CompileToEnvironment("b", 1, 0, 1, 0, &number), nullptr);
@@ -278,7 +286,7 @@ TEST_F(OddArguments, ANullTextIsNullForEveryNode) {
       node->OptimizeAndCompile(&cost);
       for (const int length : {0, 1, -1, INT_MIN, INT_MAX}) {
         for (const int tag : {0, 1, INT_MIN, INT_MAX}) {
-          EXPECT_EQ(node->Search(nullptr, length, tag), nullptr) << typeid(*node).name();
+          EXPECT_EQ(node->Search(nullptr, length, tag), nullptr) << ClassOf(*node);
         }
       }
     }
@@ -291,12 +299,12 @@ TEST_F(OddArguments, ANullCostFailsWithAMessageAndCompilesNothing) {
   for (const bool withChildren : {false, true}) {
     for (const auto& node : EveryNode(withChildren)) {
       const char* const message = node->OptimizeAndCompile(nullptr);
-      if (typeid(*node) == typeid(CSearchTreeItem)) {
+      if (IsBase(*node)) {
         EXPECT_EQ(message, nullptr) << "the base has nothing to compile";
       } else {
-        EXPECT_STREQ(message, kEmptySubexpression) << typeid(*node).name();
+        EXPECT_STREQ(message, kEmptySubexpression) << ClassOf(*node);
       }
-      EXPECT_EQ(ActivateEnvironment(0), 0) << typeid(*node).name();
+      EXPECT_EQ(ActivateEnvironment(0), 0) << ClassOf(*node);
     }
   }
 }
@@ -304,9 +312,9 @@ TEST_F(OddArguments, ANullCostFailsWithAMessageAndCompilesNothing) {
 TEST_F(OddArguments, ANodeWithoutItsChildrenIsEmptyAndDoesNotCompile) {
   const HeapText text("a");
   for (const auto& node : EveryNode(false)) {
-    EXPECT_EQ(node->IsEmpty(), 1) << typeid(*node).name();
+    EXPECT_EQ(node->IsEmpty(), 1) << ClassOf(*node);
     node->SetSearchOptions(ULONG_MAX);
-    EXPECT_EQ(Find(*node, text, text.Length(), 0), nullptr) << typeid(*node).name();
+    EXPECT_EQ(Find(*node, text, text.Length(), 0), nullptr) << ClassOf(*node);
   }
 }
 

@@ -34,7 +34,7 @@ endfunction()
 
 function(install_library)
   file(REMOVE_RECURSE ${FOLDER})
-  run(${CMAKE_COMMAND} -S ${SOURCE_FOLDER} -B ${FOLDER}/library
+  run(${CMAKE_COMMAND} -S ${SOURCE_FOLDER} -B ${FOLDER}/library -G ${GENERATOR}
     -D CMAKE_BUILD_TYPE=Release
     -D CMAKE_CXX_COMPILER=${COMPILER}
     -D CMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}
@@ -52,7 +52,7 @@ function(install_library)
 endfunction()
 
 function(use_find_package)
-  run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${FOLDER}/consumer
+  run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${FOLDER}/consumer -G ${GENERATOR}
     -D CMAKE_CXX_COMPILER=${COMPILER}
     -D CMAKE_PREFIX_PATH=${PREFIX})
   run(${CMAKE_COMMAND} --build ${FOLDER}/consumer)
