@@ -1,0 +1,117 @@
+// Patterns through the whole road of a search, held against the engine alone.
+//
+//     input:  flags, byte behind the text, group, pattern, 0, text
+//
+// The keyword set and the automaton only keep lines off the engine, so both roads must give the same
+// answer. Where they are known to read a pattern differently, both still run, for what the
+// sanitizers may see.
+
+#include "fuzz/engine_hazards.h"
+#include "fuzz/input.h"
+#include "fuzz/require.h"
+#include "matcher/matcher.h"
+#include "tests/heap_text.h"
+#include "tests/matcher/closure_reference.h"
+
+#include <trovex/functions.h>
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace trovex::fuzz {
+namespace {
+
+using testing::HeapText;
+
+struct Flags {
+  bool fold;
+  bool words;
+
+  explicit Flags(std::uint8_t bits) : fold((bits & 1) != 0), words((bits & 2) != 0) {}
+};
+
+struct Answer {
+  int found;
+  int start;
+  int end;
+
+  std::string Description() const {
+    return found == 0 ? "nothing" : std::to_string(start) + ".." + std::to_string(end);
+  }
+};
+
+Answer Find(HeapText& text, int group, bool engineOnly) {
+  const std::string before(text.Data(), static_cast<std::size_t>(text.Length()) + 1);
+  Matcher().engineOnly = engineOnly;
+  Answer answer{0, 0, 0};
+  answer.found = Search(text.Data(), text.Length(), &answer.start, &answer.end, group);
+  Matcher().engineOnly = false;
+  Require(std::string_view(text.Data(), before.size()) == before, "a search leaves the text alone");
+  return answer;
+}
+
+void RequireRangeInText(const Answer& answer, int length) {
+  if (answer.found == 0) return;
+  Require(answer.start >= -1 && answer.start <= answer.end && answer.end <= length,
+          "a range lies in the text, or before the line for a group without part");
+}
+
+/// Whether an interval stands where the engine takes its braces for ordinary bytes, or has a bound
+/// that the automaton reads as none.
+bool HasDebatableInterval(std::string_view pattern) {
+  for (std::size_t i = pattern.find('{'); i != std::string_view::npos;
+       i = pattern.find('{', i + 1)) {
+    if (i == 0) return true;
+    const std::string_view bounds = pattern.substr(i + 1);
+    if (bounds.starts_with('0') || bounds.starts_with(',')) return true;
+    if (bounds.find(",0") != std::string_view::npos) return true;
+    if (std::string_view("(|\n^$*+?{}").find(pattern[i - 1]) != std::string_view::npos) return true;
+    if (i >= 2 && pattern[i - 2] == '\\') return true;
+  }
+  return false;
+}
+
+/// Whether the two roads may read `pattern` differently in `text`.
+bool MayBeReadDifferently(std::string_view pattern, std::string_view text, Flags flags) {
+  constexpr auto kNowhere = std::string_view::npos;
+  if (text.find('_') != kNowhere && HasEscaped(pattern, "wWbB<>")) return true;
+  if (pattern.find("[.") != kNowhere || pattern.find("[=") != kNowhere) return true;
+  if (flags.fold && pattern.find('[') != kNowhere && pattern.find('-') != kNowhere) return true;
+  if (HasDebatableInterval(pattern)) return true;
+  return !testing::ClosuresAreComplete(Matcher().installed->automaton);
+}
+
+}  // namespace
+}  // namespace trovex::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace trovex::fuzz;
+  Input input(data, size);
+  const Flags flags(input.Byte());
+  const char behind = static_cast<char>(input.Byte());
+  int group = input.SignedByte();
+  const std::string pattern = input.UpToZero();
+  std::string bytes = input.Rest();
+
+  const EngineUse use = SafeUse(pattern);
+  if (!use.compile) return 0;
+  if (!use.groups) group = 0;
+  bytes.resize(std::min(bytes.size(), use.longestText));
+
+  HeapText text(bytes, behind);
+  const char* const message = Compile(pattern.c_str(), flags.fold ? 1 : 0, flags.words ? 1 : 0);
+  const Answer whole = Find(text, group, false);
+  const Answer plain = Find(text, group, true);
+  RequireRangeInText(whole, text.Length());
+  RequireRangeInText(plain, text.Length());
+  if (message != nullptr) {
+    Require(whole.found == 0 && plain.found == 0, "a faulty pattern finds nothing");
+  } else if (!MayBeReadDifferently(pattern, bytes, flags)) {
+    RequireSame(whole.Description(), plain.Description(), "both roads give the same answer");
+  }
+  FreeBuffersInTrovexDll();
+  Require(Find(text, 0, false).found == 0, "nothing is found when nothing is installed");
+  return 0;
+}
