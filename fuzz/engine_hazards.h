@@ -44,16 +44,27 @@ inline bool HasRepeated(std::string_view pattern, std::string_view operandEnds) 
   return false;
 }
 
-/// The product of all interval bounds: how many copies of the innermost operand there can be.
+/// The decimal number at `pattern[i]`; 0 where there is none.
+inline long NumberAt(std::string_view pattern, std::size_t i) {
+  constexpr long kLargest = 1000000;
+  long number = 0;
+  for (; i < pattern.size() && IsDigit(pattern[i]); ++i)
+    number = std::min(number * 10 + (pattern[i] - '0'), kLargest);
+  return number;
+}
+
+/// How many copies of its innermost operand the engine makes of a pattern at most: an interval
+/// multiplies them by its bound, and "+" doubles them, because it becomes "xx*" ("a++++" is sixteen).
 inline long CopiesOf(std::string_view pattern) {
   constexpr long kTooMany = 1000000;
   long copies = 1;
   for (std::size_t i = 1; i < pattern.size(); ++i) {
-    if (!IsDigit(pattern[i]) || (pattern[i - 1] != '{' && pattern[i - 1] != ',')) continue;
-    long bound = 0;
-    for (std::size_t d = i; d < pattern.size() && IsDigit(pattern[d]); ++d)
-      bound = std::min(bound * 10 + (pattern[d] - '0'), kTooMany);
-    copies = std::min(copies * std::max(bound, 1L), kTooMany);
+    long factor = 1;
+    if (pattern[i] == '+' && std::string_view("*+?})").find(pattern[i - 1]) < 5) factor = 2;
+    if (pattern[i - 1] == '{' || pattern[i - 1] == ',') {
+      factor = std::max(NumberAt(pattern, i) + 1, factor);
+    }
+    copies = std::min(copies * factor, kTooMany);
   }
   return copies;
 }
