@@ -33,6 +33,9 @@ using testing::ExpressionModel;
 using testing::HeapText;
 using testing::ModelNode;
 
+/// Asks for no tag, also where a leaf has tags below 1.
+constexpr int kNoTag = -1000000;
+
 struct Switches {
   bool regularExpression;
   bool phonetic;
@@ -119,7 +122,15 @@ void RequireSteps(CFoundItemArray& found, const std::vector<Range>& ranges, int 
   Require(previous->GetStartPos() == before->start, "a step back goes to the previous start");
 }
 
-void HoldResult(CFoundItemArray& found, int length, int tag, int tagCount) {
+/// Whether a leaf may count more brackets than the parser, which gives it the tags below 1 as well:
+/// behind "\\&" or "\\!" the leaf takes the next byte for escaped, and a backslash there escapes
+/// nothing.
+bool MayCountEscapedBrackets(std::string_view expression) {
+  return expression.find("\\&\\") != std::string_view::npos ||
+         expression.find("\\!\\") != std::string_view::npos;
+}
+
+void HoldResult(CFoundItemArray& found, int length, bool tagExists) {
   const std::vector<Range> ranges = RangesOf(found, false);
   RequireOrderedRanges(ranges, length);
   Require(found.IsNegative() == 0 || found.IsNegative() == 1, "the negative flag is 0 or 1");
@@ -127,14 +138,14 @@ void HoldResult(CFoundItemArray& found, int length, int tag, int tagCount) {
     RequireSteps(found, ranges, position);
 
   const std::vector<Range> matched = RangesOf(found, true);
-  Require(matched.empty() || (tag >= 1 && tag <= tagCount), "only a tag that exists is matched");
+  Require(matched.empty() || tagExists, "only a tag that exists is matched");
   found.DeleteItemsWithTagNotMatched();
   Require(RangesOf(found, false) == matched, "the items of the tag, and they alone, stay");
 }
 
 /// Searches the compiled `tree` and its model, and holds one against the other.
-void HoldSearch(CSearchTreeItem& tree, const ExpressionModel& model, const Switches& switches,
-                HeapText& text, int tag) {
+void HoldSearch(CSearchTreeItem& tree, const std::string& expression, const ExpressionModel& model,
+                const Switches& switches, HeapText& text, int tag) {
   const std::string before(text.Data(), static_cast<std::size_t>(text.Length()) + 1);
   const std::unique_ptr<CFoundItemArray> found(tree.Search(text.Data(), text.Length(), tag));
   Require(found != nullptr, "a compiled tree has a result");
@@ -144,7 +155,9 @@ void HoldSearch(CSearchTreeItem& tree, const ExpressionModel& model, const Switc
     return testing::SearchModelLeaf(leaf, switches.Options(), text.Data(), text.Length(), tag);
   });
   RequireSame(Describe(*found), Describe(expected.value()), "the result is the model's");
-  HoldResult(*found, text.Length(), tag, model.TagCount());
+  const bool tagExists =
+      tag <= model.TagCount() && (tag >= 1 || MayCountEscapedBrackets(expression));
+  HoldResult(*found, text.Length(), tagExists);
 }
 
 void HoldExpression(const std::string& expression, ExpressionModel& model, const Switches& switches,
@@ -171,7 +184,7 @@ void HoldExpression(const std::string& expression, ExpressionModel& model, const
           "the tag count is written when the parse succeeds");
   if (tree == nullptr) return;
   if (message == nullptr) {
-    HoldSearch(*tree, model, switches, text, tag);
+    HoldSearch(*tree, expression, model, switches, text, tag);
   } else {
     // A host is told not to. If it does, it gets an answer or null.
     const std::unique_ptr<CFoundItemArray> any(tree->Search(text.Data(), text.Length(), tag));
@@ -195,7 +208,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!switches.ByCode()) {
     const EngineUse use = SafeUseOfLeaves(model.Tree());
     if (!use.compile) return 0;
-    if (!use.groups) tag = 0;
+    if (!use.groups) tag = kNoTag;
     bytes.resize(std::min(bytes.size(), use.longestText));
   }
   HeapText text(bytes, switches.ByCode() ? '\0' : behind);
