@@ -53,41 +53,62 @@ inline long NumberAt(std::string_view pattern, std::size_t i) {
   return number;
 }
 
-/// How many copies of its innermost operand the engine makes of a pattern at most: an interval
-/// multiplies them by its bound, and "+" doubles them, because it becomes "xx*" ("a++++" is sixteen).
-inline long CopiesOf(std::string_view pattern) {
+/// The greatest bound of an interval.
+inline long LargestBound(std::string_view pattern) {
+  long largest = 1;
+  for (std::size_t i = 1; i < pattern.size(); ++i) {
+    if (pattern[i - 1] == '{' || pattern[i - 1] == ',') {
+      largest = std::max(largest, NumberAt(pattern, i));
+    }
+  }
+  return largest;
+}
+
+/// How many copies of its innermost operand the engine makes of repetitions in repetitions: an
+/// interval multiplies them by its bound, and "+" doubles them, because it becomes "xx*" ("a++++" is
+/// sixteen).
+inline long NestedCopies(std::string_view pattern) {
   constexpr long kTooMany = 1000000;
   long copies = 1;
   for (std::size_t i = 1; i < pattern.size(); ++i) {
-    long factor = 1;
-    if (pattern[i] == '+' && std::string_view("*+?})").find(pattern[i - 1]) < 5) factor = 2;
-    if (pattern[i - 1] == '{' || pattern[i - 1] == ',') {
-      factor = std::max(NumberAt(pattern, i) + 1, factor);
+    if (std::string_view("*+?})").find(pattern[i - 1]) == std::string_view::npos) continue;
+    if (pattern[i] == '+') copies *= 2;
+    if (pattern[i] == '{') {
+      const std::string_view interval = pattern.substr(i, pattern.find('}', i) - i + 1);
+      copies *= LargestBound(interval) + 1;
     }
-    copies = std::min(copies * factor, kTooMany);
+    copies = std::min(copies, kTooMany);
   }
   return copies;
+}
+
+inline bool HasAnchor(std::string_view pattern) {
+  return pattern.find_first_of("^$") != std::string_view::npos || HasEscaped(pattern, "bB<>`'");
 }
 
 inline EngineUse SafeUse(std::string_view pattern) {
   constexpr std::size_t kLongestPattern = 64;
   constexpr int kMostBrackets = 20;
   constexpr long kMostCopies = 200;
+  // Behind an anchor, copies of what can be empty are copied once more for every way to reach them:
+  // "^a*{2}*{2}*{2}*{2}" takes more than seconds to compile.
+  constexpr long kMostCopiesWithAnchor = 4;
 
   EngineUse use;
   const auto brackets = std::count(pattern.begin(), pattern.end(), '(');
   if (pattern.size() > kLongestPattern || brackets > kMostBrackets ||
-      CopiesOf(pattern) > kMostCopies) {
+      LargestBound(pattern) * NestedCopies(pattern) > kMostCopies) {
     use.compile = false;
+  }
+  if (HasAnchor(pattern)) {
+    if (NestedCopies(pattern) > kMostCopiesWithAnchor) use.compile = false;
+    if (HasRepeated(pattern, ")")) use.groups = false;
   }
   if (HasEscaped(pattern, "123456789")) {
     if (HasRepeated(pattern, ")123456789")) use.compile = false;
     use.groups = false;
     use.longestText = 24;
   }
-  const bool anchors =
-      pattern.find_first_of("^$") != std::string_view::npos || HasEscaped(pattern, "bB<>`'");
-  if (anchors && HasRepeated(pattern, ")")) use.groups = false;
   return use;
 }
 
