@@ -201,6 +201,7 @@ void FuzzArguments(Input& input) {
   while (!input.IsEmpty())
     arguments.push_back(input.UpToZero());
   std::vector<const char*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments)
     pointers.push_back(argument.c_str());
   pointers.push_back(nullptr);

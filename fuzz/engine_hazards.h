@@ -64,6 +64,16 @@ inline long LargestBound(std::string_view pattern) {
   return largest;
 }
 
+/// How many repetitions repeat what ends in a repetition or a bracket.
+inline int NestedRepetitions(std::string_view pattern) {
+  int nested = 0;
+  for (std::size_t i = 1; i < pattern.size(); ++i) {
+    if (std::string_view("*+?})").find(pattern[i - 1]) == std::string_view::npos) continue;
+    if (std::string_view("*+?{").find(pattern[i]) != std::string_view::npos) ++nested;
+  }
+  return nested;
+}
+
 /// How many copies of its innermost operand the engine makes of repetitions in repetitions: an
 /// interval multiplies them by its bound, and "+" doubles them, because it becomes "xx*" ("a++++" is
 /// sixteen).
@@ -90,9 +100,9 @@ inline EngineUse SafeUse(std::string_view pattern) {
   constexpr std::size_t kLongestPattern = 64;
   constexpr int kMostBrackets = 20;
   constexpr long kMostCopies = 200;
-  // Behind an anchor, copies of what can be empty are copied once more for every way to reach them:
-  // "^a*{2}*{2}*{2}*{2}" takes more than seconds to compile.
-  constexpr long kMostCopiesWithAnchor = 4;
+  // Behind an anchor, what can be empty is copied once more for every way to reach it, and the ways
+  // multiply: "^a*{2}*{2}*{2}*{2}*{2}" does not compile within minutes.
+  constexpr int kMostNestedWithAnchor = 4;
 
   EngineUse use;
   const auto brackets = std::count(pattern.begin(), pattern.end(), '(');
@@ -101,7 +111,7 @@ inline EngineUse SafeUse(std::string_view pattern) {
     use.compile = false;
   }
   if (HasAnchor(pattern)) {
-    if (NestedCopies(pattern) > kMostCopiesWithAnchor) use.compile = false;
+    if (NestedRepetitions(pattern) > kMostNestedWithAnchor) use.compile = false;
     if (HasRepeated(pattern, ")")) use.groups = false;
   }
   if (HasEscaped(pattern, "123456789")) {

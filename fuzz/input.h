@@ -32,7 +32,7 @@ class Input {
 
   /// Up to `count` bytes.
   std::string Bytes(std::size_t count) {
-    const std::string bytes(rest_.substr(0, count));
+    std::string bytes(rest_.substr(0, count));
     rest_.remove_prefix(bytes.size());
     return bytes;
   }
