@@ -102,7 +102,9 @@ inline EngineUse SafeUse(std::string_view pattern) {
   constexpr long kMostCopies = 200;
   // Behind an anchor, what can be empty is copied once more for every way to reach it, and the ways
   // multiply: "^a*{2}*{2}*{2}*{2}*{2}" does not compile within minutes.
+  // Copies of a group with many empty alternatives do the same: "(\B|||||||||||||){6,}".
   constexpr int kMostNestedWithAnchor = 4;
+  constexpr long kMostCopiesWithAnchor = 4;
 
   EngineUse use;
   const auto brackets = std::count(pattern.begin(), pattern.end(), '(');
@@ -112,6 +114,7 @@ inline EngineUse SafeUse(std::string_view pattern) {
   }
   if (HasAnchor(pattern)) {
     if (NestedRepetitions(pattern) > kMostNestedWithAnchor) use.compile = false;
+    if (NestedCopies(pattern) > kMostCopiesWithAnchor) use.compile = false;
     if (HasRepeated(pattern, ")")) use.groups = false;
   }
   if (HasEscaped(pattern, "123456789")) {
