@@ -102,9 +102,12 @@ inline EngineUse SafeUse(std::string_view pattern) {
   constexpr long kMostCopies = 200;
   // Behind an anchor, what can be empty is copied once more for every way to reach it, and the ways
   // multiply: "^a*{2}*{2}*{2}*{2}*{2}" does not compile within minutes.
-  // Copies of a group with many empty alternatives do the same: "(\B|||||||||||||){6,}".
   constexpr int kMostNestedWithAnchor = 4;
   constexpr long kMostCopiesWithAnchor = 4;
+
+  // Copies of a group with alternatives that can be empty: here too the ways multiply, as in
+  // "(|||||||||||||x){6,}".
+  constexpr long kMostCopiesOfAlternatives = 4;
 
   EngineUse use;
   const auto brackets = std::count(pattern.begin(), pattern.end(), '(');
@@ -112,6 +115,8 @@ inline EngineUse SafeUse(std::string_view pattern) {
       LargestBound(pattern) * NestedCopies(pattern) > kMostCopies) {
     use.compile = false;
   }
+  const bool alternatives = pattern.find_first_of("|\n") != std::string_view::npos;
+  if (alternatives && NestedCopies(pattern) > kMostCopiesOfAlternatives) use.compile = false;
   if (HasAnchor(pattern)) {
     if (NestedRepetitions(pattern) > kMostNestedWithAnchor) use.compile = false;
     if (NestedCopies(pattern) > kMostCopiesWithAnchor) use.compile = false;
