@@ -104,7 +104,6 @@ inline EngineUse SafeUse(std::string_view pattern) {
   // multiply: "^a*{2}*{2}*{2}*{2}*{2}" does not compile within minutes.
   constexpr int kMostNestedWithAnchor = 4;
   constexpr long kMostCopiesWithAnchor = 4;
-
   // Copies of a group with alternatives that can be empty: here too the ways multiply, as in
   // "(|||||||||||||x){6,}".
   constexpr long kMostCopiesOfAlternatives = 4;
