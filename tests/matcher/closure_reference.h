@@ -105,6 +105,7 @@ inline bool HoldsWholeClosure(const PositionSet& kept, const std::set<std::size_
 
   std::set<std::pair<std::size_t, Constraint>> seen;
   std::vector<std::pair<std::size_t, Constraint>> open;
+  open.reserve(start.size());
   for (const std::size_t index : start)
     open.emplace_back(index, kNoConstraint);
   while (!open.empty()) {
