@@ -2,6 +2,9 @@
 
 #include "matcher/regular_expression.h"
 
+#include "matcher/limits.h"
+#include "matcher/pattern_limits.h"
+
 #include <locale.h>
 #include <algorithm>
 #include <array>
@@ -10,6 +13,7 @@
 #include <cstring>
 #include <new>
 #include <utility>
+#include <vector>
 
 namespace trovex {
 
@@ -90,6 +94,28 @@ MatchRegisters::~MatchRegisters() {
   std::free(registers_.end);
 }
 
+/// Takes over `ranges`, of the whole match and of every group.
+void MatchRegisters::Set(const std::vector<GroupRange>& ranges) {
+  if (!wholeMatchOnly_ && registers_.num_regs == 0) {
+    // The engine may go on with these arrays, and frees and grows them as its own.
+    auto* starts = static_cast<regoff_t*>(std::malloc(ranges.size() * sizeof(regoff_t)));
+    auto* ends = static_cast<regoff_t*>(std::malloc(ranges.size() * sizeof(regoff_t)));
+    if (starts == nullptr || ends == nullptr) {
+      std::free(starts);
+      std::free(ends);
+      throw std::bad_alloc();
+    }
+    registers_.start = starts;
+    registers_.end = ends;
+    registers_.num_regs = static_cast<decltype(registers_.num_regs)>(ranges.size());
+  }
+  for (std::size_t i = 0; i < registers_.num_regs; ++i) {
+    const GroupRange range = i < ranges.size() ? ranges[i] : GroupRange{};
+    registers_.start[i] = range.start;
+    registers_.end[i] = range.end;
+  }
+}
+
 RegularExpression::~RegularExpression() {
   // Frees the compiled program and the translate table; both may be null.
   regfree(&buffer_);
@@ -97,21 +123,83 @@ RegularExpression::~RegularExpression() {
 
 MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
                                          const ByteMap* translate) {
+  SyntaxTree tree = ParsePattern(pattern, length, translate);
+  const MessageNumber excess = CheckPatternLimits(tree);
+  if (excess != MessageNumber::kNone) return excess;
+
   pattern_.assign(pattern, length);
   MessageNumber error = MessageNumber::kNone;
   compiled_ = CompileProgram(pattern_, translate, buffer_, error);
+  if (compiled_) NoteHazards(std::move(tree));
   return error;
 }
 
+/// Keeps the tree where a search may need it.
+void RegularExpression::NoteHazards(SyntaxTree tree) {
+  hazards_ = FindHazards(tree);
+  if (hazards_.groups || hazards_.search || hazards_.longLines) {
+    bounded_ = std::make_unique<BoundedMatcher>(std::move(tree));
+  }
+}
+
 int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers) {
+  const BoundedText text{line, length, true};
+  if (IsLeftToBoundedMatcher(length)) {
+    return FindBounded(text, from, length, registers) ? registers.Start(0) : -1;
+  }
+  if (!AreGroupsBounded(registers)) return SearchEngine(line, length, from, registers);
+  MatchRegisters whole(true);
+  const int start = SearchEngine(line, length, from, whole);
+  if (start >= 0) FillGroups(text, {start, whole.End(0)}, registers);
+  return start;
+}
+
+int RegularExpression::MatchWithin(const char* line, int length, int start,
+                                   MatchRegisters& registers) {
+  const BoundedText text{line, length, false};
+  if (IsLeftToBoundedMatcher(length)) {
+    return FindBounded(text, start, start, registers) ? registers.End(0) - start : -1;
+  }
+  if (!AreGroupsBounded(registers)) return MatchEngineWithin(line, length, start, registers);
+  MatchRegisters whole(true);
+  const int matched = MatchEngineWithin(line, length, start, whole);
+  if (matched >= 0) FillGroups(text, {start, start + matched}, registers);
+  return matched;
+}
+
+bool RegularExpression::IsLeftToBoundedMatcher(int length) const {
+  return hazards_.search || (hazards_.longLines && length > kMaxEngineReferenceLine);
+}
+
+/// Finds a match and its groups without the engine.
+bool RegularExpression::FindBounded(const BoundedText& text, int from, int lastStart,
+                                    MatchRegisters& registers) const {
+  std::vector<GroupRange> ranges;
+  if (!bounded_->Find(text, from, lastStart, ranges)) return false;
+  registers.Set(ranges);
+  return true;
+}
+
+/// Fills the registers for `match`, which the engine has found. If its groups are not found within
+/// the bounds, they took no part.
+void RegularExpression::FillGroups(const BoundedText& text, GroupRange match,
+                                   MatchRegisters& registers) const {
+  std::vector<GroupRange> ranges;
+  if (!bounded_->FindGroups(text, match, ranges)) ranges.assign(GroupCount() + 1, {});
+  ranges[0] = match;
+  registers.Set(ranges);
+}
+
+int RegularExpression::SearchEngine(const char* line, int length, int from,
+                                    MatchRegisters& registers) {
   RenewIfDamaged();
   UseRegisters(registers);
   buffer_.not_eol = 0;
   return Checked(re_search(&buffer_, line, length, from, length - from, &registers.registers_));
 }
 
-int RegularExpression::MatchWithin(const char* line, int length, int start,
-                                   MatchRegisters& registers) {
+int RegularExpression::MatchEngineWithin(const char* line, int length, int start,
+                                         MatchRegisters& registers) {
   RenewIfDamaged();
   UseRegisters(registers);
   buffer_.not_eol = 1;

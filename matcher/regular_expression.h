@@ -14,16 +14,25 @@
 // characters, so compiling happens under the C locale whatever the host has set; searching depends
 // on no locale. The engine's own error sentences, which follow the host's language, never leave
 // this file.
+//
+// Some patterns must not be given to the engine at all (pattern_limits.h), or not for every search
+// (pattern_hazards.h). The class knows which, and answers those searches with the library's own
+// bounded matcher.
 
 #ifndef TROVEX_MATCHER_REGULAR_EXPRESSION_H
 #define TROVEX_MATCHER_REGULAR_EXPRESSION_H
 
+#include "matcher/bounded_matcher.h"
 #include "matcher/byte_map.h"
+#include "matcher/pattern_hazards.h"
+#include "matcher/pattern_syntax.h"
 #include "resources/string_table.h"
 
 #include <regex.h>
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace trovex {
 
@@ -61,6 +70,8 @@ class MatchRegisters {
     return group >= 0 && static_cast<std::size_t>(group) < registers_.num_regs;
   }
 
+  void Set(const std::vector<GroupRange>& ranges);
+
   bool wholeMatchOnly_;
   regoff_t wholeStart_ = -1;  // the arrays of the one register of a whole match
   regoff_t wholeEnd_ = -1;
@@ -76,7 +87,7 @@ class RegularExpression {
 
   /// Compiles `length` bytes at `pattern`, once in the life of the object. With `translate`, every
   /// byte of pattern and text is compared as the table says. Returns the error's message number, or
-  /// `kNone`.
+  /// `kNone`. A pattern beyond the limits (limits.h) is not compiled: the number says so.
   MessageNumber Compile(const char* pattern, std::size_t length, const ByteMap* translate);
 
   bool IsCompiled() const { return compiled_; }
@@ -95,6 +106,17 @@ class RegularExpression {
   int MatchWithin(const char* line, int length, int start, MatchRegisters& registers);
 
  private:
+  void NoteHazards(SyntaxTree tree);
+  bool IsLeftToBoundedMatcher(int length) const;
+  bool FindBounded(const BoundedText& text, int from, int lastStart,
+                   MatchRegisters& registers) const;
+  bool AreGroupsBounded(const MatchRegisters& registers) const {
+    return hazards_.groups && !registers.wholeMatchOnly_;
+  }
+  void FillGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers) const;
+
+  int SearchEngine(const char* line, int length, int from, MatchRegisters& registers);
+  int MatchEngineWithin(const char* line, int length, int start, MatchRegisters& registers);
   void UseRegisters(MatchRegisters& registers);
   int Checked(int answer);
   void RenewIfDamaged();
@@ -103,6 +125,8 @@ class RegularExpression {
   re_pattern_buffer buffer_{};
   bool compiled_ = false;
   bool damaged_ = false;
+  PatternHazards hazards_;
+  std::unique_ptr<BoundedMatcher> bounded_;  // null when the engine may answer everything
 };
 
 }  // namespace trovex

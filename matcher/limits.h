@@ -1,0 +1,58 @@
+// Every limit of what a user may type, in one place.
+//
+// A host hands over what a stranger typed, so compiling and searching must stay within a small part
+// of the machine: 256 MB of memory, one second, and a stack of 256 KB. The limits hold the worst
+// pattern of each kind to that, with a factor of 1.5 or more to spare, and lie far above anything a
+// person types. "Measured" means: on x86-64 with version 2.36 of the GNU C library.
+
+#ifndef TROVEX_MATCHER_LIMITS_H
+#define TROVEX_MATCHER_LIMITS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace trovex {
+
+/// Brackets and operators inside one another in a search expression: 9814 beyond. The parser of
+/// expressions recurses, as do the walks over its trees.
+inline constexpr int kMaxExpressionNesting = 200;
+
+/// Groups inside one another in a pattern, and repetition operators in a row: 9814 beyond. The
+/// engine's parser recurses: 300 groups fit into 256 KB, 400 do not.
+inline constexpr int kMaxPatternNesting = 200;
+
+/// Bytes, sets, anchors, groups and operators of a pattern after "a{3}" is written as "aaa": 9814
+/// beyond. "x+" counts as "xx*", for that is what the engine makes of it. The engine takes about
+/// 220 bytes for each.
+inline constexpr double kMaxPatternSize = 60'000;
+
+/// Steps that lead through a pattern without a byte of text, one after the other, as in "a?b?c?":
+/// 9814 beyond. The engine recurses along them: 1,800 fit into 256 KB, 2,200 do not.
+inline constexpr double kMaxEmptySteps = 1'200;
+
+/// Pairs of a place in the pattern and another that is reached from it without a byte of text:
+/// 9811 beyond. The engine lists them all, at 8 to 13 bytes each.
+inline constexpr double kMaxEmptyPairs = 8e6;
+/// Where a repetition's body can be empty, as in "(a*)*", the engine finds the pairs by walking
+/// every way from each place, again and again. A step of such a walk counts as so many pairs.
+inline constexpr double kEmptyLoopWeight = 12;
+
+/// Pairs of bytes of the pattern that may stand side by side in a text: 9811 beyond. The automaton
+/// lists them all.
+inline constexpr double kMaxNeighbourPairs = 8e6;
+
+/// The library's own matcher, in one search of a line: its steps, and how many states and sets of
+/// group ranges it remembers. Beyond any of them the search ends without a match, after half a
+/// second and 120 MB at most.
+inline constexpr std::int64_t kMaxBoundedSteps = 20'000'000;
+inline constexpr std::size_t kMaxBoundedStates = 1'000'000;
+inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
+
+/// The longest line on which the engine searches for a pattern with back-references: its memory
+/// grows with the square of the line and its time with the cube. "(a+)b\1" takes 780 MB on 20,000
+/// bytes, "(a).*\1x" half a second on 1,000. Longer lines are searched by the library's own matcher.
+inline constexpr int kMaxEngineReferenceLine = 1'000;
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_LIMITS_H
