@@ -21,6 +21,7 @@
 // under construction has an owner on the way, which deletes it.
 
 #include "api/messages.h"
+#include "matcher/limits.h"
 
 #include <trovex/functions.h>
 #include <trovex/search_tree.h>
@@ -38,6 +39,22 @@ using Node = std::unique_ptr<CSearchTreeItem>;
 /// A fault in a typed expression.
 struct ExpressionError {
   MessageNumber number;
+};
+
+/// Counts one more level of the parser for as long as the object lives. Levels beyond the limit are
+/// refused: the parser recurses, and so do the walks over the tree that it makes.
+class NestedLevel {
+ public:
+  explicit NestedLevel(int& depth) : depth_(depth) {
+    if (depth_ > kMaxExpressionNesting) throw ExpressionError{MessageNumber::kExpressionTooLong};
+    ++depth_;
+  }
+  ~NestedLevel() { --depth_; }
+  NestedLevel(const NestedLevel&) = delete;
+  NestedLevel& operator=(const NestedLevel&) = delete;
+
+ private:
+  int& depth_;
 };
 
 /// What a level of the parser reads.
@@ -87,6 +104,7 @@ class ExpressionParser {
   }
 
   const char* cursor_;
+  int nesting_ = 0;
   int bracketDepth_ = 0;
   int tagCounter_ = 0;
 };
@@ -95,6 +113,7 @@ class ExpressionParser {
 /// that opened the bracket. Null when the level's text is to stay in the segment of the level
 /// above.
 Node ExpressionParser::ParseExpressionLevel(LevelKind kind, bool& closed) {
+  const NestedLevel level(nesting_);
   const char* const segment = cursor_;
   bool escaped = false;
   bool contentSeen = false;
