@@ -21,7 +21,8 @@ struct Outcome {
   friend bool operator==(const Outcome&, const Outcome&) = default;
 };
 
-Outcome SearchFor(const std::string& expression, const std::string& text, Options options = {}) {
+Outcome SearchFor(const std::string& expression, const std::string& text,
+                  const Options& options = {}) {
   auto query = Query::Compile(expression, options);
   if (const auto* fault = std::get_if<ExpressionFault>(&query)) {
     ADD_FAILURE() << expression << ": " << fault->sentence;

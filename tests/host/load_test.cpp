@@ -197,7 +197,7 @@ TEST(Loading, TheLibraryLeavesTheProcessHoweverOftenItIsLoadedAndTheProcessDoesN
   // Less than the smallest block, and less than a page, per load; the allocator's and the loader's
   // own stocks settle within the rest.
   constexpr int kLoads = kRounds - kWarmUpRounds;
-  EXPECT_LT(late.allocated, early.allocated + 20 * kLoads);
+  EXPECT_LT(late.allocated, early.allocated + std::size_t{20} * kLoads);
   EXPECT_LT(late.mapped, early.mapped + kLoads / 4);
   EXPECT_LT(late.resident, early.resident + kLoads / 4);
 }

@@ -450,7 +450,7 @@ TEST(AutomatonGrowth, StatesThatHoldTooManyPositionsAreForgotten) {
   const std::string text = TextWithoutMatch(60000, 3);
   // A state holds some 200 positions; all states together would hold 12,000,000.
   EXPECT_EQ(EndOfMatch(automaton, text), -1);
-  EXPECT_LE(automaton.heldPositions, kMaxHeldPositions + kMaxBuiltTables * 2000U);
+  EXPECT_LE(automaton.heldPositions, kMaxHeldPositions + std::size_t{2000} * kMaxBuiltTables);
 
   const std::string match = text + "\na" + std::string(400, 'b') + "d";
   EXPECT_EQ(EndOfMatch(automaton, match), static_cast<std::ptrdiff_t>(match.size()));
