@@ -41,7 +41,7 @@ Expressions:
   [abc]      one of these               A{2,5}         two to five
   [^abc]     any other                  A|B            A or B
   ^  $       begin and end of a line    \<  \>         begin and end of a word
-  \w  \s     a letter, digit or "_"; white space       \1  what group 1 matched
+  \w  \s     a letter (a to z) or digit; white space       \1  what group 1 matched
   \.         an ordinary "."            ()             a group
   There are no class names such as [:alpha:]. With --literal all these are ordinary.
 
