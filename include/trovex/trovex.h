@@ -19,7 +19,7 @@
 // - Flags are ints: zero is false, every other value is true.
 // - A failure is a message text: one English sentence, zero-terminated, in a buffer that belongs to
 //   the library. It is valid until the next message is loaded; copy it before calling the library
-//   again. Null means success. Nothing throws, but for the array operations that say so.
+//   again. Null means success. Nothing throws, but for the few operations that say so.
 // - A null pointer where a function needs something to read or to write makes that function return
 //   its failure value (a message text, 0 or null) and change nothing.
 // - All state is module-wide and unguarded: one thread at a time. A process that wants to search on
