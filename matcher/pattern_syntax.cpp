@@ -225,9 +225,7 @@ class BracketParser {
   }
 
   /// Whether the hyphen of a range comes next: one that is not the last member.
-  bool AtRange() const {
-    return bytes_.Has(1) && bytes_.Peek() == '-' && bytes_.Peek(1) != ']';
-  }
+  bool AtRange() const { return bytes_.Has(1) && bytes_.Peek() == '-' && bytes_.Peek(1) != ']'; }
 
   /// The byte that `element` stands for, or nothing if it is faulty there.
   std::optional<int> ByteOf(const Element& element, bool acceptHyphen) {
