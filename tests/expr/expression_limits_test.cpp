@@ -29,9 +29,9 @@ std::string Times(std::string_view part, int count) {
 /// Runs `work` on a thread with a stack of 256 KB; sanitizers, whose frames are larger, get 2 MB.
 void OnASmallStack(std::function<void()> work) {
 #if defined(__SANITIZE_ADDRESS__)
-  constexpr std::size_t kStack = 2048U * 1024;
+  constexpr std::size_t kStack = std::size_t{2048} * 1024;
 #else
-  constexpr std::size_t kStack = 256U * 1024;
+  constexpr std::size_t kStack = std::size_t{256} * 1024;
 #endif
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
