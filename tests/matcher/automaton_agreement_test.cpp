@@ -8,6 +8,7 @@
 #include "matcher/case_helpers.h"
 #include "matcher/regular_expression.h"
 #include "tests/matcher/automaton_run.h"
+#include "tests/matcher/small_cases.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -20,11 +21,12 @@
 namespace trovex {
 namespace {
 
+using testing::AllStrings;
+using testing::Alphabet;
 using testing::Compiled;
 using testing::EndOfMatch;
+using testing::Strings;
 using testing::TakeError;
-
-using Strings = std::vector<std::string>;
 
 enum class Agreement {
   kNeverTurnsAway,  // the automaton accepts what the engine matches, and maybe more
@@ -70,28 +72,6 @@ bool AgreeOnLines(const std::string& pattern, const Strings& lines, bool fold, A
   }
   return true;
 }
-
-/// All strings of up to `maxCount` of `pieces`.
-Strings AllStrings(const Strings& pieces, int maxCount) {
-  Strings all = {""};
-  std::size_t begin = 0;
-  for (int count = 1; count <= maxCount; ++count) {
-    const std::size_t end = all.size();
-    for (std::size_t i = begin; i < end; ++i) {
-      for (const std::string& piece : pieces)
-        all.push_back(all[i] + piece);
-    }
-    begin = end;
-  }
-  return all;
-}
-
-struct Alphabet {
-  Strings pieces;   // of the patterns
-  int maxPieces;    // in a pattern
-  Strings letters;  // of the lines
-  int maxLetters;   // in a line
-};
 
 void ExpectAgreement(const Alphabet& alphabet, Agreement agreement, int atLeast,
                      bool fold = false) {

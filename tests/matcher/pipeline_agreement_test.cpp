@@ -13,6 +13,8 @@
 #include "tests/dice.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/closure_reference.h"
+#include "tests/matcher/small_cases.h"
+#include "tests/visible.h"
 
 #include <gtest/gtest.h>
 #include <trovex/functions.h>
@@ -37,11 +39,13 @@ static bool operator==(const MatchRange& a, const MatchRange& b) {
 
 namespace {
 
+using testing::AllStrings;
+using testing::Alphabet;
 using testing::ClosuresAreComplete;
 using testing::Dice;
 using testing::HeapText;
-
-using Strings = std::vector<std::string>;
+using testing::Strings;
+using testing::Visible;
 
 class PipelineAgreement : public ::testing::Test {
  protected:
@@ -59,20 +63,6 @@ std::optional<MatchRange> Find(HeapText& text, int group, bool engineOnly) {
   const bool found = ExecuteMatcher(text.Data(), text.Length(), group, range);
   Matcher().engineOnly = false;
   return found ? std::optional(range) : std::nullopt;
-}
-
-std::string Visible(std::string_view bytes) {
-  std::string visible;
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte > 32 && byte < 127 && c != '\\') {
-      visible += c;
-    } else {
-      constexpr std::string_view kDigits = "0123456789ABCDEF";
-      visible.append("\\x").append(1, kDigits[byte / 16]).append(1, kDigits[byte % 16]);
-    }
-  }
-  return visible;
 }
 
 /// Compiles `pattern` for both roads; false when it is refused, or when its automaton is one that is
@@ -96,28 +86,6 @@ bool Agree(const std::string& pattern, Flags flags, std::string_view text, char 
 }
 
 // Every small pattern.
-
-/// All strings of up to `maxCount` of `pieces`.
-Strings AllStrings(const Strings& pieces, int maxCount) {
-  Strings all = {""};
-  std::size_t begin = 0;
-  for (int count = 1; count <= maxCount; ++count) {
-    const std::size_t end = all.size();
-    for (std::size_t i = begin; i < end; ++i) {
-      for (const std::string& piece : pieces)
-        all.push_back(all[i] + piece);
-    }
-    begin = end;
-  }
-  return all;
-}
-
-struct Alphabet {
-  Strings pieces;   // of the patterns
-  int maxPieces;    // in a pattern
-  Strings letters;  // of the texts
-  int maxLetters;   // in a text
-};
 
 /// Whether the engine may be asked for groups: with an anchor in a repeated group it may never answer.
 bool GroupsAreSafe(const std::string& pattern) {

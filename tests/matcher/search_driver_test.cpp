@@ -9,6 +9,7 @@
 #include "matcher/matcher.h"
 #include "tests/heap_text.h"
 #include "tests/host_locale.h"
+#include "tests/visible.h"
 
 #include <gtest/gtest.h>
 #include <locale.h>
@@ -41,6 +42,7 @@ namespace {
 using testing::BuiltHostLocale;
 using testing::HeapText;
 using testing::HostLocale;
+using testing::Visible;
 
 struct Flags {
   bool foldCase = false;
@@ -677,22 +679,6 @@ class Generator {
   std::mt19937 random_;
   bool underscores_;
 };
-
-std::string Visible(std::string_view bytes) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  std::string visible;
-  for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte > 32 && byte < 127) {
-      visible += c;
-      continue;
-    }
-    visible += "\\x";
-    visible += kDigits[byte / 16];
-    visible += kDigits[byte % 16];
-  }
-  return visible;
-}
 
 /// One random pattern on some random texts.
 void ExpectAgreement(unsigned seed) {
