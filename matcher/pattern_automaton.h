@@ -26,8 +26,9 @@
 #ifndef TROVEX_MATCHER_PATTERN_AUTOMATON_H
 #define TROVEX_MATCHER_PATTERN_AUTOMATON_H
 
+#include "matcher/char_set.h"
+
 #include <array>
-#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -82,9 +83,6 @@ constexpr bool IsPostfixToken(Token token) {
 constexpr bool IsBinaryToken(Token token) {
   return token == TokConcat || token == TokOr || token == TokTopOr;
 }
-
-/// A set of bytes.
-using CharSet = std::bitset<256>;
 
 /// Which combinations of neighbours a position may stand between; see the head of this file.
 using Constraint = std::uint8_t;

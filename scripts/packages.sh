@@ -17,7 +17,7 @@ need() {
 }
 
 # What building the library and the command-line program takes.
-BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libhwy-dev)
 
 # What the tests take beside that.
 TEST_PACKAGES=(libgtest-dev pkg-config locales)

@@ -1,5 +1,6 @@
 // What the shared library shows to the loader: exactly the plain functions and the exported
-// classes, under its name, and nothing needed beyond the C and C++ libraries.
+// classes, under its name, and nothing needed beyond the C and C++ libraries and, where it is built
+// with it, Highway.
 //
 // The file's dynamic section and symbol table are read here directly, so that the test says what is
 // in the file and not what some tool shows of it.
@@ -206,9 +207,12 @@ TEST(SharedObjectFile, CarriesItsMajorVersionInItsName) {
   EXPECT_EQ(Library().Name(), "libtrovex.so.1");
 }
 
-TEST(SharedObjectFile, NeedsOnlyTheCAndTheCppLibrary) {
+TEST(SharedObjectFile, NeedsOnlyTheCAndTheCppLibraryAndHighway) {
   const std::vector<std::string> allowed = {
       "libstdc++.so.", "libgcc_s.so.", "libm.so.", "libc.so.", "ld-linux",
+#ifdef TROVEX_USE_HIGHWAY
+      "libhwy.so.",
+#endif
 #ifdef TROVEX_SANITIZE
       "libasan.so.",   "libubsan.so.",
 #endif

@@ -1,0 +1,16 @@
+# Vector instructions through Highway, which chooses the best the machine has at run time.
+
+if(TROVEX_USE_HIGHWAY STREQUAL "AUTO")
+  find_package(hwy QUIET)
+  if(NOT hwy_FOUND)
+    message(STATUS "Highway is not installed: texts are searched without vector instructions")
+    return()
+  endif()
+else()
+  find_package(hwy REQUIRED)
+endif()
+
+target_compile_definitions(trovex_objects PUBLIC TROVEX_USE_HIGHWAY)
+target_link_libraries(trovex_objects PUBLIC hwy::hwy)
+# By its file: what the installed library is linked with is no target of other builds.
+target_link_libraries(trovex PRIVATE $<TARGET_LINKER_FILE:hwy::hwy>)
