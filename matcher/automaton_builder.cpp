@@ -2,12 +2,13 @@
 
 #include "matcher/automaton_builder.h"
 
+#include "matcher/stream_analysis.h"
+
 #include <algorithm>
 #include <cctype>
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <utility>
 
 namespace trovex {
@@ -105,156 +106,21 @@ PositionSet Union(const PositionSet& a, const PositionSet& b) {
   return both;
 }
 
-// The analysis.
-
-/// Indices of tokens in ascending order.
-using IndexList = std::vector<std::uint32_t>;
-
-/// Adds `indices`, of which there is at least one, to `list`.
-void AddIndices(IndexList& list, IndexList::const_iterator begin, IndexList::const_iterator end) {
-  if (list.empty() || list.back() < *begin) {
-    list.insert(list.end(), begin, end);
-    return;
-  }
-  IndexList both;
-  both.reserve(list.size() + static_cast<std::size_t>(end - begin));
-  std::set_union(list.begin(), list.end(), begin, end, std::back_inserter(both));
-  list = std::move(both);
-}
-
-/// Evaluates the stream with a stack of operands. Of each operand it keeps whether it can match
-/// nothing, and the positions that a match of it can begin and end with.
-///
-/// These positions lie in two lists that all operands share: those of the topmost operand at the
-/// end, those of the operand below before them, and so on. Joining two operands is a change of
-/// their counts.
-class StreamAnalysis {
- public:
-  explicit StreamAnalysis(const PatternAutomaton& automaton);
-
-  /// The positions that can follow the byte, set, back-reference or end marker at `index`.
-  PositionSet Follows(std::size_t index) const { return EpsilonClosure(follows_[index]); }
-  /// The positions that a match can begin with.
-  PositionSet StartPositions() const { return EpsilonClosure(first_); }
-
- private:
-  struct Operand {
-    bool nullable;
-    std::size_t firstCount;
-    std::size_t lastCount;
-  };
-
-  void PushLeaf(std::uint32_t index);
-  void Repeat();
-  void Concatenate();
-  void Alternate();
-  void AddFollows(const Operand& operand, std::size_t skip, const Operand& next);
-  PositionSet EpsilonClosure(const IndexList& indices) const;
-
-  const std::vector<Token>& tokens_;
-  std::vector<IndexList> follows_;  // anchors among them
-  std::vector<Operand> stack_;
-  IndexList first_;
-  IndexList last_;
-};
-
-StreamAnalysis::StreamAnalysis(const PatternAutomaton& automaton)
-    : tokens_(automaton.tokens), follows_(automaton.tokens.size()) {
-  stack_.reserve(static_cast<std::size_t>(automaton.depth));
-  first_.reserve(static_cast<std::size_t>(automaton.leaves));
-  last_.reserve(static_cast<std::size_t>(automaton.leaves));
-  for (std::uint32_t index = 0; index < tokens_.size(); ++index) {
-    switch (tokens_[index]) {
-      case TokEmpty:
-        stack_.push_back({true, 0, 0});
-        break;
-      case TokOptional:
-        stack_.back().nullable = true;
-        break;
-      case TokStar:
-        Repeat();
-        stack_.back().nullable = true;
-        break;
-      case TokPlus:
-        Repeat();
-        break;
-      case TokConcat:
-        Concatenate();
-        break;
-      case TokOr:
-      case TokTopOr:
-        Alternate();
-        break;
-      default:
-        PushLeaf(index);
-        break;
-    }
-  }
-}
-
-void StreamAnalysis::PushLeaf(std::uint32_t index) {
-  stack_.push_back({tokens_[index] == TokBackref, 1, 1});
-  first_.push_back(index);
-  last_.push_back(index);
-}
-
-void StreamAnalysis::Repeat() {
-  AddFollows(stack_.back(), 0, stack_.back());
-}
-
-void StreamAnalysis::Concatenate() {
-  const Operand right = stack_.back();
-  stack_.pop_back();
-  Operand& left = stack_.back();
-  AddFollows(left, right.lastCount, right);
-
-  if (left.nullable) {
-    left.firstCount += right.firstCount;
-  } else {
-    first_.resize(first_.size() - right.firstCount);
-  }
-  if (right.nullable) {
-    left.lastCount += right.lastCount;
-  } else {
-    const auto rightLast = last_.end() - static_cast<std::ptrdiff_t>(right.lastCount);
-    last_.erase(rightLast - static_cast<std::ptrdiff_t>(left.lastCount), rightLast);
-    left.lastCount = right.lastCount;
-  }
-  left.nullable = left.nullable && right.nullable;
-}
-
-void StreamAnalysis::Alternate() {
-  const Operand right = stack_.back();
-  stack_.pop_back();
-  Operand& left = stack_.back();
-  left.nullable = left.nullable || right.nullable;
-  left.firstCount += right.firstCount;
-  left.lastCount += right.lastCount;
-}
-
-/// Lets the first positions of `next`, the topmost operand, follow each last position of `operand`,
-/// above which `skip` last positions lie.
-void StreamAnalysis::AddFollows(const Operand& operand, std::size_t skip, const Operand& next) {
-  if (next.firstCount == 0) return;
-  const auto nextFirst = first_.end() - static_cast<std::ptrdiff_t>(next.firstCount);
-  const auto lastEnd = last_.end() - static_cast<std::ptrdiff_t>(skip);
-  for (auto last = lastEnd - static_cast<std::ptrdiff_t>(operand.lastCount); last != lastEnd;
-       ++last) {
-    AddIndices(follows_[*last], nextFirst, first_.end());
-  }
-}
+// Closures.
 
 /// The positions of `indices`, each anchor replaced by the positions that follow it, whose
 /// constraint it narrows.
 ///
 /// Anchors are taken out one after the other, the one with the greatest index first. An anchor that
-/// comes up a second time is dropped, whatever constraint it has then.
-PositionSet StreamAnalysis::EpsilonClosure(const IndexList& indices) const {
+/// comes up a second time is dropped, whatever constraint it has then; `isComplete` is cleared where
+/// that loses a way.
+PositionSet EpsilonClosure(const std::vector<Token>& tokens, const StreamAnalysis& analysis,
+                           const IndexList& indices, bool& isComplete) {
   std::map<std::uint32_t, Constraint, std::greater<>> anchors;
   PositionSet closure;
   const auto insert = [&](const IndexList& inserted, Constraint constraint) {
     for (const std::uint32_t index : inserted) {
-      if (IsAnchorToken(tokens_[index])) {
+      if (IsAnchorToken(tokens[index])) {
         anchors[index] |= constraint;
       } else {
         closure.push_back({index, constraint});
@@ -262,12 +128,16 @@ PositionSet StreamAnalysis::EpsilonClosure(const IndexList& indices) const {
     }
   };
   insert(indices, kNoConstraint);
-  std::set<std::uint32_t> seen;
+  std::map<std::uint32_t, Constraint> seen;
   while (!anchors.empty()) {
     const auto [index, constraint] = *anchors.begin();
     anchors.erase(anchors.begin());
-    if (!seen.insert(index).second) continue;
-    insert(follows_[index], constraint & AnchorConstraint(tokens_[index]));
+    const auto [visited, isNew] = seen.emplace(index, constraint);
+    if (!isNew) {
+      if ((constraint & ~visited->second) != 0) isComplete = false;
+      continue;
+    }
+    insert(analysis.Follows(index), constraint & AnchorConstraint(tokens[index]));
   }
   Normalise(closure);
   return closure;
@@ -530,15 +400,18 @@ void AddTransitions(PatternAutomaton& automaton, StateNumber state, const Transi
 void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
   ClassifyBytes(automaton);
   automaton.searchFlag = searchFlag;
-  const StreamAnalysis analysis(automaton);
+  const StreamAnalysis analysis(automaton.tokens);
+  const auto closure = [&](const IndexList& indices) {
+    return EpsilonClosure(automaton.tokens, analysis, indices, automaton.anchorsAreComplete);
+  };
   automaton.follows.assign(automaton.tokens.size(), {});
   for (std::size_t index = 0; index < automaton.tokens.size(); ++index) {
     const Token token = automaton.tokens[index];
     if (IsByteToken(token) || IsSetToken(token) || token == TokBackref || token < 0) {
-      automaton.follows[index] = analysis.Follows(index);
+      automaton.follows[index] = closure(analysis.Follows(index));
     }
   }
-  const PositionSet start = analysis.StartPositions();
+  const PositionSet start = closure(analysis.First());
   StateFor(automaton, start, {.newline = AnyDepends(start, DependsOnNewlineBefore)});
 }
 

@@ -168,6 +168,7 @@ struct PatternAutomaton {
 
   std::vector<PositionSet> follows;  // per token: the positions that can follow it in a match
   bool searchFlag = false;           // a match may begin at any byte
+  bool anchorsAreComplete = true;    // no way through anchors was dropped from a position set
   std::vector<State> states;
   std::unordered_multimap<std::size_t, StateNumber> stateIndex;  // the states by hash
   std::size_t heldPositions = 0;                                 // of all states together
