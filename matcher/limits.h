@@ -41,6 +41,13 @@ inline constexpr double kEmptyLoopWeight = 12;
 /// lists them all.
 inline constexpr double kMaxNeighbourPairs = 8e6;
 
+/// The automata that locate matches: how many pairs of bytes of the pattern that may stand side by
+/// side they are made for, how many tables each of them has at most at one time (1 KB each), and how
+/// many positions its states may hold together. Larger patterns are left to the engine.
+inline constexpr std::size_t kMaxLocatorEdges = 200'000;
+inline constexpr std::size_t kMaxLocatorTables = 1'024;
+inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
+
 /// The library's own matcher, in one search of a line: its steps, and how many states and sets of
 /// group ranges it remembers. Beyond any of them the search ends without a match, after half a
 /// second and 120 MB at most.

@@ -5,11 +5,17 @@
 #include "matcher/automaton_compiler.h"
 #include "matcher/automaton_parser.h"
 #include "matcher/case_helpers.h"
+#include "matcher/engine_stream.h"
 #include "matcher/module_state.h"
+#include "matcher/pattern_syntax.h"
+#include "matcher/position_graph.h"
 
 #include <cstddef>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace trovex {
 
@@ -79,6 +85,36 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
   KeywordSetPrepare(*compiled.keywords);
 }
 
+/// Whether the automaton reads the pattern as `stream` says. Words are never the same to both.
+bool ReadsAs(const TokenStream& stream, std::string_view pattern, const CompiledPattern& compiled) {
+  if (stream.hasWordAnchors || !compiled.automaton.anchorsAreComplete) return false;
+  if (!Matcher().matchWords && !Matcher().matchLines) {
+    return stream.tokens == compiled.automaton.tokens && stream.sets == compiled.automaton.sets;
+  }
+  PatternAutomaton bare;  // without the word condition around it
+  AutomatonParse(pattern.data(), pattern.size(), bare);
+  return stream.tokens == bare.tokens && stream.sets == bare.sets;
+}
+
+/// Makes the locator, where automata can answer for the engine.
+void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate) {
+  const MatcherState& matcher = Matcher();
+  const std::optional<TokenStream> stream =
+      WriteTokenStream(ParsePattern(pattern.data(), pattern.size(), translate));
+  if (!stream) return;
+  std::unique_ptr<PositionGraph> graph =
+      MakePositionGraph(*stream, {.words = matcher.matchWords, .translate = translate});
+  if (graph == nullptr) return;
+  compiled.standsAlone = !stream->hasAnchors;
+  compiled.readingsAgree = ReadsAs(*stream, pattern, compiled);
+  RequiredKeyword keyword;
+  if (compiled.readingsAgree && compiled.keywords != nullptr) {
+    keyword = {compiled.keywords.get(), compiled.automaton.mustEntries.front().text,
+               matcher.foldCase};
+  }
+  compiled.locator = std::make_unique<MatchLocator>(std::move(graph), matcher.matchWords, keyword);
+}
+
 }  // namespace
 
 MatcherState& Matcher() {
@@ -96,8 +132,8 @@ MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
 
   // The table follows the host's locale; the engine itself must not.
   const ByteMap upperCase = matcher.foldCase ? UpperCaseMap() : ByteMap{};
-  const MessageNumber error =
-      compiled.regex.Compile(pattern, length, matcher.foldCase ? &upperCase : nullptr);
+  const ByteMap* const translate = matcher.foldCase ? &upperCase : nullptr;
+  const MessageNumber error = compiled.regex.Compile(pattern, length, translate);
   if (error != MessageNumber::kNone) return error;
 
   AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
@@ -107,6 +143,7 @@ MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
   AutomatonCompile(wrapped.data(), wrapped.size(), compiled.automaton, true);
   BuildKeywordPrefilter(compiled, matcher.foldCase);
   compiled.searchable = compiled.regex.IsCompiled() && matcher.pendingError == MessageNumber::kNone;
+  if (compiled.searchable) BuildLocator(compiled, {pattern, length}, translate);
   return MessageNumber::kNone;
 }
 

@@ -8,6 +8,7 @@
 #define TROVEX_MATCHER_MATCHER_H
 
 #include "matcher/keyword_set.h"
+#include "matcher/match_locator.h"
 #include "matcher/pattern_automaton.h"
 #include "matcher/regular_expression.h"
 #include "resources/string_table.h"
@@ -30,6 +31,13 @@ struct CompiledPattern {
   KeywordSetPtr keywords;
   /// How many of the keywords, the first ones, are the whole of every match.
   int exactKeywordCount = 0;
+  /// Says where a match lies, in place of the engine. Null when only the engine can.
+  std::unique_ptr<MatchLocator> locator;
+  /// Whether the locator's reading of the pattern is the automaton's too: every line with a match then
+  /// passes the automaton, which need not be asked.
+  bool readingsAgree = false;
+  /// Whether a match is one by itself, cut out of its line: the pattern holds no anchors.
+  bool standsAlone = false;
   /// False when compiling ended in an error: searching then finds nothing.
   bool searchable = false;
 };

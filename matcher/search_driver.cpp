@@ -42,11 +42,15 @@ Line LineFrom(const char* begin, const char* limit) {
   return {begin, feed != nullptr ? static_cast<const char*>(feed) : limit};
 }
 
+/// The start of the line around `p` in a text from `begin`, itself the start of a line.
+const char* LineStart(const char* p, const char* begin) {
+  const void* feed = memrchr(begin, '\n', static_cast<std::size_t>(p - begin));
+  return feed != nullptr ? static_cast<const char*>(feed) + 1 : begin;
+}
+
 /// The line around `p` in a text from `begin`, itself the start of a line, to `limit`.
 Line LineAround(const char* p, const char* begin, const char* limit) {
-  const void* feed = memrchr(begin, '\n', static_cast<std::size_t>(p - begin));
-  const char* lineBegin = feed != nullptr ? static_cast<const char*>(feed) + 1 : begin;
-  return {lineBegin, LineFrom(p, limit).end};
+  return {LineStart(p, begin), LineFrom(p, limit).end};
 }
 
 /// Keeps the byte behind a text, which the automaton overwrites, and puts it back at the end.
@@ -69,37 +73,28 @@ const char* RunAutomaton(PatternAutomaton& automaton, const char* begin, const c
   return AutomatonExecute(automaton, begin, behind, false, nullptr, nullptr);
 }
 
-/// What the stages in front of the engine make of the text.
-struct Candidate {
-  enum Kind { kNone, kExactKeyword, kLine } kind;
-  Line line;             // kLine: it can hold a match
-  KeywordMatch keyword;  // kExactKeyword: the match itself
-};
+/// The end of the line around `p`, if it is not too far to look for; otherwise `limit`, the end of the
+/// text.
+const char* NearLineEnd(const char* p, const char* limit) {
+  constexpr std::ptrdiff_t kNear = 4096;
+  const char* const near = limit - p > kNear ? p + kNear : limit;
+  const char* const end = LineFrom(p, near).end;
+  return end == near ? limit : end;
+}
 
-/// The next candidate from `scan`, the start of a line, up to `limit`. An exact keyword will do as
-/// an answer only when the whole match is wanted.
-Candidate NextCandidate(CompiledPattern& pattern, bool wholeMatch, const char* scan,
-                        const char* limit) {
-  if (pattern.keywords == nullptr) {
-    const char* place = RunAutomaton(pattern.automaton, scan, limit);
-    if (place == nullptr) return {Candidate::kNone, {}, {}};
-    return {Candidate::kLine, LineAround(place, scan, limit), {}};
-  }
+/// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
+/// null.
+const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit) {
+  if (pattern.keywords == nullptr) return RunAutomaton(pattern.automaton, scan, limit);
   for (;;) {
     KeywordMatch keyword{};
     const int size = static_cast<int>(limit - scan);
-    if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) {
-      return {Candidate::kNone, {}, {}};
-    }
-    if (wholeMatch && keyword.index < pattern.exactKeywordCount) {
-      return {Candidate::kExactKeyword, {}, keyword};
-    }
-    const Line line = LineAround(keyword.start, scan, limit);
-    if (RunAutomaton(pattern.automaton, line.begin, line.end) != nullptr) {
-      return {Candidate::kLine, line, {}};
-    }
-    if (line.end >= limit) return {Candidate::kNone, {}, {}};
-    scan = line.end + 1;
+    if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
+    const char* const lineEnd = NearLineEnd(keyword.start, limit);
+    const char* const place =
+        RunAutomaton(pattern.automaton, LineStart(keyword.start, scan), lineEnd);
+    if (place != nullptr || lineEnd == limit) return place;
+    scan = lineEnd + 1;
   }
 }
 
@@ -132,10 +127,11 @@ bool FindWholeWord(RegularExpression& regex, const Line& line, int start, int le
   return false;
 }
 
-/// Finds the first match on `line` that satisfies the word and line conditions.
-bool FindOnLine(RegularExpression& regex, const Line& line, MatchRegisters& registers) {
+/// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
+/// conditions.
+bool FindOnLine(RegularExpression& regex, const Line& line, int from, MatchRegisters& registers) {
   const MatcherState& matcher = Matcher();
-  const int start = regex.Search(line.begin, line.Length(), 0, registers);
+  const int start = regex.Search(line.begin, line.Length(), from, registers);
   if (start < 0) return false;
   const int length = registers.End(0) - start;
   if (matcher.matchLines) {
@@ -147,36 +143,103 @@ bool FindOnLine(RegularExpression& regex, const Line& line, MatchRegisters& regi
   return FindWholeWord(regex, line, start, length, registers);
 }
 
+/// One search: a pattern, a text and the group that is wanted.
+struct Search {
+  CompiledPattern& pattern;
+  const char* text;
+  const char* limit;
+  int group;  // 0: the whole match
+
+  /// A group that the pattern lacks took no part, so it needs no registers of its own.
+  bool WantsGroup() const {
+    return group > 0 && static_cast<std::size_t>(group) <= pattern.regex.GroupCount();
+  }
+  MatchRange RangeOf(const char* base, int start, int end) const {
+    const int offset = static_cast<int>(base - text);
+    return {offset + start, offset + end};
+  }
+  MatchRange RangeOnLine(const char* lineBegin, const MatchRegisters& registers) const {
+    return RangeOf(lineBegin, registers.Start(group), registers.End(group));
+  }
+};
+
+/// Looks for the keyword that is the whole of every match.
+bool FindKeyword(const Search& search, MatchRange& range) {
+  KeywordMatch keyword{};
+  const int size = static_cast<int>(search.limit - search.text);
+  if (KeywordSetSearch(*search.pattern.keywords, search.text, size, &keyword) == nullptr) {
+    return false;
+  }
+  range = search.RangeOf(keyword.start, 0, keyword.length);
+  return true;
+}
+
+/// Gives the range of the group that is wanted in `match`, which was located without the engine.
+MatchRange GroupRangeIn(const Search& search, const MatchLocator::Match& match) {
+  const auto length = static_cast<int>(match.end - match.start);
+  if (search.group == 0) return search.RangeOf(match.start, 0, length);
+  MatchRegisters registers(!search.WantsGroup());
+  if (!search.pattern.standsAlone) {
+    const Line line = LineAround(match.start, search.text, search.limit);
+    FindOnLine(search.pattern.regex, line, static_cast<int>(match.start - line.begin), registers);
+    return search.RangeOnLine(line.begin, registers);
+  }
+  if (search.WantsGroup()) search.pattern.regex.Search(match.start, length, 0, registers);
+  if (registers.Start(search.group) >= 0) return search.RangeOnLine(match.start, registers);
+  return search.RangeOf(LineStart(match.start, search.text), -1, -1);
+}
+
+/// Locates the match without the engine.
+bool FindByLocator(const Search& search, MatchRange& range) {
+  CompiledPattern& pattern = search.pattern;
+  for (const char* scan = search.text;;) {
+    const char* place = nullptr;
+    if (!pattern.readingsAgree) {
+      place = NextPlace(pattern, scan, search.limit);
+      if (place == nullptr) return false;
+      scan = LineStart(place, scan);
+    }
+    const auto match = pattern.locator->Find(scan, const_cast<char*>(search.limit));
+    if (!match) return false;
+    if (pattern.readingsAgree || match->start <= place ||
+        LineFrom(place, match->start).end == match->start) {
+      range = GroupRangeIn(search, *match);
+      return true;
+    }
+    // The match lies on a later line, which the automaton has not let pass.
+    scan = LineStart(match->start, scan);
+  }
+}
+
+/// Takes the lines that can hold a match to the engine, or all of them.
+bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
+  MatchRegisters registers(!search.WantsGroup());
+  for (const char* scan = search.text;;) {
+    const char* const place = everyLine ? scan : NextPlace(search.pattern, scan, search.limit);
+    if (place == nullptr) return false;
+    const Line line = LineAround(place, scan, search.limit);
+    if (FindOnLine(search.pattern.regex, line, 0, registers)) {
+      range = search.RangeOnLine(line.begin, registers);
+      return true;
+    }
+    if (line.end >= search.limit) return false;
+    scan = line.end + 1;
+  }
+}
+
 }  // namespace
 
 bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range) {
-  CompiledPattern* pattern = Matcher().installed.get();
+  const MatcherState& matcher = Matcher();
+  CompiledPattern* const pattern = matcher.installed.get();
   if (pattern == nullptr || !pattern->searchable || length <= 0) return false;
-  group = std::max(group, 0);
 
-  // A group that the pattern lacks took no part, so it needs no registers of its own.
-  MatchRegisters registers(group == 0 ||
-                           static_cast<std::size_t>(group) > pattern->regex.GroupCount());
-  const bool engineOnly = Matcher().engineOnly;
-  const char* const limit = text + length;
-  for (const char* scan = text;;) {
-    const Candidate candidate = engineOnly ? Candidate{Candidate::kLine, LineFrom(scan, limit), {}}
-                                           : NextCandidate(*pattern, group == 0, scan, limit);
-    if (candidate.kind == Candidate::kNone) return false;
-    if (candidate.kind == Candidate::kExactKeyword) {
-      const int start = static_cast<int>(candidate.keyword.start - text);
-      range = {start, start + candidate.keyword.length};
-      return true;
-    }
-    const Line& line = candidate.line;
-    if (FindOnLine(pattern->regex, line, registers)) {
-      const int lineStart = static_cast<int>(line.begin - text);
-      range = {lineStart + registers.Start(group), lineStart + registers.End(group)};
-      return true;
-    }
-    if (line.end >= limit) return false;
-    scan = line.end + 1;
-  }
+  const Search search = {*pattern, text, text + length, std::max(group, 0)};
+  if (matcher.engineOnly) return FindByEngine(search, true, range);
+  if (search.group == 0 && pattern->exactKeywordCount > 0) return FindKeyword(search, range);
+  const bool located = pattern->locator != nullptr && !matcher.matchLines &&
+                       pattern->locator->Words() == matcher.matchWords;
+  return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
 }
 
 }  // namespace trovex

@@ -1,0 +1,132 @@
+#include "matcher/match_locator.h"
+
+#include "matcher/case_helpers.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+/// How many of 100,000 places a way to places may leave, in German text, so that it is taken in any
+/// case, and so that it is taken rather than every place.
+constexpr double kRare = 200;
+constexpr double kWorthwhile = 20'000;
+/// How much rarer than the leading bytes a keyword must be: it takes more to go on from one.
+constexpr double kKeywordAdvantage = 4;
+
+/// How many leading bytes are considered.
+constexpr std::size_t kLeadingBytes = 16;
+
+/// Writes a newline behind a text and puts the byte back that was there.
+class NewlineBehind {
+ public:
+  explicit NewlineBehind(char* place) : place_(place), kept_(std::exchange(*place, '\n')) {}
+  ~NewlineBehind() { *place_ = kept_; }
+  NewlineBehind(const NewlineBehind&) = delete;
+  NewlineBehind& operator=(const NewlineBehind&) = delete;
+
+  char Kept() const { return kept_; }
+
+ private:
+  char* place_;
+  char kept_;
+};
+
+/// At how many of 100,000 places the keyword is to be expected.
+double ExpectedRate(const RequiredKeyword& keyword) {
+  std::vector<CharSet> sets;
+  for (const char c : keyword.text.substr(0, kLeadingBytes)) {
+    const int byte = static_cast<unsigned char>(c);
+    CharSet set;
+    set.set(static_cast<std::size_t>(byte));
+    if (keyword.folds) set.set(static_cast<std::size_t>(ToUpperGer(byte)));
+    sets.push_back(set);
+  }
+  return ExpectedRate(ChooseProbes(sets));
+}
+
+}  // namespace
+
+/// The text of one call.
+struct MatchLocator::Text {
+  const Byte* begin;
+  const Byte* end;  // a newline stands there
+};
+
+MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
+                           const RequiredKeyword& keyword)
+    : graph_(std::move(graph)), words_(words) {
+  const std::vector<Probe> probes = ChooseProbes(LeadingBytes(*graph_, kLeadingBytes));
+  const double leadingRate = probes.empty() ? 100'000 : ExpectedRate(probes);
+  if (leadingRate > kRare && keyword.set != nullptr &&
+      ExpectedRate(keyword) * kKeywordAdvantage < leadingRate) {
+    keyword_ = keyword.set;
+  } else if (leadingRate < kWorthwhile) {
+    leading_.emplace(probes);
+  }
+  forward_.emplace(*graph_, keyword_ != nullptr || leading_.has_value());
+}
+
+std::optional<MatchLocator::Match> MatchLocator::Find(const char* begin, char* end) {
+  const NewlineBehind newline(end);
+  const Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end)};
+  const std::optional<Match> match = FindFrom(text, text.begin, false);
+  if (!match || match->end != end || !words_) return match;
+
+  // A whole word ends before the byte behind the text as it really is, unless it is the whole line.
+  if (!IsWordConstituent(static_cast<Byte>(newline.Kept()))) return match;
+  if (match->start == begin || match->start[-1] == '\n') return match;
+  return FindFrom(text, reinterpret_cast<const Byte*>(match->start), true);
+}
+
+std::optional<MatchLocator::Match> MatchLocator::FindFrom(const Text& text, const Byte* place,
+                                                          bool refusesLineEnd) {
+  ForwardAutomaton::Run run = {.place = place, .textEnd = text.end, .before = ByteKind::kOther};
+  run.refusesLineEnd = refusesLineEnd;
+  for (;;) {
+    run.place = NextPlace(text, run.place);
+    if (run.place == nullptr) return std::nullopt;
+    run.before = KindBefore(text, run.place);
+    const ForwardAutomaton::Outcome outcome = forward_->Go(run);
+    if (outcome == ForwardAutomaton::Outcome::kEndOfText) return std::nullopt;
+    if (outcome == ForwardAutomaton::Outcome::kMatch) break;
+  }
+  if (run.start == nullptr) {
+    if (!backward_) backward_.emplace(*graph_);
+    run.start = backward_->StartOfMatch({run.place, KindBefore(text, run.place), run.end},
+                                        graph_->kindOf[*run.end]);
+  }
+  return Match{reinterpret_cast<const char*>(run.start), reinterpret_cast<const char*>(run.end)};
+}
+
+/// The first place from `place` on from which a match can start; null if there is none.
+const MatchLocator::Byte* MatchLocator::NextPlace(const Text& text, const Byte* place) {
+  if (leading_) return leading_->Find(place, text.end);
+  return keyword_ != nullptr ? PlaceByKeyword(text, place) : place;
+}
+
+const MatchLocator::Byte* MatchLocator::PlaceByKeyword(const Text& text, const Byte* place) {
+  if (!backward_) backward_.emplace(*graph_);
+  for (;;) {
+    KeywordMatch keyword{};
+    const auto size = static_cast<int>(text.end - place);
+    if (KeywordSetSearch(*keyword_, reinterpret_cast<const char*>(place), size, &keyword) ==
+        nullptr) {
+      return nullptr;
+    }
+    const auto* const occurrence = reinterpret_cast<const Byte*>(keyword.start);
+    const Byte* const start =
+        backward_->StartOfPrefix({place, KindBefore(text, place), occurrence + keyword.length});
+    if (start != nullptr && start <= occurrence) return start;
+    place = occurrence + 1;
+  }
+}
+
+ByteKind MatchLocator::KindBefore(const Text& text, const Byte* place) const {
+  return place == text.begin ? ByteKind::kNewline : graph_->kindOf[place[-1]];
+}
+
+}  // namespace trovex

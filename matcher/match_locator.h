@@ -1,0 +1,75 @@
+// Finds where the leftmost match lies, and of those the longest, without the engine: in time that
+// grows with the bytes looked at and no faster, on lines of any length.
+//
+// One of three roads leads to the places from which a match can start:
+//
+//   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
+//                   places where they do are searched for (place_scan.h).
+//   keyword         Every match holds a string. Where it occurs, the automaton that reads backwards
+//                   says from where on the text up to its end could be the beginning of a match.
+//   every place     Neither promises to leave much out.
+//
+// From there the automaton that reads forwards goes on to the end of the leftmost match; its start is
+// known from the way, or the automaton that reads backwards looks for it.
+
+#ifndef TROVEX_MATCHER_MATCH_LOCATOR_H
+#define TROVEX_MATCHER_MATCH_LOCATOR_H
+
+#include "matcher/backward_automaton.h"
+#include "matcher/forward_automaton.h"
+#include "matcher/keyword_set.h"
+#include "matcher/place_scan.h"
+#include "matcher/position_graph.h"
+
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace trovex {
+
+/// A string that every match contains, and the set of one keyword that searches for it.
+struct RequiredKeyword {
+  const KeywordSet* set = nullptr;  // null: there is none
+  std::string_view text;
+  bool folds = false;
+};
+
+class MatchLocator {
+ public:
+  /// `words`: the graph was made for whole words. `keyword.set` must outlive the locator.
+  MatchLocator(std::unique_ptr<PositionGraph> graph, bool words, const RequiredKeyword& keyword);
+
+  /// A match, its end exclusive.
+  struct Match {
+    const char* start;
+    const char* end;
+  };
+
+  /// The leftmost match in the text from `begin`, the start of a line, to `end`, behind which there is
+  /// one writable byte: it is changed and put back. Throws nothing but std::bad_alloc.
+  std::optional<Match> Find(const char* begin, char* end);
+
+  /// Whether matches must be whole words.
+  bool Words() const { return words_; }
+
+ private:
+  using Byte = unsigned char;
+  struct Text;
+
+  std::optional<Match> FindFrom(const Text& text, const Byte* place, bool refusesLineEnd);
+  const Byte* NextPlace(const Text& text, const Byte* place);
+  const Byte* PlaceByKeyword(const Text& text, const Byte* place);
+  ByteKind KindBefore(const Text& text, const Byte* place) const;
+
+  const std::unique_ptr<PositionGraph> graph_;
+  const bool words_;
+  const KeywordSet* keyword_ = nullptr;  // null unless this road is taken
+  std::optional<PlaceScan> leading_;     // set if this road is taken
+  std::optional<ForwardAutomaton> forward_;
+  std::optional<BackwardAutomaton> backward_;  // made when it is first needed
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_MATCH_LOCATOR_H

@@ -1,0 +1,286 @@
+#include "matcher/position_graph.h"
+
+#include "matcher/case_helpers.h"
+#include "matcher/limits.h"
+#include "matcher/pattern_syntax.h"
+#include "matcher/stream_analysis.h"
+
+#include <algorithm>
+#include <map>
+
+namespace trovex {
+
+namespace {
+
+constexpr int kNewline = '\n';
+constexpr std::uint32_t kNoPosition = UINT32_MAX;
+
+/// The pairs of neighbours that `allows` accepts.
+template <typename Condition>
+constexpr Neighbours NeighboursWhere(Condition allows) {
+  Neighbours neighbours = 0;
+  for (int before = 0; before < kByteKinds; ++before) {
+    for (int behind = 0; behind < kByteKinds; ++behind) {
+      const auto b = static_cast<ByteKind>(before);
+      const auto a = static_cast<ByteKind>(behind);
+      if (allows(b, a)) neighbours |= NeighbourBit(b, a);
+    }
+  }
+  return neighbours;
+}
+
+constexpr bool IsLetter(ByteKind kind) {
+  return kind == ByteKind::kLetter;
+}
+
+constexpr Neighbours kNoLetterBefore =
+    NeighboursWhere([](ByteKind before, ByteKind) { return !IsLetter(before); });
+constexpr Neighbours kNoLetterBehind =
+    NeighboursWhere([](ByteKind, ByteKind behind) { return !IsLetter(behind); });
+
+/// What an anchor demands.
+constexpr Neighbours AnchorNeighbours(Token anchor) {
+  switch (anchor) {
+    case TokLineStart:
+      return NeighboursWhere(
+          [](ByteKind before, ByteKind) { return before == ByteKind::kNewline; });
+    case TokLineEnd:
+      return NeighboursWhere(
+          [](ByteKind, ByteKind behind) { return behind == ByteKind::kNewline; });
+    case TokWordStart:
+      return NeighboursWhere(
+          [](ByteKind before, ByteKind behind) { return !IsLetter(before) && IsLetter(behind); });
+    case TokWordEnd:
+      return NeighboursWhere(
+          [](ByteKind before, ByteKind behind) { return IsLetter(before) && !IsLetter(behind); });
+    case TokWordEdge:
+      return NeighboursWhere(
+          [](ByteKind before, ByteKind behind) { return IsLetter(before) != IsLetter(behind); });
+    case TokNotWordEdge:
+      return NeighboursWhere(
+          [](ByteKind before, ByteKind behind) { return IsLetter(before) == IsLetter(behind); });
+    default:
+      return kAnyNeighbours;
+  }
+}
+
+/// Whether `neighbours` asks what kind the byte on one side is: whether some pair and the one with
+/// `a` in place of `b` on that side are not both in it or both not.
+bool TellsApart(Neighbours neighbours, ByteKind a, ByteKind b) {
+  const auto has = [&](ByteKind before, ByteKind behind) {
+    return (neighbours & NeighbourBit(before, behind)) != 0;
+  };
+  for (int other = 0; other < kByteKinds; ++other) {
+    const auto kind = static_cast<ByteKind>(other);
+    if (has(a, kind) != has(b, kind) || has(kind, a) != has(kind, b)) return true;
+  }
+  return false;
+}
+
+class GraphMaker {
+ public:
+  GraphMaker(const TokenStream& stream, const GraphOptions& options)
+      : stream_(stream), options_(options), analysis_(stream.tokens) {}
+
+  std::unique_ptr<PositionGraph> Make();
+
+ private:
+  void NumberPositions();
+  bool AddNode(std::uint32_t node, const IndexList& follows);
+  void DemandWords();
+  void ClassifyKinds();
+  void ClassifyBytes();
+  void SplitOff(std::size_t byte);
+  void SplitClasses(const CharSet& set);
+  bool AnyEdge(ByteKind a, ByteKind b) const;
+
+  const TokenStream& stream_;
+  const GraphOptions& options_;
+  const StreamAnalysis analysis_;
+  std::unique_ptr<PositionGraph> graph_ = std::make_unique<PositionGraph>();
+  std::vector<std::uint32_t> positionOf_;  // per token
+  std::array<int, 256> classSize_{};
+  int classes_ = 0;
+};
+
+std::unique_ptr<PositionGraph> GraphMaker::Make() {
+  NumberPositions();
+  PositionGraph& graph = *graph_;
+  graph.next.resize(graph.size + 1);
+  graph.ends.resize(graph.size + 1);
+  for (std::size_t index = 0; index < positionOf_.size(); ++index) {
+    const std::uint32_t position = positionOf_[index];
+    if (position != kNoPosition && !AddNode(position, analysis_.Follows(index))) return nullptr;
+  }
+  if (!AddNode(graph.Start(), analysis_.First())) return nullptr;
+  if (options_.words) {
+    // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
+    if (graph.ends[graph.Start()] != 0) return nullptr;
+    DemandWords();
+  }
+  ClassifyKinds();
+  ClassifyBytes();
+  return std::move(graph_);
+}
+
+void GraphMaker::NumberPositions() {
+  PositionGraph& graph = *graph_;
+  positionOf_.assign(stream_.tokens.size(), kNoPosition);
+  for (std::size_t index = 0; index < stream_.tokens.size(); ++index) {
+    const Token token = stream_.tokens[index];
+    if (!IsByteToken(token) && !IsSetToken(token)) continue;
+    positionOf_[index] = graph.size++;
+    CharSet bytes = IsByteToken(token)
+                        ? CharSet().set(static_cast<std::size_t>(token))
+                        : stream_.sets[static_cast<std::size_t>(token - TokFirstSet)];
+    graph.bytes.push_back(bytes.reset(kNewline));
+  }
+}
+
+/// Adds the edges of `node`, from which `follows` can be reached: each anchor gives way to what
+/// follows it, under its condition. Anchors stand in no repetition, so what follows one has a greater
+/// index, and going through them in ascending order meets every way.
+bool GraphMaker::AddNode(std::uint32_t node, const IndexList& follows) {
+  std::map<std::uint32_t, Neighbours> anchors;
+  std::map<std::uint32_t, Neighbours> reached;
+  std::vector<PositionEdge>& edges = graph_->next[node];
+  const auto add = [&](const IndexList& indices, Neighbours neighbours, bool direct) {
+    for (const std::uint32_t index : indices) {
+      const Token token = stream_.tokens[index];
+      if (IsAnchorToken(token)) {
+        anchors[index] |= neighbours;
+      } else if (token < 0) {
+        graph_->ends[node] |= neighbours;
+      } else if (direct) {
+        edges.push_back({positionOf_[index], neighbours});
+      } else {
+        reached[positionOf_[index]] |= neighbours;
+      }
+    }
+  };
+  add(follows, kAnyNeighbours, true);
+  while (!anchors.empty()) {
+    const auto [index, neighbours] = *anchors.begin();
+    anchors.erase(anchors.begin());
+    const auto left = static_cast<Neighbours>(neighbours & AnchorNeighbours(stream_.tokens[index]));
+    if (left != 0) add(analysis_.Follows(index), left, false);
+  }
+  for (PositionEdge& edge : edges)
+    reached.erase(edge.position);  // taken between any neighbours as it is
+  for (const auto& [position, neighbours] : reached)
+    edges.push_back({position, neighbours});
+  std::sort(edges.begin(), edges.end(),
+            [](const PositionEdge& a, const PositionEdge& b) { return a.position < b.position; });
+  graph_->edgeCount += edges.size();
+  return graph_->edgeCount <= kMaxLocatorEdges;
+}
+
+void GraphMaker::DemandWords() {
+  for (PositionEdge& edge : graph_->next[graph_->Start()])
+    edge.neighbours &= kNoLetterBefore;
+  for (Neighbours& end : graph_->ends)
+    end &= kNoLetterBehind;
+}
+
+bool GraphMaker::AnyEdge(ByteKind a, ByteKind b) const {
+  for (std::size_t node = 0; node < graph_->next.size(); ++node) {
+    for (const PositionEdge& edge : graph_->next[node]) {
+      if (TellsApart(edge.neighbours, a, b)) return true;
+    }
+    const Neighbours end = graph_->ends[node];
+    if (TellsApart(end, a, b)) return true;
+  }
+  return false;
+}
+
+void GraphMaker::ClassifyKinds() {
+  const bool letters = AnyEdge(ByteKind::kLetter, ByteKind::kOther);
+  graph_->kindOf.fill(ByteKind::kOther);
+  graph_->kindOf[kNewline] = ByteKind::kNewline;
+  if (!letters) return;
+  for (std::size_t c = 0; c < graph_->kindOf.size(); ++c) {
+    const int compared =
+        options_.translate != nullptr ? (*options_.translate)[c] : static_cast<int>(c);
+    const bool letter =
+        options_.words ? IsWordConstituent(static_cast<int>(c)) : IsEngineWordByte(compared);
+    if (letter) graph_->kindOf[c] = ByteKind::kLetter;
+  }
+}
+
+void GraphMaker::ClassifyBytes() {
+  graph_->classOf.fill(0);
+  classSize_[0] = static_cast<int>(graph_->classOf.size());
+  classes_ = 1;
+  SplitOff(kNewline);
+  CharSet letters;
+  for (std::size_t c = 0; c < letters.size(); ++c)
+    letters.set(c, graph_->kindOf[c] == ByteKind::kLetter);
+  SplitClasses(letters);
+  for (const Token token : stream_.tokens) {
+    if (IsByteToken(token)) SplitOff(static_cast<std::size_t>(token));
+  }
+  for (const CharSet& set : stream_.sets)
+    SplitClasses(set);
+}
+
+/// Gives `byte` a class of its own.
+void GraphMaker::SplitOff(std::size_t byte) {
+  std::uint8_t& c = graph_->classOf[byte];
+  if (classSize_[c] == 1) return;
+  --classSize_[c];
+  c = static_cast<std::uint8_t>(classes_++);
+  classSize_[c] = 1;
+}
+
+/// Splits every class that lies partly in `set`.
+void GraphMaker::SplitClasses(const CharSet& set) {
+  std::array<int, 256> inside{};
+  for (std::size_t c = 0; c < set.size(); ++c) {
+    if (set[c]) ++inside[graph_->classOf[c]];
+  }
+  std::array<int, 256> splitTo{};
+  for (std::size_t c = 0; c < set.size(); ++c) {
+    const std::uint8_t old = graph_->classOf[c];
+    if (!set[c] || inside[old] == 0 || inside[old] == classSize_[old]) continue;
+    if (splitTo[old] == 0) splitTo[old] = classes_++;
+    graph_->classOf[c] = static_cast<std::uint8_t>(splitTo[old]);
+  }
+  for (std::size_t old = 0; old < splitTo.size(); ++old) {
+    if (splitTo[old] == 0) continue;
+    classSize_[static_cast<std::size_t>(splitTo[old])] = inside[old];
+    classSize_[old] -= inside[old];
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<PositionGraph> MakePositionGraph(const TokenStream& stream,
+                                                 const GraphOptions& options) {
+  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
+  if (options.words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
+  return GraphMaker(stream, options).Make();
+}
+
+std::vector<CharSet> LeadingBytes(const PositionGraph& graph, std::size_t most) {
+  constexpr std::size_t kWidest = 256;  // more positions abreast tell nothing
+  std::vector<CharSet> leading;
+  std::vector<std::uint32_t> nodes = {graph.Start()};
+  while (leading.size() < most && nodes.size() <= kWidest) {
+    std::vector<std::uint32_t> reached;
+    CharSet bytes;
+    for (const std::uint32_t node : nodes) {
+      if (graph.ends[node] != 0) return leading;
+      for (const PositionEdge& edge : graph.next[node]) {
+        reached.push_back(edge.position);
+        bytes |= graph.bytes[edge.position];
+      }
+    }
+    leading.push_back(bytes);
+    std::sort(reached.begin(), reached.end());
+    reached.erase(std::unique(reached.begin(), reached.end()), reached.end());
+    nodes = std::move(reached);
+  }
+  return leading;
+}
+
+}  // namespace trovex

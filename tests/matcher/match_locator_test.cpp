@@ -1,0 +1,274 @@
+// Matches located by automata against the engine alone: all matches of a text, one behind the other as
+// the leaves of a search tree ask for them, in texts long enough for every road and every leap.
+
+#include "matcher/matcher.h"
+#include "tests/dice.h"
+#include "tests/heap_text.h"
+#include "tests/visible.h"
+
+#include <gtest/gtest.h>
+#include <trovex/functions.h>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace trovex {
+namespace {
+
+using testing::Dice;
+using testing::HeapText;
+using testing::Visible;
+
+using Ranges = std::vector<std::pair<int, int>>;
+
+class MatchLocatorTest : public ::testing::Test {
+ protected:
+  void TearDown() override { Matcher() = MatcherState{}; }
+};
+
+/// All matches of the installed pattern; a match of nothing ends the list.
+Ranges AllMatches(HeapText& text, int group, bool engineOnly) {
+  Matcher().engineOnly = engineOnly;
+  Ranges ranges;
+  for (int position = 0; position < text.Length();) {
+    MatchRange range{};
+    if (!ExecuteMatcher(text.Data() + position, text.Length() - position, group, range)) break;
+    ranges.emplace_back(position + range.start, position + range.end);
+    if (range.start < 0 || range.end <= range.start) break;
+    position += range.end;
+  }
+  Matcher().engineOnly = false;
+  return ranges;
+}
+
+struct Flags {
+  bool fold = false;
+  bool words = false;
+};
+
+/// Whether the automaton, which decides about lines, sees words in the text where the engine does not.
+bool MeetsUnderscoreReading(const std::string& pattern, std::string_view text) {
+  return pattern.find_first_of("<>") != std::string::npos && text.find('_') != std::string::npos;
+}
+
+/// All matches without the locator: the engine's, on lines that the automaton lets pass.
+Ranges MatchesOnPassedLines(HeapText& text) {
+  const auto locator = std::exchange(Matcher().installed->locator, nullptr);
+  return AllMatches(text, 0, false);
+}
+
+/// Holds all matches of `pattern` against the engine's; returns how many there are.
+std::size_t Compare(const std::string& pattern, Flags flags, std::string_view text, char behind) {
+  EXPECT_STREQ(Compile(pattern.c_str(), flags.fold, flags.words), nullptr) << Visible(pattern);
+  HeapText heap(text, behind);
+  const Ranges located = AllMatches(heap, 0, false);
+  const Ranges expected = MeetsUnderscoreReading(pattern, text) ? MatchesOnPassedLines(heap)
+                                                                : AllMatches(heap, 0, true);
+  EXPECT_EQ(located, expected) << "pattern " << Visible(pattern) << " fold " << flags.fold
+                               << " words " << flags.words << " text " << Visible(text)
+                               << " behind " << Visible({&behind, 1});
+  EXPECT_EQ(heap.Behind(), behind);
+  return located.size();
+}
+
+// Which patterns are located.
+
+bool IsLocated(const std::string& pattern, Flags flags = {}) {
+  EXPECT_STREQ(Compile(pattern.c_str(), flags.fold, flags.words), nullptr) << Visible(pattern);
+  return Matcher().installed->locator != nullptr;
+}
+
+bool IsReadAlike(const std::string& pattern, Flags flags = {}) {
+  return IsLocated(pattern, flags) && Matcher().installed->readingsAgree;
+}
+
+TEST_F(MatchLocatorTest, OrdinaryPatternsAreReadAlikeAndNeedNoEngine) {
+  for (const char* pattern :
+       {"Haus", "Haus|Hof", "[a-z]+ung", "(a|b)*c", "a{2,4}b{2,}c{,3}d+e?", "^Haus$", ".*x",
+        "[^a-z]", "()", "a||b", "\\s\\S", "\\.\\(", "x*", "a\nb", "[0-9]{1,3}\\.[0-9]"}) {
+    EXPECT_TRUE(IsReadAlike(pattern)) << pattern;
+  }
+  for (const char* pattern : {"Haus",
+                              "\xDC"
+                              "ber|Stra\xDF"
+                              "e",
+                              "[a-z]+ung", "[^a-z]"}) {
+    EXPECT_TRUE(IsReadAlike(pattern, {true, false})) << pattern;
+    EXPECT_TRUE(IsReadAlike(pattern, {false, true})) << pattern;
+    EXPECT_TRUE(IsReadAlike(pattern, {true, true})) << pattern;
+  }
+}
+
+TEST_F(MatchLocatorTest, PatternsThatAreReadInTwoWaysAreLocatedAsTheEngineReadsThem) {
+  for (const char* pattern : {"\\bund\\b", "\\<und", "und\\>", "\\w+", "\\W", "a{0}b", "[[.a.]]"}) {
+    EXPECT_TRUE(IsLocated(pattern)) << pattern;
+    EXPECT_FALSE(IsReadAlike(pattern)) << pattern;
+  }
+  EXPECT_TRUE(IsLocated("[A-z]", {true, false}));
+  EXPECT_FALSE(IsReadAlike("[A-z]", {true, false}));
+}
+
+TEST_F(MatchLocatorTest, WhatOnlyTheEngineCanAnswerIsLeftToIt) {
+  for (const char* pattern : {"(a)\\1", "(^a)+", "(a$){2}", "a\\Bb"}) {
+    EXPECT_FALSE(IsLocated(pattern)) << pattern;
+  }
+  for (const char* pattern : {"a*", "(Haus)?", "\\bund", "a\\'"}) {
+    EXPECT_FALSE(IsLocated(pattern, {false, true})) << pattern;
+  }
+}
+
+TEST_F(MatchLocatorTest, APatternBeyondTheBoundsOfTheAutomataIsLeftToTheEngine) {
+  std::string pattern = "(b";
+  for (int i = 0; i < 500; ++i)
+    pattern += "|a";
+  pattern += ")+";
+  EXPECT_FALSE(IsLocated(pattern));
+  EXPECT_EQ(Compare(pattern, {}, "xaabx", '\0'), 1U);
+}
+
+// Where matches lie.
+
+TEST_F(MatchLocatorTest, AnEarlierStartWinsOverAnEarlierEnd) {
+  EXPECT_EQ(Compare("abcd|c", {}, "xabcd abcx c", '\0'), 3U);
+  EXPECT_EQ(Compare("a.*d|b|cc", {}, "xabccd abcc", '\0'), 3U);
+}
+
+TEST_F(MatchLocatorTest, ALongerMatchOfAnEarlierStartReplacesAFirstOne) {
+  EXPECT_EQ(Compare("ab*c|b", {}, "abbbbc abbbb", '\0'), 5U);
+}
+
+TEST_F(MatchLocatorTest, LeapsOverWhatChangesNothing) {
+  std::string text;
+  for (int i = 0; i < 40; ++i)
+    text += "eine lange Zeile Text ";
+  for (const char* pattern :
+       {"Q.*Y", "Q.*", "Q[^Y]*Y", "(Q.*Y)?X", "Q.*Y|Z", "^.*X", "Q.*Y$", ".*"}) {
+    for (const Flags flags : {Flags{false, false}, Flags{true, false}, Flags{false, true}}) {
+      if (flags.words && !IsLocated(pattern, flags)) continue;
+      for (const char* middle : {"", "Q", "Y", "Q Y Y", "Q\nY", "QX", "Z Q", "YQ"}) {
+        Compare(pattern, flags, text + "Q" + text + middle + text + "Y", '\0');
+        Compare(pattern, flags, text + middle + text + "\n" + middle + text, 'Y');
+      }
+    }
+  }
+}
+
+TEST_F(MatchLocatorTest, AWordAtTheEndOfTheTextEndsBeforeTheByteBehindIt) {
+  for (const char* pattern : {"und", "[a-z]+", "u[a-z ]*", "nd|und|n", "(und|d) ?", "^und|und$"}) {
+    for (const char* text : {"und", " und", "und und", "hund\nund", "u", "hund\n und", "un d"}) {
+      for (const char behind : {'\0', 'x', ' ', '_', '\n', '\xE4'}) {
+        Compare(pattern, {false, true}, text, behind);
+      }
+    }
+  }
+}
+
+TEST_F(MatchLocatorTest, MoreStatesThanAreKeptChangeNoAnswer) {
+  Dice dice(1);
+  const std::string text = "ab" + dice.Bytes("ab", 8000);
+  EXPECT_GT(Compare("a(a|b){11}c|b(a|b){9}aa", {}, text + "c", '\0'), 100U);
+  EXPECT_GT(Compare("(a|b){2}a(a|b){11}ab", {}, text, '\0'), 20U);
+  EXPECT_EQ(Compare("(a|b)*a(a|b){12}c", {}, text + "c", '\0'), 1U);
+}
+
+TEST_F(MatchLocatorTest, ALineThatTheAutomatonTurnsAwayHasNoMatch) {
+  // The engine counts the underscore among the letters of a word, the automaton does not.
+  const std::string text = "_und\nx und_und _\nund\n_und_\n";
+  for (const char* pattern : {"\\<und", "und\\>", "\\<[a-z_]+\\>", "\\<_", "_\\>|d"}) {
+    EXPECT_FALSE(IsReadAlike(pattern));
+    Compare(pattern, {}, text, '\0');
+    Compare(pattern, {}, text + text, '_');
+    Compare(pattern, {}, "und" + text + "und", 'x');
+  }
+}
+
+// At random.
+
+class RandomTexts {
+ public:
+  explicit RandomTexts(std::uint32_t seed) : dice_(seed) {}
+
+  std::string Pattern() {
+    std::string pattern = Sequence(2);
+    while (dice_.OneIn(3))
+      pattern.append("|").append(Sequence(2));
+    return pattern;
+  }
+
+  /// Long lines, short lines, and words that the patterns hold.
+  std::string Text() {
+    static const std::vector<std::string> kPieces = {"Haus",
+                                                     "haus ",
+                                                     "ung ",
+                                                     "Ver",
+                                                     "aa",
+                                                     "ab ",
+                                                     "x",
+                                                     "-",
+                                                     "\n",
+                                                     "12.34",
+                                                     "\xFC"
+                                                     "ber ",
+                                                     "_"};
+    std::string text;
+    for (int pieces = dice_.Between(1, 120); pieces > 0; --pieces) {
+      text += Any(kPieces);
+      if (dice_.OneIn(20)) text.append(static_cast<std::size_t>(dice_.Between(1, 150)), 'e');
+    }
+    return text;
+  }
+
+  Flags AnyFlags() { return {dice_.OneIn(2), dice_.OneIn(3)}; }
+  char Behind() { return dice_.Byte(std::string_view("\0a_\n ", 5)); }
+
+ private:
+  const std::string& Any(const std::vector<std::string>& strings) {
+    return strings[static_cast<std::size_t>(
+        dice_.Between(0, static_cast<int>(strings.size()) - 1))];
+  }
+
+  std::string Sequence(int depth) {
+    static const std::vector<std::string> kAtoms = {"Haus",   "ung", "[a-z]", "[A-Z]", ".",
+                                                    "[^a-z]", "e",   "a",     "ab",    "-",
+                                                    "[0-9]",  "\\.", "\xDC",  " "};
+    static const std::vector<std::string> kPostfixes = {"*", "+", "?", "{2,3}", "{,2}", "*"};
+    std::string sequence;
+    if (dice_.OneIn(10)) sequence += dice_.OneIn(2) ? "^" : "\\<";
+    for (int atoms = dice_.Between(1, 4); atoms > 0; --atoms) {
+      if (depth > 0 && dice_.OneIn(5)) {
+        sequence.append("(")
+            .append(Sequence(depth - 1))
+            .append("|")
+            .append(Atom(kAtoms))
+            .append(")");
+      } else {
+        sequence += Any(kAtoms);
+      }
+      if (dice_.OneIn(3)) sequence += Any(kPostfixes);
+    }
+    if (dice_.OneIn(10)) sequence += dice_.OneIn(2) ? "$" : "\\>";
+    return sequence;
+  }
+  std::string Atom(const std::vector<std::string>& atoms) { return Any(atoms); }
+
+  Dice dice_;
+};
+
+TEST_F(MatchLocatorTest, RandomPatternsInLongRandomTexts) {
+  std::size_t matches = 0;
+  for (std::uint32_t seed = 1; seed <= 2000; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    RandomTexts cases(seed);
+    const std::string pattern = cases.Pattern();
+    const Flags flags = cases.AnyFlags();
+    const std::string text = cases.Text();
+    if (!IsLocated(pattern, flags)) continue;
+    matches += Compare(pattern, flags, text, cases.Behind());
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(matches, 10000U);
+}
+
+}  // namespace
+}  // namespace trovex
