@@ -43,7 +43,7 @@ std::vector<Range> ByHandEngine::Matches(const std::string& text) {
   const bool anywhere = nearBy_ < 0;
   std::vector<Range> left = left_->Matches(text);
   if (left.empty()) return left;
-  const std::vector<Range> right = right_->Matches(text);
+  std::vector<Range> right = right_->Matches(text);
 
   if (rightExcluded_) {
     const bool excluded = anywhere ? !right.empty() : !NearOnes(left, right, nearBy_).empty();

@@ -1,4 +1,4 @@
-// How time is taken: CPU time of this process, so that others on the machine disturb little.
+// How time is taken: CPU time of this thread, so that others on the machine disturb little.
 
 #ifndef TROVEX_BENCH_MEASURE_H
 #define TROVEX_BENCH_MEASURE_H

@@ -20,9 +20,11 @@ class TrovexEngine : public Engine {
 
   std::vector<Range> Matches(const std::string& text) override {
     const auto found = Search(text);
-    std::vector<Range> matches;
-    for (int i = 0; i < found->GetSize(); ++i)
-      matches.push_back({found->GetAt(i)->GetStartPos(), found->GetAt(i)->GetEndPos()});
+    std::vector<Range> matches(static_cast<std::size_t>(found->GetSize()));
+    for (int i = 0; i < found->GetSize(); ++i) {
+      CFoundItem& item = *found->GetAt(i);
+      matches[static_cast<std::size_t>(i)] = {item.GetStartPos(), item.GetEndPos()};
+    }
     return matches;
   }
 
