@@ -12,7 +12,6 @@
 
 #include <hs/hs.h>
 #include <cstdlib>
-#include <limits>
 #include <new>
 #include <stdexcept>
 

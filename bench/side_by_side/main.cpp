@@ -18,6 +18,7 @@
 #include <exception>
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -112,6 +113,10 @@ int Run(const Options& options) {
   std::replace(line.begin(), line.end(), '\n', ' ');
   const auto rows = Wanted(Rows(), &Row::expression, options);
   const auto growing = Wanted(GrowthPatterns(), &GrowthPattern::pattern, options);
+  if (rows.empty() && growing.empty()) {
+    std::fprintf(stderr, "no row has \"%s\" in its name or pattern\n", options.filter.c_str());
+    return 2;
+  }
   const bool inLines = options.form != "line";
   const bool inOneLine = options.form != "lines";
 
