@@ -1,0 +1,86 @@
+// The results as JSON:
+//
+//     { "contestants": [name, ...],
+//       "forms": [ { "name", "rows": [ { "name", "matches", "gigabytes_per_second": {name: number},
+//                                        "ratio", "by_hand" }, ... ], "geometric_mean" }, ... ],
+//       "compiling": [ { "name", "microseconds": {name: number} }, ... ],
+//       "growth": [ { "name", "seconds": {megabytes: number} }, ... ] }
+//
+// What has no number is left out.
+
+#include "bench/side_by_side/contestants.h"
+#include "bench/side_by_side/results.h"
+
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+
+namespace trovex::bench {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// The numbers by the names of the contestants.
+Json ByContestant(const Columns& columns) {
+  Json json = Json::object();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (columns[i]) json[Contestants()[i].name] = *columns[i];
+  }
+  return json;
+}
+
+Json ToJson(const RowResult& result) {
+  Json json = {{"name", result.row->name}};
+  if (result.matches) json["matches"] = *result.matches;
+  json["gigabytes_per_second"] = ByContestant(result.rates);
+  if (const auto ratio = result.Ratio()) json["ratio"] = *ratio;
+  json["by_hand"] = result.row->byHand.has_value();
+  return json;
+}
+
+Json ToJson(const FormResult& form) {
+  Json json = {{"name", form.name}, {"rows", Json::array()}};
+  for (const RowResult& row : form.rows)
+    json["rows"].push_back(ToJson(row));
+  if (const auto ratios = form.Ratios(); !ratios.empty())
+    json["geometric_mean"] = GeometricMean(ratios);
+  return json;
+}
+
+Json ToJson(const CompileResult& result) {
+  return {{"name", result.row->name}, {"microseconds", ByContestant(result.microseconds)}};
+}
+
+Json ToJson(const GrowthResult& result) {
+  Json seconds = Json::object();
+  for (std::size_t i = 0; i < std::size(kGrowthMegabytes); ++i) {
+    if (result.seconds[i]) seconds[std::to_string(kGrowthMegabytes[i])] = *result.seconds[i];
+  }
+  return {{"name", result.name}, {"seconds", seconds}};
+}
+
+template <class Result>
+Json ToJson(const std::vector<Result>& results) {
+  Json json = Json::array();
+  for (const Result& result : results)
+    json.push_back(ToJson(result));
+  return json;
+}
+
+}  // namespace
+
+bool WriteJson(const Results& results, const std::string& file) {
+  Json json = {{"contestants", Json::array()},
+               {"forms", ToJson(results.forms)},
+               {"compiling", ToJson(results.compiling)},
+               {"growth", ToJson(results.growth)}};
+  for (const Contestant& contestant : Contestants())
+    json["contestants"].push_back(contestant.name);
+  std::ofstream out(file);
+  out << json.dump(2) << '\n';
+  out.close();
+  return !out.fail();
+}
+
+}  // namespace trovex::bench
