@@ -5,6 +5,7 @@
 // found": no exception crosses the library's border.
 
 #include "api/messages.h"
+#include "expr/item_blocks.h"
 #include "matcher/case_helpers.h"
 #include "matcher/matcher.h"
 
@@ -35,8 +36,6 @@ const char* Compile(const char* pattern, int foldCase, int matchWords) {
 
 int Search(const char* text, int length, int* start, int* end, int subexpression) {
   if (text == nullptr || start == nullptr || end == nullptr) return 0;
-  MatcherState& matcher = Matcher();
-  matcher.outOfMemory = false;
   try {
     trovex::MatchRange range{};
     if (!trovex::ExecuteMatcher(text, length, subexpression, range)) return 0;
@@ -44,7 +43,6 @@ int Search(const char* text, int length, int* start, int* end, int subexpression
     *end = range.end;
     return 1;
   } catch (const std::bad_alloc&) {
-    matcher.outOfMemory = true;
     return 0;
   }
 }
@@ -56,6 +54,7 @@ int GetSubExpressionCount(void) {
 
 void FreeBuffersInTrovexDll(void) {
   Matcher().installed.reset();
+  trovex::FreeStockedItemBlocks();
 }
 
 void ReplaceChars(char* text) {

@@ -103,69 +103,78 @@ namespace {
 /// over).
 class SourceWalk {
  public:
-  explicit SourceWalk(CFoundItemArray& array) : array_(array) { PassNulls(); }
+  explicit SourceWalk(CFoundItemArray& array) : array_(array) { FindCurrent(); }
 
   /// The item to be visited next; null at the end.
-  CFoundItem* Current() const { return array_.GetAt(slot_); }
+  CFoundItem* Current() const { return current_; }
   /// The item visited last; null before the first.
   CFoundItem* Previous() const { return previous_; }
 
   /// Visits the current item and leaves it where it is.
   void Skip() {
-    previous_ = Current();
+    previous_ = current_;
     ++slot_;
-    PassNulls();
+    FindCurrent();
   }
 
-  /// Visits the current item and moves it to the end of `target`. At every moment one array owns
-  /// it.
+  /// Visits the current item and moves it to the end of `target`, unless memory runs out: then
+  /// nothing has changed.
   void MoveCurrentTo(CFoundItemArray& target) {
-    const int slot = target.Add(nullptr);
-    target.SetAt(slot, Current());
+    target.Add(current_);
     array_.SetAt(slot_, nullptr);
-    previous_ = target.GetAt(slot);
-    ++slot_;
-    PassNulls();
+    Skip();
   }
 
  private:
-  void PassNulls() {
-    while (slot_ < array_.GetSize() && array_.GetAt(slot_) == nullptr)
+  void FindCurrent() {
+    const int size = array_.GetSize();
+    while (slot_ < size && array_.GetAt(slot_) == nullptr)
       ++slot_;
+    current_ = array_.GetAt(slot_);
   }
 
   CFoundItemArray& array_;
   int slot_ = 0;
+  CFoundItem* current_ = nullptr;
   CFoundItem* previous_ = nullptr;
 };
 
 /// Both source arrays of a merge, walked together in the order of starts.
 class MergedWalk {
  public:
-  MergedWalk(CFoundItemArray& first, CFoundItemArray& second) : a_(first), b_(second) {}
+  MergedWalk(CFoundItemArray& first, CFoundItemArray& second) : a_(first), b_(second) { Choose(); }
+  MergedWalk(const MergedWalk&) = delete;
+  MergedWalk& operator=(const MergedWalk&) = delete;
 
-  bool AtEnd() const { return a_.Current() == nullptr && b_.Current() == nullptr; }
+  bool AtEnd() const { return source_->Current() == nullptr; }
 
   /// Whether the item to be visited next has a neighbour in the other array within `nearBy`.
-  bool NextIsNear(int nearBy) {
-    const SourceWalk& other = FromFirst() ? b_ : a_;
-    CFoundItem* const item = Source().Current();
-    CFoundItem* const before = other.Previous();
-    CFoundItem* const behind = other.Current();
+  bool NextIsNear(int nearBy) const {
+    CFoundItem* const item = source_->Current();
+    CFoundItem* const before = other_->Previous();
+    CFoundItem* const behind = other_->Current();
     return (before != nullptr && Gap(before, item) <= nearBy) ||
            (behind != nullptr && Gap(item, behind) <= nearBy);
   }
 
-  void Skip() { Source().Skip(); }
-  void MoveNextTo(CFoundItemArray& target) { Source().MoveCurrentTo(target); }
+  void Skip() {
+    source_->Skip();
+    Choose();
+  }
+  void MoveNextTo(CFoundItemArray& target) {
+    source_->MoveCurrentTo(target);
+    Choose();
+  }
 
  private:
-  /// Equal starts: the second array's item comes first.
-  bool FromFirst() const {
-    if (a_.Current() == nullptr) return false;
-    return b_.Current() == nullptr || a_.Current()->GetStartPos() < b_.Current()->GetStartPos();
+  /// Finds out whose item comes next. Equal starts: the second array's item comes first.
+  void Choose() {
+    const bool fromFirst =
+        a_.Current() != nullptr &&
+        (b_.Current() == nullptr || a_.Current()->GetStartPos() < b_.Current()->GetStartPos());
+    source_ = fromFirst ? &a_ : &b_;
+    other_ = fromFirst ? &b_ : &a_;
   }
-  SourceWalk& Source() { return FromFirst() ? a_ : b_; }
 
   /// From the end of the earlier item to the start of the later one, in walk order, without sign.
   static std::int64_t Gap(CFoundItem* earlier, CFoundItem* later) {
@@ -174,6 +183,8 @@ class MergedWalk {
 
   SourceWalk a_;
   SourceWalk b_;
+  SourceWalk* source_ = nullptr;  // whose item comes next
+  SourceWalk* other_ = nullptr;
 };
 
 }  // namespace

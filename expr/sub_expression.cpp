@@ -2,6 +2,7 @@
 // matches of that pattern become found items.
 
 #include "api/messages.h"
+#include "expr/item_blocks.h"
 #include "matcher/matcher.h"
 
 #include <trovex/functions.h>
@@ -71,6 +72,20 @@ class ActiveEnvironment {
   int number_;
   int active_;
 };
+
+/// Finds the first match of the active environment's pattern, in the way that `options` say; in any
+/// mode but the two known ones there is none.
+bool FindFirst(std::uint32_t options, const char* text, int length, int group,
+               trovex::MatchRange& match) {
+  switch (options & kSearchModeMask) {
+    case kSearchModeRegularExpression:
+      return trovex::ExecuteMatcher(text, length, group, match);
+    case kSearchModePhonetic:
+      return SearchSoundex(text, &match.start, &match.end) != 0;
+    default:
+      return false;
+  }
+}
 
 }  // namespace
 
@@ -151,22 +166,13 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     const bool tagMatched = bracket >= 1 && bracket <= groupCount_;
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
 
+    trovex::ItemMaker items;
     for (int position = 0; position < length;) {
-      int start = 0;
-      int end = 0;
-      int matched = 0;
-      if (RegularExpression() != 0) {
-        matched = ::Search(text + position, length - position, &start, &end, group);
-        if (trovex::Matcher().outOfMemory) return nullptr;
-      } else if (PhoneticSearch() != 0) {
-        matched = SearchSoundex(text + position, &start, &end);
-      }
-      if (matched == 0 || start < 0 || end < 1) break;
-      auto item =
-          std::make_unique<CFoundItem>(position + start, position + end, tagMatched ? 1 : 0);
-      found->Add(item.get());
-      static_cast<void>(item.release());  // the array's from here on
-      position += end;
+      trovex::MatchRange match{};
+      if (!FindFirst(options_, text + position, length - position, group, match)) break;
+      if (match.start < 0 || match.end < 1) break;
+      items.Append(*found, position + match.start, position + match.end, tagMatched ? 1 : 0);
+      position += match.end;
     }
     return found.release();
   } catch (const std::bad_alloc&) {

@@ -57,6 +57,15 @@ constexpr std::array<std::string_view, 256> kNormalized = [] {
   return table;
 }();
 
+/// The first letter of every byte value; zero where there is none.
+constexpr std::array<char, 256> kFirstLetter = [] {
+  std::array<char, 256> table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    if (!kNormalized[byte].empty()) table[byte] = kNormalized[byte].front();
+  }
+  return table;
+}();
+
 constexpr char kNotCoded = '0';
 
 /// The digit of `letter`, which is one from A to Z.
@@ -66,6 +75,21 @@ constexpr char DigitOf(char letter) {
 
 std::string_view LettersAt(const char* p) {
   return kNormalized[static_cast<unsigned char>(*p)];
+}
+
+/// The first letter of the byte at `p`; zero where it stands for none, hence ends a word.
+char FirstLetterAt(const char* p) {
+  return kFirstLetter[static_cast<unsigned char>(*p)];
+}
+
+/// The first place from `i` on in the zero-terminated `text` whose first letter is `letter`, or the
+/// place of the zero.
+///
+/// A search passes most of its text here, and each place that it stops at is dear by comparison.
+std::size_t SkipTo(char letter, const char* text, std::size_t i) {
+  while (FirstLetterAt(text + i) != letter && text[i] != '\0')
+    ++i;
+  return i;
 }
 
 /// The characters of `code` up to its end.
@@ -124,6 +148,7 @@ class OpenComparisons {
 
   /// Takes one more letter.
   void Take(char letter) {
+    if (DigitOf(letter) == kNotCoded) return;  // most often a vowel, which changes no comparison
     std::size_t furthest = 0;
     for (std::size_t matched = furthest_; matched > 0; --matched) {
       const std::size_t start = std::exchange(starts_[matched], kNoStart);
@@ -152,7 +177,9 @@ class OpenComparisons {
 /// which the code is completed before a blank, a line feed or the end.
 bool FindCode(const char* text, std::string_view code, TextRange& found) {
   OpenComparisons open(code);
-  for (std::size_t i = 0; text[i] != '\0'; ++i) {
+  for (std::size_t i = 0;; ++i) {
+    if (open.None()) i = SkipTo(code[0], text, i);
+    if (text[i] == '\0') return false;
     if (text[i] == ' ' || text[i] == '\n') {
       open.Clear();
       continue;
@@ -168,15 +195,14 @@ bool FindCode(const char* text, std::string_view code, TextRange& found) {
       }
     }
   }
-  return false;
 }
 
-/// Whether the code of `word` is `code`, or agrees with it in all ten characters.
-bool WordHasCode(std::string_view word, std::string_view code) {
+/// Whether the code of the word at `word` is `code`, or agrees with it in all ten characters.
+bool WordHasCode(const char* word, std::string_view code) {
   const CodeComparison comparison(code);
   std::size_t matched = 0;
-  for (const char c : word) {
-    for (const char letter : NormalizeSoundexChar(static_cast<unsigned char>(c))) {
+  for (; FirstLetterAt(word) != '\0'; ++word) {
+    for (const char letter : LettersAt(word)) {
       if (matched == kSoundexCodeSize) return true;
       if (matched > 0) {
         matched = comparison.After(matched, letter);
@@ -189,20 +215,17 @@ bool WordHasCode(std::string_view word, std::string_view code) {
   return matched == code.size();
 }
 
-/// Finds the first word of the zero-terminated `text` that has `code`.
+/// Finds the first word of the zero-terminated `text` that has `code`. Such a word begins with the
+/// code's first letter.
 bool FindWord(const char* text, std::string_view code, TextRange& found) {
-  for (std::size_t i = 0; text[i] != '\0';) {
-    if (LettersAt(text + i).empty()) {
-      ++i;
-      continue;
-    }
-    const std::size_t start = i;
-    while (!LettersAt(text + i).empty())
-      ++i;
-    if (WordHasCode({text + start, i - start}, code)) {
-      found = {start, i};
-      return true;
-    }
+  for (std::size_t i = SkipTo(code[0], text, 0); text[i] != '\0';
+       i = SkipTo(code[0], text, i + 1)) {
+    const bool insideWord = i > 0 && FirstLetterAt(text + i - 1) != '\0';
+    if (insideWord || !WordHasCode(text + i, code)) continue;
+    found = {i, i + 1};
+    while (FirstLetterAt(text + found.end) != '\0')
+      ++found.end;
+    return true;
   }
   return false;
 }

@@ -64,7 +64,8 @@ TROVEX_EXPORT int Search(const char* text, int length, int* start, int* end, int
 /// The number of groups in the installed pattern; 0 when none is installed.
 TROVEX_EXPORT int GetSubExpressionCount(void);
 
-/// Frees the installed pattern. Environments keep theirs.
+/// Frees the installed pattern, and the memory of deleted found items that is kept for the next
+/// searches. Environments keep theirs.
 TROVEX_EXPORT void FreeBuffersInTrovexDll(void);
 
 // ---- Texts ----

@@ -173,8 +173,9 @@ class CPointerArray : public CSerializableObject {
   /// array unchanged, when memory runs out.
   int Add(T* element) {
     const int index = size_;
-    SetSize(index + 1);
+    if (index == capacity_) Reserve(CapacityFor(index + 1));
     data_[Slot(index)] = element;
+    size_ = index + 1;
     return index;
   }
 
@@ -243,12 +244,27 @@ class CPointerArray : public CSerializableObject {
     return size - capacity_ > step ? size : capacity_ + step;
   }
 
-  /// Pointers may move as bytes, so the system can make a large array grow without copying it.
+  /// How many slots are allocated for a capacity. The steps of the capacity stop growing at some
+  /// size; to copy all slots at every step from there on would take the square of the size. So the
+  /// storage is a power of two there, and most steps find their room already.
+  static std::size_t StorageFor(int capacity) {
+    constexpr int kLastGrowingStep = 8 * 1024;
+    if (capacity <= kLastGrowingStep) return Slot(capacity);
+    std::size_t storage = kLastGrowingStep;
+    while (storage < Slot(capacity))
+      storage *= 2;
+    return storage;
+  }
+
   void Reserve(int capacity) {
-    void* grown = std::realloc(data_.get(), Slot(capacity) * sizeof(std::uintptr_t));
-    if (grown == nullptr) throw std::bad_alloc();
-    static_cast<void>(data_.release());
-    data_.reset(static_cast<T**>(grown));
+    const std::size_t storage = StorageFor(capacity);
+    if (data_ == nullptr || storage != StorageFor(capacity_)) {
+      // Pointers may move as bytes, so the system can make a large array grow without copying it.
+      void* grown = std::realloc(data_.get(), storage * sizeof(std::uintptr_t));
+      if (grown == nullptr) throw std::bad_alloc();
+      static_cast<void>(data_.release());
+      data_.reset(static_cast<T**>(grown));
+    }
     capacity_ = capacity;
   }
 

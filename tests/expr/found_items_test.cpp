@@ -198,11 +198,12 @@ TEST(FoundItemArrayGetItem, SkipsNullSlotsButWrapsToWhatTheEdgeSlotHolds) {
 TEST(PointerArray, AddReturnsTheIndexAndKeepsWhatIsThere) {
   CFoundItem item(0, 0, 0);
   CPointerArray<CFoundItem> array;
-  for (int i = 0; i < 3000; ++i) {
+  constexpr int kCount = 70000;
+  for (int i = 0; i < kCount; ++i) {
     ASSERT_EQ(array.Add(i % 3 == 0 ? nullptr : &item), i);
   }
-  ASSERT_EQ(array.GetSize(), 3000);
-  for (int i = 0; i < 3000; ++i)
+  ASSERT_EQ(array.GetSize(), kCount);
+  for (int i = 0; i < kCount; ++i)
     ASSERT_EQ(array.GetAt(i), i % 3 == 0 ? nullptr : &item) << i;
 }
 
@@ -256,6 +257,26 @@ TEST(PointerArray, GrowsByAnEighthAtLeastFourAtMostAThousandAndTwentyFour) {
       ASSERT_EQ(array.Capacity(), capacity) << "from " << begin << " slots, round " << round;
       array.SetSize(capacity);
     }
+  }
+}
+
+// The tests run under the address sanitizer, which sees a slot beyond the storage.
+TEST(PointerArray, HasStorageForEveryCapacity) {
+  CFoundItem item(0, 0, 0);
+  for (const int begin : {1, 8000, 8191, 8192, 8193, 16383, 16384, 16385, 40000}) {
+    CPointerArray<CFoundItem> array;
+    array.SetSize(begin);
+    array.SetAt(begin - 1, &item);
+    for (int i = begin; i < begin + 10000; ++i)
+      ASSERT_EQ(array.Add(&item), i);
+    array.SetSize(3 * begin + 20000);
+    array.SetAt(3 * begin + 19999, &item);
+    EXPECT_EQ(array.GetAt(begin - 1), &item);
+    EXPECT_EQ(array.GetAt(begin + 9999), &item);
+    EXPECT_EQ(array.GetAt(begin + 10000), nullptr);
+    array.SetSize(begin);
+    array.Add(nullptr);
+    EXPECT_EQ(array.GetAt(begin - 1), &item);
   }
 }
 

@@ -131,6 +131,16 @@ void UseATree(const LoadedLibrary& library) {
       tree->Search(text.data(), static_cast<int>(text.size()), 0));
   ASSERT_NE(found, nullptr);
   EXPECT_EQ(found->GetSize(), 2);
+  // Many matches leave memory for the next ones behind, in the library.
+  constexpr int kManyHouses = 1000;
+  text.clear();
+  for (int i = 0; i < kManyHouses; ++i)
+    text += "Haus ";
+  text += "Hof";
+  const std::unique_ptr<CFoundItemArray> many(
+      tree->Search(text.data(), static_cast<int>(text.size()), 0));
+  ASSERT_NE(many, nullptr);
+  EXPECT_EQ(many->GetSize(), kManyHouses + 1);
 }
 
 /// Compiled patterns in the matcher and in environments of both kinds, one of them active.

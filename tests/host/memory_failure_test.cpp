@@ -470,6 +470,37 @@ TEST_F(MemoryFailure, OfATreesSearchIsNull) {
   }
 }
 
+TEST_F(MemoryFailure, OfASearchWithManyMatchesIsNull) {
+  constexpr int kMatches = 210;
+  std::string houses;
+  for (int i = 0; i < kMatches; ++i)
+    houses += "Haus ";
+  const HeapText text(houses);
+  for (const ExpressionCase& c :
+       {ExpressionCase{"Haus", 0, 0, ""}, {"Haus", 1, 0, ""}, {"Haus &9 Hau", 0, 0, ""}}) {
+    SCOPED_TRACE(c.expression);
+    std::unique_ptr<CSearchTreeItem> tree;
+    int tags = 0;
+    ASSERT_EQ(MakeTree(c, tree, &tags), nullptr);
+    const Items expected = SearchTree(*tree, text, c.tag);
+    ASSERT_GE(expected.size, kMatches);
+    tree.reset();
+    Reset();
+    Items found(nullptr);
+    FailEverywhere(
+        {[&] { MakeTree(c, tree, &tags); }, [&] { found = SearchTree(*tree, text, c.tag); },
+         [&](const std::string& where) {
+           EXPECT_TRUE(found == expected || found.isNull != 0)
+               << where << ": " << found.size << " items";
+           EXPECT_EQ(SearchTree(*tree, text, c.tag), expected) << where;
+           tree.reset();
+           Reset();
+         }},
+        true);
+    ASSERT_FALSE(HasFailure());
+  }
+}
+
 /// Runs `operation` and tells whether it threw for want of memory.
 template <typename Operation>
 bool RanOutOfMemory(const Operation& operation) {
@@ -512,7 +543,7 @@ TEST_F(MemoryFailure, OfALeafsTextThrowsAndLeavesTheLeafAsItWas) {
 }
 
 TEST_F(MemoryFailure, OfAnArraysGrowthThrowsAndLeavesItAsItWas) {
-  for (const int size : {0, 1, 4, 5, 200}) {
+  for (const int size : {0, 1, 4, 5, 200, 8192, 20000}) {
     SCOPED_TRACE(size);
     std::unique_ptr<CFoundItemArray> array;
     bool threw = false;

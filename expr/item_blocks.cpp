@@ -1,0 +1,157 @@
+// Blocks, the items in them, and the stock of blocks.
+
+#include "expr/item_blocks.h"
+
+#include <sys/single_threaded.h>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace trovex {
+
+namespace {
+
+/// Gives up the place in a block that `item` had.
+void ReleasePlace(void* item);
+
+/// A found item in a block.
+class BlockItem final : public CFoundItem {
+ public:
+  using CFoundItem::CFoundItem;
+  BlockItem(const BlockItem&) = delete;
+  BlockItem& operator=(const BlockItem&) = delete;
+
+  static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
+  static void operator delete(void* /*item*/, void* /*place*/) noexcept {}
+  // NOLINTNEXTLINE(misc-new-delete-overloads): there is no such item outside of a block.
+  static void operator delete(void* item) { ReleasePlace(item); }
+};
+
+/// What a block has room for. The allocator's own two words stand between one block and the next.
+constexpr std::size_t kBlockBytes = kItemBlockSize - 2 * sizeof(void*);
+constexpr std::size_t kBlockHead = 2 * sizeof(void*);
+constexpr std::size_t kBlockPlaces = (kBlockBytes - kBlockHead) / sizeof(BlockItem);
+
+}  // namespace
+
+struct ItemBlock {
+  /// Living items, and places that its maker has yet to fill.
+  std::atomic<std::uint32_t> alive;
+  /// The block below, in the stock.
+  ItemBlock* next;
+
+  /// The place that is filled when `left` are without an item.
+  void* Place(std::size_t left) {
+    return reinterpret_cast<char*>(this) + kBlockHead + (kBlockPlaces - left) * sizeof(BlockItem);
+  }
+};
+static_assert(sizeof(ItemBlock) <= kBlockHead && kBlockHead % alignof(BlockItem) == 0);
+
+namespace {
+
+/// The blocks without items that are kept, the latest on top.
+///
+/// Any number of threads may put, one at a time may take: what the taker sees on top can be covered
+/// by others meanwhile, but it cannot go, so the block below it stays the same.
+class BlockStock {
+ public:
+  /// Takes a block; null when there is none.
+  ItemBlock* Take() {
+    ItemBlock* top = top_.load(std::memory_order_acquire);
+    while (top != nullptr &&
+           !top_.compare_exchange_weak(top, top->next, std::memory_order_acquire)) {
+    }
+    if (top != nullptr) count_.fetch_sub(1, std::memory_order_relaxed);
+    return top;
+  }
+
+  /// Keeps `block`, or frees it when there are enough.
+  void Put(ItemBlock* block) {
+    if (count_.fetch_add(1, std::memory_order_relaxed) >= kMaxStockedItemBlocks) {
+      count_.fetch_sub(1, std::memory_order_relaxed);
+      std::free(block);
+      return;
+    }
+    block->next = top_.load(std::memory_order_relaxed);
+    while (!top_.compare_exchange_weak(block->next, block, std::memory_order_release,
+                                       std::memory_order_relaxed)) {
+    }
+  }
+
+  std::size_t Count() const { return count_.load(std::memory_order_relaxed); }
+
+ private:
+  std::atomic<ItemBlock*> top_{nullptr};
+  std::atomic<std::size_t> count_{0};  // may be ahead of the blocks that can be taken
+};
+
+/// All state of the blocks that outlives a call.
+constinit BlockStock stock;
+
+/// A block whose places all count as alive.
+ItemBlock* NewBlock() {
+  void* memory = stock.Take();
+  if (memory == nullptr && posix_memalign(&memory, kItemBlockSize, kBlockBytes) != 0) {
+    throw std::bad_alloc();
+  }
+  return new (memory) ItemBlock{kBlockPlaces, nullptr};
+}
+
+/// Takes `count` off the block's living; the last ones give the block back.
+void Release(ItemBlock* block, std::uint32_t count) {
+  std::uint32_t left = 0;
+  if (__libc_single_threaded != 0) {
+    left = block->alive.load(std::memory_order_relaxed) - count;
+    block->alive.store(left, std::memory_order_relaxed);
+  } else {
+    left = block->alive.fetch_sub(count, std::memory_order_acq_rel) - count;
+  }
+  if (left == 0) stock.Put(block);
+}
+
+void ReleasePlace(void* item) {
+  const auto inBlock = reinterpret_cast<std::uintptr_t>(item) % kItemBlockSize;
+  Release(reinterpret_cast<ItemBlock*>(static_cast<char*>(item) - inBlock), 1);
+}
+
+}  // namespace
+
+ItemMaker::~ItemMaker() {
+  if (placesLeft_ != 0) Release(block_, static_cast<std::uint32_t>(placesLeft_));
+}
+
+void ItemMaker::Append(CFoundItemArray& array, int start, int end, int tagMatched) {
+  if (singlesLeft_ > 0) {
+    AppendSingle(array, start, end, tagMatched);
+    return;
+  }
+  if (placesLeft_ == 0) BeginBlock();
+  // Until the array has it, the item has no more than a place that is still the maker's.
+  array.Add(new (block_->Place(placesLeft_)) BlockItem(start, end, tagMatched));
+  --placesLeft_;
+}
+
+void ItemMaker::AppendSingle(CFoundItemArray& array, int start, int end, int tagMatched) {
+  auto item = std::make_unique<CFoundItem>(start, end, tagMatched);
+  array.Add(item.get());
+  static_cast<void>(item.release());  // the array's from here on
+  --singlesLeft_;
+}
+
+void ItemMaker::BeginBlock() {
+  block_ = NewBlock();
+  placesLeft_ = kBlockPlaces;
+}
+
+std::size_t StockedItemBlocks() {
+  return stock.Count();
+}
+
+void FreeStockedItemBlocks() {
+  while (ItemBlock* block = stock.Take())
+    std::free(block);
+}
+
+}  // namespace trovex

@@ -1,0 +1,71 @@
+// Where the found items of a search live.
+//
+// A search may find hundreds of thousands of matches, and the host gets an object of its own for
+// each, to delete when and where it likes. Asking the allocator for every one of them would cost
+// more than finding them does. So the items of a large result stand side by side in blocks of a
+// page each. A block counts the items in it that are alive, and the last one deleted gives the
+// block back.
+//
+// An item in a block finds its block by its own address: blocks are aligned to their size. That it
+// lives in a block, only the item knows: its class, derived from CFoundItem, has its own way of
+// being deleted, and the virtual destructor leads there. What a host makes with `new CFoundItem`
+// has nothing to do with blocks.
+//
+// One living item keeps its whole block, so a few items that a host keeps from many searches must
+// not hold a block each: the first items of every result are allocated singly.
+//
+// Blocks that were given back make up a stock, of bounded size, for the searches to come: memory
+// fresh from the system costs several times as much as everything else that is done for an item.
+//
+// Items are made, and the stock is freed, by one thread at a time, like all that the library does.
+// Deleted they may be by any thread at any time, as if each had been allocated singly.
+
+#ifndef TROVEX_EXPR_ITEM_BLOCKS_H
+#define TROVEX_EXPR_ITEM_BLOCKS_H
+
+#include <trovex/found_items.h>
+#include <cstddef>
+
+namespace trovex {
+
+/// How many items of a result are allocated singly before the first block is begun.
+inline constexpr int kSingleItems = 32;
+
+/// The size of a block in bytes, and what it is aligned to.
+inline constexpr std::size_t kItemBlockSize = 4096;
+
+/// The greatest number of blocks in the stock: 8 MB, room for a third of a million items.
+inline constexpr std::size_t kMaxStockedItemBlocks = 2048;
+
+struct ItemBlock;
+
+/// Makes the items of one result, which may outlive it.
+class ItemMaker {
+ public:
+  ItemMaker() = default;
+  ~ItemMaker();
+  ItemMaker(const ItemMaker&) = delete;
+  ItemMaker& operator=(const ItemMaker&) = delete;
+
+  /// Makes an item and appends it to `array`, which owns it. Throws std::bad_alloc, with the array
+  /// unchanged, when memory runs out.
+  void Append(CFoundItemArray& array, int start, int end, int tagMatched);
+
+ private:
+  void AppendSingle(CFoundItemArray& array, int start, int end, int tagMatched);
+  void BeginBlock();
+
+  int singlesLeft_ = kSingleItems;
+  ItemBlock* block_ = nullptr;  // the block that is being filled
+  std::size_t placesLeft_ = 0;  // its places without an item; the block counts them as alive
+};
+
+/// How many blocks are in the stock.
+std::size_t StockedItemBlocks();
+
+/// Frees the blocks in the stock. Blocks with living items stay.
+void FreeStockedItemBlocks();
+
+}  // namespace trovex
+
+#endif  // TROVEX_EXPR_ITEM_BLOCKS_H
