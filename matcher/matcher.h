@@ -58,9 +58,6 @@ struct MatcherState {
   /// road, which the faster one is held against. No host can set it.
   bool engineOnly = false;
 
-  /// Whether the latest search ended for want of memory, so that its "not found" tells nothing.
-  bool outOfMemory = false;
-
   /// The latest error that was reported through `SetCompileError`.
   MessageNumber pendingError = MessageNumber::kNone;
 };
