@@ -76,10 +76,10 @@ class ActiveEnvironment {
 /// Finds the first match of the active environment's pattern, in the way that `options` say; in any
 /// mode but the two known ones there is none.
 bool FindFirst(std::uint32_t options, const char* text, int length, int group,
-               trovex::MatchRange& match) {
+               trovex::MatchRange& match, trovex::TextNotes& notes) {
   switch (options & kSearchModeMask) {
     case kSearchModeRegularExpression:
-      return trovex::ExecuteMatcher(text, length, group, match);
+      return trovex::ExecuteMatcher(text, length, group, match, &notes);
     case kSearchModePhonetic:
       return SearchSoundex(text, &match.start, &match.end) != 0;
     default:
@@ -167,9 +167,12 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
 
     trovex::ItemMaker items;
+    trovex::TextNotes notes;
     for (int position = 0; position < length;) {
       trovex::MatchRange match{};
-      if (!FindFirst(options_, text + position, length - position, group, match)) break;
+      if (!FindFirst(options_, text + position, length - position, group, match, notes)) {
+        break;
+      }
       if (match.start < 0 || match.end < 1) break;
       items.Append(*found, position + match.start, position + match.end, tagMatched ? 1 : 0);
       position += match.end;

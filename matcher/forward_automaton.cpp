@@ -87,35 +87,54 @@ bool ForwardAutomaton::Search(Run& run, const Byte*& next, Entry& entry) {
 /// Reads on from `state`, the first behind the end of a match, until no longer match is possible.
 void ForwardAutomaton::FinishMatch(Run& run, const Byte* next, Number state) {
   NoteEnd(run, next - 1, cache_.Tags()[state]);
+  const Byte* end = run.end;
+  std::uintptr_t block = TextNotes::BlockOf(end);
+  std::vector<TextNotes::Visit> sinceEnd;  // one in each block
+  const unsigned generation = generation_;
   while (!IsDead(cache_.At(state))) {
-    if (const PlaceScan* leap = LeapOf(state)) {
-      const Byte* const exit = leap->Find(next, run.textEnd + 1);
-      if (exit > next) NoteEnd(run, exit - 1, cache_.Tags()[state]);
-      next = exit;
-    }
-    const Entry* const entries = cache_.Entries();
-    const std::uint32_t* const tags = cache_.Tags();
-    Entry row = StateCache::RowOf(state);
-    Entry entry = 0;
-    const Byte* end = nullptr;
-    Entry endRow = 0;
-    while ((entry = entries[row + *next++]) >= 0) {
-      row = entry;
-      const bool ended = (tags[row >> 8] & kEnded) != 0;
-      end = ended ? next - 1 : end;
-      endRow = ended ? row : endRow;
-    }
-    if (end != nullptr) NoteEnd(run, end, tags[StateCache::StateOf(endRow)]);
-    if (entry == StateCache::kUnknownEntry) {
-      entry = Resolve(StateCache::StateOf(row), next[-1]);
-    }
-    state = entry >= 0 ? StateCache::StateOf(entry) : StateCache::StoppedAt(entry);
-    NoteEnd(run, next - 1, cache_.Tags()[state]);
+    state = ReadOn(run, next, state);
+    if (std::exchange(end, run.end) != run.end) sinceEnd.clear();
+    if (run.notes == nullptr || std::exchange(block, TextNotes::BlockOf(next)) == block) continue;
+    run.notes->BeginGeneration(generation_);
+    if (run.notes->IsVain({next, state})) break;
+    sinceEnd.emplace_back(next, state);
   }
+  if (!sinceEnd.empty() && generation == generation_) run.notes->NoteVain(sinceEnd);
+}
+
+/// Reads on to where something is to be done, or to the end of the notes' block, and returns the state
+/// there.
+StateCache::Number ForwardAutomaton::ReadOn(Run& run, const Byte*& next, Number state) {
+  const Entry* const entries = cache_.Entries();
+  const std::uint32_t* const tags = cache_.Tags();
+  if (const PlaceScan* leap = LeapOf(state)) {
+    const Byte* const exit = leap->Find(next, run.textEnd + 1);
+    if (exit > next) NoteEnd(run, exit - 1, tags[state]);
+    next = exit;
+  }
+  const Byte* const blockEnd = TextNotes::BlockEnd(next);
+  const Byte* end = nullptr;
+  Entry endRow = 0;
+  Entry row = StateCache::RowOf(state);
+  Entry entry = row;
+  while (next != blockEnd && (entry = entries[row + *next++]) >= 0) {
+    row = entry;
+    const bool ended = (tags[row >> 8] & kEnded) != 0;
+    end = ended ? next - 1 : end;
+    endRow = ended ? row : endRow;
+  }
+  if (end != nullptr) NoteEnd(run, end, tags[StateCache::StateOf(endRow)]);
+  if (entry >= 0) return StateCache::StateOf(row);
+  if (entry == StateCache::kUnknownEntry) {
+    entry = Resolve(StateCache::StateOf(row), next[-1]);
+  }
+  state = entry >= 0 ? StateCache::StateOf(entry) : StateCache::StoppedAt(entry);
+  NoteEnd(run, next - 1, cache_.Tags()[state]);
+  return state;
 }
 
 /// Takes `end` for the end of the match if the state with `tag`, behind it, says so.
-void ForwardAutomaton::NoteEnd(Run& run, const Byte* end, std::uint32_t tag) const {
+void ForwardAutomaton::NoteEnd(Run& run, const Byte* end, std::uint32_t tag) {
   if ((tag & kEnded) == 0) return;
   run.end = end;
   run.start = (tag & kEndedKnown) != 0 ? run.place : nullptr;

@@ -25,6 +25,7 @@
 #include "matcher/place_scan.h"
 #include "matcher/position_graph.h"
 #include "matcher/state_cache.h"
+#include "matcher/text_notes.h"
 
 #include <array>
 #include <cstdint>
@@ -52,6 +53,8 @@ class ForwardAutomaton {
     ByteKind before;
     /// Whether a match may not end at a newline.
     bool refusesLineEnd = false;
+    /// Notes of the searches of this text; may be null.
+    TextNotes* notes = nullptr;
 
     /// With `kMatch`: where the match lies; its start is null if it has to be looked for.
     const unsigned char* start = nullptr;
@@ -66,7 +69,8 @@ class ForwardAutomaton {
 
   bool Search(Run& run, const unsigned char*& next, Entry& entry);
   void FinishMatch(Run& run, const unsigned char* next, Number state);
-  void NoteEnd(Run& run, const unsigned char* end, std::uint32_t tag) const;
+  Number ReadOn(Run& run, const unsigned char*& next, Number state);
+  static void NoteEnd(Run& run, const unsigned char* end, std::uint32_t tag);
 
   Entry Resolve(Number from, unsigned char byte);
   void Step(Number from, unsigned char byte, StateCache::State& to);

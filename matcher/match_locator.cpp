@@ -54,6 +54,7 @@ double ExpectedRate(const RequiredKeyword& keyword) {
 struct MatchLocator::Text {
   const Byte* begin;
   const Byte* end;  // a newline stands there
+  TextNotes* notes;
 };
 
 MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
@@ -70,9 +71,11 @@ MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
   forward_.emplace(*graph_, keyword_ != nullptr || leading_.has_value());
 }
 
-std::optional<MatchLocator::Match> MatchLocator::Find(const char* begin, char* end) {
+std::optional<MatchLocator::Match> MatchLocator::Find(const char* begin, char* end,
+                                                      TextNotes* notes) {
   const NewlineBehind newline(end);
-  const Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end)};
+  const Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end),
+                     notes};
   const std::optional<Match> match = FindFrom(text, text.begin, false);
   if (!match || match->end != end || !words_) return match;
 
@@ -86,6 +89,7 @@ std::optional<MatchLocator::Match> MatchLocator::FindFrom(const Text& text, cons
                                                           bool refusesLineEnd) {
   ForwardAutomaton::Run run = {.place = place, .textEnd = text.end, .before = ByteKind::kOther};
   run.refusesLineEnd = refusesLineEnd;
+  run.notes = text.notes;
   for (;;) {
     run.place = NextPlace(text, run.place);
     if (run.place == nullptr) return std::nullopt;

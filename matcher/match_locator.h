@@ -20,6 +20,7 @@
 #include "matcher/keyword_set.h"
 #include "matcher/place_scan.h"
 #include "matcher/position_graph.h"
+#include "matcher/text_notes.h"
 
 #include <memory>
 #include <optional>
@@ -47,8 +48,9 @@ class MatchLocator {
   };
 
   /// The leftmost match in the text from `begin`, the start of a line, to `end`, behind which there is
-  /// one writable byte: it is changed and put back. Throws nothing but std::bad_alloc.
-  std::optional<Match> Find(const char* begin, char* end);
+  /// one writable byte: it is changed and put back. `notes`, which may be null, are those of earlier
+  /// searches of the same text with this locator. Throws nothing but std::bad_alloc.
+  std::optional<Match> Find(const char* begin, char* end, TextNotes* notes);
 
   /// Whether matches must be whole words.
   bool Words() const { return words_; }

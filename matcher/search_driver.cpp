@@ -149,6 +149,7 @@ struct Search {
   const char* text;
   const char* limit;
   int group;  // 0: the whole match
+  TextNotes* notes;
 
   /// A group that the pattern lacks took no part, so it needs no registers of its own.
   bool WantsGroup() const {
@@ -199,7 +200,7 @@ bool FindByLocator(const Search& search, MatchRange& range) {
       if (place == nullptr) return false;
       scan = LineStart(place, scan);
     }
-    const auto match = pattern.locator->Find(scan, const_cast<char*>(search.limit));
+    const auto match = pattern.locator->Find(scan, const_cast<char*>(search.limit), search.notes);
     if (!match) return false;
     if (pattern.readingsAgree || match->start <= place ||
         LineFrom(place, match->start).end == match->start) {
@@ -229,12 +230,12 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
 
 }  // namespace
 
-bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range) {
+bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range, TextNotes* notes) {
   const MatcherState& matcher = Matcher();
   CompiledPattern* const pattern = matcher.installed.get();
   if (pattern == nullptr || !pattern->searchable || length <= 0) return false;
 
-  const Search search = {*pattern, text, text + length, std::max(group, 0)};
+  const Search search = {*pattern, text, text + length, std::max(group, 0), notes};
   if (matcher.engineOnly) return FindByEngine(search, true, range);
   if (search.group == 0 && pattern->exactKeywordCount > 0) return FindKeyword(search, range);
   const bool located = pattern->locator != nullptr && !matcher.matchLines &&

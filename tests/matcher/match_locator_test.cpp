@@ -31,9 +31,12 @@ class MatchLocatorTest : public ::testing::Test {
 Ranges AllMatches(HeapText& text, int group, bool engineOnly) {
   Matcher().engineOnly = engineOnly;
   Ranges ranges;
+  TextNotes notes;
   for (int position = 0; position < text.Length();) {
     MatchRange range{};
-    if (!ExecuteMatcher(text.Data() + position, text.Length() - position, group, range)) break;
+    if (!ExecuteMatcher(text.Data() + position, text.Length() - position, group, range, &notes)) {
+      break;
+    }
     ranges.emplace_back(position + range.start, position + range.end);
     if (range.start < 0 || range.end <= range.start) break;
     position += range.end;
@@ -164,9 +167,32 @@ TEST_F(MatchLocatorTest, AWordAtTheEndOfTheTextEndsBeforeTheByteBehindIt) {
   }
 }
 
+TEST_F(MatchLocatorTest, WhatWasReadInVainIsStillFoundWhereItIs) {
+  Dice dice(2);
+  for (int round = 0; round < 10; ++round) {
+    std::string text = dice.Bytes("aaaaaaaaaaaaaaaabd", 3000) + dice.Bytes("aac", 9000);
+    if (dice.OneIn(2)) text.append("d").append(dice.Bytes("aaaaaaaaaaaaab", 3000));
+    for (const char* pattern :
+         {"a(.*d)?", "b(a*c[ac]*d)?", "b|aa(.*b.*d)?", "a[^d]*d|c", "ab?(.*c)?"}) {
+      EXPECT_STREQ(Compile(pattern, 0, 0), nullptr);
+      HeapText heap(text);
+      const Ranges located = AllMatches(heap, 0, false);
+      Ranges afresh;
+      for (int position = 0; position < heap.Length();) {
+        MatchRange range{};
+        const int left = heap.Length() - position;
+        if (!ExecuteMatcher(heap.Data() + position, left, 0, range)) break;
+        afresh.emplace_back(position + range.start, position + range.end);
+        position += range.end;
+      }
+      ASSERT_EQ(located, afresh) << pattern << " round " << round;
+    }
+  }
+}
+
 TEST_F(MatchLocatorTest, MoreStatesThanAreKeptChangeNoAnswer) {
   Dice dice(1);
-  const std::string text = "ab" + dice.Bytes("ab", 8000);
+  const std::string text = std::string("ab").append(dice.Bytes("ab", 8000));
   EXPECT_GT(Compare("a(a|b){11}c|b(a|b){9}aa", {}, text + "c", '\0'), 100U);
   EXPECT_GT(Compare("(a|b){2}a(a|b){11}ab", {}, text, '\0'), 20U);
   EXPECT_EQ(Compare("(a|b)*a(a|b){12}c", {}, text + "c", '\0'), 1U);
@@ -257,7 +283,7 @@ class RandomTexts {
 
 TEST_F(MatchLocatorTest, RandomPatternsInLongRandomTexts) {
   std::size_t matches = 0;
-  for (std::uint32_t seed = 1; seed <= 2000; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 800; ++seed) {
     SCOPED_TRACE(::testing::Message() << "seed " << seed);
     RandomTexts cases(seed);
     const std::string pattern = cases.Pattern();
@@ -267,7 +293,7 @@ TEST_F(MatchLocatorTest, RandomPatternsInLongRandomTexts) {
     matches += Compare(pattern, flags, text, cases.Behind());
     if (HasFailure()) return;
   }
-  EXPECT_GT(matches, 10000U);
+  EXPECT_GT(matches, 4000U);
 }
 
 }  // namespace
