@@ -1,21 +1,22 @@
 // The road of one search.
 //
-// A match never crosses a line end, so the text is searched line by line, and each stage hands the
-// next one less of it:
+// A match never crosses a line end. Three roads lead to the first one, and the first that will do is
+// taken:
 //
-//   keyword set    leaps to the next place where a string stands that every match contains. Where
-//   that
-//                  string is the whole of every match, the search ends here.
-//   automaton      reads the line around that place, or without a keyword all lines from here on,
-//   and
-//                  stops in the first line that can hold a match.
-//   engine         says where on that line the leftmost-longest match lies, group by group.
-//   words, lines   refuse a match whose neighbours belong to a word, or that is not the whole line;
-//                  shorter matches at the same start and later ones are tried in its place.
+//   keyword       Every match is the same fixed string: where it stands is the answer.
+//   locator       Automata find the match on their own, where they can answer for the engine. Only the
+//                 ranges of groups are asked of the engine, which gets the known match.
+//   engine        Line by line. The keyword set leaps to lines that hold a string of every match, the
+//                 automaton throws out those that cannot hold one, the engine says where on the line
+//                 the match lies, and what is no whole word, or not the whole line, is refused: shorter
+//                 matches at the same start and later ones are tried in its place.
 //
-// Only the last two decide. Without the first two, when the matcher is told to take every line to
-// the engine in turn, the same matches are found: that plain road is the yardstick that the tests
-// hold this one against.
+// Where automaton and engine read a pattern differently, both must let a line pass. The engine's road
+// sees to that by itself; a located match, which follows the engine's reading, counts only on a line
+// that the automaton lets pass.
+//
+// When the matcher is told to take every line to the engine in turn, the same matches are found: that
+// plain road is the yardstick that the tests hold the others against.
 
 #include "matcher/automaton_executor.h"
 #include "matcher/case_helpers.h"
