@@ -1,9 +1,9 @@
-// What the vector instructions are worth to the search for places, for every instruction set that the
-// machine has.
+// What the vector instructions are worth to the search for places, for every instruction set that
+// the machine has.
 //
-// Each case searches one text for all places with some probes, one call a place as the matcher does it,
-// without vector instructions ("plain") and with each set of them. The places are counted on every
-// road, and a difference ends the program.
+// Each case searches one text for all places with some probes, one call a place as the matcher does
+// it, without vector instructions ("plain") and with each set of them. The places are counted on
+// every road, and a difference ends the program.
 
 #include "matcher/place_scan.h"
 
@@ -24,17 +24,17 @@ namespace {
 
 using trovex::CharSet;
 using trovex::PlaceScan;
-using trovex::Probe;
+using trovex::Probes;
 
 using Byte = unsigned char;
 
 /// The text, shared by all benchmarks.
 std::string text;
 
-/// What can stand at the places: at offset i a byte of `sets[i]`.
+/// What can stand at the places: for one of the alternatives, at each offset i a byte of its set i.
 struct Case {
   const char* name;
-  std::vector<std::string_view> sets;
+  std::vector<std::vector<std::string_view>> alternatives;
 };
 
 const std::string_view kUpper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
@@ -42,29 +42,43 @@ const std::string_view kLower = "abcdefghijklmnopqrstuvwxyz";
 const std::string_view kDigits = "0123456789";
 
 const std::vector<Case> kCases = {
-    {"X", {"X"}},
-    {"X, folded", {"xX"}},
-    {"Xq", {"X", "q"}},
-    {"Xq, folded", {"xX", "qQ"}},
-    {"Xqj", {"X", "q", "j"}},
-    {"Xqj, folded", {"xX", "qQ", "jJ"}},
-    {"er", {"e", "r"}},
-    {"er, folded", {"eE", "rR"}},
-    {"capital", {kUpper}},
-    {"capital, small letter", {kUpper, kLower}},
-    {"three capitals, digit", {kUpper, kUpper, kUpper, kDigits}},
-    {"digit, point, digit", {kDigits, ".", kDigits}},
-    {"F, W or H", {"FWH", "eai", "hrn"}},
+    {"X", {{"X"}}},
+    {"X, folded", {{"xX"}}},
+    {"Xq", {{"X", "q"}}},
+    {"Xq, folded", {{"xX", "qQ"}}},
+    {"Xqj", {{"X", "q", "j"}}},
+    {"Xqj, folded", {{"xX", "qQ", "jJ"}}},
+    {"er", {{"e", "r"}}},
+    {"er, folded", {{"eE", "rR"}}},
+    {"capital", {{kUpper}}},
+    {"capital, small letter", {{kUpper, kLower}}},
+    {"three capitals, digit", {{kUpper, kUpper, kUpper, kDigits}}},
+    {"digit, point, digit", {{kDigits, ".", kDigits}}},
+    {"F, W or H", {{"FWH", "eai", "hrn"}}},
+    {"Feh, War or Hin", {{"F", "e", "h"}, {"W", "a", "r"}, {"H", "i", "n"}}},
+    {"eight, folded",
+     {{"dD", "aA", "tT", "eE"},
+      {"vV", "eE", "rR", "zZ"},
+      {"fF", "eE", "hH", "lL"},
+      {"oO", "pP", "tT", "iI"},
+      {"bB", "eE", "nN", "uU"},
+      {"sS", "yY", "sS", "tT"},
+      {"pP", "rR", "oO", "zZ"},
+      {"aA", "uU", "sS", "gG"}}},
 };
 
-std::vector<Probe> ProbesOf(const Case& c) {
-  std::vector<Probe> probes;
-  for (std::size_t i = 0; i < c.sets.size(); ++i) {
-    probes.push_back({static_cast<int>(i), {}});
-    for (const char byte : c.sets[i])
-      probes.back().bytes.set(static_cast<Byte>(byte));
+PlaceScan MakeScan(const Case& c) {
+  std::vector<Probes> alternatives;
+  for (const std::vector<std::string_view>& sets : c.alternatives) {
+    alternatives.emplace_back();
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+      CharSet bytes;
+      for (const char byte : sets[i])
+        bytes.set(static_cast<Byte>(byte));
+      alternatives.back().push_back({static_cast<int>(i), bytes});
+    }
   }
-  return probes;
+  return PlaceScan::ForAlternatives(alternatives);
 }
 
 template <typename Find>
@@ -78,7 +92,7 @@ std::int64_t CountPlaces(const Find& find) {
 }
 
 std::int64_t CountPlainly(const Case& c) {
-  const PlaceScan scan(ProbesOf(c));
+  const PlaceScan scan = MakeScan(c);
   return CountPlaces(
       [&](const Byte* begin, const Byte* end) { return scan.FindPlainly(begin, end); });
 }
@@ -99,7 +113,7 @@ void Plain(benchmark::State& state, const Case& c) {
 #ifdef TROVEX_USE_HIGHWAY
 void WithVectors(benchmark::State& state, const Case& c, std::int64_t target) {
   hwy::SetSupportedTargetsForTest(target);
-  const PlaceScan scan(ProbesOf(c));
+  const PlaceScan scan = MakeScan(c);
   hwy::SetSupportedTargetsForTest(0);
   std::int64_t places = 0;
   for (auto _ : state)
@@ -114,9 +128,8 @@ void WithVectors(benchmark::State& state, const Case& c, std::int64_t target) {
 #endif
 
 void Construction(benchmark::State& state, const Case& c) {
-  const std::vector<Probe> probes = ProbesOf(c);
   for (auto _ : state) {
-    PlaceScan scan(probes);
+    const PlaceScan scan = MakeScan(c);
     benchmark::DoNotOptimize(&scan);
   }
 }

@@ -1,9 +1,14 @@
-// Two ways to search for keywords, each by leaps.
+// Three ways to search for keywords.
 //
-// Both lay a window on the text and look at its last byte first. When no keyword has this byte, the
-// window may leap by its whole length; when some have, by the distance of the byte from their ends.
-// `delta` holds that distance for every byte of the text; it is zero for a byte that ends a
-// keyword, and only then is the window compared.
+// A few keywords are searched for with a place scan (place_scan.h): it finds the places where the
+// rarest bytes of a keyword stand, and the keyword itself is compared there. Where there are too
+// many keywords for it, where the machine has no means to do it fast, and in a text where the
+// places come so close together that it does not pay, the search goes by leaps.
+//
+// Both ways to leap lay a window on the text and look at its last byte first. When no keyword has
+// this byte, the window may leap by its whole length; when some have, by the distance of the byte
+// from their ends. `delta` holds that distance for every byte of the text; it is zero for a byte
+// that ends a keyword, and only then is the window compared.
 //
 //   keywords "he", "she", "his", "hers": delta is 0 for e and s, 1 for h, i and r, else 2
 //
@@ -15,7 +20,7 @@
 //                [o d]    d: leap 2, behind the text: nothing found
 //
 // A single keyword, compared byte for byte, is searched for with the window of its length after
-// Boyer, Moore and Horspool; before that, for as long as it pays, by looking for its rarest byte. All other sets are searched with the window of the shortest keyword
+// Boyer, Moore and Horspool. All other sets are searched with the window of the shortest keyword
 // after Commentz and Walter: the text before the window's end is followed through the trie of the
 // backward keywords (keyword_trie.h), as far as it goes. How far the window may advance from where
 // that ends is known beforehand, from the places where the bytes read occur in other keywords.
@@ -26,21 +31,33 @@
 
 #include "matcher/keyword_set.h"
 
-#include "matcher/byte_frequency.h"
+#include "matcher/char_set.h"
 #include "matcher/chunk_arena.h"
 #include "matcher/keyword_trie.h"
+#include "matcher/place_scan.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstring>
 #include <limits>
 #include <new>
+#include <optional>
+#include <vector>
 
 namespace trovex {
 
 struct KeywordSet {
-  /// Owns the trie and `target`.
+  /// A keyword in the order of the text, every byte folded.
+  struct Target {
+    const unsigned char* bytes;
+    int length;
+    /// The number of the keyword.
+    int index;
+  };
+
+  /// Owns the trie and the bytes of `targets`.
   ChunkArena arena;
   KeywordTrieNode* root = nullptr;
   /// The number of keywords added, equal ones included.
@@ -59,19 +76,26 @@ struct KeywordSet {
   /// `delta` is not zero.
   std::array<const KeywordTrieNode*, 256> next{};
 
-  /// The first keyword added, in the order of the text.
-  unsigned char* target = nullptr;
+  /// The first few keywords that were added, of equal ones the first. A single keyword is
+  /// `targets[0]`.
+  std::array<Target, PlaceScan::kMaxAlternatives> targets{};
+  /// How many keywords differ from each other; those that `targets` has no room for count too.
+  std::size_t differentWords = 0;
   /// The single keyword's advance after a comparison: the distance from its last byte to the same
   /// byte before it.
   int repeatShift = 0;
-  /// Where in the single keyword the byte stands that is the rarest in German text; -1 when even that
-  /// one is common.
-  int rareOffset = -1;
+
+  /// Finds the places where keywords can start: alternative i stands for `targets[i]`, which then
+  /// are sorted, the longest first. Empty when the set is searched by leaps alone.
+  std::optional<PlaceScan> places;
+  /// Whether the only keyword stands wherever it can start, as the scan looks at every byte of it.
+  bool placesAreStarts = false;
 };
 
 namespace {
 
 using Byte = unsigned char;
+using Target = KeywordSet::Target;
 
 /// Advances of `delta` are kept in a byte, so a long window leaps a little less than it could.
 constexpr int kLargestDelta = std::numeric_limits<Byte>::max();
@@ -83,35 +107,24 @@ bool IsSingle(const KeywordSet& set) {
 
 // Building.
 
-/// Keeps the first keyword apart from the trie: should it stay the only one, it is searched for by
-/// itself.
-bool KeepTarget(KeywordSet& set, const char* text, int length) {
-  set.target = static_cast<Byte*>(set.arena.Allocate(static_cast<std::size_t>(length)));
-  if (set.target == nullptr) return false;
-  std::copy_n(text, length, set.target);
-  return true;
-}
-
-/// The offset of the byte of `target` that is the rarest in German text; -1 when none is rare.
-int RareOffset(const Byte* target, int length) {
-  constexpr int kRare = 5000;  // in 100,000
-  const Byte* const rarest = std::min_element(target, target + length, [](Byte a, Byte b) {
-    return kByteFrequency[a] < kByteFrequency[b];
-  });
-  if (rarest == target + length || kByteFrequency[*rarest] > kRare) return -1;
-  return static_cast<int>(rarest - target);
+/// The bytes of a keyword, folded; null when memory is short.
+Byte* CopyFolded(KeywordSet& set, const char* text, int length) {
+  auto* const copy = static_cast<Byte*>(set.arena.Allocate(static_cast<std::size_t>(length)));
+  if (copy == nullptr) return nullptr;
+  std::transform(text, text + length, copy, [&](char c) { return set.fold[static_cast<Byte>(c)]; });
+  return copy;
 }
 
 void PrepareSingle(KeywordSet& set) {
   const int length = set.minLength;
+  const Byte* const target = set.targets[0].bytes;
   set.delta.fill(static_cast<Byte>(std::min(length, kLargestDelta)));
   set.repeatShift = length;
   for (int i = 0; i < length; ++i) {
     const int distance = length - 1 - i;
-    set.delta[set.target[i]] = static_cast<Byte>(std::min(distance, kLargestDelta));
-    if (distance > 0 && set.target[i] == set.target[length - 1]) set.repeatShift = distance;
+    set.delta[target[i]] = static_cast<Byte>(std::min(distance, kLargestDelta));
+    if (distance > 0 && target[i] == target[length - 1]) set.repeatShift = distance;
   }
-  set.rareOffset = RareOffset(set.target, length);
 }
 
 /// The failure link of the child that `edge` leads to from `node`: the child of the first node on
@@ -178,14 +191,104 @@ void PrepareTrie(KeywordSet& set) {
   }
 }
 
-// Searching for a single keyword. `end` is the end of the window on the text.
+/// For every byte of a folded keyword the bytes of a text that are compared as it.
+using ComparedAs = std::array<CharSet, 256>;
+
+/// The bytes that can stand at each offset of the keyword, as far as a place scan can look and the
+/// shortest keyword goes.
+std::vector<CharSet> SetsOf(const KeywordSet& set, const Target& target,
+                            const ComparedAs& comparedAs) {
+  const int length = std::min(set.minLength, PlaceScan::kMaxOffset + 1);
+  std::vector<CharSet> sets;
+  sets.reserve(static_cast<std::size_t>(length));
+  for (int i = 0; i < length; ++i)
+    sets.push_back(comparedAs[target.bytes[i]]);
+  return sets;
+}
+
+/// Makes the place scan, if the set is one for it.
+void PreparePlaces(KeywordSet& set) {
+  if (set.differentWords == 0 || set.differentWords > set.targets.size()) return;
+  if (set.minLength == 0) return;
+  ComparedAs comparedAs;
+  for (std::size_t c = 0; c < comparedAs.size(); ++c)
+    comparedAs[set.fold[c]].set(c);
+
+  const auto end = set.targets.begin() + static_cast<std::ptrdiff_t>(set.differentWords);
+  std::stable_sort(set.targets.begin(), end,
+                   [](const Target& a, const Target& b) { return a.length > b.length; });
+  std::vector<std::vector<CharSet>> alternatives;
+  for (auto target = set.targets.begin(); target != end; ++target)
+    alternatives.push_back(SetsOf(set, *target, comparedAs));
+  const std::vector<Probes> probes = ChooseProbesForAlternatives(alternatives);
+  const PlaceScan places = PlaceScan::ForAlternatives(probes);
+  if (!places.IsFast()) return;
+  set.places = places;
+  set.placesAreStarts =
+      set.differentWords == 1 && probes[0].size() == static_cast<std::size_t>(set.maxLength);
+}
+
+// Searching.
+
+/// What a search answers; the start is null when no keyword occurs.
+struct Found {
+  const Byte* start = nullptr;
+  int index = 0;
+  int length = 0;
+};
+
+// Searching with the place scan.
+
+/// Whether `target` stands at `start`, before `limit`.
+bool StandsAt(const KeywordSet& set, const Target& target, const Byte* start, const Byte* limit) {
+  if (target.length > limit - start) return false;
+  if (!set.folds)
+    return std::memcmp(start, target.bytes, static_cast<std::size_t>(target.length)) == 0;
+  return std::equal(target.bytes, target.bytes + target.length, start,
+                    [&](Byte wanted, Byte byte) { return wanted == set.fold[byte]; });
+}
+
+/// The longest keyword that starts at `start`, a place that the scan has found, or null.
+const Target* LongestAt(const KeywordSet& set, const Byte* start, const Byte* limit) {
+  if (set.placesAreStarts) return &set.targets[0];
+  for (unsigned rest = set.places->AlternativesAt(start); rest != 0; rest &= rest - 1) {
+    const Target& target = set.targets[static_cast<std::size_t>(std::countr_zero(rest))];
+    if (StandsAt(set, target, start, limit)) return &target;
+  }
+  return nullptr;
+}
+
+/// Goes from one place that the scan finds to the next. Returns whether that settled the search;
+/// `found` then tells the longest keyword at the first place where one starts, if there is any.
+/// Where the places come too close together for this to pay, the search is not settled, and no
+/// keyword starts before `text`, which has moved on.
+bool SearchByPlaces(const KeywordSet& set, const Byte*& text, const Byte* limit, Found& found) {
+  constexpr std::ptrdiff_t kPriceOfAStop = 32;  // in bytes passed
+  std::ptrdiff_t credit = 1024;
+  if (limit - text < set.minLength) return true;
+  // Where a place is found, the shortest keyword must have room.
+  const Byte* const end = limit - (set.minLength - 1 - set.places->Reach());
+  for (;;) {
+    const Byte* const place = set.places->Find(text, end);
+    if (place == nullptr) return true;
+    if (const Target* const target = LongestAt(set, place, limit)) {
+      found = {place, target->index, target->length};
+      return true;
+    }
+    credit += (place - text) - kPriceOfAStop;
+    text = place + 1;
+    if (credit < 0) return false;
+  }
+}
+
+// Searching for a single keyword by leaps. `end` is the end of the window on the text.
 
 /// Whether the window ending at `end`, whose last byte agrees, holds the keyword. The byte before
 /// it is looked at first: it refutes most windows.
 bool HoldsTarget(const KeywordSet& set, const Byte* end) {
   const int length = set.minLength;
-  if (end[-2] != set.target[length - 2]) return false;
-  return std::memcmp(end - length, set.target, static_cast<std::size_t>(length) - 2) == 0;
+  if (end[-2] != set.targets[0].bytes[length - 2]) return false;
+  return std::memcmp(end - length, set.targets[0].bytes, static_cast<std::size_t>(length) - 2) == 0;
 }
 
 /// Advances the window until its last byte agrees, or until its end is behind `last`, by at most
@@ -213,8 +316,8 @@ bool LeapToLastByte(const ByteMap& delta, const Byte*& end, const Byte* last) {
   return false;
 }
 
-/// The start of the keyword's first occurrence between `text` and `limit`, which lie at least its length
-/// apart, found by leaps; or null.
+/// The start of the keyword's first occurrence between `text` and `limit`, which lie at least its
+/// length apart, found by leaps; or null.
 const Byte* SearchByLeaps(const KeywordSet& set, const Byte* text, const Byte* limit) {
   const std::ptrdiff_t length = set.minLength;
   const Byte* end = text + length;
@@ -236,51 +339,17 @@ const Byte* SearchByLeaps(const KeywordSet& set, const Byte* text, const Byte* l
   return nullptr;
 }
 
-/// Goes from one occurrence of the keyword's rare byte to the next, as fast as the machine finds bytes,
-/// and compares there. Returns whether that settled the search; `found` is then the start of the first
-/// occurrence or null. Where the byte comes too often for this to pay, the search is not settled, and
-/// the keyword does not start before `text`, which has moved on.
-bool SearchByRareByte(const KeywordSet& set, const Byte*& text, const Byte* limit,
-                      const Byte*& found) {
-  constexpr std::ptrdiff_t kPriceOfAStop = 32;  // in bytes passed
-  std::ptrdiff_t credit = 1024;
-  const int length = set.minLength;
-  const Byte* place = text + set.rareOffset;
-  const Byte* const end = limit - (length - set.rareOffset) + 1;
-  found = nullptr;
-  while (place < end) {
-    const auto* const stop = static_cast<const Byte*>(
-        std::memchr(place, set.target[set.rareOffset], static_cast<std::size_t>(end - place)));
-    if (stop == nullptr) return true;
-    const Byte* const start = stop - set.rareOffset;
-    if (std::memcmp(start, set.target, static_cast<std::size_t>(length)) == 0) {
-      found = start;
-      return true;
-    }
-    credit += (stop - place) - kPriceOfAStop;
-    place = stop + 1;
-    if (credit < 0) {
-      text = start + 1;
-      return limit - text < length;
-    }
-  }
-  return true;
-}
-
-/// The start of the single keyword's first occurrence, or null.
-const Byte* SearchSingle(const KeywordSet& set, const Byte* text, int size) {
+Found SearchSingle(const KeywordSet& set, const Byte* text, const Byte* limit) {
   const std::ptrdiff_t length = set.minLength;
-  if (length == 0) return text;
-  if (length > size) return nullptr;
+  if (length > limit - text) return {};
+  const Byte* start = text;
   if (length == 1) {
-    return static_cast<const Byte*>(
-        std::memchr(text, set.target[0], static_cast<std::size_t>(size)));
+    start = static_cast<const Byte*>(
+        std::memchr(text, set.targets[0].bytes[0], static_cast<std::size_t>(limit - text)));
+  } else if (length > 1) {
+    start = SearchByLeaps(set, text, limit);
   }
-
-  const Byte* const limit = text + size;
-  const Byte* found = nullptr;
-  if (set.rareOffset >= 0 && SearchByRareByte(set, text, limit, found)) return found;
-  return SearchByLeaps(set, text, limit);
+  return {start, 0, set.minLength};
 }
 
 // Searching with the trie.
@@ -377,12 +446,18 @@ Occurrence FindLeftmostLongest(const KeywordSet& set, const Byte* text, const By
   return best;
 }
 
-Occurrence SearchTrie(const KeywordSet& set, const Byte* text, int size) {
-  if (size < set.minLength) return {};
-  const Byte* const limit = text + size;
+Found SearchTrie(const KeywordSet& set, const Byte* text, const Byte* limit) {
+  if (limit - text < set.minLength) return {};
   const Occurrence first = FindFirstEnding(set, text, limit);
   if (first.node == nullptr) return {};
-  return FindLeftmostLongest(set, text, limit, first);
+  const Occurrence best = FindLeftmostLongest(set, text, limit, first);
+  return {best.start, best.node->keyword, best.node->depth};
+}
+
+Found Find(const KeywordSet& set, const Byte* text, const Byte* limit) {
+  Found found;
+  if (set.places && SearchByPlaces(set, text, limit, found)) return found;
+  return IsSingle(set) ? SearchSingle(set, text, limit) : SearchTrie(set, text, limit);
 }
 
 }  // namespace
@@ -399,14 +474,22 @@ KeywordSetPtr KeywordSetCreate(const ByteMap* fold) {
 }
 
 MessageNumber KeywordSetAdd(KeywordSet& set, const char* text, int length) {
-  if (set.words == 0 && !KeepTarget(set, text, length)) return MessageNumber::kMemoryOverflow;
+  const Byte* target = nullptr;
+  if (set.differentWords < set.targets.size()) {
+    target = CopyFolded(set, text, length);
+    if (target == nullptr) return MessageNumber::kMemoryOverflow;
+  }
   KeywordTrieNode* node = set.root;
   for (int i = length; i > 0; --i) {
     const Byte label = set.fold[static_cast<Byte>(text[i - 1])];
     node = FindOrAddChild(*node, label, set.arena);
     if (node == nullptr) return MessageNumber::kMemoryOverflow;
   }
-  if (node->keyword < 0) node->keyword = set.words;
+  if (node->keyword < 0) {
+    node->keyword = set.words;
+    if (target != nullptr) set.targets[set.differentWords] = {target, length, set.words};
+    ++set.differentWords;
+  }
   ++set.words;
   set.minLength = std::min(set.minLength, length);
   set.maxLength = std::max(set.maxLength, length);
@@ -419,25 +502,20 @@ void KeywordSetPrepare(KeywordSet& set) {
   } else {
     PrepareTrie(set);
   }
+  try {
+    PreparePlaces(set);
+  } catch (const std::bad_alloc&) {
+    // The set is searched by leaps.
+  }
 }
 
 const char* KeywordSetSearch(const KeywordSet& set, const char* text, int size,
                              KeywordMatch* match) {
   const auto* const bytes = reinterpret_cast<const Byte*>(text);
-  const Byte* start = nullptr;
-  int index = 0;
-  int length = set.minLength;
-  if (IsSingle(set)) {
-    start = SearchSingle(set, bytes, size);
-  } else if (const Occurrence found = SearchTrie(set, bytes, size); found.node != nullptr) {
-    start = found.start;
-    index = found.node->keyword;
-    length = found.node->depth;
-  }
-  if (start == nullptr) return nullptr;
-  const auto* const found = reinterpret_cast<const char*>(start);
-  if (match != nullptr) *match = {index, found, length};
-  return found;
+  const Found found = Find(set, bytes, bytes + size);
+  const auto* const start = reinterpret_cast<const char*>(found.start);
+  if (start != nullptr && match != nullptr) *match = {found.index, start, found.length};
+  return start;
 }
 
 void KeywordSetFree(KeywordSet* set) {

@@ -1,23 +1,26 @@
 // One loop for all probes and all machines.
 //
-// A block is as many places, one behind the other, as a vector has bytes. To test it for one probe, the
-// bytes at the probe's offset from these places are loaded as one vector:
+// A block is as many places, one behind the other, as a vector has bytes. To test it for one probe,
+// the bytes at the probe's offset from these places are loaded as one vector:
 //
 //   places     p   p+1  p+2  p+3 ...        two probes: 'c' at offset 0 and 'h' at offset 1
 //   offset 0   S    c    h    r  ...        c at p+1
 //   offset 1   c    h    r    i  ...        h at p+1: both hold at p+1
 //
-// Sets of the form (c & mask) == value are tested by comparing. Other sets are looked up in two tables
-// of sixteen bytes, one for each half of the byte: the upper half gives the kind of byte, one bit, and
-// the lower half the kinds that the set has bytes of.
+// Sets of the form (c & mask) == value are tested by comparing. Other sets are looked up in two
+// tables of sixteen bytes, one for each half of the byte: the upper half gives the kind of byte,
+// one bit, and the lower half the kinds that the set has bytes of.
 //
 //   the set 0-9, A, a, b   upper half 3: bit 0    lower half 0: bit 0          1: bits 0, 1, 2
 //                          upper half 4: bit 1               2: bits 0, 2      3 to 9: bit 0
 //                          upper half 6: bit 2               all others: none
 //
+// With several alternatives a bit stands for each of them instead, and what all probes leave of the
+// bits are the alternatives that hold at a place.
+//
 // The loop tests four blocks and looks at them only when one has a place where all probes hold. It
-// stands here once and is compiled once for every instruction set; which of them a machine has is asked
-// when a scan is made.
+// stands here once and is compiled once for every instruction set; which of them a machine has is
+// asked when a scan is made.
 
 #include "matcher/vector_scan.h"
 
@@ -50,7 +53,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Byte = unsigned char;
 
-/// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes hold.
+/// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
+/// hold.
 template <class D, int kCount, bool kAreBytes>
 class MaskedTest {
  public:
@@ -86,8 +90,8 @@ class MaskedTest {
   V masks_[kCount];
 };
 
-/// Tests blocks for any sets. The result has a zero where some probe does not hold.
-template <class D, int kCount>
+/// Tests blocks for any sets, or for alternatives. The result has a zero where none holds.
+template <class D, int kCount, bool kAreAlternatives>
 class NibbleTest {
  public:
   using V = hn::Vec<D>;
@@ -101,17 +105,19 @@ class NibbleTest {
   }
 
   HWY_INLINE V operator()(const Byte* place) const {
-    V kinds = Kinds(place, 0);
-    for (std::size_t i = 1; i < kCount; ++i)
-      kinds = hn::Min(kinds, Kinds(place, i));
-    return kinds;
+    V bits = Bits(place, 0);
+    for (std::size_t i = 1; i < kCount; ++i) {
+      const V others = Bits(place, i);
+      bits = kAreAlternatives ? hn::And(bits, others) : hn::Min(bits, others);
+    }
+    return bits;
   }
 
   static HWY_INLINE V Either(V a, V b) { return hn::Or(a, b); }
   static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Ne(result, hn::Zero(D())); }
 
  private:
-  HWY_INLINE V Kinds(const Byte* place, std::size_t i) const {
+  HWY_INLINE V Bits(const Byte* place, std::size_t i) const {
     const V bytes = hn::LoadU(D(), place + offsets_[i]);
     const V low = hn::And(bytes, hn::Set(D(), 15));
     const V high = hn::ShiftRight<4>(bytes);
@@ -131,10 +137,10 @@ struct Masked {
   using Test = MaskedTest<D, kCount, kAreBytes>;
 };
 
-template <int kCount>
+template <int kCount, bool kAreAlternatives>
 struct Nibbles {
   template <class D>
-  using Test = NibbleTest<D, kCount>;
+  using Test = NibbleTest<D, kCount, kAreAlternatives>;
 };
 
 using LongestBlock = hn::ScalableTag<Byte>;
@@ -212,16 +218,29 @@ const Byte* Find(const ScanTables& tables, const Byte* begin, const Byte* end) {
 template <class Kind>
 const Byte* FindAndConfirm(const ScanTables& tables, const Byte* begin, const Byte* end) {
   const Byte* place = Find<Kind>(tables, begin, end);
-  while (place != nullptr && !tables.HoldAt(place))
+  while (place != nullptr && tables.AlternativesAt(place) == 0)
     place = Find<Kind>(tables, place + 1, end);
   return place;
 }
 
+template <class Kind>
+FindPlace ChooseNibbles(const ScanTables& tables) {
+  return tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>;
+}
+
 template <int kCount>
 FindPlace ChooseAmong(const ScanTables& tables) {
-  if (tables.areBytes) return &Find<Masked<kCount, true>>;
-  if (tables.areMasked) return &Find<Masked<kCount, false>>;
-  return tables.areExact ? &Find<Nibbles<kCount>> : &FindAndConfirm<Nibbles<kCount>>;
+  switch (tables.form) {
+    case ScanForm::kBytes:
+      return &Find<Masked<kCount, true>>;
+    case ScanForm::kMasked:
+      return &Find<Masked<kCount, false>>;
+    case ScanForm::kKinds:
+      return ChooseNibbles<Nibbles<kCount, false>>(tables);
+    case ScanForm::kAlternatives:
+      return ChooseNibbles<Nibbles<kCount, true>>(tables);
+  }
+  return nullptr;
 }
 
 FindPlace Choose(const ScanTables& tables) {

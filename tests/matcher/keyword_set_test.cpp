@@ -1,6 +1,8 @@
 #include "matcher/keyword_set.h"
 
+#include "matcher/place_scan.h"
 #include "tests/matcher/malloc_watch.h"
+#include "tests/matcher/scan_roads.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -15,6 +17,10 @@
 
 namespace trovex {
 namespace {
+
+using testing::AllScanRoads;
+using testing::OnScanRoad;
+using testing::ScanRoad;
 
 using Keywords = std::vector<std::string>;
 
@@ -124,6 +130,19 @@ class TrivialSearch {
   Keywords keywords_;
   ByteMap fold_;
 };
+
+/// Expects the set to find in `text` just what the trivial search finds, from every start on.
+void ExpectAllFound(const Keywords& keywords, const ByteMap* fold, const ExactText& text) {
+  const KeywordSetPtr set = MakeSet(keywords, fold);
+  const TrivialSearch trivial(keywords, fold);
+  const std::string folded = trivial.Folded(text.View());
+  for (int from = 0; from <= text.Size();) {
+    const std::optional<Found> expected = trivial(folded, from);
+    ASSERT_EQ(Search(*set, text, from), expected) << "from " << from << " of " << text.View();
+    if (!expected) break;
+    from = expected->start + 1;
+  }
+}
 
 std::string Describe(const Keywords& keywords, std::string_view text) {
   std::string description = "keywords ";
@@ -423,6 +442,111 @@ TEST(KeywordSet, AFailedKeywordTakesNoNumber) {
   EXPECT_EQ(Search(set, "bbbcb"), (Found{1, 2, 2}));
 }
 
+// A few keywords are searched for by the places where their rarest bytes stand.
+
+/// Calls `check` with every road that the search for places can take.
+template <typename Check>
+void OnEveryRoad(const Check& check) {
+  for (const ScanRoad& road : AllScanRoads()) {
+    SCOPED_TRACE(road.name);
+    const OnScanRoad only(road);
+    check();
+    if (::testing::Test::HasFailure()) return;
+  }
+}
+
+TEST(KeywordSet, KeywordsAreFoundAtEveryPlaceOfALongText) {
+  const ByteMap fold = LowerCaseMap();
+  OnEveryRoad([&] {
+    for (const Keywords& keywords : {Keywords{"q"}, Keywords{"er"}, Keywords{"Xylophon"},
+                                     Keywords{"Fehler", "Warnung", "Ende"},
+                                     Keywords{"ab", "abcd", "bc", "cdefgh"}, Keywords{"a", "bc"}}) {
+      for (const std::string& keyword : keywords) {
+        for (std::size_t before = 0; before < 150; ++before) {
+          const std::string text =
+              std::string(before, '-') + keyword + std::string(before % 7, '-');
+          ASSERT_NO_FATAL_FAILURE(ExpectAllFound(keywords, nullptr, ExactText(text)));
+          ASSERT_NO_FATAL_FAILURE(ExpectAllFound(keywords, &fold, ExactText(text)));
+        }
+      }
+    }
+  });
+}
+
+TEST(KeywordSet, AFoldTableMayPairBytesThatDifferInManyBits) {
+  ByteMap fold = LowerCaseMap();
+  fold[0xFF] = 0x9F;  // as in code pages where an upper case letter stands far from its lower case
+  fold[0xD7] = 'x';
+  fold['0'] = '9';
+  fold['1'] = '9';
+  fold[0x80] = '9';
+  OnEveryRoad([&] {
+    for (const Keywords& keywords :
+         {Keywords{"x\x9F"}, Keywords{"91"}, Keywords{"a9\x9Fx", "0\xFF"}, Keywords{"\xFF"}}) {
+      for (std::size_t before = 0; before < 90; ++before) {
+        const std::string text = std::string(before, '-') + "X\xFF-\xD7\x9F" +
+                                 "0\x80"
+                                 "A1\xFFX" +
+                                 std::string(before, '\x90') + "8" + "a9\x9F\xD7";
+        ASSERT_NO_FATAL_FAILURE(ExpectAllFound(keywords, &fold, ExactText(text)));
+      }
+    }
+  });
+}
+
+TEST(KeywordSet, PlacesThatComeTooCloseTogetherHideNoKeyword) {
+  std::string text;
+  for (int i = 0; i < 3000; ++i)
+    text += i % 3 == 0 ? "XQb" : "XbQ";
+  const std::string found = text + "aXQc" + text + "aXQd";
+  OnEveryRoad([&] {
+    for (const Keywords& keywords :
+         {Keywords{"aXQd"}, Keywords{"aXQc"}, Keywords{"aXQc", "aXQd"}, Keywords{"XXXX", "bXQd"}}) {
+      const std::optional<Found> expected = TrivialSearch(keywords, nullptr)(found, 0);
+      ASSERT_EQ(Search(MakeSet(keywords), found), expected) << Describe(keywords, "");
+      ASSERT_EQ(Search(MakeSet(keywords), text), std::nullopt);
+    }
+  });
+}
+
+TEST(KeywordSet, AKeywordMayBeLongerThanAPlaceScanLooks) {
+  const std::string head(PlaceScan::kMaxOffset + 1, 'a');
+  const std::string text = std::string(300, 'a') + "c" + std::string(400, 'a') + "b--";
+  OnEveryRoad([&] {
+    EXPECT_EQ(Search(MakeSet({head + "b"}), text), (Found{0, 450, 252}));
+    EXPECT_EQ(Search(MakeSet({head + "d", head + "c"}), text), (Found{1, 49, 252}));
+  });
+}
+
+TEST(KeywordSet, WithoutMemoryForThePlaceScanTheKeywordsAreFoundAllTheSame) {
+  const std::string text = std::string(500, '-') + "Warnung";
+  for (const Keywords& keywords : {Keywords{"Warnung"}, Keywords{"Fehler", "Warnung"}}) {
+    for (long allowed = 0; allowed < 12; ++allowed) {
+      const KeywordSetPtr set = KeywordSetCreate(nullptr);
+      for (const std::string& keyword : keywords)
+        KeywordSetAdd(*set, keyword.data(), static_cast<int>(keyword.size()));
+      {
+        const testing::AllocationLimit limit(allowed);
+        KeywordSetPrepare(*set);
+      }
+      EXPECT_EQ(Search(set, text), (Found{static_cast<int>(keywords.size()) - 1, 500, 7}));
+    }
+  }
+}
+
+TEST(KeywordSet, MoreKeywordsThanAPlaceScanTakesAreToldApart) {
+  Keywords keywords;
+  for (char c = 'a'; c <= 'p'; ++c) {
+    keywords.push_back(std::string("x") + c);
+    keywords.push_back(std::string("x") + c + 'y');
+    std::string text(100, '-');
+    for (char d = 'a'; d <= 'q'; ++d)
+      text.append("x") += d;
+    OnEveryRoad(
+        [&] { ASSERT_NO_FATAL_FAILURE(ExpectAllFound(keywords, nullptr, ExactText(text))); });
+  }
+}
+
 // Agreement with the trivial search.
 
 /// All strings over 'a' and 'b' of at most `length` bytes.
@@ -439,10 +563,15 @@ std::vector<std::string> AllStrings(std::size_t length) {
 /// Holds the set of `keywords` against the trivial search in every one of `texts`.
 void ExpectAgreement(const Keywords& keywords, const ByteMap* fold,
                      const std::vector<ExactText>& texts) {
-  const KeywordSetPtr set = MakeSet(keywords, fold);
+  const std::vector<ScanRoad> roads = AllScanRoads();
+  const KeywordSetPtr fast = MakeSet(keywords, fold);
+  const OnScanRoad only(roads.front());
+  const KeywordSetPtr plain = MakeSet(keywords, fold);
   const TrivialSearch trivial(keywords, nullptr);
   for (const ExactText& text : texts) {
-    ASSERT_EQ(Search(*set, text), trivial(text.View(), 0)) << Describe(keywords, text.View());
+    const std::optional<Found> expected = trivial(text.View(), 0);
+    ASSERT_EQ(Search(*fast, text), expected) << Describe(keywords, text.View());
+    ASSERT_EQ(Search(*plain, text), expected) << "plainly: " << Describe(keywords, text.View());
   }
 }
 
@@ -454,7 +583,7 @@ class KeywordSetExhaustively : public ::testing::Test {
   }
 
   std::vector<ExactText> texts_;
-  // Keeps a single keyword from being searched for by itself.
+  // Keeps a single keyword from being searched for by itself where it goes by leaps.
   const ByteMap identity_ = IdentityMap();
 };
 
@@ -578,8 +707,11 @@ class KeywordSetAtRandom : public ::testing::TestWithParam<Recipe> {};
 TEST_P(KeywordSetAtRandom, AgreesWithTheTrivialSearch) {
   const Recipe& recipe = GetParam();
   int searches = 0;
+  const std::vector<ScanRoad> roads = AllScanRoads();
   for (unsigned seed = 1; seed <= static_cast<unsigned>(recipe.rounds) && !HasFailure(); ++seed) {
-    SCOPED_TRACE(seed);
+    const ScanRoad& road = roads[seed % roads.size()];
+    const OnScanRoad only(road);
+    SCOPED_TRACE(road.name + ", seed " + std::to_string(seed));
     searches += RandomSearches(recipe, seed).HoldAgainstTrivialSearch();
   }
   RecordProperty("searches", searches);

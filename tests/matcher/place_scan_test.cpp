@@ -28,7 +28,7 @@ using testing::OnScanRoad;
 using testing::ScanRoad;
 
 using Byte = unsigned char;
-using Probes = std::vector<Probe>;
+using Alternatives = std::vector<Probes>;
 using Places = std::vector<std::ptrdiff_t>;
 
 CharSet SetOf(std::string_view bytes) {
@@ -45,17 +45,26 @@ CharSet RangeOf(int first, int last) {
   return set;
 }
 
-/// The most trivial search: every probe at every place.
-Places TrivialPlaces(const Probes& probes, std::string_view text) {
+bool HoldAt(const Probes& probes, std::string_view text, std::size_t place) {
+  return std::all_of(probes.begin(), probes.end(), [&](const Probe& probe) {
+    const std::size_t at = place + static_cast<std::size_t>(probe.offset);
+    return at < text.size() && probe.bytes.test(static_cast<Byte>(text[at]));
+  });
+}
+
+/// The most trivial search: every probe of every alternative at every place.
+Places TrivialPlaces(const Alternatives& alternatives, std::string_view text) {
   Places places;
   for (std::size_t place = 0; place < text.size(); ++place) {
-    const bool holds = std::all_of(probes.begin(), probes.end(), [&](const Probe& probe) {
-      const std::size_t at = place + static_cast<std::size_t>(probe.offset);
-      return at < text.size() && probe.bytes.test(static_cast<Byte>(text[at]));
-    });
-    if (holds) places.push_back(static_cast<std::ptrdiff_t>(place));
+    const auto hold = [&](const Probes& probes) { return HoldAt(probes, text, place); };
+    if (std::any_of(alternatives.begin(), alternatives.end(), hold))
+      places.push_back(static_cast<std::ptrdiff_t>(place));
   }
   return places;
+}
+
+Places TrivialPlaces(const Probes& probes, std::string_view text) {
+  return TrivialPlaces(Alternatives{probes}, text);
 }
 
 /// All places in the bytes from `begin` to `end`, from each to the next by one call of `find`.
@@ -76,10 +85,16 @@ const Byte* Begin(const HeapText& text) {
 /// One scan for every road.
 class Scans {
  public:
-  explicit Scans(const Probes& probes) : roads_(AllScanRoads()) {
+  explicit Scans(const Probes& probes) {
     for (const ScanRoad& road : roads_) {
       const OnScanRoad only(road);
       scans_.emplace_back(probes);
+    }
+  }
+  explicit Scans(const Alternatives& alternatives) {
+    for (const ScanRoad& road : roads_) {
+      const OnScanRoad only(road);
+      scans_.push_back(PlaceScan::ForAlternatives(alternatives));
     }
   }
 
@@ -97,13 +112,15 @@ class Scans {
   }
 
  private:
-  std::vector<ScanRoad> roads_;
+  const std::vector<ScanRoad> roads_ = AllScanRoads();
   std::vector<PlaceScan> scans_;
 };
 
-void ExpectAgreement(const Scans& scans, const Probes& probes, std::string_view bytes) {
+/// `wanted` are the probes or the alternatives that the scans were made for.
+template <typename Wanted>
+void ExpectAgreement(const Scans& scans, const Wanted& wanted, std::string_view bytes) {
   const HeapText text(bytes);
-  scans.Expect(TrivialPlaces(probes, bytes), Begin(text), Begin(text) + text.Length());
+  scans.Expect(TrivialPlaces(wanted, bytes), Begin(text), Begin(text) + text.Length());
 }
 
 /// Probes of every kind that a road treats by itself.
@@ -315,6 +332,106 @@ TEST(PlaceScan, ACopySearchesLikeTheOriginal) {
   EXPECT_EQ(copy.Find(Begin(text), Begin(text) + text.Length()), Begin(text) + 33);
 }
 
+// Alternatives.
+
+/// The sets that each of a few keywords wants at all its offsets, case ignored if `folded`.
+Alternatives AlternativesOf(const std::vector<std::string_view>& keywords, bool folded) {
+  Alternatives alternatives;
+  for (const std::string_view keyword : keywords) {
+    alternatives.emplace_back();
+    for (std::size_t i = 0; i < keyword.size(); ++i) {
+      CharSet bytes = SetOf(keyword.substr(i, 1));
+      if (folded) bytes.set(static_cast<Byte>(keyword[i]) ^ 0x20U);
+      alternatives.back().push_back({static_cast<int>(i), bytes});
+    }
+  }
+  return alternatives;
+}
+
+TEST(PlaceScan, FindsThePlacesOfEachAlternative) {
+  for (const bool folded : {false, true}) {
+    const Alternatives alternatives = AlternativesOf({"abc", "bcd", "\xE4z?", "aaa"}, folded);
+    const Scans scans(alternatives);
+    for (std::size_t before = 0; before < 140; ++before) {
+      for (const char* const piece :
+           {"abc", "abcd", "bcD", "\xE4z?", "\xC4z?", "aaaa", "abd", "aza"}) {
+        std::string text(before, '-');
+        text.append(piece).append(before % 5, '-');
+        ExpectAgreement(scans, alternatives, text);
+      }
+    }
+  }
+}
+
+TEST(PlaceScan, MixesNoAlternativesAtAPlace) {
+  const Alternatives alternatives = AlternativesOf({"ab", "cd"}, false);
+  const Scans scans(alternatives);
+  ExpectAgreement(scans, alternatives, "ad" + std::string(80, '-') + "cb" + std::string(80, 'a'));
+  ExpectAgreement(scans, alternatives, "adcdcbab" + std::string(80, '-') + "adcbcdab");
+}
+
+TEST(PlaceScan, TellsWhichAlternativesHoldAtAPlace) {
+  const PlaceScan scan =
+      PlaceScan::ForAlternatives({{{0, SetOf("ab")}}, {{0, SetOf("bc")}}, {{0, SetOf("x")}}});
+  const HeapText text("abcx-");
+  EXPECT_EQ(scan.AlternativesAt(Begin(text)), 1U);
+  EXPECT_EQ(scan.AlternativesAt(Begin(text) + 1), 3U);
+  EXPECT_EQ(scan.AlternativesAt(Begin(text) + 2), 2U);
+  EXPECT_EQ(scan.AlternativesAt(Begin(text) + 3), 4U);
+  EXPECT_EQ(scan.AlternativesAt(Begin(text) + 4), 0U);
+}
+
+TEST(PlaceScan, AgreesWithTheTrivialSearchForRandomAlternatives) {
+  std::uint32_t seed = std::random_device()();
+  for (int round = 0; round < 1500; ++round, ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Dice dice(seed);
+    Alternatives alternatives = {RandomProbes(dice)};
+    for (int i = dice.Between(0, static_cast<int>(PlaceScan::kMaxAlternatives) - 1); i > 0; --i) {
+      Probes probes = alternatives[0];
+      for (Probe& probe : probes)
+        probe.bytes = RandomSet(dice);
+      alternatives.push_back(probes);
+    }
+    const Probes& wanted = alternatives[static_cast<std::size_t>(
+        dice.Between(0, static_cast<int>(alternatives.size()) - 1))];
+    ExpectAgreement(Scans(alternatives), alternatives, RandomText(dice, wanted));
+    ASSERT_FALSE(HasFailure());
+  }
+}
+
+TEST(PlaceScan, AlternativesTouchNothingOutsideOfTheText) {
+  const Alternatives alternatives = AlternativesOf({"abc", "bcd", "\xE4z?"}, true);
+  const Scans scans(alternatives);
+  for (std::size_t length = 0; length <= 300; ++length) {
+    std::string bytes(length, 'b');
+    if (length >= 3) bytes.replace(length - 3, 3, "BCD");
+    for (const Guard guard : {Guard::kBehind, Guard::kInFront}) {
+      GuardedBytes text(bytes, guard);
+      const auto* const begin = reinterpret_cast<const Byte*>(text.Data());
+      scans.Expect(TrivialPlaces(alternatives, bytes), begin, begin + length);
+    }
+    ASSERT_FALSE(HasFailure()) << "length " << length;
+  }
+}
+
+TEST(PlaceScan, IsFastWithoutVectorsOnlyWhenARareByteLeads) {
+  const OnScanRoad plain(AllScanRoads().front());
+  EXPECT_TRUE(PlaceScan(Probes{{0, SetOf("q")}, {1, SetOf("e")}}).IsFast());
+  EXPECT_TRUE(PlaceScan(Probes{{0, SetOf("e")}}).IsFast());
+  EXPECT_FALSE(PlaceScan(Probes{{0, SetOf("e")}, {1, SetOf("n")}}).IsFast());
+  EXPECT_FALSE(PlaceScan(Probes{{0, SetOf("qQ")}}).IsFast());
+  EXPECT_FALSE(PlaceScan::ForAlternatives(AlternativesOf({"q", "x"}, false)).IsFast());
+}
+
+TEST(PlaceScan, IsFastWithVectors) {
+  for (const ScanRoad& road : AllScanRoads()) {
+    if (road.target == AllScanRoads().front().target) continue;
+    const OnScanRoad only(road);
+    EXPECT_TRUE(PlaceScan(Probes{{0, SetOf("eE")}, {1, ~CharSet()}}).IsFast()) << road.name;
+  }
+}
+
 // The choice of probes.
 
 std::vector<CharSet> SetsOf(const std::vector<std::string_view>& sets) {
@@ -363,6 +480,26 @@ TEST(ChooseProbes, TakesNoOffsetThatAScanCannotReach) {
   EXPECT_EQ(probes[0].offset, 250);
   for (const Probe& probe : probes)
     EXPECT_LE(probe.offset, PlaceScan::kMaxOffset);
+}
+
+TEST(ChooseProbes, TakesForAlternativesTheOffsetsThatAreRareForAllOfThem) {
+  const std::vector<Probes> chosen = ChooseProbesForAlternatives(
+      {SetsOf({"q", "e", "y"}), SetsOf({"e", "q", "x"}), SetsOf({"e", "n", "j"})});
+  ASSERT_EQ(chosen.size(), 3U);
+  EXPECT_EQ(chosen[0][0].offset, 2);
+  EXPECT_EQ(chosen[0][0].bytes, SetOf("y"));
+  for (const Probes& probes : chosen) {
+    ASSERT_EQ(probes.size(), chosen[0].size());
+    for (std::size_t i = 0; i < probes.size(); ++i)
+      EXPECT_EQ(probes[i].offset, chosen[0][i].offset);
+  }
+}
+
+TEST(ChooseProbes, TakesARareByteBehindOneThatNeverComes) {
+  const Probes probes = ChooseProbes(SetsOf({"e", std::string_view("\0", 1), "n", "q"}));
+  ASSERT_GE(probes.size(), 2U);
+  EXPECT_EQ(probes[0].offset, 1);
+  EXPECT_EQ(probes[1].offset, 3);
 }
 
 TEST(ExpectedRate, MultipliesTheFrequenciesOfTheProbes) {
