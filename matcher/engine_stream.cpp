@@ -1,6 +1,7 @@
 #include "matcher/engine_stream.h"
 
 #include <algorithm>
+#include <array>
 
 namespace trovex {
 
@@ -8,7 +9,13 @@ namespace {
 
 class StreamWriter {
  public:
-  StreamWriter(const SyntaxTree& tree, TokenStream& stream) : tree_(tree), stream_(stream) {}
+  StreamWriter(const SyntaxTree& tree, TokenStream& stream) : tree_(tree), stream_(stream) {
+    tokenOf_.fill(TokEnd);
+    for (std::size_t c = 0; c < tree.translate.size(); ++c) {
+      ++sourcesOf_[tree.translate[c]];
+      sourceOf_[tree.translate[c]] = static_cast<unsigned char>(c);
+    }
+  }
 
   /// Writes the whole tree. Returns false when it holds what no automaton can stand for.
   bool WriteTree() {
@@ -117,15 +124,12 @@ class StreamWriter {
   }
 
   void WriteByte(unsigned char byte) {
-    const CharSet bytes = BeforeTranslation(CharSet().set(byte));
-    if (bytes.count() == 1) {
-      std::size_t only = 0;
-      while (!bytes[only])
-        ++only;
-      Append(static_cast<Token>(only));
-    } else {
-      Append(TokenOf(bytes));
+    Token& token = tokenOf_[byte];
+    if (token == TokEnd) {
+      token =
+          sourcesOf_[byte] == 1 ? sourceOf_[byte] : TokenOf(BeforeTranslation(CharSet().set(byte)));
     }
+    Append(token);
   }
 
   /// The bytes of the text that are compared as one of `translated`.
@@ -147,6 +151,9 @@ class StreamWriter {
 
   const SyntaxTree& tree_;
   TokenStream& stream_;
+  std::array<int, 256> sourcesOf_{};           // how many bytes are compared as this one
+  std::array<unsigned char, 256> sourceOf_{};  // one of them
+  std::array<Token, 256> tokenOf_{};  // the token that stands for them; TokEnd: not asked yet
   int groupDepth_ = 0;
   int repeatDepth_ = 0;
   bool isPossible_ = true;

@@ -12,13 +12,14 @@ namespace {
 
 /// How many of 100,000 places a way to places may leave, in German text, so that it is taken in any
 /// case, and so that it is taken rather than every place.
+constexpr double kEveryPlace = 100'000;
 constexpr double kRare = 200;
 constexpr double kWorthwhile = 20'000;
 /// How much rarer than the leading bytes a keyword must be: it takes more to go on from one.
 constexpr double kKeywordAdvantage = 4;
 
 /// How many leading bytes are considered.
-constexpr std::size_t kLeadingBytes = 16;
+constexpr std::size_t kLeadingBytes = 8;
 
 /// Writes a newline behind a text and puts the byte back that was there.
 class NewlineBehind {
@@ -35,10 +36,18 @@ class NewlineBehind {
   char kept_;
 };
 
+/// At how many of 100,000 places one of the ways to begin a match is to be expected.
+double ExpectedRate(const std::vector<Probes>& ways) {
+  double rate = 0;
+  for (const Probes& probes : ways)
+    rate += ExpectedRate(probes);
+  return rate;
+}
+
 /// At how many of 100,000 places the keyword is to be expected.
 double ExpectedRate(const RequiredKeyword& keyword) {
   std::vector<CharSet> sets;
-  for (const char c : keyword.text.substr(0, kLeadingBytes)) {
+  for (const char c : keyword.text) {
     const int byte = static_cast<unsigned char>(c);
     CharSet set;
     set.set(static_cast<std::size_t>(byte));
@@ -60,13 +69,17 @@ struct MatchLocator::Text {
 MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
                            const RequiredKeyword& keyword)
     : graph_(std::move(graph)), words_(words) {
-  const std::vector<Probe> probes = ChooseProbes(LeadingBytes(*graph_, kLeadingBytes));
-  const double leadingRate = probes.empty() ? 100'000 : ExpectedRate(probes);
+  const std::vector<LeadingBytes> ways =
+      LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
+  const bool canScan = !ways.empty() && !ways.front().empty();
+  const std::vector<Probes> probes =
+      canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
+  const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
   if (leadingRate > kRare && keyword.set != nullptr &&
       ExpectedRate(keyword) * kKeywordAdvantage < leadingRate) {
     keyword_ = keyword.set;
   } else if (leadingRate < kWorthwhile) {
-    leading_.emplace(probes);
+    leading_.emplace(PlaceScan::ForAlternatives(probes));
   }
   forward_.emplace(*graph_, keyword_ != nullptr || leading_.has_value());
 }

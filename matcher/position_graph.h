@@ -77,9 +77,14 @@ struct GraphOptions {
 std::unique_ptr<PositionGraph> MakePositionGraph(const TokenStream& stream,
                                                  const GraphOptions& options);
 
-/// Which bytes can stand at each of the first offsets of a match, up to `most` of them and no more
-/// than the shortest match is long.
-std::vector<CharSet> LeadingBytes(const PositionGraph& graph, std::size_t most);
+/// Which bytes can stand at each of the first offsets of a match.
+using LeadingBytes = std::vector<CharSet>;
+
+/// The ways in which a match can begin: every match begins in one of them. There are up to `mostWays`,
+/// the alternatives of the pattern told apart as far as that goes, all of the same length: `mostOffsets`,
+/// or what the shortest match has.
+std::vector<LeadingBytes> LeadingWays(const PositionGraph& graph, std::size_t mostWays,
+                                      std::size_t mostOffsets);
 
 }  // namespace trovex
 
