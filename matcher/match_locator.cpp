@@ -3,6 +3,7 @@
 #include "matcher/case_helpers.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -15,7 +16,7 @@ namespace {
 constexpr double kEveryPlace = 100'000;
 constexpr double kRare = 200;
 constexpr double kWorthwhile = 20'000;
-/// How much rarer than the leading bytes a keyword must be: it takes more to go on from one.
+/// How much rarer than the leading bytes a keyword must be to be of use: it takes more to go on from it.
 constexpr double kKeywordAdvantage = 4;
 
 /// How many leading bytes are considered.
@@ -64,6 +65,11 @@ struct MatchLocator::Text {
   const Byte* begin;
   const Byte* end;  // a newline stands there
   TextNotes* notes;
+
+  // The keyword found last, and the first place of its line that may belong to a match with it.
+  const Byte* keyword = nullptr;
+  int keywordLength = 0;
+  const Byte* keywordLine = nullptr;
 };
 
 MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
@@ -75,10 +81,10 @@ MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
   const std::vector<Probes> probes =
       canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
   const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
-  if (leadingRate > kRare && keyword.set != nullptr &&
-      ExpectedRate(keyword) * kKeywordAdvantage < leadingRate) {
+  if (keyword.set != nullptr && ExpectedRate(keyword) * kKeywordAdvantage < leadingRate) {
     keyword_ = keyword.set;
-  } else if (leadingRate < kWorthwhile) {
+  }
+  if (leadingRate < (keyword_ != nullptr ? kRare : kWorthwhile)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
   }
   forward_.emplace(*graph_, keyword_ != nullptr || leading_.has_value());
@@ -87,8 +93,7 @@ MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
 std::optional<MatchLocator::Match> MatchLocator::Find(const char* begin, char* end,
                                                       TextNotes* notes) {
   const NewlineBehind newline(end);
-  const Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end),
-                     notes};
+  Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end), notes};
   const std::optional<Match> match = FindFrom(text, text.begin, false);
   if (!match || match->end != end || !words_) return match;
 
@@ -98,7 +103,7 @@ std::optional<MatchLocator::Match> MatchLocator::Find(const char* begin, char* e
   return FindFrom(text, reinterpret_cast<const Byte*>(match->start), true);
 }
 
-std::optional<MatchLocator::Match> MatchLocator::FindFrom(const Text& text, const Byte* place,
+std::optional<MatchLocator::Match> MatchLocator::FindFrom(Text& text, const Byte* place,
                                                           bool refusesLineEnd) {
   ForwardAutomaton::Run run = {.place = place, .textEnd = text.end, .before = ByteKind::kOther};
   run.refusesLineEnd = refusesLineEnd;
@@ -120,26 +125,47 @@ std::optional<MatchLocator::Match> MatchLocator::FindFrom(const Text& text, cons
 }
 
 /// The first place from `place` on from which a match can start; null if there is none.
-const MatchLocator::Byte* MatchLocator::NextPlace(const Text& text, const Byte* place) {
-  if (leading_) return leading_->Find(place, text.end);
+const MatchLocator::Byte* MatchLocator::NextPlace(Text& text, const Byte* place) {
+  if (leading_) return PlaceByLeadingBytes(text, place);
   return keyword_ != nullptr ? PlaceByKeyword(text, place) : place;
 }
 
-const MatchLocator::Byte* MatchLocator::PlaceByKeyword(const Text& text, const Byte* place) {
+const MatchLocator::Byte* MatchLocator::PlaceByLeadingBytes(Text& text, const Byte* place) const {
+  for (;;) {
+    place = leading_->Find(place, text.end);
+    if (place == nullptr || keyword_ == nullptr) return place;
+    if (NextKeyword(text, place) == nullptr) return nullptr;
+    if (text.keywordLine <= place) return place;
+    place = text.keywordLine;
+  }
+}
+
+const MatchLocator::Byte* MatchLocator::PlaceByKeyword(Text& text, const Byte* place) {
   if (!backward_) backward_.emplace(*graph_);
   for (;;) {
-    KeywordMatch keyword{};
-    const auto size = static_cast<int>(text.end - place);
-    if (KeywordSetSearch(*keyword_, reinterpret_cast<const char*>(place), size, &keyword) ==
-        nullptr) {
-      return nullptr;
-    }
-    const auto* const occurrence = reinterpret_cast<const Byte*>(keyword.start);
+    const Byte* const keyword = NextKeyword(text, place);
+    if (keyword == nullptr) return nullptr;
     const Byte* const start =
-        backward_->StartOfPrefix({place, KindBefore(text, place), occurrence + keyword.length});
-    if (start != nullptr && start <= occurrence) return start;
-    place = occurrence + 1;
+        backward_->StartOfPrefix({place, KindBefore(text, place), keyword + text.keywordLength});
+    if (start != nullptr && start <= keyword) return start;
+    place = keyword + 1;
   }
+}
+
+/// The first keyword from `place` on; null if there is none.
+const MatchLocator::Byte* MatchLocator::NextKeyword(Text& text, const Byte* place) const {
+  if (text.keyword != nullptr && text.keyword >= place) return text.keyword;
+  KeywordMatch found{};
+  const auto size = static_cast<int>(text.end - place);
+  const char* const first = reinterpret_cast<const char*>(place);
+  if (KeywordSetSearch(*keyword_, first, size, &found) == nullptr) return nullptr;
+  text.keyword = reinterpret_cast<const Byte*>(found.start);
+  text.keywordLength = found.length;
+  if (leading_) {
+    const void* const feed = memrchr(place, '\n', static_cast<std::size_t>(text.keyword - place));
+    text.keywordLine = feed != nullptr ? static_cast<const Byte*>(feed) + 1 : place;
+  }
+  return text.keyword;
 }
 
 ByteKind MatchLocator::KindBefore(const Text& text, const Byte* place) const {

@@ -4,7 +4,8 @@
 // One of three roads leads to the places from which a match can start:
 //
 //   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
-//                   places where they do are searched for (place_scan.h).
+//                   places where they do are searched for (place_scan.h). If every match holds a much
+//                   rarer string, lines without it are passed over.
 //   keyword         Every match holds a string. Where it occurs, the automaton that reads backwards
 //                   says from where on the text up to its end could be the beginning of a match.
 //   every place     Neither promises to leave much out.
@@ -59,15 +60,17 @@ class MatchLocator {
   using Byte = unsigned char;
   struct Text;
 
-  std::optional<Match> FindFrom(const Text& text, const Byte* place, bool refusesLineEnd);
-  const Byte* NextPlace(const Text& text, const Byte* place);
-  const Byte* PlaceByKeyword(const Text& text, const Byte* place);
+  std::optional<Match> FindFrom(Text& text, const Byte* place, bool refusesLineEnd);
+  const Byte* NextPlace(Text& text, const Byte* place);
+  const Byte* PlaceByLeadingBytes(Text& text, const Byte* place) const;
+  const Byte* PlaceByKeyword(Text& text, const Byte* place);
+  const Byte* NextKeyword(Text& text, const Byte* place) const;
   ByteKind KindBefore(const Text& text, const Byte* place) const;
 
   const std::unique_ptr<PositionGraph> graph_;
   const bool words_;
-  const KeywordSet* keyword_ = nullptr;  // null unless this road is taken
-  std::optional<PlaceScan> leading_;     // set if this road is taken
+  const KeywordSet* keyword_ = nullptr;  // null unless it is of use
+  std::optional<PlaceScan> leading_;     // set if the road of the leading bytes is taken
   std::optional<ForwardAutomaton> forward_;
   std::optional<BackwardAutomaton> backward_;  // made when it is first needed
 };

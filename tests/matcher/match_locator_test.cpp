@@ -157,6 +157,24 @@ TEST_F(MatchLocatorTest, LeapsOverWhatChangesNothing) {
   }
 }
 
+TEST_F(MatchLocatorTest, PassesOverLinesWithoutTheKeywordThatEveryMatchHolds) {
+  static constexpr const char* kPieces[] = {"Haus ", "Vase ", "Zylinder", "zylind",
+                                            "\n",    "e ",    "- ",       "_"};
+  Dice dice(3);
+  for (int round = 0; round < 300; ++round) {
+    std::string text;
+    for (int pieces = dice.Between(1, 60); pieces > 0; --pieces)
+      text += kPieces[dice.Between(0, 7)];
+    for (const char* pattern : {"Haus.*Zylinder", "(Ha|Va).*Zylinder|Vase Zylinder", "[a-z]+zylind",
+                                "[^-]*zylind$", "(e |- )+Zylinder( e)*", "^Haus.*Zylinder"}) {
+      for (const Flags flags : {Flags{false, false}, Flags{true, false}, Flags{false, true}}) {
+        Compare(pattern, flags, text, dice.Byte("\nx "));
+      }
+    }
+    ASSERT_FALSE(HasFailure()) << "round " << round;
+  }
+}
+
 TEST_F(MatchLocatorTest, AWordAtTheEndOfTheTextEndsBeforeTheByteBehindIt) {
   for (const char* pattern : {"und", "[a-z]+", "u[a-z ]*", "nd|und|n", "(und|d) ?", "^und|und$"}) {
     for (const char* text : {"und", " und", "und und", "hund\nund", "u", "hund\n und", "un d"}) {
