@@ -55,11 +55,6 @@ inline constexpr std::int64_t kMaxBoundedSteps = 20'000'000;
 inline constexpr std::size_t kMaxBoundedStates = 1'000'000;
 inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
 
-/// The longest line on which the engine searches for a pattern with back-references: its memory
-/// grows with the square of the line and its time with the cube. "(a+)b\1" takes 780 MB on 20,000
-/// bytes, "(a).*\1x" half a second on 1,000. Longer lines are searched by the library's own matcher.
-inline constexpr int kMaxEngineReferenceLine = 1'000;
-
 }  // namespace trovex
 
 #endif  // TROVEX_MATCHER_LIMITS_H
