@@ -343,22 +343,19 @@ class CopiedBrackets {
 
   static constexpr int kNone = -1;
 
-  /// The first and the last closing bracket of `group` that is reached at `position`, or `kNone`.
-  std::pair<int, int> Closes(int group, int position) {
-    std::pair<int, int> closes{kNone, kNone};
-    for (const int bracket : At(position)) {
-      const BoundedMatcher::Step& step = matcher_.At(bracket);
-      if (step.first != group || step.operation != Operation::kCloseGroup) continue;
-      if (closes.first == kNone) closes.first = bracket;
-      closes.second = bracket;
-    }
-    return closes;
+  struct Closes {
+    int first = kNone;
+    int last = kNone;
+  };
+  /// The first and the last closing bracket of `group` that is reached at `position`.
+  Closes ClosesOf(int group, int position) {
+    return At(position).closes[static_cast<std::size_t>(group)];
   }
 
   /// Whether the opening bracket at `place` is reached at `position`.
   bool Opens(int place, int position) {
-    const std::vector<int>& brackets = At(position);
-    return std::binary_search(brackets.begin(), brackets.end(), place);
+    const std::vector<int>& opens = At(position).opens;
+    return std::binary_search(opens.begin(), opens.end(), place);
   }
 
   /// The steps that were taken since the object was made.
@@ -367,8 +364,12 @@ class CopiedBrackets {
  private:
   using Operation = BoundedMatcher::Operation;
 
-  /// The brackets that are reached at `position`, in the program's order.
-  const std::vector<int>& At(int position) {
+  struct Brackets {
+    std::array<Closes, 10> closes;  // by group
+    std::vector<int> opens;         // in the program's order
+  };
+
+  const Brackets& At(int position) {
     while (start_ + static_cast<int>(brackets_.size()) <= position)
       ReadOn();
     return brackets_[static_cast<std::size_t>(position - start_)];
@@ -377,12 +378,12 @@ class CopiedBrackets {
   /// Finds all that is reached at the next position, and what is reached first at the one behind.
   void ReadOn() {
     const int position = start_ + static_cast<int>(brackets_.size());
-    std::vector<int>& brackets = brackets_.emplace_back();
+    Brackets& brackets = brackets_.emplace_back();
     for (const int place : reached_)
       isReached_[static_cast<std::size_t>(place)] = true;
     for (std::size_t i = 0; i < reached_.size(); ++i)
       Follow(reached_[i], position, brackets);
-    std::sort(brackets.begin(), brackets.end());
+    std::sort(brackets.opens.begin(), brackets.opens.end());
     steps_ += static_cast<std::int64_t>(reached_.size()) + 1;
     for (const int place : reached_)
       isReached_[static_cast<std::size_t>(place)] = false;
@@ -390,7 +391,7 @@ class CopiedBrackets {
     next_.clear();
   }
 
-  void Follow(int place, int position, std::vector<int>& brackets) {
+  void Follow(int place, int position, Brackets& brackets) {
     const BoundedMatcher::Step& step = matcher_.At(place);
     switch (step.operation) {
       case Operation::kByte:
@@ -410,9 +411,14 @@ class CopiedBrackets {
         Reach(step.first);
         return;
       case Operation::kOpenGroup:
+        if (IsCopied(step.first)) brackets.opens.push_back(place);
+        Reach(place + 1);
+        return;
       case Operation::kCloseGroup:
-        if ((matcher_.copied_ & BoundedMatcher::GroupBit(step.first)) != 0) {
-          brackets.push_back(place);
+        if (IsCopied(step.first)) {
+          Closes& closes = brackets.closes[static_cast<std::size_t>(step.first)];
+          if (closes.first == kNone || place < closes.first) closes.first = place;
+          closes.last = std::max(closes.last, place);
         }
         Reach(place + 1);
         return;
@@ -420,6 +426,10 @@ class CopiedBrackets {
       case Operation::kMatch:
         return;
     }
+  }
+
+  bool IsCopied(int group) const {
+    return (matcher_.copied_ & BoundedMatcher::GroupBit(group)) != 0;
   }
 
   void Reach(int place) {
@@ -431,10 +441,10 @@ class CopiedBrackets {
   const BoundedMatcher& matcher_;
   const TextReader& text_;
   int start_ = 0;
-  std::vector<std::vector<int>> brackets_;  // by position, from the start on
-  std::vector<int> reached_;                // at the position behind those
-  std::vector<int> next_;                   // at the one behind that
-  std::vector<bool> isReached_;             // by place: whether it stands in `reached_`
+  std::vector<Brackets> brackets_;  // by position, from the start on
+  std::vector<int> reached_;        // at the position behind those
+  std::vector<int> next_;           // at the one behind that
+  std::vector<bool> isReached_;     // by place: whether it stands in `reached_`
   std::int64_t steps_ = 0;
 };
 
@@ -628,7 +638,7 @@ class BoundedRun {
   bool IsSeen(int group, int start) {
     if ((matcher_.copied_ & BoundedMatcher::GroupBit(group)) == 0) return true;
     const std::int64_t before = brackets_.Steps();
-    const auto [first, last] = brackets_.Closes(group, way_.position);
+    const auto [first, last] = brackets_.ClosesOf(group, way_.position);
     steps_ += brackets_.Steps() - before;
     if (first == CopiedBrackets::kNone) return true;
     if (!brackets_.Opens(matcher_.At(first).second, start) ||
