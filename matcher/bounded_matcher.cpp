@@ -81,8 +81,9 @@ std::vector<int> BoundedMatcher::Closure(int from) const {
     isReached[static_cast<std::size_t>(place)] = true;
     places.push_back(place);
   };
-  for (std::size_t i = 0; i < places.size(); ++i) {
-    const int place = places[i];
+  std::size_t followed = 0;
+  while (followed < places.size()) {
+    const int place = places[followed++];
     const Step& step = At(place);
     switch (step.operation) {
       case Operation::kByte:
@@ -381,8 +382,9 @@ class CopiedBrackets {
     Brackets& brackets = brackets_.emplace_back();
     for (const int place : reached_)
       isReached_[static_cast<std::size_t>(place)] = true;
-    for (std::size_t i = 0; i < reached_.size(); ++i)
-      Follow(reached_[i], position, brackets);
+    std::size_t followed = 0;
+    while (followed < reached_.size())
+      Follow(reached_[followed++], position, brackets);
     std::sort(brackets.opens.begin(), brackets.opens.end());
     steps_ += static_cast<std::int64_t>(reached_.size()) + 1;
     for (const int place : reached_)

@@ -11,6 +11,8 @@
 #include "tests/matcher/random_pattern.h"
 
 #include <gtest/gtest.h>
+#include <cstddef>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -98,14 +100,6 @@ struct Comparison {
   int searches = 0;
   int differences = 0;
   std::string difference;  // one of them
-
-  void Note(const Ranges& found, const Ranges& expected, const std::string& search) {
-    ++searches;
-    if (found == expected) return;
-    ++differences;
-    difference = search + ": " + ::testing::PrintToString(found) + " instead of " +
-                 ::testing::PrintToString(expected);
-  }
 };
 
 /// Holds the bounded matcher against the engine on random patterns that the engine comes back from.
@@ -130,9 +124,14 @@ Comparison CompareWithEngine(unsigned seed, RandomPattern::Parts parts) {
       // With back-references the engine has matches whose groups it cannot tell.
       if (parts.backReferences) expected = engine.SearchWhole(line, from);
       if (parts.backReferences && !found.empty()) found.resize(1);
-      comparison.Note(found, expected,
-                      pattern + " on \"" + line + "\" from " + std::to_string(from) + " (seed " +
-                          std::to_string(seed) + ", pattern " + std::to_string(i) + ")");
+      ++comparison.searches;
+      if (found == expected) continue;
+      ++comparison.differences;
+      std::ostringstream difference;
+      difference << pattern << " on \"" << line << "\" from " << from << " (seed " << seed
+                 << ", pattern " << i << "): " << ::testing::PrintToString(found) << " instead of "
+                 << ::testing::PrintToString(expected);
+      comparison.difference = difference.str();
     }
   }
   return comparison;
