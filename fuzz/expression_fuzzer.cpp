@@ -7,7 +7,6 @@
 // keep what a host relies on: ranges that lie in the text and are ordered, a text that is not
 // changed, tags that were asked for.
 
-#include "fuzz/engine_hazards.h"
 #include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "tests/expr/expression_model.h"
@@ -33,9 +32,6 @@ using testing::ExpressionModel;
 using testing::HeapText;
 using testing::ModelNode;
 
-/// Asks for no tag, also where a leaf has tags below 1.
-constexpr int kNoTag = -1000000;
-
 struct Switches {
   bool regularExpression;
   bool phonetic;
@@ -55,22 +51,12 @@ struct Switches {
   }
 };
 
-/// What is safe for every leaf below `node`.
-EngineUse SafeUseOfLeaves(const ModelNode* node) {
-  if (node == nullptr) return {};
-  if (node->kind == ModelNode::Kind::kLeaf) return SafeUse(node->text);
-  const EngineUse left = SafeUseOfLeaves(node->left.get());
-  const EngineUse right = SafeUseOfLeaves(node->right.get());
-  return {left.compile && right.compile, left.groups && right.groups,
-          std::min(left.longestText, right.longestText)};
-}
-
 /// Whether a distance is written that no int can hold; what the model's scanner makes of it is not
 /// defined.
 bool HasHugeNumber(std::string_view expression) {
   std::size_t digits = 0;
   for (const char c : expression) {
-    digits = IsDigit(c) ? digits + 1 : 0;
+    digits = c >= '0' && c <= '9' ? digits + 1 : 0;
     if (digits > 9) return true;
   }
   return false;
@@ -199,18 +185,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Input input(data, size);
   const Switches switches(input.Byte());
   const char behind = static_cast<char>(input.Byte());
-  int tag = input.SignedByte();
+  const int tag = input.SignedByte();
   const std::string expression = input.UpToZero();
-  std::string bytes = input.Rest();
+  const std::string bytes = input.Rest();
 
   ExpressionModel model(expression);
   if (HasHugeNumber(expression)) return 0;
-  if (!switches.ByCode()) {
-    const EngineUse use = SafeUseOfLeaves(model.Tree());
-    if (!use.compile) return 0;
-    if (!use.groups) tag = kNoTag;
-    bytes.resize(std::min(bytes.size(), use.longestText));
-  }
   HeapText text(bytes, switches.ByCode() ? '\0' : behind);
   HoldExpression(expression, model, switches, text, tag);
   ResetEnvironment();

@@ -17,6 +17,94 @@ namespace trovex {
 BoundedMatcher::BoundedMatcher(SyntaxTree tree) : tree_(std::move(tree)) {
   Emit(tree_.Root(), {true, false});
   Append(Operation::kMatch, 0);
+  if (referenced_ != 0) NoteWhatReferencesSee();
+  NoteStart();
+}
+
+/// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.
+void BoundedMatcher::NoteWhatReferencesSee() {
+  seen_.resize(program_.size());
+  bool changed = true;
+  while (changed) {
+    changed = false;
+    for (std::size_t place = program_.size(); place-- > 0;) {
+      const unsigned seen = SeenFrom(static_cast<int>(place));
+      changed = changed || seen != seen_[place];
+      seen_[place] = seen;
+    }
+  }
+}
+
+unsigned BoundedMatcher::SeenFrom(int place) const {
+  const Step& step = At(place);
+  switch (step.operation) {
+    case Operation::kMatch:
+      return 0;
+    case Operation::kJump:
+      return SeenAt(step.first);
+    case Operation::kSplit:
+      return SeenAt(step.first) | SeenAt(step.second);
+    case Operation::kBackReference:
+      return SeenAt(place + 1) | GroupBit(step.first);
+    case Operation::kOpenGroup:
+      return SeenAt(place + 1) & ~GroupBit(step.first);
+    default:
+      return SeenAt(place + 1);
+  }
+}
+
+/// Notes what a match can begin with, and which groups can close before its first byte.
+void BoundedMatcher::NoteStart() {
+  unsigned before = 0;
+  do {
+    before = emptyAtStart_;
+    for (const int place : Closure(0)) {
+      const Step& step = At(place);
+      if (step.operation == Operation::kCloseGroup) emptyAtStart_ |= GroupBit(step.first);
+    }
+  } while (emptyAtStart_ != before);
+
+  for (const int place : Closure(0)) {
+    const Step& step = At(place);
+    if (step.operation == Operation::kByte) firstBytes_.set(static_cast<std::size_t>(step.first));
+    if (step.operation == Operation::kSet) firstBytes_ |= SetOf(step);
+    if (step.operation == Operation::kMatch) canBeEmpty_ = true;
+  }
+}
+
+/// All places that are reached from `from` without a byte, if every anchor on the way holds.
+std::vector<int> BoundedMatcher::Closure(int from) const {
+  std::vector<int> places{from};
+  std::vector<bool> isReached(program_.size());
+  const auto reach = [&](int place) {
+    if (isReached[static_cast<std::size_t>(place)]) return;
+    isReached[static_cast<std::size_t>(place)] = true;
+    places.push_back(place);
+  };
+  std::size_t followed = 0;
+  while (followed < places.size()) {
+    const int place = places[followed++];
+    const Step& step = At(place);
+    switch (step.operation) {
+      case Operation::kByte:
+      case Operation::kSet:
+      case Operation::kMatch:
+        break;
+      case Operation::kJump:
+        reach(step.first);
+        break;
+      case Operation::kSplit:
+        reach(step.first);
+        reach(step.second);
+        break;
+      case Operation::kBackReference:
+        if (from == 0 && (emptyAtStart_ & GroupBit(step.first)) != 0) reach(place + 1);
+        break;
+      default:
+        reach(place + 1);
+    }
+  }
+  return places;
 }
 
 int BoundedMatcher::Append(Operation operation, int first, int second) {
@@ -40,13 +128,11 @@ void BoundedMatcher::Emit(int index, Copy copy) {
       Append(Operation::kAnchor, node.value);
       return;
     case SyntaxKind::kBackReference:
-      referenced_ |= 1U << node.value;
+      referenced_ |= GroupBit(node.value);
       Append(Operation::kBackReference, node.value);
       return;
     case SyntaxKind::kGroup:
-      Append(Operation::kOpenGroup, node.value);
-      Emit(node.firstChild, {copy.isFirst, false});
-      Append(Operation::kCloseGroup, node.value, copy.isOptional ? 1 : 0);
+      EmitGroup(node, copy);
       return;
     case SyntaxKind::kConcat:
       for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling) {
@@ -60,6 +146,14 @@ void BoundedMatcher::Emit(int index, Copy copy) {
       EmitRepeat(node, copy.isFirst);
       return;
   }
+}
+
+void BoundedMatcher::EmitGroup(const SyntaxNode& node, Copy copy) {
+  const int open = Append(Operation::kOpenGroup, node.value, copy.isOptional ? 1 : 0);
+  Emit(node.firstChild, {copy.isFirst, false});
+  Append(Operation::kCloseGroup, node.value, open);
+  if ((writtenOut_ & GroupBit(node.value)) != 0) copied_ |= GroupBit(node.value);
+  writtenOut_ |= GroupBit(node.value);
 }
 
 void BoundedMatcher::EmitAlternatives(const SyntaxNode& node, bool isFirst) {
@@ -182,22 +276,197 @@ class TriedSet {
   std::vector<std::uint32_t> used_;
 };
 
+/// The text as the program sees it.
+class TextReader {
+ public:
+  TextReader(const SyntaxTree& tree, const BoundedText& text) : tree_(tree), text_(text) {}
+
+  int Length() const { return text_.length; }
+  bool IsEnd(int position) const { return position == text_.length; }
+  int ByteAt(int position) const {
+    return tree_.translate[static_cast<unsigned char>(text_.begin[position])];
+  }
+  bool IsByteAt(int position, int byte) const {
+    return !IsEnd(position) && ByteAt(position) == byte;
+  }
+  bool IsInSetAt(int position, const ByteSet& set) const {
+    return !IsEnd(position) && set.test(static_cast<std::size_t>(ByteAt(position)));
+  }
+
+  bool Holds(Anchor anchor, int position) const {
+    const bool wordBefore = IsWordAt(position - 1);
+    const bool wordBehind = IsWordAt(position);
+    switch (anchor) {
+      case Anchor::kLineStart:
+        return position == 0 || ByteAt(position - 1) == '\n';
+      case Anchor::kLineEnd:
+        return IsEnd(position) ? text_.endsLine : ByteAt(position) == '\n';
+      case Anchor::kTextStart:
+        return position == 0;
+      case Anchor::kTextEnd:
+        return IsEnd(position);
+      case Anchor::kWordStart:
+        return !wordBefore && wordBehind;
+      case Anchor::kWordEnd:
+        return wordBefore && !wordBehind;
+      case Anchor::kWordEdge:
+        return wordBefore != wordBehind;
+      case Anchor::kNotWordEdge:
+        return wordBefore == wordBehind;
+    }
+    return false;
+  }
+
+ private:
+  bool IsWordAt(int position) const {
+    return position >= 0 && position < text_.length && IsEngineWordByte(ByteAt(position));
+  }
+
+  const SyntaxTree& tree_;
+  const BoundedText text_;
+};
+
 }  // namespace
+
+/// Where the groups that are written out more than once can open and close in the text, from one
+/// start on, by ways that pass no back-reference.
+class CopiedBrackets {
+ public:
+  CopiedBrackets(const BoundedMatcher& matcher, const TextReader& text)
+      : matcher_(matcher), text_(text), isReached_(matcher.program_.size()) {}
+
+  void StartAt(int start) {
+    start_ = start;
+    brackets_.clear();
+    reached_.clear();
+    reached_.push_back(0);
+  }
+
+  static constexpr int kNone = -1;
+
+  struct Closes {
+    int first = kNone;
+    int last = kNone;
+  };
+  /// The first and the last closing bracket of `group` that is reached at `position`.
+  Closes ClosesOf(int group, int position) {
+    return At(position).closes[static_cast<std::size_t>(group)];
+  }
+
+  /// Whether the opening bracket at `place` is reached at `position`.
+  bool Opens(int place, int position) {
+    const std::vector<int>& opens = At(position).opens;
+    return std::binary_search(opens.begin(), opens.end(), place);
+  }
+
+  /// The steps that were taken since the object was made.
+  std::int64_t Steps() const { return steps_; }
+
+ private:
+  using Operation = BoundedMatcher::Operation;
+
+  struct Brackets {
+    std::array<Closes, 10> closes;  // by group
+    std::vector<int> opens;         // in the program's order
+  };
+
+  const Brackets& At(int position) {
+    while (start_ + static_cast<int>(brackets_.size()) <= position)
+      ReadOn();
+    return brackets_[static_cast<std::size_t>(position - start_)];
+  }
+
+  /// Finds all that is reached at the next position, and what is reached first at the one behind.
+  void ReadOn() {
+    const int position = start_ + static_cast<int>(brackets_.size());
+    Brackets& brackets = brackets_.emplace_back();
+    for (const int place : reached_)
+      isReached_[static_cast<std::size_t>(place)] = true;
+    std::size_t followed = 0;
+    while (followed < reached_.size())
+      Follow(reached_[followed++], position, brackets);
+    std::sort(brackets.opens.begin(), brackets.opens.end());
+    steps_ += static_cast<std::int64_t>(reached_.size()) + 1;
+    for (const int place : reached_)
+      isReached_[static_cast<std::size_t>(place)] = false;
+    reached_.swap(next_);
+    next_.clear();
+  }
+
+  void Follow(int place, int position, Brackets& brackets) {
+    const BoundedMatcher::Step& step = matcher_.At(place);
+    switch (step.operation) {
+      case Operation::kByte:
+        if (text_.IsByteAt(position, step.first)) next_.push_back(place + 1);
+        return;
+      case Operation::kSet:
+        if (text_.IsInSetAt(position, matcher_.SetOf(step))) next_.push_back(place + 1);
+        return;
+      case Operation::kAnchor:
+        if (text_.Holds(static_cast<Anchor>(step.first), position)) Reach(place + 1);
+        return;
+      case Operation::kSplit:
+        Reach(step.first);
+        Reach(step.second);
+        return;
+      case Operation::kJump:
+        Reach(step.first);
+        return;
+      case Operation::kOpenGroup:
+        if (IsCopied(step.first)) brackets.opens.push_back(place);
+        Reach(place + 1);
+        return;
+      case Operation::kCloseGroup:
+        if (IsCopied(step.first)) {
+          Closes& closes = brackets.closes[static_cast<std::size_t>(step.first)];
+          if (closes.first == kNone || place < closes.first) closes.first = place;
+          closes.last = std::max(closes.last, place);
+        }
+        Reach(place + 1);
+        return;
+      case Operation::kBackReference:
+      case Operation::kMatch:
+        return;
+    }
+  }
+
+  bool IsCopied(int group) const {
+    return (matcher_.copied_ & BoundedMatcher::GroupBit(group)) != 0;
+  }
+
+  void Reach(int place) {
+    if (isReached_[static_cast<std::size_t>(place)]) return;
+    isReached_[static_cast<std::size_t>(place)] = true;
+    reached_.push_back(place);
+  }
+
+  const BoundedMatcher& matcher_;
+  const TextReader& text_;
+  int start_ = 0;
+  std::vector<Brackets> brackets_;  // by position, from the start on
+  std::vector<int> reached_;        // at the position behind those
+  std::vector<int> next_;           // at the one behind that
+  std::vector<bool> isReached_;     // by place: whether it stands in `reached_`
+  std::int64_t steps_ = 0;
+};
 
 /// Runs of one program over one text, under one bound.
 class BoundedRun {
  public:
   BoundedRun(const BoundedMatcher& matcher, const BoundedText& text)
-      : matcher_(matcher), text_(text) {}
+      : matcher_(matcher), text_(matcher.tree_, text), brackets_(matcher, text_) {}
 
   /// Finds the end of the longest match from `start`, or, if `end` is not negative, a way from
   /// `start` to `end`. Returns whether there is one.
   bool From(int start, int end) {
+    if (!CanStartAt(start)) return false;
     tried_.Clear();
     ways_.clear();
     trail_.clear();
     bestEnd_ = -1;
     requiredEnd_ = end;
+    start_ = start;
+    brackets_.StartAt(start);
     captureNumbers_.clear();
     captures_.clear();
     way_ = {0, start, 0, NumberOf({})};
@@ -222,7 +491,7 @@ class BoundedRun {
       } else if (range.start < passage.position) {
         range.end = passage.position;
         accepted = ranges;
-      } else if (step.second != 0 && accepted[static_cast<std::size_t>(step.first)].start >= 0) {
+      } else if (IsOptional(step) && accepted[static_cast<std::size_t>(step.first)].start >= 0) {
         ranges = accepted;  // an empty round that changes nothing
       } else {
         range.end = passage.position;
@@ -246,9 +515,15 @@ class BoundedRun {
     std::uint32_t captures;  // number of its captures
   };
 
-  bool Satisfied() const {
-    return bestEnd_ >= 0 && (requiredEnd_ >= 0 || bestEnd_ == text_.length);
+  bool CanStartAt(int start) const {
+    return matcher_.canBeEmpty_ || text_.IsInSetAt(start, matcher_.firstBytes_);
   }
+
+  bool IsOptional(const BoundedMatcher::Step& close) const {
+    return matcher_.At(close.second).second != 0;
+  }
+
+  bool Satisfied() const { return bestEnd_ >= 0 && (requiredEnd_ >= 0 || text_.IsEnd(bestEnd_)); }
 
   /// Goes on with the latest way that was kept, at the second branch of its split.
   bool ResumeWay() {
@@ -277,16 +552,13 @@ class BoundedRun {
     const BoundedMatcher::Step& step = matcher_.At(way_.place);
     switch (step.operation) {
       case BoundedMatcher::Operation::kByte:
-        return !AtEnd() && ByteAt(way_.position) == step.first && Advance(1);
+        return text_.IsByteAt(way_.position, step.first) && Advance(1);
       case BoundedMatcher::Operation::kSet:
-        return !AtEnd() &&
-               matcher_.tree_.sets[static_cast<std::size_t>(step.first)].test(
-                   static_cast<std::size_t>(ByteAt(way_.position))) &&
-               Advance(1);
+        return text_.IsInSetAt(way_.position, matcher_.SetOf(step)) && Advance(1);
       case BoundedMatcher::Operation::kAnchor:
-        return Holds(static_cast<Anchor>(step.first)) && Advance(0);
+        return text_.Holds(static_cast<Anchor>(step.first), way_.position) && Advance(0);
       case BoundedMatcher::Operation::kBackReference:
-        return TakeBackReference((*captures_[way_.captures])[static_cast<std::size_t>(step.first)]);
+        return TakeBackReference(step.first);
       case BoundedMatcher::Operation::kSplit:
         return TakeSplit(step);
       case BoundedMatcher::Operation::kJump:
@@ -332,12 +604,17 @@ class BoundedRun {
                       static_cast<std::uint32_t>(way_.position), way_.captures);
   }
 
-  bool TakeBackReference(const GroupRange& range) {
+  bool TakeBackReference(int group) {
+    if (way_.position == start_ &&
+        (matcher_.emptyAtStart_ & BoundedMatcher::GroupBit(group)) != 0) {
+      return Advance(0);
+    }
+    const GroupRange range = (*captures_[way_.captures])[static_cast<std::size_t>(group)];
     if (range.end < 0) return false;
     const int length = range.end - range.start;
-    if (length > text_.length - way_.position) return false;
+    if (length > text_.Length() - way_.position) return false;
     for (int i = 0; i < length; ++i) {
-      if (ByteAt(range.start + i) != ByteAt(way_.position + i)) return false;
+      if (text_.ByteAt(range.start + i) != text_.ByteAt(way_.position + i)) return false;
     }
     steps_ += length;
     return Advance(length);
@@ -345,15 +622,39 @@ class BoundedRun {
 
   void PassBracket(const BoundedMatcher::Step& step) {
     trail_.push_back({way_.place, way_.position});
-    if (step.first > 9 || (matcher_.referenced_ >> step.first & 1U) == 0) return;
+    if ((matcher_.referenced_ & BoundedMatcher::GroupBit(step.first)) == 0) return;
     Captures captures = *captures_[way_.captures];
     GroupRange& range = captures[static_cast<std::size_t>(step.first)];
     if (step.operation == BoundedMatcher::Operation::kOpenGroup) {
       range = {way_.position, -1};
     } else {
-      range.end = way_.position;
+      range.end = IsSeen(step.first, range.start) ? way_.position : -1;
     }
     way_.captures = NumberOf(captures);
+  }
+
+  /// Whether back-references see that `group` opened at `start` and closes here. Of a group that is
+  /// written out once, they do. Otherwise the engine knows the range only if the first writing-out
+  /// that closes here could have begun at `start` too, and may be asked for later. And it follows
+  /// only ways through the last that closes here, unless nothing lies between.
+  bool IsSeen(int group, int start) {
+    if ((matcher_.copied_ & BoundedMatcher::GroupBit(group)) == 0) return true;
+    const std::int64_t before = brackets_.Steps();
+    const auto [first, last] = brackets_.ClosesOf(group, way_.position);
+    steps_ += brackets_.Steps() - before;
+    if (first == CopiedBrackets::kNone) return true;
+    if (!brackets_.Opens(matcher_.At(first).second, start) ||
+        (matcher_.SeenAt(first) & BoundedMatcher::GroupBit(group)) == 0)
+      return false;
+    return start == way_.position || LeadsTo(way_.place, last) || LeadsTo(last, way_.place);
+  }
+
+  /// Whether the program can go from `from` to `to` without a byte.
+  bool LeadsTo(int from, int to) {
+    if (from == to) return true;
+    const std::vector<int> closure = matcher_.Closure(from);
+    steps_ += static_cast<std::int64_t>(closure.size() + matcher_.program_.size() / 64);
+    return std::find(closure.begin(), closure.end(), to) != closure.end();
   }
 
   /// The number of `captures`: the same for the same.
@@ -370,40 +671,9 @@ class BoundedRun {
     bestTrail_ = trail_;
   }
 
-  bool AtEnd() const { return way_.position == text_.length; }
-  int ByteAt(int position) const {
-    return matcher_.tree_.translate[static_cast<unsigned char>(text_.begin[position])];
-  }
-  bool IsWordAt(int position) const {
-    return position >= 0 && position < text_.length && IsEngineWordByte(ByteAt(position));
-  }
-
-  bool Holds(Anchor anchor) const {
-    const bool wordBefore = IsWordAt(way_.position - 1);
-    const bool wordBehind = IsWordAt(way_.position);
-    switch (anchor) {
-      case Anchor::kLineStart:
-        return way_.position == 0 || ByteAt(way_.position - 1) == '\n';
-      case Anchor::kLineEnd:
-        return AtEnd() ? text_.endsLine : ByteAt(way_.position) == '\n';
-      case Anchor::kTextStart:
-        return way_.position == 0;
-      case Anchor::kTextEnd:
-        return AtEnd();
-      case Anchor::kWordStart:
-        return !wordBefore && wordBehind;
-      case Anchor::kWordEnd:
-        return wordBefore && !wordBehind;
-      case Anchor::kWordEdge:
-        return wordBefore != wordBehind;
-      case Anchor::kNotWordEdge:
-        return wordBefore == wordBehind;
-    }
-    return false;
-  }
-
   const BoundedMatcher& matcher_;
-  const BoundedText text_;
+  const TextReader text_;
+  CopiedBrackets brackets_;
   TriedSet tried_;
   std::map<Captures, std::uint32_t, CapturesLess> captureNumbers_;
   std::vector<const Captures*> captures_;  // by number
@@ -413,6 +683,7 @@ class BoundedRun {
   Way way_{};
   int bestEnd_ = -1;
   int requiredEnd_ = -1;
+  int start_ = 0;
   std::int64_t steps_ = 0;
   bool exhausted_ = false;
 };

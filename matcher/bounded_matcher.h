@@ -12,6 +12,14 @@
 // that reaches it. A loop that consumes nothing is left the second time its start is reached. The
 // engine does the same, and gives the earlier range to a group that an empty round of a repetition
 // would set anew.
+//
+// What back-references match is the engine's reading too, which is not the obvious one:
+//
+// - A group in "(...)+" or "(...){2}" is written out more than once, and where several of these
+//   can close at the same place, the engine knows only some of their ranges. So "(.+)+\1" matches
+//   "aa" of "aaa".
+// - Before the first byte of a match, a back-reference matches nothing at all if its group could
+//   have closed there, whether it has or not. So "((a*)b)*\2" matches the empty text.
 
 #ifndef TROVEX_MATCHER_BOUNDED_MATCHER_H
 #define TROVEX_MATCHER_BOUNDED_MATCHER_H
@@ -54,6 +62,7 @@ class BoundedMatcher {
 
  private:
   friend class BoundedRun;
+  friend class CopiedBrackets;
 
   enum class Operation : unsigned char {
     kByte,           // first: the byte
@@ -62,8 +71,8 @@ class BoundedMatcher {
     kBackReference,  // first: the group
     kSplit,          // first, then second
     kJump,           // first
-    kOpenGroup,      // first: the group
-    kCloseGroup,     // first: the group; second: whether a repetition made it optional
+    kOpenGroup,      // first: the group; second: whether a repetition made it optional
+    kCloseGroup,     // first: the group; second: the place of its opening bracket
     kMatch,
   };
   struct Step {
@@ -80,17 +89,36 @@ class BoundedMatcher {
   };
 
   void Emit(int index, Copy copy);
+  void EmitGroup(const SyntaxNode& node, Copy copy);
   void EmitAlternatives(const SyntaxNode& node, bool isFirst);
   void EmitRepeat(const SyntaxNode& node, bool isFirst);
   bool IsNothing(int index) const;
   int Append(Operation operation, int first, int second = 0);
+  void NoteWhatReferencesSee();
+  unsigned SeenFrom(int place) const;
+  void NoteStart();
+  std::vector<int> Closure(int from) const;
+
   int Here() const { return static_cast<int>(program_.size()); }
   Step& At(int place) { return program_[static_cast<std::size_t>(place)]; }
   const Step& At(int place) const { return program_[static_cast<std::size_t>(place)]; }
+  const ByteSet& SetOf(const Step& step) const {
+    return tree_.sets[static_cast<std::size_t>(step.first)];
+  }
+  unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }
+
+  /// Sets of groups are bits. Only the groups 1 to 9 can be referred to.
+  static unsigned GroupBit(int group) { return group <= 9 ? 1U << group : 0; }
 
   SyntaxTree tree_;
   std::vector<Step> program_;
-  unsigned referenced_ = 0;  // the groups that back-references name, by bit
+  unsigned referenced_ = 0;     // the groups that back-references name
+  unsigned writtenOut_ = 0;     // the groups that stand in the program
+  unsigned copied_ = 0;         // those that stand there more than once
+  unsigned emptyAtStart_ = 0;   // those that can close before the first byte
+  std::vector<unsigned> seen_;  // by place: whose present range is asked for later
+  ByteSet firstBytes_;          // what a match can begin with, unless it can be empty
+  bool canBeEmpty_ = false;
 };
 
 }  // namespace trovex

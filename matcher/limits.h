@@ -51,14 +51,9 @@ inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
 /// The library's own matcher, in one search of a line: its steps, and how many states and sets of
 /// group ranges it remembers. Beyond any of them the search ends without a match, after half a
 /// second and 120 MB at most.
-inline constexpr std::int64_t kMaxBoundedSteps = 20'000'000;
+inline constexpr std::int64_t kMaxBoundedSteps = 10'000'000;
 inline constexpr std::size_t kMaxBoundedStates = 1'000'000;
 inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
-
-/// The longest line on which the engine searches for a pattern with back-references: its memory
-/// grows with the square of the line and its time with the cube. "(a+)b\1" takes 780 MB on 20,000
-/// bytes, "(a).*\1x" half a second on 1,000. Longer lines are searched by the library's own matcher.
-inline constexpr int kMaxEngineReferenceLine = 1'000;
 
 }  // namespace trovex
 

@@ -14,7 +14,6 @@ class HazardFinder {
   explicit HazardFinder(const SyntaxTree& tree)
       : tree_(tree),
         nullable_(tree.nodes.size()),
-        repeated_(tree.nodes.size()),
         groupNullable_(static_cast<std::size_t>(tree.groupCount) + 1) {}
 
   PatternHazards Run() {
@@ -22,43 +21,15 @@ class HazardFinder {
       nullable_[i] = IsNullable(tree_.nodes[i]);
       if (tree_.nodes[i].kind == SyntaxKind::kGroup) GroupNullable(tree_.nodes[i]) = nullable_[i];
     }
-    MarkRepeated();
     PatternHazards hazards;
     for (const SyntaxNode& node : tree_.nodes) {
       if (IsEmptyLoop(node)) hazards.groups = true;
-      if (node.kind == SyntaxKind::kBackReference) hazards.longLines = true;
+      if (node.kind == SyntaxKind::kBackReference) hazards.search = true;
     }
-    hazards.search = HasHazardousReference();
     return hazards;
   }
 
  private:
-  static bool IsCondition(const SyntaxNode& node) {
-    return node.kind == SyntaxKind::kAnchor || node.kind == SyntaxKind::kBackReference;
-  }
-
-  /// Marks what stands in a repetition that goes round more than once.
-  void MarkRepeated() {
-    for (std::size_t i = tree_.nodes.size(); i-- > 0;) {
-      const SyntaxNode& node = tree_.nodes[i];
-      const bool goesRound =
-          node.kind == SyntaxKind::kRepeat && (node.max > 1 || node.max == kUnbounded);
-      for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling) {
-        repeated_[static_cast<std::size_t>(c)] = goesRound || repeated_[i];
-      }
-    }
-  }
-
-  bool HasHazardousReference() {
-    int toNullable = 0;
-    for (std::size_t i = 0; i < tree_.nodes.size(); ++i) {
-      const SyntaxNode& node = tree_.nodes[i];
-      if (node.kind != SyntaxKind::kBackReference || !GroupNullable(node)) continue;
-      if (repeated_[i] || ++toNullable > 1) return true;
-    }
-    return false;
-  }
-
   bool IsNullable(const SyntaxNode& node) {
     switch (node.kind) {
       case SyntaxKind::kEmpty:
@@ -93,24 +64,24 @@ class HazardFinder {
     return count;
   }
 
-  /// Whether an anchor or a back-reference stands in the node or below. The depth is that of the
-  /// pattern's brackets, which is limited.
-  bool HoldsCondition(int index) const {
+  /// Whether an anchor stands in the node or below. The depth is that of the pattern's brackets,
+  /// which is limited.
+  bool HoldsAnchor(int index) const {
     const SyntaxNode& node = tree_.Node(index);
-    if (IsCondition(node)) return true;
+    if (node.kind == SyntaxKind::kAnchor) return true;
     for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling) {
-      if (HoldsCondition(c)) return true;
+      if (HoldsAnchor(c)) return true;
     }
     return false;
   }
 
   /// Whether `node` may go round without consuming anything in a way that the engine does not see.
-  /// It does see the plainest, "(a*)*" and the like, where no anchor or back-reference is inside.
+  /// It does see the plainest, "(a*)*" and the like, where no anchor is inside.
   bool IsEmptyLoop(const SyntaxNode& node) const {
     if (node.kind != SyntaxKind::kRepeat || node.max != kUnbounded) return false;
     int body = node.firstChild;
     if (!Nullable(body)) return false;
-    if (HoldsCondition(body)) return true;
+    if (HoldsAnchor(body)) return true;
     while (tree_.Node(body).kind == SyntaxKind::kGroup)
       body = tree_.Node(body).firstChild;
     const SyntaxNode& inner = tree_.Node(body);
@@ -125,7 +96,6 @@ class HazardFinder {
 
   const SyntaxTree& tree_;
   std::vector<bool> nullable_;
-  std::vector<bool> repeated_;
   std::vector<bool> groupNullable_;
 };
 

@@ -283,6 +283,8 @@ class PatternMeasurer {
     // The engine looks for each copy among all others.
     pairs += copies * copies / 100;
     if (hasEmptyLoop_) pairs += kEmptyLoopWeight * ways;
+    // Among the copies it finds some pairs many times.
+    if (hasEmptyLoop_ && copies > 0) pairs *= 2;
     cost_.emptyPairs = Saturated(pairs);
   }
 

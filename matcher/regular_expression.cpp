@@ -137,14 +137,14 @@ MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length
 /// Keeps the tree where a search may need it.
 void RegularExpression::NoteHazards(SyntaxTree tree) {
   hazards_ = FindHazards(tree);
-  if (hazards_.groups || hazards_.search || hazards_.longLines) {
+  if (hazards_.groups || hazards_.search) {
     bounded_ = std::make_unique<BoundedMatcher>(std::move(tree));
   }
 }
 
 int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers) {
   const BoundedText text{line, length, true};
-  if (IsLeftToBoundedMatcher(length)) {
+  if (hazards_.search) {
     return FindBounded(text, from, length, registers) ? registers.Start(0) : -1;
   }
   if (!AreGroupsBounded(registers)) return SearchEngine(line, length, from, registers);
@@ -157,7 +157,7 @@ int RegularExpression::Search(const char* line, int length, int from, MatchRegis
 int RegularExpression::MatchWithin(const char* line, int length, int start,
                                    MatchRegisters& registers) {
   const BoundedText text{line, length, false};
-  if (IsLeftToBoundedMatcher(length)) {
+  if (hazards_.search) {
     return FindBounded(text, start, start, registers) ? registers.End(0) - start : -1;
   }
   if (!AreGroupsBounded(registers)) return MatchEngineWithin(line, length, start, registers);
@@ -165,10 +165,6 @@ int RegularExpression::MatchWithin(const char* line, int length, int start,
   const int matched = MatchEngineWithin(line, length, start, whole);
   if (matched >= 0) FillGroups(text, {start, start + matched}, registers);
   return matched;
-}
-
-bool RegularExpression::IsLeftToBoundedMatcher(int length) const {
-  return hazards_.search || (hazards_.longLines && length > kMaxEngineReferenceLine);
 }
 
 /// Finds a match and its groups without the engine.

@@ -107,7 +107,6 @@ class RegularExpression {
 
  private:
   void NoteHazards(SyntaxTree tree);
-  bool IsLeftToBoundedMatcher(int length) const;
   bool FindBounded(const BoundedText& text, int from, int lastStart,
                    MatchRegisters& registers) const;
   bool AreGroupsBounded(const MatchRegisters& registers) const {

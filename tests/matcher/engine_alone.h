@@ -49,6 +49,20 @@ class EngineAlone {
     return ranges;
   }
 
+  /// The range of the first match alone; none without a match.
+  std::vector<GroupRange> SearchWhole(std::string_view line, int from) {
+    const int length = static_cast<int>(line.size());
+    regoff_t start = -1;
+    regoff_t end = -1;
+    re_registers registers{};
+    registers.num_regs = 1;
+    registers.start = &start;
+    registers.end = &end;
+    buffer_.regs_allocated = REGS_FIXED;
+    if (re_search(&buffer_, line.data(), length, from, length - from, &registers) < 0) return {};
+    return {{start, end}};
+  }
+
  private:
   re_pattern_buffer buffer_{};
   bool isCompiled_ = false;

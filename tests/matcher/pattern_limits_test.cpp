@@ -85,6 +85,7 @@ TEST(PatternLimits, RefuseWhatTakesTooMuchMemory) {
   EXPECT_EQ(LimitOf(Times("^", 400)), MessageNumber::kMemoryOverflow);
   EXPECT_EQ(LimitOf(Times("(\\b|a)*", 10)), MessageNumber::kMemoryOverflow);
   EXPECT_EQ(LimitOf("(c*|a{2}{0,3}+){30}"), MessageNumber::kMemoryOverflow);
+  EXPECT_EQ(LimitOf("^1*{2}*{1}*{2}*{2}*{2}"), MessageNumber::kMemoryOverflow);
 }
 
 /// Compiles a pattern and searches with it in a process and thread of its own, under the promised
@@ -160,6 +161,7 @@ TEST(PatternLimits, TheWorstOfEachKindStaysWithinTheBounds) {
            Times("a**", 290),
            Times("()*", 290),
            Times("(a{3,}*)+", 80),
+           std::string("^1*{2}*{2}*{2}*{2}"),
        }) {
     ASSERT_EQ(LimitOf(pattern), MessageNumber::kNone) << pattern.substr(0, 60);
     EXPECT_EQ(BoundedProcess::ExitOf(pattern), 0) << pattern.substr(0, 60);
