@@ -90,30 +90,28 @@ MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
   forward_.emplace(*graph_, keyword_ != nullptr || leading_.has_value());
 }
 
-std::optional<MatchLocator::Match> MatchLocator::Find(const char* begin, char* end,
-                                                      TextNotes* notes) {
+MatchLocator::Match MatchLocator::Find(const char* begin, char* end, TextNotes* notes) {
   const NewlineBehind newline(end);
   Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end), notes};
-  const std::optional<Match> match = FindFrom(text, text.begin, false);
-  if (!match || match->end != end || !words_) return match;
+  const Match match = FindFrom(text, text.begin, false);
+  if (match.start == nullptr || match.end != end || !words_) return match;
 
   // A whole word ends before the byte behind the text as it really is, unless it is the whole line.
   if (!IsWordConstituent(static_cast<Byte>(newline.Kept()))) return match;
-  if (match->start == begin || match->start[-1] == '\n') return match;
-  return FindFrom(text, reinterpret_cast<const Byte*>(match->start), true);
+  if (match.start == begin || match.start[-1] == '\n') return match;
+  return FindFrom(text, reinterpret_cast<const Byte*>(match.start), true);
 }
 
-std::optional<MatchLocator::Match> MatchLocator::FindFrom(Text& text, const Byte* place,
-                                                          bool refusesLineEnd) {
+MatchLocator::Match MatchLocator::FindFrom(Text& text, const Byte* place, bool refusesLineEnd) {
   ForwardAutomaton::Run run = {.place = place, .textEnd = text.end, .before = ByteKind::kOther};
   run.refusesLineEnd = refusesLineEnd;
   run.notes = text.notes;
   for (;;) {
     run.place = NextPlace(text, run.place);
-    if (run.place == nullptr) return std::nullopt;
+    if (run.place == nullptr) return {};
     run.before = KindBefore(text, run.place);
     const ForwardAutomaton::Outcome outcome = forward_->Go(run);
-    if (outcome == ForwardAutomaton::Outcome::kEndOfText) return std::nullopt;
+    if (outcome == ForwardAutomaton::Outcome::kEndOfText) return {};
     if (outcome == ForwardAutomaton::Outcome::kMatch) break;
   }
   if (run.start == nullptr) {
@@ -121,7 +119,7 @@ std::optional<MatchLocator::Match> MatchLocator::FindFrom(Text& text, const Byte
     run.start = backward_->StartOfMatch({run.place, KindBefore(text, run.place), run.end},
                                         graph_->kindOf[*run.end]);
   }
-  return Match{reinterpret_cast<const char*>(run.start), reinterpret_cast<const char*>(run.end)};
+  return {reinterpret_cast<const char*>(run.start), reinterpret_cast<const char*>(run.end)};
 }
 
 /// The first place from `place` on from which a match can start; null if there is none.

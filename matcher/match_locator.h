@@ -42,16 +42,16 @@ class MatchLocator {
   /// `words`: the graph was made for whole words. `keyword.set` must outlive the locator.
   MatchLocator(std::unique_ptr<PositionGraph> graph, bool words, const RequiredKeyword& keyword);
 
-  /// A match, its end exclusive.
+  /// A match, its end exclusive; a null start stands for none.
   struct Match {
-    const char* start;
-    const char* end;
+    const char* start = nullptr;
+    const char* end = nullptr;
   };
 
   /// The leftmost match in the text from `begin`, the start of a line, to `end`, behind which there is
   /// one writable byte: it is changed and put back. `notes`, which may be null, are those of earlier
   /// searches of the same text with this locator. Throws nothing but std::bad_alloc.
-  std::optional<Match> Find(const char* begin, char* end, TextNotes* notes);
+  Match Find(const char* begin, char* end, TextNotes* notes);
 
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
@@ -60,7 +60,7 @@ class MatchLocator {
   using Byte = unsigned char;
   struct Text;
 
-  std::optional<Match> FindFrom(Text& text, const Byte* place, bool refusesLineEnd);
+  Match FindFrom(Text& text, const Byte* place, bool refusesLineEnd);
   const Byte* NextPlace(Text& text, const Byte* place);
   const Byte* PlaceByLeadingBytes(Text& text, const Byte* place) const;
   const Byte* PlaceByKeyword(Text& text, const Byte* place);

@@ -201,15 +201,16 @@ bool FindByLocator(const Search& search, MatchRange& range) {
       if (place == nullptr) return false;
       scan = LineStart(place, scan);
     }
-    const auto match = pattern.locator->Find(scan, const_cast<char*>(search.limit), search.notes);
-    if (!match) return false;
-    if (pattern.readingsAgree || match->start <= place ||
-        LineFrom(place, match->start).end == match->start) {
-      range = GroupRangeIn(search, *match);
+    const MatchLocator::Match match =
+        pattern.locator->Find(scan, const_cast<char*>(search.limit), search.notes);
+    if (match.start == nullptr) return false;
+    if (pattern.readingsAgree || match.start <= place ||
+        LineFrom(place, match.start).end == match.start) {
+      range = GroupRangeIn(search, match);
       return true;
     }
     // The match lies on a later line, which the automaton has not let pass.
-    scan = LineStart(match->start, scan);
+    scan = LineStart(match.start, scan);
   }
 }
 
