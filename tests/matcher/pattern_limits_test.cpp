@@ -158,19 +158,25 @@ TEST(PatternLimits, ThePlainLimitsAreExact) {
 /// bounds. The process ends with 0 when all is well.
 class BoundedProcess {
  public:
-  static int ExitOf(const std::string& pattern) {
+  static int ExitOf(const std::string& pattern,
+                    const std::string& text = "xxabc Wort17 aabb\nbaac") {
     const pid_t child = fork();
-    if (child == 0) RunAndExit(pattern);
+    if (child == 0) RunAndExit({pattern, text});
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
 
  private:
+  struct Work {
+    std::string pattern;
+    std::string text;
+  };
+
   static constexpr std::size_t kStack = 256 << 10;
   static constexpr rlim_t kMemory = 256 << 20;
 
-  static void RunAndExit(const std::string& pattern) {
+  static void RunAndExit(Work work) {
     const rlimit memory{kMemory, kMemory};
     setrlimit(RLIMIT_AS, &memory);
     alarm(20);
@@ -178,18 +184,18 @@ class BoundedProcess {
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, kStack);
     pthread_t thread{};
-    pthread_create(&thread, &attributes, Run, const_cast<std::string*>(&pattern));
+    pthread_create(&thread, &attributes, Run, &work);
     pthread_join(thread, nullptr);
     _exit(1);
   }
 
   static void* Run(void* argument) {
-    const std::string& pattern = *static_cast<const std::string*>(argument);
+    const auto& [pattern, line] = *static_cast<const Work*>(argument);
     if (CompileMatcher(pattern.data(), pattern.size()) != MessageNumber::kNone) _exit(2);
     timespec used{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
     if (used.tv_sec >= 1) _exit(3);
-    const HeapText text("xxabc Wort17 aabb\nbaac");
+    const HeapText text(line);
     for (const int group : {0, 1}) {
       MatchRange range{};
       ExecuteMatcher(text.Data(), text.Length(), group, range);
@@ -231,6 +237,17 @@ TEST(PatternLimits, TheWorstOfEachKindStaysWithinTheBounds) {
        }) {
     ASSERT_EQ(LimitOf(pattern), MessageNumber::kNone) << pattern.substr(0, 60);
     EXPECT_EQ(BoundedProcess::ExitOf(pattern), 0) << pattern.substr(0, 60);
+  }
+}
+
+TEST(PatternLimits, ASearchWithBackReferencesStaysWithinTheBounds) {
+#ifdef TROVEX_UNDER_SANITIZER
+  GTEST_SKIP() << "sanitizers take more memory and stack than the library";
+#endif
+  for (const char* pattern :
+       {"(.+).*\\1x", "(.*)(.*)\\1\\2x", "(.+)\\1+x", "(|)(\\1\\1|x)+y", "(a?){300}\\1x",
+        "(a|b|.)*\\1*x", "((.)\\2|.)*x", "(((((((.)*)*)*)*)*)*)*\\7x"}) {
+    EXPECT_EQ(BoundedProcess::ExitOf(pattern, Times("aab", 7'000) + "x"), 0) << pattern;
   }
 }
 
