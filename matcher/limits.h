@@ -49,9 +49,9 @@ inline constexpr std::size_t kMaxLocatorTables = 1'024;
 inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
 
 /// The library's own matcher, in one search of a line: its steps, and how many states and sets of
-/// group ranges it remembers. Beyond any of them the search ends without a match, after half a
+/// group ranges it remembers. Beyond any of them the search ends without a match, after about a
 /// second and 120 MB at most.
-inline constexpr std::int64_t kMaxBoundedSteps = 10'000'000;
+inline constexpr std::int64_t kMaxBoundedSteps = 15'000'000;
 inline constexpr std::size_t kMaxBoundedStates = 1'000'000;
 inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
 
