@@ -99,7 +99,7 @@ void ForwardAutomaton::FinishMatch(Run& run, const Byte* next, Number state) {
     if (run.notes->IsVain({next, state})) break;
     sinceEnd.emplace_back(next, state);
   }
-  if (!sinceEnd.empty() && generation == generation_) run.notes->NoteVain(sinceEnd);
+  if (run.notes != nullptr && generation == generation_) run.notes->NoteVain(sinceEnd);
 }
 
 /// Reads on to where something is to be done, or to the end of the notes' block, and returns the state

@@ -28,6 +28,7 @@
 #include "matcher/text_notes.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -84,7 +85,7 @@ class ForwardAutomaton {
   const bool stopsWhenIdle_;
   StateCache cache_;
   unsigned generation_ = 0;  // of the cache, to which what follows belongs
-  std::array<Number, 2 * kByteKinds> idle_{};
+  std::array<Number, std::size_t{2} * kByteKinds> idle_{};
   std::vector<std::unique_ptr<PlaceScan>> leaps_;  // by state; null: none
   std::vector<bool> leapsConsidered_;              // by state
   std::array<unsigned char, 256> byteOfClass_{};   // a byte of each class

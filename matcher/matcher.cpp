@@ -85,15 +85,18 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
   KeywordSetPrepare(*compiled.keywords);
 }
 
-/// Whether the automaton reads the pattern as `stream` says. Words are never the same to both.
-bool ReadsAs(const TokenStream& stream, std::string_view pattern, const CompiledPattern& compiled) {
-  if (stream.hasWordAnchors || !compiled.automaton.anchorsAreComplete) return false;
-  if (!Matcher().matchWords && !Matcher().matchLines) {
-    return stream.tokens == compiled.automaton.tokens && stream.sets == compiled.automaton.sets;
-  }
+/// How the automaton reads the pattern that `stream` is the engine's reading of.
+Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
+                  const CompiledPattern& compiled) {
+  if (!compiled.automaton.anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
-  AutomatonParse(pattern.data(), pattern.size(), bare);
-  return stream.tokens == bare.tokens && stream.sets == bare.sets;
+  const bool isWrapped = Matcher().matchWords || Matcher().matchLines;
+  if (isWrapped) AutomatonParse(pattern.data(), pattern.size(), bare);
+  const PatternAutomaton& automaton = isWrapped ? bare : compiled.automaton;
+  if (stream.tokens != automaton.tokens || stream.sets != automaton.sets) {
+    return Reading::kDifferent;
+  }
+  return stream.hasWordAnchors ? Reading::kAlikeButForUnderscores : Reading::kAlike;
 }
 
 /// Makes the locator, where automata can answer for the engine.
@@ -106,9 +109,9 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Byt
       MakePositionGraph(*stream, {.words = matcher.matchWords, .translate = translate});
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
-  compiled.readingsAgree = ReadsAs(*stream, pattern, compiled);
+  compiled.automatonReading = ReadingOf(*stream, pattern, compiled);
   RequiredKeyword keyword;
-  if (compiled.readingsAgree && compiled.keywords != nullptr) {
+  if (compiled.automatonReading != Reading::kDifferent && compiled.keywords != nullptr) {
     keyword = {compiled.keywords.get(), compiled.automaton.mustEntries.front().text,
                matcher.foldCase};
   }

@@ -18,6 +18,13 @@
 
 namespace trovex {
 
+/// How two stages read a pattern.
+enum class Reading : unsigned char {
+  kAlike,
+  kAlikeButForUnderscores,  // one counts them among the letters of a word
+  kDifferent,
+};
+
 /// Everything that one pattern was compiled into. Owned by whoever may still search with it: the
 /// matcher, where it is installed, and the environment that it was compiled for.
 struct CompiledPattern {
@@ -33,9 +40,9 @@ struct CompiledPattern {
   int exactKeywordCount = 0;
   /// Says where a match lies, in place of the engine. Null when only the engine can.
   std::unique_ptr<MatchLocator> locator;
-  /// Whether the locator's reading of the pattern is the automaton's too: every line with a match then
-  /// passes the automaton, which need not be asked.
-  bool readingsAgree = false;
+  /// How far the automaton reads the pattern as the locator does. A line with a located match passes the
+  /// automaton where both read it alike, and only otherwise has to be tried.
+  Reading automatonReading = Reading::kDifferent;
   /// Whether a match is one by itself, cut out of its line: the pattern holds no anchors.
   bool standsAlone = false;
   /// False when compiling ended in an error: searching then finds nothing.

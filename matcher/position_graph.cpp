@@ -345,6 +345,7 @@ std::vector<LeadingBytes> LeadingWays(const PositionGraph& graph, std::size_t mo
     ways = Lengthened(graph, ways, mostWays);
   }
   std::vector<LeadingBytes> leading;
+  leading.reserve(ways.size());
   for (Way& way : ways)
     leading.push_back(std::move(way.bytes));
   return leading;

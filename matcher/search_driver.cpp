@@ -191,26 +191,33 @@ MatchRange GroupRangeIn(const Search& search, const MatchLocator::Match& match) 
   return search.RangeOf(LineStart(match.start, search.text), -1, -1);
 }
 
+/// Whether it is certain that the automaton lets the line of `match` pass: reading the pattern as the
+/// locator does, it finds the same match there. Anchors see no further than one byte beyond it.
+bool CertainlyPasses(const Search& search, const MatchLocator::Match& match) {
+  if (search.pattern.automatonReading != Reading::kAlikeButForUnderscores) {
+    return search.pattern.automatonReading == Reading::kAlike;
+  }
+  const char* const begin = match.start - (match.start > search.text ? 1 : 0);
+  const char* const end = match.end + (match.end < search.limit ? 1 : 0);
+  return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
+}
+
 /// Locates the match without the engine.
 bool FindByLocator(const Search& search, MatchRange& range) {
   CompiledPattern& pattern = search.pattern;
   for (const char* scan = search.text;;) {
-    const char* place = nullptr;
-    if (!pattern.readingsAgree) {
-      place = NextPlace(pattern, scan, search.limit);
-      if (place == nullptr) return false;
-      scan = LineStart(place, scan);
-    }
     const MatchLocator::Match match =
         pattern.locator->Find(scan, const_cast<char*>(search.limit), search.notes);
     if (match.start == nullptr) return false;
-    if (pattern.readingsAgree || match.start <= place ||
-        LineFrom(place, match.start).end == match.start) {
-      range = GroupRangeIn(search, match);
-      return true;
+    if (!CertainlyPasses(search, match)) {
+      const char* const line = LineStart(match.start, scan);
+      const char* const place = NextPlace(pattern, line, search.limit);
+      if (place == nullptr) return false;
+      scan = LineStart(place, line);
+      if (scan != line) continue;  // a later line
     }
-    // The match lies on a later line, which the automaton has not let pass.
-    scan = LineStart(match.start, scan);
+    range = GroupRangeIn(search, match);
+    return true;
   }
 }
 
