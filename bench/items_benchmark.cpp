@@ -5,6 +5,7 @@
 // ratio holds whatever else the machine is doing. "leaf" and "finding alone" find the same matches
 // in the text; the difference is what the items of that search cost.
 
+#include "bench/benchmark_text.h"
 #include "expr/item_blocks.h"
 #include "matcher/matcher.h"
 
@@ -13,8 +14,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 
@@ -167,17 +166,7 @@ BENCHMARK_CAPTURE(Phonetic, many, "er", false)->Unit(benchmark::kMillisecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: items_benchmark [--benchmark_...] TEXT\n");
-    return 2;
-  }
-  std::ifstream file(argv[1], std::ios::binary);
-  text.assign(std::istreambuf_iterator<char>(file), {});
-  if (text.empty()) {
-    std::fprintf(stderr, "%s: cannot be read, or is empty\n", argv[1]);
-    return 2;
-  }
+  if (!ReadBenchmarkText(argc, argv, text)) return 2;
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }

@@ -5,6 +5,7 @@
 // it, without vector instructions ("plain") and with each set of them. The places are counted on
 // every road, and a difference ends the program.
 
+#include "bench/benchmark_text.h"
 #include "matcher/place_scan.h"
 
 #include <benchmark/benchmark.h>
@@ -14,8 +15,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -154,17 +153,7 @@ void RegisterCase(const Case& c) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: scan_benchmark [--benchmark_...] TEXT\n");
-    return 2;
-  }
-  std::ifstream file(argv[1], std::ios::binary);
-  text.assign(std::istreambuf_iterator<char>(file), {});
-  if (text.empty()) {
-    std::fprintf(stderr, "%s: cannot be read, or is empty\n", argv[1]);
-    return 2;
-  }
+  if (!ReadBenchmarkText(argc, argv, text)) return 2;
   for (const Case& c : kCases)
     RegisterCase(c);
   benchmark::RunSpecifiedBenchmarks();

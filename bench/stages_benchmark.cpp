@@ -8,6 +8,7 @@
 // Matches are counted on every road that finds them, and a difference ends the program: a fast
 // wrong answer is worth nothing.
 
+#include "bench/benchmark_text.h"
 #include "matcher/automaton_executor.h"
 #include "matcher/matcher.h"
 
@@ -15,8 +16,6 @@
 #include <trovex/trovex.h>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -136,17 +135,7 @@ void Register(const std::string& name, void (*run)(benchmark::State&, const Case
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: stages_benchmark [--benchmark_...] TEXT\n");
-    return 2;
-  }
-  std::ifstream file(argv[1], std::ios::binary);
-  text.assign(std::istreambuf_iterator<char>(file), {});
-  if (text.empty()) {
-    std::fprintf(stderr, "%s: cannot be read, or is empty\n", argv[1]);
-    return 2;
-  }
+  if (!ReadBenchmarkText(argc, argv, text)) return 2;
   for (const Case& c : kCases) {
     const std::string name = c.name;
     Register(name + "/keyword set", KeywordSetAlone, c);

@@ -84,10 +84,7 @@ StateCache::Entry BackwardAutomaton::Resolve(Number from, Byte byte) {
   const unsigned generation = cache_.Generation();
   const Entry entry = EntryFor(cache_.NumberOf(scratch_));
   if (cache_.Generation() != generation) return entry;
-  Entry* const row = cache_.Entries() + StateCache::RowOf(from);
-  for (std::size_t c = 0; c < graph_.classOf.size(); ++c) {
-    if (graph_.classOf[c] == graph_.classOf[byte]) row[c] = entry;
-  }
+  cache_.SetEntry(from, byte, graph_.classOf, entry);
   return entry;
 }
 

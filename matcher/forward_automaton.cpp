@@ -153,10 +153,7 @@ StateCache::Entry ForwardAutomaton::Resolve(Number from, Byte byte) {
   }
   if (to == from) ConsiderLeaps(from);
   const Entry entry = EntryFor(fromTag, to);
-  Entry* const row = cache_.Entries() + StateCache::RowOf(from);
-  for (std::size_t c = 0; c < graph_.classOf.size(); ++c) {
-    if (graph_.classOf[c] == graph_.classOf[byte]) row[c] = entry;
-  }
+  cache_.SetEntry(from, byte, graph_.classOf, entry);
   return entry;
 }
 

@@ -58,7 +58,7 @@ struct PositionGraph {
   /// What each byte is to an edge. Kinds that no edge tells apart are one; a newline is always known.
   std::array<ByteKind, 256> kindOf{};
   /// Bytes that nothing in the graph tells apart have the same class.
-  std::array<std::uint8_t, 256> classOf{};
+  ByteMap classOf{};
 
   /// How many edges there are.
   std::size_t edgeCount = 0;

@@ -41,6 +41,13 @@ StateCache::Number StateCache::NumberOf(const State& state) {
   return static_cast<Number>(number);
 }
 
+void StateCache::SetEntry(Number state, unsigned char byte, const ByteMap& classes, Entry entry) {
+  Entry* const row = Entries() + RowOf(state);
+  for (std::size_t c = 0; c < classes.size(); ++c) {
+    if (classes[c] == classes[byte]) row[c] = entry;
+  }
+}
+
 void StateCache::Clear() {
   states_.clear();
   tags_.clear();

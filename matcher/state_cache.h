@@ -14,6 +14,8 @@
 #ifndef TROVEX_MATCHER_STATE_CACHE_H
 #define TROVEX_MATCHER_STATE_CACHE_H
 
+#include "matcher/byte_map.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <unordered_map>
@@ -48,6 +50,9 @@ class StateCache {
 
   /// The entries of all tables; valid until a state is made.
   Entry* Entries() { return entries_.data(); }
+  /// Makes `entry` what `byte` does in `state`, and every byte of its class in `classes`.
+  void SetEntry(Number state, unsigned char byte, const ByteMap& classes, Entry entry);
+
   /// The tags, by state; valid until a state is made.
   const std::uint32_t* Tags() const { return tags_.data(); }
 

@@ -200,10 +200,13 @@ const PatternCase kFaultyPatterns[] = {
     {"((ab|c)*\\3", 0, 0, "a", 0}, {"a{40000}", 0, 0, "a", 0},
 };
 
+struct ExpressionCase;
+
 class MemoryFailure : public ::testing::Test {
  protected:
   void SetUp() override { Reset(); }
   void TearDown() override { Reset(); }
+  static void FailSearching(const ExpressionCase& c, const HeapText& text, int least);
   static void Reset() {
     FreeBuffersInTrovexDll();
     ResetEnvironment();
@@ -446,29 +449,34 @@ TEST_F(MemoryFailure, OfATreesMakingIsItsSentence) {
   }
 }
 
+/// Makes and searches the tree of `c` with every allocation failing in turn: it finds what it finds with
+/// memory, at least `least` items, or nothing, and goes on to find it.
+void MemoryFailure::FailSearching(const ExpressionCase& c, const HeapText& text, int least) {
+  SCOPED_TRACE(std::string(c.expression) + " in " + c.text);
+  std::unique_ptr<CSearchTreeItem> tree;
+  int tags = 0;
+  ASSERT_EQ(MakeTree(c, tree, &tags), nullptr);
+  const Items expected = SearchTree(*tree, text, c.tag);
+  ASSERT_GE(expected.size, least);
+  tree.reset();
+  Reset();
+  Items found(nullptr);
+  FailEverywhere(
+      {[&] { MakeTree(c, tree, &tags); }, [&] { found = SearchTree(*tree, text, c.tag); },
+       [&](const std::string& where) {
+         EXPECT_TRUE(found == expected || found.isNull != 0)
+             << where << ": " << found.size << " items";
+         EXPECT_EQ(SearchTree(*tree, text, c.tag), expected) << where;
+         tree.reset();
+         Reset();
+       }},
+      true);
+  ASSERT_FALSE(HasFailure());
+}
+
 TEST_F(MemoryFailure, OfATreesSearchIsNull) {
-  for (const ExpressionCase& c : kExpressions) {
-    SCOPED_TRACE(std::string(c.expression) + " in " + c.text);
-    const HeapText text(c.text);
-    std::unique_ptr<CSearchTreeItem> tree;
-    int tags = 0;
-    ASSERT_EQ(MakeTree(c, tree, &tags), nullptr);
-    const Items expected = SearchTree(*tree, text, c.tag);
-    tree.reset();
-    Reset();
-    Items found(nullptr);
-    FailEverywhere(
-        {[&] { MakeTree(c, tree, &tags); }, [&] { found = SearchTree(*tree, text, c.tag); },
-         [&](const std::string& where) {
-           EXPECT_TRUE(found == expected || found.isNull != 0)
-               << where << ": " << found.size << " items";
-           EXPECT_EQ(SearchTree(*tree, text, c.tag), expected) << where;
-           tree.reset();
-           Reset();
-         }},
-        true);
-    ASSERT_FALSE(HasFailure());
-  }
+  for (const ExpressionCase& c : kExpressions)
+    FailSearching(c, HeapText(c.text), 0);
 }
 
 TEST_F(MemoryFailure, OfASearchWithManyMatchesIsNull) {
@@ -479,26 +487,7 @@ TEST_F(MemoryFailure, OfASearchWithManyMatchesIsNull) {
   const HeapText text(houses);
   for (const ExpressionCase& c :
        {ExpressionCase{"Haus", 0, 0, ""}, {"Haus", 1, 0, ""}, {"Haus &9 Hau", 0, 0, ""}}) {
-    SCOPED_TRACE(c.expression);
-    std::unique_ptr<CSearchTreeItem> tree;
-    int tags = 0;
-    ASSERT_EQ(MakeTree(c, tree, &tags), nullptr);
-    const Items expected = SearchTree(*tree, text, c.tag);
-    ASSERT_GE(expected.size, kMatches);
-    tree.reset();
-    Reset();
-    Items found(nullptr);
-    FailEverywhere(
-        {[&] { MakeTree(c, tree, &tags); }, [&] { found = SearchTree(*tree, text, c.tag); },
-         [&](const std::string& where) {
-           EXPECT_TRUE(found == expected || found.isNull != 0)
-               << where << ": " << found.size << " items";
-           EXPECT_EQ(SearchTree(*tree, text, c.tag), expected) << where;
-           tree.reset();
-           Reset();
-         }},
-        true);
-    ASSERT_FALSE(HasFailure());
+    FailSearching(c, text, kMatches);
   }
 }
 
