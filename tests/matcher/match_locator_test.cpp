@@ -231,6 +231,16 @@ TEST_F(MatchLocatorTest, ALineThatTheAutomatonTurnsAwayHasNoMatch) {
   }
 }
 
+TEST_F(MatchLocatorTest, ALongLineThatIsLeftToTheEngineEndsWhereItEnds) {
+  const std::string line = Joined({"Haus", std::string(9000, 'e'), "y"});
+  for (const char* pattern : {"(^|b)+Haus.*y$", "(^|b)+Haus.*e$", "(^H|b)+aus.*y"}) {
+    EXPECT_FALSE(IsLocated(pattern));
+    Compare(pattern, {}, line, '\0');
+    Compare(pattern, {}, Joined({"x\n", line, "\nx"}), '\0');
+  }
+  EXPECT_EQ(Compare("(^|b)+Haus.*y$", {}, line, '\0'), 1U);
+}
+
 // At random.
 
 class RandomTexts {
