@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace trovex::testing {
 
@@ -27,6 +28,11 @@ class Dice {
   /// One byte of `alphabet`; a byte that stands there more often comes more often.
   char Byte(std::string_view alphabet) {
     return alphabet[static_cast<std::size_t>(Between(0, static_cast<int>(alphabet.size()) - 1))];
+  }
+
+  /// One of `strings`.
+  const std::string& OneOf(const std::vector<std::string>& strings) {
+    return strings[static_cast<std::size_t>(Between(0, static_cast<int>(strings.size()) - 1))];
   }
 
   /// Up to `longest` bytes of `alphabet`.

@@ -260,7 +260,7 @@ class RandomTexts {
         "Haus", "haus ", "ung ", "Ver", "aa", "ab ", "x", "-", "\n", "12.34", "\374ber ", "_"};
     std::string text;
     for (int pieces = dice_.Between(1, 120); pieces > 0; --pieces) {
-      text += Any(kPieces);
+      text += dice_.OneOf(kPieces);
       if (dice_.OneIn(20)) text.append(static_cast<std::size_t>(dice_.Between(1, 150)), 'e');
     }
     return text;
@@ -270,11 +270,6 @@ class RandomTexts {
   char Behind() { return dice_.Byte(std::string_view("\0a_\n ", 5)); }
 
  private:
-  const std::string& Any(const std::vector<std::string>& strings) {
-    return strings[static_cast<std::size_t>(
-        dice_.Between(0, static_cast<int>(strings.size()) - 1))];
-  }
-
   std::string Sequence(int depth) {
     static const std::vector<std::string> kAtoms = {"Haus",   "ung", "[a-z]", "[A-Z]", ".",
                                                     "[^a-z]", "e",   "a",     "ab",    "-",
@@ -287,17 +282,16 @@ class RandomTexts {
         sequence.append("(")
             .append(Sequence(depth - 1))
             .append("|")
-            .append(Atom(kAtoms))
+            .append(dice_.OneOf(kAtoms))
             .append(")");
       } else {
-        sequence += Any(kAtoms);
+        sequence += dice_.OneOf(kAtoms);
       }
-      if (dice_.OneIn(3)) sequence += Any(kPostfixes);
+      if (dice_.OneIn(3)) sequence += dice_.OneOf(kPostfixes);
     }
     if (dice_.OneIn(10)) sequence += dice_.OneIn(2) ? "$" : "\\>";
     return sequence;
   }
-  std::string Atom(const std::vector<std::string>& atoms) { return Any(atoms); }
 
   Dice dice_;
 };

@@ -217,19 +217,14 @@ class RandomCases {
   std::string Word() {
     static const Strings kWords = {"Haus", "haus", "H\xC4user", "\374ber", "\334BER",
                                    "ab",   "aabb", "Stra\337e", "x1",      "c"};
-    return Any(kWords);
-  }
-
-  const std::string& Any(const Strings& strings) {
-    return strings[static_cast<std::size_t>(
-        dice_.Between(0, static_cast<int>(strings.size()) - 1))];
+    return dice_.OneOf(kWords);
   }
 
   std::string Anchored() {
     static const Strings kAnchors = {"^", "$", "\\`", "\\'", "\\<", "\\>", "\\b", "\\B"};
     std::string pattern = Concatenation(3);
-    if (dice_.OneIn(5)) pattern.insert(0, Any(kAnchors));
-    if (dice_.OneIn(5)) pattern += Any(kAnchors);
+    if (dice_.OneIn(5)) pattern.insert(0, dice_.OneOf(kAnchors));
+    if (dice_.OneIn(5)) pattern += dice_.OneOf(kAnchors);
     return pattern;
   }
 
@@ -245,7 +240,7 @@ class RandomCases {
     std::string concatenation;
     for (int atoms = dice_.Between(1, 3); atoms > 0; --atoms) {
       concatenation += Atom(depth);
-      if (dice_.OneIn(4)) concatenation += Any(kPostfixes);
+      if (dice_.OneIn(4)) concatenation += dice_.OneOf(kPostfixes);
     }
     return concatenation;
   }
@@ -257,7 +252,7 @@ class RandomCases {
                                    "-",    " ",   "[A-C]", "[^\t ]", "[]\\a-]"};
     if (depth > 0 && dice_.OneIn(6))
       return std::string("(").append(Alternatives(depth - 1)).append(")");
-    return dice_.OneIn(4) ? Word() : Any(kAtoms);
+    return dice_.OneIn(4) ? Word() : dice_.OneOf(kAtoms);
   }
 
   Dice dice_;
