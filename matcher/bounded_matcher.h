@@ -102,7 +102,7 @@ class BoundedMatcher {
   int Here() const { return static_cast<int>(program_.size()); }
   Step& At(int place) { return program_[static_cast<std::size_t>(place)]; }
   const Step& At(int place) const { return program_[static_cast<std::size_t>(place)]; }
-  const ByteSet& SetOf(const Step& step) const {
+  const CharSet& SetOf(const Step& step) const {
     return tree_.sets[static_cast<std::size_t>(step.first)];
   }
   unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }
@@ -117,7 +117,7 @@ class BoundedMatcher {
   unsigned copied_ = 0;         // those that stand there more than once
   unsigned emptyAtStart_ = 0;   // those that can close before the first byte
   std::vector<unsigned> seen_;  // by place: whose present range is asked for later
-  ByteSet firstBytes_;          // what a match can begin with, unless it can be empty
+  CharSet firstBytes_;          // what a match can begin with, unless it can be empty
   bool canBeEmpty_ = false;
 };
 

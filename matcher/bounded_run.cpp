@@ -96,7 +96,7 @@ class TextReader {
   bool IsByteAt(int position, int byte) const {
     return !IsEnd(position) && ByteAt(position) == byte;
   }
-  bool IsInSetAt(int position, const ByteSet& set) const {
+  bool IsInSetAt(int position, const CharSet& set) const {
     return !IsEnd(position) && set.test(static_cast<std::size_t>(ByteAt(position)));
   }
 

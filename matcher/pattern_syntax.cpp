@@ -167,7 +167,7 @@ class BracketParser {
   explicit BracketParser(PatternBytes& bytes) : bytes_(bytes) {}
 
   /// The bytes that the list stands for, or nothing if it is faulty.
-  std::optional<ByteSet> Parse() {
+  std::optional<CharSet> Parse() {
     const bool negated = !bytes_.AtEnd() && bytes_.Peek() == '^';
     if (negated) {
       set_.set('\n');  // so that the complement never holds it
@@ -261,7 +261,7 @@ class BracketParser {
   }
 
   PatternBytes& bytes_;
-  ByteSet set_;
+  CharSet set_;
 };
 
 class PatternParser {
@@ -354,7 +354,7 @@ class PatternParser {
   bool ParseAtom(const Token& token) {
     switch (token.kind) {
       case TokenKind::kBracket: {
-        const std::optional<ByteSet> set = BracketParser(bytes_).Parse();
+        const std::optional<CharSet> set = BracketParser(bytes_).Parse();
         if (set) AppendSet(*set);
         return set.has_value();
       }
@@ -362,7 +362,7 @@ class PatternParser {
         Append(SyntaxKind::kBackReference, token.value);
         return (complete_ & GroupBit(token.value)) != 0;
       case TokenKind::kAny:
-        AppendSet(ByteSet().set('\n').flip());
+        AppendSet(CharSet().set('\n').flip());
         return true;
       case TokenKind::kWordByte:
         AppendSet(WordBytes());
@@ -385,15 +385,15 @@ class PatternParser {
   }
 
   /// The classes hold bytes as the translated text has them.
-  ByteSet WordBytes() const {
-    ByteSet set;
+  CharSet WordBytes() const {
+    CharSet set;
     for (int c = 0; c < 256; ++c) {
       if (IsLetterOrDigit(c)) set.set(tree_.translate[static_cast<std::size_t>(c)]);
     }
     return set.set('_');
   }
-  ByteSet SpaceBytes() const {
-    ByteSet set;
+  CharSet SpaceBytes() const {
+    CharSet set;
     for (int c = 0; c < 256; ++c) {
       if (IsSpaceByte(c)) set.set(tree_.translate[static_cast<std::size_t>(c)]);
     }
@@ -513,7 +513,7 @@ class PatternParser {
     node.firstChild = std::exchange(levels_.back().sequence.back(), repeat);
   }
 
-  void AppendSet(const ByteSet& set) {
+  void AppendSet(const CharSet& set) {
     tree_.sets.push_back(set);
     Append(SyntaxKind::kSet, static_cast<int>(tree_.sets.size()) - 1);
   }

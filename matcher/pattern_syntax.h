@@ -25,8 +25,8 @@
 #define TROVEX_MATCHER_PATTERN_SYNTAX_H
 
 #include "matcher/byte_map.h"
+#include "matcher/char_set.h"
 
-#include <bitset>
 #include <cstddef>
 #include <vector>
 
@@ -68,13 +68,11 @@ struct SyntaxNode {
   int nextSibling = kNoNode;
 };
 
-using ByteSet = std::bitset<256>;
-
 struct SyntaxTree {
   /// Children stand before their parents, the root last: one pass over the nodes is a walk from the
   /// leaves to the root, a pass backwards the other way.
   std::vector<SyntaxNode> nodes;
-  std::vector<ByteSet> sets;
+  std::vector<CharSet> sets;
   /// As many as the engine counts, also those that an "{0}" took away.
   int groupCount = 0;
   /// Whether the engine will refuse the pattern.
@@ -89,7 +87,7 @@ struct SyntaxTree {
 
   int Root() const { return static_cast<int>(nodes.size()) - 1; }
   const SyntaxNode& Node(int index) const { return nodes[static_cast<std::size_t>(index)]; }
-  const ByteSet& Set(const SyntaxNode& node) const {
+  const CharSet& Set(const SyntaxNode& node) const {
     return sets[static_cast<std::size_t>(node.value)];
   }
 };
