@@ -1,7 +1,5 @@
 #include "matcher/forward_automaton.h"
 
-#include "matcher/byte_frequency.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -242,7 +240,7 @@ const PlaceScan* ForwardAutomaton::LeapOf(Number state) const {
 
 /// Gives `state`, which some byte leads back to itself, a leap if only rare bytes lead elsewhere.
 void ForwardAutomaton::ConsiderLeaps(Number state) {
-  constexpr int kRare = 2000;  // in 100,000
+  constexpr double kRare = 2'000;  // in 100,000
   const auto slot = static_cast<std::size_t>(state);
   if (slot < leapsConsidered_.size() && leapsConsidered_[slot]) return;
   if (IsIdle(cache_.At(state))) return;
@@ -257,14 +255,15 @@ void ForwardAutomaton::ConsiderLeaps(Number state) {
     Step(state, byteOfClass_[static_cast<std::size_t>(c)], to);
     leaves[static_cast<std::size_t>(c)] = to != self;
   }
-  CharSet exits;
-  int frequency = 0;
-  for (std::size_t byte = 0; byte < exits.size(); ++byte) {
-    if (!leaves[graph_.classOf[byte]]) continue;
-    exits.set(byte);
-    frequency += byte == '\n' ? 0 : kByteFrequency[byte];
+  Probe exits;
+  for (std::size_t byte = 0; byte < exits.bytes.size(); ++byte)
+    exits.bytes.set(byte, leaves[graph_.classOf[byte]]);
+  // Newlines do not count: every state is left there.
+  Probe rareExits = exits;
+  rareExits.bytes.reset('\n');
+  if (ExpectedRate({rareExits}) <= kRare) {
+    leaps_[slot] = std::make_unique<PlaceScan>(Probes{exits});
   }
-  if (frequency <= kRare) leaps_[slot] = std::make_unique<PlaceScan>(std::vector{Probe{0, exits}});
 }
 
 }  // namespace trovex

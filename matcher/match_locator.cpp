@@ -1,6 +1,7 @@
 #include "matcher/match_locator.h"
 
 #include "matcher/case_helpers.h"
+#include "matcher/kept_byte.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,21 +22,6 @@ constexpr double kKeywordAdvantage = 4;
 
 /// How many leading bytes are considered.
 constexpr std::size_t kLeadingBytes = 8;
-
-/// Writes a newline behind a text and puts the byte back that was there.
-class NewlineBehind {
- public:
-  explicit NewlineBehind(char* place) : place_(place), kept_(std::exchange(*place, '\n')) {}
-  ~NewlineBehind() { *place_ = kept_; }
-  NewlineBehind(const NewlineBehind&) = delete;
-  NewlineBehind& operator=(const NewlineBehind&) = delete;
-
-  char Kept() const { return kept_; }
-
- private:
-  char* place_;
-  char kept_;
-};
 
 /// At how many of 100,000 places one of the ways to begin a match is to be expected.
 double ExpectedRate(const std::vector<Probes>& ways) {
@@ -91,13 +77,14 @@ MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
 }
 
 MatchLocator::Match MatchLocator::Find(const char* begin, char* end, TextNotes* notes) {
-  const NewlineBehind newline(end);
+  const KeptByte behind(end);
+  *end = '\n';
   Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end), notes};
   const Match match = FindFrom(text, text.begin, false);
   if (match.start == nullptr || match.end != end || !words_) return match;
 
   // A whole word ends before the byte behind the text as it really is, unless it is the whole line.
-  if (!IsWordConstituent(static_cast<Byte>(newline.Kept()))) return match;
+  if (!IsWordConstituent(static_cast<Byte>(behind.Byte()))) return match;
   if (match.start == begin || match.start[-1] == '\n') return match;
   return FindFrom(text, reinterpret_cast<const Byte*>(match.start), true);
 }

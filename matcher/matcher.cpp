@@ -10,12 +10,14 @@
 #include "matcher/pattern_syntax.h"
 #include "matcher/position_graph.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace trovex {
 
@@ -59,29 +61,22 @@ bool IsExact(const MustEntry& entry) {
   return entry.exact && entry.text.find('\n') == std::string::npos;
 }
 
-/// Adds the automaton's required strings that are exact, or those that are not.
-void AddKeywords(CompiledPattern& compiled, bool exact) {
-  for (const MustEntry& entry : compiled.automaton.mustEntries) {
-    if (IsExact(entry) != exact) continue;
-    if (exact) ++compiled.exactKeywordCount;
-    const MessageNumber error =
-        KeywordSetAdd(*compiled.keywords, entry.text.data(), static_cast<int>(entry.text.size()));
-    if (error != MessageNumber::kNone) SetCompileError(error);
-  }
-}
-
-/// Makes the keyword set of the automaton's required strings. The exact ones go first, so that a
-/// keyword's number tells which kind it is.
+/// Makes the keyword set of the automaton's required strings.
 void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
-  if (compiled.automaton.mustEntries.empty()) return;
+  const std::vector<MustEntry>& entries = compiled.automaton.mustEntries;
+  if (entries.empty()) return;
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
   if (compiled.keywords == nullptr) {
     SetCompileError(MessageNumber::kMemoryOverflow);
     return;
   }
-  AddKeywords(compiled, true);
-  AddKeywords(compiled, false);
+  for (const MustEntry& entry : entries) {
+    const MessageNumber error =
+        KeywordSetAdd(*compiled.keywords, entry.text.data(), static_cast<int>(entry.text.size()));
+    if (error != MessageNumber::kNone) SetCompileError(error);
+  }
+  compiled.keywordsAreExact = std::all_of(entries.begin(), entries.end(), IsExact);
   KeywordSetPrepare(*compiled.keywords);
 }
 

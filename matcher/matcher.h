@@ -36,8 +36,8 @@ struct CompiledPattern {
   /// Strings of which every match contains one: finds the places that are worth a look. Null when
   /// the pattern promises no such string.
   KeywordSetPtr keywords;
-  /// How many of the keywords, the first ones, are the whole of every match.
-  int exactKeywordCount = 0;
+  /// Whether every occurrence of a keyword is a match, and every match is one.
+  bool keywordsAreExact = false;
   /// Says where a match lies, in place of the engine. Null when only the engine can.
   std::unique_ptr<MatchLocator> locator;
   /// How far the automaton reads the pattern as the locator does. A line with a located match passes the

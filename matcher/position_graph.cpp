@@ -64,15 +64,16 @@ constexpr Neighbours AnchorNeighbours(Token anchor) {
   }
 }
 
-/// Whether `neighbours` asks what kind the byte on one side is: whether some pair and the one with
-/// `a` in place of `b` on that side are not both in it or both not.
-bool TellsApart(Neighbours neighbours, ByteKind a, ByteKind b) {
+/// Whether `neighbours` asks if the byte on one side is a letter: whether some pair with a letter and the
+/// same with another byte in its place are not both in it or both not.
+bool TellsLettersApart(Neighbours neighbours) {
   const auto has = [&](ByteKind before, ByteKind behind) {
     return (neighbours & NeighbourBit(before, behind)) != 0;
   };
-  for (int other = 0; other < kByteKinds; ++other) {
-    const auto kind = static_cast<ByteKind>(other);
-    if (has(a, kind) != has(b, kind) || has(kind, a) != has(kind, b)) return true;
+  for (int i = 0; i < kByteKinds; ++i) {
+    const auto kind = static_cast<ByteKind>(i);
+    if (has(ByteKind::kLetter, kind) != has(ByteKind::kOther, kind)) return true;
+    if (has(kind, ByteKind::kLetter) != has(kind, ByteKind::kOther)) return true;
   }
   return false;
 }
@@ -92,7 +93,7 @@ class GraphMaker {
   void ClassifyBytes();
   void SplitOff(std::size_t byte);
   void SplitClasses(const CharSet& set);
-  bool AnyEdge(ByteKind a, ByteKind b) const;
+  bool AsksForLetters() const;
 
   const TokenStream& stream_;
   const GraphOptions& options_;
@@ -182,22 +183,21 @@ void GraphMaker::DemandWords() {
     end &= kNoLetterBehind;
 }
 
-bool GraphMaker::AnyEdge(ByteKind a, ByteKind b) const {
+/// Whether some edge asks whether a neighbour is a letter.
+bool GraphMaker::AsksForLetters() const {
   for (std::size_t node = 0; node < graph_->next.size(); ++node) {
     for (const PositionEdge& edge : graph_->next[node]) {
-      if (TellsApart(edge.neighbours, a, b)) return true;
+      if (TellsLettersApart(edge.neighbours)) return true;
     }
-    const Neighbours end = graph_->ends[node];
-    if (TellsApart(end, a, b)) return true;
+    if (TellsLettersApart(graph_->ends[node])) return true;
   }
   return false;
 }
 
 void GraphMaker::ClassifyKinds() {
-  const bool letters = AnyEdge(ByteKind::kLetter, ByteKind::kOther);
   graph_->kindOf.fill(ByteKind::kOther);
   graph_->kindOf[kNewline] = ByteKind::kNewline;
-  if (!letters) return;
+  if (!AsksForLetters()) return;
   for (std::size_t c = 0; c < graph_->kindOf.size(); ++c) {
     const int compared =
         options_.translate != nullptr ? (*options_.translate)[c] : static_cast<int>(c);

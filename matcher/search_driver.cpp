@@ -20,6 +20,7 @@
 
 #include "matcher/automaton_executor.h"
 #include "matcher/case_helpers.h"
+#include "matcher/kept_byte.h"
 #include "matcher/matcher.h"
 
 #include <algorithm>
@@ -53,19 +54,6 @@ const char* LineStart(const char* p, const char* begin) {
 Line LineAround(const char* p, const char* begin, const char* limit) {
   return {LineStart(p, begin), LineFrom(p, limit).end};
 }
-
-/// Keeps the byte behind a text, which the automaton overwrites, and puts it back at the end.
-class KeptByte {
- public:
-  explicit KeptByte(char* place) : place_(place), kept_(*place) {}
-  ~KeptByte() { *place_ = kept_; }
-  KeptByte(const KeptByte&) = delete;
-  KeptByte& operator=(const KeptByte&) = delete;
-
- private:
-  char* place_;
-  char kept_;
-};
 
 /// A place in the first line from `begin` to `end` that can hold a match, or null.
 const char* RunAutomaton(PatternAutomaton& automaton, const char* begin, const char* end) {
@@ -165,7 +153,7 @@ struct Search {
   }
 };
 
-/// Looks for the keyword that is the whole of every match.
+/// Looks for a keyword that is itself the match.
 bool FindKeyword(const Search& search, MatchRange& range) {
   KeywordMatch keyword{};
   const int size = static_cast<int>(search.limit - search.text);
@@ -246,7 +234,7 @@ bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range, 
 
   const Search search = {*pattern, text, text + length, std::max(group, 0), notes};
   if (matcher.engineOnly) return FindByEngine(search, true, range);
-  if (search.group == 0 && pattern->exactKeywordCount > 0) return FindKeyword(search, range);
+  if (search.group == 0 && pattern->keywordsAreExact) return FindKeyword(search, range);
   const bool located = pattern->locator != nullptr && !matcher.matchLines &&
                        pattern->locator->Words() == matcher.matchWords;
   return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
