@@ -6,8 +6,8 @@
 
 #include "api/messages.h"
 #include "expr/item_blocks.h"
-#include "matcher/case_helpers.h"
 #include "matcher/matcher.h"
+#include "text/case_helpers.h"
 
 #include <trovex/functions.h>
 #include <cstring>

@@ -6,7 +6,7 @@
 // every road, and a difference ends the program.
 
 #include "bench/benchmark_text.h"
-#include "matcher/place_scan.h"
+#include "matcher/scan/place_scan.h"
 
 #include <benchmark/benchmark.h>
 #ifdef TROVEX_USE_HIGHWAY

@@ -9,7 +9,7 @@
 // wrong answer is worth nothing.
 
 #include "bench/benchmark_text.h"
-#include "matcher/automaton_executor.h"
+#include "matcher/line_filter/automaton_executor.h"
 #include "matcher/matcher.h"
 
 #include <benchmark/benchmark.h>

@@ -7,7 +7,7 @@
 
 #include "fuzz/input.h"
 #include "fuzz/require.h"
-#include "matcher/keyword_set.h"
+#include "matcher/scan/keyword_set.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -10,7 +10,7 @@
 #include "fuzz/require.h"
 #include "matcher/matcher.h"
 #include "tests/heap_text.h"
-#include "tests/matcher/closure_reference.h"
+#include "tests/matcher/line_filter/closure_reference.h"
 
 #include <trovex/functions.h>
 #include <algorithm>

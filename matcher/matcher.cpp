@@ -2,13 +2,13 @@
 
 #include "matcher/matcher.h"
 
-#include "matcher/automaton_compiler.h"
-#include "matcher/automaton_parser.h"
-#include "matcher/case_helpers.h"
-#include "matcher/engine_stream.h"
+#include "matcher/automata/position_graph.h"
+#include "matcher/line_filter/automaton_compiler.h"
+#include "matcher/line_filter/automaton_parser.h"
 #include "matcher/module_state.h"
-#include "matcher/pattern_syntax.h"
-#include "matcher/position_graph.h"
+#include "matcher/pattern/engine_stream.h"
+#include "matcher/pattern/pattern_syntax.h"
+#include "text/case_helpers.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -7,10 +7,10 @@
 #ifndef TROVEX_MATCHER_MATCHER_H
 #define TROVEX_MATCHER_MATCHER_H
 
-#include "matcher/keyword_set.h"
-#include "matcher/match_locator.h"
-#include "matcher/pattern_automaton.h"
-#include "matcher/regular_expression.h"
+#include "matcher/automata/match_locator.h"
+#include "matcher/engine/regular_expression.h"
+#include "matcher/line_filter/pattern_automaton.h"
+#include "matcher/scan/keyword_set.h"
 #include "resources/string_table.h"
 
 #include <cstddef>

@@ -18,10 +18,10 @@
 // When the matcher is told to take every line to the engine in turn, the same matches are found: that
 // plain road is the yardstick that the tests hold the others against.
 
-#include "matcher/automaton_executor.h"
-#include "matcher/case_helpers.h"
 #include "matcher/kept_byte.h"
+#include "matcher/line_filter/automaton_executor.h"
 #include "matcher/matcher.h"
+#include "text/case_helpers.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,7 +3,7 @@
 
 #include "api/messages.h"
 
-#include "matcher/regular_expression.h"
+#include "matcher/engine/regular_expression.h"
 
 #include <gtest/gtest.h>
 #include <array>

@@ -3,9 +3,9 @@
 #ifndef TROVEX_TESTS_MATCHER_ENGINE_ALONE_H
 #define TROVEX_TESTS_MATCHER_ENGINE_ALONE_H
 
-#include "matcher/bounded_matcher.h"
-#include "matcher/byte_map.h"
-#include "matcher/regular_expression.h"
+#include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/regular_expression.h"
+#include "text/byte_map.h"
 
 #include <regex.h>
 #include <cstddef>

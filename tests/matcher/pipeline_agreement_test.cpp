@@ -12,7 +12,7 @@
 #include "matcher/matcher.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
-#include "tests/matcher/closure_reference.h"
+#include "tests/matcher/line_filter/closure_reference.h"
 #include "tests/matcher/small_cases.h"
 #include "tests/visible.h"
 

@@ -5,11 +5,11 @@
 // on the engine, always with all registers. Tens of thousands of random searches must agree with
 // it, in several locales.
 
-#include "matcher/case_helpers.h"
 #include "matcher/matcher.h"
 #include "tests/heap_text.h"
 #include "tests/host_locale.h"
 #include "tests/visible.h"
+#include "text/case_helpers.h"
 
 #include <gtest/gtest.h>
 #include <locale.h>

@@ -1,0 +1,203 @@
+// Building the program of a pattern, and what is known of it before any text.
+
+#include "matcher/engine/bounded_matcher.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace trovex {
+
+BoundedMatcher::BoundedMatcher(SyntaxTree tree) : tree_(std::move(tree)) {
+  Emit(tree_.Root(), {true, false});
+  Append(Operation::kMatch, 0);
+  if (referenced_ != 0) NoteWhatReferencesSee();
+  NoteStart();
+}
+
+/// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.
+void BoundedMatcher::NoteWhatReferencesSee() {
+  seen_.resize(program_.size());
+  bool changed = true;
+  while (changed) {
+    changed = false;
+    for (std::size_t place = program_.size(); place-- > 0;) {
+      const unsigned seen = SeenFrom(static_cast<int>(place));
+      changed = changed || seen != seen_[place];
+      seen_[place] = seen;
+    }
+  }
+}
+
+unsigned BoundedMatcher::SeenFrom(int place) const {
+  const Step& step = At(place);
+  switch (step.operation) {
+    case Operation::kMatch:
+      return 0;
+    case Operation::kJump:
+      return SeenAt(step.first);
+    case Operation::kSplit:
+      return SeenAt(step.first) | SeenAt(step.second);
+    case Operation::kBackReference:
+      return SeenAt(place + 1) | GroupBit(step.first);
+    case Operation::kOpenGroup:
+      return SeenAt(place + 1) & ~GroupBit(step.first);
+    default:
+      return SeenAt(place + 1);
+  }
+}
+
+/// Notes what a match can begin with, and which groups can close before its first byte.
+void BoundedMatcher::NoteStart() {
+  unsigned before = 0;
+  do {
+    before = emptyAtStart_;
+    for (const int place : Closure(0)) {
+      const Step& step = At(place);
+      if (step.operation == Operation::kCloseGroup) emptyAtStart_ |= GroupBit(step.first);
+    }
+  } while (emptyAtStart_ != before);
+
+  for (const int place : Closure(0)) {
+    const Step& step = At(place);
+    if (step.operation == Operation::kByte) firstBytes_.set(static_cast<std::size_t>(step.first));
+    if (step.operation == Operation::kSet) firstBytes_ |= SetOf(step);
+    if (step.operation == Operation::kMatch) canBeEmpty_ = true;
+  }
+}
+
+/// All places that are reached from `from` without a byte, if every anchor on the way holds.
+std::vector<int> BoundedMatcher::Closure(int from) const {
+  std::vector<int> places{from};
+  std::vector<bool> isReached(program_.size());
+  const auto reach = [&](int place) {
+    if (isReached[static_cast<std::size_t>(place)]) return;
+    isReached[static_cast<std::size_t>(place)] = true;
+    places.push_back(place);
+  };
+  std::size_t followed = 0;
+  while (followed < places.size()) {
+    const int place = places[followed++];
+    const Step& step = At(place);
+    switch (step.operation) {
+      case Operation::kByte:
+      case Operation::kSet:
+      case Operation::kMatch:
+        break;
+      case Operation::kJump:
+        reach(step.first);
+        break;
+      case Operation::kSplit:
+        reach(step.first);
+        reach(step.second);
+        break;
+      case Operation::kBackReference:
+        if (from == 0 && (emptyAtStart_ & GroupBit(step.first)) != 0) reach(place + 1);
+        break;
+      default:
+        reach(place + 1);
+    }
+  }
+  return places;
+}
+
+int BoundedMatcher::Append(Operation operation, int first, int second) {
+  program_.push_back({operation, first, second});
+  return Here() - 1;
+}
+
+// Recurses once per level of nesting, which is limited.
+void BoundedMatcher::Emit(int index, Copy copy) {
+  const SyntaxNode& node = tree_.Node(index);
+  switch (node.kind) {
+    case SyntaxKind::kEmpty:
+      return;
+    case SyntaxKind::kByte:
+      Append(Operation::kByte, node.value);
+      return;
+    case SyntaxKind::kSet:
+      Append(Operation::kSet, node.value);
+      return;
+    case SyntaxKind::kAnchor:
+      Append(Operation::kAnchor, node.value);
+      return;
+    case SyntaxKind::kBackReference:
+      referenced_ |= GroupBit(node.value);
+      Append(Operation::kBackReference, node.value);
+      return;
+    case SyntaxKind::kGroup:
+      EmitGroup(node, copy);
+      return;
+    case SyntaxKind::kConcat:
+      for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling) {
+        Emit(c, {copy.isFirst, false});
+      }
+      return;
+    case SyntaxKind::kAlternate:
+      EmitAlternatives(node, copy.isFirst);
+      return;
+    case SyntaxKind::kRepeat:
+      EmitRepeat(node, copy.isFirst);
+      return;
+  }
+}
+
+void BoundedMatcher::EmitGroup(const SyntaxNode& node, Copy copy) {
+  const int open = Append(Operation::kOpenGroup, node.value, copy.isOptional ? 1 : 0);
+  Emit(node.firstChild, {copy.isFirst, false});
+  Append(Operation::kCloseGroup, node.value, open);
+  if ((writtenOut_ & GroupBit(node.value)) != 0) copied_ |= GroupBit(node.value);
+  writtenOut_ |= GroupBit(node.value);
+}
+
+void BoundedMatcher::EmitAlternatives(const SyntaxNode& node, bool isFirst) {
+  std::vector<int> alternatives;
+  for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling) {
+    alternatives.push_back(c);
+  }
+  // Of "|x" the engine tries "x" first, though of "x||y" the empty alternative before "y".
+  if (IsNothing(alternatives[0])) std::swap(alternatives[0], alternatives[1]);
+
+  std::vector<int> jumps;
+  for (const int alternative : alternatives) {
+    if (alternative == alternatives.back()) {
+      Emit(alternative, {isFirst, false});
+      break;
+    }
+    const int split = Append(Operation::kSplit, Here() + 1);
+    Emit(alternative, {isFirst, false});
+    jumps.push_back(Append(Operation::kJump, 0));
+    At(split).second = Here();
+  }
+  for (const int jump : jumps)
+    At(jump).first = Here();
+}
+
+void BoundedMatcher::EmitRepeat(const SyntaxNode& node, bool isFirst) {
+  for (int i = 0; i < node.min; ++i)
+    Emit(node.firstChild, {isFirst && i == 0, false});
+  const Copy next{isFirst && node.min == 0, isFirst};
+  if (node.max == kUnbounded) {
+    const int split = Append(Operation::kSplit, Here() + 1);
+    Emit(node.firstChild, next);
+    Append(Operation::kJump, split);
+    At(split).second = Here();
+    return;
+  }
+  // "x{0,3}" is "((x|)x|)x|": all choices come first, and the outermost skips all.
+  const int count = node.max - node.min;
+  const int splits = Here();
+  for (int i = 0; i < count; ++i)
+    Append(Operation::kSplit, Here() + 1);
+  for (int i = 1; i <= count; ++i) {
+    Emit(node.firstChild, i == 1 ? next : Copy{false, false});
+    At(splits + count - i).second = Here();
+  }
+}
+
+bool BoundedMatcher::IsNothing(int index) const {
+  const SyntaxNode& node = tree_.Node(index);
+  return node.kind == SyntaxKind::kEmpty || (node.kind == SyntaxKind::kRepeat && node.max == 0);
+}
+
+}  // namespace trovex

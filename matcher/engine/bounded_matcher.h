@@ -1,0 +1,126 @@
+// The library's own search for the few patterns that must not be given to the engine
+// (pattern_hazards.h), with bounds on time and memory and no recursion.
+//
+// The pattern becomes a program of small steps. A run of the program tries one way through it and
+// keeps the other ways for later, on a stack of its own. Ways are tried in the engine's order: as
+// much as possible for repetitions, alternatives from the left. What was tried once, at the same
+// place of program and text and with the same ranges of the groups that back-references name, is
+// never tried again; so a run ends, and for a pattern without back-references its time is at most
+// the length of the program times that of the text.
+//
+// The longest match is the farthest end that any way reaches; the groups are those of the first way
+// that reaches it. A loop that consumes nothing is left the second time its start is reached. The
+// engine does the same, and gives the earlier range to a group that an empty round of a repetition
+// would set anew.
+//
+// What back-references match is the engine's reading too, which is not the obvious one:
+//
+// - A group in "(...)+" or "(...){2}" is written out more than once, and where several of these
+//   can close at the same place, the engine knows only some of their ranges. So "(.+)+\1" matches
+//   "aa" of "aaa".
+// - Before the first byte of a match, a back-reference matches nothing at all if its group could
+//   have closed there, whether it has or not. So "((a*)b)*\2" matches the empty text.
+
+#ifndef TROVEX_MATCHER_ENGINE_BOUNDED_MATCHER_H
+#define TROVEX_MATCHER_ENGINE_BOUNDED_MATCHER_H
+
+#include "matcher/pattern/pattern_syntax.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace trovex {
+
+/// The text that a match must lie in.
+struct BoundedText {
+  const char* begin;
+  int length;
+  bool endsLine;  // whether "$" matches at its end
+};
+
+/// The range of a group, -1 twice if it took no part.
+struct GroupRange {
+  int start = -1;
+  int end = -1;
+
+  bool operator==(const GroupRange&) const = default;
+};
+
+class BoundedMatcher {
+ public:
+  explicit BoundedMatcher(SyntaxTree tree);
+
+  /// Finds the leftmost-longest match that starts from `from` to `lastStart`. Writes the ranges of
+  /// the whole match and of the groups; returns false, without writing, if there is none or if it
+  /// was not found within the bounds.
+  bool Find(const BoundedText& text, int from, int lastStart,
+            std::vector<GroupRange>& ranges) const;
+
+  /// The ranges of the groups of the match that is known to be `match`. Returns false, without
+  /// writing, if they were not found within the bounds.
+  bool FindGroups(const BoundedText& text, GroupRange match, std::vector<GroupRange>& ranges) const;
+
+ private:
+  friend class BoundedRun;
+  friend class CopiedBrackets;
+
+  enum class Operation : unsigned char {
+    kByte,           // first: the byte
+    kSet,            // first: index of the set
+    kAnchor,         // first: an Anchor
+    kBackReference,  // first: the group
+    kSplit,          // first, then second
+    kJump,           // first
+    kOpenGroup,      // first: the group; second: whether a repetition made it optional
+    kCloseGroup,     // first: the group; second: the place of its opening bracket
+    kMatch,
+  };
+  struct Step {
+    Operation operation;
+    int first = 0;
+    int second = 0;
+  };
+
+  /// Which writing-out of an expression is meant. An empty round of a repetition leaves a group as
+  /// it was, but only in the first writing-out: the engine forgets it in the others.
+  struct Copy {
+    bool isFirst;
+    bool isOptional;  // the body of a repetition that may be left out
+  };
+
+  void Emit(int index, Copy copy);
+  void EmitGroup(const SyntaxNode& node, Copy copy);
+  void EmitAlternatives(const SyntaxNode& node, bool isFirst);
+  void EmitRepeat(const SyntaxNode& node, bool isFirst);
+  bool IsNothing(int index) const;
+  int Append(Operation operation, int first, int second = 0);
+  void NoteWhatReferencesSee();
+  unsigned SeenFrom(int place) const;
+  void NoteStart();
+  std::vector<int> Closure(int from) const;
+
+  int Here() const { return static_cast<int>(program_.size()); }
+  Step& At(int place) { return program_[static_cast<std::size_t>(place)]; }
+  const Step& At(int place) const { return program_[static_cast<std::size_t>(place)]; }
+  const CharSet& SetOf(const Step& step) const {
+    return tree_.sets[static_cast<std::size_t>(step.first)];
+  }
+  unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }
+
+  /// Sets of groups are bits. Only the groups 1 to 9 can be referred to.
+  static unsigned GroupBit(int group) { return group <= 9 ? 1U << group : 0; }
+
+  SyntaxTree tree_;
+  std::vector<Step> program_;
+  unsigned referenced_ = 0;     // the groups that back-references name
+  unsigned writtenOut_ = 0;     // the groups that stand in the program
+  unsigned copied_ = 0;         // those that stand there more than once
+  unsigned emptyAtStart_ = 0;   // those that can close before the first byte
+  std::vector<unsigned> seen_;  // by place: whose present range is asked for later
+  CharSet firstBytes_;          // what a match can begin with, unless it can be empty
+  bool canBeEmpty_ = false;
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_ENGINE_BOUNDED_MATCHER_H

@@ -1,0 +1,517 @@
+// Running the program of a pattern over a text.
+
+#include "matcher/engine/bounded_matcher.h"
+#include "matcher/limits.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <utility>
+#include <vector>
+
+namespace trovex {
+
+namespace {
+
+/// The ranges of the groups 1 to 9, which decide what a back-reference matches.
+using Captures = std::array<GroupRange, 10>;
+
+struct CapturesLess {
+  bool operator()(const Captures& a, const Captures& b) const {
+    return std::lexicographical_compare(
+        a.begin(), a.end(), b.begin(), b.end(), [](const GroupRange& x, const GroupRange& y) {
+          return x.start != y.start ? x.start < y.start : x.end < y.end;
+        });
+  }
+};
+
+/// What was tried already: a set of triples that is emptied in time proportional to its size.
+class TriedSet {
+ public:
+  TriedSet() : slots_(kFirstSize) {}
+
+  /// Adds a triple; returns false if it was there.
+  bool Add(std::uint32_t place, std::uint32_t position, std::uint32_t captures) {
+    if ((used_.size() + 1) * 2 > slots_.size()) Grow();
+    const Triple triple{place + 1, position, captures};
+    Triple& slot = slots_[SlotOf(triple)];
+    if (slot.place != 0) return false;
+    used_.push_back(static_cast<std::uint32_t>(&slot - slots_.data()));
+    slot = triple;
+    return true;
+  }
+  std::size_t Size() const { return used_.size(); }
+  void Clear() {
+    for (const std::uint32_t slot : used_)
+      slots_[slot] = {};
+    used_.clear();
+  }
+
+ private:
+  struct Triple {
+    std::uint32_t place = 0;  // 0: a free slot
+    std::uint32_t position = 0;
+    std::uint32_t captures = 0;
+    bool operator==(const Triple&) const = default;
+  };
+  static constexpr std::size_t kFirstSize = 64;  // sizes are powers of two
+
+  std::size_t SlotOf(const Triple& triple) const {
+    std::uint64_t hash =
+        (std::uint64_t{triple.place} << 32 | triple.position) * 0x9E3779B97F4A7C15U;
+    hash = (hash ^ (hash >> 32) ^ triple.captures) * 0xD6E8FEB86659FD93U;
+    std::size_t slot = (hash >> 32) & (slots_.size() - 1);
+    while (slots_[slot].place != 0 && slots_[slot] != triple) {
+      slot = (slot + 1) & (slots_.size() - 1);
+    }
+    return slot;
+  }
+
+  void Grow() {
+    std::vector<Triple> old(slots_.size() * 2);
+    old.swap(slots_);
+    for (std::uint32_t& used : used_) {
+      const Triple triple = old[used];
+      used = static_cast<std::uint32_t>(SlotOf(triple));
+      slots_[used] = triple;
+    }
+  }
+
+  std::vector<Triple> slots_;
+  std::vector<std::uint32_t> used_;
+};
+
+/// The text as the program sees it.
+class TextReader {
+ public:
+  TextReader(const SyntaxTree& tree, const BoundedText& text) : tree_(tree), text_(text) {}
+
+  int Length() const { return text_.length; }
+  bool IsEnd(int position) const { return position == text_.length; }
+  int ByteAt(int position) const {
+    return tree_.translate[static_cast<unsigned char>(text_.begin[position])];
+  }
+  bool IsByteAt(int position, int byte) const {
+    return !IsEnd(position) && ByteAt(position) == byte;
+  }
+  bool IsInSetAt(int position, const CharSet& set) const {
+    return !IsEnd(position) && set.test(static_cast<std::size_t>(ByteAt(position)));
+  }
+
+  bool Holds(Anchor anchor, int position) const {
+    const bool wordBefore = IsWordAt(position - 1);
+    const bool wordBehind = IsWordAt(position);
+    switch (anchor) {
+      case Anchor::kLineStart:
+        return position == 0 || ByteAt(position - 1) == '\n';
+      case Anchor::kLineEnd:
+        return IsEnd(position) ? text_.endsLine : ByteAt(position) == '\n';
+      case Anchor::kTextStart:
+        return position == 0;
+      case Anchor::kTextEnd:
+        return IsEnd(position);
+      case Anchor::kWordStart:
+        return !wordBefore && wordBehind;
+      case Anchor::kWordEnd:
+        return wordBefore && !wordBehind;
+      case Anchor::kWordEdge:
+        return wordBefore != wordBehind;
+      case Anchor::kNotWordEdge:
+        return wordBefore == wordBehind;
+    }
+    return false;
+  }
+
+ private:
+  bool IsWordAt(int position) const {
+    return position >= 0 && position < text_.length && IsEngineWordByte(ByteAt(position));
+  }
+
+  const SyntaxTree& tree_;
+  const BoundedText text_;
+};
+
+}  // namespace
+
+/// Where the groups that are written out more than once can open and close in the text, from one
+/// start on, by ways that pass no back-reference.
+class CopiedBrackets {
+ public:
+  CopiedBrackets(const BoundedMatcher& matcher, const TextReader& text)
+      : matcher_(matcher), text_(text), isReached_(matcher.program_.size()) {}
+
+  void StartAt(int start) {
+    start_ = start;
+    brackets_.clear();
+    reached_.clear();
+    reached_.push_back(0);
+  }
+
+  static constexpr int kNone = -1;
+
+  struct Closes {
+    int first = kNone;
+    int last = kNone;
+  };
+  /// The first and the last closing bracket of `group` that is reached at `position`.
+  Closes ClosesOf(int group, int position) {
+    return At(position).closes[static_cast<std::size_t>(group)];
+  }
+
+  /// Whether the opening bracket at `place` is reached at `position`.
+  bool Opens(int place, int position) {
+    const std::vector<int>& opens = At(position).opens;
+    return std::binary_search(opens.begin(), opens.end(), place);
+  }
+
+  /// The steps that were taken since the object was made.
+  std::int64_t Steps() const { return steps_; }
+
+ private:
+  using Operation = BoundedMatcher::Operation;
+
+  struct Brackets {
+    std::array<Closes, 10> closes;  // by group
+    std::vector<int> opens;         // in the program's order
+  };
+
+  const Brackets& At(int position) {
+    while (start_ + static_cast<int>(brackets_.size()) <= position)
+      ReadOn();
+    return brackets_[static_cast<std::size_t>(position - start_)];
+  }
+
+  /// Finds all that is reached at the next position, and what is reached first at the one behind.
+  void ReadOn() {
+    const int position = start_ + static_cast<int>(brackets_.size());
+    Brackets& brackets = brackets_.emplace_back();
+    for (const int place : reached_)
+      isReached_[static_cast<std::size_t>(place)] = true;
+    std::size_t followed = 0;
+    while (followed < reached_.size())
+      Follow(reached_[followed++], position, brackets);
+    std::sort(brackets.opens.begin(), brackets.opens.end());
+    steps_ += static_cast<std::int64_t>(reached_.size()) + 1;
+    for (const int place : reached_)
+      isReached_[static_cast<std::size_t>(place)] = false;
+    reached_.swap(next_);
+    next_.clear();
+  }
+
+  void Follow(int place, int position, Brackets& brackets) {
+    const BoundedMatcher::Step& step = matcher_.At(place);
+    switch (step.operation) {
+      case Operation::kByte:
+        if (text_.IsByteAt(position, step.first)) next_.push_back(place + 1);
+        return;
+      case Operation::kSet:
+        if (text_.IsInSetAt(position, matcher_.SetOf(step))) next_.push_back(place + 1);
+        return;
+      case Operation::kAnchor:
+        if (text_.Holds(static_cast<Anchor>(step.first), position)) Reach(place + 1);
+        return;
+      case Operation::kSplit:
+        Reach(step.first);
+        Reach(step.second);
+        return;
+      case Operation::kJump:
+        Reach(step.first);
+        return;
+      case Operation::kOpenGroup:
+        if (IsCopied(step.first)) brackets.opens.push_back(place);
+        Reach(place + 1);
+        return;
+      case Operation::kCloseGroup:
+        if (IsCopied(step.first)) {
+          Closes& closes = brackets.closes[static_cast<std::size_t>(step.first)];
+          if (closes.first == kNone || place < closes.first) closes.first = place;
+          closes.last = std::max(closes.last, place);
+        }
+        Reach(place + 1);
+        return;
+      case Operation::kBackReference:
+      case Operation::kMatch:
+        return;
+    }
+  }
+
+  bool IsCopied(int group) const {
+    return (matcher_.copied_ & BoundedMatcher::GroupBit(group)) != 0;
+  }
+
+  void Reach(int place) {
+    if (isReached_[static_cast<std::size_t>(place)]) return;
+    isReached_[static_cast<std::size_t>(place)] = true;
+    reached_.push_back(place);
+  }
+
+  const BoundedMatcher& matcher_;
+  const TextReader& text_;
+  int start_ = 0;
+  std::vector<Brackets> brackets_;  // by position, from the start on
+  std::vector<int> reached_;        // at the position behind those
+  std::vector<int> next_;           // at the one behind that
+  std::vector<bool> isReached_;     // by place: whether it stands in `reached_`
+  std::int64_t steps_ = 0;
+};
+
+/// Runs of one program over one text, under one bound.
+class BoundedRun {
+ public:
+  BoundedRun(const BoundedMatcher& matcher, const BoundedText& text)
+      : matcher_(matcher), text_(matcher.tree_, text), brackets_(matcher, text_) {}
+
+  /// Finds the end of the longest match from `start`, or, if `end` is not negative, a way from
+  /// `start` to `end`. Returns whether there is one.
+  bool From(int start, int end) {
+    if (!CanStartAt(start)) return false;
+    tried_.Clear();
+    ways_.clear();
+    trail_.clear();
+    bestEnd_ = -1;
+    requiredEnd_ = end;
+    start_ = start;
+    brackets_.StartAt(start);
+    captureNumbers_.clear();
+    captures_.clear();
+    way_ = {0, start, 0, NumberOf({})};
+    do {
+      FollowWay();
+      if (exhausted_) return false;
+    } while (!Satisfied() && ResumeWay());
+    return bestEnd_ >= 0;
+  }
+
+  bool Exhausted() const { return exhausted_; }
+
+  /// The ranges of the match that was found from `start`.
+  std::vector<GroupRange> Ranges(int start) const {
+    std::vector<GroupRange> ranges(static_cast<std::size_t>(matcher_.tree_.groupCount) + 1);
+    std::vector<GroupRange> accepted = ranges;
+    for (const Passage& passage : bestTrail_) {
+      const BoundedMatcher::Step& step = matcher_.At(passage.place);
+      GroupRange& range = ranges[static_cast<std::size_t>(step.first)];
+      if (step.operation == BoundedMatcher::Operation::kOpenGroup) {
+        range = {passage.position, -1};
+      } else if (range.start < passage.position) {
+        range.end = passage.position;
+        accepted = ranges;
+      } else if (IsOptional(step) && accepted[static_cast<std::size_t>(step.first)].start >= 0) {
+        ranges = accepted;  // an empty round that changes nothing
+      } else {
+        range.end = passage.position;
+      }
+    }
+    ranges[0] = {start, bestEnd_};
+    return ranges;
+  }
+
+ private:
+  /// A bracket that a way has passed.
+  struct Passage {
+    int place;
+    int position;
+  };
+  /// A way: where it stands, and what it has passed.
+  struct Way {
+    int place;
+    int position;
+    std::uint32_t trail;     // how long the trail is
+    std::uint32_t captures;  // number of its captures
+  };
+
+  bool CanStartAt(int start) const {
+    return matcher_.canBeEmpty_ || text_.IsInSetAt(start, matcher_.firstBytes_);
+  }
+
+  bool IsOptional(const BoundedMatcher::Step& close) const {
+    return matcher_.At(close.second).second != 0;
+  }
+
+  bool Satisfied() const { return bestEnd_ >= 0 && (requiredEnd_ >= 0 || text_.IsEnd(bestEnd_)); }
+
+  /// Goes on with the latest way that was kept, at the second branch of its split.
+  bool ResumeWay() {
+    while (!ways_.empty()) {
+      way_ = ways_.back();
+      ways_.pop_back();
+      trail_.resize(way_.trail);
+      if (TakeSecondBranch()) return true;
+    }
+    return false;
+  }
+
+  /// Follows the way to its end.
+  void FollowWay() {
+    while (TakeStep()) {
+      if (++steps_ > kMaxBoundedSteps || tried_.Size() > kMaxBoundedStates ||
+          trail_.size() > kMaxBoundedStates || captures_.size() > kMaxBoundedCaptures) {
+        exhausted_ = true;
+        return;
+      }
+    }
+  }
+
+  /// Takes one step; returns false where the way ends.
+  bool TakeStep() {
+    const BoundedMatcher::Step& step = matcher_.At(way_.place);
+    switch (step.operation) {
+      case BoundedMatcher::Operation::kByte:
+        return text_.IsByteAt(way_.position, step.first) && Advance(1);
+      case BoundedMatcher::Operation::kSet:
+        return text_.IsInSetAt(way_.position, matcher_.SetOf(step)) && Advance(1);
+      case BoundedMatcher::Operation::kAnchor:
+        return text_.Holds(static_cast<Anchor>(step.first), way_.position) && Advance(0);
+      case BoundedMatcher::Operation::kBackReference:
+        return TakeBackReference(step.first);
+      case BoundedMatcher::Operation::kSplit:
+        return TakeSplit(step);
+      case BoundedMatcher::Operation::kJump:
+        way_.place = step.first;
+        return true;
+      case BoundedMatcher::Operation::kOpenGroup:
+      case BoundedMatcher::Operation::kCloseGroup:
+        PassBracket(step);
+        return Advance(0);
+      case BoundedMatcher::Operation::kMatch:
+        NoteMatch();
+        return false;
+    }
+    return false;
+  }
+
+  bool Advance(int bytes) {
+    way_.position += bytes;
+    ++way_.place;
+    return true;
+  }
+
+  /// Each branch is tried once. Coming to the split again, as a loop does that consumed nothing,
+  /// takes the second.
+  bool TakeSplit(const BoundedMatcher::Step& step) {
+    if (Try(way_.place, 0)) {
+      ways_.push_back(way_);
+      ways_.back().trail = static_cast<std::uint32_t>(trail_.size());
+      way_.place = step.first;
+      return true;
+    }
+    return TakeSecondBranch();
+  }
+
+  bool TakeSecondBranch() {
+    if (!Try(way_.place, 1)) return false;
+    way_.place = matcher_.At(way_.place).second;
+    return true;
+  }
+
+  bool Try(int place, int branch) {
+    return tried_.Add(static_cast<std::uint32_t>(place * 2 + branch),
+                      static_cast<std::uint32_t>(way_.position), way_.captures);
+  }
+
+  bool TakeBackReference(int group) {
+    if (way_.position == start_ &&
+        (matcher_.emptyAtStart_ & BoundedMatcher::GroupBit(group)) != 0) {
+      return Advance(0);
+    }
+    const GroupRange range = (*captures_[way_.captures])[static_cast<std::size_t>(group)];
+    if (range.end < 0) return false;
+    const int length = range.end - range.start;
+    if (length > text_.Length() - way_.position) return false;
+    for (int i = 0; i < length; ++i) {
+      if (text_.ByteAt(range.start + i) != text_.ByteAt(way_.position + i)) return false;
+    }
+    steps_ += length / 8;  // a comparison is less than a step
+    return Advance(length);
+  }
+
+  void PassBracket(const BoundedMatcher::Step& step) {
+    trail_.push_back({way_.place, way_.position});
+    if ((matcher_.referenced_ & BoundedMatcher::GroupBit(step.first)) == 0) return;
+    Captures captures = *captures_[way_.captures];
+    GroupRange& range = captures[static_cast<std::size_t>(step.first)];
+    if (step.operation == BoundedMatcher::Operation::kOpenGroup) {
+      range = {way_.position, -1};
+    } else {
+      range.end = IsSeen(step.first, range.start) ? way_.position : -1;
+    }
+    way_.captures = NumberOf(captures);
+  }
+
+  /// Whether back-references see that `group` opened at `start` and closes here. Of a group that is
+  /// written out once, they do. Otherwise the engine knows the range only if the first writing-out
+  /// that closes here could have begun at `start` too, and may be asked for later. And it follows
+  /// only ways through the last that closes here, unless nothing lies between.
+  bool IsSeen(int group, int start) {
+    if ((matcher_.copied_ & BoundedMatcher::GroupBit(group)) == 0) return true;
+    const std::int64_t before = brackets_.Steps();
+    const auto [first, last] = brackets_.ClosesOf(group, way_.position);
+    steps_ += brackets_.Steps() - before;
+    if (first == CopiedBrackets::kNone) return true;
+    if (!brackets_.Opens(matcher_.At(first).second, start) ||
+        (matcher_.SeenAt(first) & BoundedMatcher::GroupBit(group)) == 0)
+      return false;
+    return start == way_.position || LeadsTo(way_.place, last) || LeadsTo(last, way_.place);
+  }
+
+  /// Whether the program can go from `from` to `to` without a byte.
+  bool LeadsTo(int from, int to) {
+    if (from == to) return true;
+    const std::vector<int> closure = matcher_.Closure(from);
+    steps_ += static_cast<std::int64_t>(closure.size() + matcher_.program_.size() / 64);
+    return std::find(closure.begin(), closure.end(), to) != closure.end();
+  }
+
+  /// The number of `captures`: the same for the same.
+  std::uint32_t NumberOf(const Captures& captures) {
+    const auto next = static_cast<std::uint32_t>(captures_.size());
+    const auto [entry, isNew] = captureNumbers_.try_emplace(captures, next);
+    if (isNew) captures_.push_back(&entry->first);
+    return entry->second;
+  }
+
+  void NoteMatch() {
+    if (requiredEnd_ >= 0 ? way_.position != requiredEnd_ : way_.position <= bestEnd_) return;
+    bestEnd_ = way_.position;
+    bestTrail_ = trail_;
+  }
+
+  const BoundedMatcher& matcher_;
+  const TextReader text_;
+  CopiedBrackets brackets_;
+  TriedSet tried_;
+  std::map<Captures, std::uint32_t, CapturesLess> captureNumbers_;
+  std::vector<const Captures*> captures_;  // by number
+  std::vector<Way> ways_;
+  std::vector<Passage> trail_;
+  std::vector<Passage> bestTrail_;
+  Way way_{};
+  int bestEnd_ = -1;
+  int requiredEnd_ = -1;
+  int start_ = 0;
+  std::int64_t steps_ = 0;
+  bool exhausted_ = false;
+};
+
+bool BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
+                          std::vector<GroupRange>& ranges) const {
+  BoundedRun run(*this, text);
+  for (int start = from; start <= lastStart && !run.Exhausted(); ++start) {
+    if (!run.From(start, -1)) continue;
+    ranges = run.Ranges(start);
+    return true;
+  }
+  return false;
+}
+
+bool BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
+                                std::vector<GroupRange>& ranges) const {
+  BoundedRun run(*this, text);
+  if (!run.From(match.start, match.end)) return false;
+  ranges = run.Ranges(match.start);
+  return true;
+}
+
+}  // namespace trovex

@@ -1,0 +1,234 @@
+// Compiling with, searching with and freeing what the engine made of a pattern.
+
+#include "matcher/engine/regular_expression.h"
+
+#include "matcher/limits.h"
+#include "matcher/pattern/pattern_limits.h"
+
+#include <locale.h>
+#include <algorithm>
+#include <array>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+#include <vector>
+
+namespace trovex {
+
+namespace {
+
+constexpr int kFirstErrorCode = 1;
+constexpr int kLastErrorCode = 16;
+
+/// The C locale for this thread, for as long as the object lives.
+class CLocaleScope {
+ public:
+  CLocaleScope()
+      : cLocale_(newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr))),
+        hostLocale_(uselocale(cLocale_)) {}
+  ~CLocaleScope() {
+    uselocale(hostLocale_);
+    freelocale(cLocale_);
+  }
+  CLocaleScope(const CLocaleScope&) = delete;
+  CLocaleScope& operator=(const CLocaleScope&) = delete;
+
+ private:
+  locale_t cLocale_;
+  locale_t hostLocale_;
+};
+
+/// The error code that `sentence`, an answer of the engine under the C locale, stands for. The
+/// engine keeps one sentence per code and gives no other sign of the code; 0 when it is none of
+/// them.
+int ErrorCodeOf(const char* sentence) {
+  for (int code = kFirstErrorCode; code <= kLastErrorCode; ++code) {
+    std::array<char, 128> known{};
+    regerror(code, nullptr, known.data(), known.size());
+    if (std::strcmp(sentence, known.data()) == 0) return code;
+  }
+  return 0;
+}
+
+/// Compiles `pattern` into `buffer`, which is empty. Returns whether that went well; otherwise
+/// `error` is the error's message number.
+bool CompileProgram(const std::string& pattern, const ByteMap* translate, re_pattern_buffer& buffer,
+                    MessageNumber& error) {
+  if (translate != nullptr) {
+    // The engine frees the table, with free(), together with the program.
+    buffer.translate = static_cast<unsigned char*>(std::malloc(translate->size()));
+    if (buffer.translate == nullptr) throw std::bad_alloc();
+    std::memcpy(buffer.translate, translate->data(), translate->size());
+  }
+  const CLocaleScope cLocale;
+  // The syntax word is the whole process's; the host may have one of its own.
+  const reg_syntax_t hostSyntax = re_set_syntax(kPatternSyntax);
+  const char* sentence = re_compile_pattern(pattern.data(), pattern.size(), &buffer);
+  re_set_syntax(hostSyntax);
+  if (sentence != nullptr) error = MessageForRegexError(ErrorCodeOf(sentence));
+  return sentence == nullptr;
+}
+
+}  // namespace
+
+MessageNumber MessageForRegexError(int code) {
+  if (code < kFirstErrorCode || code > kLastErrorCode) return MessageNumber::kNone;
+  const auto first = static_cast<int>(MessageNumber::kTextNotFound);
+  return static_cast<MessageNumber>(first + code - kFirstErrorCode);
+}
+
+MatchRegisters::MatchRegisters(bool wholeMatchOnly) : wholeMatchOnly_(wholeMatchOnly) {
+  if (wholeMatchOnly) {
+    registers_.num_regs = 1;
+    registers_.start = &wholeStart_;
+    registers_.end = &wholeEnd_;
+  }
+}
+
+MatchRegisters::~MatchRegisters() {
+  // Where memory for the second array ran out, the engine has freed the first and left its address.
+  if (wholeMatchOnly_ || registers_.num_regs == 0) return;
+  std::free(registers_.start);
+  std::free(registers_.end);
+}
+
+/// Takes over `ranges`, of the whole match and of every group.
+void MatchRegisters::Set(const std::vector<GroupRange>& ranges) {
+  if (!wholeMatchOnly_ && registers_.num_regs == 0) {
+    // The engine may go on with these arrays, and frees and grows them as its own.
+    auto* starts = static_cast<regoff_t*>(std::malloc(ranges.size() * sizeof(regoff_t)));
+    auto* ends = static_cast<regoff_t*>(std::malloc(ranges.size() * sizeof(regoff_t)));
+    if (starts == nullptr || ends == nullptr) {
+      std::free(starts);
+      std::free(ends);
+      throw std::bad_alloc();
+    }
+    registers_.start = starts;
+    registers_.end = ends;
+    registers_.num_regs = static_cast<decltype(registers_.num_regs)>(ranges.size());
+  }
+  for (std::size_t i = 0; i < registers_.num_regs; ++i) {
+    const GroupRange range = i < ranges.size() ? ranges[i] : GroupRange{};
+    registers_.start[i] = range.start;
+    registers_.end[i] = range.end;
+  }
+}
+
+RegularExpression::~RegularExpression() {
+  // Frees the compiled program and the translate table; both may be null.
+  regfree(&buffer_);
+}
+
+MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
+                                         const ByteMap* translate) {
+  SyntaxTree tree = ParsePattern(pattern, length, translate);
+  const MessageNumber excess = CheckPatternLimits(tree);
+  if (excess != MessageNumber::kNone) return excess;
+
+  pattern_.assign(pattern, length);
+  MessageNumber error = MessageNumber::kNone;
+  compiled_ = CompileProgram(pattern_, translate, buffer_, error);
+  if (compiled_) NoteHazards(std::move(tree));
+  return error;
+}
+
+/// Keeps the tree where a search may need it.
+void RegularExpression::NoteHazards(SyntaxTree tree) {
+  hazards_ = FindHazards(tree);
+  if (hazards_.groups || hazards_.search) {
+    bounded_ = std::make_unique<BoundedMatcher>(std::move(tree));
+  }
+}
+
+int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers) {
+  const BoundedText text{line, length, true};
+  if (hazards_.search) {
+    return FindBounded(text, from, length, registers) ? registers.Start(0) : -1;
+  }
+  if (!AreGroupsBounded(registers)) return SearchEngine(line, length, from, registers);
+  MatchRegisters whole(true);
+  const int start = SearchEngine(line, length, from, whole);
+  if (start >= 0) FillGroups(text, {start, whole.End(0)}, registers);
+  return start;
+}
+
+int RegularExpression::MatchWithin(const char* line, int length, int start,
+                                   MatchRegisters& registers) {
+  const BoundedText text{line, length, false};
+  if (hazards_.search) {
+    return FindBounded(text, start, start, registers) ? registers.End(0) - start : -1;
+  }
+  if (!AreGroupsBounded(registers)) return MatchEngineWithin(line, length, start, registers);
+  MatchRegisters whole(true);
+  const int matched = MatchEngineWithin(line, length, start, whole);
+  if (matched >= 0) FillGroups(text, {start, start + matched}, registers);
+  return matched;
+}
+
+/// Finds a match and its groups without the engine.
+bool RegularExpression::FindBounded(const BoundedText& text, int from, int lastStart,
+                                    MatchRegisters& registers) const {
+  std::vector<GroupRange> ranges;
+  if (!bounded_->Find(text, from, lastStart, ranges)) return false;
+  registers.Set(ranges);
+  return true;
+}
+
+/// Fills the registers for `match`, which the engine has found. If its groups are not found within
+/// the bounds, they took no part.
+void RegularExpression::FillGroups(const BoundedText& text, GroupRange match,
+                                   MatchRegisters& registers) const {
+  std::vector<GroupRange> ranges;
+  if (!bounded_->FindGroups(text, match, ranges)) ranges.assign(GroupCount() + 1, {});
+  ranges[0] = match;
+  registers.Set(ranges);
+}
+
+int RegularExpression::SearchEngine(const char* line, int length, int from,
+                                    MatchRegisters& registers) {
+  RenewIfDamaged();
+  UseRegisters(registers);
+  buffer_.not_eol = 0;
+  return Checked(re_search(&buffer_, line, length, from, length - from, &registers.registers_));
+}
+
+int RegularExpression::MatchEngineWithin(const char* line, int length, int start,
+                                         MatchRegisters& registers) {
+  RenewIfDamaged();
+  UseRegisters(registers);
+  buffer_.not_eol = 1;
+  return Checked(re_match(&buffer_, line, length, start, &registers.registers_));
+}
+
+/// Looks at an answer of the engine's search or match, which is -2 when memory ran out: a line that
+/// was not searched to its end must not count as one without a match.
+int RegularExpression::Checked(int answer) {
+  if (answer != -2) return answer;
+  damaged_ = true;
+  throw std::bad_alloc();
+}
+
+void RegularExpression::RenewIfDamaged() {
+  if (!damaged_) return;
+  ByteMap translate{};
+  const bool translates = buffer_.translate != nullptr;
+  if (translates) std::copy_n(buffer_.translate, translate.size(), translate.begin());
+  RegularExpression renewed;
+  renewed.Compile(pattern_.data(), pattern_.size(), translates ? &translate : nullptr);
+  if (!renewed.compiled_) throw std::bad_alloc();
+  std::swap(buffer_, renewed.buffer_);
+  damaged_ = false;
+}
+
+void RegularExpression::UseRegisters(MatchRegisters& registers) {
+  if (registers.wholeMatchOnly_) {
+    buffer_.regs_allocated = REGS_FIXED;
+  } else {
+    buffer_.regs_allocated =
+        registers.registers_.num_regs == 0 ? REGS_UNALLOCATED : REGS_REALLOCATE;
+  }
+}
+
+}  // namespace trovex

@@ -1,0 +1,133 @@
+// One pattern compiled by the C library's regular-expression engine, the authority on what matches
+// and where.
+//
+// The engine is reached through its own interface of `regex.h` (`re_compile_pattern`, `re_search`,
+// `re_match`) with a syntax of our choice: POSIX extended expressions without character-class
+// names, with "^" and "$" as anchors everywhere, a line feed in the pattern as "|", and
+// back-references.
+//
+// Where the engine runs out of memory in a search, the states that it was about to make stay
+// half-made in its program, and later searches with it would go wrong. The program is then compiled
+// afresh before it is used again.
+//
+// The engine must see bytes. A pattern compiled under a UTF-8 locale would be read as multibyte
+// characters, so compiling happens under the C locale whatever the host has set; searching depends
+// on no locale. The engine's own error sentences, which follow the host's language, never leave
+// this file.
+//
+// Some patterns must not be given to the engine at all (pattern_limits.h), or not for every search
+// (pattern_hazards.h). The class knows which, and answers those searches with the library's own
+// bounded matcher.
+
+#ifndef TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
+#define TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
+
+#include "matcher/engine/bounded_matcher.h"
+#include "matcher/pattern/pattern_hazards.h"
+#include "matcher/pattern/pattern_syntax.h"
+#include "resources/string_table.h"
+#include "text/byte_map.h"
+
+#include <regex.h>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace trovex {
+
+/// The syntax word: POSIX extended, less RE_CHAR_CLASSES.
+///   RE_CONTEXT_INDEP_ANCHORS 0x8, RE_CONTEXT_INDEP_OPS 0x10, RE_HAT_LISTS_NOT_NEWLINE 0x100,
+///   RE_INTERVALS 0x200, RE_NEWLINE_ALT 0x800, RE_NO_BK_BRACES 0x1000, RE_NO_BK_PARENS 0x2000,
+///   RE_NO_BK_VBAR 0x8000.
+inline constexpr unsigned kPatternSyntax = 0xBB18;
+
+/// The message number for an error code of the engine: 9799 + code for the codes 1 to 16, `kNone`
+/// (success) for every other.
+MessageNumber MessageForRegexError(int code);
+
+/// Where the whole match and the groups of the last successful search lie. One object serves one
+/// search of a text, however many calls of the engine that takes.
+///
+/// The engine finds the whole match alone up to five times faster than the groups with it, so the
+/// groups are asked for only when one is wanted.
+class MatchRegisters {
+ public:
+  /// Registers for the whole match alone, or for it and all groups.
+  explicit MatchRegisters(bool wholeMatchOnly);
+  ~MatchRegisters();
+  MatchRegisters(const MatchRegisters&) = delete;
+  MatchRegisters& operator=(const MatchRegisters&) = delete;
+
+  /// Offsets of group `group` (0: the whole match) in the searched line; -1 when the group took no
+  /// part or does not exist.
+  int Start(int group) const { return Has(group) ? registers_.start[group] : -1; }
+  int End(int group) const { return Has(group) ? registers_.end[group] : -1; }
+
+ private:
+  friend class RegularExpression;
+  bool Has(int group) const {
+    return group >= 0 && static_cast<std::size_t>(group) < registers_.num_regs;
+  }
+
+  void Set(const std::vector<GroupRange>& ranges);
+
+  bool wholeMatchOnly_;
+  regoff_t wholeStart_ = -1;  // the arrays of the one register of a whole match
+  regoff_t wholeEnd_ = -1;
+  re_registers registers_{};  // otherwise the engine allocates the arrays; freed by the destructor
+};
+
+class RegularExpression {
+ public:
+  RegularExpression() = default;
+  ~RegularExpression();
+  RegularExpression(const RegularExpression&) = delete;
+  RegularExpression& operator=(const RegularExpression&) = delete;
+
+  /// Compiles `length` bytes at `pattern`, once in the life of the object. With `translate`, every
+  /// byte of pattern and text is compared as the table says. Returns the error's message number, or
+  /// `kNone`. A pattern beyond the limits (limits.h) is not compiled: the number says so.
+  MessageNumber Compile(const char* pattern, std::size_t length, const ByteMap* translate);
+
+  bool IsCompiled() const { return compiled_; }
+
+  /// The number of groups in the pattern; 0 before it is compiled.
+  std::size_t GroupCount() const { return buffer_.re_nsub; }
+
+  /// Finds the leftmost-longest match in `length` bytes at `line` that starts at `from` or later.
+  /// Returns its start, or -1. "$" matches at the end of the line. Throws std::bad_alloc when
+  /// memory runs out.
+  int Search(const char* line, int length, int from, MatchRegisters& registers);
+
+  /// Matches at exactly `start` within the first `length` bytes at `line`, whose end is not the end
+  /// of the line: "$" does not match there. Returns the length of the longest match, or -1. Throws
+  /// std::bad_alloc when memory runs out.
+  int MatchWithin(const char* line, int length, int start, MatchRegisters& registers);
+
+ private:
+  void NoteHazards(SyntaxTree tree);
+  bool FindBounded(const BoundedText& text, int from, int lastStart,
+                   MatchRegisters& registers) const;
+  bool AreGroupsBounded(const MatchRegisters& registers) const {
+    return hazards_.groups && !registers.wholeMatchOnly_;
+  }
+  void FillGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers) const;
+
+  int SearchEngine(const char* line, int length, int from, MatchRegisters& registers);
+  int MatchEngineWithin(const char* line, int length, int start, MatchRegisters& registers);
+  void UseRegisters(MatchRegisters& registers);
+  int Checked(int answer);
+  void RenewIfDamaged();
+
+  std::string pattern_;
+  re_pattern_buffer buffer_{};
+  bool compiled_ = false;
+  bool damaged_ = false;
+  PatternHazards hazards_;
+  std::unique_ptr<BoundedMatcher> bounded_;  // null when the engine may answer everything
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H

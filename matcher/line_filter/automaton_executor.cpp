@@ -1,0 +1,110 @@
+// The road through the states.
+//
+// The fast loop is  table = tables[table + byte].  A step leads straight to the next state's table, and
+// the loop makes no test but one: whether there is one. All that is out of the ordinary has none:
+//
+//   a newline        every table leads to `kNoState` on it. The newline that is written behind the
+//                    text ends the loop there, so no byte is tested for being the last.
+//   accepting        a state that accepts in some context keeps its table in `failTables`: the next
+//                    byte decides whether the context is right, or whether the text goes on.
+//   not built yet    the table is built, and the loop goes on. A step that stopped the loop at a state
+//                    whose table has come since is mended on the way.
+//
+// The loop takes two bytes per turn. `from` and `to` swap their roles at each step, so that the table
+// left last is known without a copy: behind a newline the scan may go on from its state.
+
+#include "matcher/line_filter/automaton_executor.h"
+
+#include "matcher/line_filter/automaton_builder.h"
+
+#include <cstddef>
+#include <tuple>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+constexpr std::size_t kTableSize = std::tuple_size_v<TransitionTable>;
+
+/// Where a run stands.
+struct Run {
+  const unsigned char* next;  // the next byte to be read
+  StateNumber current = 0;
+  StateNumber previous = 0;  // the state left last
+};
+
+/// Goes on from the current state, which has a table for the fast loop, until one has none.
+inline void RunFast(PatternAutomaton& automaton, Run& run) {
+  Step* const tables = automaton.transitions.data();
+  const unsigned char* next = run.next;
+  Step from = automaton.transitionsOf[static_cast<std::size_t>(run.current)];
+  for (;;) {
+    Step to = 0;
+    for (;;) {
+      to = tables[from + *next++];
+      if (to < 0) break;
+      from = tables[to + *next++];
+      if (from < 0) {
+        std::swap(from, to);
+        break;
+      }
+    }
+    run.current = StoppedAt(to);
+    const Step table = run.current == kNoState
+                           ? kNoTable
+                           : automaton.transitionsOf[static_cast<std::size_t>(run.current)];
+    if (table == kNoTable) break;
+    tables[from + next[-1]] = table;
+    from = table;
+  }
+  run.next = next;
+  run.previous = automaton.transitionOwners[static_cast<std::size_t>(from) / kTableSize];
+}
+
+/// Puts the run, which has just left a line, into the state in which it enters the next one. A
+/// state that a newline leads nowhere from begins anew.
+void EnterLine(const PatternAutomaton& automaton, bool multiline, Run& run) {
+  run.current = kNoState;
+  if (multiline) {
+    run.current = automaton.newlineTransitions[static_cast<std::size_t>(run.previous)];
+  }
+  if (run.current == kNoState) run.current = 0;
+}
+
+}  // namespace
+
+const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, char* end,
+                             bool multiline, int* newlineCount, bool* backref) {
+  *end = '\n';
+  const auto* const textEnd = reinterpret_cast<const unsigned char*>(end);
+  if (automaton.builtTables == 0) BuildStateTable(automaton, 0);
+
+  Run run = {.next = reinterpret_cast<const unsigned char*>(begin)};
+  for (;;) {
+    if (run.current == kNoState) {
+      if (run.next > textEnd) return nullptr;
+      if (newlineCount != nullptr && run.next[-1] == '\n') ++*newlineCount;
+      EnterLine(automaton, multiline, run);
+      continue;
+    }
+    const auto slot = static_cast<std::size_t>(run.current);
+    if (automaton.transitionsOf[slot] != kNoTable) {
+      RunFast(automaton, run);
+      continue;
+    }
+    const TransitionTable* table = automaton.failTables[slot].get();
+    if (table == nullptr) {
+      run.current = BuildStateTable(automaton, run.current);
+      continue;
+    }
+    if ((automaton.successBits[slot] & automaton.contextOf[*run.next]) != 0) {
+      if (backref != nullptr) *backref = automaton.states[slot].hasBackref;
+      return reinterpret_cast<const char*>(run.next);
+    }
+    run.previous = run.current;
+    run.current = (*table)[*run.next++];
+  }
+}
+
+}  // namespace trovex

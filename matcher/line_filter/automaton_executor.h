@@ -1,0 +1,30 @@
+// The executor of the automaton: runs it over a text and says where the first match ends.
+//
+// The automaton reads each byte once. Its answer is "no line matches" or a place in the first line
+// that may: what it cannot decide (a back-reference) it accepts, so that whoever asked looks
+// closer.
+
+#ifndef TROVEX_MATCHER_LINE_FILTER_AUTOMATON_EXECUTOR_H
+#define TROVEX_MATCHER_LINE_FILTER_AUTOMATON_EXECUTOR_H
+
+#include "matcher/line_filter/pattern_automaton.h"
+
+namespace trovex {
+
+/// Runs a compiled automaton from `begin`, the start of a line, to `end`. Returns the first place
+/// where a match ends, the end exclusive; null when there is none.
+///
+/// The byte at `end` is overwritten with a newline, also when an exception is thrown; the caller
+/// saves it and puts it back. With `multiline`, a match may go on behind a newline; otherwise every
+/// line is matched by itself. `newlineCount`, if given, is increased by one for every newline
+/// passed; the one written at `end` does not count. `backref`, if given, receives on a match
+/// whether a back-reference takes part, so that the match is a mere candidate.
+///
+/// Builds tables as the text needs them, and throws `std::bad_alloc` when they cannot be had; the
+/// automaton remains usable.
+const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, char* end,
+                             bool multiline, int* newlineCount, bool* backref);
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_LINE_FILTER_AUTOMATON_EXECUTOR_H

@@ -1,0 +1,32 @@
+// A pattern as the regular-expression engine reads it, written as a token stream.
+//
+// The automaton's own parser writes such a stream too. Where both write the same one, automaton and
+// engine read the pattern alike, and what automata say about a match is what the engine would say.
+
+#ifndef TROVEX_MATCHER_PATTERN_ENGINE_STREAM_H
+#define TROVEX_MATCHER_PATTERN_ENGINE_STREAM_H
+
+#include "matcher/line_filter/pattern_automaton.h"
+#include "matcher/pattern/pattern_syntax.h"
+
+#include <optional>
+#include <vector>
+
+namespace trovex {
+
+struct TokenStream {
+  std::vector<Token> tokens;    // in postfix order, with the end marker of pattern 0
+  std::vector<CharSet> sets;    // the character sets, each once
+  bool hasAnchors = false;      // of any kind
+  bool hasWordAnchors = false;  // others than the start and the end of a line
+  bool hasTextEnd = false;      // "\'", which the stream takes for the end of a line
+};
+
+/// The stream of `tree`; nothing where automata could not stand for the engine: with back-references,
+/// which they cannot decide, with anchors in a repetition, which the engine forgets in some rounds, and
+/// with "\B", which it takes for granted at some places behind a repetition (" *\B" in "\xE4 a").
+std::optional<TokenStream> WriteTokenStream(const SyntaxTree& tree);
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_PATTERN_ENGINE_STREAM_H

@@ -1,0 +1,313 @@
+// Making the tables of a search, and the search one place at a time.
+
+#include "matcher/scan/place_scan.h"
+
+#include "matcher/scan/byte_frequency.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+using Byte = unsigned char;
+
+// Tables.
+
+/// A set as sixteen rows of sixteen: bit l of row h stands for the byte 16 h + l.
+using Rows = std::array<std::uint16_t, 16>;
+
+Rows RowsOf(const CharSet& bytes) {
+  const CharSet lastWord(~0ULL);
+  Rows rows{};
+  for (std::size_t word = 0; word < 4; ++word) {
+    const unsigned long long bits = ((bytes >> (64 * word)) & lastWord).to_ullong();
+    for (std::size_t row = 0; row < 4; ++row)
+      rows[4 * word + row] = static_cast<std::uint16_t>(bits >> (16 * row));
+  }
+  return rows;
+}
+
+/// Calls `visit(h, l)` for every byte 16 h + l of the set.
+template <typename Visit>
+void ForEachByte(const Rows& rows, const Visit& visit) {
+  for (std::size_t h = 0; h < rows.size(); ++h) {
+    for (unsigned row = rows[h]; row != 0; row &= row - 1)
+      visit(h, static_cast<std::size_t>(std::countr_zero(row)));
+  }
+}
+
+/// A set in the form (c & mask) == value; `holds` says whether it has that form.
+struct MaskedSet {
+  bool holds;
+  std::uint8_t mask;
+  std::uint8_t value;
+};
+
+/// The bits in which the bytes of the set differ are masked out. The set has the form if it has all
+/// bytes that agree in the others, of which there are two to the power of the bits masked out.
+MaskedSet MaskedSetOf(const Rows& rows) {
+  unsigned inAll = 255;
+  unsigned inAny = 0;
+  int size = 0;
+  ForEachByte(rows, [&](std::size_t h, std::size_t l) {
+    const auto c = static_cast<unsigned>(16 * h + l);
+    inAll &= c;
+    inAny |= c;
+    ++size;
+  });
+  const unsigned differing = inAll ^ inAny;
+  const bool holds = size > 0 && size == 1 << std::popcount(differing);
+  return {holds, static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll)};
+}
+
+void AddBits(std::uint8_t& byte, unsigned bits) {
+  byte = static_cast<std::uint8_t>(byte | bits);
+}
+
+/// Adds a bit to the tables for the bytes that `row` has in the upper half `h`.
+void AddRow(std::size_t h, std::uint16_t row, unsigned bit, NibbleTable& high, NibbleTable& low) {
+  AddBits(high[h], bit);
+  for (unsigned rest = row; rest != 0; rest &= rest - 1)
+    AddBits(low[static_cast<std::size_t>(std::countr_zero(rest))], bit);
+}
+
+/// Fills the two tables for one set. Equal rows are of one kind and share a bit. Returns whether
+/// the tables say exactly what belongs to the set: with more than eight kinds, some share a bit
+/// though they differ.
+bool FillWithKinds(const Rows& rows, NibbleTable& high, NibbleTable& low) {
+  std::array<std::uint16_t, 16> kinds{};
+  std::ptrdiff_t count = 0;
+  for (std::size_t h = 0; h < rows.size(); ++h) {
+    if (rows[h] == 0) continue;
+    const auto end = kinds.begin() + count;
+    const auto kind = std::find(kinds.begin(), end, rows[h]);
+    if (kind == end) kinds[static_cast<std::size_t>(count++)] = rows[h];
+    AddRow(h, rows[h], 1U << ((kind - kinds.begin()) % 8), high, low);
+  }
+  return count <= 8;
+}
+
+/// Adds one alternative's set to the two tables. Returns whether they say exactly what belongs to
+/// it: they do when all its rows are equal, as for a letter in both cases.
+bool AddAlternative(const Rows& rows, unsigned bit, NibbleTable& high, NibbleTable& low) {
+  bool isExact = true;
+  std::uint16_t any = 0;
+  for (std::size_t h = 0; h < rows.size(); ++h) {
+    if (rows[h] == 0) continue;
+    isExact = isExact && (any == 0 || any == rows[h]);
+    any |= rows[h];
+    AddRow(h, rows[h], bit, high, low);
+  }
+  return isExact;
+}
+
+/// Tables with the offsets alone.
+ScanTables TablesWithOffsets(const Probes& probes) {
+  ScanTables tables;
+  tables.count = static_cast<int>(probes.size());
+  for (std::size_t i = 0; i < probes.size(); ++i) {
+    tables.offsets[i] = probes[i].offset;
+    tables.reach = std::max(tables.reach, tables.offsets[i]);
+  }
+  return tables;
+}
+
+void AddMembers(const Rows& rows, unsigned bit, std::array<std::uint8_t, 256>& members) {
+  ForEachByte(rows, [&](std::size_t h, std::size_t l) { AddBits(members[16 * h + l], bit); });
+}
+
+ScanTables MakeTables(const Probes& probes) {
+  ScanTables tables = TablesWithOffsets(probes);
+  bool areBytes = true;
+  bool areMasked = true;
+  for (std::size_t i = 0; i < probes.size(); ++i) {
+    const Rows rows = RowsOf(probes[i].bytes);
+    AddMembers(rows, 1, tables.members[i]);
+    const MaskedSet set = MaskedSetOf(rows);
+    tables.masks[i] = set.mask;
+    tables.values[i] = set.value;
+    areMasked = areMasked && set.holds;
+    areBytes = areBytes && set.holds && set.mask == 255;
+    if (!FillWithKinds(rows, tables.high[i], tables.low[i])) tables.isExact = false;
+  }
+  tables.form = areBytes ? ScanForm::kBytes : areMasked ? ScanForm::kMasked : ScanForm::kKinds;
+  return tables;
+}
+
+ScanTables MakeTables(const std::vector<Probes>& alternatives) {
+  if (alternatives.size() == 1) return MakeTables(alternatives[0]);
+  ScanTables tables = TablesWithOffsets(alternatives[0]);
+  tables.form = ScanForm::kAlternatives;
+  for (std::size_t a = 0; a < alternatives.size(); ++a) {
+    const unsigned bit = 1U << a;
+    for (std::size_t i = 0; i < alternatives[a].size(); ++i) {
+      const Rows rows = RowsOf(alternatives[a][i].bytes);
+      AddMembers(rows, bit, tables.members[i]);
+      if (!AddAlternative(rows, bit, tables.high[i], tables.low[i])) tables.isExact = false;
+    }
+  }
+  return tables;
+}
+
+// Searching.
+
+/// Tries every place; most are refused by the first probe.
+const Byte* FindOneByOne(const ScanTables& tables, const Byte* begin, const Byte* end) {
+  return tables.FindOneByOne(begin, end - begin - tables.reach);
+}
+
+/// Where the first probe wants a single byte: goes from one occurrence of it to the next.
+const Byte* FindByFirstByte(const ScanTables& tables, const Byte* begin, const Byte* end) {
+  const std::ptrdiff_t offset = tables.offsets[0];
+  std::ptrdiff_t places = end - begin - tables.reach;
+  while (places > 0) {
+    const auto* const byte = static_cast<const Byte*>(
+        std::memchr(begin + offset, tables.values[0], static_cast<std::size_t>(places)));
+    if (byte == nullptr) return nullptr;
+    const Byte* const place = byte - offset;
+    if (tables.AlternativesAt(place) != 0) return place;
+    places -= place + 1 - begin;
+    begin = place + 1;
+  }
+  return nullptr;
+}
+
+/// How many of 100,000 bytes belong to the set.
+int Frequency(const CharSet& bytes) {
+  int frequency = 0;
+  ForEachByte(RowsOf(bytes),
+              [&](std::size_t h, std::size_t l) { frequency += kByteFrequency[16 * h + l]; });
+  return frequency;
+}
+
+/// Whether it pays to look for the first probe's byte alone.
+bool IsLedByByte(const ScanTables& tables) {
+  constexpr int kRare = 5000;  // in 100,000
+  if (tables.form == ScanForm::kAlternatives) return false;
+  if (tables.form == ScanForm::kBytes && tables.count == 1) return true;
+  const auto& members = tables.members[0];
+  return std::count(members.begin(), members.end(), 1) == 1 &&
+         kByteFrequency[tables.values[0]] < kRare;
+}
+
+// Choosing.
+
+constexpr double kBytesCounted = 100000;
+
+/// The choice of the offsets of a few alternatives.
+class Chooser {
+ public:
+  explicit Chooser(const std::vector<std::vector<CharSet>>& alternatives)
+      : alternatives_(alternatives), rates_(alternatives.size(), 1), chosen_(alternatives.size()) {
+    constexpr std::size_t kOffsets = PlaceScan::kMaxOffset + 1;
+    offsets_ = std::min(alternatives[0].size(), kOffsets);
+    for (const std::vector<CharSet>& sets : alternatives) {
+      for (std::size_t offset = 0; offset < offsets_; ++offset)
+        shares_.push_back(Share(sets[offset]));
+    }
+  }
+
+  std::vector<Probes> Choose() {
+    // Far less than would pay if bytes came independently of each other; they do not.
+    constexpr double kRareEnough = 0.00001;
+    while (offsets_ > 0 && Count() < PlaceScan::kMaxProbes) {
+      if (Count() >= 2 && Rate() < kRareEnough) break;
+      const std::size_t offset = BestOffset();
+      const bool hardlyHelps = RateWith(offset) > 0.95 * Rate();
+      if (Count() > 0 && hardlyHelps) break;
+      Take(offset);
+    }
+    return std::move(chosen_);
+  }
+
+ private:
+  /// The share of all bytes that belong to the set; never nothing, as any byte may be common in a
+  /// text of its own kind.
+  static double Share(const CharSet& bytes) {
+    return std::max(static_cast<double>(Frequency(bytes)), 0.5) / kBytesCounted;
+  }
+
+  double& ShareOf(std::size_t alternative, std::size_t offset) {
+    return shares_[alternative * offsets_ + offset];
+  }
+
+  std::size_t Count() const { return chosen_[0].size(); }
+
+  /// At which share of all places the probes chosen so far hold.
+  double Rate() const { return std::accumulate(rates_.begin(), rates_.end(), 0.0); }
+
+  /// The same with a probe at `offset`.
+  double RateWith(std::size_t offset) {
+    double rate = 0;
+    for (std::size_t a = 0; a < rates_.size(); ++a)
+      rate += rates_[a] * ShareOf(a, offset);
+    return rate;
+  }
+
+  std::size_t BestOffset() {
+    std::size_t best = 0;
+    for (std::size_t offset = 1; offset < offsets_; ++offset) {
+      if (RateWith(offset) < RateWith(best)) best = offset;
+    }
+    return best;
+  }
+
+  void Take(std::size_t offset) {
+    for (std::size_t a = 0; a < rates_.size(); ++a) {
+      chosen_[a].push_back({static_cast<int>(offset), alternatives_[a][offset]});
+      rates_[a] *= ShareOf(a, offset);
+      ShareOf(a, offset) = 1;  // taken again, it would not help
+    }
+  }
+
+  const std::vector<std::vector<CharSet>>& alternatives_;
+  std::size_t offsets_;
+  /// For every alternative one behind the other: the shares of its sets.
+  std::vector<double> shares_;
+  /// For every alternative: at which share of all places its probes hold.
+  std::vector<double> rates_;
+  std::vector<Probes> chosen_;
+};
+
+}  // namespace
+
+PlaceScan::PlaceScan(const ScanTables& tables) : tables_(tables) {
+  findPlainly_ = IsLedByByte(tables_) ? &FindByFirstByte : &FindOneByOne;
+  find_ = ChooseVectorScan(tables_);
+  if (find_ == nullptr) find_ = findPlainly_;
+}
+
+PlaceScan::PlaceScan(const Probes& probes) : PlaceScan(MakeTables(probes)) {}
+
+PlaceScan PlaceScan::ForAlternatives(const std::vector<Probes>& alternatives) {
+  return PlaceScan(MakeTables(alternatives));
+}
+
+bool PlaceScan::IsFast() const {
+  return find_ != &FindOneByOne;
+}
+
+Probes ChooseProbes(const std::vector<CharSet>& sets) {
+  return std::move(ChooseProbesForAlternatives({sets})[0]);
+}
+
+std::vector<Probes> ChooseProbesForAlternatives(
+    const std::vector<std::vector<CharSet>>& alternatives) {
+  return Chooser(alternatives).Choose();
+}
+
+double ExpectedRate(const Probes& probes) {
+  double rate = kBytesCounted;
+  for (const Probe& probe : probes)
+    rate *= Frequency(probe.bytes) / kBytesCounted;
+  return rate;
+}
+
+}  // namespace trovex

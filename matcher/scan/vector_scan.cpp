@@ -1,0 +1,283 @@
+// One loop for all probes and all machines.
+//
+// A block is as many places, one behind the other, as a vector has bytes. To test it for one probe,
+// the bytes at the probe's offset from these places are loaded as one vector:
+//
+//   places     p   p+1  p+2  p+3 ...        two probes: 'c' at offset 0 and 'h' at offset 1
+//   offset 0   S    c    h    r  ...        c at p+1
+//   offset 1   c    h    r    i  ...        h at p+1: both hold at p+1
+//
+// Sets of the form (c & mask) == value are tested by comparing. Other sets are looked up in two
+// tables of sixteen bytes, one for each half of the byte: the upper half gives the kind of byte,
+// one bit, and the lower half the kinds that the set has bytes of.
+//
+//   the set 0-9, A, a, b   upper half 3: bit 0    lower half 0: bit 0          1: bits 0, 1, 2
+//                          upper half 4: bit 1               2: bits 0, 2      3 to 9: bit 0
+//                          upper half 6: bit 2               all others: none
+//
+// With several alternatives a bit stands for each of them instead, and what all probes leave of the
+// bits are the alternatives that hold at a place.
+//
+// The loop tests four blocks and looks at them only when one has a place where all probes hold. It
+// stands here once and is compiled once for every instruction set; which of them a machine has is
+// asked when a scan is made.
+
+#include "matcher/scan/vector_scan.h"
+
+#ifndef TROVEX_USE_HIGHWAY
+
+namespace trovex {
+
+FindPlace ChooseVectorScan(const ScanTables& /*tables*/) {
+  return nullptr;
+}
+
+}  // namespace trovex
+
+#else
+
+// Vectors whose length is known only at run time cannot be members.
+#define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "matcher/scan/vector_scan.cpp"
+#include <hwy/foreach_target.h>
+// Must come behind it.
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace trovex {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Byte = unsigned char;
+
+/// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
+/// hold.
+template <class D, int kCount, bool kAreBytes>
+class MaskedTest {
+ public:
+  using V = hn::Vec<D>;
+
+  explicit HWY_INLINE MaskedTest(const ScanTables& tables) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      offsets_[i] = tables.offsets[i];
+      values_[i] = hn::Set(D(), tables.values[i]);
+      masks_[i] = hn::Set(D(), tables.masks[i]);
+    }
+  }
+
+  HWY_INLINE V operator()(const Byte* place) const {
+    V differs = Difference(place, 0);
+    for (std::size_t i = 1; i < kCount; ++i)
+      differs = hn::Or(differs, Difference(place, i));
+    return differs;
+  }
+
+  /// A result that has hits if `a` or `b` has.
+  static HWY_INLINE V Either(V a, V b) { return hn::Min(a, b); }
+  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Eq(result, hn::Zero(D())); }
+
+ private:
+  HWY_INLINE V Difference(const Byte* place, std::size_t i) const {
+    const V bits = hn::Xor(hn::LoadU(D(), place + offsets_[i]), values_[i]);
+    return kAreBytes ? bits : hn::And(bits, masks_[i]);
+  }
+
+  std::ptrdiff_t offsets_[kCount];
+  V values_[kCount];
+  V masks_[kCount];
+};
+
+/// Tests blocks for any sets, or for alternatives. The result has a zero where none holds.
+template <class D, int kCount, bool kAreAlternatives>
+class NibbleTest {
+ public:
+  using V = hn::Vec<D>;
+
+  explicit HWY_INLINE NibbleTest(const ScanTables& tables) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      offsets_[i] = tables.offsets[i];
+      high_[i] = hn::LoadDup128(D(), tables.high[i].data());
+      low_[i] = hn::LoadDup128(D(), tables.low[i].data());
+    }
+  }
+
+  HWY_INLINE V operator()(const Byte* place) const {
+    V bits = Bits(place, 0);
+    for (std::size_t i = 1; i < kCount; ++i) {
+      const V others = Bits(place, i);
+      bits = kAreAlternatives ? hn::And(bits, others) : hn::Min(bits, others);
+    }
+    return bits;
+  }
+
+  static HWY_INLINE V Either(V a, V b) { return hn::Or(a, b); }
+  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Ne(result, hn::Zero(D())); }
+
+ private:
+  HWY_INLINE V Bits(const Byte* place, std::size_t i) const {
+    const V bytes = hn::LoadU(D(), place + offsets_[i]);
+    const V low = hn::And(bytes, hn::Set(D(), 15));
+    const V high = hn::ShiftRight<4>(bytes);
+    return hn::And(hn::TableLookupBytes(low_[i], low), hn::TableLookupBytes(high_[i], high));
+  }
+
+  std::ptrdiff_t offsets_[kCount];
+  V high_[kCount];
+  V low_[kCount];
+};
+
+// The tests as kinds, so that a search can make one for every length of vector.
+
+template <int kCount, bool kAreBytes>
+struct Masked {
+  template <class D>
+  using Test = MaskedTest<D, kCount, kAreBytes>;
+};
+
+template <int kCount, bool kAreAlternatives>
+struct Nibbles {
+  template <class D>
+  using Test = NibbleTest<D, kCount, kAreAlternatives>;
+};
+
+using LongestBlock = hn::ScalableTag<Byte>;
+
+template <class D>
+constexpr std::ptrdiff_t SizeOf(D d) {
+  return static_cast<std::ptrdiff_t>(hn::MaxLanes(d));
+}
+
+/// The first place with a hit of the block at `block`, or null.
+template <class D, class Test>
+HWY_INLINE const Byte* FirstHit(const Test& /*test*/, const Byte* block, hn::Vec<D> result) {
+  const auto lane = hn::FindFirstTrue(D(), Test::Hits(result));
+  return lane < 0 ? nullptr : block + lane;
+}
+
+/// Searches fewer places than two blocks of `D` have: in the first block and in the last, which may
+/// overlap; when they are fewer than one block has, in shorter blocks.
+template <class Kind, class D>
+HWY_INLINE const Byte* FindInFewBlocks(const ScanTables& tables, const Byte* begin,
+                                       std::ptrdiff_t places) {
+  constexpr std::ptrdiff_t kBlock = SizeOf(D());
+  if (places < kBlock) {
+    if constexpr (kBlock > 16) {
+      return FindInFewBlocks<Kind, hn::Half<D>>(tables, begin, places);
+    } else {
+      return tables.FindOneByOne(begin, places);
+    }
+  }
+  const typename Kind::template Test<D> test(tables);
+  if (const Byte* const hit = FirstHit<D>(test, begin, test(begin))) return hit;
+  const Byte* const last = begin + (places - kBlock);
+  return FirstHit<D>(test, last, test(last));
+}
+
+/// Searches places of which there are at least as many as two blocks have.
+template <class Kind, class D>
+HWY_INLINE const Byte* FindInManyBlocks(const ScanTables& tables, const Byte* begin,
+                                        std::ptrdiff_t places) {
+  constexpr std::ptrdiff_t kBlock = SizeOf(D());
+  using Test = typename Kind::template Test<D>;
+  const Test test(tables);
+  const Byte* const last = begin + (places - kBlock);
+  const Byte* block = begin;
+
+  // Where hits are close together, the first block has one.
+  if (const Byte* const hit = FirstHit<D>(test, block, test(block))) return hit;
+  for (block += kBlock; last - block >= 3 * kBlock; block += 4 * kBlock) {
+    const auto first = test(block);
+    const auto second = test(block + kBlock);
+    const auto third = test(block + 2 * kBlock);
+    const auto fourth = test(block + 3 * kBlock);
+    const auto any = Test::Either(Test::Either(first, second), Test::Either(third, fourth));
+    if (hn::AllFalse(D(), Test::Hits(any))) continue;
+    if (const Byte* const hit = FirstHit<D>(test, block, first)) return hit;
+    if (const Byte* const hit = FirstHit<D>(test, block + kBlock, second)) return hit;
+    if (const Byte* const hit = FirstHit<D>(test, block + 2 * kBlock, third)) return hit;
+    return FirstHit<D>(test, block + 3 * kBlock, fourth);
+  }
+  for (; block < last; block += kBlock) {
+    if (const Byte* const hit = FirstHit<D>(test, block, test(block))) return hit;
+  }
+  return FirstHit<D>(test, last, test(last));
+}
+
+template <class Kind>
+const Byte* Find(const ScanTables& tables, const Byte* begin, const Byte* end) {
+  const std::ptrdiff_t places = end - begin - tables.reach;
+  if (places < 2 * SizeOf(LongestBlock()))
+    return FindInFewBlocks<Kind, LongestBlock>(tables, begin, places);
+  return FindInManyBlocks<Kind, LongestBlock>(tables, begin, places);
+}
+
+/// Where the tables let some bytes too many pass, every hit is looked at once more.
+template <class Kind>
+const Byte* FindAndConfirm(const ScanTables& tables, const Byte* begin, const Byte* end) {
+  const Byte* place = Find<Kind>(tables, begin, end);
+  while (place != nullptr && tables.AlternativesAt(place) == 0)
+    place = Find<Kind>(tables, place + 1, end);
+  return place;
+}
+
+template <class Kind>
+FindPlace ChooseNibbles(const ScanTables& tables) {
+  return tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>;
+}
+
+template <int kCount>
+FindPlace ChooseAmong(const ScanTables& tables) {
+  switch (tables.form) {
+    case ScanForm::kBytes:
+      return &Find<Masked<kCount, true>>;
+    case ScanForm::kMasked:
+      return &Find<Masked<kCount, false>>;
+    case ScanForm::kKinds:
+      return ChooseNibbles<Nibbles<kCount, false>>(tables);
+    case ScanForm::kAlternatives:
+      return ChooseNibbles<Nibbles<kCount, true>>(tables);
+  }
+  return nullptr;
+}
+
+FindPlace Choose(const ScanTables& tables) {
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+  (void)tables;
+  return nullptr;
+#else
+  static_assert(kMaxProbes == 4);
+  switch (tables.count) {
+    case 1:
+      return ChooseAmong<1>(tables);
+    case 2:
+      return ChooseAmong<2>(tables);
+    case 3:
+      return ChooseAmong<3>(tables);
+    default:
+      return ChooseAmong<4>(tables);
+  }
+#endif
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace trovex
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace trovex {
+
+HWY_EXPORT(Choose);
+
+FindPlace ChooseVectorScan(const ScanTables& tables) {
+  return HWY_DYNAMIC_DISPATCH(Choose)(tables);
+}
+
+}  // namespace trovex
+
+#endif  // HWY_ONCE
+#endif  // TROVEX_USE_HIGHWAY

@@ -1,0 +1,85 @@
+// The searches of place_scan.h with vector instructions, many places at a time.
+//
+// A search reads its probes from tables which hold every set of bytes in several forms: bit by bit
+// for one byte at a time, and in those forms in which a whole vector of bytes can be tested at
+// once.
+
+#ifndef TROVEX_MATCHER_SCAN_VECTOR_SCAN_H
+#define TROVEX_MATCHER_SCAN_VECTOR_SCAN_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace trovex {
+
+/// The most probes of one search.
+inline constexpr std::size_t kMaxProbes = 4;
+
+/// The most alternatives of one search.
+inline constexpr std::size_t kMaxAlternatives = 8;
+
+/// Sixteen bytes that a vector instruction looks up by numbers below 16.
+using NibbleTable = std::array<std::uint8_t, 16>;
+
+/// In which form the vectors of a search test the sets of its probes.
+enum class ScanForm {
+  kBytes,   // every set is a single byte
+  kMasked,  // every set has just those c with (c & mask) == value, as both cases of a letter have
+  kKinds,   // any sets
+  kAlternatives,  // sets for several alternatives
+};
+
+/// What a search reads. Probe i has its place i in every table.
+struct ScanTables {
+  int count = 0;
+  /// The greatest offset.
+  std::ptrdiff_t reach = 0;
+  std::array<std::ptrdiff_t, kMaxProbes> offsets{};
+
+  /// Bit a of `members[i][c]`: c belongs to the set that alternative a has for probe i.
+  std::array<std::array<std::uint8_t, 256>, kMaxProbes> members{};
+
+  ScanForm form = ScanForm::kBytes;
+
+  /// For bytes and masked sets.
+  std::array<std::uint8_t, kMaxProbes> masks{};
+  std::array<std::uint8_t, kMaxProbes> values{};
+
+  /// For the other forms: c may belong to the set if high[c / 16] & low[c % 16] is not zero, to
+  /// that of alternative a if its bit a is set. Unless `isExact`, the same comes of some bytes that
+  /// do not belong.
+  std::array<NibbleTable, kMaxProbes> high{};
+  std::array<NibbleTable, kMaxProbes> low{};
+  bool isExact = true;
+
+  /// A bit for every alternative of which all probes hold at `place`.
+  unsigned AlternativesAt(const unsigned char* place) const {
+    unsigned alternatives = 255;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count) && alternatives != 0; ++i)
+      alternatives &= members[i][place[offsets[i]]];
+    return alternatives;
+  }
+
+  /// The first of `places` places, the first of which is `place`, at which all probes of an
+  /// alternative hold; or null.
+  const unsigned char* FindOneByOne(const unsigned char* place, std::ptrdiff_t places) const {
+    for (; places > 0; ++place, --places) {
+      if (AlternativesAt(place) != 0) return place;
+    }
+    return nullptr;
+  }
+};
+
+/// A search: the first place in [begin, end) at which all probes of an alternative hold and behind
+/// which, up to `end`, the greatest offset has room; or null. It reads nothing outside.
+using FindPlace = const unsigned char* (*)(const ScanTables& tables, const unsigned char* begin,
+                                           const unsigned char* end);
+
+/// The search of these tables with the best vector instructions that the machine has; null when it
+/// has none, or the library was built without them.
+FindPlace ChooseVectorScan(const ScanTables& tables);
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_SCAN_VECTOR_SCAN_H

@@ -1,0 +1,255 @@
+// What the limits let through is compiled and searched quickly, in little memory and on a small
+// stack; what they refuse is refused with the right sentence, before the engine sees it.
+
+#include "matcher/pattern/pattern_limits.h"
+
+#include "matcher/limits.h"
+#include "matcher/matcher.h"
+#include "tests/heap_text.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+#include <cstddef>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define TROVEX_UNDER_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TROVEX_UNDER_SANITIZER 1
+#endif
+#endif
+
+namespace trovex {
+namespace {
+
+using testing::HeapText;
+
+std::string Times(std::string_view part, int count) {
+  std::string all;
+  for (int i = 0; i < count; ++i)
+    all += part;
+  return all;
+}
+
+std::string Words(int count) {
+  std::string words = "Wort0";
+  for (int i = 1; i < count; ++i)
+    words.append("|Wort").append(std::to_string(i));
+  return words;
+}
+
+MessageNumber LimitOf(const std::string& pattern) {
+  return CheckPatternLimits(ParsePattern(pattern.data(), pattern.size(), nullptr));
+}
+
+TEST(PatternLimits, LetThroughWhatAPersonTypes) {
+  EXPECT_EQ(LimitOf(""), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf("^\\b(Haus|Hof)(es)?\\b.*[0-9]{1,3}$"), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf("(\\b|^)(a*)*\\>(b|$)"), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(Times("a", 20'000)), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(Words(1'000)), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(std::string("\\b(") + Words(1'000) + ")\\b"), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(Times("(", 200) + "a" + Times(")", 200)), MessageNumber::kNone);
+}
+
+TEST(PatternLimits, RefuseDepthAndSize) {
+  const int deep = kMaxPatternNesting + 1;
+  EXPECT_EQ(LimitOf(Times("(", deep) + "a" + Times(")", deep)), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf(std::string("a") + Times("*", deep)), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf(Times("*", deep) + "a"), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf("(((a{200}){200}){200})"), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf("((a{200}){200}){0}"), MessageNumber::kExpressionTooLong)
+      << "what {0} takes away was written out before";
+  EXPECT_EQ(LimitOf(std::string("a") + Times("+", 17)), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf("{30000}{30000}a"), MessageNumber::kExpressionTooLong)
+      << "the automaton repeats the empty operand";
+  EXPECT_EQ(LimitOf("(a?){1000}"), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf(std::string("a") + Times("|b", 50'000)), MessageNumber::kExpressionTooLong);
+}
+
+TEST(PatternLimits, RefuseFaultyPatternsOnlyForTheirSize) {
+  EXPECT_EQ(LimitOf("(a"), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(Times("(", 50'000)), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf("((a{200}){200}){200}("), MessageNumber::kExpressionTooLong);
+}
+
+TEST(PatternLimits, RefuseWhatTakesTooMuchMemory) {
+  EXPECT_EQ(LimitOf(Times("\\b", 200)), MessageNumber::kMemoryOverflow);
+  EXPECT_EQ(LimitOf(Times("^", 400)), MessageNumber::kMemoryOverflow);
+  EXPECT_EQ(LimitOf(Times("(\\b|a)*", 10)), MessageNumber::kMemoryOverflow);
+  EXPECT_EQ(LimitOf("(c*|a{2}{0,3}+){30}"), MessageNumber::kMemoryOverflow);
+  EXPECT_EQ(LimitOf("^1*{2}*{1}*{2}*{2}*{2}"), MessageNumber::kMemoryOverflow);
+}
+
+struct Measured {
+  const char* pattern;
+  double size;
+  int nesting;
+  double emptySteps;
+  double emptyPairs;
+  double neighbourPairs;
+};
+
+/// The limits were found with this measure: whoever changes it finds them anew.
+constexpr Measured kMeasured[] = {
+    {"abc", 4, 0, 0, 0, 2},
+    {"a|b", 3, 0, 1, 6, 0},
+    {"a|b|c", 4, 0, 2, 15, 0},
+    {"(a)", 2, 1, 1, 3, 0},
+    {"((a))", 3, 2, 2, 8, 0},
+    {"(a)(b)", 5, 1, 2, 8, 1},
+    {"((a|b)|c)", 7, 2, 4, 32, 0},
+    {"a*", 2, 1, 2, 2, 1},
+    {"a+", 4, 1, 2, 2, 2},
+    {"a?", 2, 1, 1, 2, 0},
+    {"a{0}b", 4, 1, 0, 2, 0},
+    {"a{3}", 6, 1, 0, 3, 2},
+    {"a{0,3}", 6, 1, 3, 18, 2},
+    {"a{2,4}", 8, 1, 2, 4, 4},
+    {"a{2,}", 6, 1, 2, 3, 3},
+    {"[ab]*c", 4, 1, 2, 4, 2},
+    {"(a|b)*c", 7, 2, 4, 24, 6},
+    {"x(ab|cd){2}y", 21, 2, 3, 42, 12},
+    {"(a|)(b|)", 9, 1, 6, 38, 1},
+    {"(a*)*", 4, 3, 6, 405, 2},
+    {"(|a)*", 5, 2, 5, 504, 1},
+    {"(a?b?)*", 7, 3, 7, 728, 5},
+    {"^a", 3, 0, 1, 2.54, 1},
+    {"\\ba", 3, 0, 2, 13.16, 1},
+    {"^(a|b)", 6, 1, 3, 24.25, 2},
+    {"^(a|)b", 7, 1, 4, 33.86, 3},
+    {"^(a*)b", 6, 2, 5, 31.86, 4},
+    {"(^a)*", 5, 2, 4, 14.54, 3},
+    {"(^|a)*b", 7, 2, 6, 2718.12, 6},
+    {"(a)\\1", 4, 1, 2, 4, 1},
+    {"(a*)\\1", 5, 2, 5, 13, 2},
+};
+
+TEST(PatternLimits, MeasurePatternsAsTheLimitsWereFound) {
+  for (const Measured& expected : kMeasured) {
+    const std::string pattern = expected.pattern;
+    const PatternCost cost = MeasurePattern(ParsePattern(pattern.data(), pattern.size(), nullptr));
+    EXPECT_EQ(cost.size, expected.size) << pattern;
+    EXPECT_EQ(cost.nesting, expected.nesting) << pattern;
+    EXPECT_EQ(cost.emptySteps, expected.emptySteps) << pattern;
+    EXPECT_NEAR(cost.emptyPairs, expected.emptyPairs, 0.001) << pattern;
+    EXPECT_EQ(cost.neighbourPairs, expected.neighbourPairs) << pattern;
+  }
+}
+
+TEST(PatternLimits, ThePlainLimitsAreExact) {
+  EXPECT_EQ(LimitOf(Times("(", 200) + "a" + Times(")", 200)), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(std::string("a") + Times("?", 200)), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(std::string("a") + Times("?", 201)), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf(Times("a", 59'999)), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf(Times("a", 60'000)), MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(LimitOf("a{0,1200}"), MessageNumber::kNone);
+  EXPECT_EQ(LimitOf("a{0,1201}"), MessageNumber::kExpressionTooLong);
+}
+
+/// Compiles a pattern and searches with it in a process and thread of its own, under the promised
+/// bounds. The process ends with 0 when all is well.
+class BoundedProcess {
+ public:
+  static int ExitOf(const std::string& pattern,
+                    const std::string& text = "xxabc Wort17 aabb\nbaac") {
+    const pid_t child = fork();
+    if (child == 0) RunAndExit({pattern, text});
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+ private:
+  struct Work {
+    std::string pattern;
+    std::string text;
+  };
+
+  static constexpr std::size_t kStack = 256 << 10;
+  static constexpr rlim_t kMemory = 256 << 20;
+
+  static void RunAndExit(Work work) {
+    const rlimit memory{kMemory, kMemory};
+    setrlimit(RLIMIT_AS, &memory);
+    alarm(20);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, kStack);
+    pthread_t thread{};
+    pthread_create(&thread, &attributes, Run, &work);
+    pthread_join(thread, nullptr);
+    _exit(1);
+  }
+
+  static void* Run(void* argument) {
+    const auto& [pattern, line] = *static_cast<const Work*>(argument);
+    if (CompileMatcher(pattern.data(), pattern.size()) != MessageNumber::kNone) _exit(2);
+    timespec used{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    if (used.tv_sec >= 1) _exit(3);
+    const HeapText text(line);
+    for (const int group : {0, 1}) {
+      MatchRange range{};
+      ExecuteMatcher(text.Data(), text.Length(), group, range);
+    }
+    _exit(0);
+  }
+};
+
+TEST(PatternLimits, TheWorstOfEachKindStaysWithinTheBounds) {
+#ifdef TROVEX_UNDER_SANITIZER
+  GTEST_SKIP() << "sanitizers take more memory and stack than the library";
+#endif
+  for (const std::string& pattern : {
+           Times("(", 200) + "a" + Times(")", 200),
+           Times("(b|", 200) + "a" + Times(")", 200),
+           Times("(b?", 40) + "a" + Times(")?", 40),
+           std::string("a") + Times("?", 200),
+           std::string("a") + Times("*", 100),
+           std::string("a") + Times("+", 14),
+           Times("a", 59'000),
+           Times("[ab]", 20'000),
+           std::string("a{29000}"),
+           std::string("(ab|cd){6000}"),
+           std::string("a{0,1190}"),
+           Times("a?", 1'190),
+           Times("a*", 590),
+           Times("(a)?", 1'190),
+           Times("()", 590),
+           std::string("a?(b") + Times("|c", 1'180) + ")",
+           std::string("(b") + Times("|c", 1'180) + ")*x",
+           std::string("(a?){390}"),
+           std::string("\\b(") + Words(1'000) + ")\\b",
+           Times("^", 210),
+           Times("\\b", 10),
+           Times("a**", 290),
+           Times("()*", 290),
+           Times("(a{3,}*)+", 80),
+           std::string("^1*{2}*{2}*{2}*{2}"),
+       }) {
+    ASSERT_EQ(LimitOf(pattern), MessageNumber::kNone) << pattern.substr(0, 60);
+    EXPECT_EQ(BoundedProcess::ExitOf(pattern), 0) << pattern.substr(0, 60);
+  }
+}
+
+TEST(PatternLimits, ASearchWithBackReferencesStaysWithinTheBounds) {
+#ifdef TROVEX_UNDER_SANITIZER
+  GTEST_SKIP() << "sanitizers take more memory and stack than the library";
+#endif
+  for (const char* pattern :
+       {"(.+).*\\1x", "(.*)(.*)\\1\\2x", "(.+)\\1+x", "(|)(\\1\\1|x)+y", "(a?){300}\\1x",
+        "(a|b|.)*\\1*x", "((.)\\2|.)*x", "(((((((.)*)*)*)*)*)*)*\\7x"}) {
+    EXPECT_EQ(BoundedProcess::ExitOf(pattern, Times("aab", 7'000) + "x"), 0) << pattern;
+  }
+}
+
+}  // namespace
+}  // namespace trovex
