@@ -13,6 +13,11 @@
 
 namespace trovex {
 
+/// What compiling one expression may cost, all its patterns together (budget.h): steps of about 3 ns
+/// and bytes. What is refused has taken half a second and 192 MB at most.
+inline constexpr std::int64_t kMaxCompileSteps = 160'000'000;
+inline constexpr std::int64_t kMaxCompileBytes = std::int64_t{192} << 20;
+
 /// Brackets and operators inside one another in a search expression: 9814 beyond. The parser of
 /// expressions recurses, as do the walks over its trees.
 inline constexpr int kMaxExpressionNesting = 200;
