@@ -4,23 +4,21 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 
 namespace trovex {
 
 namespace {
 
 /// The module's one message buffer. Its size is fixed so that its address never changes and so that
-/// "Memory overflow!" needs no memory.
-constinit std::array<char, 160> messageBuffer{};
+/// "Memory overflow!" needs no memory; no text is too long for it.
+constinit std::array<char, kLongestMessageText + 1> messageBuffer{};
 
 }  // namespace
 
 const char* LoadMessageText(MessageNumber number) {
   const std::string_view text = StringTableText(number);
-  const std::size_t length = std::min(text.size(), messageBuffer.size() - 1);
-  std::copy_n(text.data(), length, messageBuffer.data());
-  messageBuffer[length] = '\0';
+  std::copy(text.begin(), text.end(), messageBuffer.begin());
+  messageBuffer[text.size()] = '\0';
   return messageBuffer.data();
 }
 

@@ -2,8 +2,7 @@
 
 #include "resources/string_table.h"
 
-#include <array>
-#include <cstddef>
+#include <iterator>
 
 namespace trovex {
 
@@ -11,41 +10,63 @@ namespace {
 
 constexpr unsigned kFirstNumber = 9800;
 
-constexpr std::array<std::string_view, 25> kTexts = {
-    "The text was not found.",
-    "The regular expression is invalid.",
-    "The search expression contains an invalid character.",
-    "The search expression contains an invalid name for a character class.",
-    "The search expression contains a single backslash \\, which isn't followed by a character.",
-    "The search expression contains an invalid reference to a subexpression.",
-    "The bracket [ or ] is missing in an enumeration.",
-    "The closing bracket ) is missing in a subexpression.",
-    "The bracket \\{ or \\} is missing in the repetition statement.",
-    "The repetition statement is invalid.",
-    "The end of the sentence is invalid.",
-    "Memory overflow!",
-    "The search expression starts with an invalid character.",
-    "The search expression is incomplete.",
-    "The search expression is too long.",
-    "The opening bracket is missing in a subexpression.",
-    "The repetition statement is invalid.",
-    "The repetition statement is incomplete.",
-    "The syntax is invalid.",
-    "The search expression contains an empty subexpression.",
-    "When a not operator (!) is used between two subexpressions, it must be preceded by an and "
-    "operator (&).",
-    "The operand after the not operator is missing.",
-    "The left operand of an and operator (&) is missing.",
-    "The right operand of an and operator is missing.",
-    "The search expression must contain at least one character.",
+struct Message {
+  MessageNumber number;
+  std::string_view text;
 };
+
+constexpr Message kMessages[] = {
+    {MessageNumber::kTextNotFound, "The text was not found."},
+    {MessageNumber::kInvalidRegularExpression, "The regular expression is invalid."},
+    {MessageNumber::kInvalidCharacter, "The search expression contains an invalid character."},
+    {MessageNumber::kInvalidClassName,
+     "The search expression contains an invalid name for a character class."},
+    {MessageNumber::kTrailingBackslash,
+     "The search expression contains a single backslash \\, which isn't followed by a character."},
+    {MessageNumber::kInvalidBackReference,
+     "The search expression contains an invalid reference to a subexpression."},
+    {MessageNumber::kUnmatchedSquareBracket, "The bracket [ or ] is missing in an enumeration."},
+    {MessageNumber::kMissingClosingBracket, "The closing bracket ) is missing in a subexpression."},
+    {MessageNumber::kUnmatchedBrace,
+     "The bracket \\{ or \\} is missing in the repetition statement."},
+    {MessageNumber::kInvalidRepetitionBounds, "The repetition statement is invalid."},
+    {MessageNumber::kInvalidRangeEnd, "The end of the sentence is invalid."},
+    {MessageNumber::kMemoryOverflow, "Memory overflow!"},
+    {MessageNumber::kInvalidFirstCharacter,
+     "The search expression starts with an invalid character."},
+    {MessageNumber::kIncompleteExpression, "The search expression is incomplete."},
+    {MessageNumber::kExpressionTooLong, "The search expression is too long."},
+    {MessageNumber::kMissingOpeningBracket, "The opening bracket is missing in a subexpression."},
+    {MessageNumber::kInvalidRepetition, "The repetition statement is invalid."},
+    {MessageNumber::kIncompleteRepetition, "The repetition statement is incomplete."},
+    {MessageNumber::kInvalidSyntax, "The syntax is invalid."},
+    {MessageNumber::kEmptySubexpression, "The search expression contains an empty subexpression."},
+    {MessageNumber::kNotWithoutAnd,
+     "When a not operator (!) is used between two subexpressions, it must be preceded by an and "
+     "operator (&)."},
+    {MessageNumber::kMissingNotOperand, "The operand after the not operator is missing."},
+    {MessageNumber::kMissingLeftAndOperand, "The left operand of an and operator (&) is missing."},
+    {MessageNumber::kMissingRightAndOperand, "The right operand of an and operator is missing."},
+    {MessageNumber::kNothingToCode, "The search expression must contain at least one character."},
+};
+
+/// The numbers run from the first one on without a gap, and every text is one that fits.
+constexpr bool IsWellMade() {
+  unsigned number = kFirstNumber;
+  for (const Message& message : kMessages) {
+    if (static_cast<unsigned>(message.number) != number++) return false;
+    if (message.text.empty() || message.text.size() > kLongestMessageText) return false;
+  }
+  return kMessages[std::size(kMessages) - 1].number == MessageNumber::kLast;
+}
+static_assert(IsWellMade());
 
 }  // namespace
 
 std::string_view StringTableText(MessageNumber number) {
   const auto value = static_cast<unsigned>(number);
-  if (value < kFirstNumber || value - kFirstNumber >= kTexts.size()) return {};
-  return kTexts[value - kFirstNumber];
+  if (value < kFirstNumber || value - kFirstNumber >= std::size(kMessages)) return {};
+  return kMessages[value - kFirstNumber].text;
 }
 
 }  // namespace trovex

@@ -7,6 +7,7 @@
 #ifndef TROVEX_RESOURCES_STRING_TABLE_H
 #define TROVEX_RESOURCES_STRING_TABLE_H
 
+#include <cstddef>
 #include <string_view>
 
 namespace trovex {
@@ -43,9 +44,13 @@ enum class MessageNumber : unsigned {
   kMissingLeftAndOperand = 9822,
   kMissingRightAndOperand = 9823,
   kNothingToCode = 9824,
+  kLast = kNothingToCode,
 };
 
-/// The text of message `number`; empty when the table has none.
+/// No text of the table is longer, in bytes.
+inline constexpr std::size_t kLongestMessageText = 127;
+
+/// The text of message `number`; empty when the table has none. Followed by a zero byte.
 std::string_view StringTableText(MessageNumber number);
 
 }  // namespace trovex
