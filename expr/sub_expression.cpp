@@ -161,9 +161,10 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     if (!environment.IsActive()) return nullptr;
 
     // The tag asked for lies in this leaf when it is one of the brackets counted here. Those that
-    // were stripped from the text enclose all of it: their group number is 0 or less.
+    // were stripped from the text enclose all of it: their group number is 0 or less. Where a bracket
+    // was counted that the expression does not have, the tag base is below 0.
     const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
-    const bool tagMatched = bracket >= 1 && bracket <= groupCount_;
+    const bool tagMatched = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
 
     trovex::ItemMaker items;

@@ -11,10 +11,6 @@ namespace trovex::cli {
 
 namespace {
 
-/// Asks for no tag. Any number below 1 does, but where an expression escapes a bracket right behind
-/// "\&" or "\!", the library counts that bracket, and 0 is then taken for it.
-constexpr int kNoTag = -(1 << 30);
-
 /// Puts a zero byte behind a text and the old byte back.
 class ZeroBehind {
  public:
@@ -59,8 +55,7 @@ std::variant<Query, ExpressionFault> Query::Compile(const std::string& expressio
 
 Answer Query::Search(char* text, int length, int base, std::vector<Match>& matches) {
   const ZeroBehind zero(text + length);
-  const std::unique_ptr<CFoundItemArray> items(
-      root_->Search(text, length, tag_ > 0 ? tag_ : kNoTag));
+  const std::unique_ptr<CFoundItemArray> items(root_->Search(text, length, tag_));
   if (items == nullptr) return Answer::kNothing;
   if (items->IsNegative() != 0) return HoldsItem(*items) ? Answer::kNothing : Answer::kSatisfied;
 

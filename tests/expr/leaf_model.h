@@ -87,7 +87,7 @@ inline ModelArray SearchModelLeaf(const ModelNode& leaf, unsigned long options, 
     return found;
   }
   const int tagInLeaf = tagNr - leaf.tagBase;
-  const bool tagMatched = tagInLeaf >= 1 && tagInLeaf <= leaf.groupCount;
+  const bool tagMatched = tagNr >= 1 && tagInLeaf >= 1 && tagInLeaf <= leaf.groupCount;
   const int group = tagMatched ? tagInLeaf - leaf.strippedBrackets : 0;
   int position = 0;
   while (position < length) {

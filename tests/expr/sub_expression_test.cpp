@@ -237,6 +237,15 @@ TEST_F(LeafTest, RestoresWhatWasInstalledBefore) {
   FreeBuffersInTrovexDll();
 }
 
+TEST_F(LeafTest, APhoneticItemMayLieBeyondTheGivenLength) {
+  // The phonetic search ends with the text's zero byte, whatever the length.
+  ASSERT_EQ(Build("Meier", 0, kSearchModePhonetic), nullptr);
+  HeapText text("Der Mayr, der Meyer");
+  const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), 3, 0));
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(Describe(*found), "negative 0: [4,8)0");
+}
+
 TEST_F(LeafTest, AnEmptyMatchAtTheBeginningEndsTheSearch) {
   ASSERT_EQ(Build("x*", 0, kSearchModeRegularExpression), nullptr);
   EXPECT_EQ(Found("axx", 0), "negative 0:");
@@ -258,6 +267,14 @@ TEST_F(LeafTest, MarksTheTagsThatLieInItsSlice) {
   EXPECT_EQ(Found("xabcabc", 6), "negative 0: [1,4)0 [4,7)0");
   EXPECT_EQ(Found("xabcabc", 0), "negative 0: [1,4)0 [4,7)0");
   EXPECT_EQ(Found("xabcabc", -4), "negative 0: [1,4)0 [4,7)0");
+}
+
+TEST_F(LeafTest, ATagNumberBelowOneAsksForNoneWhereTheTagBaseIsBelowZeroToo) {
+  // The bracket is escaped, but counted: it stands behind an escaped operator.
+  ASSERT_EQ(Build("a\\&\\(b", 0, kSearchModeRegularExpression), nullptr);
+  ASSERT_EQ(Describe(&leaf_), Expected("a&\\(b", -1, 1, 0));
+  for (const int tag : {0, -1, -2, 1, INT_MIN})
+    EXPECT_EQ(Found("xa&(b", tag), "negative 0: [1,5)0") << tag;
 }
 
 TEST_F(LeafTest, ATagNumberAtTheEdgeOfIntLiesInNoLeaf) {
