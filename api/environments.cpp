@@ -30,11 +30,13 @@ const char* CPatternEnvironment::Compile(const char* pattern, int caseSensitive,
 
 void CPatternEnvironment::Activate() {
   saved_ = std::move(Matcher().installed);
+  restored_ = saved_;
   Matcher().installed = compiled_;
 }
 
 void CPatternEnvironment::Restore() {
-  Matcher().installed = saved_;
+  Matcher().installed = restored_.lock();
+  saved_.reset();
 }
 
 const char* CSoundexEnvironment::Compile(const char* pattern, int /*caseSensitive*/,
@@ -75,10 +77,10 @@ void ResetEnvironment(void) {
 
 const char* CompileToEnvironment(const char* pattern, int regularExpression, int phonetic,
                                  int caseSensitive, int matchWords, int* number) {
+  if (number != nullptr) *number = -1;
   if (pattern == nullptr || number == nullptr) {
     return trovex::LoadMessageText(MessageNumber::kEmptySubexpression);
   }
-  *number = -1;
   try {
     std::unique_ptr<CEnvironment> environment;
     if (regularExpression == 0 && phonetic != 0) {

@@ -51,7 +51,10 @@ class CPatternEnvironment : public CEnvironment {
 
  private:
   std::shared_ptr<CompiledPattern> compiled_;
-  std::shared_ptr<CompiledPattern> saved_;  // what was installed before the latest activation
+  // What was installed before the latest activation: kept alive until it is put back, and from then on
+  // no longer, so that freeing the matcher frees it. Restoring again puts it back if it still lives.
+  std::shared_ptr<CompiledPattern> saved_;
+  std::weak_ptr<CompiledPattern> restored_;
 };
 
 class CSoundexEnvironment : public CEnvironment {

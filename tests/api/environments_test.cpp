@@ -14,6 +14,7 @@
 #include <array>
 #include <climits>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <random>
@@ -159,16 +160,16 @@ TEST_F(EnvironmentNumbers, NoneIsKnownAfterAReset) {
   EXPECT_EQ(ActivateEnvironment(0), 0);
 }
 
-TEST_F(EnvironmentNumbers, ANullPointerFailsAndTouchesNothing) {
+TEST_F(EnvironmentNumbers, ANullPointerFailsAndTouchesNoPattern) {
   ASSERT_EQ(PatternEnvironment("a"), 0);
   ASSERT_EQ(Compile("x", 0, 0), nullptr);
-  int number = kUntouched;
   for (const int phonetic : {0, 1}) {
+    int number = kUntouched;
     EXPECT_NE(CompileToEnvironment(nullptr, 0, phonetic, 1, 1, &number), nullptr);
+    EXPECT_EQ(number, -1) << "which says that there is none";
     EXPECT_NE(CompileToEnvironment("b", 0, phonetic, 1, 1, nullptr), nullptr);
     EXPECT_NE(CompileToEnvironment(nullptr, 0, phonetic, 1, 1, nullptr), nullptr);
   }
-  EXPECT_EQ(number, kUntouched);
   EXPECT_EQ(Find("axy"), (Range{1, 2})) << "pattern and flags of the matcher stay";
   SoundexEnvironmentRecord record{};
   int wordMode = kUntouched;
@@ -293,6 +294,23 @@ TEST_F(PatternEnvironments, TheCaseSensitiveSwitchIsTheOppositeOfFolding) {
   EXPECT_EQ(Find("ABC abc"), (Range{0, 3}));
 }
 
+TEST_F(PatternEnvironments, WhatWasRestoredIsFreedWithTheMatchersBuffers) {
+  const int a = PatternEnvironment("a");
+  const int b = PatternEnvironment("b");
+  ASSERT_EQ(Compile("x", 0, 0), nullptr);
+  const std::weak_ptr<CompiledPattern> installed = Matcher().installed;
+  for (const int number : {a, b, a}) {
+    ASSERT_EQ(ActivateEnvironment(number), 1);
+    ASSERT_EQ(RestoreEnvironment(number), 1);
+  }
+  EXPECT_EQ(Find("xab"), (Range{0, 1}));
+  FreeBuffersInTrovexDll();
+  EXPECT_TRUE(installed.expired()) << "no environment keeps it";
+  EXPECT_EQ(Find("xab"), std::nullopt);
+  ASSERT_EQ(ActivateEnvironment(a), 1);
+  EXPECT_EQ(Find("xab"), (Range{1, 2})) << "the environments keep their own";
+}
+
 TEST_F(PatternEnvironments, AFaultyCompileFreesWhatTheMatcherHeld) {
   ASSERT_EQ(Compile("x", 0, 0), nullptr);
   int number = kUntouched;
@@ -331,7 +349,7 @@ TEST_F(SoundexEnvironments, LeaveThePatternMatcherAlone) {
 }
 
 TEST_F(SoundexEnvironments, MatchWordsIsTheWordMode) {
-  for (const int matchWords : {0, 1, 16}) {
+  for (const int matchWords : {0, 1, 16, -3}) {
     const int number = SoundexEnvironment("Meier", matchWords);
     const SoundexEnvironmentRecord none{};
     SetSoundexEnvironment(&none, kUntouched);
@@ -340,7 +358,7 @@ TEST_F(SoundexEnvironments, MatchWordsIsTheWordMode) {
     int wordMode = kUntouched;
     GetSoundexEnvironment(&record, &wordMode);
     EXPECT_STREQ(record.code, "M6");
-    EXPECT_EQ(wordMode != 0, matchWords != 0);
+    EXPECT_EQ(wordMode, matchWords);
   }
 }
 
@@ -420,6 +438,16 @@ TEST_F(EnvironmentMisuse, RestoringAgainPutsTheSameBackAgain) {
   ASSERT_EQ(RestoreEnvironment(a), 1);
   ASSERT_EQ(RestoreEnvironment(a), 1);
   EXPECT_EQ(Find("xa"), (Range{0, 1}));
+}
+
+TEST_F(EnvironmentMisuse, RestoringAgainPutsNothingBackThatWasFreed) {
+  const int a = PatternEnvironment("a");
+  ASSERT_EQ(Compile("x", 0, 0), nullptr);
+  ASSERT_EQ(ActivateEnvironment(a), 1);
+  ASSERT_EQ(RestoreEnvironment(a), 1);
+  ASSERT_EQ(Compile("y", 0, 0), nullptr);
+  ASSERT_EQ(RestoreEnvironment(a), 1);
+  EXPECT_EQ(Find("xya"), std::nullopt);
 }
 
 TEST_F(EnvironmentMisuse, CompilingWhileActiveFreesNothingThatIsStillUsed) {
@@ -526,18 +554,39 @@ std::optional<Range> Place(const ModelPattern& pattern, bool matchWords) {
   return std::nullopt;
 }
 
-/// The module's state as plain values: a pattern is its index, -1 stands for none or a faulty one.
+/// A compiled pattern: which one it is, and its number among all that were compiled. -1 stands for none
+/// or a faulty one.
+struct ModelCompiled {
+  int pattern = -1;
+  int serial = -1;
+};
+
+/// The module's state as plain values.
 struct Model {
   struct Kept {
     bool soundex = false;
-    int pattern = -1;
-    int saved = -1;
+    ModelCompiled own;
+    ModelCompiled saved;      // what the latest activation replaced
+    bool savedIsOurs = true;  // it was not put back yet
     std::string code;
     int wordMode = 0;
   };
 
+  /// Whether the matcher or an environment holds the compiled pattern.
+  bool IsAlive(const ModelCompiled& compiled) const {
+    bool alive = installed.serial == compiled.serial;
+    for (const Kept& kept : environments) {
+      alive = alive || kept.own.serial == compiled.serial ||
+              (kept.savedIsOurs && kept.saved.serial == compiled.serial);
+    }
+    return alive;
+  }
+
+  ModelCompiled NewCompiled(int pattern) { return {pattern, ++serials}; }
+
   std::vector<Kept> environments;
-  int installed = -1;
+  ModelCompiled installed;
+  int serials = 0;
   bool matchWords = false;
   std::string code;
   int wordMode = 0;
@@ -578,8 +627,8 @@ class Calls {
   void ExpectTheModelsState() {
     std::optional<Range> expected;
     int groups = 0;
-    if (model_.installed >= 0) {
-      const ModelPattern& pattern = kPatterns.at(Index(model_.installed));
+    if (model_.installed.pattern >= 0) {
+      const ModelPattern& pattern = kPatterns.at(Index(model_.installed.pattern));
       expected = Place(pattern, model_.matchWords);
       groups = pattern.groups;
       EXPECT_EQ(GetSubExpressionCount(), groups);
@@ -599,14 +648,14 @@ class Calls {
   int Below(int bound) { return static_cast<int>(random_() % static_cast<unsigned>(bound)); }
 
   void CompilePattern() {
-    model_.installed = Below(static_cast<int>(kPatterns.size()));
+    model_.installed = model_.NewCompiled(Below(static_cast<int>(kPatterns.size())));
     model_.matchWords = Below(2) == 1;
-    const ModelPattern& pattern = kPatterns.at(Index(model_.installed));
+    const ModelPattern& pattern = kPatterns.at(Index(model_.installed.pattern));
     EXPECT_EQ(Compile(pattern.pattern, pattern.foldCase, model_.matchWords), nullptr);
   }
 
   void CompileFaultyPattern() {
-    model_.installed = -1;
+    model_.installed = {};
     model_.matchWords = Below(2) == 1;
     EXPECT_NE(Compile("alpha)", 0, model_.matchWords), nullptr);
   }
@@ -615,9 +664,9 @@ class Calls {
     const int index = Below(static_cast<int>(kPatterns.size()));
     const ModelPattern& pattern = kPatterns.at(Index(index));
     model_.matchWords = Below(2) == 1;
-    model_.installed = -1;
+    model_.installed = {};
     Model::Kept kept;
-    kept.pattern = index;
+    kept.own = model_.NewCompiled(index);
     ExpectNextNumber(pattern.pattern, Below(2), 0, !pattern.foldCase, model_.matchWords);
     model_.environments.push_back(kept);
   }
@@ -644,7 +693,7 @@ class Calls {
       model_.code.clear();
       model_.wordMode = matchWords;
     } else {
-      model_.installed = -1;
+      model_.installed = {};
       model_.matchWords = matchWords != 0;
     }
   }
@@ -659,7 +708,7 @@ class Calls {
   void FreeOrReset() {
     if (Below(4) != 0) {
       FreeBuffersInTrovexDll();
-      model_.installed = -1;
+      model_.installed = {};
       return;
     }
     ResetEnvironment();
@@ -679,7 +728,8 @@ class Calls {
       model_.wordMode = kept.wordMode;
     } else {
       kept.saved = model_.installed;
-      model_.installed = kept.pattern;
+      kept.savedIsOurs = true;
+      model_.installed = kept.own;
     }
   }
 
@@ -690,8 +740,10 @@ class Calls {
       return;
     }
     EXPECT_EQ(RestoreEnvironment(number), 1);
-    const Model::Kept& kept = model_.environments[Index(number)];
-    if (!kept.soundex) model_.installed = kept.saved;
+    Model::Kept& kept = model_.environments[Index(number)];
+    if (kept.soundex) return;
+    model_.installed = model_.IsAlive(kept.saved) ? kept.saved : ModelCompiled{};
+    kept.savedIsOurs = false;
   }
 
   void ExpectNextNumber(const char* pattern, int regularExpression, int phonetic, int caseSensitive,
