@@ -250,10 +250,10 @@ const char* GetSearchTree(const char* expression, int regularExpression, int pho
   using trovex::LoadMessageText;
   using trovex::MessageNumber;
 
+  tree = nullptr;
   if (expression == nullptr || tagCount == nullptr) {
     return LoadMessageText(MessageNumber::kEmptySubexpression);
   }
-  tree = nullptr;
   try {
     trovex::ExpressionParser parser(expression);
     tree = parser.Parse().release();

@@ -92,6 +92,8 @@ class TROVEX_EXPORT CFoundItemArray : public CPointerArray<CFoundItem> {
   ///   size becomes 0.
   /// - `nearBy` from 0, otherwise: the items that are near; their slots in the sources become null.
   ///   The result is negative exactly when both sources are.
+  ///
+  /// Throws std::bad_alloc when memory runs out; every item then still has one owner among the three.
   void Merge(CFoundItemArray* first, CFoundItemArray* second, int nearBy);
 
   const CClassDescription& QueryClass() const override;

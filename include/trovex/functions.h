@@ -29,8 +29,8 @@ extern "C" {
 /// Returns null on success: `tree` is the root, which the caller deletes, and `tagCount` the number
 /// of brackets, hence the highest tag number.
 ///
-/// A fault in the expression returns its message text, sets `tree` to null and leaves `tagCount`
-/// and the environments of an earlier tree as they are. A fault in one of the patterns returns its
+/// A fault in the expression, or a null `expression` or `tagCount`, returns its message text, sets
+/// `tree` to null and leaves `tagCount` and the environments of an earlier tree as they are. A fault in one of the patterns returns its
 /// message text with `tree` and `tagCount` set; the caller deletes that tree and must not search
 /// it.
 ///
@@ -58,7 +58,10 @@ TROVEX_EXPORT const char* Compile(const char* pattern, int foldCase, int matchWo
 /// group. A group that took no part, or that the pattern does not have, has the range that begins
 /// and ends one byte before the line of the match: -1 and -1 on the first line.
 ///
-/// Whole words are judged by the flag of the latest Compile, also after ActivateEnvironment.
+/// Whole words are judged by the flag of the latest Compile, also after ActivateEnvironment, with two
+/// exceptions. The whole match of a pattern that is one fixed string, compiled without words, is
+/// found wherever the string stands. And a pattern that was compiled for whole words finds nothing
+/// on a line that does not hold one.
 TROVEX_EXPORT int Search(const char* text, int length, int* start, int* end, int subexpression);
 
 /// The number of groups in the installed pattern; 0 when none is installed.
@@ -90,7 +93,8 @@ TROVEX_EXPORT void ResetEnvironment(void);
 /// `regularExpression` nonzero makes it a regular expression; else `phonetic` nonzero makes it a
 /// Soundex code (`caseSensitive` is then ignored); else it is a regular expression as well.
 ///
-/// Returns null on success. Otherwise returns a message text and writes -1; no number is used up.
+/// Returns null on success. Otherwise, also for a null `pattern`, returns a message text and writes
+/// -1; no number is used up.
 /// The matcher is left empty in the first case.
 TROVEX_EXPORT const char* CompileToEnvironment(const char* pattern, int regularExpression,
                                                int phonetic, int caseSensitive, int matchWords,
@@ -140,8 +144,7 @@ TROVEX_EXPORT void SetSoundexEnvironment(const struct SoundexEnvironmentRecord* 
 inline const char* GetSearchTree(const char* expression, int regularExpression, int phoneticSearch,
                                  int matchWords, int caseSensitive, CSearchTreeItem** tree,
                                  int* tagCount) {
-  // A null expression makes the call fail without a look at the tree, hence without writing to it.
-  CSearchTreeItem* none = nullptr;
+  CSearchTreeItem* none = nullptr;  // takes the null that there is no place for
   return tree == nullptr ? GetSearchTree(nullptr, 0, 0, 0, 0, none, nullptr)
                          : GetSearchTree(expression, regularExpression, phoneticSearch, matchWords,
                                          caseSensitive, *tree, tagCount);

@@ -184,7 +184,7 @@ class CPointerArray : public CSerializableObject {
   ///
   /// When `size` exceeds the capacity, the capacity grows by the grow-by count, or, where that is
   /// 0, by an eighth of the present size, at least 4 and at most 1024, or to `size` if that is
-  /// more.
+  /// more. Throws std::bad_alloc, with the array unchanged, when memory runs out.
   void SetSize(int size) {
     if (size <= 0) {
       data_.reset();
@@ -201,7 +201,8 @@ class CPointerArray : public CSerializableObject {
   /// pointer of 64 bits takes two words, the low one first. Loading replaces the slots by what was
   /// stored; the old elements are not deleted, the loaded pointers mean something only in the
   /// process that stored them. A count that the stream cannot hold makes the array empty and the
-  /// stream fail.
+  /// stream fail. Throws std::bad_alloc when memory runs out: a stream that is stored into then
+  /// lacks what did not fit, an array that is loaded is unchanged.
   void Serialize(CArchiveStream& archive) override {
     if (archive.IsStoring()) {
       archive.WriteCount(static_cast<std::uint32_t>(size_));

@@ -21,7 +21,8 @@
 //   the library. It is valid until the next message is loaded; copy it before calling the library
 //   again. Null means success. Nothing throws, but for the few operations that say so.
 // - A null pointer where a function needs something to read or to write makes that function return
-//   its failure value (a message text, 0 or null) and change nothing.
+//   its failure value (a message text, 0 or null) and change nothing, but for what tells of a
+//   failure: GetSearchTree's tree is then null and CompileToEnvironment's number -1.
 // - All state is module-wide and unguarded: one thread at a time. A process that wants to search on
 //   several cores forks workers.
 

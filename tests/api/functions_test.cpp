@@ -82,6 +82,25 @@ TEST_F(CompileFunction, ANullPatternLeavesTheFlagsAsTheyAre) {
   EXPECT_EQ(Find("ABC"), (Range{0, 3}));
 }
 
+TEST_F(CompileFunction, ANullPatternLeavesTheFlagsOfAPatternThatIsNoFixedString) {
+  // Whose matches are judged by the flag at every search.
+  ASSERT_EQ(Compile("be[rq]", 0, 0), nullptr);
+  ASSERT_EQ(Compile(nullptr, 1, 1), nullptr);
+  EXPECT_EQ(Find("xberx"), (Range{1, 4}));
+
+  ASSERT_EQ(Compile("be[rq]", 0, 1), nullptr);
+  ASSERT_EQ(Compile(nullptr, 0, 0), nullptr);
+  EXPECT_EQ(Find("xberx ber"), (Range{6, 9}));
+}
+
+TEST_F(CompileFunction, AFaultOfAStageBeforeTheEngineIsForgottenToo) {
+  // The engine takes this one; what throws out lines without a match does not.
+  ASSERT_STREQ(Compile("*{", 0, 0), "The repetition statement is incomplete.");
+  EXPECT_EQ(Find("*{"), std::nullopt);
+  EXPECT_EQ(Compile("abc", 0, 0), nullptr);
+  EXPECT_EQ(Find("abc"), (Range{0, 3}));
+}
+
 TEST_F(CompileFunction, ANewPatternReplacesTheOldOne) {
   ASSERT_EQ(Compile("abc", 0, 0), nullptr);
   ASSERT_EQ(Compile("xyz", 0, 0), nullptr);
@@ -260,6 +279,29 @@ TEST_F(FreeBuffers, FreesWhatAFaultLeftBehind) {
   ASSERT_NE(Compile("(a", 1, 1), nullptr);
   FreeBuffersInTrovexDll();
   EXPECT_EQ(GetSubExpressionCount(), 0);
+}
+
+TEST_F(SearchFunction, AFixedStringCompiledWithoutWordsIsFoundWhateverTheLatestFlagIs) {
+  ResetEnvironment();
+  int number = kUntouched;
+  ASSERT_EQ(CompileToEnvironment("(abc)", 1, 0, 1, 0, &number), nullptr);
+  ASSERT_EQ(Compile("x", 0, 1), nullptr);
+  ASSERT_EQ(ActivateEnvironment(number), 1);
+  EXPECT_EQ(Find("xabcx abc"), (Range{1, 4}));
+  EXPECT_EQ(Find("xabcx abc", 1), (Range{6, 9})) << "a group is judged by the flag";
+  EXPECT_EQ(RestoreEnvironment(number), 1);
+  ResetEnvironment();
+}
+
+TEST_F(SearchFunction, APatternCompiledForWordsPassesOverLinesWithoutOneWhateverTheLatestFlagIs) {
+  ResetEnvironment();
+  int number = kUntouched;
+  ASSERT_EQ(CompileToEnvironment("ab[cd]", 1, 0, 1, 1, &number), nullptr);
+  ASSERT_EQ(Compile("x", 0, 0), nullptr);
+  ASSERT_EQ(ActivateEnvironment(number), 1);
+  EXPECT_EQ(Find("xabcx\nxabcx abc"), (Range{7, 10}));
+  EXPECT_EQ(RestoreEnvironment(number), 1);
+  ResetEnvironment();
 }
 
 TEST_F(FreeBuffers, LeavesEnvironmentsAlone) {

@@ -379,9 +379,16 @@ TEST_F(OddArguments, NullForEveryPointerOfAPlainFunctionIsNo) {
   EXPECT_EQ(Search(nullptr, INT_MAX, nullptr, nullptr, INT_MAX), 0);
   EXPECT_EQ(Search(text.Data(), INT_MIN, nullptr, nullptr, INT_MIN), 0);
   EXPECT_STREQ(CompileToEnvironment(nullptr, 1, 1, 1, 1, &number), kEmptySubexpression);
+  EXPECT_EQ(std::exchange(number, -77), -1);
   EXPECT_STREQ(CompileToEnvironment("a", 1, 1, 1, 1, nullptr), kEmptySubexpression);
   EXPECT_STREQ(GetSearchTree("a", 1, 0, 0, 0, noTree, &number), kEmptySubexpression);
   EXPECT_STREQ(GetSearchTree(nullptr, 1, 0, 0, 0, noTree, nullptr), kEmptySubexpression);
+  CSearchTreeItem other;
+  CSearchTreeItem* tree = &other;
+  EXPECT_STREQ(GetSearchTree(nullptr, 1, 0, 0, 0, tree, &number), kEmptySubexpression);
+  EXPECT_EQ(std::exchange(tree, &other), nullptr);
+  EXPECT_STREQ(GetSearchTree("a", 1, 0, 0, 0, tree, nullptr), kEmptySubexpression);
+  EXPECT_EQ(tree, nullptr);
   EXPECT_EQ(CompileSoundex(nullptr, INT_MIN), 0);
   EXPECT_EQ(SearchSoundex(nullptr, nullptr, nullptr), 0);
   GetSoundexEnvironment(nullptr, nullptr);
