@@ -11,11 +11,13 @@
 #include <trovex/search_tree.h>
 
 #include <gtest/gtest.h>
+#include <climits>
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace trovex::testing {
 namespace {
@@ -140,6 +142,29 @@ TEST(Expression, ANumberBehindAndIsADistance) {
 
 TEST(Expression, ANegativeDistanceIsStored) {
   ExpectTree("a & -3 b", 0, And(-3, 0, Leaf("a"), Leaf("b")));
+}
+
+TEST(Expression, ADistanceThatAnIntCannotHoldIsTheNearestThatItCan) {
+  for (const char* distance : {"2147483647", "2147483648", "99999999999", "9223372036854775808",
+                               "123456789012345678901234567890"}) {
+    const std::string digits = distance;
+    ExpectTree("a &" + digits + " b", 0, And(INT_MAX, 0, Leaf("a"), Leaf("b")));
+    if (digits == "2147483647") continue;
+    ExpectTree("a &-" + digits + " b", 0, And(INT_MIN, 0, Leaf("a"), Leaf("b")));
+  }
+}
+
+TEST(Expression, WhiteSpaceOfAnyKindMayStandBeforeADistance) {
+  for (const char* space : {" ", "\t", "\n", "\v", "\f", "\r", "", " \v\t "}) {
+    ExpectTree("a &" + std::string(space) + "5 b", 0, And(5, 0, Leaf("a"), Leaf("b")));
+  }
+  ExpectTree(
+      "a &\x08"
+      "5",
+      0,
+      And(-1, 0, Leaf("a"),
+          Leaf("\x08"
+               "5")));
 }
 
 TEST(Expression, ASignWithoutDigitsIsText) {
@@ -336,15 +361,30 @@ TEST(ExpressionResult, ASuccessfulParseDiscardsTheEnvironmentsOfTheTreeBefore) {
   EXPECT_EQ(found, nullptr);  // its second leaf's number is gone
 }
 
-TEST(ExpressionResult, NullArgumentsFailAndTouchNothing) {
+TEST(ExpressionResult, TheLeavesEnvironmentsAreNumberedInTextOrderFromZero) {
+  int number = kUntouched;
+  ASSERT_EQ(CompileToEnvironment("earlier", 1, 0, 0, 0, &number), nullptr);
+  const Parsed parsed = Parse("long (a)(b) & c");  // the cheaper operand is exchanged afterwards
+  ASSERT_EQ(parsed.message, "");
+  for (const int leaf : {0, 1}) {
+    ASSERT_EQ(ActivateEnvironment(leaf), 1);
+    EXPECT_EQ(GetSubExpressionCount(), leaf == 0 ? 2 : 0);
+    EXPECT_EQ(RestoreEnvironment(leaf), 1);
+  }
+  EXPECT_EQ(ActivateEnvironment(2), 0);
+  ASSERT_EQ(CompileToEnvironment("later", 1, 0, 0, 0, &number), nullptr);
+  EXPECT_EQ(number, 2);
+}
+
+TEST(ExpressionResult, NullArgumentsFailAndGiveNoTree) {
   CSearchTreeItem item;
   CSearchTreeItem* tree = &item;
   int tagCount = kUntouched;
   EXPECT_NE(GetSearchTree(nullptr, 1, 0, 0, 0, tree, &tagCount), nullptr);
-  EXPECT_EQ(tree, &item);
+  EXPECT_EQ(std::exchange(tree, &item), nullptr);
   EXPECT_EQ(tagCount, kUntouched);
   EXPECT_NE(GetSearchTree("a", 1, 0, 0, 0, tree, nullptr), nullptr);
-  EXPECT_EQ(tree, &item);
+  EXPECT_EQ(tree, nullptr);
   EXPECT_NE(GetSearchTree("a", 1, 0, 0, 0, static_cast<CSearchTreeItem**>(nullptr), &tagCount),
             nullptr);
   EXPECT_EQ(tagCount, kUntouched);

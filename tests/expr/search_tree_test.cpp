@@ -14,6 +14,22 @@ namespace {
 
 constexpr char kEmptySubexpression[] = "The search expression contains an empty subexpression.";
 
+/// A node that writes what happens to it into a record: its name in lower case when it gets its options,
+/// in upper case when it is deleted.
+class RecordedNode : public CSearchTreeItem {
+ public:
+  RecordedNode(char name, std::string& record) : name_(name), record_(record) {}
+  RecordedNode(const RecordedNode&) = delete;
+  RecordedNode& operator=(const RecordedNode&) = delete;
+  ~RecordedNode() override { record_ += static_cast<char>(name_ - 'a' + 'A'); }
+
+  void SetSearchOptions(unsigned long /*options*/) override { record_ += name_; }
+
+ private:
+  char name_;
+  std::string& record_;
+};
+
 /// A node that counts how many of its kind are alive and remembers the options it was given.
 class CountedNode : public CSearchTreeItem {
  public:
@@ -174,6 +190,17 @@ TEST(BinaryNode, DeletesBothChildrenButNotThoseThatWereReplaced) {
     EXPECT_EQ(CountedNode::Alive(), 4);
   }
   EXPECT_EQ(CountedNode::Alive(), 2);
+}
+
+TEST(BinaryNode, GivesOptionsToTheLeftChildFirstAndDeletesItFirst) {
+  std::string record;
+  auto node = std::make_unique<CBinarySearchTreeItem>();
+  node->SetLeftChild(new RecordedNode('a', record));
+  node->SetRightChild(new RecordedNode('b', record));
+  node->SetSearchOptions(1);
+  EXPECT_EQ(record, "ab");
+  node.reset();
+  EXPECT_EQ(record, "abAB");
 }
 
 TEST(BinaryNode, PutsTheCheaperOperandOnTheLeft) {

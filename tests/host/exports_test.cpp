@@ -155,6 +155,12 @@ TEST(Exports, HoldWhatAHostNeedsOfEveryClass) {
     destructor.append("::~").append(name).append("()");
     EXPECT_EQ(names.count(destructor), 1U) << name;
   }
+  for (const std::string name : {"CSearchTreeItem", "CUnarySearchTreeItem", "CBinarySearchTreeItem",
+                                 "CSubExpression", "CNotOperator", "CAndOperator"}) {
+    const std::string source = "(" + name + " const&)";
+    EXPECT_EQ(names.count(name + "::" + name + source), 1U) << name;
+    EXPECT_EQ(names.count(name + "::operator=" + source), 1U) << name;
+  }
   for (const char* member : {"CFoundItem::CFoundItem(int, int, int)",
                              "CFoundItem::CFoundItem(CFoundItem&)",
                              "CFoundItem::operator=(CFoundItem&)",
