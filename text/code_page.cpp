@@ -1,5 +1,6 @@
 // Two things are told of the page and all else follows: the code points of bytes 128 to 159, where the
-// page differs from Latin-1, and which letters are pairs.
+// page differs from Latin-1, and which letters are pairs. Code points are mapped back with one table
+// that reaches to the last of the page's.
 
 #include "text/code_page.h"
 
@@ -24,6 +25,24 @@ constexpr std::array<char32_t, kFirstLatin1 - kFirstOwn> kOwnCodePoints = {
     0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,  // ‘ ’ “ ” • – —
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178,  // ˜ ™ š › œ ž Ÿ
 };
+
+constexpr char32_t kLastCodePoint = 0x2122;
+
+/// The byte of every code point; 0 where the page lacks it.
+using BytesOfCodePoints = std::array<Byte, kLastCodePoint + 1>;
+
+constexpr BytesOfCodePoints MakeBytesOfCodePoints() {
+  BytesOfCodePoints bytes{};
+  for (std::size_t c = 1; c < 256; ++c) {
+    if (c < kFirstOwn || c >= kFirstLatin1) bytes[c] = static_cast<Byte>(c);
+  }
+  for (std::size_t i = 0; i < kOwnCodePoints.size(); ++i) {
+    if (kOwnCodePoints[i] != 0) bytes[kOwnCodePoints[i]] = static_cast<Byte>(kFirstOwn + i);
+  }
+  return bytes;
+}
+
+constexpr BytesOfCodePoints kBytes = MakeBytesOfCodePoints();
 
 constexpr Byte kNoBreakSpace = 0xA0;
 constexpr Byte kFeminineOrdinal = 0xAA, kMicro = 0xB5, kMasculineOrdinal = 0xBA;
@@ -184,12 +203,9 @@ char32_t CodePageToUnicode(unsigned char c) {
 }
 
 std::optional<unsigned char> UnicodeToCodePage(char32_t codePoint) {
-  if (codePoint < kFirstOwn) return static_cast<Byte>(codePoint);
-  if (codePoint < kFirstLatin1) return std::nullopt;
-  if (codePoint < 256) return static_cast<Byte>(codePoint);
-  const auto* const found = std::find(kOwnCodePoints.begin(), kOwnCodePoints.end(), codePoint);
-  if (found == kOwnCodePoints.end()) return std::nullopt;
-  return static_cast<Byte>(kFirstOwn + (found - kOwnCodePoints.begin()));
+  if (codePoint == 0) return Byte{0};
+  if (codePoint >= kBytes.size() || kBytes[codePoint] == 0) return std::nullopt;
+  return kBytes[codePoint];
 }
 
 }  // namespace trovex
