@@ -97,6 +97,7 @@ Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
 /// Makes the locator, where automata can answer for the engine.
 void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate) {
   const MatcherState& matcher = Matcher();
+  if (matcher.matchLines) return;  // the automaton alone knows that condition
   const std::optional<TokenStream> stream =
       WriteTokenStream(ParsePattern(pattern.data(), pattern.size(), translate));
   if (!stream) return;

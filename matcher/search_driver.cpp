@@ -71,8 +71,13 @@ const char* NearLineEnd(const char* p, const char* limit) {
   return end == near ? limit : end;
 }
 
+/// Whether `place` lies on the line of `p`, at its end or before.
+bool IsOnLineOf(const char* p, const char* place) {
+  return place <= p || LineFrom(p, place).end == place;
+}
+
 /// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
-/// null.
+/// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
 const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit) {
   if (pattern.keywords == nullptr) return RunAutomaton(pattern.automaton, scan, limit);
   for (;;) {
@@ -82,8 +87,9 @@ const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* li
     const char* const lineEnd = NearLineEnd(keyword.start, limit);
     const char* const place =
         RunAutomaton(pattern.automaton, LineStart(keyword.start, scan), lineEnd);
-    if (place != nullptr || lineEnd == limit) return place;
-    scan = lineEnd + 1;
+    if (place == nullptr && lineEnd == limit) return nullptr;
+    if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
+    scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
   }
 }
 
@@ -91,45 +97,58 @@ bool IsWordConstituentAt(const char* p) {
   return IsWordConstituent(static_cast<unsigned char>(*p));
 }
 
-/// Finds the first match on `line` that stands as a whole word, beginning with the match of length
-/// `length` at `start`. Each round judges one match: the byte before it and the byte behind it must
-/// not belong to a word. A refused match is tried shorter at the same start, then further right.
+/// A match on a line, and where the line was cut off for it.
+struct LineMatch {
+  int start;
+  int end;
+  BoundedText searched;
+};
+
+/// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
+/// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
+/// tried shorter at the same start, then further right.
 ///
 /// The byte behind the line is read too: it is the line feed or the byte behind the text.
-bool FindWholeWord(RegularExpression& regex, const Line& line, int start, int length,
-                   MatchRegisters& registers) {
+bool FindWholeWord(RegularExpression& regex, const Line& line, LineMatch& match) {
+  MatchRegisters whole(true);
   const int lineLength = line.Length();
-  while (start >= 0) {
-    const bool wordBefore = start > 0 && IsWordConstituentAt(line.begin + start - 1);
+  int length = match.end - match.start;
+  while (match.start >= 0) {
+    match.end = match.start + length;
+    const bool wordBefore = match.start > 0 && IsWordConstituentAt(line.begin + match.start - 1);
     if (!wordBefore) {
       if (length == lineLength) return true;
-      if (!IsWordConstituentAt(line.begin + start + length)) return true;
+      if (!IsWordConstituentAt(line.begin + match.end)) return true;
     }
     if (length > 0) {
-      length = regex.MatchWithin(line.begin, start + length - 1, start, registers);
+      match.searched = {line.begin, match.end - 1, false};
+      length = regex.MatchWithin(line.begin, match.end - 1, match.start, whole);
       if (length > 0) continue;
     }
-    if (start == lineLength) return false;
-    start = regex.Search(line.begin, lineLength, start + 1, registers);
-    length = registers.End(0) - start;
+    if (match.start == lineLength) return false;
+    match.searched = {line.begin, lineLength, true};
+    match.start = regex.Search(line.begin, lineLength, match.start + 1, whole);
+    length = whole.End(0) - match.start;
   }
   return false;
 }
 
 /// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
 /// conditions.
-bool FindOnLine(RegularExpression& regex, const Line& line, int from, MatchRegisters& registers) {
+bool FindOnLine(RegularExpression& regex, const Line& line, int from, LineMatch& match) {
   const MatcherState& matcher = Matcher();
-  const int start = regex.Search(line.begin, line.Length(), from, registers);
-  if (start < 0) return false;
-  const int length = registers.End(0) - start;
+  MatchRegisters whole(true);
+  match.searched = {line.begin, line.Length(), true};
+  match.start = regex.Search(line.begin, line.Length(), from, whole);
+  match.end = whole.End(0);
+  if (match.start < 0) return false;
   if (matcher.matchLines) {
-    if (length == line.Length()) return true;
+    if (match.end - match.start == line.Length()) return true;
     if (!matcher.matchWords) return false;
   } else if (!matcher.matchWords) {
     return true;
   }
-  return FindWholeWord(regex, line, start, length, registers);
+  return FindWholeWord(regex, line, match);
 }
 
 /// One search: a pattern, a text and the group that is wanted.
@@ -148,7 +167,13 @@ struct Search {
     const int offset = static_cast<int>(base - text);
     return {offset + start, offset + end};
   }
-  MatchRange RangeOnLine(const char* lineBegin, const MatchRegisters& registers) const {
+  /// The range of what is wanted of `match`, which was found on the line that begins at `lineBegin`.
+  MatchRange RangeOnLine(const char* lineBegin, const LineMatch& match) const {
+    if (group == 0) return RangeOf(lineBegin, match.start, match.end);
+    MatchRegisters registers(!WantsGroup());
+    if (WantsGroup()) {
+      pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers);
+    }
     return RangeOf(lineBegin, registers.Start(group), registers.End(group));
   }
 };
@@ -164,19 +189,23 @@ bool FindKeyword(const Search& search, MatchRange& range) {
   return true;
 }
 
-/// Gives the range of the group that is wanted in `match`, which was located without the engine.
-MatchRange GroupRangeIn(const Search& search, const MatchLocator::Match& match) {
+/// Gives the range of what is wanted of `match`, which was located without the engine.
+MatchRange RangeIn(const Search& search, const MatchLocator::Match& match) {
   const auto length = static_cast<int>(match.end - match.start);
   if (search.group == 0) return search.RangeOf(match.start, 0, length);
-  MatchRegisters registers(!search.WantsGroup());
+  const char* const lineBegin = LineStart(match.start, search.text);
+  const auto start = static_cast<int>(match.start - lineBegin);
+  LineMatch onLine{start, start + length, {lineBegin, start + length, false}};
+  if (!search.WantsGroup()) return search.RangeOnLine(lineBegin, onLine);
   if (!search.pattern.standsAlone) {
-    const Line line = LineAround(match.start, search.text, search.limit);
-    FindOnLine(search.pattern.regex, line, static_cast<int>(match.start - line.begin), registers);
-    return search.RangeOnLine(line.begin, registers);
+    const Line line = LineFrom(lineBegin, search.limit);
+    const bool found = FindOnLine(search.pattern.regex, line, start, onLine);
+    return found ? search.RangeOnLine(lineBegin, onLine) : search.RangeOf(lineBegin, -1, -1);
   }
-  if (search.WantsGroup()) search.pattern.regex.Search(match.start, length, 0, registers);
-  if (registers.Start(search.group) >= 0) return search.RangeOnLine(match.start, registers);
-  return search.RangeOf(LineStart(match.start, search.text), -1, -1);
+  const MatchRange group =
+      search.RangeOnLine(match.start, {0, length, {match.start, length, false}});
+  const bool tookPart = group.start >= match.start - search.text;
+  return tookPart ? group : search.RangeOf(lineBegin, -1, -1);
 }
 
 /// Whether it is certain that the automaton lets the line of `match` pass: reading the pattern as the
@@ -204,20 +233,20 @@ bool FindByLocator(const Search& search, MatchRange& range) {
       scan = LineStart(place, line);
       if (scan != line) continue;  // a later line
     }
-    range = GroupRangeIn(search, match);
+    range = RangeIn(search, match);
     return true;
   }
 }
 
 /// Takes the lines that can hold a match to the engine, or all of them.
 bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
-  MatchRegisters registers(!search.WantsGroup());
+  LineMatch match{};
   for (const char* scan = search.text;;) {
     const char* const place = everyLine ? scan : NextPlace(search.pattern, scan, search.limit);
     if (place == nullptr) return false;
     const Line line = LineAround(place, scan, search.limit);
-    if (FindOnLine(search.pattern.regex, line, 0, registers)) {
-      range = search.RangeOnLine(line.begin, registers);
+    if (FindOnLine(search.pattern.regex, line, 0, match)) {
+      range = search.RangeOnLine(line.begin, match);
       return true;
     }
     if (line.end >= search.limit) return false;

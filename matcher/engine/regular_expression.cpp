@@ -147,10 +147,10 @@ int RegularExpression::Search(const char* line, int length, int from, MatchRegis
   if (hazards_.search) {
     return FindBounded(text, from, length, registers) ? registers.Start(0) : -1;
   }
-  if (!AreGroupsBounded(registers)) return SearchEngine(line, length, from, registers);
+  if (registers.wholeMatchOnly_) return SearchEngine(line, length, from, length, registers);
   MatchRegisters whole(true);
-  const int start = SearchEngine(line, length, from, whole);
-  if (start >= 0) FillGroups(text, {start, whole.End(0)}, registers);
+  const int start = SearchEngine(line, length, from, length, whole);
+  if (start >= 0) FindGroups(text, {start, whole.End(0)}, registers);
   return start;
 }
 
@@ -160,11 +160,22 @@ int RegularExpression::MatchWithin(const char* line, int length, int start,
   if (hazards_.search) {
     return FindBounded(text, start, start, registers) ? registers.End(0) - start : -1;
   }
-  if (!AreGroupsBounded(registers)) return MatchEngineWithin(line, length, start, registers);
+  if (registers.wholeMatchOnly_) return MatchEngineWithin(line, length, start, registers);
   MatchRegisters whole(true);
   const int matched = MatchEngineWithin(line, length, start, whole);
-  if (matched >= 0) FillGroups(text, {start, start + matched}, registers);
+  if (matched >= 0) FindGroups(text, {start, start + matched}, registers);
   return matched;
+}
+
+void RegularExpression::FindGroups(const BoundedText& text, GroupRange match,
+                                   MatchRegisters& registers) {
+  const bool isBounded = hazards_.groups || hazards_.search;
+  const bool found =
+      isBounded ? FillBounded(text, match, registers) : FillByEngine(text, match, registers);
+  if (found) return;
+  std::vector<GroupRange> ranges(GroupCount() + 1);
+  ranges[0] = match;
+  registers.Set(ranges);
 }
 
 /// Finds a match and its groups without the engine.
@@ -176,22 +187,33 @@ bool RegularExpression::FindBounded(const BoundedText& text, int from, int lastS
   return true;
 }
 
-/// Fills the registers for `match`, which the engine has found. If its groups are not found within
-/// the bounds, they took no part.
-void RegularExpression::FillGroups(const BoundedText& text, GroupRange match,
-                                   MatchRegisters& registers) const {
-  std::vector<GroupRange> ranges;
-  if (!bounded_->FindGroups(text, match, ranges)) ranges.assign(GroupCount() + 1, {});
-  ranges[0] = match;
-  registers.Set(ranges);
+/// Asks the engine for `match` with its groups; returns whether it finds it.
+bool RegularExpression::FillByEngine(const BoundedText& text, GroupRange match,
+                                     MatchRegisters& registers) {
+  const int length = text.length;
+  const int start = text.endsLine
+                        ? SearchEngine(text.begin, length, match.start, match.start, registers)
+                        : MatchEngineWithin(text.begin, length, match.start, registers);
+  return start >= 0 && registers.End(0) == match.end;
 }
 
-int RegularExpression::SearchEngine(const char* line, int length, int from,
+/// Looks for the groups of `match` without the engine; returns false if they are not found within the
+/// bounds.
+bool RegularExpression::FillBounded(const BoundedText& text, GroupRange match,
+                                    MatchRegisters& registers) const {
+  std::vector<GroupRange> ranges;
+  if (!bounded_->FindGroups(text, match, ranges)) return false;
+  ranges[0] = match;
+  registers.Set(ranges);
+  return true;
+}
+
+int RegularExpression::SearchEngine(const char* line, int length, int from, int lastStart,
                                     MatchRegisters& registers) {
   RenewIfDamaged();
   UseRegisters(registers);
   buffer_.not_eol = 0;
-  return Checked(re_search(&buffer_, line, length, from, length - from, &registers.registers_));
+  return Checked(re_search(&buffer_, line, length, from, lastStart - from, &registers.registers_));
 }
 
 int RegularExpression::MatchEngineWithin(const char* line, int length, int start,

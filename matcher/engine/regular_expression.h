@@ -50,7 +50,9 @@ MessageNumber MessageForRegexError(int code);
 /// search of a text, however many calls of the engine that takes.
 ///
 /// The engine finds the whole match alone up to five times faster than the groups with it, so the
-/// groups are asked for only when one is wanted.
+/// groups are asked for only when one is wanted, and only of the match that is known. Where an anchor
+/// stands in a repetition, the engine has matches that it denies when it is asked for their groups:
+/// the match stands, and its groups took no part.
 class MatchRegisters {
  public:
   /// Registers for the whole match alone, or for it and all groups.
@@ -105,16 +107,19 @@ class RegularExpression {
   /// std::bad_alloc when memory runs out.
   int MatchWithin(const char* line, int length, int start, MatchRegisters& registers);
 
+  /// Fills `registers` for `match`, which a search of `text` has found. Groups that cannot be told took
+  /// no part. Throws std::bad_alloc when memory runs out.
+  void FindGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers);
+
  private:
   void NoteHazards(SyntaxTree tree);
   bool FindBounded(const BoundedText& text, int from, int lastStart,
                    MatchRegisters& registers) const;
-  bool AreGroupsBounded(const MatchRegisters& registers) const {
-    return hazards_.groups && !registers.wholeMatchOnly_;
-  }
-  void FillGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers) const;
+  bool FillByEngine(const BoundedText& text, GroupRange match, MatchRegisters& registers);
+  bool FillBounded(const BoundedText& text, GroupRange match, MatchRegisters& registers) const;
 
-  int SearchEngine(const char* line, int length, int from, MatchRegisters& registers);
+  int SearchEngine(const char* line, int length, int from, int lastStart,
+                   MatchRegisters& registers);
   int MatchEngineWithin(const char* line, int length, int start, MatchRegisters& registers);
   void UseRegisters(MatchRegisters& registers);
   int Checked(int answer);

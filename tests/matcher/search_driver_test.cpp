@@ -189,6 +189,16 @@ TEST_F(LineSearch, BackReferencesAreMatched) {
   EXPECT_EQ(Find("(a|b)x\\1", "axb\nbxb"), At(4, 7));
 }
 
+TEST_F(LineSearch, ALongLineWithAKeywordSaysNothingOfTheNextOne) {
+  // The automaton takes any line with "xx" for a candidate; the keyword "]b" is what the next one lacks.
+  for (const std::size_t size : {10U, 4'000U, 4'094U, 4'095U, 4'096U, 5'000U, 20'000U}) {
+    const std::string line = "]b" + std::string(size, 'z') + "\n";
+    EXPECT_EQ(Find("(x)\\1[[.a.]]b", line + "xxab xxd"), std::nullopt) << size;
+    const int start = static_cast<int>(line.size()) + 12;
+    EXPECT_EQ(Find("(x)\\1[[.a.]]b", line + "xxab xxd\n]b xxab"), At(start, start + 4)) << size;
+  }
+}
+
 TEST_F(LineSearch, WithoutAPatternNothingIsFound) {
   EXPECT_EQ(Execute("abc"), std::nullopt);
   EXPECT_EQ(Execute("abc", 1), std::nullopt);
@@ -257,6 +267,19 @@ TEST_F(GroupRange, FollowsTheWordThatIsFoundInTheEnd) {
   EXPECT_EQ(Find("(a)(b*)", "abbbx ab", kWords, 0), At(6, 8));
   EXPECT_EQ(Find("(a)(b*)", "abbbx ab", kWords, 2), At(7, 8));
   EXPECT_EQ(Find("(a)(b*)(x)?", "abbb_ ab", kWords, 3), At(-1, -1));
+}
+
+TEST_F(GroupRange, OfAMatchThatIsDeniedWithItsGroupsIsThatOfOneThatTookNoPart) {
+  // An anchor in a repetition: asked for the match alone, the engine has one that it has not with groups.
+  const std::string_view text = "-1-_ -_a -\n-11^-";
+  for (const bool engineOnly : {false, true}) {
+    Matcher().engineOnly = engineOnly;
+    const std::optional<MatchRange> whole = Find("11{,3}(^-){,3}", text);
+    ASSERT_NE(whole, std::nullopt);
+    EXPECT_EQ(whole, At(1, 3));
+    EXPECT_EQ(Find("11{,3}(^-){,3}", text, kNoFlags, 1), At(-1, -1));
+    EXPECT_EQ(Find("11{,3}(^-){,3}", text, kNoFlags, 2), At(-1, -1));
+  }
 }
 
 TEST_F(GroupRange, AnEmptyGroupHasARange) {
@@ -371,6 +394,15 @@ TEST_F(WholeLineSearch, ACompileOfTheHostsEndsIt) {
   ASSERT_EQ(Execute("abc"), std::nullopt);
   ASSERT_EQ(CompileWith("ab", kNoFlags), MessageNumber::kNone);
   EXPECT_EQ(Execute("abc"), At(0, 2));
+}
+
+TEST_F(WholeLineSearch, APatternThatWasCompiledForLinesKeepsThatCondition) {
+  for (const char* pattern : {"ab", "a.", "(a)b"}) {
+    ASSERT_EQ(CompileWith(pattern, kLines), MessageNumber::kNone);
+    Matcher().matchLines = false;
+    EXPECT_EQ(Execute("xab\nabc"), std::nullopt) << pattern;
+    EXPECT_EQ(Execute("xab\nab\nc"), At(4, 6)) << pattern;
+  }
 }
 
 TEST_F(WholeLineSearch, AlsoWithWholeWordsTheFilledLineCounts) {
