@@ -395,6 +395,13 @@ TEST_F(EnvironmentFlags, APatternWithoutWordsIsSearchedForWordsAfterSuchACompile
   EXPECT_EQ(Find("concat cat"), (Range{7, 10}));
 }
 
+TEST_F(EnvironmentFlags, AFixedStringWithoutWordsIsFoundAnywhereAfterSuchACompile) {
+  const int plain = PatternEnvironment("c(a)t", 0);
+  PatternEnvironment("dog", 1);
+  ASSERT_EQ(ActivateEnvironment(plain), 1);
+  EXPECT_EQ(Find("concat cat"), (Range{3, 6}));
+}
+
 TEST_F(EnvironmentFlags, AFaultyCompileSetsThemToo) {
   const int plain = PatternEnvironment("ca[tx]", 0);
   int number = kUntouched;
