@@ -17,6 +17,9 @@
 // - A node made by brackets stands for the whole segment; other text of the segment is dropped.
 // - "a & b & c" is a & (b & c); "a & !b & c" is (a & !b) & c: the operand of "!" ends at the next "&".
 //
+// Brackets and NOTs may stand inside one another up to a limit, for the parser recurses there, as do the
+// walks over the tree that it makes. A chain of ANDs has none: it is read in a loop.
+//
 // A fault travels as an exception that carries a message number up to GetSearchTree; every node
 // under construction has an owner on the way, which deletes it.
 
@@ -42,7 +45,7 @@ struct ExpressionError {
 };
 
 /// Counts one more level of the parser for as long as the object lives. Levels beyond the limit are
-/// refused: the parser recurses, and so do the walks over the tree that it makes.
+/// refused.
 class NestedLevel {
  public:
   explicit NestedLevel(int& depth) : depth_(depth) {
@@ -57,8 +60,12 @@ class NestedLevel {
   int& depth_;
 };
 
-/// What a level of the parser reads.
-enum class LevelKind { kPlain, kNotOperand, kRightAndOperand };
+/// What a level of the parser reads: everything up to its end, or one operand, which ends at the next
+/// "&" as well.
+enum class LevelKind { kPlain, kOperand };
+
+/// What a level of the parser ended at. "&" and ")" are left to be read by the level above.
+enum class LevelEnd { kText, kAnd, kBracket };
 
 constexpr bool IsWhiteSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
@@ -69,13 +76,14 @@ constexpr bool IsDigit(char c) {
 
 class ExpressionParser {
  public:
-  /// `expression` is zero-terminated and outlives the parser.
-  explicit ExpressionParser(const char* expression) : cursor_(expression) {}
+  /// `expression` is zero-terminated and outlives the parser. Every leaf is given the options word.
+  ExpressionParser(const char* expression, unsigned long options)
+      : cursor_(expression), options_(options) {}
 
   /// The tree of the whole expression. Throws ExpressionError.
   Node Parse() {
-    bool closed = false;
-    Node root = ParseExpressionLevel(LevelKind::kPlain, closed);
+    LevelEnd end = LevelEnd::kText;
+    Node root = ParseExpressionLevel(LevelKind::kPlain, end);
     if (bracketDepth_ > 0) throw ExpressionError{MessageNumber::kMissingClosingBracket};
     if (bracketDepth_ < 0) throw ExpressionError{MessageNumber::kMissingOpeningBracket};
     return RequireOperand(std::move(root), MessageNumber::kEmptySubexpression);
@@ -85,16 +93,21 @@ class ExpressionParser {
   int TagCount() const { return tagCounter_; }
 
  private:
-  Node ParseExpressionLevel(LevelKind kind, bool& closed);
+  Node ParseExpressionLevel(LevelKind kind, LevelEnd& end);
   Node ParseBracket();
-  Node ParseNot(bool& closed);
-  Node ParseAnd(Node left, const char* segment, bool& closed);
+  Node ParseNot(LevelEnd& end);
+  Node ParseAnds(Node left, const char* segment, LevelEnd& end);
+  std::unique_ptr<CAndOperator> ParseAnd(Node left, const char* segment);
   int ParseNearBy();
 
   /// A leaf of the text from `begin` up to the read position.
-  Node Leaf(const char* begin) const {
+  Node Leaf(const char* begin) {
+    if (++patterns_ > kMaxExpressionPatterns) {
+      throw ExpressionError{MessageNumber::kExpressionTooLong};
+    }
     auto leaf = std::make_unique<CSubExpression>();
     leaf->SetSubExpression(begin, static_cast<int>(cursor_ - begin), tagCounter_);
+    leaf->SetSearchOptions(options_);
     return leaf;
   }
 
@@ -104,22 +117,23 @@ class ExpressionParser {
   }
 
   const char* cursor_;
+  unsigned long options_;
   int nesting_ = 0;
   int bracketDepth_ = 0;
   int tagCounter_ = 0;
+  int patterns_ = 0;
 };
 
-/// Reads one level. `closed` tells whether it ended at a ")", which is left to be read by the level
-/// that opened the bracket. Null when the level's text is to stay in the segment of the level
-/// above.
-Node ExpressionParser::ParseExpressionLevel(LevelKind kind, bool& closed) {
+/// Reads one level; `end` tells what it ended at. Null when the level's text is to stay in the segment of
+/// the level above.
+Node ExpressionParser::ParseExpressionLevel(LevelKind kind, LevelEnd& end) {
   const NestedLevel level(nesting_);
   const char* const segment = cursor_;
   bool escaped = false;
   bool contentSeen = false;
-  bool operandClosed = false;
+  LevelEnd operandEnd = LevelEnd::kText;
   Node current;
-  closed = false;
+  end = LevelEnd::kText;
 
   for (;;) {
     const char c = *cursor_;
@@ -140,16 +154,17 @@ Node ExpressionParser::ParseExpressionLevel(LevelKind kind, bool& closed) {
       ++cursor_;
     } else if (c == '!') {
       if (contentSeen || current != nullptr) throw ExpressionError{MessageNumber::kNotWithoutAnd};
-      current = ParseNot(operandClosed);
-      if (kind != LevelKind::kPlain || operandClosed) {
-        closed = operandClosed;
+      current = ParseNot(operandEnd);
+      if (operandEnd == LevelEnd::kBracket) end = LevelEnd::kBracket;
+      if (kind == LevelKind::kOperand || end == LevelEnd::kBracket) return current;
+    } else if (c == '&') {
+      if (kind == LevelKind::kOperand) {
+        end = LevelEnd::kAnd;
         return current;
       }
-    } else if (c == '&') {
-      if (kind == LevelKind::kNotOperand) return current;
-      current = ParseAnd(std::move(current), segment, operandClosed);
-      if (kind == LevelKind::kRightAndOperand || operandClosed) {
-        closed = operandClosed;
+      current = ParseAnds(std::move(current), segment, operandEnd);
+      if (operandEnd == LevelEnd::kBracket) {
+        end = LevelEnd::kBracket;
         return current;
       }
     } else if (c == '(') {
@@ -157,7 +172,7 @@ Node ExpressionParser::ParseExpressionLevel(LevelKind kind, bool& closed) {
       contentSeen = true;
     } else {
       if (--bracketDepth_ < 0) throw ExpressionError{MessageNumber::kMissingOpeningBracket};
-      closed = true;
+      end = LevelEnd::kBracket;
       return nullptr;
     }
   }
@@ -168,8 +183,8 @@ Node ExpressionParser::ParseBracket() {
   const int tag = ++tagCounter_;
   ++bracketDepth_;
   ++cursor_;
-  bool closed = false;
-  Node node = ParseExpressionLevel(LevelKind::kPlain, closed);
+  LevelEnd end = LevelEnd::kText;
+  Node node = ParseExpressionLevel(LevelKind::kPlain, end);
   if (*cursor_ != ')') throw ExpressionError{MessageNumber::kMissingClosingBracket};
   if (node != nullptr) {
     node = RequireOperand(std::move(node), MessageNumber::kEmptySubexpression);
@@ -179,32 +194,45 @@ Node ExpressionParser::ParseBracket() {
   return node;
 }
 
-Node ExpressionParser::ParseNot(bool& closed) {
+/// Reads "!" and its operand, which ended at `end`.
+Node ExpressionParser::ParseNot(LevelEnd& end) {
   auto negation = std::make_unique<CNotOperator>();
   const char* const operand = ++cursor_;
-  Node child = ParseExpressionLevel(LevelKind::kNotOperand, closed);
+  Node child = ParseExpressionLevel(LevelKind::kOperand, end);
   if (child == nullptr) child = Leaf(operand);
   child = RequireOperand(std::move(child), MessageNumber::kMissingNotOperand);
   negation->SetChild(child.release());
   return negation;
 }
 
-/// Reads "&", its distance and its right operand. Without a node for the left operand, that is the
-/// text from `segment` on.
-Node ExpressionParser::ParseAnd(Node left, const char* segment, bool& closed) {
+/// Reads "&" and what follows it up to `end`: "& b & c" becomes left & (b & c). An operand that is a NOT
+/// ends the chain. Without a node for the left operand, that is the text from `segment` on.
+Node ExpressionParser::ParseAnds(Node left, const char* segment, LevelEnd& end) {
+  std::unique_ptr<CAndOperator> chain = ParseAnd(std::move(left), segment);
+  for (CAndOperator* last = chain.get();;) {
+    const char* const operand = cursor_;
+    Node right = ParseExpressionLevel(LevelKind::kOperand, end);
+    if (end == LevelEnd::kAnd) {
+      CAndOperator* const next = ParseAnd(std::move(right), operand).release();
+      last->SetRightChild(next);
+      last = next;
+      continue;
+    }
+    if (right == nullptr) right = Leaf(operand);
+    right = RequireOperand(std::move(right), MessageNumber::kMissingRightAndOperand);
+    last->SetRightChild(right.release());
+    return chain;
+  }
+}
+
+/// Reads "&" and its distance. The AND has its left operand: `left`, or else the text from `segment` on.
+std::unique_ptr<CAndOperator> ExpressionParser::ParseAnd(Node left, const char* segment) {
   auto conjunction = std::make_unique<CAndOperator>();
   if (left == nullptr) left = Leaf(segment);
   left = RequireOperand(std::move(left), MessageNumber::kMissingLeftAndOperand);
   conjunction->SetLeftChild(left.release());
-
   ++cursor_;
   conjunction->SetNearBy(ParseNearBy());
-
-  const char* const operand = cursor_;
-  Node right = ParseExpressionLevel(LevelKind::kRightAndOperand, closed);
-  if (right == nullptr) right = Leaf(operand);
-  right = RequireOperand(std::move(right), MessageNumber::kMissingRightAndOperand);
-  conjunction->SetRightChild(right.release());
   return conjunction;
 }
 
@@ -255,7 +283,9 @@ const char* GetSearchTree(const char* expression, int regularExpression, int pho
     return LoadMessageText(MessageNumber::kEmptySubexpression);
   }
   try {
-    trovex::ExpressionParser parser(expression);
+    trovex::ExpressionParser parser(
+        expression, trovex::OptionsFromSwitches(regularExpression != 0, phoneticSearch != 0,
+                                                matchWords != 0, caseSensitive != 0));
     tree = parser.Parse().release();
     *tagCount = parser.TagCount();
   } catch (const trovex::ExpressionError& error) {
@@ -264,8 +294,6 @@ const char* GetSearchTree(const char* expression, int regularExpression, int pho
     return LoadMessageText(MessageNumber::kMemoryOverflow);
   }
 
-  tree->SetSearchOptions(trovex::OptionsFromSwitches(regularExpression != 0, phoneticSearch != 0,
-                                                     matchWords != 0, caseSensitive != 0));
   ResetEnvironment();
   int cost = 0;
   return tree->OptimizeAndCompile(&cost);

@@ -2,9 +2,13 @@
 // costs and compile errors travel through them.
 
 #include "api/messages.h"
+#include "expr/and_chain.h"
 
 #include <trovex/search_tree.h>
+#include <new>
+#include <optional>
 #include <utility>
+#include <vector>
 
 using trovex::LoadMessageText;
 using trovex::MessageNumber;
@@ -76,9 +80,27 @@ CBinarySearchTreeItem::CBinarySearchTreeItem(const CBinarySearchTreeItem& other)
 CBinarySearchTreeItem& CBinarySearchTreeItem::operator=(const CBinarySearchTreeItem& other) =
     default;
 
+/// Deletes the operands from left to right. An AND among them is emptied first and its operands take its
+/// place, so that chains are deleted in a loop, and without memory.
 CBinarySearchTreeItem::~CBinarySearchTreeItem() {
-  delete std::exchange(leftChild_, nullptr);
-  delete std::exchange(rightChild_, nullptr);
+  CSearchTreeItem* left = std::exchange(leftChild_, nullptr);
+  CSearchTreeItem* right = std::exchange(rightChild_, nullptr);
+  for (;;) {
+    // (a & b) & rest  becomes  a & (b & rest).
+    while (CAndOperator* const both = trovex::AsPlainAnd(left)) {
+      left = both->leftChild_;
+      both->leftChild_ = both->rightChild_;
+      both->rightChild_ = right;
+      right = both;
+    }
+    delete left;
+    CAndOperator* const both = trovex::AsPlainAnd(right);
+    if (both == nullptr) break;
+    left = std::exchange(both->leftChild_, nullptr);
+    right = std::exchange(both->rightChild_, nullptr);
+    delete both;
+  }
+  delete right;
 }
 
 int CBinarySearchTreeItem::IsEmpty() {
@@ -86,26 +108,73 @@ int CBinarySearchTreeItem::IsEmpty() {
 }
 
 void CBinarySearchTreeItem::SetSearchOptions(unsigned long options) {
-  if (leftChild_ != nullptr) leftChild_->SetSearchOptions(options);
-  if (rightChild_ != nullptr) rightChild_->SetSearchOptions(options);
+  for (CBinarySearchTreeItem* node = this;;) {
+    if (node->leftChild_ != nullptr) node->leftChild_->SetSearchOptions(options);
+    CAndOperator* const chained = trovex::AsPlainAnd(node->rightChild_);
+    if (chained == nullptr) {
+      if (node->rightChild_ != nullptr) node->rightChild_->SetSearchOptions(options);
+      return;
+    }
+    node = chained;
+  }
 }
+
+namespace {
+
+/// A node whose operands are being compiled.
+struct OpenNode {
+  CBinarySearchTreeItem* node;
+  std::optional<int> leftCost;  // none: the left operand is not compiled yet
+
+  CSearchTreeItem* NextOperand() const {
+    return leftCost ? node->GetRightChild() : node->GetLeftChild();
+  }
+
+  /// Both operands are compiled: puts the cheaper one on the left, where it is searched first and may
+  /// make the other's search unnecessary. Returns the node's cost.
+  int Close(int rightCost) const {
+    if (*leftCost > rightCost) {
+      CSearchTreeItem* const left = node->GetLeftChild();
+      node->SetLeftChild(node->GetRightChild());
+      node->SetRightChild(left);
+    }
+    return *leftCost + rightCost + 1;
+  }
+};
+
+/// Compiles the operands of `root` and of the ANDs below it, from left to right.
+const char* CompileOperands(CBinarySearchTreeItem* root, int* cost) {
+  std::vector<OpenNode> open = {{root, {}}};
+  for (;;) {
+    CSearchTreeItem* const operand = open.back().NextOperand();
+    if (operand == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
+    if (CAndOperator* const both = trovex::AsPlainAnd(operand)) {
+      open.push_back({both, {}});
+      continue;
+    }
+    int operandCost = 0;
+    if (const char* error = operand->OptimizeAndCompile(&operandCost)) return error;
+    while (open.back().leftCost) {
+      operandCost = open.back().Close(operandCost);
+      open.pop_back();
+      if (!open.empty()) continue;
+      *cost = operandCost;
+      return nullptr;
+    }
+    open.back().leftCost = operandCost;
+  }
+}
+
+}  // namespace
 
 const char* CBinarySearchTreeItem::OptimizeAndCompile(int* cost) {
   if (cost == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
   *cost = 0;
-
-  int leftCost = 0;
-  if (leftChild_ == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
-  if (const char* error = leftChild_->OptimizeAndCompile(&leftCost)) return error;
-
-  int rightCost = 0;
-  if (rightChild_ == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
-  if (const char* error = rightChild_->OptimizeAndCompile(&rightCost)) return error;
-
-  // The left operand is searched first and may make the right one's search unnecessary.
-  if (leftCost > rightCost) std::swap(leftChild_, rightChild_);
-  *cost = leftCost + rightCost + 1;
-  return nullptr;
+  try {
+    return CompileOperands(this, cost);
+  } catch (const std::bad_alloc&) {
+    return LoadMessageText(MessageNumber::kMemoryOverflow);
+  }
 }
 
 CSearchTreeItem* CBinarySearchTreeItem::GetLeftChild() {

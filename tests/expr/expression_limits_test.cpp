@@ -1,5 +1,5 @@
-// How deep a typed expression may be, and that everything up to there fits on a small stack: parsing,
-// compiling, searching and deleting the tree.
+// How deep a typed expression may be, that a chain of ANDs may be as long as it likes, and that all of it
+// fits on a small stack: parsing, compiling, searching and deleting the tree.
 
 #include "tests/heap_text.h"
 
@@ -71,17 +71,98 @@ TEST(ExpressionLimits, BracketsUpToTheLimitAreRead) {
   EXPECT_EQ(MessageFor(Times("(", kDeepest + 1) + "a" + Times(")", kDeepest + 1)), kTooLong);
 }
 
-TEST(ExpressionLimits, OperatorsUpToTheLimitAreRead) {
-  EXPECT_EQ(MessageFor(Times("a & ", kDeepest) + "a"), "");
-  EXPECT_EQ(MessageFor(Times("a & ", kDeepest + 1) + "a"), kTooLong);
+TEST(ExpressionLimits, NotsUpToTheLimitAreRead) {
   EXPECT_EQ(MessageFor(Times("!", kDeepest) + "a"), "");
   EXPECT_EQ(MessageFor(Times("!", kDeepest + 1) + "a"), kTooLong);
 }
 
 TEST(ExpressionLimits, FarBeyondTheLimitIsRefusedToo) {
-  for (const char* part : {"(", "!", "a &", "(a & ", "!("}) {
+  for (const char* part : {"(", "!", "(a & ", "!("}) {
     EXPECT_EQ(MessageFor(Times(part, 1'000'000)), kTooLong) << part;
   }
+}
+
+/// What the chain `expression` finds in a text with two a's, one b and no x: how many items, or a
+/// message.
+std::string ItemsOfChain(const std::string& expression) {
+  std::string answer = "not run";
+  OnASmallStack([&] {
+    CSearchTreeItem* root = nullptr;
+    int tags = 0;
+    const char* message = GetSearchTree(expression.c_str(), 1, 0, 0, 0, root, &tags);
+    const std::unique_ptr<CSearchTreeItem> tree(root);
+    answer = message != nullptr ? message : "";
+    if (message != nullptr) return;
+    tree->SetSearchOptions(kSearchModeRegularExpression);
+    const HeapText text("a b\na");
+    const std::unique_ptr<CFoundItemArray> found(tree->Search(text.Data(), text.Length(), 1));
+    answer = found == nullptr ? "no result" : std::to_string(found->GetSize());
+  });
+  return answer;
+}
+
+constexpr int kChain = 10'000;
+
+TEST(ExpressionLimits, AChainOfAndsMayBeLong) {
+  EXPECT_EQ(ItemsOfChain(Times("a & ", kChain) + "b"), std::to_string(2 * kChain + 1));
+  EXPECT_EQ(ItemsOfChain(Times("b &9 ", kChain) + "b"), std::to_string(kChain + 1));
+  EXPECT_EQ(ItemsOfChain(Times("a & ", kChain) + "x"), "0");
+}
+
+TEST(ExpressionLimits, AChainThatGoesOnOnTheLeftMayBeLongToo) {
+  EXPECT_EQ(ItemsOfChain("a" + Times(" & !x", kChain)), "2");
+  EXPECT_EQ(ItemsOfChain("a & b" + Times(" & !x & b", kChain / 2)), std::to_string(3 + kChain / 2));
+  EXPECT_EQ(ItemsOfChain("a" + Times(" &3 !x", kChain)), "2");
+}
+
+TEST(ExpressionLimits, AChainMayStandInBracketsAndBehindNots) {
+  const std::string chain = Times("a & ", kChain / 100) + "b";
+  EXPECT_EQ(ItemsOfChain("(" + chain + ") & b"), std::to_string(kChain / 50 + 2));
+  EXPECT_EQ(ItemsOfChain("!(" + chain + ")"), std::to_string(kChain / 50 + 1));
+}
+
+TEST(ExpressionLimits, MorePatternsThanAnyonesAreRefused) {
+  for (const char* part : {"a & ", "a &5 ", "a & !a & "}) {
+    EXPECT_EQ(MessageFor(Times(part, 1'000'000) + "a"), kTooLong) << part;
+  }
+}
+
+TEST(ExpressionLimits, ALongChainWithAFaultLeavesNothingBehind) {
+  for (const char* end : {"", "&", "(", "!", "[a", "(b & c", "b !c"}) {
+    const std::string answer = ItemsOfChain(Times("a & !b & c & ", kChain / 3) + end);
+    EXPECT_TRUE(answer.find('.') != std::string::npos) << end << ": " << answer;
+  }
+}
+
+TEST(ExpressionLimits, ATreeOfAHostsMakingMayBeAChainOnEitherSide) {
+  OnASmallStack([] {
+    std::unique_ptr<CSearchTreeItem> tree;
+    for (int i = 0; i < kChain; ++i) {
+      auto leaf = std::make_unique<CSubExpression>();
+      leaf->SetSubExpression(CString("a"));
+      leaf->SetSearchOptions(kSearchModeRegularExpression);
+      if (tree == nullptr) {
+        tree = std::move(leaf);
+        continue;
+      }
+      auto both = std::make_unique<CAndOperator>();
+      both->SetLeftChild(i % 3 == 0 ? leaf.release() : tree.release());
+      if (both->GetLeftChild() != nullptr && tree != nullptr) {
+        both->SetRightChild(tree.release());
+      } else {
+        both->SetRightChild(leaf.release());
+      }
+      tree = std::move(both);
+    }
+    ResetEnvironment();
+    int cost = 0;
+    ASSERT_EQ(tree->OptimizeAndCompile(&cost), nullptr);
+    EXPECT_EQ(cost, 2 * kChain - 1);
+    const HeapText text("a");
+    const std::unique_ptr<CFoundItemArray> found(tree->Search(text.Data(), text.Length(), 0));
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->GetSize(), kChain);
+  });
 }
 
 TEST(ExpressionLimits, ARefusedExpressionLeavesNothingBehind) {

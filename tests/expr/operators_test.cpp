@@ -8,9 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace trovex::testing {
@@ -240,7 +242,12 @@ TEST_F(OperatorTest, HandsItsArgumentsToTheLeavesUnchanged) {
 /// prepared arrays. A leaf's number is kept in the model leaf's text.
 class TreePair {
  public:
-  TreePair(Dice& dice, SearchLog& log) : dice_(dice), log_(log) { Grow(4, root_, model_); }
+  /// A tree of any shape, or one whose first `chained` nodes are ANDs, each the right operand of the one
+  /// before, most of them without a distance.
+  TreePair(Dice& dice, SearchLog& log, int chained = 0)
+      : dice_(dice), log_(log), chained_(chained) {
+    Grow(chained > 0 ? chained + 1 : 4, root_, model_);
+  }
 
   CSearchTreeItem& Root() { return *root_; }
   const ModelNode* Model() const { return model_.get(); }
@@ -251,7 +258,7 @@ class TreePair {
  private:
   void Grow(int depth, std::unique_ptr<CSearchTreeItem>& node, std::unique_ptr<ModelNode>& model) {
     model = std::make_unique<ModelNode>();
-    const int kind = depth == 0 ? 0 : dice_.Between(0, 5);
+    const int kind = chained_ > 0 ? 3 : depth <= 0 ? 0 : dice_.Between(0, 5);
     if (kind == 0) {
       GrowLeaf(node, *model);
       return;
@@ -281,11 +288,14 @@ class TreePair {
 
   void GrowAnd(int depth, std::unique_ptr<CSearchTreeItem>& node, ModelNode& model) {
     model.kind = ModelNode::Kind::kAnd;
-    model.nearBy = dice_.OneIn(2) ? -dice_.Between(1, 3) : dice_.Between(0, 20);
+    const bool anywhere = chained_ > 0 ? !dice_.OneIn(5) : dice_.OneIn(2);
+    model.nearBy = anywhere ? -dice_.Between(1, 3) : dice_.Between(0, 20);
     auto both = std::make_unique<CAndOperator>();
     both->SetNearBy(model.nearBy);
-    both->SetLeftChild(GrowChild(depth, model.left).release());
-    both->SetRightChild(GrowChild(depth, model.right).release());
+    const int chainedBelow = std::exchange(chained_, 0) - 1;
+    both->SetLeftChild(GrowChild(chainedBelow >= 0 ? 1 : depth, model.left).release());
+    chained_ = std::max(chainedBelow, 0);
+    both->SetRightChild(GrowChild(chainedBelow == 0 ? 1 : depth, model.right).release());
     node = std::move(both);
   }
 
@@ -298,9 +308,10 @@ class TreePair {
 
   ModelArray RandomResult() {
     ModelArray result;
+    const bool ordered = !dice_.OneIn(20);  // a host's own nodes may give anything
     int start = 0;
-    for (int i = dice_.Between(0, 3); i > 0; --i) {
-      start += dice_.Between(0, 12);
+    for (int i = dice_.OneIn(12) ? 0 : dice_.Between(1, 3); i > 0; --i) {
+      start += dice_.Between(ordered ? 0 : -12, 12);
       result.slots.emplace_back(ModelItem{start, start + dice_.Between(0, 5), dice_.Between(0, 1)});
     }
     result.negative = dice_.OneIn(8) ? dice_.Between(1, 3) : 0;
@@ -309,6 +320,7 @@ class TreePair {
 
   Dice& dice_;
   SearchLog& log_;
+  int chained_;  // how many ANDs of the chain are yet to come
   std::vector<std::optional<ModelArray>> prepared_;
   std::unique_ptr<CSearchTreeItem> root_;
   std::unique_ptr<ModelNode> model_;
@@ -316,10 +328,10 @@ class TreePair {
 
 TEST_F(OperatorTest, RandomTreesAgreeWithTheModel) {
   int nonEmpty = 0;
-  for (std::uint32_t seed = 1; seed <= 40000; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 60000; ++seed) {
     Dice dice(seed);
     log_ = SearchLog{};
-    TreePair tree(dice, log_);
+    TreePair tree(dice, log_, dice.OneIn(3) ? dice.Between(2, 9) : 0);
     const int tagNr = dice.Between(-1, 3);
     std::vector<int> modelLeaves;
     const std::optional<ModelArray> expected =
