@@ -1,7 +1,9 @@
-// The sentences themselves, in the order of their numbers from 9800 on.
+// The sentences themselves, in the order of their numbers: from 9800 on those of both doors, from 9850
+// on those of the second one alone.
 
 #include "resources/string_table.h"
 
+#include <cstddef>
 #include <iterator>
 
 namespace trovex {
@@ -9,6 +11,7 @@ namespace trovex {
 namespace {
 
 constexpr unsigned kFirstNumber = 9800;
+constexpr unsigned kFirstOfQueries = 9850;
 
 struct Message {
   MessageNumber number;
@@ -50,21 +53,40 @@ constexpr Message kMessages[] = {
     {MessageNumber::kNothingToCode, "The search expression must contain at least one character."},
 };
 
-/// The numbers run from the first one on without a gap, and every text is one that fits.
-constexpr bool IsWellMade() {
-  unsigned number = kFirstNumber;
-  for (const Message& message : kMessages) {
+constexpr Message kMessagesOfQueries[] = {
+    {MessageNumber::kUnknownEscape, "A backslash \\ before this letter or digit has no meaning."},
+    {MessageNumber::kMissingOperatorBehindBracket,
+     "An operator (& or |) is missing behind the closing bracket ) of operands."},
+    {MessageNumber::kMissingOperatorBeforeBracket,
+     "An operator (& or |) is missing before the opening bracket ( of operands."},
+    {MessageNumber::kRepeatedOperands, "A bracket that holds operands can't be repeated."},
+    {MessageNumber::kInvalidSoundWord,
+     "A word that is searched by its sound (~) must consist of letters only."},
+    {MessageNumber::kBothOperandsNegated,
+     "Of the two operands of a distance, only one may be negated (!)."},
+    {MessageNumber::kOperandWithoutPlaces,
+     "An operand of a distance must be something that can be found in a text."},
+};
+
+/// The numbers run from the first one on to the last without a gap, and every text is one that fits.
+template <std::size_t N>
+constexpr bool IsWellMade(const Message (&messages)[N], unsigned number, MessageNumber last) {
+  for (const Message& message : messages) {
     if (static_cast<unsigned>(message.number) != number++) return false;
     if (message.text.empty() || message.text.size() > kLongestMessageText) return false;
   }
-  return kMessages[std::size(kMessages) - 1].number == MessageNumber::kLast;
+  return messages[N - 1].number == last;
 }
-static_assert(IsWellMade());
+static_assert(IsWellMade(kMessages, kFirstNumber, MessageNumber::kLast));
+static_assert(IsWellMade(kMessagesOfQueries, kFirstOfQueries, MessageNumber::kLastOfQueries));
 
 }  // namespace
 
 std::string_view StringTableText(MessageNumber number) {
   const auto value = static_cast<unsigned>(number);
+  if (value >= kFirstOfQueries && value - kFirstOfQueries < std::size(kMessagesOfQueries)) {
+    return kMessagesOfQueries[value - kFirstOfQueries].text;
+  }
   if (value < kFirstNumber || value - kFirstNumber >= std::size(kMessages)) return {};
   return kMessages[value - kFirstNumber].text;
 }

@@ -45,6 +45,15 @@ enum class MessageNumber : unsigned {
   kMissingRightAndOperand = 9823,
   kNothingToCode = 9824,
   kLast = kNothingToCode,
+  // What only the second door says.
+  kUnknownEscape = 9850,
+  kMissingOperatorBehindBracket = 9851,
+  kMissingOperatorBeforeBracket = 9852,
+  kRepeatedOperands = 9853,
+  kInvalidSoundWord = 9854,
+  kBothOperandsNegated = 9855,
+  kOperandWithoutPlaces = 9856,
+  kLastOfQueries = kOperandWithoutPlaces,
 };
 
 /// No text of the table is longer, in bytes.
