@@ -3,11 +3,13 @@
 #include "matcher/matcher.h"
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/limits.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/line_filter/automaton_parser.h"
 #include "matcher/module_state.h"
 #include "matcher/pattern/engine_stream.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/pattern/required_string.h"
 #include "text/case_helpers.h"
 
 #include <algorithm>
@@ -94,24 +96,44 @@ Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
   return stream.hasWordAnchors ? Reading::kAlikeButForUnderscores : Reading::kAlike;
 }
 
+/// The bytes that words are made of: where whole words are asked for, as the host's locale has it; in
+/// anchors, as the engine has it.
+CharSet WordBytes(bool words, const SyntaxTree& tree) {
+  CharSet bytes;
+  for (std::size_t c = 0; c < bytes.size(); ++c) {
+    bytes.set(c,
+              words ? IsWordConstituent(static_cast<int>(c)) : IsEngineWordByte(tree.translate[c]));
+  }
+  return bytes;
+}
+
+/// The graph of `tree`; null where automata made of it could not answer as the engine does.
+std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream) {
+  const bool words = Matcher().matchWords;
+  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
+  if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
+  GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
+  options.mostPositions = kMaxLocatorEdges;
+  options.mostEdges = kMaxLocatorEdges;
+  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
+  // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
+  if (graph != nullptr && words && graph->canBeEmpty) return nullptr;
+  return graph;
+}
+
 /// Makes the locator, where automata can answer for the engine.
 void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate) {
-  const MatcherState& matcher = Matcher();
-  if (matcher.matchLines) return;  // the automaton alone knows that condition
-  const std::optional<TokenStream> stream =
-      WriteTokenStream(ParsePattern(pattern.data(), pattern.size(), translate));
+  if (Matcher().matchLines) return;  // the automaton alone knows that condition
+  const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
+  const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  std::unique_ptr<PositionGraph> graph =
-      MakePositionGraph(*stream, {.words = matcher.matchWords, .translate = translate});
+  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream);
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
   compiled.automatonReading = ReadingOf(*stream, pattern, compiled);
-  RequiredKeyword keyword;
-  if (compiled.automatonReading != Reading::kDifferent && compiled.keywords != nullptr) {
-    keyword = {compiled.keywords.get(), compiled.automaton.mustEntries.front().text,
-               matcher.foldCase};
-  }
-  compiled.locator = std::make_unique<MatchLocator>(std::move(graph), matcher.matchWords, keyword);
+  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), Matcher().matchWords,
+                                                             FindRequiredString(tree));
+  compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
 }  // namespace

@@ -82,8 +82,8 @@ struct SyntaxTree {
   int skippedOperators = 0;
   /// The product of the bounds behind every skipped "{".
   double skippedRepetition = 1;
-  /// Bytes of the text are compared as this table says; the identity where there is none.
-  ByteMap translate{};
+  /// Bytes of the text are compared as this table says.
+  ByteMap translate = kSameBytes;
 
   int Root() const { return static_cast<int>(nodes.size()) - 1; }
   const SyntaxNode& Node(int index) const { return nodes[static_cast<std::size_t>(index)]; }
