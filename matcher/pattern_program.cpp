@@ -45,6 +45,8 @@ std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> PatternProgra
   if (graph == nullptr) return MessageNumber::kMemoryOverflow;
   program->locator_.emplace(std::move(graph), options.wholeWords,
                             FindRequiredString(program->tree_));
+  if (program->GroupCount() > 0)
+    program->groups_.emplace(program->tree_, GroupOptions{.wordBytes = options.wordBytes});
   return program;
 }
 

@@ -9,6 +9,7 @@
 #define TROVEX_MATCHER_PATTERN_PROGRAM_H
 
 #include "matcher/automata/match_locator.h"
+#include "matcher/groups/group_finder.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "resources/string_table.h"
 #include "text/char_set.h"
@@ -40,6 +41,8 @@ class PatternProgram {
   const ProgramOptions& Options() const { return options_; }
   /// Null where the pattern has back-references, which automata cannot decide.
   const LocatorProgram* Locator() const { return locator_ ? &*locator_ : nullptr; }
+  /// Null where the pattern has no groups, or back-references.
+  const GroupFinder* Groups() const { return groups_ ? &*groups_ : nullptr; }
 
  private:
   PatternProgram(SyntaxTree tree, const ProgramOptions& options);
@@ -47,6 +50,7 @@ class PatternProgram {
   const SyntaxTree tree_;
   const ProgramOptions options_;
   std::optional<LocatorProgram> locator_;
+  std::optional<GroupFinder> groups_;
 };
 
 }  // namespace trovex

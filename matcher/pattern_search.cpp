@@ -39,9 +39,11 @@ void PatternSearch::GoOnBehind(const ByteRange& match) {
   place_ = touches_ ? match.end : match.end + 1;
 }
 
-SearchOutcome PatternSearch::Groups(const ByteRange& /*match*/, std::vector<ByteRange>& groups) {
+SearchOutcome PatternSearch::Groups(const ByteRange& match, std::vector<ByteRange>& groups) {
   groups.clear();
-  return program_.GroupCount() == 0 ? SearchOutcome::kFound : SearchOutcome::kGaveUp;
+  if (program_.GroupCount() == 0) return SearchOutcome::kFound;
+  if (program_.Groups() == nullptr) return SearchOutcome::kGaveUp;
+  return program_.Groups()->Find(text_, match, groups, groupWork_);
 }
 
 }  // namespace trovex

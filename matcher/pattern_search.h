@@ -51,6 +51,7 @@ class PatternSearch {
 
   const PatternProgram& program_;
   std::optional<MatchLocator> locator_;
+  GroupFinder::Workspace groupWork_;
 
   TextView text_;
   std::size_t end_ = 0;                               // of the last line
