@@ -1,5 +1,6 @@
 #include "query/search_plan.h"
 
+#include "query/plain_pattern.h"
 #include "text/code_page.h"
 
 #include <algorithm>
@@ -83,6 +84,7 @@ class Planner {
     planned.required = RequiredInMatch(pattern.tree, plan_.foldsCase);
     stream.scan = ScanForClauses(planned.required, plan_.foldsCase);
     planned.cost = stream.scan.has_value() ? kCostOfScan : kCostOfPattern;
+    stream.isPlain = !options_.wholeWords && IsPlainPattern(pattern.tree);
     stream.program = Compiled(std::move(pattern.tree), node.typed);
     return planned;
   }

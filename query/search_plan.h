@@ -42,6 +42,8 @@ struct PlannedStream {
   std::shared_ptr<const PatternProgram> program;
   int firstTag = 0;
   std::optional<PlaceScan> scan;
+  /// Whether the pattern can be looked for in the bytes of a UTF-8 text (plain_pattern.h).
+  bool isPlain = false;
   SoundKey soundKey;
 };
 

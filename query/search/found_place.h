@@ -23,7 +23,8 @@ struct FoundPlace {
   /// Bytes of the text that was passed in, the end exclusive.
   std::size_t begin = 0;
   std::size_t end = 0;
-  /// The block that holds the whole place, and the characters from its start to both ends.
+  /// The block that holds the whole place, and the characters from its start to both ends; 0 unless the
+  /// query has distances.
   std::size_t block = 0;
   std::size_t charBegin = 0;
   std::size_t charEnd = 0;

@@ -1,5 +1,7 @@
 #include "query/search/leaf_stream.h"
 
+#include "query/plain_pattern.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -20,14 +22,14 @@ std::size_t LineStart(TextView text, std::size_t at) {
 }  // namespace
 
 void LeafStream::OnBegin() {
+  hasPiece_ = false;
   block_ = nullptr;
   nextBlock_ = 0;
   hasCandidate_ = false;
 }
 
 bool LeafStream::MayBeSatisfied() {
-  if (scan_ == nullptr || !Context().scansFirst || block_ != nullptr || nextBlock_ != 0)
-    return true;
+  if (scan_ == nullptr || !Context().scansFirst || nextBlock_ != 0) return true;
   if (!hasCandidate_ && !FindCandidate(0)) return true;
   return candidate_ != kNowhere;
 }
@@ -59,19 +61,37 @@ bool LeafStream::OpenNext() {
     if ((!isKnown && !FindCandidate(from)) || candidate_ == kNowhere) return false;
     nextBlock_ = blocks.Holding(candidate_);
   }
-  const std::size_t begin = blocks.RangeOf(nextBlock_).begin;
-  if (!Context().MayGoOn(begin)) return false;
-  block_ = &blocks.Open(nextBlock_++);
-  const TextView text = block_->Text();
-  pieceBegin_ = scans && block_->IsPlain() ? LineStart(text, candidate_ - begin) : 0;
+  const ByteRange range = blocks.RangeOf(nextBlock_);
+  if (!Context().MayGoOn(range.begin)) return false;
+  const TextView text = OpenBlockOf(range);
+  const bool areBytes = block_ == nullptr || block_->IsPlain();
+  pieceBegin_ = scans && areBytes ? LineStart(text, candidate_ - range.begin) : 0;
+  pieceByte_ = range.begin + pieceBegin_;
+  hasPiece_ = true;
   countedTo_ = 0;
   wordsBegun_ = 0;
+  ++nextBlock_;
   BeginPiece(text.subspan(pieceBegin_));
   return true;
 }
 
+/// The text of the next block, which lies in `range`.
+TextView LeafStream::OpenBlockOf(const ByteRange& range) {
+  TextBlocks& blocks = Context().blocks;
+  const TextView bytes = blocks.Whole().subspan(range.begin, range.Length());
+  if (isPlain_ && !Context().wantsCharacters && !MayHoldMarks(bytes)) return bytes;
+  block_ = &blocks.Open(nextBlock_);
+  return block_->Text();
+}
+
+void LeafStream::CloseBlock() {
+  hasPiece_ = false;
+  if (block_ != nullptr) Context().blocks.Close(*block_);
+  block_ = nullptr;
+}
+
 bool LeafStream::Next(FoundPlace& place) {
-  while (!Context().gaveUp && (block_ != nullptr || OpenNext())) {
+  while (!Context().gaveUp && (hasPiece_ || OpenNext())) {
     ByteRange match;
     const SearchOutcome outcome = NextMatch(match);
     if (outcome == SearchOutcome::kFound) {
@@ -82,19 +102,19 @@ bool LeafStream::Next(FoundPlace& place) {
       Context().GiveUp(ByteOf(GaveUpAt()));
       return false;
     }
-    Context().blocks.Close(*block_);
-    block_ = nullptr;
+    CloseBlock();
   }
   return false;
 }
 
 void LeafStream::Describe(const ByteRange& match, FoundPlace& place) {
   if (!Context().wantsPositions) return;
+  place.begin = ByteOf(match.begin);
+  place.end = ByteOf(match.end);
+  if (!Context().wantsCharacters) return;
   place.block = block_->Number();
   place.charBegin = pieceBegin_ + match.begin;
   place.charEnd = pieceBegin_ + match.end;
-  place.begin = block_->ByteOf(place.charBegin);
-  place.end = block_->ByteOf(place.charEnd);
   if (!Context().countsWords) return;
   const TextView text = block_->Text();
   wordsBegun_ += WordsBegunIn(text, countedTo_, place.charBegin);
@@ -105,7 +125,7 @@ void LeafStream::Describe(const ByteRange& match, FoundPlace& place) {
 }
 
 PatternStream::PatternStream(SearchContext& context, const PlannedStream& planned)
-    : LeafStream(context, planned.scan.has_value() ? &*planned.scan : nullptr),
+    : LeafStream(context, planned.scan.has_value() ? &*planned.scan : nullptr, planned.isPlain),
       search_(*planned.program),
       bringsTags_(planned.bringsTags && planned.program->GroupCount() > 0),
       firstTag_(planned.firstTag) {}

@@ -1,7 +1,9 @@
 // The streams at the bottom: the matches of a pattern, and the words that sound like one.
 //
 // A leaf goes through the text block by block. Where every match holds one of a few strings of plain
-// ASCII, the bytes of the text are scanned for these first: a block without them is never opened.
+// ASCII, the bytes of the text are scanned for these first: a block without them is never opened. A
+// pattern of nothing but ASCII is looked for in the bytes as they are (plain_pattern.h), unless somebody
+// has to know the characters before it.
 
 #ifndef TROVEX_QUERY_SEARCH_LEAF_STREAM_H
 #define TROVEX_QUERY_SEARCH_LEAF_STREAM_H
@@ -20,8 +22,10 @@ namespace trovex {
 
 class LeafStream : public ItemStream {
  public:
-  /// Every match holds a place that `scan` finds; null when nothing is known.
-  LeafStream(SearchContext& context, const PlaceScan* scan) : ItemStream(context), scan_(scan) {}
+  /// Every match holds a place that `scan` finds; null when nothing is known. `isPlain` says that
+  /// the bytes of UTF-8 may be searched.
+  LeafStream(SearchContext& context, const PlaceScan* scan, bool isPlain)
+      : ItemStream(context), scan_(scan), isPlain_(isPlain) {}
 
   bool MayBeSatisfied() override;
 
@@ -39,17 +43,25 @@ class LeafStream : public ItemStream {
   bool Next(FoundPlace& place) override;
   bool OpenNext();
   bool FindCandidate(std::size_t from);
+  TextView OpenBlockOf(const ByteRange& range);
+  void CloseBlock();
   void Describe(const ByteRange& match, FoundPlace& place);
 
  protected:
   /// The byte of the text at `index` of the piece.
-  std::size_t ByteOf(std::size_t index) { return block_->ByteOf(pieceBegin_ + index); }
+  std::size_t ByteOf(std::size_t index) {
+    return block_ == nullptr ? pieceByte_ + index : block_->ByteOf(pieceBegin_ + index);
+  }
 
  private:
   const PlaceScan* scan_;
-  /// The block that is being searched, or null; and where in it the piece begins.
+  bool isPlain_;
+  /// Whether a piece is being searched: of a block that was opened, from `pieceBegin_` on; or, without
+  /// a block, of the bytes of the text, from `pieceByte_` on.
+  bool hasPiece_ = false;
   OpenBlock* block_ = nullptr;
   std::size_t pieceBegin_ = 0;
+  std::size_t pieceByte_ = 0;
   std::size_t nextBlock_ = 0;
   /// The first byte from `nextBlock_` on that `scan_` has found; kNowhere when there is none.
   std::size_t candidate_ = 0;
@@ -63,6 +75,10 @@ class PatternStream : public LeafStream {
  public:
   /// `planned`, which is a pattern, must outlive the stream.
   PatternStream(SearchContext& context, const PlannedStream& planned);
+
+  /// The search of the pattern alone, for a query that is nothing else. It must not be used while the
+  /// stream is.
+  PatternSearch& Search() { return search_; }
 
  private:
   void BeginPiece(TextView text) override { search_.Begin(text); }
@@ -79,7 +95,7 @@ class PatternStream : public LeafStream {
 class SoundStream : public LeafStream {
  public:
   SoundStream(SearchContext& context, const SoundKey& key)
-      : LeafStream(context, nullptr), search_(key) {}
+      : LeafStream(context, nullptr, false), search_(key) {}
 
  private:
   void BeginPiece(TextView text) override { search_.Begin(text); }

@@ -1,5 +1,6 @@
 #include "query/search/query_search.h"
 
+#include "query/plain_pattern.h"
 #include "query/search/leaf_stream.h"
 #include "query/search/near_stream.h"
 
@@ -29,9 +30,12 @@ void QuerySearch::MakeStream(const PlannedStream& planned) {
     operands.push_back(streams_[operand].get());
   std::unique_ptr<ItemStream> stream;
   switch (planned.kind) {
-    case Kind::kPattern:
-      stream = std::make_unique<PatternStream>(context_, planned);
+    case Kind::kPattern: {
+      auto pattern = std::make_unique<PatternStream>(context_, planned);
+      if (plan_.streams.size() == 1) alone_ = &pattern->Search();
+      stream = std::move(pattern);
       break;
+    }
     case Kind::kSound:
       stream = std::make_unique<SoundStream>(context_, planned.soundKey);
       break;
@@ -67,12 +71,11 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.tagLists.Reset();
   context_.wantsTags = options.tags && options.mostItems > 0;
   context_.wantsPositions = options.mostItems > 0 || plan_.measuresDistances;
+  context_.wantsCharacters = plan_.measuresDistances;
   context_.countsWords = plan_.countsWords;
   context_.scansFirst = text.size() > kShortText || (isUtf8 && !IsPlainAscii(text));
   context_.interrupt = options.interrupt;
   context_.interruptContext = options.interruptContext;
-  context_.gaveUp = false;
-  context_.gaveUpAt = 0;
   for (const auto& stream : streams_)
     stream->Begin();
   for (StoredStream* const stored : stored_)
@@ -81,6 +84,9 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
 
 Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visit,
                          void* visitContext) {
+  context_.gaveUp = false;
+  context_.gaveUpAt = 0;
+  if (MaySearchAlone(text, options)) return RunAlone(text, options.mostItems, visit, visitContext);
   Begin(text, options);
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
@@ -93,6 +99,34 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool isSatisfied = query.IsSatisfied();
   if (context_.gaveUp) return Verdict::kGaveUp;
   return isSatisfied ? Verdict::kYes : Verdict::kNo;
+}
+
+/// Whether the query is one pattern, and the text can be handed to its search as it is. Rows of a
+/// table are such texts: what is done beside the search counts there.
+bool QuerySearch::MaySearchAlone(TextView text, const SearchOptions& options) const {
+  if (alone_ == nullptr || options.tags || options.interrupt != nullptr) return false;
+  if (options.encoding == Encoding::kLatin1) return true;
+  if (text.size() > kShortText) return false;
+  return IsPlainAscii(text) || (plan_.streams.back().isPlain && !MayHoldMarks(text));
+}
+
+Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
+                              void* visitContext) {
+  alone_->Begin(text);
+  ByteRange match;
+  SearchOutcome outcome = alone_->Next(match);
+  for (std::size_t items = 1; outcome == SearchOutcome::kFound; ++items) {
+    if (mostItems == 0) return Verdict::kYes;
+    Item item;
+    item.begin = match.begin;
+    item.end = match.end;
+    if (!visit(visitContext, item) || items == mostItems) return Verdict::kYes;
+    outcome = alone_->Next(match);
+    if (outcome == SearchOutcome::kNotFound) return Verdict::kYes;
+  }
+  if (outcome == SearchOutcome::kNotFound) return Verdict::kNo;
+  context_.GiveUp(alone_->GaveUpAt());
+  return Verdict::kGaveUp;
 }
 
 bool QuerySearch::Deliver(FoundPlace place, Visit visit, void* visitContext) {

@@ -4,6 +4,7 @@
 #ifndef TROVEX_QUERY_SEARCH_QUERY_SEARCH_H
 #define TROVEX_QUERY_SEARCH_QUERY_SEARCH_H
 
+#include "matcher/pattern_search.h"
 #include "query/search/item_stream.h"
 #include "query/search/search_context.h"
 #include "query/search_plan.h"
@@ -34,6 +35,8 @@ class QuerySearch {
 
  private:
   void MakeStream(const PlannedStream& planned);
+  bool MaySearchAlone(TextView text, const SearchOptions& options) const;
+  Verdict RunAlone(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
 
@@ -41,6 +44,8 @@ class QuerySearch {
   SearchContext context_;
   std::vector<std::unique_ptr<ItemStream>> streams_;
   std::vector<StoredStream*> stored_;
+  /// The pattern, if the query is nothing else.
+  PatternSearch* alone_ = nullptr;
 };
 
 }  // namespace trovex

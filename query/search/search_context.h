@@ -17,6 +17,8 @@ struct SearchContext {
   bool wantsTags = false;
   /// Whether places bring the bytes where they lie; without, they only say that they are there.
   bool wantsPositions = true;
+  /// Whether places bring their characters too, which distances are measured in.
+  bool wantsCharacters = false;
   /// Whether the query measures in words.
   bool countsWords = false;
   /// Whether a look at the bytes of the text comes before a block is opened.

@@ -54,8 +54,8 @@ bool TextBlocks::Has(std::size_t number) {
     const std::size_t begin = begins_.back();
     if (begin == text_.size() && !places_.empty()) return false;
     const std::size_t least = std::min(blockSize_, text_.size() - begin);
-    const std::size_t last = begin + least - (least == 0 ? 0 : 1);
-    begins_.push_back(least == 0 ? begin : LineEnd(text_, last));
+    const bool isLast = begin + least == text_.size();
+    begins_.push_back(isLast ? text_.size() : LineEnd(text_, begin + least - 1));
     places_.push_back(kNowhere);
   }
   return true;
