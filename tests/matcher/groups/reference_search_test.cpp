@@ -240,7 +240,7 @@ TEST(ReferenceSearch, AgreesWithTheModelWhereOneWayIsOpen) {
                               "((a)b|(b)a)\\1", "(aB)\\1$", "(.....)\\1", "(A)b\\1?"}) {
     for (const int variant : {0, 1, 2, 3}) {
       Agreement agreement(pattern, variant % 2 == 1, variant >= 2);
-      for (int i = 0; i < 60; ++i) {
+      for (int i = 0; i < 250; ++i) {
         agreement.Check(dice.Bytes(i % 2 == 0 ? "aab \n" : "aAbB ", 40));
         if (HasFatalFailure()) return;
       }
