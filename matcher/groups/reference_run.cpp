@@ -18,9 +18,9 @@ namespace trovex {
 
 namespace {
 
-// The budget counts in units of about 5 ns.
-constexpr std::uint64_t kUnitsPerByte = 400;
-constexpr std::uint64_t kUnitsPerText = 200'000'000;
+// The budget counts in units of about 10 ns.
+constexpr std::uint64_t kUnitsPerByte = 200;
+constexpr std::uint64_t kUnitsPerText = 100'000'000;
 constexpr std::uint64_t kUnitsPerOutcome = 10;
 /// How many outcomes are remembered at most: about 150 MB.
 constexpr std::size_t kMaxOutcomes = 3'000'000;
@@ -88,6 +88,8 @@ SearchOutcome ReferenceRun::Walk(std::size_t& from, std::size_t lastStart, ByteR
   const std::size_t last = looksForPlaces ? from : lastStart;
   const std::size_t next = looksForPlaces ? from + 1 : lineEnd_ + 1;
   for (std::size_t start = from; start <= last; ++start) {
+    start = search_.walk_->NextStart(text_, start, last);
+    if (start == kNowhere) break;
     if (!CanStartAt(start)) continue;
     if (used_ > budget_) {
       gaveUpAt_ = start;

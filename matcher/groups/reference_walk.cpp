@@ -65,6 +65,7 @@ std::optional<ReferenceWalk> ReferenceWalk::Make(const WayGraph& graph, const Op
   walk.classCount_ = MakeByteClasses(graph, walk.classOf_);
   if (graph.steps.size() * walk.classCount_ > kMaxLinks || !walk.Fill(graph, *paths)) return {};
   walk.NoteRepeats(graph, *paths);
+  walk.NoteStarts();
   return walk;
 }
 
@@ -109,7 +110,9 @@ bool ReferenceWalk::Fill(const WayGraph& graph, const std::vector<WayPath>& path
     }
   }
   for (std::size_t state = 0; state < count; ++state) {
-    if (takesBytes[state] && references_[state].to != kNoState) return false;
+    const bool hasReference = references_[state].to != kNoState;
+    if (takesBytes[state] && hasReference) return false;
+    isSpecial_.push_back(hasReference || ends_[state].to != kNoState ? 1 : 0);
   }
   return true;
 }
@@ -171,27 +174,28 @@ void ReferenceWalk::FindGroups(TextView text, const ByteRange& match, Captures& 
 /// Follows the way from `start` as far as it goes, or until the pattern ends at
 /// `stop`. Returns the last place where it could end.
 std::size_t ReferenceWalk::Follow(TextView text, std::size_t start, std::size_t lineEnd,
-                                  std::size_t stop, Captures& captures,
-                                  std::uint64_t& used) const {
+                                  std::size_t stop, Captures& captures, std::uint64_t& used) const {
   captures.assign(captureCount_, {});
   std::size_t end = kNowhere;
   std::size_t place = start;
   std::size_t state = first_;
   while (true) {
-    if (const Link& link = ends_[state];
-        link.to != kNoState && (stop == kNowhere || place == stop)) {
-      const bool isEnd = stop == kNowhere ? CanEndAt(link.marks, text, place)
-                                          : Pass(link.marks, text, place, captures);
-      if (isEnd) end = place;
-      if (isEnd && place == stop) break;
-    }
-    if (const Link& link = references_[state]; link.to != kNoState) {
-      if (!Pass(link.marks, text, place, captures)) break;
-      const ByteRange range = captures[static_cast<std::size_t>(groups_[link.to])].range;
-      if (!Repeats(text, range, place, lineEnd)) break;
-      place += range.Length();
-      state = link.to;
-      continue;
+    if (isSpecial_[state]) {
+      if (const Link& link = ends_[state];
+          link.to != kNoState && (stop == kNowhere || place == stop)) {
+        const bool isEnd = stop == kNowhere ? CanEndAt(link.marks, text, place)
+                                            : Pass(link.marks, text, place, captures);
+        if (isEnd) end = place;
+        if (isEnd && place == stop) break;
+      }
+      if (const Link& link = references_[state]; link.to != kNoState) {
+        if (!Pass(link.marks, text, place, captures)) break;
+        const ByteRange range = captures[static_cast<std::size_t>(groups_[link.to])].range;
+        if (!Repeats(text, range, place, lineEnd)) break;
+        place += range.Length();
+        state = link.to;
+        continue;
+      }
     }
     if (place == lineEnd) break;
     const Link& link = links_[state * classCount_ + classOf_[text[place]]];
@@ -249,6 +253,34 @@ bool ReferenceWalk::CanBeAt(TextView text, std::size_t place) const {
   return std::all_of(repeats_.begin(), repeats_.end(), [&](const Repeat& repeat) {
     return text[place + repeat.first] == text[place + repeat.second];
   });
+}
+
+std::size_t ReferenceWalk::NextStart(TextView text, std::size_t from, std::size_t lastStart) const {
+  for (std::size_t place = from; place <= lastStart; ++place) {
+    if (place == text.size()) return canStartAnywhere_ ? place : kNowhere;
+    const Start start = starts_[text[place]];
+    if (start == Start::kNever) continue;
+    if (start == Start::kAlways) return place;
+    if (place == 0 || !options_.wordBytes.test(text[place - 1])) return place;
+  }
+  return kNowhere;
+}
+
+/// Notes with which bytes a match can begin, and whether it must begin a word then.
+void ReferenceWalk::NoteStarts() {
+  canStartAnywhere_ = ends_[first_].to != kNoState || references_[first_].to != kNoState;
+  for (std::size_t b = 0; b < 256; ++b) {
+    const Link& link = links_[first_ * classCount_ + classOf_[b]];
+    const auto beginsWord = [](const WayMark& mark) {
+      return mark.kind == WayKind::kAnchor && mark.value == static_cast<int>(Anchor::kWordStart);
+    };
+    starts_[b] = Start::kNever;
+    if (canStartAnywhere_ || link.to != kNoState) starts_[b] = Start::kAlways;
+    if (canStartAnywhere_ || link.to == kNoState) continue;
+    const std::vector<WayMark>& marks = marks_[link.marks];
+    const bool beginsItsWord = std::any_of(marks.begin(), marks.end(), beginsWord);
+    if (beginsItsWord || options_.wholeWords) starts_[b] = Start::kBehindNoWord;
+  }
 }
 
 std::size_t ReferenceWalk::NextPlace(TextView text, std::size_t from, std::size_t lastStart) const {

@@ -19,6 +19,7 @@
 #include "text/byte_range.h"
 #include "text/char_set.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -55,6 +56,10 @@ class ReferenceWalk {
   void FindGroups(TextView text, const ByteRange& match, Captures& captures,
                   std::vector<ByteRange>& groups) const;
 
+  /// The first place from `from` to `lastStart`, both in one line, at which a match could begin as far as
+  /// the bytes beside the place say; kNowhere if there is none.
+  std::size_t NextStart(TextView text, std::size_t from, std::size_t lastStart) const;
+
   /// Whether NextPlace() leaves places out.
   bool LooksForPlaces() const { return !repeats_.empty(); }
 
@@ -75,6 +80,9 @@ class ReferenceWalk {
     std::size_t second;
   };
 
+  enum class Start : unsigned char { kNever, kBehindNoWord, kAlways };
+
+  void NoteStarts();
   bool Fill(const WayGraph& graph, const std::vector<WayPath>& paths);
   void NoteRepeats(const WayGraph& graph, const std::vector<WayPath>& paths);
   bool Pass(std::uint16_t list, TextView text, std::size_t place, Captures& captures) const;
@@ -90,11 +98,14 @@ class ReferenceWalk {
   State first_ = 0;
   ByteMap classOf_{};
   std::size_t classCount_ = 0;
-  std::vector<Link> links_;       // by state and class of the byte
-  std::vector<Link> ends_;        // by state: to the pattern's end
-  std::vector<Link> references_;  // by state: to a back-reference
-  std::vector<int> groups_;       // by state: the group of the back-reference
+  std::vector<Link> links_;               // by state and class of the byte
+  std::vector<Link> ends_;                // by state: to the pattern's end
+  std::vector<Link> references_;          // by state: to a back-reference
+  std::vector<unsigned char> isSpecial_;  // by state: whether it has an entry in one of the two
+  std::vector<int> groups_;               // by state: the group of the back-reference
   std::vector<std::vector<WayMark>> marks_;
+  std::array<Start, 256> starts_{};  // by the byte at the place
+  bool canStartAnywhere_ = false;
   std::vector<Repeat> repeats_;
   std::size_t reach_ = 0;  // the greatest offset in `repeats_`
 };
