@@ -22,6 +22,8 @@ namespace {
 constexpr std::uint64_t kUnitsPerByte = 200;
 constexpr std::uint64_t kUnitsPerText = 100'000'000;
 constexpr std::uint64_t kUnitsPerOutcome = 10;
+/// What may be spent at one place without remembering anything.
+constexpr std::uint64_t kMaxProbeUnits = 500;
 /// How many outcomes are remembered at most: about 150 MB.
 constexpr std::size_t kMaxOutcomes = 3'000'000;
 /// How many ends of pieces are remembered at most.
@@ -132,7 +134,7 @@ SearchOutcome ReferenceRun::FindInLine(std::size_t from, std::size_t lastStart, 
     if (!CanStartAt(start)) continue;
     Place end = 0;
     const auto place = static_cast<Place>(start - lineBegin_);
-    const SearchOutcome outcome = From(place, end);
+    const SearchOutcome outcome = LongestFrom(place, end, groups != nullptr);
     if (outcome == SearchOutcome::kNotFound) continue;
     if (outcome == SearchOutcome::kGaveUp) {
       gaveUpAt_ = start;
@@ -167,8 +169,68 @@ void ReferenceRun::Forget() {
   ends_.clear();
 }
 
-SearchOutcome ReferenceRun::From(Place start, Place& end) {
+/// The longest match from `start`. If its groups are asked for, the best way to it is remembered.
+SearchOutcome ReferenceRun::LongestFrom(Place start, Place& end, bool withGroups) {
   if (lineEnd_ - lineBegin_ >= kUnknown || used_ > budget_) return SearchOutcome::kGaveUp;
+  const SearchOutcome tried = TryAllWays(start, end);
+  if (tried == SearchOutcome::kNotFound) return tried;
+  if (tried == SearchOutcome::kFound && !withGroups) return tried;
+  return From(start, end);
+}
+
+/// Tries all ways from `start` without remembering anything, which is the faster road where they are few:
+/// kGaveUp if they are many. Finds only the end of the longest match.
+SearchOutcome ReferenceRun::TryAllWays(Place start, Place& end) {
+  std::fill(captures_.begin(), captures_.end(), Capture{kNone, kNone, kNone});
+  branches_.assign(1, {graph_.start, start, 0});
+  changes_.clear();
+  Place best = kNone;
+  std::uint64_t units = 0;
+  while (!branches_.empty()) {
+    const Branch branch = branches_.back();
+    branches_.pop_back();
+    for (; changes_.size() > branch.changes; changes_.pop_back())
+      captures_[changes_.back().slot] = changes_.back().before;
+    Place place = branch.place;
+    for (int at = branch.step; at != kNoStep;) {
+      if (++units > kMaxProbeUnits) {
+        used_ += units;
+        return SearchOutcome::kGaveUp;
+      }
+      const WayStep& step = graph_.Step(at);
+      if (step.kind == WayKind::kMatch) {
+        if (CanEndAt(place) && (best == kNone || place > best)) best = place;
+        break;
+      }
+      if (step.kind == WayKind::kSplit) {
+        branches_.push_back({step.other, place, changes_.size()});
+        at = step.next;
+        continue;
+      }
+      if (step.kind == WayKind::kOpen || step.kind == WayKind::kClose) NoteChange(step.value);
+      at = Pass(step, place);
+    }
+  }
+  used_ += units;
+  end = best;
+  return best == kNone ? SearchOutcome::kNotFound : SearchOutcome::kFound;
+}
+
+/// Keeps the capture of `group` as it is, to put it back.
+void ReferenceRun::NoteChange(int group) {
+  const int slot = search_.SlotOf(group);
+  if (slot < 0) return;
+  const auto index = static_cast<std::size_t>(slot);
+  changes_.push_back({index, captures_[index]});
+}
+
+bool ReferenceRun::CanEndAt(Place place) const {
+  const std::size_t end = lineBegin_ + place;
+  return !search_.options_.wholeWords || end == lineEnd_ ||
+         !search_.options_.wordBytes.test(text_[end]);
+}
+
+SearchOutcome ReferenceRun::From(Place start, Place& end) {
   if (outcomes_.size() > kMaxOutcomes / 2 || knownCaptures_.size() > kMaxCaptures / 2 ||
       ends_.size() > kMaxEnds / 2) {
     Forget();
@@ -204,10 +266,7 @@ ReferenceRun::Value ReferenceRun::Descend(int at, Place place) {
     const WayStep& step = graph_.Step(at);
     ++used_;
     if (step.kind == WayKind::kMatch) {
-      const std::size_t end = lineBegin_ + place;
-      const bool isInWord = search_.options_.wholeWords && end < lineEnd_ &&
-                            search_.options_.wordBytes.test(text_[end]);
-      if (isInWord) return kDead;
+      if (!CanEndAt(place)) return kDead;
       ends_.push_back({place, kNone, 0});
       return static_cast<Value>(ends_.size() - 1);
     }

@@ -149,6 +149,17 @@ class ReferenceRun {
     std::uint32_t outcome;
   };
 
+  /// A branch that is not tried yet, and how many changes of captures came before it.
+  struct Branch {
+    int step;
+    Place place;
+    std::size_t changes;
+  };
+  struct Change {
+    std::size_t slot;
+    Capture before;
+  };
+
   bool EnterLine(std::size_t place);
   SearchOutcome FindInLine(std::size_t from, std::size_t lastStart, ByteRange& match,
                            std::vector<ByteRange>* groups);
@@ -156,6 +167,10 @@ class ReferenceRun {
                      std::vector<ByteRange>* groups);
   bool CanStartAt(std::size_t place) const;
   void Forget();
+  SearchOutcome LongestFrom(Place start, Place& end, bool withGroups);
+  SearchOutcome TryAllWays(Place start, Place& end);
+  void NoteChange(int group);
+  bool CanEndAt(Place place) const;
   SearchOutcome From(Place start, Place& end);
   Value BestValue(Place start);
   Value Descend(int step, Place place);
@@ -189,6 +204,8 @@ class ReferenceRun {
   std::vector<std::uint32_t> outcomeSlots_;
   std::vector<PieceEnd> ends_;
   std::vector<Frame> frames_;
+  std::vector<Branch> branches_;
+  std::vector<Change> changes_;
   std::vector<std::size_t> opened_;
   ReferenceWalk::Captures walkCaptures_;
 };
