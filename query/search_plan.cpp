@@ -1,5 +1,6 @@
 #include "query/search_plan.h"
 
+#include "matcher/budget.h"
 #include "query/plain_pattern.h"
 #include "text/code_page.h"
 
@@ -93,7 +94,7 @@ class Planner {
     ProgramOptions options;
     options.wholeWords = options_.wholeWords;
     options.wordBytes = CodePageWords();
-    auto result = PatternProgram::Compile(std::move(tree), options);
+    auto result = PatternProgram::Compile(std::move(tree), options, budget_);
     if (const auto* const number = std::get_if<MessageNumber>(&result))
       throw Refused{{*number, typed}};
     return std::get<std::shared_ptr<const PatternProgram>>(std::move(result));
@@ -217,7 +218,10 @@ class Planner {
   }
 
   const QueryOptions& options_;
+  CompileBudget budget_;  // of all patterns together
   SearchPlan& plan_;
+  /// For all patterns together.
+  CompileBudget budget_;
 };
 
 }  // namespace
