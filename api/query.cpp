@@ -1,7 +1,6 @@
 // The second door for C++: thin handles around what query/ makes.
 
 #include "query/compiled_query.h"
-#include "query/query_parts.h"
 #include "query/search/query_search.h"
 
 #include <trovex/query.h>
@@ -43,7 +42,7 @@ std::vector<QueryPart> Query::Parts() const {
 }
 
 std::string Query::Describe() const {
-  return DescribeParts(compiled_->parts);
+  return compiled_->description;
 }
 
 RequiredStrings Query::Required() const {

@@ -23,6 +23,7 @@ struct CompiledQuery {
   ExpressionOptions options;
   int tagCount = 0;
   std::vector<QueryPart> parts;
+  std::string description;
   /// The tree that the plan refers to; its patterns are compiled away.
   ParsedQuery parsed;
   SearchPlan plan;

@@ -5,6 +5,7 @@
 #include "phonetic/sound_key.h"
 #include "query/expression/expression_text.h"
 #include "text/code_page.h"
+#include "text/utf8_character.h"
 
 #include <algorithm>
 #include <array>
@@ -13,22 +14,6 @@
 namespace trovex {
 
 namespace {
-
-void AppendUtf8(char32_t codePoint, std::string& out) {
-  const auto add = [&out](char32_t byte) {
-    out.push_back(static_cast<char>(static_cast<unsigned char>(byte)));
-  };
-  if (codePoint < 0x80) {
-    add(codePoint);
-  } else if (codePoint < 0x800) {
-    add(0xC0 | codePoint >> 6);
-    add(0x80 | (codePoint & 0x3F));
-  } else {
-    add(0xE0 | codePoint >> 12);
-    add(0x80 | (codePoint >> 6 & 0x3F));
-    add(0x80 | (codePoint & 0x3F));
-  }
-}
 
 /// Appends a character of the page; what cannot be shown, as "\x" and two digits.
 void AppendCharacter(unsigned char c, std::string& out) {

@@ -5,30 +5,13 @@
 #include "text/utf8_character.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <string>
 #include <utility>
 
 namespace trovex {
 
 namespace {
-
-/// Deeper levels are not set in further: a long chain of distances would be lost in blanks.
-constexpr int kMostSetIn = 30;
-
-/// `codePoint`, which is one of the code page, as UTF-8.
-void AppendUtf8(char32_t codePoint, std::string& to) {
-  if (codePoint < 0x80) {
-    to += static_cast<char>(codePoint);
-  } else if (codePoint < 0x800) {
-    to += static_cast<char>(0xC0 | (codePoint >> 6));
-    to += static_cast<char>(0x80 | (codePoint & 0x3F));
-  } else {
-    to += static_cast<char>(0xE0 | (codePoint >> 12));
-    to += static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F));
-    to += static_cast<char>(0x80 | (codePoint & 0x3F));
-  }
-}
 
 /// What was typed, as valid UTF-8.
 std::string AsUtf8(std::string_view typed, Encoding encoding) {
@@ -135,51 +118,6 @@ class PartLister {
   std::vector<QueryPart> parts_;
 };
 
-/// `text` between quotes, with what would end a line or harm a terminal as "\x" and its number.
-std::string Quoted(const std::string& text) {
-  constexpr std::array<char, 17> kDigits = {"0123456789ABCDEF"};
-  std::string result = "\"";
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    // The control characters from U+0080 on begin with this byte.
-    const bool isHigh =
-        c == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-    if (c >= ' ' && c != 0x7F && !isHigh) {
-      result += text[i];
-      continue;
-    }
-    const auto value = isHigh ? static_cast<unsigned char>(text[++i]) : c;
-    result += {'\\', 'x', kDigits[value >> 4], kDigits[value & 15]};
-  }
-  return result += '"';
-}
-
-std::string Distance(const QueryPart& part) {
-  std::string result;
-  if (part.ordered) result += ", the right one behind the left one";
-  if (!part.distance.has_value()) return result;
-  result += ", at most " + std::to_string(*part.distance);
-  if (part.distanceInWords)
-    return result + (*part.distance == 1 ? " word between" : " words between");
-  return result + (*part.distance == 1 ? " character between" : " characters between");
-}
-
-std::string What(const QueryPart& part) {
-  switch (part.kind) {
-    case QueryPart::Kind::kPattern:
-      return "pattern " + Quoted(part.text);
-    case QueryPart::Kind::kSound:
-      return "sounds like " + Quoted(part.text) + ": " + part.soundKey;
-    case QueryPart::Kind::kAnd:
-      return "AND" + Distance(part);
-    case QueryPart::Kind::kOr:
-      return "OR";
-    case QueryPart::Kind::kNot:
-      return "NOT";
-  }
-  return {};
-}
-
 }  // namespace
 
 std::vector<QueryPart> PartsOf(const QueryNode& root, std::string_view expression,
@@ -187,19 +125,6 @@ std::vector<QueryPart> PartsOf(const QueryNode& root, std::string_view expressio
   PartLister lister(expression, encoding);
   lister.List(root, 0);
   return lister.Result();
-}
-
-std::string DescribeParts(const std::vector<QueryPart>& parts) {
-  std::string text;
-  for (const QueryPart& part : parts) {
-    text.append(2 * static_cast<std::size_t>(std::min(part.level, kMostSetIn)), ' ');
-    text += What(part);
-    for (std::size_t i = 0; i < part.tags.size(); ++i)
-      text += (i == 0 ? part.tags.size() == 1 ? ", tag " : ", tags " : " ") +
-              std::to_string(part.tags[i]);
-    text += '\n';
-  }
-  return text;
 }
 
 }  // namespace trovex

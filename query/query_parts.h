@@ -1,4 +1,4 @@
-// A query as it was understood, for people and programs to look at.
+// A query as it was understood, piece by piece, for programs. describe.h says the same in words.
 
 #ifndef TROVEX_QUERY_QUERY_PARTS_H
 #define TROVEX_QUERY_QUERY_PARTS_H
@@ -7,7 +7,6 @@
 
 #include <trovex/query.h>
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,9 +17,6 @@ namespace trovex {
 /// `expression` is what the tree was read from, in `encoding`.
 std::vector<QueryPart> PartsOf(const QueryNode& root, std::string_view expression,
                                Encoding encoding);
-
-/// `parts` as text in UTF-8, a line for each.
-std::string DescribeParts(const std::vector<QueryPart>& parts);
 
 }  // namespace trovex
 

@@ -220,8 +220,6 @@ class Planner {
   const QueryOptions& options_;
   CompileBudget budget_;  // of all patterns together
   SearchPlan& plan_;
-  /// For all patterns together.
-  CompileBudget budget_;
 };
 
 }  // namespace

@@ -102,4 +102,18 @@ unsigned char Compose(unsigned char base, char32_t mark) {
   return kCompositions[mark - kFirstMark][base];
 }
 
+void AppendUtf8(char32_t codePoint, std::string& to) {
+  const auto add = [&to](char32_t byte) { to += static_cast<char>(byte); };
+  if (codePoint < 0x80) {
+    add(codePoint);
+  } else if (codePoint < 0x800) {
+    add(0xC0 | codePoint >> 6);
+    add(0x80 | (codePoint & 0x3F));
+  } else {
+    add(0xE0 | codePoint >> 12);
+    add(0x80 | (codePoint >> 6 & 0x3F));
+    add(0x80 | (codePoint & 0x3F));
+  }
+}
+
 }  // namespace trovex

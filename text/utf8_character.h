@@ -13,6 +13,7 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 
 #include "text/code_page.h"
 
@@ -86,6 +87,9 @@ inline unsigned char ComposedWithLast(const unsigned char* begin, const unsigned
   if (sequence.codePoint < kFirstMark || sequence.codePoint > kLastMark || at == begin) return 0;
   return Compose(at[-1], sequence.codePoint);
 }
+
+/// Writes `codePoint`, which is one of the code page, behind `to` as UTF-8.
+void AppendUtf8(char32_t codePoint, std::string& to);
 
 }  // namespace trovex
 

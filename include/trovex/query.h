@@ -178,7 +178,8 @@ class TROVEX_EXPORT Query {
   /// The query as it was understood, a part before its operands. There is at least one.
   std::vector<QueryPart> Parts() const;
 
-  /// The same as text in UTF-8 for people to read, one line for a part, each ended by a line feed.
+  /// The same for people to read, in lines of UTF-8: what belongs to an operator stands below it, set
+  /// in by two blanks more. What a terminal might obey is written in hexadecimal.
   std::string Describe() const;
 
   /// What texts must hold: for an index, a planner, or a scan before the search.

@@ -108,7 +108,7 @@ TROVEX_EXPORT void trovex_query_free(trovex_query* query);
 /* The number of tags; TROVEX_BAD_ARGUMENT for null. */
 TROVEX_EXPORT int trovex_tag_count(const trovex_query* query);
 
-/* Writes the description, UTF-8 with a line for each part, and an ending zero to the `size` bytes at
+/* Writes the description, lines of UTF-8, and an ending zero to the `size` bytes at
  * `buffer`, as much as has room. Returns the length of the whole, without the zero; 0 when the query
  * is null or memory runs out. `buffer` may be null when `size` is 0. */
 TROVEX_EXPORT size_t trovex_describe(const trovex_query* query, char* buffer, size_t size);
