@@ -41,8 +41,7 @@ std::variant<std::shared_ptr<const CompiledQuery>, Fault> CompileQuery(
   compiled->parsed = std::get<ParsedQuery>(std::move(parsed));
   compiled->tagCount = compiled->parsed.tagCount;
   compiled->parts = PartsOf(*compiled->parsed.root, expression, options.encoding);
-  compiled->description =
-      DescribeQuery(compiled->parsed, expression, parserOptions.encoding);
+  compiled->description = DescribeQuery(compiled->parsed, expression, parserOptions.encoding);
   auto plan = MakeSearchPlan(compiled->parsed, parserOptions);
   if (const auto* const fault = std::get_if<QueryFault>(&plan)) return FaultOf(*fault);
   compiled->plan = std::get<SearchPlan>(std::move(plan));

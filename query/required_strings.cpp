@@ -19,6 +19,8 @@ constexpr std::size_t kMostClauses = 8;
 constexpr std::size_t kMostQueryClauses = 64;
 /// The largest set of characters that is written out as so many strings.
 constexpr std::size_t kMostOfSet = 4;
+/// How many rounds of a repetition are written out.
+constexpr int kMostRounds = 4;
 /// At how many of 100,000 places a scan may stop and still be worth its time.
 constexpr double kMostCandidates = 500;
 
@@ -91,6 +93,17 @@ class Sequence {
     }
   }
 
+  /// `piece`, `min` times or more, up to `max`; at least once.
+  void AppendRepeated(const Knowledge& piece, int min, int max) {
+    const int rounds = std::min(min, kMostRounds);
+    for (int round = 0; round < rounds; ++round)
+      Append(piece);
+    if (max == rounds) return;
+    Append(Knowledge{});
+    // The last round, whichever it is, stands right before what follows.
+    if (piece.isExact) Append(piece);
+  }
+
   Knowledge Result() {
     if (isExact_) return Exactly(std::move(strings_));
     Cut();
@@ -139,7 +152,9 @@ class Reader {
 
   StringClauses Read() {
     for (int i = 0; i < tree_.Root(); ++i) {
-      if (tree_.Node(i).firstChild != kNoNode) known_[i] = Of(tree_.Node(i));
+      const SyntaxNode& node = tree_.Node(i);
+      const bool isRead = node.firstChild != kNoNode && node.kind != SyntaxKind::kRepeat;
+      if (isRead) known_[i] = Of(node);
     }
     Sequence whole;
     whole.Append(Of(tree_.Node(tree_.Root())));
@@ -171,8 +186,8 @@ class Reader {
     return {};
   }
 
-  /// What is known of node `index`, which is asked once. Most nodes are bytes, and nothing is kept
-  /// for these.
+  /// What is known of node `index`, which is asked once. Most nodes are bytes, and nothing is kept for
+  /// these; repetitions are read with what stands beside them.
   Knowledge TakeKnown(int index) {
     const auto kept = known_.find(index);
     if (kept == known_.end()) return Of(tree_.Node(index));
@@ -202,8 +217,13 @@ class Reader {
 
   Knowledge OfSequence(const SyntaxNode& node) {
     Sequence sequence;
-    for (int child = node.firstChild; child != kNoNode; child = tree_.Node(child).nextSibling)
-      sequence.Append(TakeKnown(child));
+    for (int i = node.firstChild; i != kNoNode; i = tree_.Node(i).nextSibling) {
+      const SyntaxNode& child = tree_.Node(i);
+      if (child.kind == SyntaxKind::kRepeat && child.min > 0)
+        sequence.AppendRepeated(TakeKnown(child.firstChild), child.min, child.max);
+      else
+        sequence.Append(TakeKnown(i));
+    }
     return sequence.Result();
   }
 
@@ -232,11 +252,8 @@ class Reader {
   Knowledge OfRepetition(const SyntaxNode& node) {
     if (node.max == 0) return Exactly({""});
     if (node.min == 0) return {};
-    const Knowledge piece = TakeKnown(node.firstChild);
     Sequence sequence;
-    for (int round = 0; round < std::min(node.min, 4); ++round)
-      sequence.Append(piece);
-    if (node.max != node.min || node.min > 4) sequence.Append(Knowledge{});
+    sequence.AppendRepeated(TakeKnown(node.firstChild), node.min, node.max);
     return sequence.Result();
   }
 
