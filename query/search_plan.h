@@ -52,7 +52,10 @@ struct SearchPlan {
   std::vector<PlannedStream> streams;
   unsigned char substitute = 0x81;
   bool measuresDistances = false;
+  /// Whether words are counted; and whether all characters are, for distances that are too long to be
+  /// counted one by one.
   bool countsWords = false;
+  bool countsCharacters = false;
   StringClauses required;
   bool foldsCase = false;
 };

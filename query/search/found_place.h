@@ -24,7 +24,7 @@ struct FoundPlace {
   std::size_t begin = 0;
   std::size_t end = 0;
   /// The block that holds the whole place, and the characters from its start to both ends; 0 unless the
-  /// query has distances.
+  /// search wants characters.
   std::size_t block = 0;
   std::size_t charBegin = 0;
   std::size_t charEnd = 0;

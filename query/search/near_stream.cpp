@@ -172,6 +172,7 @@ bool NearStream::IsInReach(const FoundPlace& before, const FoundPlace& behind) {
   }
   if (bytes <= most) return true;
   if (bytes / kMostBytesOfCharacter > most) return false;
+  if (!Context().wantsCharacters) return blocks.CharactersIn({before.end, behind.begin}) <= most;
   const std::size_t from = blocks.CharactersBefore(before.block) + before.charEnd;
   const std::size_t to = blocks.CharactersBefore(behind.block) + behind.charBegin;
   return to - from <= most;

@@ -71,7 +71,7 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.tagLists.Reset();
   context_.wantsTags = options.tags && options.mostItems > 0;
   context_.wantsPositions = options.mostItems > 0 || plan_.measuresDistances;
-  context_.wantsCharacters = plan_.measuresDistances;
+  context_.wantsCharacters = plan_.countsCharacters;
   context_.countsWords = plan_.countsWords;
   context_.scansFirst = text.size() > kShortText || (isUtf8 && !IsPlainAscii(text));
   context_.interrupt = options.interrupt;

@@ -17,7 +17,7 @@ struct SearchContext {
   bool wantsTags = false;
   /// Whether places bring the bytes where they lie; without, they only say that they are there.
   bool wantsPositions = true;
-  /// Whether places bring their characters too, which distances are measured in.
+  /// Whether places bring their characters too, because distances are too long to be counted each.
   bool wantsCharacters = false;
   /// Whether the query measures in words.
   bool countsWords = false;

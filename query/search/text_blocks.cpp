@@ -1,6 +1,7 @@
 #include "query/search/text_blocks.h"
 
 #include "text/code_page.h"
+#include "text/utf8_character.h"
 
 #include <algorithm>
 #include <array>
@@ -123,6 +124,19 @@ std::size_t TextBlocks::SumBefore(std::vector<std::size_t>& counts, std::size_t 
     counts.push_back(sum);
   }
   return counts[number];
+}
+
+std::size_t TextBlocks::CharactersIn(const ByteRange& range) const {
+  if (reading_ == Reading::kPlain) return range.Length();
+  const unsigned char* const begin = text_.data() + range.begin;
+  const unsigned char* const end = text_.data() + range.end;
+  std::size_t characters = 0;
+  for (const unsigned char* at = begin; at < end;) {
+    const Utf8Sequence sequence = ReadSequence(at, end);
+    characters += ComposedWithLast(begin, at, sequence) == 0 ? 1 : 0;
+    at += sequence.length;
+  }
+  return characters;
 }
 
 std::size_t TextBlocks::CharactersBefore(std::size_t number) {

@@ -78,6 +78,8 @@ class TextBlocks {
   /// Gives back what Open returned.
   void Close(OpenBlock& block);
 
+  /// How many characters stand in `range`, which begins and ends with characters. Reads all of it.
+  std::size_t CharactersIn(const ByteRange& range) const;
   /// How many characters, and how many words, the text has before block `number`.
   std::size_t CharactersBefore(std::size_t number);
   std::size_t WordsBefore(std::size_t number);

@@ -228,9 +228,11 @@ Reading Read(const Text& text, const Node& node) {
 
 class Streams {
  public:
-  Streams(const Text& text, const Node& root, std::size_t blockSize)
+  /// Unless `wantsCharacters`, distances in characters are counted for each comparison.
+  Streams(const Text& text, const Node& root, std::size_t blockSize, bool wantsCharacters)
       : bytes_(text.bytes), context_{TextBlocks(blockSize), {}} {
     context_.wantsTags = true;
+    context_.wantsCharacters = wantsCharacters;
     root_ = Make(root);
   }
 
@@ -320,7 +322,7 @@ TEST_P(OperatorsAgree, WithThePlainReading) {
     int nextTag = 1;
     const Node root = MakeNode(text, dice, dice.Between(1, 4), nextTag);
     const Reading expected = Read(text, root);
-    Streams streams(text, root, dice.OneIn(2) ? 3 : 1000);
+    Streams streams(text, root, dice.OneIn(2) ? 3 : 1000, dice.OneIn(2));
     streams.Begin();
     ASSERT_EQ(streams.IsSatisfied(), expected.isSatisfied) << "seed " << seed;
     ASSERT_EQ(streams.Take(), expected.items) << "seed " << seed;

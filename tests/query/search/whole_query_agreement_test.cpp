@@ -64,7 +64,8 @@ std::string MakePattern(Dice& dice) {
 std::string MakeOperand(Dice& dice, int depth);
 
 std::string MakeExpression(Dice& dice, int depth) {
-  static const std::vector<std::string> kAnds = {" & ", " &3 ", " &1w ", " &>4 ", " &> ", " & !"};
+  static const std::vector<std::string> kAnds = {" & ",   " &3 ", " &300 ", " &1w ",
+                                                 " &>4 ", " &> ", " & !"};
   std::string expression = MakeOperand(dice, depth);
   while (dice.OneIn(depth > 0 ? 2 : 4)) {
     expression += dice.OneOf(kAnds);
