@@ -8,9 +8,9 @@
 // Matches are counted on every road that finds them, and a difference ends the program: a fast
 // wrong answer is worth nothing.
 
+#include "api/matcher_state.h"
 #include "bench/benchmark_text.h"
 #include "matcher/line_filter/automaton_executor.h"
-#include "matcher/matcher.h"
 
 #include <benchmark/benchmark.h>
 #include <trovex/trovex.h>

@@ -6,9 +6,9 @@
 // answer. Where they are known to read a pattern differently, both still run, for what the
 // sanitizers may see.
 
+#include "api/matcher_state.h"
 #include "fuzz/input.h"
 #include "fuzz/require.h"
-#include "matcher/matcher.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/line_filter/closure_reference.h"
 

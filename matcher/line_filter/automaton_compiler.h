@@ -9,11 +9,10 @@
 
 namespace trovex {
 
-/// Compiles `length` bytes at `pattern` under the current syntax (automaton_parser.h) into the
-/// empty record `automaton`. With `searchFlag` a match may begin at any byte of a text.
+/// Compiles `length` bytes at `pattern` into the record `automaton`, which is empty but for its syntax
+/// (automaton_parser.h). With `searchFlag` a match may begin at any byte of a text.
 ///
-/// Errors of the pattern are reported through `SetCompileError`; while one is pending, the
-/// automaton is not to be executed. Throws nothing but `std::bad_alloc`.
+/// Where the record then holds a fault, the automaton is not to be executed. Throws nothing but `std::bad_alloc`.
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag);
 

@@ -26,8 +26,10 @@
 #ifndef TROVEX_MATCHER_LINE_FILTER_PATTERN_AUTOMATON_H
 #define TROVEX_MATCHER_LINE_FILTER_PATTERN_AUTOMATON_H
 
+#include "resources/string_table.h"
 #include "text/char_set.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -82,6 +84,13 @@ constexpr bool IsPostfixToken(Token token) {
 }
 constexpr bool IsBinaryToken(Token token) {
   return token == TokConcat || token == TokOr || token == TokTopOr;
+}
+
+/// The number of `set` among `sets`, which takes it in unless it holds an equal one.
+inline int StoreCharset(std::vector<CharSet>& sets, const CharSet& set) {
+  auto stored = std::find(sets.begin(), sets.end(), set);
+  if (stored == sets.end()) stored = sets.insert(stored, set);
+  return static_cast<int>(stored - sets.begin());
 }
 
 /// Which combinations of neighbours a position may stand between; see the head of this file.
@@ -142,6 +151,16 @@ enum ContextClass : std::uint8_t {
   kNewlineContext = 4,
 };
 
+/// How patterns are read.
+struct AutomatonSyntax {
+  unsigned long bits = 0;  // RE_... values of regex.h
+  bool fold = false;       // letters match in both cases
+  bool wasSet = false;     // nothing can be read before
+  /// The engine will be asked for matches in a part of the line too, which "\'" takes for the whole.
+  /// Where the text ends is then beyond the automaton: it must let the engine decide.
+  bool endIsOpen = false;
+};
+
 /// A string that every match contains.
 struct MustEntry {
   std::string text;
@@ -156,8 +175,13 @@ inline constexpr int kMaxBuiltTables = 1024;
 inline constexpr std::size_t kMaxHeldPositions = std::size_t{1} << 22;
 
 struct PatternAutomaton {
+  AutomatonSyntax syntax;  // what patterns are read under; stays as it was set
+
   // Filled by the parser.
 
+  /// The latest fault of the patterns. Where there is one, the stream is incomplete: the steps that
+  /// follow may run without harm, but the automaton is not to be executed.
+  MessageNumber fault = MessageNumber::kNone;
   std::vector<CharSet> sets;  // the character sets, each once
   std::vector<Token> tokens;  // the stream of all patterns, in postfix order
   int depth = 0;              // the greatest depth of a stack that evaluates the stream

@@ -138,8 +138,8 @@ TEST(AutomatonAnalysis, StateKnowsItsEnds) {
 }
 
 TEST(AutomatonAnalysis, SeveralPatternsEndWithTheirOwnMarkers) {
-  AutomatonSetSyntax(kPatternSyntax, false);
   PatternAutomaton automaton;
+  AutomatonSetSyntax(automaton, kPatternSyntax, false);
   AutomatonParse("ab", 2, automaton);
   AutomatonParse("c*", 2, automaton);
   AnalyseAutomaton(automaton, true);
@@ -257,9 +257,8 @@ TEST(AutomatonExecution, FoldedPatternMatchesBothCases) {
             -1);
 }
 
-TEST(AutomatonExecution, FoldingStaysSwitchedOnBehindACompile) {
-  Compiled("a", true);
-  EXPECT_TRUE(CurrentAutomatonSyntax().fold);
+TEST(AutomatonExecution, FoldingStaysSwitchedOnAfterACompile) {
+  EXPECT_TRUE(Compiled("a", true).syntax.fold);
 }
 
 TEST(AutomatonExecution, BackReferenceMakesACandidate) {
