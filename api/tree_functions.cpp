@@ -188,14 +188,14 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
 
     trovex::ItemMaker items;
     trovex::TextNotes notes;
-    for (int position = 0; position < length;) {
+    for (int place = 0; place < length;) {
       trovex::MatchRange match{};
-      if (!FindFirst(options_, text + position, length - position, group, match, notes)) {
+      if (!FindFirst(options_, text + place, length - place, group, match, notes)) {
         break;
       }
       if (match.start < 0 || match.end < 1) break;
-      items.Append(*found, position + match.start, position + match.end, tagMatched ? 1 : 0);
-      position += match.end;
+      items.Append(*found, place + match.start, place + match.end, tagMatched ? 1 : 0);
+      place += match.end;
     }
     return found.release();
   } catch (const std::bad_alloc&) {

@@ -30,7 +30,7 @@ struct PatternText {
 /// Copies `slice`, counts the brackets that it opens and takes the backslash off "\&" and "\!":
 /// these two were escaped from the expression's operators and are nothing special in a pattern.
 ///
-/// Such a backslash still counts as one that escapes: the byte behind the "&" or "!" is taken as
+/// Such a backslash still counts as one that escapes: the byte after the "&" or "!" is taken as
 /// escaped when brackets are counted.
 PatternText ReadSlice(std::string_view slice) {
   PatternText pattern;

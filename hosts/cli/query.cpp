@@ -11,7 +11,7 @@ namespace trovex::cli {
 
 namespace {
 
-/// Puts a zero byte behind a text and the old byte back.
+/// Puts a zero byte after a text and the old byte back.
 class ZeroBehind {
  public:
   explicit ZeroBehind(char* byte) : byte_(byte), saved_(std::exchange(*byte, '\0')) {}
