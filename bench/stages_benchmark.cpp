@@ -106,7 +106,7 @@ void KeywordSetAlone(benchmark::State& state, const Case& c) {
 
 void AutomatonAlone(benchmark::State& state, const Case& c) {
   Compile(c.pattern, c.foldCase, 0);
-  trovex::PatternAutomaton& automaton = trovex::Matcher().installed->automaton;
+  trovex::PatternAutomaton& automaton = *trovex::Matcher().installed->automaton;
   long found = 0;
   for (auto _ : state) {
     found = 0;

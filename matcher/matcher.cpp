@@ -63,7 +63,7 @@ bool IsExact(const MustEntry& entry) {
 /// Makes the keyword set of the automaton's required strings. A fault of it takes the place of any
 /// earlier one.
 void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumber& fault) {
-  const std::vector<MustEntry>& entries = compiled.automaton.mustEntries;
+  const std::vector<MustEntry>& entries = compiled.automaton->mustList;
   if (entries.empty()) return;
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
@@ -83,12 +83,12 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumb
 /// How the automaton reads the pattern that `stream` is the engine's reading of.
 Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
                   const PatternOptions& options, const CompiledPattern& compiled) {
-  if (!compiled.automaton.anchorsAreComplete) return Reading::kDifferent;
+  if (!compiled.automaton->anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
-  bare.syntax = compiled.automaton.syntax;
+  bare.syntax = compiled.automaton->syntax;
   const bool isWrapped = options.matchWords || options.matchLines;
   if (isWrapped) AutomatonParse(pattern.data(), pattern.size(), bare);
-  const PatternAutomaton& automaton = isWrapped ? bare : compiled.automaton;
+  const PatternAutomaton& automaton = isWrapped ? bare : *compiled.automaton;
   if (stream.tokens != automaton.tokens || stream.sets != automaton.sets) {
     return Reading::kDifferent;
   }
@@ -148,12 +148,12 @@ CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& opt
   result.fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate);
   if (result.fault != MessageNumber::kNone) return result;
 
-  AutomatonSetSyntax(compiled.automaton, kPatternSyntax, options.foldCase);
+  AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
   // A match that is no whole word is looked for again in a shortened line.
-  compiled.automaton.syntax.endIsOpen = options.matchWords;
+  compiled.automaton->syntax.endIsOpen = options.matchWords;
   const std::string wrapped = AutomatonPattern(pattern, options);
-  AutomatonCompile(wrapped.data(), wrapped.size(), compiled.automaton, true);
-  result.fault = compiled.automaton.fault;
+  AutomatonCompile(wrapped.data(), wrapped.size(), *compiled.automaton, true);
+  result.fault = compiled.automaton->fault;
   BuildKeywordPrefilter(compiled, options.foldCase, result.fault);
   compiled.searchable = compiled.regex.IsCompiled() && result.fault == MessageNumber::kNone;
   if (compiled.searchable) BuildLocator(compiled, pattern, options, translate);

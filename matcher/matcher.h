@@ -10,7 +10,7 @@
 #include "matcher/automata/match_locator.h"
 #include "matcher/automata/text_notes.h"
 #include "matcher/engine/regular_expression.h"
-#include "matcher/line_filter/pattern_automaton.h"
+#include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
 #include "resources/string_table.h"
 
@@ -40,7 +40,7 @@ struct CompiledPattern {
   RegularExpression regex;
   /// The pattern, wrapped so that it takes in the word and line conditions: decides whether a line
   /// can hold a match at all.
-  PatternAutomaton automaton;
+  PatternAutomatonPtr automaton{new PatternAutomaton};
   /// Strings of which every match contains one: finds the places that are worth a look. Null when
   /// the pattern promises no such string.
   KeywordSetPtr keywords;

@@ -79,14 +79,14 @@ bool IsOnLineOf(const char* p, const char* place) {
 /// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
 /// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
 const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit) {
-  if (pattern.keywords == nullptr) return RunAutomaton(pattern.automaton, scan, limit);
+  if (pattern.keywords == nullptr) return RunAutomaton(*pattern.automaton, scan, limit);
   for (;;) {
     KeywordMatch keyword{};
     const int size = static_cast<int>(limit - scan);
     if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
     const char* const lineEnd = NearLineEnd(keyword.start, limit);
     const char* const place =
-        RunAutomaton(pattern.automaton, LineStart(keyword.start, scan), lineEnd);
+        RunAutomaton(*pattern.automaton, LineStart(keyword.start, scan), lineEnd);
     if (place == nullptr && lineEnd == limit) return nullptr;
     if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
     scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;

@@ -37,14 +37,25 @@ void ExtractFoldedMustString(const char* pattern, std::size_t length, PatternAut
   unfolded.syntax.fold = false;
   AutomatonParse(copy.data(), copy.size(), unfolded);
   ExtractMustString(unfolded);
-  automaton.mustEntries = std::move(unfolded.mustEntries);
+  automaton.mustList = std::move(unfolded.mustList);
   if (unfolded.fault != MessageNumber::kNone) automaton.fault = unfolded.fault;
 }
 
 }  // namespace
 
+void AutomatonInit(PatternAutomaton& automaton) {
+  const AutomatonSyntax syntax = automaton.syntax;
+  automaton = PatternAutomaton{};
+  automaton.syntax = syntax;
+}
+
+void AutomatonFree(PatternAutomaton* automaton) {
+  delete automaton;
+}
+
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag) {
+  AutomatonInit(automaton);
   const bool folded = automaton.syntax.fold;
   if (folded) ExtractFoldedMustString(pattern, length, automaton);
   AutomatonParse(pattern, length, automaton);

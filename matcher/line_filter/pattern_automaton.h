@@ -135,9 +135,9 @@ struct PatternAutomaton {
 
   // Filled by the builder; the states and all that is per state grow while texts are searched.
 
-  std::vector<PositionSet> follows;  // per token: the positions that can follow it in a match
-  bool searchFlag = false;           // a match may begin at any byte
-  bool anchorsAreComplete = true;    // no way through anchors was dropped from a position set
+  std::vector<PositionSet> followSets;  // per token: the positions that can follow it in a match
+  bool searchFlag = false;              // a match may begin at any byte
+  bool anchorsAreComplete = true;       // no way through anchors was dropped from a position set
   std::vector<State> states;
   std::unordered_multimap<std::size_t, StateNumber> stateIndex;  // the states by hash
   std::size_t heldPositions = 0;                                 // of all states together
@@ -154,11 +154,11 @@ struct PatternAutomaton {
   std::vector<std::unique_ptr<TransitionTable>> failTables;  // per state
   std::vector<std::uint8_t> successBits;        // context classes before which the state accepts
   std::vector<StateNumber> newlineTransitions;  // the state behind a newline
-  int builtTables = 0;                          // how many tables exist
+  int builtTableCount = 0;                      // how many tables exist
 
   // Filled by the extraction of the must string; a new entry goes to the front.
 
-  std::vector<MustEntry> mustEntries;
+  std::vector<MustEntry> mustList;
 };
 
 }  // namespace trovex
