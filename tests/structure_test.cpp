@@ -1,4 +1,5 @@
-// The shape of the tree: which room may include what, and how many units stand in one.
+// The shape of the tree: which room may include what, how many units stand in one, and where state is kept
+// that outlives a call.
 //
 // A room is a folder; a unit is a header, a source file, or both of one name. The arrows are those of
 // docs/architecture.md. What a change needs beyond them is a change of the table here, and of that page.
@@ -130,6 +131,28 @@ TEST(Structure, TheMatchersRoomsIncludeThoseBelowThem) {
       EXPECT_GE(HeightOf(RoomOf(file)), HeightOf(RoomOf(included)))
           << file << " includes " << included;
     }
+  }
+}
+
+/// Whether `line` defines an object of static or thread lifetime that can change.
+bool DefinesState(const std::string& line) {
+  const std::size_t begin = line.find_first_not_of(' ');
+  if (begin == std::string::npos) return false;
+  const std::string_view code = std::string_view(line).substr(begin);
+  if (code.rfind("constinit ", 0) == 0 || code.rfind("thread_local ", 0) == 0) return true;
+  const bool isStatic = code.rfind("static ", 0) == 0 && code.back() == ';';
+  const bool canChange = code.find("const") == std::string_view::npos;
+  return isStatic && canChange && code.find('(') == std::string_view::npos;
+}
+
+TEST(Structure, WhatOutlivesACallStandsInTheApi) {
+  for (const std::string& file : SourceFiles()) {
+    const bool mayKeepState = HouseOf(file) == "api" || HouseOf(file) == "hosts";
+    // Deleted items find their stock by their address alone.
+    if (mayKeepState || file == "expr/item_blocks.cpp") continue;
+    std::ifstream lines(fs::path(TROVEX_SOURCE_FOLDER) / file);
+    for (std::string line; std::getline(lines, line);)
+      EXPECT_FALSE(DefinesState(line)) << file << ": " << line;
   }
 }
 
