@@ -48,7 +48,10 @@ Utf8Blocks ChooseUtf8Blocks() {
 #include <hwy/highway.h>
 
 #include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "text/utf8_character.h"
 
@@ -152,6 +155,26 @@ constexpr SignTables kSigns = MakeSignTables();
 /// By the lower half of a lead C4 to CF: it where sequences need looking at closely (Œ œ Š š Ÿ Ž ž, ƒ,
 /// ˆ ˜ and the combining marks), else 0.
 constexpr HalfTable kCloseLeads = {0, 0, 0, 0, 0, 0xC5, 0xC6, 0, 0, 0, 0, 0xCB, 0xCC, 0, 0, 0};
+
+/// For every choice of eight bytes, a bit for each, the numbers of those chosen.
+using HalfOrder = std::array<std::uint8_t, 8>;
+
+struct Orders {
+  alignas(8) std::array<HalfOrder, 256> of{};
+};
+
+constexpr Orders MakeOrders() {
+  Orders orders;
+  for (unsigned choice = 0; choice < 256; ++choice) {
+    std::size_t count = 0;
+    for (unsigned byte = 0; byte < 8; ++byte) {
+      if ((choice >> byte & 1) != 0) orders.of[choice][count++] = static_cast<std::uint8_t>(byte);
+    }
+  }
+  return orders;
+}
+
+[[maybe_unused]] constexpr Orders kOrders = MakeOrders();
 
 }  // namespace
 }  // namespace trovex
@@ -290,38 +313,64 @@ HWY_INLINE hn::Mask<D> GoesOn(const Neighbours& block) {
   return HighBits(hn::Or(hn::Or(lead, second), third));
 }
 
+/// Whether `kCount` blocks at `at` are ASCII and nothing goes on in them; they are then copied.
+template <std::ptrdiff_t kCount>
+HWY_INLINE bool CopyAscii(const Byte* at, Byte* out) {
+  V any = hn::LoadU(D(), at);
+  for (std::ptrdiff_t i = 1; i < kCount; ++i)
+    any = hn::Or(any, hn::LoadU(D(), at + i * kBlock));
+  if (at[-1] >= 0x80 || HasHighBits(any)) return false;
+  for (std::ptrdiff_t i = 0; i < kCount; ++i)
+    hn::StoreU(hn::LoadU(D(), at + i * kBlock), D(), out + i * kBlock);
+  return true;
+}
+
+#if HWY_TARGET <= HWY_AVX3_DL
+
+/// Whether it costs little to move bytes together; else it pays to ask of every block whether it must
+/// be done.
+constexpr bool kMovesCheaply = true;
+
 /// Writes those of `bytes` that `isWritten` has, and returns where they end.
 HWY_INLINE Byte* WriteTogether(V bytes, hn::Mask<D> isWritten, Byte* out) {
-#if HWY_TARGET <= HWY_AVX3_DL
   hn::StoreU(hn::Compress(bytes, isWritten), D(), out);
   return out + hn::CountTrue(D(), isWritten);
-#else
-  return out + hn::CompressStore(bytes, isWritten, D(), out);
-#endif
 }
+
+#else
+
+constexpr bool kMovesCheaply = false;
+
+/// The same eight bytes at a time. Where each eight go is counted from the beginning, so that none has
+/// to wait for the ones before it.
+HWY_INLINE Byte* WriteTogether(V bytes, hn::Mask<D> isWritten, Byte* out) {
+  const hn::FixedTag<Byte, 8> d8;
+  HWY_ALIGN Byte lanes[kBlock];
+  hn::Store(bytes, D(), lanes);
+  std::uint8_t maskBytes[8] = {};
+  hn::StoreMaskBits(D(), isWritten, maskBytes);
+  std::uint64_t mask = 0;
+  std::memcpy(&mask, maskBytes, sizeof mask);
+
+  std::uint64_t before = 0;
+  for (std::ptrdiff_t i = 0; i < kBlock; i += 8) {
+    const HalfOrder& order = kOrders.of[mask >> i & 0xFF];
+    const auto eight = hn::TableLookupBytes(hn::Load(d8, lanes + i), hn::Load(d8, order.data()));
+    hn::StoreU(eight, d8, out + std::popcount(mask & before));
+    before = before << 8 | 0xFF;
+  }
+  return out + std::popcount(mask);
+}
+
+#endif
 
 /// Decodes the block at `at`; null when it has to be looked at closely.
 HWY_INLINE Byte* DecodeBlock(const Byte* at, V substitute, Byte* out) {
+  if (!kMovesCheaply && CopyAscii<1>(at, out)) return out + kBlock;
   const Neighbours block(at);
   const bool isFaulty = !hn::AllTrue(D(), hn::Eq(Faults(block), hn::Zero(D())));
   if (HWY_UNLIKELY(isFaulty) || HWY_UNLIKELY(NeedsCloseLook(block.bytes))) return nullptr;
   return WriteTogether(DecodeEnds(block, substitute), hn::Not(GoesOn(block)), out);
-}
-
-/// Whether the four blocks at `at` are ASCII and nothing goes on in them; they are then copied.
-HWY_INLINE bool CopyAscii(const Byte* at, Byte* out) {
-  const D d;
-  const V first = hn::LoadU(d, at);
-  const V second = hn::LoadU(d, at + kBlock);
-  const V third = hn::LoadU(d, at + 2 * kBlock);
-  const V fourth = hn::LoadU(d, at + 3 * kBlock);
-  if (at[-1] >= 0x80 || HasHighBits(hn::Or(hn::Or(first, second), hn::Or(third, fourth))))
-    return false;
-  hn::StoreU(first, d, out);
-  hn::StoreU(second, d, out + kBlock);
-  hn::StoreU(third, d, out + 2 * kBlock);
-  hn::StoreU(fourth, d, out + 3 * kBlock);
-  return true;
 }
 
 /// The beginning of what goes on at `at` and has not been written, or `at`.
@@ -342,7 +391,7 @@ bool Decode(Utf8Decoding& decoding, const Byte* stop) {
   bool isDecoded = true;
   while (isDecoded && stop - at >= kBlock) {
     const std::ptrdiff_t blocks = stop - at >= 4 * kBlock ? 4 : 1;
-    if (blocks == 4 && CopyAscii(at, out)) {
+    if (blocks == 4 && CopyAscii<4>(at, out)) {
       at += 4 * kBlock;
       out += 4 * kBlock;
       continue;
