@@ -97,9 +97,9 @@ void HoldExpression(const std::string& typed) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace trovex::fuzz;
   Input input(data, size);
-  const int repeated = 1 + input.Byte() % 16;
+  const int repeated = 1 + input.Byte() % 8;
   const std::uint8_t substitute = input.Byte();
-  const std::string piece = input.Rest().substr(0, 1000);
+  const std::string piece = input.Rest().substr(0, 300);
   std::string text;
   for (int i = 0; i < repeated; ++i)
     text += piece;
