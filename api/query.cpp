@@ -21,7 +21,10 @@ Query::~Query() = default;
 std::variant<Query, Fault> Query::Compile(std::string_view expression,
                                           const ExpressionOptions& options) {
   auto compiled = CompileQuery(expression, options);
-  if (auto* const fault = std::get_if<Fault>(&compiled)) return std::move(*fault);
+  if (const auto* const fault = std::get_if<QueryFault>(&compiled)) {
+    return Fault{static_cast<int>(fault->number), std::string(fault->Sentence()),
+                 fault->typed.begin, fault->typed.end};
+  }
   return Query(std::get<std::shared_ptr<const CompiledQuery>>(std::move(compiled)));
 }
 

@@ -2,8 +2,10 @@
 
 #include "matcher/limits.h"
 #include "matcher/pattern/required_string.h"
+#include "text/code_page.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -52,16 +54,37 @@ std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> PatternProgra
 
 /// Makes what searches read. Returns false where the pattern is too large for it.
 bool PatternProgram::Prepare(CompileBudget& budget) {
-  if (HasBackReferences(tree_)) return true;
-  GraphOptions options = {.words = options_.wholeWords, .wordBytes = options_.wordBytes};
+  if (HasBackReferences(tree_)) {
+    PrepareReferences(budget);
+    return true;
+  }
+  if (!PrepareLocator(tree_, options_.wholeWords, budget)) return false;
+  if (tree_.groupCount > 0) groups_.emplace(tree_, GroupOptions{options_.wordBytes});
+  return true;
+}
+
+bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileBudget& budget) {
+  GraphOptions options = {.words = words, .wordBytes = options_.wordBytes};
   options.mostPositions = kMaxProgramPositions;
   options.mostEdges = kMaxProgramEdges;
   options.budget = &budget;
-  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree_, options);
+  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
   if (graph == nullptr) return false;
-  locator_.emplace(std::move(graph), options_.wholeWords, FindRequiredString(tree_));
-  if (tree_.groupCount > 0) groups_.emplace(tree_, GroupOptions{options_.wordBytes});
+  locator_.emplace(std::move(graph), words, FindRequiredString(tree));
   return true;
+}
+
+/// The locator is a mere help here. It does not ask for whole words: what it finds may end elsewhere.
+void PatternProgram::PrepareReferences(CompileBudget& budget) {
+  ReferenceOptions options;
+  options.wholeWords = options_.wholeWords;
+  options.wordBytes = options_.wordBytes;
+  if (options_.foldsReferences) {
+    for (std::size_t c = 0; c < options.comparedAs.size(); ++c)
+      options.comparedAs[c] = CodePageLower(static_cast<unsigned char>(c));
+  }
+  references_.emplace(tree_, options);
+  PrepareLocator(WithoutReferences(tree_, options.comparedAs), false, budget);
 }
 
 }  // namespace trovex

@@ -11,6 +11,7 @@
 #include "matcher/automata/match_locator.h"
 #include "matcher/budget.h"
 #include "matcher/groups/group_finder.h"
+#include "matcher/groups/reference_search.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "resources/string_table.h"
 #include "text/char_set.h"
@@ -26,6 +27,8 @@ struct ProgramOptions {
   bool wholeWords = false;
   /// The bytes that words are made of, for this and for the anchors.
   CharSet wordBytes;
+  /// Whether back-references take the letters of a pair of the code page for the same.
+  bool foldsReferences = false;
 };
 
 class PatternProgram {
@@ -44,20 +47,26 @@ class PatternProgram {
 
   const SyntaxTree& Tree() const { return tree_; }
   const ProgramOptions& Options() const { return options_; }
-  /// Null where the pattern has back-references, which automata cannot decide.
+  /// Of a pattern with back-references, which automata cannot decide, it locates what the pattern matches
+  /// without them: no match begins where that has none. It is null where that is too large.
   const LocatorProgram* Locator() const { return locator_ ? &*locator_ : nullptr; }
   /// Null where the pattern has no groups, or back-references.
   const GroupFinder* Groups() const { return groups_ ? &*groups_ : nullptr; }
+  /// Null where the pattern has no back-references.
+  const ReferenceSearch* References() const { return references_ ? &*references_ : nullptr; }
 
  private:
   PatternProgram(SyntaxTree tree, const ProgramOptions& options);
 
   bool Prepare(CompileBudget& budget);
+  bool PrepareLocator(const SyntaxTree& tree, bool words, CompileBudget& budget);
+  void PrepareReferences(CompileBudget& budget);
 
   const SyntaxTree tree_;
   const ProgramOptions options_;
   std::optional<LocatorProgram> locator_;
   std::optional<GroupFinder> groups_;
+  std::optional<ReferenceSearch> references_;
 };
 
 }  // namespace trovex

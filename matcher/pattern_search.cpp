@@ -1,9 +1,12 @@
 #include "matcher/pattern_search.h"
 
+#include <cstring>
+
 namespace trovex {
 
 PatternSearch::PatternSearch(const PatternProgram& program) : program_(program) {
   if (program.Locator() != nullptr) locator_.emplace(*program.Locator());
+  if (program.References() != nullptr) references_.emplace(*program.References());
 }
 
 void PatternSearch::Begin(TextView text) {
@@ -15,23 +18,56 @@ void PatternSearch::Begin(TextView text) {
   touches_ = false;
   outcome_ = SearchOutcome::kFound;
   if (locator_) locator_->Begin(text_.data(), text_.size());
+  if (references_) references_->Begin(text_);
 }
 
 SearchOutcome PatternSearch::Next(ByteRange& match) {
   if (outcome_ != SearchOutcome::kFound) return outcome_;
   if (place_ > end_) return outcome_ = SearchOutcome::kNotFound;
-  if (!locator_) return outcome_ = SearchOutcome::kGaveUp;
+  outcome_ = references_ ? NextWithReferences(match) : NextLocated(match);
+  if (outcome_ == SearchOutcome::kFound) GoOnBehind(match);
+  return outcome_;
+}
+
+/// Where it gives up, `place_` is the place.
+SearchOutcome PatternSearch::NextLocated(ByteRange& match) {
   const unsigned char* const begin = text_.data();
   MatchLocator::Match found;
-  outcome_ = locator_->Find(
+  const SearchOutcome outcome = locator_->Find(
       {.place = begin + place_, .begin = begin, .end = begin + end_, .refusesEmpty = touches_},
       found);
-  if (outcome_ == SearchOutcome::kGaveUp) place_ = static_cast<std::size_t>(found.start - begin);
-  if (outcome_ != SearchOutcome::kFound) return outcome_;
+  if (outcome == SearchOutcome::kGaveUp) place_ = static_cast<std::size_t>(found.start - begin);
+  if (outcome != SearchOutcome::kFound) return outcome;
   match.begin = static_cast<std::size_t>(found.start - begin);
   match.end = static_cast<std::size_t>(found.end - begin);
-  GoOnBehind(match);
-  return outcome_;
+  return outcome;
+}
+
+/// Asks the locator for the next line with a place where a match could begin, and looks for the match
+/// from there to the line's end.
+SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
+  while (place_ <= end_) {
+    if (locator_) {
+      ByteRange possible;
+      const SearchOutcome outcome = NextLocated(possible);
+      if (outcome != SearchOutcome::kFound) return outcome;
+      touches_ = touches_ && possible.begin == place_;
+      place_ = possible.begin;
+    }
+    const void* const feed = std::memchr(text_.data() + place_, '\n', end_ - place_);
+    const std::size_t lineEnd =
+        feed == nullptr
+            ? end_
+            : static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text_.data());
+    const SearchOutcome outcome = references_->Find(place_, lineEnd, match, nullptr);
+    if (outcome == SearchOutcome::kGaveUp) place_ = references_->GaveUpAt();
+    if (outcome == SearchOutcome::kGaveUp) return outcome;
+    const bool isRefused = touches_ && match.begin == place_ && match.end == place_;
+    if (outcome == SearchOutcome::kFound && !isRefused) return outcome;
+    place_ = outcome == SearchOutcome::kFound ? place_ + 1 : lineEnd + 1;
+    touches_ = false;
+  }
+  return SearchOutcome::kNotFound;
 }
 
 void PatternSearch::GoOnBehind(const ByteRange& match) {
@@ -42,7 +78,10 @@ void PatternSearch::GoOnBehind(const ByteRange& match) {
 SearchOutcome PatternSearch::Groups(const ByteRange& match, std::vector<ByteRange>& groups) {
   groups.clear();
   if (program_.GroupCount() == 0) return SearchOutcome::kFound;
-  if (program_.Groups() == nullptr) return SearchOutcome::kGaveUp;
+  if (references_) {
+    ByteRange again;
+    return references_->Find(match.begin, match.begin, again, &groups);
+  }
   return program_.Groups()->Find(text_, match, groups, groupWork_);
 }
 

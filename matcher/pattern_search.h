@@ -13,6 +13,8 @@
 #define TROVEX_MATCHER_PATTERN_SEARCH_H
 
 #include "matcher/automata/match_locator.h"
+#include "matcher/groups/group_finder.h"
+#include "matcher/groups/reference_search.h"
 #include "matcher/pattern_program.h"
 #include "matcher/search_outcome.h"
 #include "text/byte_range.h"
@@ -47,11 +49,14 @@ class PatternSearch {
   std::size_t GaveUpAt() const { return place_; }
 
  private:
+  SearchOutcome NextLocated(ByteRange& match);
+  SearchOutcome NextWithReferences(ByteRange& match);
   void GoOnBehind(const ByteRange& match);
 
   const PatternProgram& program_;
   std::optional<MatchLocator> locator_;
   GroupFinder::Workspace groupWork_;
+  std::optional<ReferenceRun> references_;
 
   TextView text_;
   std::size_t end_ = 0;                               // of the last line

@@ -3,18 +3,12 @@
 #include "query/describe.h"
 #include "query/query_options.h"
 #include "query/query_parts.h"
-#include "resources/string_table.h"
 
 #include <utility>
 
 namespace trovex {
 
 namespace {
-
-Fault FaultOf(const QueryFault& fault) {
-  return {static_cast<int>(fault.number), std::string(fault.Sentence()), fault.typed.begin,
-          fault.typed.end};
-}
 
 QueryOptions ParserOptions(const ExpressionOptions& options) {
   QueryOptions result;
@@ -29,11 +23,11 @@ QueryOptions ParserOptions(const ExpressionOptions& options) {
 
 }  // namespace
 
-std::variant<std::shared_ptr<const CompiledQuery>, Fault> CompileQuery(
+std::variant<std::shared_ptr<const CompiledQuery>, QueryFault> CompileQuery(
     std::string_view expression, const ExpressionOptions& options) {
   const QueryOptions parserOptions = ParserOptions(options);
   auto parsed = ParseQuery(expression, parserOptions);
-  if (const auto* const fault = std::get_if<QueryFault>(&parsed)) return FaultOf(*fault);
+  if (const auto* const fault = std::get_if<QueryFault>(&parsed)) return *fault;
 
   const auto compiled = std::make_shared<CompiledQuery>();
   compiled->expression = expression;
@@ -43,7 +37,7 @@ std::variant<std::shared_ptr<const CompiledQuery>, Fault> CompileQuery(
   compiled->parts = PartsOf(*compiled->parsed.root, expression, options.encoding);
   compiled->description = DescribeQuery(compiled->parsed, expression, parserOptions.encoding);
   auto plan = MakeSearchPlan(compiled->parsed, parserOptions);
-  if (const auto* const fault = std::get_if<QueryFault>(&plan)) return FaultOf(*fault);
+  if (const auto* const fault = std::get_if<QueryFault>(&plan)) return *fault;
   compiled->plan = std::get<SearchPlan>(std::move(plan));
   return compiled;
 }

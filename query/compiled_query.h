@@ -30,7 +30,7 @@ struct CompiledQuery {
 };
 
 /// Throws std::bad_alloc.
-std::variant<std::shared_ptr<const CompiledQuery>, Fault> CompileQuery(
+std::variant<std::shared_ptr<const CompiledQuery>, QueryFault> CompileQuery(
     std::string_view expression, const ExpressionOptions& options);
 
 }  // namespace trovex

@@ -99,6 +99,7 @@ class Planner {
     ProgramOptions options;
     options.wholeWords = options_.wholeWords;
     options.wordBytes = CodePageWords();
+    options.foldsReferences = !options_.caseSensitive;
     auto result = PatternProgram::Compile(std::move(tree), options, budget_);
     if (const auto* const number = std::get_if<MessageNumber>(&result))
       throw Refused{{*number, typed}};

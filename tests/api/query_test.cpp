@@ -91,6 +91,17 @@ TEST(Query, FindsItemsByTheirBegin) {
   EXPECT_EQ(Found("!Garten", "Das Haus am Hof."), "yes");
 }
 
+TEST(Query, FindsWhatIsSaidTwice) {
+  EXPECT_EQ(Found("\\<([a-z]+) \\1\\>", "die die\nder das das Das", WithTags()),
+            "0..7 1:0..3, 12..19 1:12..15");
+  EXPECT_EQ(Found("(\xC3\xA4)\\1", "\xC3\x84\xC3\xA4 \xC3\xA4"), "0..4");
+  ExpressionOptions exact;
+  exact.caseSensitive = true;
+  EXPECT_EQ(Found("(.)\\1", "aA bb\ncc", {}, exact), "3..5, 6..8");
+  EXPECT_EQ(Found("(a*)\\1", "aab"), "0..2, 3..3");
+  EXPECT_EQ(Found("(a)\\1|$", "aa\nb"), "0..2, 4..4");
+}
+
 TEST(Query, TellsPositionsInTheBytesOfTheText) {
   EXPECT_EQ(Found("T\xC3\xBCr", "\xC3\x84T\xC3\xBCr T\xC3\xBCr"), "2..6, 7..11");
   EXPECT_EQ(Found("t\xC3\xBCr", "Tu\xCC\x88r."), "0..5");
