@@ -42,6 +42,13 @@ class GuardedBytes {
 
   char* Data() { return data_; }
 
+  /// Makes the bytes themselves such that whoever writes them ends the process.
+  void Seal() {
+    const std::size_t page = PageSize();
+    if (size_ > 2 * page && mprotect(memory_ + page, size_ - 2 * page, PROT_READ) != 0)
+      std::abort();
+  }
+
  private:
   std::size_t size_;
   char* memory_;
