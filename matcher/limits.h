@@ -73,6 +73,8 @@ inline constexpr std::int64_t kSearchUnitsAtLeast = 10'000'000;
 inline constexpr std::int64_t kFirstCredit = 400'000;
 inline constexpr std::int64_t kCreditPerByte = 16;
 inline constexpr std::int64_t kMaxCredit = 2'000'000;
+/// A text of so many bytes has a first credit of its own; shorter ones share theirs.
+inline constexpr std::int64_t kLongText = 65'536;
 /// What making a state costs in any case.
 inline constexpr std::int64_t kStateUnits = 400;
 
