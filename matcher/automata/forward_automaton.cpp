@@ -201,7 +201,7 @@ bool ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
     for (const std::uint32_t* node = begin; node != end && !credit_.IsSpent(); ++node) {
       ended = ended || (canEnd && (graph_.ends[*node] & here) != 0);
       const std::span<const PositionEdge> edges = graph_.next[*node];
-      credit_.Spend(static_cast<std::int64_t>(edges.size()));
+      credit_.Spend(kEdgeUnits * static_cast<std::int64_t>(edges.size()));
       for (const PositionEdge& edge : edges) {
         if ((edge.neighbours & here) == 0 || !graph_.bytes[edge.position][byte]) continue;
         if (std::exchange(seenIn_[edge.position], steps_) == steps_) continue;

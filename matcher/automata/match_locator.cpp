@@ -165,6 +165,7 @@ MatchLocator::Step MatchLocator::FindByAutomata(Search& search) {
         search.place = run.place;
         search.refusesEmpty = false;
         PassTo(run.place);
+        if (credit_.IsSpent()) return Step::kSpent;
         break;
     }
   }
@@ -280,7 +281,7 @@ const Byte* MatchLocator::PlaceByRequired(const Search& search, bool& isSpent) {
     const Byte* const end = required + program_.required_->Length();
     const BackwardAutomaton::Answer start =
         Backward().StartOfPrefix({place, KindBefore(search, place), end});
-    isSpent = !start;
+    isSpent = !start || credit_.IsSpent();
     if (isSpent) return nullptr;
     if (*start != nullptr && *start <= required) return *start;
     place = required + 1;
