@@ -102,7 +102,11 @@ Ranges AllMatchesOnLines(const PositionGraph& graph, LineSearch& lines, TextView
 std::string Told(const Ranges& ranges) {
   std::string told;
   for (const ByteRange& range : ranges)
-    told += "(" + std::to_string(range.begin) + "," + std::to_string(range.end) + ") ";
+    told.append("(")
+        .append(std::to_string(range.begin))
+        .append(",")
+        .append(std::to_string(range.end))
+        .append(") ");
   return told;
 }
 
