@@ -70,14 +70,19 @@ inline constexpr std::int64_t kSearchUnitsAtLeast = 10'000'000;
 
 /// What of that is granted for making states, and for reading bytes again, before the search goes over
 /// from states to sets of positions: at first, per byte of the text, and saved up at most.
-inline constexpr std::int64_t kFirstCredit = 400'000;
-inline constexpr std::int64_t kCreditPerByte = 16;
-inline constexpr std::int64_t kMaxCredit = 2'000'000;
-/// What making a state costs in any case.
-inline constexpr std::int64_t kStateUnits = 400;
+inline constexpr std::int64_t kFirstCredit = 1'000'000;
+inline constexpr std::int64_t kCreditPerByte = 32;
+inline constexpr std::int64_t kMaxCredit = 4'000'000;
+/// A text of so many bytes has a first credit of its own; shorter ones share theirs.
+inline constexpr std::int64_t kLongText = 65'536;
+/// What making a state costs in any case, and for each edge that is looked at on the way, which includes
+/// the share of sorting and storing what is reached.
+inline constexpr std::int64_t kStateUnits = 1'500;
+inline constexpr std::int64_t kEdgeUnits = 10;
 
-/// How much a step over a set of positions may cost so that three for each byte stay within the units.
-inline constexpr std::int64_t kMaxStepCost = 600;
+/// How much a step over a set of positions may cost. Three steps are taken for each byte; measured, they
+/// take less than twice the cost of one, as it is estimated.
+inline constexpr std::int64_t kMaxStepCost = 950;
 /// What such a search may keep of a line: words of 64 positions. 128 MB.
 inline constexpr std::size_t kMaxLineWords = std::size_t{1} << 24;
 

@@ -112,14 +112,14 @@ bool BackwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   for (const std::uint32_t node : source.content) {
     if (credit_.IsSpent()) return false;
     if (node == Anything()) {
-      credit_.Spend(graph_.size);
+      credit_.Spend(kEdgeUnits * graph_.size);
       for (std::uint32_t position = 0; position < graph_.size; ++position)
         reach(position);
       continue;
     }
     if ((graph_.starts[node] & here) != 0) to.tag |= kStarted;
     const std::span<const PositionEdge> edges = graph_.previous[node];
-    credit_.Spend(static_cast<std::int64_t>(edges.size()));
+    credit_.Spend(kEdgeUnits * static_cast<std::int64_t>(edges.size()));
     for (const PositionEdge& edge : edges) {
       if ((edge.neighbours & here) != 0) reach(edge.position);
     }

@@ -22,6 +22,8 @@ constexpr std::uint32_t kEnded = 16;           // a match ended before the byte 
 constexpr std::uint32_t kEndedKnown = 32;      // ... and it started where the run did
 constexpr std::uint32_t kRefusesLineEnd = 64;  // see Run::refusesLineEnd
 constexpr std::uint32_t kRefusesEmpty = 128;   // see Run::refusesEmpty
+constexpr std::uint32_t kStartsHere = 256;     // see Run::startsAtPlace: the place itself ...
+constexpr std::uint32_t kStartsNoMore = 512;   // ... and what is behind it
 
 /// The entry of a state that could not be made.
 constexpr StateCache::Entry kSpentEntry = std::numeric_limits<StateCache::Entry>::min();
@@ -53,8 +55,15 @@ ForwardAutomaton::Outcome ForwardAutomaton::Go(Run& run) {
   Number state = IdleState(run);
   const Outcome outcome = Search(reader, state);
   if (outcome == Outcome::kMatch) return FinishMatch(run, reader, state);
-  if (outcome != Outcome::kSpent) run.place = reader.next;
-  return outcome;
+  if (outcome == Outcome::kSpent) return outcome;
+  if (!run.startsAtPlace) {
+    run.place = reader.next;
+    return outcome;
+  }
+  credit_.Spend(reader.next - run.place);
+  if (run.place == run.textEnd) return Outcome::kEndOfText;
+  ++run.place;
+  return Outcome::kIdle;
 }
 
 /// Reads on from `state` until a first match has ended; `state` is then the one behind it. Or to where
@@ -176,11 +185,12 @@ bool ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   const ByteKind kind = graph_.kindOf[byte];
   const Neighbours here = NeighbourBit(KindIn(source.tag), kind);
   const bool mayEnd = (source.tag & kRefusesLineEnd) == 0 || kind != ByteKind::kNewline;
-  const bool mayStart = (source.tag & kHasMatch) == 0;
+  const bool mayStart = (source.tag & (kHasMatch | kStartsNoMore)) == 0;
   const bool sourceIsIdle = IsIdle(source);
   if (++steps_ == 0) std::fill(seenIn_.begin(), seenIn_.end(), steps_++);
   to.content.clear();
-  to.tag = source.tag & (kRefusesLineEnd | kHasMatch);
+  to.tag = source.tag & (kRefusesLineEnd | kHasMatch | kStartsNoMore);
+  if ((source.tag & kStartsHere) != 0) to.tag |= kStartsNoMore;
   const bool mayBeEmpty = mayEnd && (source.tag & kRefusesEmpty) == 0;
 
   bool isFirst = true;
@@ -191,7 +201,7 @@ bool ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
     for (const std::uint32_t* node = begin; node != end && !credit_.IsSpent(); ++node) {
       ended = ended || (canEnd && (graph_.ends[*node] & here) != 0);
       const std::span<const PositionEdge> edges = graph_.next[*node];
-      credit_.Spend(static_cast<std::int64_t>(edges.size()));
+      credit_.Spend(kEdgeUnits * static_cast<std::int64_t>(edges.size()));
       for (const PositionEdge& edge : edges) {
         if ((edge.neighbours & here) == 0 || !graph_.bytes[edge.position][byte]) continue;
         if (std::exchange(seenIn_[edge.position], steps_) == steps_) continue;
@@ -234,14 +244,15 @@ StateCache::Entry ForwardAutomaton::EntryFor(std::uint32_t fromTag, Number to) c
 
 /// The state in which `run` begins.
 StateCache::Number ForwardAutomaton::IdleState(const Run& run) {
-  const std::size_t slot = (run.refusesLineEnd ? 2 * kByteKinds : 0) +
-                           (run.refusesEmpty ? kByteKinds : 0) +
-                           static_cast<std::size_t>(run.before);
+  const std::size_t slot =
+      (run.startsAtPlace ? 4 * kByteKinds : 0) + (run.refusesLineEnd ? 2 * kByteKinds : 0) +
+      (run.refusesEmpty ? kByteKinds : 0) + static_cast<std::size_t>(run.before);
   if (idle_[slot] < 0) {
     StateCache::State state;
     state.tag = static_cast<std::uint32_t>(run.before);
     if (run.refusesLineEnd) state.tag |= kRefusesLineEnd;
     if (run.refusesEmpty) state.tag |= kRefusesEmpty;
+    if (run.startsAtPlace) state.tag |= kStartsHere;
     const Number number = cache_.NumberOf(state);
     ForgetOldStates();
     idle_[slot] = number;

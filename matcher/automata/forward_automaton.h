@@ -11,6 +11,14 @@
 //                          is opened, and a match ends: the second group is all that is left but
 //                          the first, which waits for d. The x ends both; the match is "c".
 //
+//   place   byte   groups before it               what happens
+//   0       x      none                           idle
+//   1       a      none                           a group for the start at 1: a
+//   2       b      [a]                            b
+//   3       c      [b]                            c; a group for the start at 3: c (the second c)
+//   4       x      [c] [c']                       behind c' a match may end: it started at 3, so no
+//                                                 new group is opened. Nothing matches x: dead
+//
 // Whether a match ends at a place depends on the byte behind it, so each step says of the place
 // before the byte it reads.
 //
@@ -61,6 +69,9 @@ class ForwardAutomaton {
     bool refusesLineEnd = false;
     /// Whether a match at `place` may not be empty.
     bool refusesEmpty = false;
+    /// Whether matches may start at `place` alone. There are then far fewer states where counts are
+    /// large, but what lies behind a place may be read again for the next. Needs `stopsWhenIdle`.
+    bool startsAtPlace = false;
 
     /// With `kMatch`: where the match lies; its start is null if it has to be looked for.
     const unsigned char* start = nullptr;
@@ -104,7 +115,7 @@ class ForwardAutomaton {
   SearchCredit& credit_;
   StateCache cache_;
   unsigned generation_ = 0;  // of the cache, to which what follows belongs
-  std::array<Number, std::size_t{4} * kByteKinds> idle_{};
+  std::array<Number, std::size_t{8} * kByteKinds> idle_{};
   std::vector<std::unique_ptr<PlaceScan>> leaps_;  // by state; null: none
   std::vector<bool> leapsConsidered_;              // by state
 

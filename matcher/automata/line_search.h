@@ -36,7 +36,7 @@ class LineSearch {
   bool IsTooCostly() const { return simulation_.IsTooCostly(); }
   /// What reading `length` bytes costs, in units of work.
   std::int64_t CostOf(std::size_t length) const {
-    return static_cast<std::int64_t>(length + 16) * 3 * simulation_.StepCost();
+    return static_cast<std::int64_t>(length + 16) * 2 * simulation_.StepCost();
   }
 
   /// Reads a line, or the rest of one: from `begin`, where a byte of kind `before` stands before, to

@@ -70,13 +70,13 @@ struct MatchLocator::Search {
 };
 
 MatchLocator::MatchLocator(const LocatorProgram& program)
-    : program_(program), graph_(*program.graph_), credit_(kMaxCredit) {}
+    : program_(program), graph_(*program.graph_), credit_(kFirstCredit, kMaxCredit) {}
 
 void MatchLocator::Begin(const Byte* text, std::size_t length) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
   unitsLeft_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
-  credit_ = SearchCredit(kMaxCredit);
-  credit_.Spend(kMaxCredit - kFirstCredit);
+  credit_.ForgiveDebt();
+  if (bytes >= kLongText) credit_.Grant(kFirstCredit);
   passed_ = text;
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
@@ -110,6 +110,7 @@ SearchOutcome MatchLocator::FindFrom(Search& search) {
       return SearchOutcome::kGaveUp;
     }
     if (step == Step::kGoOn || step == Step::kSpent) step = FindByAutomata(search);
+    if (step == Step::kSpent && TryPlaces()) step = FindByAutomata(search);
     if (step == Step::kNotFound) return SearchOutcome::kNotFound;
     if (step == Step::kFound) {
       PassTo(search.match.end);
@@ -141,6 +142,7 @@ MatchLocator::Step MatchLocator::FindByAutomata(Search& search) {
   if (!forward_) forward_.emplace(graph_, program_.HasScan(), credit_);
   ForwardAutomaton::Run run = {.place = nullptr, .textEnd = search.end, .before = ByteKind::kOther};
   run.refusesLineEnd = search.refusesLineEnd;
+  run.startsAtPlace = tryPlaces_;
   for (;;) {
     bool isSpent = false;
     const Byte* const place = NextPlace(search, isSpent);
@@ -163,6 +165,7 @@ MatchLocator::Step MatchLocator::FindByAutomata(Search& search) {
         search.place = run.place;
         search.refusesEmpty = false;
         PassTo(run.place);
+        if (credit_.IsSpent()) return Step::kSpent;
         break;
     }
   }
@@ -176,6 +179,19 @@ bool MatchLocator::FindStart(Search& search, const Byte* from) {
       Backward().StartOfMatch({from, KindBefore(search, from), end}, KindAt(search, end));
   if (!start) return false;
   search.match.start = *start;
+  return true;
+}
+
+/// Whether it is worth a try to ask for matches at one place after the other; there is then new credit.
+bool MatchLocator::TryPlaces() {
+  constexpr int kTries = 3;
+  if (!program_.leading_ || placesTooCostly_ == kTries) return false;
+  if (std::exchange(tryPlaces_, true)) {
+    tryPlaces_ = ++placesTooCostly_ < kTries;
+    return false;
+  }
+  credit_.ForgiveDebt();
+  credit_.Grant(kFirstCredit);
   return true;
 }
 
@@ -265,7 +281,7 @@ const Byte* MatchLocator::PlaceByRequired(const Search& search, bool& isSpent) {
     const Byte* const end = required + program_.required_->Length();
     const BackwardAutomaton::Answer start =
         Backward().StartOfPrefix({place, KindBefore(search, place), end});
-    isSpent = !start;
+    isSpent = !start || credit_.IsSpent();
     if (isSpent) return nullptr;
     if (*start != nullptr && *start <= required) return *start;
     place = required + 1;

@@ -13,8 +13,9 @@
 //
 // From there the automaton that reads forwards goes on to the end of the leftmost match; its start is
 // known from the way, or the automaton that reads backwards looks for it. Where the credit for making
-// their states, or for reading in vain, is spent, the line is searched in the way that needs neither
-// (line_search.h).
+// their states, or for reading in vain, is spent, the automaton is asked at one place after the other,
+// which takes fewer states; and where that takes too much, too, the line is searched in the way that
+// needs neither (line_search.h).
 //
 // What a pattern is compiled into (`LocatorProgram`) never changes; what searches need to remember
 // (`MatchLocator`) belongs to one thread.
@@ -114,6 +115,7 @@ class MatchLocator {
   Step FindOnLines(Search& search);
   bool PrepareLine(Search& search);
   bool CanSearchLines();
+  bool TryPlaces();
   bool GrantMore();
   void PassTo(const Byte* place);
 
@@ -132,6 +134,8 @@ class MatchLocator {
   std::optional<BackwardAutomaton> backward_;
   std::unique_ptr<LineSearch> line_;
   bool linesAreTooCostly_ = false;
+  bool tryPlaces_ = false;   // the automaton starts at one place at a time
+  int placesTooCostly_ = 0;  // how often the credit did not suffice for that
 
   // Of the text.
   std::int64_t unitsLeft_ = 0;

@@ -1,6 +1,8 @@
 #include "matcher/automata/position_simulation.h"
 
 #include <algorithm>
+#include <array>
+#include <limits>
 #include <map>
 #include <utility>
 
@@ -12,79 +14,141 @@ using Word = PositionSimulation::Word;
 
 constexpr std::size_t kBits = 64;
 
+/// The bits that a shift to the left takes out of a word.
+Word Carried(Word word, unsigned distance) {
+  return distance == 0 ? 0 : word >> (kBits - distance);
+}
+
 void SetBit(Word* set, std::size_t bit) {
   set[bit / kBits] |= Word{1} << (bit % kBits);
 }
 
-/// What nodes of one group have in common: the condition, and where their edges lead.
-using Follow = std::pair<Neighbours, std::vector<std::uint32_t>>;
+/// The nodes on one side of a group, under its condition.
+using Side = std::pair<Neighbours, std::vector<std::uint32_t>>;
+/// Nodes by what they have in common.
+using Sides = std::map<Side, std::vector<std::uint32_t>>;
 
-/// The edges of `node` by their conditions.
-std::vector<Follow> FollowsOf(const PositionGraph& graph, std::uint32_t node, bool withoutNext) {
-  std::vector<Follow> follows;
-  for (const PositionEdge& edge : graph.next[node]) {
-    if (edge.neighbours == 0) continue;
-    const bool isNext = edge.position == node + 1 && edge.neighbours == kAnyNeighbours;
-    if (withoutNext && isNext) continue;
-    const auto same = std::find_if(follows.begin(), follows.end(), [&](const Follow& follow) {
-      return follow.first == edge.neighbours;
-    });
-    if (same != follows.end()) {
-      same->second.push_back(edge.position);
-    } else {
-      follows.push_back({edge.neighbours, {edge.position}});
+/// Adds `node` to `side`'s nodes, which are those of one node at the other side of edges.
+void AddToSide(Neighbours neighbours, std::uint32_t node, std::vector<Side>& sides) {
+  const auto same = std::find_if(sides.begin(), sides.end(),
+                                 [&](const Side& side) { return side.first == neighbours; });
+  if (same != sides.end()) {
+    same->second.push_back(node);
+  } else {
+    sides.push_back({neighbours, {node}});
+  }
+}
+
+/// Whether an edge over `distance` positions is one of those that are shifts.
+bool IsShift(const std::vector<std::uint32_t>& distances, std::uint32_t node,
+             const PositionEdge& edge) {
+  if (edge.neighbours != kAnyNeighbours || edge.position < node) return false;
+  const std::uint32_t distance = edge.position - node;
+  return std::find(distances.begin(), distances.end(), distance) != distances.end();
+}
+
+/// What all other edges lead from and to, for nodes with the same edges onwards, or, if `byTargets`,
+/// for positions with the same edges into them.
+Sides GroupEdges(const PositionGraph& graph, const std::vector<std::uint32_t>& distances,
+                 bool byTargets) {
+  std::vector<std::vector<Side>> others(graph.size + 1);
+  for (std::uint32_t node = 0; node <= graph.size; ++node) {
+    for (const PositionEdge& edge : graph.next[node]) {
+      if (edge.neighbours == 0 || IsShift(distances, node, edge)) continue;
+      const std::uint32_t key = byTargets ? edge.position : node;
+      AddToSide(edge.neighbours, byTargets ? node : edge.position, others[key]);
     }
   }
-  return follows;
+  Sides sides;
+  for (std::uint32_t node = 0; node <= graph.size; ++node) {
+    for (Side& side : others[node])
+      sides[std::move(side)].push_back(node);
+  }
+  return sides;
+}
+
+/// How many words the bits of `nodes` lie in.
+std::int64_t Span(const std::vector<std::uint32_t>& nodes) {
+  const auto [least, greatest] = std::minmax_element(nodes.begin(), nodes.end());
+  return static_cast<std::int64_t>(*greatest / kBits - *least / kBits + 1);
+}
+
+std::int64_t CostOf(const Sides& sides) {
+  std::int64_t cost = 0;
+  for (const auto& [side, nodes] : sides)
+    cost += 3 + (Span(side.second) + Span(nodes)) / 2;
+  return cost;
+}
+
+/// The distances over which so many edges lead that a shift costs less than groups of them.
+std::vector<std::uint32_t> CommonDistances(const PositionGraph& graph) {
+  constexpr std::size_t kMost = 8;
+  constexpr std::uint32_t kGroupCost = 3;
+  std::array<std::uint32_t, kBits> counts{};
+  for (std::uint32_t node = 0; node < graph.size; ++node) {
+    for (const PositionEdge& edge : graph.next[node]) {
+      const bool isForwards = edge.neighbours == kAnyNeighbours && edge.position >= node;
+      if (isForwards && edge.position - node < kBits) ++counts[edge.position - node];
+    }
+  }
+  std::vector<std::uint32_t> distances;
+  for (std::uint32_t distance = 0; distance < kBits; ++distance) {
+    if (kGroupCost * counts[distance] > graph.size / kBits + 4) distances.push_back(distance);
+  }
+  std::stable_sort(distances.begin(), distances.end(),
+                   [&](std::uint32_t a, std::uint32_t b) { return counts[a] > counts[b]; });
+  if (distances.size() > kMost) distances.resize(kMost);
+  return distances;
 }
 
 }  // namespace
 
 PositionSimulation::PositionSimulation(const PositionGraph& graph)
-    : graph_(graph), words_(graph.size / kBits + 1), shifted_(words_, 0) {
-  AddGroups();
+    : graph_(graph), words_(graph.size / kBits + 1) {
+  AddEdges();
   if (IsTooCostly()) return;
   AddEnds();
   AddMatched();
 }
 
-/// Groups nodes with all the same edges; those that are alone so, with the same edges but that to the
-/// next position.
-void PositionSimulation::AddGroups() {
-  std::map<Follow, std::vector<std::uint32_t>> sources;
-  for (std::uint32_t node = 0; node <= graph_.size; ++node) {
-    for (Follow& follow : FollowsOf(graph_, node, false))
-      sources[std::move(follow)].push_back(node);
+/// Chooses what becomes shifts, and how the rest is grouped, so that a step costs least.
+void PositionSimulation::AddEdges() {
+  std::vector<std::vector<std::uint32_t>> choices = {{}, {1}, CommonDistances(graph_)};
+  std::vector<std::uint32_t> best;
+  Sides bestSides;
+  bool bestIsByTargets = false;
+  stepCost_ = std::numeric_limits<std::int64_t>::max();
+  for (const std::vector<std::uint32_t>& distances : choices) {
+    for (const bool byTargets : {false, true}) {
+      Sides sides = GroupEdges(graph_, distances, byTargets);
+      const auto words = static_cast<std::int64_t>(words_);
+      const std::int64_t shifts = static_cast<std::int64_t>(distances.size()) * (2 + words);
+      const std::int64_t cost = 4 + words + shifts + CostOf(sides);
+      if (cost >= stepCost_) continue;
+      stepCost_ = cost;
+      best = distances;
+      bestSides = std::move(sides);
+      bestIsByTargets = byTargets;
+    }
   }
-  std::map<Follow, std::vector<std::uint32_t>> rest;
+  if (IsTooCostly()) return;
+  for (const std::uint32_t distance : best)
+    AddShift(distance);
+  for (const auto& [side, nodes] : bestSides) {
+    const Part here = MakePart(nodes);
+    const Part there = MakePart(side.second);
+    groups_.push_back({side.first, bestIsByTargets ? there : here, bestIsByTargets ? here : there});
+  }
+}
+
+void PositionSimulation::AddShift(std::uint32_t distance) {
+  Shift shift = {distance, std::vector<Word>(words_, 0)};
   for (std::uint32_t node = 0; node < graph_.size; ++node) {
-    const std::vector<Follow> whole = FollowsOf(graph_, node, false);
-    const bool isShared = std::any_of(whole.begin(), whole.end(), [&](const Follow& follow) {
-      return follow.first == kAnyNeighbours && sources[follow].size() > 1;
-    });
-    if (isShared) continue;
-    const std::vector<Follow> others = FollowsOf(graph_, node, true);
-    for (const Follow& follow : whole) {
-      if (std::find(others.begin(), others.end(), follow) != others.end()) continue;
-      sources.erase(follow);  // it was this node's alone
-      SetBit(shifted_.data(), node);
-    }
-    for (const Follow& follow : others) {
-      if (std::find(whole.begin(), whole.end(), follow) == whole.end())
-        rest[follow].push_back(node);
+    for (const PositionEdge& edge : graph_.next[node]) {
+      if (IsShift({distance}, node, edge)) SetBit(shift.sources.data(), node);
     }
   }
-  for (auto& [follow, nodes] : rest) {
-    std::vector<std::uint32_t>& all = sources[follow];
-    all.insert(all.end(), nodes.begin(), nodes.end());
-  }
-  stepCost_ = static_cast<std::int64_t>(words_ + 4);
-  for (const auto& [follow, nodes] : sources) {
-    const Group group = {follow.first, MakePart(nodes), MakePart(follow.second)};
-    groups_.push_back(group);
-    stepCost_ += 3 + (group.sources.count + group.targets.count) / 2;
-    if (IsTooCostly()) return;
-  }
+  shifts_.push_back(std::move(shift));
 }
 
 void PositionSimulation::AddEnds() {
@@ -135,11 +199,14 @@ void PositionSimulation::Add(const Part& part, Word* set) const {
 
 void PositionSimulation::StepForwards(const Word* from, unsigned pair, unsigned char byte,
                                       Word* to) const {
-  Word carry = 0;
-  for (std::size_t i = 0; i < words_; ++i) {
-    const Word moved = from[i] & shifted_[i];
-    to[i] = moved << 1 | carry;
-    carry = moved >> (kBits - 1);
+  std::fill_n(to, words_, Word{0});
+  for (const Shift& shift : shifts_) {
+    Word carry = 0;
+    for (std::size_t i = 0; i < words_; ++i) {
+      const Word moved = from[i] & shift.sources[i];
+      to[i] |= moved << shift.distance | carry;
+      carry = Carried(moved, shift.distance);
+    }
   }
   for (const Group& group : groups_) {
     if ((group.neighbours >> pair & 1) != 0 && Meets(from, group.sources)) Add(group.targets, to);
@@ -153,11 +220,16 @@ void PositionSimulation::StepBackwards(Word* from, unsigned pair, unsigned char 
                                        Word* to) const {
   const Word* const matched = matched_.data() + graph_.classOf[byte] * words_;
   const Word* const ends = Ends(pair);
-  for (std::size_t i = 0; i < words_; ++i)
-    from[i] &= matched[i];
   for (std::size_t i = 0; i < words_; ++i) {
-    const Word carry = i + 1 < words_ ? from[i + 1] << (kBits - 1) : 0;
-    to[i] = ((from[i] >> 1 | carry) & shifted_[i]) | ends[i];
+    from[i] &= matched[i];
+    to[i] = ends[i];
+  }
+  for (const Shift& shift : shifts_) {
+    for (std::size_t i = 0; i < words_; ++i) {
+      const Word above = i + 1 < words_ && shift.distance > 0 ? from[i + 1] : 0;
+      const Word carry = above << (kBits - shift.distance) % kBits;
+      to[i] |= (from[i] >> shift.distance | carry) & shift.sources[i];
+    }
   }
   for (const Group& group : groups_) {
     if ((group.neighbours >> pair & 1) != 0 && Meets(from, group.targets)) Add(group.sources, to);

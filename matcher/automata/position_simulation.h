@@ -1,13 +1,14 @@
 // Steps over sets of positions, a bit for each, where too many different sets would come by to make
 // states of them.
 //
-// Most positions are followed by the next one: these edges are one shift of the whole set. What is left
-// of the edges is put into groups: the positions that are followed by the same ones under the same
-// condition. A group is passed by all at once, in either direction:
+// Most edges lead from a position to the next one, or a few further: all of the same length are one shift
+// of the whole set. What is left of the edges is put into groups: the positions that are followed by the
+// same ones under the same condition, or that follow the same ones. A group is passed by all at once, in
+// either direction:
 //
-//   a.{0,3}b    positions a . . . b, the start
-//               shift    a to ., . to ., . to ., the last . to b
-//               groups   {a, ., .} to {b}     {start} to {a}
+//   a.{0,3}b    positions 0 to 4, the start
+//               shift by 1    0 to 1, 1 to 2, 2 to 3, 3 to 4
+//               groups        {0, 1, 2} to {4}     {the start} to {0}
 //
 // The cost of a step is known beforehand: it does not depend on how many positions are in a set.
 
@@ -39,7 +40,10 @@ class PositionSimulation {
   /// Whether that is more than a search may spend; there is then nothing to take steps with.
   bool IsTooCostly() const { return stepCost_ > kMaxStepCost; }
   /// Whether it is certain beforehand that it is.
-  static bool IsTooLarge(const PositionGraph& graph) { return graph.size / 64 > kMaxStepCost; }
+  static bool IsTooLarge(const PositionGraph& graph) {
+    constexpr std::size_t kMostEdges = 500'000;
+    return graph.size / 64 > kMaxStepCost || graph.next.EdgeCount() > kMostEdges;
+  }
 
   /// Makes `to` the positions that match `byte` behind those of `from`. `pair` is the number of the
   /// neighbours of the place before it: the byte before, and `byte`.
@@ -71,7 +75,14 @@ class PositionSimulation {
     Part targets;
   };
 
-  void AddGroups();
+  /// All edges over `distance` positions, between any neighbours.
+  struct Shift {
+    unsigned distance;
+    std::vector<Word> sources;
+  };
+
+  void AddEdges();
+  void AddShift(std::uint32_t distance);
   void AddEnds();
   void AddMatched();
   Part MakePart(const std::vector<std::uint32_t>& nodes);
@@ -81,8 +92,7 @@ class PositionSimulation {
   const PositionGraph& graph_;
   const std::size_t words_;
   std::int64_t stepCost_ = 0;
-  std::vector<Word>
-      shifted_;  // the nodes from which the next one is reached between any neighbours
+  std::vector<Shift> shifts_;
   std::vector<Group> groups_;
   std::vector<Word> partBits_;
   std::vector<Word> matched_;  // by class of bytes: the positions that match them

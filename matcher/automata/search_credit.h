@@ -15,10 +15,13 @@ namespace trovex {
 
 class SearchCredit {
  public:
-  explicit SearchCredit(std::int64_t most) : left_(most), most_(most) {}
+  /// `first` to begin with, and never more than `most`.
+  SearchCredit(std::int64_t first, std::int64_t most) : left_(first), most_(most) {}
 
   void Spend(std::int64_t units) { left_ -= units; }
   void Grant(std::int64_t units) { left_ = std::min(left_ + units, most_); }
+  /// Forgets how much more than there was has been spent; it stays spent.
+  void ForgiveDebt() { left_ = std::max(left_, std::int64_t{-1}); }
   bool IsSpent() const { return left_ < 0; }
   /// How much more than there was has been spent.
   std::int64_t Debt() const { return std::max(-left_, std::int64_t{0}); }

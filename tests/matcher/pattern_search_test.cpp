@@ -10,12 +10,15 @@
 #include "tests/visible.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -99,7 +102,11 @@ Ranges AllMatchesOnLines(const PositionGraph& graph, LineSearch& lines, TextView
 std::string Told(const Ranges& ranges) {
   std::string told;
   for (const ByteRange& range : ranges)
-    told += "(" + std::to_string(range.begin) + "," + std::to_string(range.end) + ") ";
+    told.append("(")
+        .append(std::to_string(range.begin))
+        .append(",")
+        .append(std::to_string(range.end))
+        .append(") ");
   return told;
 }
 
@@ -233,6 +240,82 @@ TEST(PatternSearchTest, LongTextsWithLeapsAndScans) {
       if (HasFatalFailure()) FAIL() << "seed " << seed;
     }
   }
+}
+
+/// Bytes at the end of pages that can only be read, before one that cannot.
+class ReadOnlyText {
+ public:
+  explicit ReadOnlyText(std::string_view text) : size_(text.size()) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    room_ = (size_ + page - 1) / page * page;
+    memory_ = static_cast<unsigned char*>(
+        mmap(nullptr, room_ + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    std::memcpy(memory_ + room_ - size_, text.data(), size_);
+    mprotect(memory_, room_, PROT_READ);
+    mprotect(memory_ + room_, page, PROT_NONE);
+    mapped_ = room_ + page;
+  }
+  ~ReadOnlyText() { munmap(memory_, mapped_); }
+  ReadOnlyText(const ReadOnlyText&) = delete;
+  ReadOnlyText& operator=(const ReadOnlyText&) = delete;
+
+  TextView View() const { return {memory_ + room_ - size_, size_}; }
+
+ private:
+  std::size_t size_;
+  std::size_t room_ = 0;
+  std::size_t mapped_ = 0;
+  unsigned char* memory_ = nullptr;
+};
+
+TEST(PatternSearchTest, NothingIsWrittenAndNothingBehindIsRead) {
+  std::string text;
+  for (int i = 0; i < 300; ++i)
+    text += "Das Haus in der Datei 12-34 aab\n";
+  for (const std::string_view end : {"", "x", "Haus", "\n", "Ha", "aa"}) {
+    const ReadOnlyText readOnly(text + std::string(end));
+    for (const char* pattern :
+         {"Haus", "Haus|Datei", "[a-z]+i", ".*", "a*", "\\<Haus\\>", "^.*$", "(aa)*b|a",
+          "a.{0,90}b", "[0-9]+-[0-9]+", "x$", "Datei.*(b|x)", "[^ ]+$", "(.)(.)"}) {
+      for (const bool words : {false, true}) {
+        const SyntaxTree tree = Parse(pattern);
+        const ProgramOptions options = {.wholeWords = words, .wordBytes = Letters()};
+        const Program program = Compile(tree, options);
+        PatternSearch search(*program);
+        AllMatches(search, readOnly.View());
+        ByteRange match;
+        std::vector<ByteRange> groups;
+        search.Begin(readOnly.View());
+        if (search.Next(match) == SearchOutcome::kFound) {
+          EXPECT_EQ(search.Groups(match, groups), SearchOutcome::kFound) << pattern;
+        }
+      }
+    }
+  }
+}
+
+TEST(PatternSearchTest, ThreadsShareAProgram) {
+  const Program program = Compile(Parse("(a|b)*c.{0,20}d|x+"), {.wordBytes = Letters()});
+  Dice dice(11);
+  std::string text;
+  for (int i = 0; i < 20'000; ++i)
+    text += dice.Byte("aabbcdx \n");
+  const ExactText exact(text);
+  PatternSearch alone(*program);
+  const Ranges expected = AllMatches(alone, exact.View());
+  std::vector<Ranges> found(8);
+  std::vector<std::thread> threads;
+  for (Ranges& matches : found) {
+    threads.emplace_back([&] {
+      PatternSearch search(*program);
+      for (int round = 0; round < 3; ++round)
+        matches = AllMatches(search, exact.View());
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  for (const Ranges& matches : found)
+    EXPECT_EQ(matches, expected);
 }
 
 // The time of hostile patterns.

@@ -26,7 +26,7 @@ class Reading {
       : graph_(GraphOf(pattern)),
         bytes_(std::make_unique<unsigned char[]>(text.size())),
         size_(text.size()),
-        credit_(kPlenty),
+        credit_(kPlenty, kPlenty),
         forward_(*graph_, stopsWhenIdle, credit_),
         backward_(*graph_, credit_) {
     if (size_ > 0) std::memcpy(bytes_.get(), text.data(), size_);
@@ -130,6 +130,17 @@ TEST(ForwardAutomatonTest, RefusesAMatchAtTheEndOfALine) {
   reading.Run().refusesLineEnd = true;
   EXPECT_EQ(reading.Go(), Outcome::kMatch);
   EXPECT_EQ(reading.End(), 2);
+}
+
+TEST(ForwardAutomatonTest, StartsAtItsPlaceAlone) {
+  Reading reading("a.{0,3}b", "aaaccb", true);
+  reading.Run().startsAtPlace = true;
+  EXPECT_EQ(reading.Go(), Outcome::kIdle);
+  EXPECT_EQ(reading.Place(), 1);
+  reading.Run().before = ByteKind::kOther;
+  EXPECT_EQ(reading.Go(), Outcome::kMatch);
+  EXPECT_EQ(reading.Start(), 1);
+  EXPECT_EQ(reading.End(), 6);
 }
 
 TEST(ForwardAutomatonTest, LeapsToTheEndOfALongMatch) {

@@ -108,9 +108,12 @@ TEST(PositionSimulationTest, ACountCostsAShiftAndNoMore) {
 }
 
 TEST(PositionSimulationTest, MoreThanASearchMaySpendIsKnown) {
-  EXPECT_TRUE(PositionSimulation::IsTooLarge(*GraphOf("(a{20000}){2}")));
+  EXPECT_TRUE(PositionSimulation::IsTooLarge(*GraphOf("(a{30000}){3}")));
   EXPECT_FALSE(PositionSimulation::IsTooLarge(*GraphOf("a{30000}")));
-  EXPECT_TRUE(PositionSimulation(*GraphOf("([ab]*a[ab]{20}){1500}")).IsTooCostly());
+  std::string uneven;
+  for (int i = 0; i < 400; ++i)
+    uneven.append("(a{1,").append(std::to_string(i * 7 % 40 + 1)).append("}b)?[cd]");
+  EXPECT_TRUE(PositionSimulation(*GraphOf(uneven)).IsTooCostly());
 }
 
 }  // namespace
