@@ -25,6 +25,7 @@
 
 #include "api/messages.h"
 #include "matcher/limits.h"
+#include "matcher/matcher.h"
 
 #include <trovex/functions.h>
 #include <trovex/search_tree.h>
@@ -295,6 +296,7 @@ const char* GetSearchTree(const char* expression, int regularExpression, int pho
   }
 
   ResetEnvironment();
+  const trovex::SharedCompileBudget budget;
   int cost = 0;
   return tree->OptimizeAndCompile(&cost);
 }

@@ -3,6 +3,7 @@
 #include "matcher/matcher.h"
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/limits.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/line_filter/automaton_parser.h"
 #include "matcher/module_state.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,9 +64,11 @@ bool IsExact(const MustEntry& entry) {
 }
 
 /// Makes the keyword set of the automaton's required strings.
-void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
+void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, CompileBudget& budget) {
   const std::vector<MustEntry>& entries = compiled.automaton.mustEntries;
   if (entries.empty()) return;
+  constexpr std::size_t kBytesPerKeywordByte = 200;
+  budget.ChargeBytes(static_cast<std::int64_t>(entries[0].text.size() * kBytesPerKeywordByte));
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
   if (compiled.keywords == nullptr) {
@@ -83,6 +87,8 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
 /// How the automaton reads the pattern that `stream` is the engine's reading of.
 Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
                   const CompiledPattern& compiled) {
+  if (compiled.automaton.isOpen)
+    return Reading::kAlike;  // what it lets pass, it lets pass anywhere
   if (!compiled.automaton.anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
   const bool isWrapped = Matcher().matchWords || Matcher().matchLines;
@@ -94,13 +100,18 @@ Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
   return stream.hasWordAnchors ? Reading::kAlikeButForUnderscores : Reading::kAlike;
 }
 
-/// Makes the locator, where automata can answer for the engine.
-void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate) {
+/// Makes the locator, where automata can answer for the engine, and the budget allows it.
+void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate,
+                  CompileBudget& budget) {
   const MatcherState& matcher = Matcher();
   if (matcher.matchLines) return;  // the automaton alone knows that condition
   const std::optional<TokenStream> stream =
       WriteTokenStream(ParsePattern(pattern.data(), pattern.size(), translate));
   if (!stream) return;
+  constexpr std::size_t kBytesPerToken = 100;
+  const auto bytes = static_cast<std::int64_t>(stream->tokens.size() * kBytesPerToken);
+  if (bytes > budget.BytesLeft() / 4) return;
+  budget.ChargeBytes(bytes);
   std::unique_ptr<PositionGraph> graph =
       MakePositionGraph(*stream, {.words = matcher.matchWords, .translate = translate});
   if (graph == nullptr) return;
@@ -112,6 +123,48 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Byt
                matcher.foldCase};
   }
   compiled.locator = std::make_unique<MatchLocator>(std::move(graph), matcher.matchWords, keyword);
+}
+
+/// Makes the automaton that throws out lines, for the pattern `wrapped` in its conditions. Where that
+/// would be too much, every line goes to the engine.
+void BuildLineFilter(CompiledPattern& compiled, const std::string& wrapped, CompileBudget& budget) {
+  PatternAutomaton& automaton = compiled.automaton;
+  automaton.budget = budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
+  try {
+    AutomatonCompile(wrapped.data(), wrapped.size(), automaton, true);
+    budget.Settle(automaton.budget);
+  } catch (const BudgetExhausted&) {
+    budget.ChargeSteps(automaton.budget.StepsUsed());
+    automaton = PatternAutomaton();
+    CompileOpenAutomaton(automaton);
+  }
+}
+
+/// Compiles `pattern` under the flags of `matcher` into `compiled`, which is empty. Throws
+/// BudgetExhausted.
+MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
+                            const MatcherState& matcher, CompiledPattern& compiled) {
+  // What any pattern takes.
+  constexpr std::int64_t kStepsPerPattern = 5'000;
+  constexpr std::int64_t kBytesPerPattern = 10 << 10;
+  budget.ChargeSteps(kStepsPerPattern + 20 * static_cast<std::int64_t>(pattern.size()));
+  budget.ChargeBytes(kBytesPerPattern + static_cast<std::int64_t>(pattern.size()));
+
+  // The table follows the host's locale; the engine itself must not.
+  const ByteMap upperCase = matcher.foldCase ? UpperCaseMap() : ByteMap{};
+  const ByteMap* const translate = matcher.foldCase ? &upperCase : nullptr;
+  const MessageNumber error =
+      compiled.regex.Compile(pattern.data(), pattern.size(), translate, budget);
+  if (error != MessageNumber::kNone) return error;
+
+  AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
+  // A match that is no whole word is looked for again in a shortened line.
+  CurrentAutomatonSyntax().endIsOpen = matcher.matchWords;
+  BuildLineFilter(compiled, AutomatonPattern(pattern, matcher), budget);
+  BuildKeywordPrefilter(compiled, matcher.foldCase, budget);
+  compiled.searchable = compiled.regex.IsCompiled() && matcher.pendingError == MessageNumber::kNone;
+  if (compiled.searchable) BuildLocator(compiled, pattern, translate, budget);
+  return MessageNumber::kNone;
 }
 
 }  // namespace
@@ -126,24 +179,15 @@ void SetCompileError(MessageNumber error) {
 
 MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
   MatcherState& matcher = Matcher();
+  CompileBudget alone;
+  CompileBudget& budget = matcher.expressionBudget != nullptr ? *matcher.expressionBudget : alone;
   matcher.installed = std::make_shared<CompiledPattern>();
-  CompiledPattern& compiled = *matcher.installed;
-
-  // The table follows the host's locale; the engine itself must not.
-  const ByteMap upperCase = matcher.foldCase ? UpperCaseMap() : ByteMap{};
-  const ByteMap* const translate = matcher.foldCase ? &upperCase : nullptr;
-  const MessageNumber error = compiled.regex.Compile(pattern, length, translate);
-  if (error != MessageNumber::kNone) return error;
-
-  AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
-  // A match that is no whole word is looked for again in a shortened line.
-  CurrentAutomatonSyntax().endIsOpen = matcher.matchWords;
-  const std::string wrapped = AutomatonPattern({pattern, length}, matcher);
-  AutomatonCompile(wrapped.data(), wrapped.size(), compiled.automaton, true);
-  BuildKeywordPrefilter(compiled, matcher.foldCase);
-  compiled.searchable = compiled.regex.IsCompiled() && matcher.pendingError == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, {pattern, length}, translate);
-  return MessageNumber::kNone;
+  try {
+    return CompileWithin(budget, {pattern, length}, matcher, *matcher.installed);
+  } catch (const BudgetExhausted&) {
+    matcher.installed = std::make_shared<CompiledPattern>();
+    return MessageNumber::kMemoryOverflow;
+  }
 }
 
 }  // namespace trovex

@@ -8,6 +8,7 @@
 #define TROVEX_MATCHER_MATCHER_H
 
 #include "matcher/automata/match_locator.h"
+#include "matcher/budget.h"
 #include "matcher/engine/regular_expression.h"
 #include "matcher/line_filter/pattern_automaton.h"
 #include "matcher/scan/keyword_set.h"
@@ -65,6 +66,9 @@ struct MatcherState {
   /// road, which the faster one is held against. No host can set it.
   bool engineOnly = false;
 
+  /// What the compiles of one expression share; null where a pattern is compiled alone.
+  CompileBudget* expressionBudget = nullptr;
+
   /// The latest error that was reported through `SetCompileError`.
   MessageNumber pendingError = MessageNumber::kNone;
 };
@@ -75,6 +79,18 @@ MatcherState& Matcher();
 /// The error hook: records `error` as the pending compile error, in place of any earlier one. The
 /// caller goes on and returns by itself; whoever started the compile asks for the pending error.
 void SetCompileError(MessageNumber error);
+
+/// Lets the patterns that are compiled while the object lives share one budget.
+class SharedCompileBudget {
+ public:
+  SharedCompileBudget() { Matcher().expressionBudget = &budget_; }
+  ~SharedCompileBudget() { Matcher().expressionBudget = nullptr; }
+  SharedCompileBudget(const SharedCompileBudget&) = delete;
+  SharedCompileBudget& operator=(const SharedCompileBudget&) = delete;
+
+ private:
+  CompileBudget budget_;
+};
 
 /// A byte range of the searched text, its end exclusive. A group that took no part gives
 /// the offset before the line of the match, twice.

@@ -81,7 +81,7 @@ bool TellsLettersApart(Neighbours neighbours) {
 class GraphMaker {
  public:
   GraphMaker(const TokenStream& stream, const GraphOptions& options)
-      : stream_(stream), options_(options), analysis_(stream.tokens) {}
+      : stream_(stream), options_(options), analysis_(stream.tokens, budget_) {}
 
   std::unique_ptr<PositionGraph> Make();
 
@@ -97,6 +97,7 @@ class GraphMaker {
 
   const TokenStream& stream_;
   const GraphOptions& options_;
+  CompileBudget budget_{kMaxLineFilterSteps, kMaxLineFilterBytes};
   const StreamAnalysis analysis_;
   std::unique_ptr<PositionGraph> graph_ = std::make_unique<PositionGraph>();
   std::vector<std::uint32_t> positionOf_;  // per token
@@ -330,7 +331,11 @@ std::unique_ptr<PositionGraph> MakePositionGraph(const TokenStream& stream,
                                                  const GraphOptions& options) {
   // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
   if (options.words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
-  return GraphMaker(stream, options).Make();
+  try {
+    return GraphMaker(stream, options).Make();
+  } catch (const BudgetExhausted&) {
+    return nullptr;
+  }
 }
 
 std::vector<LeadingBytes> LeadingWays(const PositionGraph& graph, std::size_t mostWays,

@@ -4,6 +4,7 @@
 
 #include "matcher/line_filter/automaton_compiler.h"
 
+#include "matcher/limits.h"
 #include "matcher/line_filter/automaton_builder.h"
 #include "matcher/line_filter/automaton_parser.h"
 #include "matcher/line_filter/must_string.h"
@@ -39,12 +40,20 @@ std::string LowerCaseCopy(const char* pattern, std::size_t length) {
   return copy;
 }
 
-std::vector<MustEntry> FoldedMustEntries(const char* pattern, std::size_t length) {
+/// The must strings of the pattern in lower case; none where `budget` does not allow it.
+std::vector<MustEntry> FoldedMustEntries(const char* pattern, std::size_t length,
+                                         CompileBudget& budget) {
   const WithoutFolding scope;
   const std::string copy = LowerCaseCopy(pattern, length);
   PatternAutomaton unfolded;
-  AutomatonParse(copy.data(), copy.size(), unfolded);
-  ExtractMustString(unfolded);
+  unfolded.budget = budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
+  try {
+    AutomatonParse(copy.data(), copy.size(), unfolded);
+    ExtractMustString(unfolded);
+  } catch (const BudgetExhausted&) {
+    unfolded.mustEntries.clear();
+  }
+  budget.ChargeSteps(unfolded.budget.StepsUsed());
   return std::move(unfolded.mustEntries);
 }
 
@@ -53,10 +62,20 @@ std::vector<MustEntry> FoldedMustEntries(const char* pattern, std::size_t length
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag) {
   const bool folded = CurrentAutomatonSyntax().fold;
-  if (folded) automaton.mustEntries = FoldedMustEntries(pattern, length);
+  if (folded) automaton.mustEntries = FoldedMustEntries(pattern, length, automaton.budget);
   AutomatonParse(pattern, length, automaton);
   if (!folded) ExtractMustString(automaton);
   AnalyseAutomaton(automaton, searchFlag);
+}
+
+void CompileOpenAutomaton(PatternAutomaton& automaton) {
+  automaton.isOpen = true;
+  // A back-reference, which an automaton cannot decide.
+  automaton.tokens = {TokBackref, EndMarker(0), TokConcat};
+  automaton.depth = 2;
+  automaton.leaves = 2;
+  automaton.patterns = 1;
+  AnalyseAutomaton(automaton, true);
 }
 
 }  // namespace trovex

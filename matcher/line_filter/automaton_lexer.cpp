@@ -51,11 +51,12 @@ CharSet SpaceBytes() {
 }  // namespace
 
 AutomatonLexer::AutomatonLexer(const AutomatonSyntax& syntax, const char* pattern,
-                               std::size_t length, std::vector<CharSet>& sets)
+                               std::size_t length, PatternAutomaton& automaton)
     : syntax_(syntax),
       next_(reinterpret_cast<const unsigned char*>(pattern)),
       end_(next_ + length),
-      sets_(sets) {}
+      sets_(automaton.sets),
+      budget_(automaton.budget) {}
 
 Token AutomatonLexer::NextToken() {
   if (AtEnd()) return TokEnd;
@@ -303,8 +304,12 @@ void AutomatonLexer::AddFolded(CharSet& set, int first, int last) const {
 /// The token for `set`, which is stored unless an equal one is.
 Token AutomatonLexer::SetOf(const CharSet& set) {
   atStart_ = false;
+  budget_.ChargeSteps(static_cast<std::int64_t>(sets_.size()));
   auto stored = std::find(sets_.begin(), sets_.end(), set);
-  if (stored == sets_.end()) stored = sets_.insert(stored, set);
+  if (stored == sets_.end()) {
+    budget_.ChargeBytes(2 * sizeof(CharSet));
+    stored = sets_.insert(stored, set);
+  }
   return TokFirstSet + static_cast<Token>(stored - sets_.begin());
 }
 

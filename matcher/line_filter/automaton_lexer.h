@@ -37,9 +37,9 @@ struct RepeatBounds {
 class AutomatonLexer {
  public:
   /// Reads `length` bytes at `pattern` (a NUL is a byte like any other). Character sets are stored
-  /// in `sets`.
+  /// in `automaton`, whose budget is charged for them.
   AutomatonLexer(const AutomatonSyntax& syntax, const char* pattern, std::size_t length,
-                 std::vector<CharSet>& sets);
+                 PatternAutomaton& automaton);
 
   /// The next token; `TokEnd` when no byte is left.
   Token NextToken();
@@ -80,6 +80,7 @@ class AutomatonLexer {
   const unsigned char* next_;
   const unsigned char* end_;
   std::vector<CharSet>& sets_;
+  CompileBudget& budget_;
 
   Token previous_ = TokEnd;  // the latest token that was no byte standing for itself
   bool atStart_ = true;      // a postfix operator would have no operand here

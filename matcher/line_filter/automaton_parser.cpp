@@ -6,6 +6,7 @@
 #include "matcher/module_state.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace trovex {
 
@@ -19,7 +20,7 @@ class PatternParser {
  public:
   PatternParser(const char* pattern, std::size_t length, PatternAutomaton& automaton)
       : automaton_(automaton),
-        lexer_(CurrentAutomatonSyntax(), pattern, length, automaton.sets),
+        lexer_(CurrentAutomatonSyntax(), pattern, length, automaton),
         stackDepth_(automaton.depth) {}
 
   void ParsePattern();
@@ -120,6 +121,7 @@ void PatternParser::ExpandInterval() {
   const RepeatBounds bounds = lexer_.Bounds();
   const std::size_t count = SubexpressionLength(automaton_, automaton_.tokens.size());
   const std::size_t start = automaton_.tokens.size() - count;
+  automaton_.budget.ChargeSteps(static_cast<std::int64_t>(count));
   if (bounds.max == 0) AppendToken(TokPlus);
   if (bounds.min == 0) AppendToken(TokOptional);
   int copies = 1;
@@ -140,6 +142,8 @@ void PatternParser::CopyTokens(std::size_t start, std::size_t count) {
 }
 
 void PatternParser::AppendToken(Token token) {
+  automaton_.budget.ChargeSteps(1);
+  automaton_.budget.ChargeBytes(2 * sizeof(Token));
   automaton_.tokens.push_back(token);
   if (IsPostfixToken(token)) return;
   if (IsBinaryToken(token)) {
