@@ -18,8 +18,9 @@ namespace trovex {
 inline constexpr std::int64_t kMaxCompileSteps = 150'000'000;
 inline constexpr std::int64_t kMaxCompileBytes = std::int64_t{192} << 20;
 
-/// Of that, what the string that every match contains may cost a pattern, and what the line filter may.
+/// Of that, what the strings that every match contains may cost a pattern, and what the line filter may.
 /// Beyond it the pattern is searched without.
+inline constexpr std::int64_t kMaxRequiredStringSteps = 20'000'000;
 inline constexpr std::int64_t kMaxMustStringSteps = 10'000'000;
 inline constexpr std::int64_t kMaxLineFilterSteps = 40'000'000;
 inline constexpr std::int64_t kMaxLineFilterBytes = std::int64_t{48} << 20;
@@ -50,6 +51,31 @@ inline constexpr int kMaxEmptySteps = 1'200;
 inline constexpr std::size_t kMaxLocatorEdges = 200'000;
 inline constexpr std::size_t kMaxLocatorTables = 1'024;
 inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
+
+/// A pattern for the own automata alone, with no engine behind it: how many positions its graph has when
+/// its repetitions are written out, and how many edges. About 60 bytes each position, 16 each edge.
+/// How deep its tree may be: what is made of it recurses.
+inline constexpr int kMaxTreeDepth = 1'000;
+inline constexpr std::size_t kMaxProgramPositions = 250'000;
+inline constexpr std::size_t kMaxProgramEdges = 4'000'000;
+
+/// What the search of a text may take: units of work, of about a nanosecond each, per byte, and how many
+/// more in any case. Beyond that it gives up.
+inline constexpr std::int64_t kSearchUnitsPerByte = 2'000;
+inline constexpr std::int64_t kSearchUnitsAtLeast = 10'000'000;
+
+/// What of that is granted for making states, and for reading bytes again, before the search goes over
+/// from states to sets of positions: at first, per byte of the text, and saved up at most.
+inline constexpr std::int64_t kFirstCredit = 400'000;
+inline constexpr std::int64_t kCreditPerByte = 16;
+inline constexpr std::int64_t kMaxCredit = 2'000'000;
+/// What making a state costs in any case.
+inline constexpr std::int64_t kStateUnits = 400;
+
+/// How much a step over a set of positions may cost so that three for each byte stay within the units.
+inline constexpr std::int64_t kMaxStepCost = 600;
+/// What such a search may keep of a line: words of 64 positions. 128 MB.
+inline constexpr std::size_t kMaxLineWords = std::size_t{1} << 24;
 
 /// The library's own matcher, in one search of a line: its steps, and how many states and sets of
 /// group ranges it remembers. Beyond any of them the search ends without a match, after about a

@@ -9,6 +9,7 @@
 #include "matcher/module_state.h"
 #include "matcher/pattern/engine_stream.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/pattern/required_string.h"
 #include "text/case_helpers.h"
 
 #include <algorithm>
@@ -100,29 +101,60 @@ Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
   return stream.hasWordAnchors ? Reading::kAlikeButForUnderscores : Reading::kAlike;
 }
 
-/// Makes the locator, where automata can answer for the engine, and the budget allows it.
+/// The bytes that words are made of: where whole words are asked for, as the host's locale has it; in
+/// anchors, as the engine has it.
+CharSet WordBytes(bool words, const SyntaxTree& tree) {
+  CharSet bytes;
+  for (std::size_t c = 0; c < bytes.size(); ++c) {
+    bytes.set(c,
+              words ? IsWordConstituent(static_cast<int>(c)) : IsEngineWordByte(tree.translate[c]));
+  }
+  return bytes;
+}
+
+/// The graph of `tree`; null where automata made of it could not answer as the engine does, or the budget
+/// does not allow it.
+std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream,
+                                               CompileBudget& budget) {
+  const bool words = Matcher().matchWords;
+  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
+  if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
+  GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
+  // What positions and edges take, with what is made of them: measured.
+  constexpr std::int64_t kBytesPerPosition = 200;
+  constexpr std::int64_t kBytesPerEdge = 24;
+  constexpr std::int64_t kStepsPerEdge = 20;
+  const CompileBudget part = budget.Part(INT64_MAX, INT64_MAX);
+  const auto most = [&](std::int64_t bytes) {
+    return std::min(kMaxLocatorEdges, static_cast<std::size_t>(part.BytesLeft() / bytes));
+  };
+  options.mostPositions = most(kBytesPerPosition);
+  options.mostEdges = most(kBytesPerEdge);
+  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
+  if (graph != nullptr) {
+    const auto edges = static_cast<std::int64_t>(graph->next.EdgeCount());
+    budget.ChargeSteps(kStepsPerEdge * edges);
+    budget.ChargeBytes(kBytesPerPosition * graph->size + kBytesPerEdge * edges);
+  }
+  // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
+  if (graph != nullptr && words && graph->canBeEmpty) return nullptr;
+  return graph;
+}
+
+/// Makes the locator, where automata can answer for the engine.
 void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate,
                   CompileBudget& budget) {
-  const MatcherState& matcher = Matcher();
-  if (matcher.matchLines) return;  // the automaton alone knows that condition
-  const std::optional<TokenStream> stream =
-      WriteTokenStream(ParsePattern(pattern.data(), pattern.size(), translate));
+  if (Matcher().matchLines) return;  // the automaton alone knows that condition
+  const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
+  const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  constexpr std::size_t kBytesPerToken = 100;
-  const auto bytes = static_cast<std::int64_t>(stream->tokens.size() * kBytesPerToken);
-  if (bytes > budget.BytesLeft() / 4) return;
-  budget.ChargeBytes(bytes);
-  std::unique_ptr<PositionGraph> graph =
-      MakePositionGraph(*stream, {.words = matcher.matchWords, .translate = translate});
+  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, budget);
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
   compiled.automatonReading = ReadingOf(*stream, pattern, compiled);
-  RequiredKeyword keyword;
-  if (compiled.automatonReading != Reading::kDifferent && compiled.keywords != nullptr) {
-    keyword = {compiled.keywords.get(), compiled.automaton.mustEntries.front().text,
-               matcher.foldCase};
-  }
-  compiled.locator = std::make_unique<MatchLocator>(std::move(graph), matcher.matchWords, keyword);
+  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), Matcher().matchWords,
+                                                             FindRequiredString(tree, budget));
+  compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
 /// Makes the automaton that throws out lines, for the pattern `wrapped` in its conditions. Where that

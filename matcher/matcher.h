@@ -8,6 +8,7 @@
 #define TROVEX_MATCHER_MATCHER_H
 
 #include "matcher/automata/match_locator.h"
+#include "matcher/automata/text_notes.h"
 #include "matcher/budget.h"
 #include "matcher/engine/regular_expression.h"
 #include "matcher/line_filter/pattern_automaton.h"
@@ -39,6 +40,8 @@ struct CompiledPattern {
   KeywordSetPtr keywords;
   /// Whether every occurrence of a keyword is a match, and every match is one.
   bool keywordsAreExact = false;
+  /// What the locator is made of.
+  std::unique_ptr<const LocatorProgram> locatorProgram;
   /// Says where a match lies, in place of the engine. Null when only the engine can.
   std::unique_ptr<MatchLocator> locator;
   /// How far the automaton reads the pattern as the locator does. A line with a located match passes the

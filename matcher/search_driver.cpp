@@ -189,8 +189,29 @@ bool FindKeyword(const Search& search, MatchRange& range) {
   return true;
 }
 
+/// A match that was located without the engine; a null start stands for none.
+struct LocatedMatch {
+  const char* start = nullptr;
+  const char* end = nullptr;
+};
+
+/// The first match from `scan` on, the start of a line, that the locator finds.
+LocatedMatch Locate(const Search& search, const char* scan) {
+  const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
+  MatchLocator& locator = *search.pattern.locator;
+  if (search.notes == nullptr || search.notes->IsFirstSearch(&locator)) {
+    locator.Begin(bytes(search.text), static_cast<std::size_t>(search.limit - search.text));
+  }
+  MatchLocator::Request request = {
+      .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
+  if (locator.Words()) request.behind = *bytes(search.limit);
+  MatchLocator::Match match;
+  if (locator.Find(request, match) != SearchOutcome::kFound) return {};
+  return {reinterpret_cast<const char*>(match.start), reinterpret_cast<const char*>(match.end)};
+}
+
 /// Gives the range of what is wanted of `match`, which was located without the engine.
-MatchRange RangeIn(const Search& search, const MatchLocator::Match& match) {
+MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
   const auto length = static_cast<int>(match.end - match.start);
   if (search.group == 0) return search.RangeOf(match.start, 0, length);
   const char* const lineBegin = LineStart(match.start, search.text);
@@ -210,7 +231,7 @@ MatchRange RangeIn(const Search& search, const MatchLocator::Match& match) {
 
 /// Whether it is certain that the automaton lets the line of `match` pass: reading the pattern as the
 /// locator does, it finds the same match there. Anchors see no further than one byte beyond it.
-bool CertainlyPasses(const Search& search, const MatchLocator::Match& match) {
+bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
   if (search.pattern.automatonReading != Reading::kAlikeButForUnderscores) {
     return search.pattern.automatonReading == Reading::kAlike;
   }
@@ -223,8 +244,7 @@ bool CertainlyPasses(const Search& search, const MatchLocator::Match& match) {
 bool FindByLocator(const Search& search, MatchRange& range) {
   CompiledPattern& pattern = search.pattern;
   for (const char* scan = search.text;;) {
-    const MatchLocator::Match match =
-        pattern.locator->Find(scan, const_cast<char*>(search.limit), search.notes);
+    const LocatedMatch match = Locate(search, scan);
     if (match.start == nullptr) return false;
     if (!CertainlyPasses(search, match)) {
       const char* const line = LineStart(match.start, scan);

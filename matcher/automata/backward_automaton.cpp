@@ -1,6 +1,9 @@
 #include "matcher/automata/backward_automaton.h"
 
+#include "matcher/limits.h"
+
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace trovex {
@@ -13,6 +16,9 @@ using Byte = unsigned char;
 constexpr std::uint32_t kKindMask = 3;  // the kind of the byte behind
 constexpr std::uint32_t kStarted = 4;   // a match can start behind the byte that led here
 
+/// The entry of a state that could not be made.
+constexpr StateCache::Entry kSpentEntry = std::numeric_limits<StateCache::Entry>::min();
+
 /// A byte of `kind`, as far as a step beyond the edge of a stretch is concerned.
 Byte ByteOf(const PositionGraph& graph, ByteKind kind) {
   if (kind == ByteKind::kNewline) return '\n';
@@ -22,24 +28,16 @@ Byte ByteOf(const PositionGraph& graph, ByteKind kind) {
 
 }  // namespace
 
-BackwardAutomaton::BackwardAutomaton(const PositionGraph& graph)
-    : graph_(graph), previous_(graph.size + 1), starts_(graph.size + 1, 0), seenIn_(graph.size, 0) {
+BackwardAutomaton::BackwardAutomaton(const PositionGraph& graph, SearchCredit& credit)
+    : graph_(graph), credit_(credit), seenIn_(graph.size, 0) {
   entry_.fill(-1);
-  for (std::uint32_t node = 0; node < graph.size; ++node) {
-    for (const PositionEdge& edge : graph.next[node])
-      previous_[edge.position].push_back({node, edge.neighbours});
-    if (graph.ends[node] != 0) previous_[MatchEnd()].push_back({node, graph.ends[node]});
-  }
-  for (const PositionEdge& edge : graph.next[graph.Start()])
-    starts_[edge.position] = edge.neighbours;
-  starts_[MatchEnd()] = graph.ends[graph.Start()];
 }
 
-const Byte* BackwardAutomaton::StartOfMatch(const Stretch& stretch, ByteKind behind) {
-  return Go(stretch, EntryState(MatchEnd(), behind));
+BackwardAutomaton::Answer BackwardAutomaton::StartOfMatch(const Stretch& stretch, ByteKind behind) {
+  return Go(stretch, EntryState(graph_.End(), behind));
 }
 
-const Byte* BackwardAutomaton::StartOfPrefix(const Stretch& stretch) {
+BackwardAutomaton::Answer BackwardAutomaton::StartOfPrefix(const Stretch& stretch) {
   return Go(stretch, EntryState(Anything(), ByteKind::kOther));
 }
 
@@ -54,7 +52,7 @@ BackwardAutomaton::Number BackwardAutomaton::EntryState(std::uint32_t node, Byte
   return entry;
 }
 
-const Byte* BackwardAutomaton::Go(const Stretch& stretch, Number state) {
+BackwardAutomaton::Answer BackwardAutomaton::Go(const Stretch& stretch, Number state) {
   const Byte* start = nullptr;
   const Byte* place = stretch.end;
   Entry row = StateCache::RowOf(state);
@@ -67,20 +65,30 @@ const Byte* BackwardAutomaton::Go(const Stretch& stretch, Number state) {
       start = (tags[row >> 8] & kStarted) != 0 ? place + 1 : start;
     }
     if (entry >= 0) break;
-    if (entry == StateCache::kUnknownEntry) entry = Resolve(StateCache::StateOf(row), *place);
+    if (entry == StateCache::kUnknownEntry) {
+      entry = Resolve(StateCache::StateOf(row), *place);
+      if (entry == kSpentEntry) return std::nullopt;
+    }
     const Number reached = entry >= 0 ? StateCache::StateOf(entry) : StateCache::StoppedAt(entry);
     if ((cache_.At(reached).tag & kStarted) != 0) start = place + 1;
-    if (entry < 0) return start;
+    if (entry < 0) {
+      credit_.Spend(stretch.end - place);
+      return start;
+    }
     row = entry;
   }
   // The byte before the stretch is only a neighbour.
-  Step(StateCache::StateOf(row), ByteOf(graph_, stretch.beforeLowest), scratch_);
+  if (!Step(StateCache::StateOf(row), ByteOf(graph_, stretch.beforeLowest), scratch_)) {
+    return std::nullopt;
+  }
+  credit_.Spend(stretch.end - place);
   return (scratch_.tag & kStarted) != 0 ? stretch.lowest : start;
 }
 
-/// Fills in what `byte` does in state `from`, and all bytes of its class.
+/// Fills in what `byte` does in state `from`, and all bytes of its class; unless the credit is spent.
 StateCache::Entry BackwardAutomaton::Resolve(Number from, Byte byte) {
-  Step(from, byte, scratch_);
+  credit_.Spend(kStateUnits);
+  if (!Step(from, byte, scratch_)) return kSpentEntry;
   const unsigned generation = cache_.Generation();
   const Entry entry = EntryFor(cache_.NumberOf(scratch_));
   if (cache_.Generation() != generation) return entry;
@@ -88,8 +96,8 @@ StateCache::Entry BackwardAutomaton::Resolve(Number from, Byte byte) {
   return entry;
 }
 
-/// Works out `to`, the state that `byte` leads to from `from`.
-void BackwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
+/// Works out `to`, the state that `byte` leads to from `from`. Returns false if the credit is spent.
+bool BackwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   const StateCache::State& source = cache_.At(from);
   const ByteKind kind = graph_.kindOf[byte];
   const Neighbours here = NeighbourBit(kind, static_cast<ByteKind>(source.tag & kKindMask));
@@ -102,18 +110,23 @@ void BackwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
     to.content.push_back(position);
   };
   for (const std::uint32_t node : source.content) {
+    if (credit_.IsSpent()) return false;
     if (node == Anything()) {
+      credit_.Spend(graph_.size);
       for (std::uint32_t position = 0; position < graph_.size; ++position)
         reach(position);
       continue;
     }
-    if ((starts_[node] & here) != 0) to.tag |= kStarted;
-    for (const PositionEdge& edge : previous_[node]) {
+    if ((graph_.starts[node] & here) != 0) to.tag |= kStarted;
+    const std::span<const PositionEdge> edges = graph_.previous[node];
+    credit_.Spend(static_cast<std::int64_t>(edges.size()));
+    for (const PositionEdge& edge : edges) {
       if ((edge.neighbours & here) != 0) reach(edge.position);
     }
   }
   std::sort(to.content.begin(), to.content.end());
   if (!to.content.empty()) to.tag |= static_cast<std::uint32_t>(kind);
+  return true;
 }
 
 StateCache::Entry BackwardAutomaton::EntryFor(Number to) const {

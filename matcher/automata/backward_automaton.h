@@ -12,19 +12,21 @@
 #define TROVEX_MATCHER_AUTOMATA_BACKWARD_AUTOMATON_H
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/automata/search_credit.h"
 #include "matcher/automata/state_cache.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace trovex {
 
 class BackwardAutomaton {
  public:
-  /// `graph` must outlive the automaton.
-  explicit BackwardAutomaton(const PositionGraph& graph);
+  /// `graph` and `credit` must outlive the automaton.
+  BackwardAutomaton(const PositionGraph& graph, SearchCredit& credit);
 
   /// What is read: the bytes from `lowest` to the place asked for, and of the neighbours the kinds.
   struct Stretch {
@@ -33,32 +35,31 @@ class BackwardAutomaton {
     const unsigned char* end;
   };
 
-  /// The leftmost start of a match that ends at the end of `stretch`, behind which a byte of kind
-  /// `behind` stands; null if there is none.
-  const unsigned char* StartOfMatch(const Stretch& stretch, ByteKind behind);
+  /// A place; null if there is none. Nothing if the credit was spent before it was known.
+  using Answer = std::optional<const unsigned char*>;
 
-  /// The leftmost place from which the rest of `stretch` can be the beginning of a match; null if there
-  /// is none. Conditions on neighbours inside the stretch are not all looked at: the match may turn out
-  /// impossible.
-  const unsigned char* StartOfPrefix(const Stretch& stretch);
+  /// The leftmost start of a match that ends at the end of `stretch`, behind which a byte of kind
+  /// `behind` stands.
+  Answer StartOfMatch(const Stretch& stretch, ByteKind behind);
+
+  /// The leftmost place from which the rest of `stretch` can be the beginning of a match. Conditions on
+  /// neighbours inside the stretch are not all looked at: the match may turn out impossible.
+  Answer StartOfPrefix(const Stretch& stretch);
 
  private:
   using Number = StateCache::Number;
   using Entry = StateCache::Entry;
 
   Number EntryState(std::uint32_t node, ByteKind behind);
-  const unsigned char* Go(const Stretch& stretch, Number state);
+  Answer Go(const Stretch& stretch, Number state);
   Entry Resolve(Number from, unsigned char byte);
-  void Step(Number from, unsigned char byte, StateCache::State& to);
+  bool Step(Number from, unsigned char byte, StateCache::State& to);
   Entry EntryFor(Number to) const;
 
-  std::uint32_t MatchEnd() const { return graph_.size; }
   std::uint32_t Anything() const { return graph_.size + 1; }
 
   const PositionGraph& graph_;
-  std::vector<std::vector<PositionEdge>> previous_;  // by position, and for the end of the match
-  std::vector<Neighbours>
-      starts_;  // by position, and for the end: where a match can start before it
+  SearchCredit& credit_;
   StateCache cache_;
   unsigned generation_ = 0;                                  // of the cache, to which belong
   std::array<Number, std::size_t{2} * kByteKinds> entry_{};  // the states in which runs begin

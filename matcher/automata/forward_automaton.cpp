@@ -1,6 +1,9 @@
 #include "matcher/automata/forward_automaton.h"
 
+#include "matcher/limits.h"
+
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace trovex {
@@ -18,6 +21,10 @@ constexpr std::uint32_t kKnowsStart = 8;       // the first group started where 
 constexpr std::uint32_t kEnded = 16;           // a match ended before the byte that led here ...
 constexpr std::uint32_t kEndedKnown = 32;      // ... and it started where the run did
 constexpr std::uint32_t kRefusesLineEnd = 64;  // see Run::refusesLineEnd
+constexpr std::uint32_t kRefusesEmpty = 128;   // see Run::refusesEmpty
+
+/// The entry of a state that could not be made.
+constexpr StateCache::Entry kSpentEntry = std::numeric_limits<StateCache::Entry>::min();
 
 constexpr ByteKind KindIn(std::uint32_t tag) {
   return static_cast<ByteKind>(tag & kKindMask);
@@ -33,102 +40,109 @@ bool IsDead(const StateCache::State& state) {
 
 }  // namespace
 
-ForwardAutomaton::ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdle)
-    : graph_(graph), stopsWhenIdle_(stopsWhenIdle), seenIn_(graph.size, 0) {
+ForwardAutomaton::ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdle,
+                                   SearchCredit& credit)
+    : graph_(graph), stopsWhenIdle_(stopsWhenIdle), credit_(credit), seenIn_(graph.size, 0) {
   idle_.fill(-1);
-  for (std::size_t byte = byteOfClass_.size(); byte-- > 0;) {
-    const int c = graph.classOf[byte];
-    byteOfClass_[static_cast<std::size_t>(c)] = static_cast<Byte>(byte);
-    classes_ = std::max(classes_, c + 1);
-  }
 }
 
 // The road through the states.
 
 ForwardAutomaton::Outcome ForwardAutomaton::Go(Run& run) {
-  const Byte* next = run.place;
-  Entry entry = StateCache::RowOf(IdleState(run.before, run.refusesLineEnd));
-  if (!Search(run, next, entry)) {
-    run.place = next;
-    return next > run.textEnd ? Outcome::kEndOfText : Outcome::kIdle;
-  }
-  FinishMatch(run, next, StateCache::StoppedAt(entry));
-  return Outcome::kMatch;
+  Reader reader = {run.place, run.textEnd};
+  Number state = IdleState(run);
+  const Outcome outcome = Search(reader, state);
+  if (outcome == Outcome::kMatch) return FinishMatch(run, reader, state);
+  if (outcome != Outcome::kSpent) run.place = reader.next;
+  return outcome;
 }
 
-/// Reads on from the table that begins at `entry` until a first match has ended, and returns true;
-/// `entry` then stops at the state behind it. Returns false where nothing has begun, or behind the end
-/// of the text.
-bool ForwardAutomaton::Search(Run& run, const Byte*& next, Entry& entry) {
-  for (;;) {
+/// Reads on from `state` until a first match has ended; `state` is then the one behind it. Or to where
+/// nothing has begun, or behind the end of the text.
+ForwardAutomaton::Outcome ForwardAutomaton::Search(Reader& reader, Number& state) {
+  for (Entry row = StateCache::RowOf(state);;) {
     const Entry* const entries = cache_.Entries();
-    Entry row = entry;
-    const Byte* p = next;
-    while ((entry = entries[row + *p++]) >= 0)
+    const Byte* const end = reader.textEnd;
+    const Byte* p = reader.next;
+    Entry entry = row;
+    while (p != end && (entry = entries[row + *p++]) >= 0)
       row = entry;
-    next = p;
+    reader.next = p;
+    if (entry >= 0) {
+      reader.isOver = true;
+      entry = entries[row + '\n'];
+    }
     if (entry == StateCache::kUnknownEntry) {
-      entry = Resolve(StateCache::StateOf(row), next[-1]);
-      if (entry >= 0) continue;
+      entry = Resolve(StateCache::StateOf(row), reader.LastByte());
+      if (entry == kSpentEntry) return Outcome::kSpent;
+      if (entry >= 0) {
+        row = entry;
+        continue;
+      }
     }
-    const Number state = StateCache::StoppedAt(entry);
-    if ((cache_.Tags()[state] & kHasMatch) != 0) return true;
+    state = StateCache::StoppedAt(entry);
+    if ((cache_.Tags()[state] & kHasMatch) != 0) return Outcome::kMatch;
+    if (reader.isOver) return Outcome::kEndOfText;
     if (const PlaceScan* leap = LeapOf(state)) {
-      next = leap->Find(next, run.textEnd + 1);
-    } else if (next > run.textEnd || stopsWhenIdle_) {
-      return false;
+      Leap(*leap, reader);
+    } else if (stopsWhenIdle_) {
+      return Outcome::kIdle;
     }
-    entry = StateCache::RowOf(state);
+    row = StateCache::RowOf(state);
   }
+}
+
+/// Goes on to the next byte that leads out of a state.
+void ForwardAutomaton::Leap(const PlaceScan& leap, Reader& reader) {
+  const Byte* const exit = leap.Find(reader.next, reader.textEnd);
+  reader.next = exit != nullptr ? exit : reader.textEnd;
 }
 
 /// Reads on from `state`, the first behind the end of a match, until no longer match is possible.
-void ForwardAutomaton::FinishMatch(Run& run, const Byte* next, Number state) {
-  NoteEnd(run, next - 1, cache_.Tags()[state]);
-  const Byte* end = run.end;
-  std::uintptr_t block = TextNotes::BlockOf(end);
-  std::vector<TextNotes::Visit> sinceEnd;  // one in each block
-  const unsigned generation = generation_;
+ForwardAutomaton::Outcome ForwardAutomaton::FinishMatch(Run& run, Reader& reader, Number state) {
+  NoteEnd(run, reader.LastPlace(), cache_.Tags()[state]);
   while (!IsDead(cache_.At(state))) {
-    state = ReadOn(run, next, state);
-    if (std::exchange(end, run.end) != run.end) sinceEnd.clear();
-    if (run.notes == nullptr || std::exchange(block, TextNotes::BlockOf(next)) == block) continue;
-    run.notes->BeginGeneration(generation_);
-    if (run.notes->IsVain({next, state})) break;
-    sinceEnd.emplace_back(next, state);
+    if (!ReadOn(run, reader, state)) return Outcome::kSpent;
   }
-  if (run.notes != nullptr && generation == generation_) run.notes->NoteVain(sinceEnd);
+  credit_.Spend(reader.LastPlace() - run.end);
+  return Outcome::kMatch;
 }
 
-/// Reads on to where something is to be done, or to the end of the notes' block, and returns the state
-/// there.
-StateCache::Number ForwardAutomaton::ReadOn(Run& run, const Byte*& next, Number state) {
+/// Reads on from `state` to where something is to be done; `state` is then the one there. Returns false
+/// if the credit is spent.
+bool ForwardAutomaton::ReadOn(Run& run, Reader& reader, Number& state) {
   const Entry* const entries = cache_.Entries();
   const std::uint32_t* const tags = cache_.Tags();
   if (const PlaceScan* leap = LeapOf(state)) {
-    const Byte* const exit = leap->Find(next, run.textEnd + 1);
-    if (exit > next) NoteEnd(run, exit - 1, tags[state]);
-    next = exit;
+    const Byte* const from = reader.next;
+    Leap(*leap, reader);
+    if (reader.next > from) NoteEnd(run, reader.next - 1, tags[state]);
   }
-  const Byte* const blockEnd = TextNotes::BlockEnd(next);
+  const Byte* const textEnd = reader.textEnd;
+  const Byte* next = reader.next;
   const Byte* end = nullptr;
   Entry endRow = 0;
   Entry row = StateCache::RowOf(state);
   Entry entry = row;
-  while (next != blockEnd && (entry = entries[row + *next++]) >= 0) {
+  while (next != textEnd && (entry = entries[row + *next++]) >= 0) {
     row = entry;
     const bool ended = (tags[row >> 8] & kEnded) != 0;
     end = ended ? next - 1 : end;
     endRow = ended ? row : endRow;
   }
+  reader.next = next;
   if (end != nullptr) NoteEnd(run, end, tags[StateCache::StateOf(endRow)]);
-  if (entry >= 0) return StateCache::StateOf(row);
+  if (entry >= 0) {
+    reader.isOver = true;
+    entry = entries[row + '\n'];
+  }
   if (entry == StateCache::kUnknownEntry) {
-    entry = Resolve(StateCache::StateOf(row), next[-1]);
+    entry = Resolve(StateCache::StateOf(row), reader.LastByte());
+    if (entry == kSpentEntry) return false;
   }
   state = entry >= 0 ? StateCache::StateOf(entry) : StateCache::StoppedAt(entry);
-  NoteEnd(run, next - 1, cache_.Tags()[state]);
-  return state;
+  NoteEnd(run, reader.LastPlace(), cache_.Tags()[state]);
+  return true;
 }
 
 /// Takes `end` for the end of the match if the state with `tag`, behind it, says so.
@@ -140,9 +154,10 @@ void ForwardAutomaton::NoteEnd(Run& run, const Byte* end, std::uint32_t tag) {
 
 // Making states.
 
-/// Fills in what `byte` does in state `from`, and all bytes of its class.
+/// Fills in what `byte` does in state `from`, and all bytes of its class; unless the credit is spent.
 StateCache::Entry ForwardAutomaton::Resolve(Number from, Byte byte) {
-  Step(from, byte, scratch_);
+  credit_.Spend(kStateUnits);
+  if (!Step(from, byte, scratch_)) return kSpentEntry;
   const std::uint32_t fromTag = cache_.At(from).tag;
   const Number to = cache_.NumberOf(scratch_);
   if (cache_.Generation() != generation_) {
@@ -155,8 +170,8 @@ StateCache::Entry ForwardAutomaton::Resolve(Number from, Byte byte) {
   return entry;
 }
 
-/// Works out `to`, the state that `byte` leads to from `from`.
-void ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
+/// Works out `to`, the state that `byte` leads to from `from`. Returns false if the credit is spent.
+bool ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   const StateCache::State& source = cache_.At(from);
   const ByteKind kind = graph_.kindOf[byte];
   const Neighbours here = NeighbourBit(KindIn(source.tag), kind);
@@ -166,14 +181,18 @@ void ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   if (++steps_ == 0) std::fill(seenIn_.begin(), seenIn_.end(), steps_++);
   to.content.clear();
   to.tag = source.tag & (kRefusesLineEnd | kHasMatch);
+  const bool mayBeEmpty = mayEnd && (source.tag & kRefusesEmpty) == 0;
 
   bool isFirst = true;
   bool ended = false;
-  const auto stepGroup = [&](const std::uint32_t* begin, const std::uint32_t* end, bool isOldest) {
+  const auto stepGroup = [&](const std::uint32_t* begin, const std::uint32_t* end, bool isOldest,
+                             bool canEnd) {
     const std::size_t before = to.content.size();
-    for (const std::uint32_t* node = begin; node != end; ++node) {
-      ended = ended || (mayEnd && (graph_.ends[*node] & here) != 0);
-      for (const PositionEdge& edge : graph_.next[*node]) {
+    for (const std::uint32_t* node = begin; node != end && !credit_.IsSpent(); ++node) {
+      ended = ended || (canEnd && (graph_.ends[*node] & here) != 0);
+      const std::span<const PositionEdge> edges = graph_.next[*node];
+      credit_.Spend(static_cast<std::int64_t>(edges.size()));
+      for (const PositionEdge& edge : edges) {
         if ((edge.neighbours & here) == 0 || !graph_.bytes[edge.position][byte]) continue;
         if (std::exchange(seenIn_[edge.position], steps_) == steps_) continue;
         to.content.push_back(edge.position);
@@ -193,12 +212,15 @@ void ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   bool isOldest = (source.tag & kKnowsStart) != 0;
   while (group != last && !ended) {
     const std::uint32_t* const end = std::find(group, last, kEndOfGroup);
-    stepGroup(group, end, std::exchange(isOldest, false));
+    stepGroup(group, end, std::exchange(isOldest, false), mayEnd);
     group = end + 1;
   }
   const std::uint32_t start = graph_.Start();
-  if (mayStart && !ended) stepGroup(&start, &start + 1, stopsWhenIdle_ && sourceIsIdle);
+  if (mayStart && !ended) {
+    stepGroup(&start, &start + 1, stopsWhenIdle_ && sourceIsIdle, mayBeEmpty);
+  }
   if (!IsDead(to)) to.tag |= static_cast<std::uint32_t>(kind);
+  return !credit_.IsSpent();
 }
 
 /// How a table of a state with `fromTag` leads to `to`.
@@ -210,11 +232,16 @@ StateCache::Entry ForwardAutomaton::EntryFor(std::uint32_t fromTag, Number to) c
   return stops ? StateCache::StopAt(to) : StateCache::RowOf(to);
 }
 
-StateCache::Number ForwardAutomaton::IdleState(ByteKind before, bool refusesLineEnd) {
-  const std::size_t slot = static_cast<std::size_t>(before) + (refusesLineEnd ? kByteKinds : 0);
+/// The state in which `run` begins.
+StateCache::Number ForwardAutomaton::IdleState(const Run& run) {
+  const std::size_t slot = (run.refusesLineEnd ? 2 * kByteKinds : 0) +
+                           (run.refusesEmpty ? kByteKinds : 0) +
+                           static_cast<std::size_t>(run.before);
   if (idle_[slot] < 0) {
     StateCache::State state;
-    state.tag = static_cast<std::uint32_t>(before) | (refusesLineEnd ? kRefusesLineEnd : 0);
+    state.tag = static_cast<std::uint32_t>(run.before);
+    if (run.refusesLineEnd) state.tag |= kRefusesLineEnd;
+    if (run.refusesEmpty) state.tag |= kRefusesEmpty;
     const Number number = cache_.NumberOf(state);
     ForgetOldStates();
     idle_[slot] = number;
@@ -251,9 +278,9 @@ void ForwardAutomaton::ConsiderLeaps(Number state) {
   const StateCache::State self = cache_.At(state);
   std::array<bool, 256> leaves{};
   StateCache::State to;
-  for (int c = 0; c < classes_; ++c) {
-    Step(state, byteOfClass_[static_cast<std::size_t>(c)], to);
-    leaves[static_cast<std::size_t>(c)] = to != self;
+  for (std::size_t c = 0; c < static_cast<std::size_t>(graph_.classes); ++c) {
+    if (!Step(state, graph_.byteOfClass[c], to)) return;
+    leaves[c] = to != self;
   }
   Probe exits;
   for (std::size_t byte = 0; byte < exits.bytes.size(); ++byte)

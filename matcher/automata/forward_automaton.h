@@ -23,8 +23,8 @@
 #define TROVEX_MATCHER_AUTOMATA_FORWARD_AUTOMATON_H
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/automata/search_credit.h"
 #include "matcher/automata/state_cache.h"
-#include "matcher/automata/text_notes.h"
 #include "matcher/scan/place_scan.h"
 
 #include <array>
@@ -37,25 +37,30 @@ namespace trovex {
 
 class ForwardAutomaton {
  public:
-  /// `graph` must outlive the automaton. With `stopsWhenIdle` a run ends where nothing has begun;
-  /// otherwise it goes on to the first match.
-  ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdle);
+  /// `graph` and `credit` must outlive the automaton. With `stopsWhenIdle` a run ends where nothing has
+  /// begun; otherwise it goes on to the first match.
+  ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdle, SearchCredit& credit);
 
-  enum class Outcome { kMatch, kIdle, kEndOfText };
+  enum class Outcome {
+    kMatch,
+    kIdle,
+    kEndOfText,
+    kSpent,  // the credit ended while a state was made: nothing is known of `place` and what follows
+  };
 
   /// What a run is told, and what it tells.
   struct Run {
     /// The place from which matches may start. Afterwards, with `kIdle`, the first place from which
     /// they may start that has not been tried.
     const unsigned char* place;
-    /// The end of the text; the byte there is a newline.
+    /// The end of the text, which counts as a newline.
     const unsigned char* textEnd;
     /// The kind of the byte before `place`.
     ByteKind before;
     /// Whether a match may not end at a newline.
     bool refusesLineEnd = false;
-    /// Notes of the searches of this text; may be null.
-    TextNotes* notes = nullptr;
+    /// Whether a match at `place` may not be empty.
+    bool refusesEmpty = false;
 
     /// With `kMatch`: where the match lies; its start is null if it has to be looked for.
     const unsigned char* start = nullptr;
@@ -67,29 +72,41 @@ class ForwardAutomaton {
  private:
   using Number = StateCache::Number;
   using Entry = StateCache::Entry;
+  using Byte = unsigned char;
 
-  bool Search(Run& run, const unsigned char*& next, Entry& entry);
-  void FinishMatch(Run& run, const unsigned char* next, Number state);
-  Number ReadOn(Run& run, const unsigned char*& next, Number state);
-  static void NoteEnd(Run& run, const unsigned char* end, std::uint32_t tag);
+  /// How far a run has read.
+  struct Reader {
+    const Byte* next;
+    const Byte* textEnd;
+    bool isOver = false;  // also the newline at the end of the text was read
 
-  Entry Resolve(Number from, unsigned char byte);
-  void Step(Number from, unsigned char byte, StateCache::State& to);
+    /// The byte read last, and its place.
+    Byte LastByte() const { return isOver ? Byte{'\n'} : next[-1]; }
+    const Byte* LastPlace() const { return isOver ? textEnd : next - 1; }
+  };
+
+  Outcome Search(Reader& reader, Number& state);
+  Outcome FinishMatch(Run& run, Reader& reader, Number state);
+  bool ReadOn(Run& run, Reader& reader, Number& state);
+  static void Leap(const PlaceScan& leap, Reader& reader);
+  static void NoteEnd(Run& run, const Byte* end, std::uint32_t tag);
+
+  Entry Resolve(Number from, Byte byte);
+  bool Step(Number from, Byte byte, StateCache::State& to);
   Entry EntryFor(std::uint32_t fromTag, Number to) const;
-  Number IdleState(ByteKind before, bool refusesLineEnd);
+  Number IdleState(const Run& run);
   void ConsiderLeaps(Number state);
   const PlaceScan* LeapOf(Number state) const;
   void ForgetOldStates();
 
   const PositionGraph& graph_;
   const bool stopsWhenIdle_;
+  SearchCredit& credit_;
   StateCache cache_;
   unsigned generation_ = 0;  // of the cache, to which what follows belongs
-  std::array<Number, std::size_t{2} * kByteKinds> idle_{};
+  std::array<Number, std::size_t{4} * kByteKinds> idle_{};
   std::vector<std::unique_ptr<PlaceScan>> leaps_;  // by state; null: none
   std::vector<bool> leapsConsidered_;              // by state
-  std::array<unsigned char, 256> byteOfClass_{};   // a byte of each class
-  int classes_ = 0;
 
   StateCache::State scratch_;
   std::vector<std::uint32_t> seenIn_;  // by position: the step in which it was last reached

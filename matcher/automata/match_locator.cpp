@@ -1,24 +1,25 @@
 #include "matcher/automata/match_locator.h"
 
-#include "matcher/kept_byte.h"
-#include "text/case_helpers.h"
+#include "matcher/limits.h"
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 namespace trovex {
 
 namespace {
 
+using Byte = unsigned char;
+
 /// How many of 100,000 places a way to places may leave, in German text, so that it is taken in any
 /// case, and so that it is taken rather than every place.
 constexpr double kEveryPlace = 100'000;
 constexpr double kRare = 200;
 constexpr double kWorthwhile = 20'000;
-/// How much rarer than the leading bytes a keyword must be to be of use: it takes more to go on from it.
-constexpr double kKeywordAdvantage = 4;
+/// How much rarer than the leading bytes a required string must be to be of use: it takes more to go on
+/// from it.
+constexpr double kRequiredAdvantage = 4;
 
 /// How many leading bytes are considered.
 constexpr std::size_t kLeadingBytes = 8;
@@ -31,130 +32,272 @@ double ExpectedRate(const std::vector<Probes>& ways) {
   return rate;
 }
 
-/// At how many of 100,000 places the keyword is to be expected.
-double ExpectedRate(const RequiredKeyword& keyword) {
-  std::vector<CharSet> sets;
-  for (const char c : keyword.text) {
-    const int byte = static_cast<unsigned char>(c);
-    CharSet set;
-    set.set(static_cast<std::size_t>(byte));
-    if (keyword.folds) set.set(static_cast<std::size_t>(ToUpperGer(byte)));
-    sets.push_back(set);
-  }
-  return ExpectedRate(ChooseProbes(sets));
+/// The end of the line that `place` belongs to, in a text that ends at `end`.
+const Byte* LineEnd(const Byte* place, const Byte* end) {
+  const void* feed = std::memchr(place, '\n', static_cast<std::size_t>(end - place));
+  return feed != nullptr ? static_cast<const Byte*>(feed) : end;
 }
 
 }  // namespace
 
-/// The text of one call.
-struct MatchLocator::Text {
-  const Byte* begin;
-  const Byte* end;  // a newline stands there
-  TextNotes* notes;
-
-  // The keyword found last, and the first place of its line that may belong to a match with it.
-  const Byte* keyword = nullptr;
-  int keywordLength = 0;
-  const Byte* keywordLine = nullptr;
-};
-
-MatchLocator::MatchLocator(std::unique_ptr<PositionGraph> graph, bool words,
-                           const RequiredKeyword& keyword)
+LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
+                               const std::vector<CharSet>& required)
     : graph_(std::move(graph)), words_(words) {
+  if (IsOneString(*graph_)) {
+    string_.emplace(graph_->bytes);
+    return;
+  }
   const std::vector<LeadingBytes> ways =
       LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
   const bool canScan = !ways.empty() && !ways.front().empty();
   const std::vector<Probes> probes =
       canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
   const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
-  if (keyword.set != nullptr && ExpectedRate(keyword) * kKeywordAdvantage < leadingRate) {
-    keyword_ = keyword.set;
-  }
-  if (leadingRate < (keyword_ != nullptr ? kRare : kWorthwhile)) {
+  const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
+  if (requiredRate * kRequiredAdvantage < leadingRate) required_.emplace(required);
+  if (leadingRate < (required_ ? kRare : kWorthwhile)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
   }
-  forward_.emplace(*graph_, keyword_ != nullptr || leading_.has_value());
 }
 
-MatchLocator::Match MatchLocator::Find(const char* begin, char* end, TextNotes* notes) {
-  const KeptByte behind(end);
-  *end = '\n';
-  Text text = {reinterpret_cast<const Byte*>(begin), reinterpret_cast<const Byte*>(end), notes};
-  const Match match = FindFrom(text, text.begin, false);
-  if (match.start == nullptr || match.end != end || !words_) return match;
+struct MatchLocator::Search {
+  const Byte* place;
+  const Byte* const begin;
+  const Byte* const end;
+  bool refusesEmpty;
+  bool refusesLineEnd = false;
+  Match match;
+};
 
-  // A whole word ends before the byte behind the text as it really is, unless it is the whole line.
-  if (!IsWordConstituent(static_cast<Byte>(behind.Byte()))) return match;
-  if (match.start == begin || match.start[-1] == '\n') return match;
-  return FindFrom(text, reinterpret_cast<const Byte*>(match.start), true);
+MatchLocator::MatchLocator(const LocatorProgram& program)
+    : program_(program), graph_(*program.graph_), credit_(kMaxCredit) {}
+
+void MatchLocator::Begin(const Byte* text, std::size_t length) {
+  const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
+  unitsLeft_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  credit_ = SearchCredit(kMaxCredit);
+  credit_.Spend(kMaxCredit - kFirstCredit);
+  passed_ = text;
+  required_ = nullptr;
+  if (line_ != nullptr) line_->Forget();
 }
 
-MatchLocator::Match MatchLocator::FindFrom(Text& text, const Byte* place, bool refusesLineEnd) {
-  ForwardAutomaton::Run run = {.place = place, .textEnd = text.end, .before = ByteKind::kOther};
-  run.refusesLineEnd = refusesLineEnd;
-  run.notes = text.notes;
+SearchOutcome MatchLocator::Find(const Request& request, Match& match) {
+  Search search = {request.place, request.begin, request.end, request.refusesEmpty, false, {}};
+  SearchOutcome outcome = FindFrom(search);
+  const bool asksBehind = outcome == SearchOutcome::kFound && search.match.end == request.end &&
+                          request.behind >= 0 && program_.words_;
+  // A word ends before the byte behind the text as it really is, unless it is the whole line.
+  if (asksBehind && graph_.kindOf[static_cast<std::size_t>(request.behind)] == ByteKind::kLetter &&
+      KindBefore(search, search.match.start) != ByteKind::kNewline) {
+    search.place = search.match.start;
+    search.refusesLineEnd = true;
+    outcome = FindFrom(search);
+  }
+  match = search.match;
+  return outcome;
+}
+
+SearchOutcome MatchLocator::FindFrom(Search& search) {
+  if (program_.string_) {
+    return FindString(search) ? SearchOutcome::kFound : SearchOutcome::kNotFound;
+  }
   for (;;) {
-    run.place = NextPlace(text, run.place);
-    if (run.place == nullptr) return {};
-    run.before = KindBefore(text, run.place);
-    const ForwardAutomaton::Outcome outcome = forward_->Go(run);
-    if (outcome == ForwardAutomaton::Outcome::kEndOfText) return {};
-    if (outcome == ForwardAutomaton::Outcome::kMatch) break;
+    const bool isOnLine = line_ != nullptr && line_->Covers(search.place, search.refusesLineEnd);
+    Step step = isOnLine || credit_.IsSpent() ? FindOnLines(search) : Step::kGoOn;
+    if (step == Step::kSpent && !GrantMore()) {
+      search.match = {search.place, nullptr};
+      return SearchOutcome::kGaveUp;
+    }
+    if (step == Step::kGoOn || step == Step::kSpent) step = FindByAutomata(search);
+    if (step == Step::kNotFound) return SearchOutcome::kNotFound;
+    if (step == Step::kFound) {
+      PassTo(search.match.end);
+      return SearchOutcome::kFound;
+    }
   }
-  if (run.start == nullptr) {
-    if (!backward_) backward_.emplace(*graph_);
-    run.start = backward_->StartOfMatch({run.place, KindBefore(text, run.place), run.end},
-                                        graph_->kindOf[*run.end]);
-  }
-  return {reinterpret_cast<const char*>(run.start), reinterpret_cast<const char*>(run.end)};
 }
 
-/// The first place from `place` on from which a match can start; null if there is none.
-const MatchLocator::Byte* MatchLocator::NextPlace(Text& text, const Byte* place) {
-  if (leading_) return PlaceByLeadingBytes(text, place);
-  return keyword_ != nullptr ? PlaceByKeyword(text, place) : place;
+/// Goes from one occurrence of the string to the next until one has the neighbours that it needs.
+bool MatchLocator::FindString(Search& search) const {
+  const StringScan& string = *program_.string_;
+  const Byte* place = search.place;
+  while ((place = string.Find(place, search.end)) != nullptr) {
+    const Byte* const end = place + string.Length();
+    const Neighbours atStart = NeighbourBit(KindBefore(search, place), KindAt(search, place));
+    const Neighbours atEnd = NeighbourBit(graph_.kindOf[end[-1]], KindAt(search, end));
+    const bool mayEnd = !search.refusesLineEnd || KindAt(search, end) != ByteKind::kNewline;
+    if (mayEnd && (graph_.starts[0] & atStart) != 0 &&
+        (graph_.ends[graph_.size - 1] & atEnd) != 0) {
+      search.match = {place, end};
+      return true;
+    }
+    ++place;
+  }
+  return false;
 }
 
-const MatchLocator::Byte* MatchLocator::PlaceByLeadingBytes(Text& text, const Byte* place) const {
+MatchLocator::Step MatchLocator::FindByAutomata(Search& search) {
+  if (!forward_) forward_.emplace(graph_, program_.HasScan(), credit_);
+  ForwardAutomaton::Run run = {.place = nullptr, .textEnd = search.end, .before = ByteKind::kOther};
+  run.refusesLineEnd = search.refusesLineEnd;
   for (;;) {
-    place = leading_->Find(place, text.end);
-    if (place == nullptr || keyword_ == nullptr) return place;
-    if (NextKeyword(text, place) == nullptr) return nullptr;
-    if (text.keywordLine <= place) return place;
-    place = text.keywordLine;
+    bool isSpent = false;
+    const Byte* const place = NextPlace(search, isSpent);
+    if (isSpent) return Step::kSpent;
+    if (place == nullptr) return Step::kNotFound;
+    run.refusesEmpty = search.refusesEmpty && place == search.place;
+    search.refusesEmpty = run.refusesEmpty;
+    search.place = place;
+    run.place = place;
+    run.before = KindBefore(search, place);
+    switch (forward_->Go(run)) {
+      case ForwardAutomaton::Outcome::kMatch:
+        search.match = {run.start, run.end};
+        return run.start != nullptr || FindStart(search, place) ? Step::kFound : Step::kSpent;
+      case ForwardAutomaton::Outcome::kEndOfText:
+        return Step::kNotFound;
+      case ForwardAutomaton::Outcome::kSpent:
+        return Step::kSpent;
+      case ForwardAutomaton::Outcome::kIdle:
+        search.place = run.place;
+        search.refusesEmpty = false;
+        PassTo(run.place);
+        break;
+    }
   }
 }
 
-const MatchLocator::Byte* MatchLocator::PlaceByKeyword(Text& text, const Byte* place) {
-  if (!backward_) backward_.emplace(*graph_);
+/// Looks for the start of the match that ends where `search.match` does, from `from` on. Returns false if
+/// the credit is spent.
+bool MatchLocator::FindStart(Search& search, const Byte* from) {
+  const Byte* const end = search.match.end;
+  const BackwardAutomaton::Answer start =
+      Backward().StartOfMatch({from, KindBefore(search, from), end}, KindAt(search, end));
+  if (!start) return false;
+  search.match.start = *start;
+  return true;
+}
+
+/// Searches line by line for as long as the credit is spent.
+MatchLocator::Step MatchLocator::FindOnLines(Search& search) {
+  if (!CanSearchLines()) return Step::kSpent;
   for (;;) {
-    const Byte* const keyword = NextKeyword(text, place);
-    if (keyword == nullptr) return nullptr;
-    const Byte* const start =
-        backward_->StartOfPrefix({place, KindBefore(text, place), keyword + text.keywordLength});
-    if (start != nullptr && start <= keyword) return start;
-    place = keyword + 1;
+    if (!line_->Covers(search.place, search.refusesLineEnd)) {
+      if (!credit_.IsSpent()) return Step::kGoOn;
+      if (!PrepareLine(search)) return Step::kSpent;
+    }
+    const LineSearch::Match match =
+        line_->Find(search.place, KindBefore(search, search.place), search.refusesEmpty);
+    if (match.start != nullptr) {
+      search.match = {match.start, match.end};
+      return Step::kFound;
+    }
+    const Byte* const lineEnd = line_->LineEnd();
+    line_->Forget();
+    if (lineEnd == search.end) return Step::kNotFound;
+    search.place = lineEnd + 1;
+    search.refusesEmpty = false;
+    PassTo(search.place);
   }
 }
 
-/// The first keyword from `place` on; null if there is none.
-const MatchLocator::Byte* MatchLocator::NextKeyword(Text& text, const Byte* place) const {
-  if (text.keyword != nullptr && text.keyword >= place) return text.keyword;
-  KeywordMatch found{};
-  const auto size = static_cast<int>(text.end - place);
-  const char* const first = reinterpret_cast<const char*>(place);
-  if (KeywordSetSearch(*keyword_, first, size, &found) == nullptr) return nullptr;
-  text.keyword = reinterpret_cast<const Byte*>(found.start);
-  text.keywordLength = found.length;
-  if (leading_) {
-    const void* const feed = memrchr(place, '\n', static_cast<std::size_t>(text.keyword - place));
-    text.keywordLine = feed != nullptr ? static_cast<const Byte*>(feed) + 1 : place;
+/// Whether lines can be searched as such. Makes what that takes.
+bool MatchLocator::CanSearchLines() {
+  if (line_ == nullptr && !linesAreTooCostly_) {
+    if (!PositionSimulation::IsTooLarge(graph_)) line_ = std::make_unique<LineSearch>(graph_);
+    linesAreTooCostly_ = line_ == nullptr || line_->IsTooCostly();
+    if (linesAreTooCostly_) line_.reset();
   }
-  return text.keyword;
+  return line_ != nullptr;
 }
 
-ByteKind MatchLocator::KindBefore(const Text& text, const Byte* place) const {
-  return place == text.begin ? ByteKind::kNewline : graph_->kindOf[place[-1]];
+/// Reads the rest of the line from the next place on from which a match can start; where there is none,
+/// the end of the text. Returns false where the line is too long, or the units are at an end.
+bool MatchLocator::PrepareLine(Search& search) {
+  if (program_.leading_) {
+    const Byte* const place = program_.leading_->Find(search.place, search.end);
+    if (place != search.place) search.refusesEmpty = false;
+    search.place = place != nullptr ? place : search.end;
+  }
+  const Byte* const lineEnd = LineEnd(search.place, search.end);
+  unitsLeft_ -= line_->CostOf(static_cast<std::size_t>(lineEnd - search.place));
+  return unitsLeft_ >= 0 && line_->Prepare(search.place, lineEnd, KindBefore(search, search.place),
+                                           search.refusesLineEnd);
+}
+
+/// Lets the automata go on at the cost of what the search may take. Returns false when that is spent too.
+bool MatchLocator::GrantMore() {
+  const std::int64_t units = credit_.Debt() + kFirstCredit;
+  if (unitsLeft_ < units) return false;
+  unitsLeft_ -= units;
+  credit_.Grant(units);
+  return true;
+}
+
+/// Notes that the searches have come to `place`, for which there is new credit.
+void MatchLocator::PassTo(const Byte* place) {
+  if (place <= passed_) return;
+  credit_.Grant((place - passed_) * kCreditPerByte);
+  passed_ = place;
+}
+
+/// The first place from the search's on from which a match can start; null if there is none.
+const Byte* MatchLocator::NextPlace(const Search& search, bool& isSpent) {
+  if (program_.leading_) return PlaceByLeadingBytes(search);
+  return program_.required_ ? PlaceByRequired(search, isSpent) : search.place;
+}
+
+const Byte* MatchLocator::PlaceByLeadingBytes(const Search& search) {
+  for (const Byte* place = search.place;;) {
+    place = program_.leading_->Find(place, search.end);
+    if (place == nullptr || !program_.required_) return place;
+    if (NextRequired(search, place) == nullptr) return nullptr;
+    if (requiredLine_ <= place) return place;
+    place = requiredLine_;
+  }
+}
+
+const Byte* MatchLocator::PlaceByRequired(const Search& search, bool& isSpent) {
+  for (const Byte* place = search.place;;) {
+    const Byte* const required = NextRequired(search, place);
+    if (required == nullptr) return nullptr;
+    const Byte* const end = required + program_.required_->Length();
+    const BackwardAutomaton::Answer start =
+        Backward().StartOfPrefix({place, KindBefore(search, place), end});
+    isSpent = !start;
+    if (isSpent) return nullptr;
+    if (*start != nullptr && *start <= required) return *start;
+    place = required + 1;
+  }
+}
+
+/// The first required string from `place` on; null if there is none.
+const Byte* MatchLocator::NextRequired(const Search& search, const Byte* place) {
+  if (required_ != nullptr && requiredFrom_ <= place && place <= required_) return required_;
+  required_ = program_.required_->Find(place, search.end);
+  if (required_ == nullptr) return nullptr;
+  requiredFrom_ = place;
+  if (program_.leading_) {
+    const void* const feed = memrchr(place, '\n', static_cast<std::size_t>(required_ - place));
+    requiredLine_ = feed != nullptr ? static_cast<const Byte*>(feed) + 1 : place;
+  }
+  return required_;
+}
+
+/// The kind of the byte before `place`.
+ByteKind MatchLocator::KindBefore(const Search& search, const Byte* place) const {
+  return place == search.begin ? ByteKind::kNewline : graph_.kindOf[place[-1]];
+}
+
+/// The kind of the byte at `place`.
+ByteKind MatchLocator::KindAt(const Search& search, const Byte* place) const {
+  return place == search.end ? ByteKind::kNewline : graph_.kindOf[*place];
+}
+
+BackwardAutomaton& MatchLocator::Backward() {
+  if (!backward_) backward_.emplace(graph_, credit_);
+  return *backward_;
 }
 
 }  // namespace trovex

@@ -1,78 +1,146 @@
-// Finds where the leftmost match lies, and of those the longest, without the engine: in time that
-// grows with the bytes looked at and no faster, on lines of any length.
+// Finds where the leftmost match lies, and of those the longest, in time that grows with the bytes looked
+// at and no faster, on texts and lines of any length.
 //
-// One of three roads leads to the places from which a match can start:
+// One of four roads leads to the places from which a match can start:
 //
+//   string          The pattern is nothing but one string of sets: where it stands is the answer.
 //   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
 //                   places where they do are searched for (place_scan.h). If every match holds a much
 //                   rarer string, lines without it are passed over.
-//   keyword         Every match holds a string. Where it occurs, the automaton that reads backwards
+//   required        Every match holds a string. Where it occurs, the automaton that reads backwards
 //                   says from where on the text up to its end could be the beginning of a match.
-//   every place     Neither promises to leave much out.
+//   every place     None of these promises to leave much out.
 //
 // From there the automaton that reads forwards goes on to the end of the leftmost match; its start is
-// known from the way, or the automaton that reads backwards looks for it.
+// known from the way, or the automaton that reads backwards looks for it. Where the credit for making
+// their states, or for reading in vain, is spent, the line is searched in the way that needs neither
+// (line_search.h).
+//
+// What a pattern is compiled into (`LocatorProgram`) never changes; what searches need to remember
+// (`MatchLocator`) belongs to one thread.
 
 #ifndef TROVEX_MATCHER_AUTOMATA_MATCH_LOCATOR_H
 #define TROVEX_MATCHER_AUTOMATA_MATCH_LOCATOR_H
 
 #include "matcher/automata/backward_automaton.h"
 #include "matcher/automata/forward_automaton.h"
+#include "matcher/automata/line_search.h"
 #include "matcher/automata/position_graph.h"
-#include "matcher/automata/text_notes.h"
-#include "matcher/scan/keyword_set.h"
+#include "matcher/automata/search_credit.h"
 #include "matcher/scan/place_scan.h"
+#include "matcher/scan/string_scan.h"
+#include "matcher/search_outcome.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 namespace trovex {
 
-/// A string that every match contains, and the set of one keyword that searches for it.
-struct RequiredKeyword {
-  const KeywordSet* set = nullptr;  // null: there is none
-  std::string_view text;
-  bool folds = false;
-};
-
-class MatchLocator {
+class LocatorProgram {
  public:
-  /// `words`: the graph was made for whole words. `keyword.set` must outlive the locator.
-  MatchLocator(std::unique_ptr<PositionGraph> graph, bool words, const RequiredKeyword& keyword);
-
-  /// A match, its end exclusive; a null start stands for none.
-  struct Match {
-    const char* start = nullptr;
-    const char* end = nullptr;
-  };
-
-  /// The leftmost match in the text from `begin`, the start of a line, to `end`, behind which there is
-  /// one writable byte: it is changed and put back. `notes`, which may be null, are those of earlier
-  /// searches of the same text with this locator. Throws nothing but std::bad_alloc.
-  Match Find(const char* begin, char* end, TextNotes* notes);
+  /// `words`: the graph was made for whole words. `required`: a string that every match holds; empty if
+  /// none is known.
+  LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
+                 const std::vector<CharSet>& required);
 
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
 
  private:
-  using Byte = unsigned char;
-  struct Text;
+  friend class MatchLocator;
 
-  Match FindFrom(Text& text, const Byte* place, bool refusesLineEnd);
-  const Byte* NextPlace(Text& text, const Byte* place);
-  const Byte* PlaceByLeadingBytes(Text& text, const Byte* place) const;
-  const Byte* PlaceByKeyword(Text& text, const Byte* place);
-  const Byte* NextKeyword(Text& text, const Byte* place) const;
-  ByteKind KindBefore(const Text& text, const Byte* place) const;
+  bool HasScan() const { return required_.has_value() || leading_.has_value(); }
 
-  const std::unique_ptr<PositionGraph> graph_;
+  const std::unique_ptr<const PositionGraph> graph_;
   const bool words_;
-  const KeywordSet* keyword_ = nullptr;  // null unless it is of use
-  std::optional<PlaceScan> leading_;     // set if the road of the leading bytes is taken
-  std::optional<ForwardAutomaton> forward_;
-  std::optional<BackwardAutomaton> backward_;  // made when it is first needed
+  std::optional<StringScan> string_;    // set if that road is taken
+  std::optional<StringScan> required_;  // set if it is of use
+  std::optional<PlaceScan> leading_;    // set if the road of the leading bytes is taken
+};
+
+class MatchLocator {
+ public:
+  /// `program` must outlive the locator.
+  explicit MatchLocator(const LocatorProgram& program);
+
+  /// Whether matches must be whole words.
+  bool Words() const { return program_.Words(); }
+
+  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile.
+  void Begin(const unsigned char* text, std::size_t length);
+
+  /// Where a search begins, in the text of the latest `Begin`.
+  struct Request {
+    /// The place from which matches may start.
+    const unsigned char* place;
+    /// Before it nothing is looked at: a line begins there.
+    const unsigned char* begin;
+    /// The end of the last line: nothing behind it is looked at.
+    const unsigned char* end;
+    /// Whether no empty match counts at `place` itself.
+    bool refusesEmpty = false;
+    /// The byte at `end` where it decides whether a word ends there that is not the whole line; below 0:
+    /// the end of the text is the end of any word.
+    int behind = -1;
+  };
+
+  struct Match {
+    const unsigned char* start = nullptr;
+    const unsigned char* end = nullptr;
+  };
+
+  /// The leftmost match, and of those the longest. With `kGaveUp` the start of `match` is the place up
+  /// to which there is none. Throws nothing but std::bad_alloc, and is then as usable as before.
+  SearchOutcome Find(const Request& request, Match& match);
+
+ private:
+  using Byte = unsigned char;
+  /// One search: the request, and how far it has come.
+  struct Search;
+  enum class Step {
+    kFound,
+    kNotFound,
+    kGoOn,   // nothing up to the search's place: the automata can go on from there
+    kSpent,  // not known: the credit is spent
+  };
+
+  SearchOutcome FindFrom(Search& search);
+  bool FindString(Search& search) const;
+  Step FindByAutomata(Search& search);
+  bool FindStart(Search& search, const Byte* from);
+  Step FindOnLines(Search& search);
+  bool PrepareLine(Search& search);
+  bool CanSearchLines();
+  bool GrantMore();
+  void PassTo(const Byte* place);
+
+  const Byte* NextPlace(const Search& search, bool& isSpent);
+  const Byte* PlaceByLeadingBytes(const Search& search);
+  const Byte* PlaceByRequired(const Search& search, bool& isSpent);
+  const Byte* NextRequired(const Search& search, const Byte* place);
+  ByteKind KindBefore(const Search& search, const Byte* place) const;
+  ByteKind KindAt(const Search& search, const Byte* place) const;
+  BackwardAutomaton& Backward();
+
+  const LocatorProgram& program_;
+  const PositionGraph& graph_;
+  SearchCredit credit_;
+  std::optional<ForwardAutomaton> forward_;  // these are made when they are first needed
+  std::optional<BackwardAutomaton> backward_;
+  std::unique_ptr<LineSearch> line_;
+  bool linesAreTooCostly_ = false;
+
+  // Of the text.
+  std::int64_t unitsLeft_ = 0;
+  const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at
+  // The required string that was found last, the place from which it was looked for, and the first place
+  // of its line, or that place.
+  const Byte* required_ = nullptr;
+  const Byte* requiredFrom_ = nullptr;
+  const Byte* requiredLine_ = nullptr;
 };
 
 }  // namespace trovex

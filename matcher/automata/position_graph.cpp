@@ -1,19 +1,23 @@
+// Making the graph, in two steps. First the tree is written out as a net of states: each leaf leads
+// from one state to another with a byte, and links lead on without one, some under the condition of an
+// anchor. Then, from the state behind each position, all states that can be reached without a byte
+// are found, with the pairs of neighbours between which they can: what grows only, until nothing
+// changes any more, so that links may go round in any way, with anchors or without.
+//
+//   (a|^b)*c   0 -a-> 1    2 -^-> 3 -b-> 4    in: 5 -> 0, 2, 6   1 -> 5   4 -> 5   6 -c-> 7
+
 #include "matcher/automata/position_graph.h"
 
-#include "matcher/limits.h"
-#include "matcher/pattern/pattern_syntax.h"
-#include "matcher/pattern/stream_analysis.h"
-#include "text/case_helpers.h"
-
 #include <algorithm>
-#include <map>
+#include <unordered_set>
+#include <utility>
 
 namespace trovex {
 
 namespace {
 
 constexpr int kNewline = '\n';
-constexpr std::uint32_t kNoPosition = UINT32_MAX;
+constexpr std::uint32_t kNone = UINT32_MAX;
 
 /// The pairs of neighbours that `allows` accepts.
 template <typename Condition>
@@ -38,30 +42,31 @@ constexpr Neighbours kNoLetterBefore =
 constexpr Neighbours kNoLetterBehind =
     NeighboursWhere([](ByteKind, ByteKind behind) { return !IsLetter(behind); });
 
-/// What an anchor demands.
-constexpr Neighbours AnchorNeighbours(Token anchor) {
+/// What an anchor demands. A text is searched as its lines.
+constexpr Neighbours AnchorNeighbours(Anchor anchor) {
   switch (anchor) {
-    case TokLineStart:
+    case Anchor::kLineStart:
+    case Anchor::kTextStart:
       return NeighboursWhere(
           [](ByteKind before, ByteKind) { return before == ByteKind::kNewline; });
-    case TokLineEnd:
+    case Anchor::kLineEnd:
+    case Anchor::kTextEnd:
       return NeighboursWhere(
           [](ByteKind, ByteKind behind) { return behind == ByteKind::kNewline; });
-    case TokWordStart:
+    case Anchor::kWordStart:
       return NeighboursWhere(
           [](ByteKind before, ByteKind behind) { return !IsLetter(before) && IsLetter(behind); });
-    case TokWordEnd:
+    case Anchor::kWordEnd:
       return NeighboursWhere(
           [](ByteKind before, ByteKind behind) { return IsLetter(before) && !IsLetter(behind); });
-    case TokWordEdge:
+    case Anchor::kWordEdge:
       return NeighboursWhere(
           [](ByteKind before, ByteKind behind) { return IsLetter(before) != IsLetter(behind); });
-    case TokNotWordEdge:
+    case Anchor::kNotWordEdge:
       return NeighboursWhere(
           [](ByteKind before, ByteKind behind) { return IsLetter(before) == IsLetter(behind); });
-    default:
-      return kAnyNeighbours;
   }
+  return kAnyNeighbours;
 }
 
 /// Whether `neighbours` asks if the byte on one side is a letter: whether some pair with a letter and the
@@ -78,115 +83,306 @@ bool TellsLettersApart(Neighbours neighbours) {
   return false;
 }
 
-class GraphMaker {
+/// The states and links that a tree is written out as.
+class StateNet {
  public:
-  GraphMaker(const TokenStream& stream, const GraphOptions& options)
-      : stream_(stream), options_(options), analysis_(stream.tokens, budget_) {}
+  struct Link {
+    std::uint32_t to;
+    Neighbours neighbours;
+    std::uint32_t nextLink;
+  };
+  struct State {
+    std::uint32_t firstLink = kNone;
+    std::uint32_t position = kNone;  // the position that leads on from here
+  };
+  struct Piece {
+    std::uint32_t in;
+    std::uint32_t out;
+  };
 
-  std::unique_ptr<PositionGraph> Make();
+  StateNet(const SyntaxTree& tree, const GraphOptions& options) : tree_(tree), options_(options) {
+    for (std::size_t c = 0; c < tree.translate.size(); ++c)
+      sources_[tree.translate[c]].set(c);
+    for (CharSet& bytes : sources_)
+      bytes.reset(kNewline);
+    for (const CharSet& set : tree.sets)
+      sets_.push_back(BeforeTranslation(set));
+  }
+
+  /// Writes the tree out. Returns false where that takes too many states or positions.
+  bool Write() {
+    whole_ = Write(tree_.Root());
+    return !isTooLarge_;
+  }
+
+  const Piece& Whole() const { return whole_; }
+  const State& At(std::uint32_t state) const { return states_[state]; }
+  const Link& LinkAt(std::uint32_t link) const { return links_[link]; }
+  std::size_t Size() const { return states_.size(); }
+
+  std::vector<CharSet>& Bytes() { return bytes_; }
+  /// The state behind each position.
+  const std::vector<std::uint32_t>& Behind() const { return behind_; }
 
  private:
-  void NumberPositions();
-  bool AddNode(std::uint32_t node, const IndexList& follows);
+  /// Recurses as deep as the pattern is nested, which is limited before.
+  Piece Write(int index) {
+    const SyntaxNode& node = tree_.Node(index);
+    switch (node.kind) {
+      case SyntaxKind::kByte:
+        return WriteLeaf(sources_[static_cast<std::size_t>(node.value)]);
+      case SyntaxKind::kSet:
+        return WriteLeaf(sets_[static_cast<std::size_t>(node.value)]);
+      case SyntaxKind::kAnchor:
+        return WriteAnchor(static_cast<Anchor>(node.value));
+      case SyntaxKind::kGroup:
+        return Write(node.firstChild);
+      case SyntaxKind::kConcat:
+        return WriteConcat(node);
+      case SyntaxKind::kAlternate:
+        return WriteAlternate(node);
+      case SyntaxKind::kRepeat:
+        return WriteRepeat(node);
+      case SyntaxKind::kEmpty:
+      case SyntaxKind::kBackReference:
+        break;
+    }
+    const std::uint32_t state = NewState();
+    return {state, state};
+  }
+
+  Piece WriteLeaf(const CharSet& bytes) {
+    const Piece piece = {NewState(), NewState()};
+    states_[piece.in].position = static_cast<std::uint32_t>(bytes_.size());
+    bytes_.push_back(bytes);
+    behind_.push_back(piece.out);
+    if (bytes_.size() > options_.mostPositions) isTooLarge_ = true;
+    return piece;
+  }
+
+  Piece WriteAnchor(Anchor anchor) {
+    const Piece piece = {NewState(), NewState()};
+    AddLink(piece.in, piece.out, AnchorNeighbours(anchor));
+    return piece;
+  }
+
+  Piece WriteConcat(const SyntaxNode& node) {
+    Piece whole = Write(node.firstChild);
+    for (int child = tree_.Node(node.firstChild).nextSibling; child != kNoNode && !isTooLarge_;
+         child = tree_.Node(child).nextSibling) {
+      const Piece piece = Write(child);
+      AddLink(whole.out, piece.in);
+      whole.out = piece.out;
+    }
+    return whole;
+  }
+
+  Piece WriteAlternate(const SyntaxNode& node) {
+    const Piece whole = {NewState(), NewState()};
+    for (int child = node.firstChild; child != kNoNode && !isTooLarge_;
+         child = tree_.Node(child).nextSibling) {
+      const Piece piece = Write(child);
+      AddLink(whole.in, piece.in);
+      AddLink(piece.out, whole.out);
+    }
+    return whole;
+  }
+
+  /// Writes the body as often as it must match, the last time round and round if there is no upper
+  /// bound; then as often as it may, each time with a way past the rest.
+  Piece WriteRepeat(const SyntaxNode& node) {
+    Piece whole = {NewState(), NewState()};
+    std::uint32_t last = whole.in;
+    const auto append = [&] {
+      const Piece piece = Write(node.firstChild);
+      AddLink(last, piece.in);
+      last = piece.out;
+      return piece;
+    };
+    for (int copy = 1; copy < node.min && !isTooLarge_; ++copy)
+      append();
+    if (node.max == kUnbounded) {
+      if (node.min == 0) AddLink(last, whole.out);
+      const Piece loop = append();
+      AddLink(loop.out, loop.in);
+    } else {
+      if (node.min > 0) append();
+      for (int copy = node.min; copy < node.max && !isTooLarge_; ++copy) {
+        AddLink(last, whole.out);
+        append();
+      }
+    }
+    AddLink(last, whole.out);
+    return whole;
+  }
+
+  std::uint32_t NewState() {
+    constexpr std::size_t kStatesPerPosition = 8;
+    if (states_.size() > kStatesPerPosition * options_.mostPositions) isTooLarge_ = true;
+    states_.emplace_back();
+    return static_cast<std::uint32_t>(states_.size() - 1);
+  }
+
+  void AddLink(std::uint32_t from, std::uint32_t to, Neighbours neighbours = kAnyNeighbours) {
+    links_.push_back({to, neighbours, states_[from].firstLink});
+    states_[from].firstLink = static_cast<std::uint32_t>(links_.size() - 1);
+  }
+
+  /// The bytes of the text that are compared as one of `translated`.
+  CharSet BeforeTranslation(const CharSet& translated) const {
+    CharSet bytes;
+    for (std::size_t c = 0; c < bytes.size(); ++c) {
+      if (translated[c]) bytes |= sources_[c];
+    }
+    return bytes;
+  }
+
+  const SyntaxTree& tree_;
+  const GraphOptions& options_;
+  std::array<CharSet, 256> sources_;  // the bytes of the text that are compared as each byte
+  std::vector<CharSet> sets_;
+  std::vector<State> states_;
+  std::vector<Link> links_;
+  std::vector<CharSet> bytes_;  // by position
+  std::vector<std::uint32_t> behind_;
+  Piece whole_{};
+  bool isTooLarge_ = false;
+};
+
+class GraphMaker {
+ public:
+  GraphMaker(const SyntaxTree& tree, const GraphOptions& options)
+      : net_(tree, options), options_(options) {}
+
+  std::unique_ptr<const PositionGraph> Make();
+
+ private:
+  bool AddNode(std::uint32_t state);
+  void Reach(std::uint32_t state, Neighbours neighbours);
   void DemandWords();
+  void AddPrevious();
+  bool AsksForLetters() const;
   void ClassifyKinds();
   void ClassifyBytes();
   void SplitOff(std::size_t byte);
   void SplitClasses(const CharSet& set);
-  bool AsksForLetters() const;
 
-  const TokenStream& stream_;
+  StateNet net_;
   const GraphOptions& options_;
-  CompileBudget budget_{kMaxLineFilterSteps, kMaxLineFilterBytes};
-  const StreamAnalysis analysis_;
   std::unique_ptr<PositionGraph> graph_ = std::make_unique<PositionGraph>();
-  std::vector<std::uint32_t> positionOf_;  // per token
+
+  // What was reached from the node that is being added.
+  std::vector<Neighbours> reached_;  // by state
+  std::vector<std::uint32_t> touched_;
+  std::vector<std::uint32_t> waiting_;
+  std::vector<PositionEdge> edges_;
+  std::size_t steps_ = 0;
+
   std::array<int, 256> classSize_{};
-  int classes_ = 0;
 };
 
-std::unique_ptr<PositionGraph> GraphMaker::Make() {
-  NumberPositions();
+std::unique_ptr<const PositionGraph> GraphMaker::Make() {
+  if (!net_.Write()) return nullptr;
   PositionGraph& graph = *graph_;
-  graph.next.resize(graph.size + 1);
-  graph.ends.resize(graph.size + 1);
-  for (std::size_t index = 0; index < positionOf_.size(); ++index) {
-    const std::uint32_t position = positionOf_[index];
-    if (position != kNoPosition && !AddNode(position, analysis_.Follows(index))) return nullptr;
+  graph.bytes = std::move(net_.Bytes());
+  graph.size = static_cast<std::uint32_t>(graph.bytes.size());
+  reached_.resize(net_.Size(), 0);
+  for (const std::uint32_t state : net_.Behind()) {
+    if (!AddNode(state)) return nullptr;
   }
-  if (!AddNode(graph.Start(), analysis_.First())) return nullptr;
-  if (options_.words) {
-    // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
-    if (graph.ends[graph.Start()] != 0) return nullptr;
-    DemandWords();
-  }
+  if (!AddNode(net_.Whole().in)) return nullptr;
+  graph.canBeEmpty = graph.ends[graph.Start()] != 0;
+  if (options_.words) DemandWords();
+  AddPrevious();
   ClassifyKinds();
   ClassifyBytes();
   return std::move(graph_);
 }
 
-void GraphMaker::NumberPositions() {
-  PositionGraph& graph = *graph_;
-  positionOf_.assign(stream_.tokens.size(), kNoPosition);
-  for (std::size_t index = 0; index < stream_.tokens.size(); ++index) {
-    const Token token = stream_.tokens[index];
-    if (!IsByteToken(token) && !IsSetToken(token)) continue;
-    positionOf_[index] = graph.size++;
-    CharSet bytes = IsByteToken(token)
-                        ? CharSet().set(static_cast<std::size_t>(token))
-                        : stream_.sets[static_cast<std::size_t>(token - TokFirstSet)];
-    graph.bytes.push_back(bytes.reset(kNewline));
-  }
-}
-
-/// Adds the edges of `node`, from which `follows` can be reached: each anchor gives way to what
-/// follows it, under its condition. Anchors stand in no repetition, so what follows one has a greater
-/// index, and going through them in ascending order meets every way.
-bool GraphMaker::AddNode(std::uint32_t node, const IndexList& follows) {
-  std::map<std::uint32_t, Neighbours> anchors;
-  std::map<std::uint32_t, Neighbours> reached;
-  std::vector<PositionEdge>& edges = graph_->next[node];
-  const auto add = [&](const IndexList& indices, Neighbours neighbours, bool direct) {
-    for (const std::uint32_t index : indices) {
-      const Token token = stream_.tokens[index];
-      if (IsAnchorToken(token)) {
-        anchors[index] |= neighbours;
-      } else if (token < 0) {
-        graph_->ends[node] |= neighbours;
-      } else if (direct) {
-        edges.push_back({positionOf_[index], neighbours});
-      } else {
-        reached[positionOf_[index]] |= neighbours;
-      }
+/// Adds the edges of the next node, behind which `state` stands.
+bool GraphMaker::AddNode(std::uint32_t state) {
+  Neighbours ends = 0;
+  edges_.clear();
+  Reach(state, kAnyNeighbours);
+  while (!waiting_.empty()) {
+    const std::uint32_t from = waiting_.back();
+    waiting_.pop_back();
+    for (std::uint32_t i = net_.At(from).firstLink; i != kNone; i = net_.LinkAt(i).nextLink) {
+      const StateNet::Link& link = net_.LinkAt(i);
+      Reach(link.to, static_cast<Neighbours>(reached_[from] & link.neighbours));
+      ++steps_;
     }
-  };
-  add(follows, kAnyNeighbours, true);
-  while (!anchors.empty()) {
-    const auto [index, neighbours] = *anchors.begin();
-    anchors.erase(anchors.begin());
-    const auto left = static_cast<Neighbours>(neighbours & AnchorNeighbours(stream_.tokens[index]));
-    if (left != 0) add(analysis_.Follows(index), left, false);
   }
-  for (PositionEdge& edge : edges)
-    reached.erase(edge.position);  // taken between any neighbours as it is
-  for (const auto& [position, neighbours] : reached)
-    edges.push_back({position, neighbours});
-  std::sort(edges.begin(), edges.end(),
+  for (const std::uint32_t reached : touched_) {
+    const Neighbours neighbours = std::exchange(reached_[reached], Neighbours{0});
+    const std::uint32_t position = net_.At(reached).position;
+    if (position != kNone) edges_.push_back({position, neighbours});
+    if (reached == net_.Whole().out) ends |= neighbours;
+  }
+  touched_.clear();
+  std::sort(edges_.begin(), edges_.end(),
             [](const PositionEdge& a, const PositionEdge& b) { return a.position < b.position; });
-  graph_->edgeCount += edges.size();
-  return graph_->edgeCount <= kMaxLocatorEdges;
+  for (const PositionEdge& edge : edges_)
+    graph_->next.Add(edge);
+  graph_->next.EndList();
+  graph_->ends.push_back(ends);
+  constexpr std::size_t kStepsPerEdge = 16;
+  return graph_->next.EdgeCount() <= options_.mostEdges &&
+         steps_ <= kStepsPerEdge * options_.mostEdges;
 }
 
+/// Notes that `state` is reached between `neighbours` too.
+void GraphMaker::Reach(std::uint32_t state, Neighbours neighbours) {
+  const auto all = static_cast<Neighbours>(reached_[state] | neighbours);
+  if (all == reached_[state]) return;
+  if (reached_[state] == 0) touched_.push_back(state);
+  reached_[state] = all;
+  waiting_.push_back(state);
+}
+
+/// The start is the latest node.
 void GraphMaker::DemandWords() {
-  for (PositionEdge& edge : graph_->next[graph_->Start()])
+  for (PositionEdge& edge : graph_->next.Latest())
     edge.neighbours &= kNoLetterBefore;
   for (Neighbours& end : graph_->ends)
     end &= kNoLetterBehind;
+  graph_->ends[graph_->Start()] &= kNoLetterBefore;
+}
+
+void GraphMaker::AddPrevious() {
+  PositionGraph& graph = *graph_;
+  graph.starts.assign(graph.size + 1, 0);
+  for (const PositionEdge& edge : graph.next[graph.Start()])
+    graph.starts[edge.position] = edge.neighbours;
+  graph.starts[graph.End()] = graph.ends[graph.Start()];
+
+  std::vector<std::uint32_t> place(graph.size + 1, 0);  // where the next edge into each is put
+  for (std::uint32_t node = 0; node < graph.size; ++node) {
+    for (const PositionEdge& edge : graph.next[node])
+      ++place[edge.position + 1];
+  }
+  for (std::size_t i = 1; i < place.size(); ++i)
+    place[i] += place[i - 1];
+  std::vector<PositionEdge> into(place.back());
+  std::vector<std::uint32_t> end = place;
+  for (std::uint32_t node = 0; node < graph.size; ++node) {
+    for (const PositionEdge& edge : graph.next[node])
+      into[end[edge.position]++] = {node, edge.neighbours};
+  }
+  for (std::uint32_t position = 0; position < graph.size; ++position) {
+    for (std::uint32_t i = place[position]; i < place[position + 1]; ++i)
+      graph.previous.Add(into[i]);
+    graph.previous.EndList();
+  }
+  for (std::uint32_t node = 0; node < graph.size; ++node) {
+    if (graph.ends[node] != 0) graph.previous.Add({node, graph.ends[node]});
+  }
+  graph.previous.EndList();
 }
 
 /// Whether some edge asks whether a neighbour is a letter.
 bool GraphMaker::AsksForLetters() const {
-  for (std::size_t node = 0; node < graph_->next.size(); ++node) {
+  for (std::size_t node = 0; node < graph_->ends.size(); ++node) {
     for (const PositionEdge& edge : graph_->next[node]) {
       if (TellsLettersApart(edge.neighbours)) return true;
     }
@@ -200,28 +396,26 @@ void GraphMaker::ClassifyKinds() {
   graph_->kindOf[kNewline] = ByteKind::kNewline;
   if (!AsksForLetters()) return;
   for (std::size_t c = 0; c < graph_->kindOf.size(); ++c) {
-    const int compared =
-        options_.translate != nullptr ? (*options_.translate)[c] : static_cast<int>(c);
-    const bool letter =
-        options_.words ? IsWordConstituent(static_cast<int>(c)) : IsEngineWordByte(compared);
-    if (letter) graph_->kindOf[c] = ByteKind::kLetter;
+    if (options_.wordBytes[c]) graph_->kindOf[c] = ByteKind::kLetter;
   }
 }
 
 void GraphMaker::ClassifyBytes() {
-  graph_->classOf.fill(0);
-  classSize_[0] = static_cast<int>(graph_->classOf.size());
-  classes_ = 1;
+  PositionGraph& graph = *graph_;
+  graph.classOf.fill(0);
+  classSize_[0] = static_cast<int>(graph.classOf.size());
+  graph.classes = 1;
   SplitOff(kNewline);
   CharSet letters;
   for (std::size_t c = 0; c < letters.size(); ++c)
-    letters.set(c, graph_->kindOf[c] == ByteKind::kLetter);
+    letters.set(c, graph.kindOf[c] == ByteKind::kLetter);
   SplitClasses(letters);
-  for (const Token token : stream_.tokens) {
-    if (IsByteToken(token)) SplitOff(static_cast<std::size_t>(token));
+  std::unordered_set<CharSet> seen;
+  for (const CharSet& bytes : graph.bytes) {
+    if (seen.insert(bytes).second) SplitClasses(bytes);
   }
-  for (const CharSet& set : stream_.sets)
-    SplitClasses(set);
+  for (std::size_t c = graph.classOf.size(); c-- > 0;)
+    graph.byteOfClass[graph.classOf[c]] = static_cast<unsigned char>(c);
 }
 
 /// Gives `byte` a class of its own.
@@ -229,7 +423,7 @@ void GraphMaker::SplitOff(std::size_t byte) {
   std::uint8_t& c = graph_->classOf[byte];
   if (classSize_[c] == 1) return;
   --classSize_[c];
-  c = static_cast<std::uint8_t>(classes_++);
+  c = static_cast<std::uint8_t>(graph_->classes++);
   classSize_[c] = 1;
 }
 
@@ -245,7 +439,7 @@ void GraphMaker::SplitClasses(const CharSet& set) {
   forEachByte([&](std::size_t c) {
     std::uint8_t& number = graph_->classOf[c];
     if (inside[number] == classSize_[number]) return;
-    if (splitTo[number] == 0) splitTo[number] = classes_++;
+    if (splitTo[number] == 0) splitTo[number] = graph_->classes++;
     number = static_cast<std::uint8_t>(splitTo[number]);
   });
   for (std::size_t old = 0; old < splitTo.size(); ++old) {
@@ -255,105 +449,26 @@ void GraphMaker::SplitClasses(const CharSet& set) {
   }
 }
 
-// Leading bytes.
-
-/// One way to begin, as far as it was followed, and the nodes that it has come to.
-struct Way {
-  LeadingBytes bytes;
-  std::vector<std::uint32_t> nodes;
-};
-
-bool CanEnd(const PositionGraph& graph, const Way& way) {
-  return std::any_of(way.nodes.begin(), way.nodes.end(),
-                     [&](std::uint32_t node) { return graph.ends[node] != 0; });
-}
-
-/// The positions behind `way`, those with the lowest bytes first.
-std::vector<std::uint32_t> PositionsBehind(const PositionGraph& graph, const Way& way) {
-  std::vector<std::uint32_t> behind;
-  for (const std::uint32_t node : way.nodes) {
-    for (const PositionEdge& edge : graph.next[node])
-      behind.push_back(edge.position);
-  }
-  std::sort(behind.begin(), behind.end());
-  behind.erase(std::unique(behind.begin(), behind.end()), behind.end());
-  std::stable_sort(behind.begin(), behind.end(), [&](std::uint32_t a, std::uint32_t b) {
-    return graph.bytes[a]._Find_first() < graph.bytes[b]._Find_first();
-  });
-  return behind;
-}
-
-/// Adds `way` with one more offset, at which `positions` are reached, to `ways`; where it looks like one
-/// that is there, both become one.
-void AddWay(const PositionGraph& graph, const Way& way, const std::vector<std::uint32_t>& positions,
-            std::vector<Way>& ways) {
-  CharSet bytes;
-  for (const std::uint32_t position : positions)
-    bytes |= graph.bytes[position];
-  Way longer = {way.bytes, positions};
-  longer.bytes.push_back(bytes);
-  const auto same = std::find_if(ways.begin(), ways.end(),
-                                 [&](const Way& other) { return other.bytes == longer.bytes; });
-  if (same == ways.end()) {
-    ways.push_back(std::move(longer));
-  } else {
-    same->nodes.insert(same->nodes.end(), positions.begin(), positions.end());
-  }
-}
-
-/// All `ways` with one more offset. Each splits into one for every position behind it, or, if these were
-/// too many, into as many as it has a share in `mostWays`.
-std::vector<Way> Lengthened(const PositionGraph& graph, const std::vector<Way>& ways,
-                            std::size_t mostWays) {
-  std::vector<std::vector<std::uint32_t>> behind;
-  std::size_t count = 0;
-  for (const Way& way : ways) {
-    behind.push_back(PositionsBehind(graph, way));
-    count += behind.back().size();
-  }
-  std::vector<Way> longer;
-  for (std::size_t i = 0; i < ways.size(); ++i) {
-    const std::size_t parts = count <= mostWays ? behind[i].size() : mostWays / ways.size();
-    const std::size_t size = parts == 0 ? 1 : (behind[i].size() + parts - 1) / parts;
-    for (auto part = behind[i].begin(); part != behind[i].end();) {
-      const auto left = static_cast<std::size_t>(behind[i].end() - part);
-      const auto end = part + static_cast<std::ptrdiff_t>(std::min(size, left));
-      AddWay(graph, ways[i], {part, end}, longer);
-      part = end;
-    }
-  }
-  return longer;
-}
-
 }  // namespace
 
-std::unique_ptr<PositionGraph> MakePositionGraph(const TokenStream& stream,
-                                                 const GraphOptions& options) {
-  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
-  if (options.words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
-  try {
-    return GraphMaker(stream, options).Make();
-  } catch (const BudgetExhausted&) {
-    return nullptr;
-  }
+std::unique_ptr<const PositionGraph> MakePositionGraph(const SyntaxTree& tree,
+                                                       const GraphOptions& options) {
+  return GraphMaker(tree, options).Make();
 }
 
-std::vector<LeadingBytes> LeadingWays(const PositionGraph& graph, std::size_t mostWays,
-                                      std::size_t mostOffsets) {
-  const auto isLast = [&](const Way& way) {
-    constexpr std::size_t kWidest = 256;  // more positions abreast tell nothing
-    return way.nodes.size() > kWidest || CanEnd(graph, way);
-  };
-  std::vector<Way> ways = {{{}, {graph.Start()}}};
-  for (std::size_t offset = 0; offset < mostOffsets; ++offset) {
-    if (std::any_of(ways.begin(), ways.end(), isLast)) break;
-    ways = Lengthened(graph, ways, mostWays);
+bool IsOneString(const PositionGraph& graph) {
+  if (graph.size == 0) return false;
+  const std::uint32_t last = graph.size - 1;
+  for (std::uint32_t node = 0; node <= graph.size; ++node) {
+    const auto next = graph.next[node];
+    if ((graph.ends[node] != 0) != (node == last)) return false;
+    if (node == last ? !next.empty() : next.size() != 1) return false;
+    if (node == last) continue;
+    const bool isStart = node == graph.Start();
+    if (next[0].position != (isStart ? 0 : node + 1)) return false;
+    if (!isStart && next[0].neighbours != kAnyNeighbours) return false;
   }
-  std::vector<LeadingBytes> leading;
-  leading.reserve(ways.size());
-  for (Way& way : ways)
-    leading.push_back(std::move(way.bytes));
-  return leading;
+  return true;
 }
 
 }  // namespace trovex

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <numeric>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -527,11 +526,7 @@ class PatternParser {
 
 SyntaxTree ParsePattern(const char* pattern, std::size_t length, const ByteMap* translate) {
   SyntaxTree tree;
-  if (translate != nullptr) {
-    tree.translate = *translate;
-  } else {
-    std::iota(tree.translate.begin(), tree.translate.end(), static_cast<unsigned char>(0));
-  }
+  if (translate != nullptr) tree.translate = *translate;
   PatternParser(pattern, length, tree).Parse();
   return tree;
 }

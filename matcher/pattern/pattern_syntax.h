@@ -80,8 +80,8 @@ struct SyntaxTree {
   /// The greatest number of repetition operators in a row that have no operand. The engine skips
   /// them; a reader that gives them an empty operand stacks them.
   int skippedOperators = 0;
-  /// Bytes of the text are compared as this table says; the identity where there is none.
-  ByteMap translate{};
+  /// Bytes of the text are compared as this table says.
+  ByteMap translate = kSameBytes;
 
   int Root() const { return static_cast<int>(nodes.size()) - 1; }
   const SyntaxNode& Node(int index) const { return nodes[static_cast<std::size_t>(index)]; }

@@ -3,7 +3,8 @@
 #   install        builds the library alone and installs it under FOLDER/prefix
 #   find_package   a CMake project finds it, builds and runs with it
 #   pkg_config     a plain compiler call finds it by pkg-config, and the program runs
-#   headers_alone  every public header compiles by itself
+#   readme         the example of README.md builds with pkg-config's help, without warnings, and runs
+#   headers_alone  every public header compiles by itself, the one for C as C
 #
 # The prefix is none that the library was configured for: an installed tree may be moved.
 #
@@ -12,7 +13,7 @@
 set(PREFIX ${FOLDER}/prefix)
 set(CONSUMER ${SOURCE_FOLDER}/tests/host/consumer)
 set(STRICT -std=c++17 -Wall -Wextra -Wpedantic -Wconversion -Werror)
-set(EXPECTED_OUTPUT "4..8\n")
+set(STRICT_C -x c -std=c11 -Wall -Wextra -Wpedantic -Wconversion -Werror)
 
 # Runs a command, which must succeed; its output is in OUTPUT.
 function(run)
@@ -25,11 +26,25 @@ function(run)
   set(OUTPUT "${output}" PARENT_SCOPE)
 endfunction()
 
-function(expect_right_answer program)
+function(expect_answer program answer)
   run(${ARGN} ${program})
-  if(NOT OUTPUT STREQUAL EXPECTED_OUTPUT)
-    message(FATAL_ERROR "${program} printed \"${OUTPUT}\", not \"${EXPECTED_OUTPUT}\"")
+  if(NOT OUTPUT STREQUAL answer)
+    message(FATAL_ERROR "${program} printed \"${OUTPUT}\", not \"${answer}\"")
   endif()
+endfunction()
+
+# Builds a program as a plain compiler call that asks pkg-config, and runs it.
+function(expect_answer_with_pkg_config source program answer)
+  find_program(PKG_CONFIG pkg-config)
+  if(NOT PKG_CONFIG)
+    message("SKIPPED: no pkg-config on this machine")
+    return()
+  endif()
+  run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${PREFIX}/lib/pkgconfig
+    ${PKG_CONFIG} --cflags --libs trovex)
+  separate_arguments(flags UNIX_COMMAND "${OUTPUT}")
+  run(${COMPILER} ${STRICT} ${source} ${flags} -o ${program})
+  expect_answer(${program} "${answer}" ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${PREFIX}/lib)
 endfunction()
 
 function(install_library)
@@ -43,7 +58,8 @@ function(install_library)
     -D TROVEX_BUILD_CLI=OFF)
   run(${CMAKE_COMMAND} --build ${FOLDER}/library)
   run(${CMAKE_COMMAND} --install ${FOLDER}/library --prefix ${PREFIX})
-  foreach(file IN ITEMS include/trovex/trovex.h lib/libtrovex.so lib/libtrovex.so.1
+  foreach(file IN ITEMS include/trovex/trovex.h include/trovex/query.h
+      include/trovex/query_c.h lib/libtrovex.so lib/libtrovex.so.1
       lib/pkgconfig/trovex.pc lib/cmake/Trovex/TrovexConfig.cmake)
     if(NOT EXISTS ${PREFIX}/${file})
       message(FATAL_ERROR "${file} was not installed")
@@ -56,33 +72,37 @@ function(use_find_package)
     -D CMAKE_CXX_COMPILER=${COMPILER}
     -D CMAKE_PREFIX_PATH=${PREFIX})
   run(${CMAKE_COMMAND} --build ${FOLDER}/consumer)
-  expect_right_answer(${FOLDER}/consumer/consumer)
+  expect_answer(${FOLDER}/consumer/consumer "4..8\n")
 endfunction()
 
 function(use_pkg_config)
-  find_program(PKG_CONFIG pkg-config)
-  if(NOT PKG_CONFIG)
-    message("SKIPPED: no pkg-config on this machine")
-    return()
-  endif()
-  run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${PREFIX}/lib/pkgconfig
-    ${PKG_CONFIG} --cflags --libs trovex)
-  separate_arguments(flags UNIX_COMMAND "${OUTPUT}")
-  run(${COMPILER} ${STRICT} ${CONSUMER}/main.cpp ${flags} -o ${FOLDER}/with_pkg_config)
-  expect_right_answer(${FOLDER}/with_pkg_config
-    ${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${PREFIX}/lib)
+  expect_answer_with_pkg_config(${CONSUMER}/main.cpp ${FOLDER}/with_pkg_config "4..8\n")
+endfunction()
+
+# The example is the first block of C++ in the page.
+function(use_readme)
+  file(READ ${SOURCE_FOLDER}/README.md page)
+  string(FIND "${page}" "```cpp\n" begin)
+  math(EXPR begin "${begin} + 7")
+  string(SUBSTRING "${page}" ${begin} -1 page)
+  string(FIND "${page}" "```" end)
+  string(SUBSTRING "${page}" 0 ${end} example)
+  file(WRITE ${FOLDER}/readme.cpp "${example}")
+  expect_answer_with_pkg_config(${FOLDER}/readme.cpp ${FOLDER}/readme "4 to 8\n12 to 15\n")
 endfunction()
 
 function(compile_headers_alone)
   file(GLOB headers RELATIVE ${PREFIX}/include ${PREFIX}/include/trovex/*.h)
   list(LENGTH headers count)
-  if(count LESS 6)
+  if(count LESS 8)
     message(FATAL_ERROR "only ${count} headers were installed")
   endif()
   foreach(header IN LISTS headers)
     file(WRITE ${FOLDER}/header_alone.cpp "#include <${header}>\n#include <${header}>\n")
     run(${COMPILER} ${STRICT} -fsyntax-only -I ${PREFIX}/include ${FOLDER}/header_alone.cpp)
   endforeach()
+  file(WRITE ${FOLDER}/header_alone.c "#include <trovex/query_c.h>\n#include <trovex/query_c.h>\n")
+  run(${COMPILER} ${STRICT_C} -fsyntax-only -I ${PREFIX}/include ${FOLDER}/header_alone.c)
 endfunction()
 
 if(STEP STREQUAL "install")
@@ -91,6 +111,8 @@ elseif(STEP STREQUAL "find_package")
   use_find_package()
 elseif(STEP STREQUAL "pkg_config")
   use_pkg_config()
+elseif(STEP STREQUAL "readme")
+  use_readme()
 elseif(STEP STREQUAL "headers_alone")
   compile_headers_alone()
 else()

@@ -1,0 +1,58 @@
+// One pattern, compiled: what a search for it reads, and never writes.
+//
+// The pattern comes as a tree and means what the tree says, nothing else: the leftmost match counts, and
+// of those the longest; anchors and conditions on words mean the same wherever they stand. A text is
+// searched line by line: no match holds a line feed, and "the start of the text" and "the end of the
+// text" are those of the line.
+
+#ifndef TROVEX_MATCHER_PATTERN_PROGRAM_H
+#define TROVEX_MATCHER_PATTERN_PROGRAM_H
+
+#include "matcher/automata/match_locator.h"
+#include "matcher/groups/group_finder.h"
+#include "matcher/pattern/pattern_syntax.h"
+#include "resources/string_table.h"
+#include "text/char_set.h"
+
+#include <memory>
+#include <optional>
+#include <variant>
+
+namespace trovex {
+
+struct ProgramOptions {
+  /// A match counts only where the bytes before and behind it belong to no word; an empty one, too.
+  bool wholeWords = false;
+  /// The bytes that words are made of, for this and for the anchors.
+  CharSet wordBytes;
+};
+
+class PatternProgram {
+ public:
+  /// What was compiled, or the number of a fault: `kExpressionTooLong` or `kMemoryOverflow` where the
+  /// pattern is too large. Throws nothing but std::bad_alloc.
+  static std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> Compile(
+      SyntaxTree tree, const ProgramOptions& options);
+
+  /// The highest number of a group.
+  int GroupCount() const { return tree_.groupCount; }
+
+  const SyntaxTree& Tree() const { return tree_; }
+  const ProgramOptions& Options() const { return options_; }
+  /// Null where the pattern has back-references, which automata cannot decide.
+  const LocatorProgram* Locator() const { return locator_ ? &*locator_ : nullptr; }
+  /// Null where the pattern has no groups, or back-references.
+  const GroupFinder* Groups() const { return groups_ ? &*groups_ : nullptr; }
+
+ private:
+  PatternProgram(SyntaxTree tree, const ProgramOptions& options);
+
+  const SyntaxTree tree_;
+  const ProgramOptions options_;
+  std::optional<LocatorProgram> locator_;
+  std::optional<GroupFinder> groups_;
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_PATTERN_PROGRAM_H

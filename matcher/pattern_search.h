@@ -1,0 +1,65 @@
+// The searches of one thread for one pattern: all matches of a text, one after the other.
+//
+// The matches of a text are the leftmost, of those the longest, then on from its end. An empty match counts
+// where it does not touch the match before it, and the search goes on one byte further:
+//
+//   x*     in "axxb"      empty at 0, "xx" at 1, empty at 4; not at 3, where "xx" ends
+//   ^|b$   in "ab\nb"     empty at 0, "b" at 1, "b" at 3
+//
+// A line feed ends a line; what stands behind the last one is a line if it is not empty. A text of no
+// bytes has one line, the empty one.
+
+#ifndef TROVEX_MATCHER_PATTERN_SEARCH_H
+#define TROVEX_MATCHER_PATTERN_SEARCH_H
+
+#include "matcher/automata/match_locator.h"
+#include "matcher/pattern_program.h"
+#include "matcher/search_outcome.h"
+#include "text/byte_range.h"
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace trovex {
+
+class PatternSearch {
+ public:
+  /// `program` must outlive the search.
+  explicit PatternSearch(const PatternProgram& program);
+  PatternSearch(const PatternSearch&) = delete;
+  PatternSearch& operator=(const PatternSearch&) = delete;
+
+  /// The matches that follow are those of `text`, which must stay as it is meanwhile. It is never
+  /// written, and nothing outside of it is read.
+  void Begin(TextView text);
+
+  /// The next match. With `kNotFound` there are no more, with `kGaveUp` it is not known: `GaveUpAt`
+  /// says up to where all matches were found. Both stay until the next `Begin`. Throws nothing but
+  /// std::bad_alloc.
+  SearchOutcome Next(ByteRange& match);
+
+  /// Where the groups of `match`, a match of this text, lie: groups[g - 1] is the range of group g,
+  /// nowhere if it took no part.
+  SearchOutcome Groups(const ByteRange& match, std::vector<ByteRange>& groups);
+
+  /// With `kGaveUp`: a match that was not found starts here or later.
+  std::size_t GaveUpAt() const { return place_; }
+
+ private:
+  void GoOnBehind(const ByteRange& match);
+
+  const PatternProgram& program_;
+  std::optional<MatchLocator> locator_;
+  GroupFinder::Workspace groupWork_;
+
+  TextView text_;
+  std::size_t end_ = 0;                               // of the last line
+  std::size_t place_ = 0;                             // where the search goes on
+  bool touches_ = false;                              // a match ended there
+  SearchOutcome outcome_ = SearchOutcome::kNotFound;  // once it is not `kFound` any more
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_PATTERN_SEARCH_H

@@ -1,0 +1,312 @@
+#include "query/required_strings.h"
+
+#include "text/char_set.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <unordered_map>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+/// Beyond these, strings are cut up or given up: long ones say no more, many ones say little.
+constexpr std::size_t kMostStrings = 16;
+constexpr std::size_t kLongestString = 24;
+constexpr std::size_t kMostClauses = 8;
+constexpr std::size_t kMostQueryClauses = 64;
+/// The largest set of characters that is written out as so many strings.
+constexpr std::size_t kMostOfSet = 4;
+/// At how many of 100,000 places a scan may stop and still be worth its time.
+constexpr double kMostCandidates = 500;
+
+char Folded(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Whether every string is one to look for.
+bool IsClause(const StringClause& strings) {
+  return !strings.empty() && std::none_of(strings.begin(), strings.end(),
+                                          [](const std::string& s) { return s.empty(); });
+}
+
+std::size_t ShortestOf(const StringClause& clause) {
+  std::size_t shortest = kLongestString;
+  for (const std::string& s : clause)
+    shortest = std::min(shortest, s.size());
+  return shortest;
+}
+
+/// Whether `a` says more than `b`.
+bool IsBetter(const StringClause& a, const StringClause& b) {
+  const std::size_t shortA = ShortestOf(a);
+  const std::size_t shortB = ShortestOf(b);
+  return shortA != shortB ? shortA > shortB : a.size() < b.size();
+}
+
+void MakeUnique(StringClause& strings) {
+  std::sort(strings.begin(), strings.end());
+  strings.erase(std::unique(strings.begin(), strings.end()), strings.end());
+}
+
+/// What is known of the matches of a piece of a pattern.
+struct Knowledge {
+  /// The piece matches just `strings`; else only `clauses` is known.
+  bool isExact = false;
+  StringClause strings;
+  StringClauses clauses;
+};
+
+Knowledge Exactly(StringClause strings) {
+  Knowledge result;
+  result.isExact = true;
+  result.strings = std::move(strings);
+  return result;
+}
+
+/// The best single clause of `piece`; empty when there is none.
+StringClause BestClause(const Knowledge& piece) {
+  if (piece.isExact) return IsClause(piece.strings) ? piece.strings : StringClause{};
+  const auto best = std::min_element(piece.clauses.begin(), piece.clauses.end(), IsBetter);
+  return best == piece.clauses.end() ? StringClause{} : *best;
+}
+
+/// Pieces side by side.
+class Sequence {
+ public:
+  void Append(Knowledge piece) {
+    if (!piece.isExact) {
+      Cut();
+      isExact_ = false;
+      std::move(piece.clauses.begin(), piece.clauses.end(), std::back_inserter(clauses_));
+      KeepBest();
+      return;
+    }
+    if (!AppendStrings(piece.strings)) {
+      Cut();
+      isExact_ = false;
+      strings_ = std::move(piece.strings);
+    }
+  }
+
+  Knowledge Result() {
+    if (isExact_) return Exactly(std::move(strings_));
+    Cut();
+    Knowledge result;
+    result.clauses = std::move(clauses_);
+    return result;
+  }
+
+ private:
+  /// Makes longer strings of what is at hand and `more`, unless they become too many or too long.
+  bool AppendStrings(const StringClause& more) {
+    if (strings_.size() * more.size() > kMostStrings) return false;
+    StringClause product;
+    for (const std::string& left : strings_) {
+      for (const std::string& right : more) {
+        if (left.size() + right.size() > kLongestString) return false;
+        product.push_back(left + right);
+      }
+    }
+    MakeUnique(product);
+    strings_ = std::move(product);
+    return true;
+  }
+
+  /// The strings at hand go on with something unknown.
+  void Cut() {
+    if (IsClause(strings_)) clauses_.push_back(std::move(strings_));
+    strings_ = {""};
+    KeepBest();
+  }
+
+  void KeepBest() {
+    if (clauses_.size() <= 2 * kMostClauses) return;
+    std::stable_sort(clauses_.begin(), clauses_.end(), IsBetter);
+    clauses_.resize(kMostClauses);
+  }
+
+  bool isExact_ = true;
+  StringClause strings_ = {""};
+  StringClauses clauses_;
+};
+
+class Reader {
+ public:
+  Reader(const SyntaxTree& tree, bool foldsCase) : tree_(tree), foldsCase_(foldsCase) {}
+
+  StringClauses Read() {
+    for (int i = 0; i < tree_.Root(); ++i) {
+      if (tree_.Node(i).firstChild != kNoNode) known_[i] = Of(tree_.Node(i));
+    }
+    Sequence whole;
+    whole.Append(Of(tree_.Node(tree_.Root())));
+    whole.Append(Knowledge{});
+    return whole.Result().clauses;
+  }
+
+ private:
+  Knowledge Of(const SyntaxNode& node) {
+    switch (node.kind) {
+      case SyntaxKind::kEmpty:
+      case SyntaxKind::kAnchor:
+        return Exactly({""});
+      case SyntaxKind::kByte:
+        return OfByte(static_cast<unsigned char>(node.value));
+      case SyntaxKind::kSet:
+        return OfSet(tree_.Set(node));
+      case SyntaxKind::kBackReference:
+        return {};
+      case SyntaxKind::kGroup:
+        return TakeKnown(node.firstChild);
+      case SyntaxKind::kConcat:
+        return OfSequence(node);
+      case SyntaxKind::kAlternate:
+        return OfAlternatives(node);
+      case SyntaxKind::kRepeat:
+        return OfRepetition(node);
+    }
+    return {};
+  }
+
+  /// What is known of node `index`, which is asked once. Most nodes are bytes, and nothing is kept
+  /// for these.
+  Knowledge TakeKnown(int index) {
+    const auto kept = known_.find(index);
+    if (kept == known_.end()) return Of(tree_.Node(index));
+    Knowledge result = std::move(kept->second);
+    known_.erase(kept);
+    return result;
+  }
+
+  Knowledge OfByte(unsigned char c) const {
+    if (c >= 0x80) return {};
+    return Exactly(
+        {std::string(1, foldsCase_ ? Folded(static_cast<char>(c)) : static_cast<char>(c))});
+  }
+
+  Knowledge OfSet(const CharSet& set) const {
+    if (set.none() || set.count() > 2 * kMostOfSet) return {};
+    StringClause strings;
+    for (std::size_t c = 0; c < set.size(); ++c) {
+      if (!set[c]) continue;
+      if (c >= 0x80) return {};
+      strings.push_back(OfByte(static_cast<unsigned char>(c)).strings.front());
+    }
+    MakeUnique(strings);
+    if (strings.size() > kMostOfSet) return {};
+    return Exactly(std::move(strings));
+  }
+
+  Knowledge OfSequence(const SyntaxNode& node) {
+    Sequence sequence;
+    for (int child = node.firstChild; child != kNoNode; child = tree_.Node(child).nextSibling)
+      sequence.Append(TakeKnown(child));
+    return sequence.Result();
+  }
+
+  Knowledge OfAlternatives(const SyntaxNode& node) {
+    Knowledge result;
+    result.isExact = true;
+    StringClause clause;
+    bool hasClause = true;
+    for (int child = node.firstChild; child != kNoNode; child = tree_.Node(child).nextSibling) {
+      const Knowledge piece = TakeKnown(child);
+      result.isExact = result.isExact && piece.isExact;
+      const StringClause& strings = piece.isExact ? piece.strings : BestClause(piece);
+      hasClause = hasClause && IsClause(strings);
+      clause.insert(clause.end(), strings.begin(), strings.end());
+      if (clause.size() > kMostStrings) MakeUnique(clause);
+      if (clause.size() > kMostStrings) return {};
+    }
+    MakeUnique(clause);
+    if (result.isExact)
+      result.strings = std::move(clause);
+    else if (hasClause)
+      result.clauses.push_back(std::move(clause));
+    return result;
+  }
+
+  Knowledge OfRepetition(const SyntaxNode& node) {
+    if (node.max == 0) return Exactly({""});
+    if (node.min == 0) return {};
+    const Knowledge piece = TakeKnown(node.firstChild);
+    Sequence sequence;
+    for (int round = 0; round < std::min(node.min, 4); ++round)
+      sequence.Append(piece);
+    if (node.max != node.min || node.min > 4) sequence.Append(Knowledge{});
+    return sequence.Result();
+  }
+
+  const SyntaxTree& tree_;
+  bool foldsCase_;
+  std::unordered_map<int, Knowledge> known_;
+};
+
+/// The bytes that can stand at each place of `text`.
+std::vector<CharSet> SetsOf(const std::string& text, std::size_t length, bool foldsCase) {
+  std::vector<CharSet> sets(length);
+  for (std::size_t i = 0; i < length; ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    sets[i].set(c);
+    if (foldsCase && c >= 'a' && c <= 'z') sets[i].set(c - 32U);
+  }
+  return sets;
+}
+
+}  // namespace
+
+StringClauses RequiredInMatch(const SyntaxTree& tree, bool foldsCase) {
+  if (tree.nodes.empty()) return {};
+  StringClauses clauses = Reader(tree, foldsCase).Read();
+  std::stable_sort(clauses.begin(), clauses.end(), IsBetter);
+  if (clauses.size() > kMostClauses) clauses.resize(kMostClauses);
+  return clauses;
+}
+
+std::optional<PlaceScan> ScanForClauses(const StringClauses& clauses, bool foldsCase) {
+  double best = kMostCandidates;
+  std::vector<Probes> bestProbes;
+  for (const StringClause& clause : clauses) {
+    if (clause.size() > PlaceScan::kMaxAlternatives) continue;
+    std::vector<std::vector<CharSet>> sets;
+    for (const std::string& text : clause)
+      sets.push_back(SetsOf(text, ShortestOf(clause), foldsCase));
+    std::vector<Probes> probes = ChooseProbesForAlternatives(sets);
+    double rate = 0;
+    for (const Probes& one : probes)
+      rate += ExpectedRate(one);
+    if (rate >= best) continue;
+    best = rate;
+    bestProbes = std::move(probes);
+  }
+  if (bestProbes.empty()) return std::nullopt;
+  return PlaceScan::ForAlternatives(bestProbes);
+}
+
+StringClauses AllOfClauses(std::vector<StringClauses> operands) {
+  StringClauses all;
+  for (StringClauses& clauses : operands)
+    std::move(clauses.begin(), clauses.end(), std::back_inserter(all));
+  std::sort(all.begin(), all.end());
+  all.erase(std::unique(all.begin(), all.end()), all.end());
+  std::stable_sort(all.begin(), all.end(), IsBetter);
+  if (all.size() > kMostQueryClauses) all.resize(kMostQueryClauses);
+  return all;
+}
+
+StringClauses AnyOfClauses(const std::vector<StringClauses>& operands) {
+  StringClause any;
+  for (const StringClauses& clauses : operands) {
+    const auto best = std::min_element(clauses.begin(), clauses.end(), IsBetter);
+    if (best == clauses.end()) return {};
+    any.insert(any.end(), best->begin(), best->end());
+    MakeUnique(any);
+    if (any.size() > kMostStrings) return {};
+  }
+  return {any};
+}
+
+}  // namespace trovex

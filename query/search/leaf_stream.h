@@ -1,0 +1,96 @@
+// The streams at the bottom: the matches of a pattern, and the words that sound like one.
+//
+// A leaf goes through the text block by block. Where every match holds one of a few strings of plain
+// ASCII, the bytes of the text are scanned for these first: a block without them is never opened.
+
+#ifndef TROVEX_QUERY_SEARCH_LEAF_STREAM_H
+#define TROVEX_QUERY_SEARCH_LEAF_STREAM_H
+
+#include "matcher/pattern_search.h"
+#include "matcher/scan/place_scan.h"
+#include "phonetic/sound_key.h"
+#include "query/search/item_stream.h"
+#include "query/search_plan.h"
+#include "text/byte_range.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace trovex {
+
+class LeafStream : public ItemStream {
+ public:
+  /// Every match holds a place that `scan` finds; null when nothing is known.
+  LeafStream(SearchContext& context, const PlaceScan* scan) : ItemStream(context), scan_(scan) {}
+
+  bool MayBeSatisfied() override;
+
+ private:
+  /// Begins with a text, in the code page, that begins and ends with a line.
+  virtual void BeginPiece(TextView text) = 0;
+  virtual SearchOutcome NextMatch(ByteRange& match) = 0;
+  /// Where the search of the piece gave up.
+  virtual std::size_t GaveUpAt() const = 0;
+  /// Adds the tags of the pieces of `match`, which NextMatch has just found, to `place`. False when it
+  /// gave up.
+  virtual bool AddTags(const ByteRange& /*match*/, FoundPlace& /*place*/) { return true; }
+
+  void OnBegin() override;
+  bool Next(FoundPlace& place) override;
+  bool OpenNext();
+  bool FindCandidate(std::size_t from);
+  void Describe(const ByteRange& match, FoundPlace& place);
+
+ protected:
+  /// The byte of the text at `index` of the piece.
+  std::size_t ByteOf(std::size_t index) { return block_->ByteOf(pieceBegin_ + index); }
+
+ private:
+  const PlaceScan* scan_;
+  /// The block that is being searched, or null; and where in it the piece begins.
+  OpenBlock* block_ = nullptr;
+  std::size_t pieceBegin_ = 0;
+  std::size_t nextBlock_ = 0;
+  /// The first byte from `nextBlock_` on that `scan_` has found; kNowhere when there is none.
+  std::size_t candidate_ = 0;
+  bool hasCandidate_ = false;
+  /// Where words of the block have been counted up to, and how many begin before.
+  std::size_t countedTo_ = 0;
+  std::size_t wordsBegun_ = 0;
+};
+
+class PatternStream : public LeafStream {
+ public:
+  /// `planned`, which is a pattern, must outlive the stream.
+  PatternStream(SearchContext& context, const PlannedStream& planned);
+
+ private:
+  void BeginPiece(TextView text) override { search_.Begin(text); }
+  SearchOutcome NextMatch(ByteRange& match) override { return search_.Next(match); }
+  std::size_t GaveUpAt() const override { return search_.GaveUpAt(); }
+  bool AddTags(const ByteRange& match, FoundPlace& place) override;
+
+  PatternSearch search_;
+  bool bringsTags_;
+  int firstTag_;
+  std::vector<ByteRange> groups_;
+};
+
+class SoundStream : public LeafStream {
+ public:
+  SoundStream(SearchContext& context, const SoundKey& key)
+      : LeafStream(context, nullptr), search_(key) {}
+
+ private:
+  void BeginPiece(TextView text) override { search_.Begin(text); }
+  SearchOutcome NextMatch(ByteRange& match) override {
+    return search_.Next(match) ? SearchOutcome::kFound : SearchOutcome::kNotFound;
+  }
+  std::size_t GaveUpAt() const override { return 0; }
+
+  SoundSearch search_;
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_QUERY_SEARCH_LEAF_STREAM_H

@@ -1,0 +1,155 @@
+#include "query/search/text_blocks.h"
+
+#include "text/code_page.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace trovex {
+
+namespace {
+
+/// How many blocks that nobody has are kept at least, before one is used for another part of the text.
+constexpr std::size_t kKeptBlocks = 4;
+
+/// The end of the line that holds `byte`, behind its line feed.
+std::size_t LineEnd(TextView text, std::size_t byte) {
+  const void* const feed = std::memchr(text.data() + byte, '\n', text.size() - byte);
+  if (feed == nullptr) return text.size();
+  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text.data()) + 1;
+}
+
+std::array<unsigned char, 256> MakeWordTable() {
+  std::array<unsigned char, 256> table{};
+  for (std::size_t c = 0; c < table.size(); ++c)
+    table[c] = IsCodePageWord(static_cast<unsigned char>(c)) ? 1 : 0;
+  return table;
+}
+
+const std::array<unsigned char, 256>& WordTable() {
+  static const std::array<unsigned char, 256> table = MakeWordTable();
+  return table;
+}
+
+}  // namespace
+
+void TextBlocks::Begin(TextView text, Reading reading, unsigned char substitute) {
+  text_ = text;
+  reading_ = reading;
+  substitute_ = substitute;
+  begins_.clear();
+  places_.clear();
+  characters_.clear();
+  words_.clear();
+  for (const auto& block : open_) {
+    block->number_ = kNowhere;
+    block->holders_ = 0;
+  }
+  begins_.push_back(0);
+}
+
+bool TextBlocks::Has(std::size_t number) {
+  while (places_.size() <= number) {
+    const std::size_t begin = begins_.back();
+    if (begin == text_.size() && !places_.empty()) return false;
+    const std::size_t least = std::min(blockSize_, text_.size() - begin);
+    const std::size_t last = begin + least - (least == 0 ? 0 : 1);
+    begins_.push_back(least == 0 ? begin : LineEnd(text_, last));
+    places_.push_back(kNowhere);
+  }
+  return true;
+}
+
+ByteRange TextBlocks::RangeOf(std::size_t number) {
+  return {begins_[number], begins_[number + 1]};
+}
+
+std::size_t TextBlocks::Holding(std::size_t byte) {
+  while (begins_.back() <= byte)
+    Has(places_.size());
+  const auto behind = std::upper_bound(begins_.begin(), begins_.end(), byte);
+  return static_cast<std::size_t>(behind - begins_.begin()) - 1;
+}
+
+OpenBlock& TextBlocks::Open(std::size_t number) {
+  const std::size_t place = places_[number];
+  if (place != kNowhere && open_[place]->number_ == number) {
+    ++open_[place]->holders_;
+    return *open_[place];
+  }
+  OpenBlock& block = UnusedBlock();
+  block.number_ = kNowhere;
+  Decode(block, number);
+  block.number_ = number;
+  block.holders_ = 1;
+  places_[number] = nextUnused_ - 1;
+  return block;
+}
+
+void TextBlocks::Close(OpenBlock& block) {
+  --block.holders_;
+}
+
+/// A block that nobody has: the one that was opened longest ago, or a new one. `nextUnused_` is then
+/// one more than its place.
+OpenBlock& TextBlocks::UnusedBlock() {
+  for (std::size_t tried = 0; tried < open_.size() && open_.size() >= kKeptBlocks; ++tried) {
+    if (nextUnused_ >= open_.size()) nextUnused_ = 0;
+    OpenBlock& block = *open_[nextUnused_++];
+    if (block.holders_ == 0) return block;
+  }
+  open_.push_back(std::make_unique<OpenBlock>());
+  nextUnused_ = open_.size();
+  return *open_.back();
+}
+
+void TextBlocks::Decode(OpenBlock& block, std::size_t number) {
+  const ByteRange range = RangeOf(number);
+  const TextView bytes = text_.subspan(range.begin, range.Length());
+  block.begin_ = range.begin;
+  block.text_ = reading_ == Reading::kPlain ? bytes : block.decoded_.Decode(bytes, substitute_);
+  block.isPlain_ = block.text_.data() == bytes.data();
+}
+
+template <typename Count>
+std::size_t TextBlocks::SumBefore(std::vector<std::size_t>& counts, std::size_t number,
+                                  Count count) {
+  if (counts.empty()) counts.push_back(0);
+  while (counts.size() <= number) {
+    OpenBlock& block = Open(counts.size() - 1);
+    const std::size_t sum = counts.back() + count(block.Text());
+    Close(block);
+    counts.push_back(sum);
+  }
+  return counts[number];
+}
+
+std::size_t TextBlocks::CharactersBefore(std::size_t number) {
+  if (reading_ == Reading::kPlain) return begins_[number];
+  return SumBefore(characters_, number, [](TextView text) { return text.size(); });
+}
+
+std::size_t TextBlocks::WordsBefore(std::size_t number) {
+  return SumBefore(words_, number,
+                   [](TextView text) { return WordsBegunIn(text, 0, text.size()); });
+}
+
+std::size_t WordsBegunIn(TextView text, std::size_t begin, std::size_t end) {
+  const auto& isWord = WordTable();
+  std::size_t words = 0;
+  unsigned before = begin > 0 ? isWord[text[begin - 1]] : 0U;
+  for (std::size_t i = begin; i < end; ++i) {
+    const unsigned here = isWord[text[i]];
+    words += here & ~before;
+    before = here;
+  }
+  return words;
+}
+
+bool IsInsideWord(TextView text, std::size_t index) {
+  if (index == 0 || index >= text.size()) return false;
+  return (WordTable()[text[index - 1]] & WordTable()[text[index]]) != 0;
+}
+
+}  // namespace trovex
