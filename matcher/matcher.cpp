@@ -124,6 +124,7 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const Tok
   constexpr std::int64_t kBytesPerPosition = 200;
   constexpr std::int64_t kBytesPerEdge = 24;
   constexpr std::int64_t kStepsPerEdge = 20;
+  constexpr std::int64_t kStepsPerSet = 1'000;
   const CompileBudget part = budget.Part(INT64_MAX, INT64_MAX);
   const auto most = [&](std::int64_t bytes) {
     return std::min(kMaxLocatorEdges, static_cast<std::size_t>(part.BytesLeft() / bytes));
@@ -133,7 +134,8 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const Tok
   std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
   if (graph != nullptr) {
     const auto edges = static_cast<std::int64_t>(graph->next.EdgeCount());
-    budget.ChargeSteps(kStepsPerEdge * edges);
+    budget.ChargeSteps(kStepsPerEdge * edges +
+                       kStepsPerSet * static_cast<std::int64_t>(tree.sets.size()));
     budget.ChargeBytes(kBytesPerPosition * graph->size + kBytesPerEdge * edges);
   }
   // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
@@ -179,7 +181,8 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   // What any pattern takes.
   constexpr std::int64_t kStepsPerPattern = 5'000;
   constexpr std::int64_t kBytesPerPattern = 10 << 10;
-  budget.ChargeSteps(kStepsPerPattern + 20 * static_cast<std::int64_t>(pattern.size()));
+  constexpr std::int64_t kStepsPerByte = 60;
+  budget.ChargeSteps(kStepsPerPattern + kStepsPerByte * static_cast<std::int64_t>(pattern.size()));
   budget.ChargeBytes(kBytesPerPattern + static_cast<std::int64_t>(pattern.size()));
 
   // The table follows the host's locale; the engine itself must not.

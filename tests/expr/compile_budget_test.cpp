@@ -55,7 +55,7 @@ int AnswerFor(const std::string& expression) {
 }
 
 const std::string& ManyAlternatives() {
-  static const std::string pattern = "((a" + Times("|a", 99) + "){1,100})+x";
+  static const std::string pattern = std::string("((a") + Times("|a", 99) + "){1,100})+x";
   return pattern;
 }
 

@@ -108,9 +108,9 @@ class SlowestPattern {
       const std::size_t count = half / (size + 1);
       shapes.push_back(Pieces(count, size, ".") + "|" + Pieces(count, size, "."));
       shapes.push_back(Pieces(2 * count, size, "|"));
-      shapes.push_back("(" + Pieces(2 * count, size, "?|") + ")*x");
+      shapes.push_back(std::string("(") + Pieces(2 * count, size, "?|") + ")*x");
     }
-    shapes.push_back("x" + Letters(half) + "|y" + Letters(half));
+    shapes.push_back(std::string("x") + Letters(half) + "|y" + Letters(half));
     std::string sets;
     for (int i = 0; sets.size() < 2 * half; ++i)
       sets.append("[a").append(1, static_cast<char>('0' + i % 75)).append("-\xFF]");
@@ -153,10 +153,10 @@ class SlowestPattern {
         pattern.append(pattern.substr(place));
         break;
       case 3:
-        pattern = "(" + pattern + ")" + Piece();
+        pattern.insert(0, 1, '(').append(1, ')').append(Piece());
         break;
       case 4:
-        pattern += "|" + pattern.substr(0, place);
+        pattern.append("|").append(pattern.substr(0, place));
         break;
       case 5:
         pattern.insert(place, Pieces(1 + Below(20), 1 + Below(60), "."));
