@@ -18,11 +18,13 @@ namespace trovex {
 inline constexpr std::int64_t kMaxCompileSteps = 150'000'000;
 inline constexpr std::int64_t kMaxCompileBytes = std::int64_t{192} << 20;
 
-/// Of that, what the strings that every match contains may cost a pattern, and what the line filter may.
-/// Beyond it the pattern is searched without.
+/// Of that, what the strings that every match contains may cost a pattern, what the line filter and the
+/// locator may. Beyond it the pattern is searched without.
 inline constexpr std::int64_t kMaxRequiredStringSteps = 20'000'000;
 inline constexpr std::int64_t kMaxMustStringSteps = 10'000'000;
 inline constexpr std::int64_t kMaxLineFilterSteps = 40'000'000;
+inline constexpr std::int64_t kMaxLocatorSteps = 40'000'000;
+inline constexpr std::int64_t kMaxLocatorBytes = std::int64_t{48} << 20;
 inline constexpr std::int64_t kMaxLineFilterBytes = std::int64_t{48} << 20;
 
 /// Brackets and NOTs inside one another in a search expression: 9814 beyond. The parser of expressions
@@ -52,9 +54,9 @@ inline constexpr std::size_t kMaxLocatorEdges = 200'000;
 inline constexpr std::size_t kMaxLocatorTables = 1'024;
 inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
 
-/// A pattern for the own automata alone, with no engine behind it: how many positions its graph has when
-/// its repetitions are written out, and how many edges. About 60 bytes each position, 16 each edge.
-/// How deep its tree may be: what is made of it recurses.
+/// A pattern for the library's own automata, with no engine behind it: how deep its tree may be, over which
+/// recursions go, and how many positions and edges its graph may have when repetitions are written out,
+/// at about 150 bytes each position and 16 each edge.
 inline constexpr int kMaxTreeDepth = 1'000;
 inline constexpr std::size_t kMaxProgramPositions = 250'000;
 inline constexpr std::size_t kMaxProgramEdges = 4'000'000;

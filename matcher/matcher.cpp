@@ -1,4 +1,4 @@
-// The matcher's state and its compile driver.
+// The matcher's compile driver: one pattern through all stages.
 
 #include "matcher/matcher.h"
 
@@ -6,7 +6,6 @@
 #include "matcher/limits.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/line_filter/automaton_parser.h"
-#include "matcher/module_state.h"
 #include "matcher/pattern/engine_stream.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/pattern/required_string.h"
@@ -25,8 +24,6 @@
 namespace trovex {
 
 namespace {
-
-constinit ModuleState<MatcherState> matcherState;
 
 /// The table under which the engine reads upper and lower case as the same: everything is upper.
 ByteMap UpperCaseMap() {
@@ -50,11 +47,11 @@ ByteMap LowerCaseMap() {
 /// The pattern as the automaton gets it, with the word or line condition around it. The engine gets
 /// it bare, so that the groups keep their numbers. Where both conditions are asked for, the prefix
 /// is that of words and the suffix that of lines.
-std::string AutomatonPattern(std::string_view pattern, const MatcherState& matcher) {
-  if (!matcher.matchWords && !matcher.matchLines) return std::string(pattern);
-  std::string wrapped = matcher.matchWords ? "(^|[^0-9A-Za-z_])(" : "^(";
+std::string AutomatonPattern(std::string_view pattern, const PatternOptions& options) {
+  if (!options.matchWords && !options.matchLines) return std::string(pattern);
+  std::string wrapped = options.matchWords ? "(^|[^0-9A-Za-z_])(" : "^(";
   wrapped += pattern;
-  wrapped += matcher.matchLines ? ")$" : ")([^0-9A-Za-z_]|$)";
+  wrapped += options.matchLines ? ")$" : ")([^0-9A-Za-z_]|$)";
   return wrapped;
 }
 
@@ -64,22 +61,24 @@ bool IsExact(const MustEntry& entry) {
   return entry.exact && entry.text.find('\n') == std::string::npos;
 }
 
-/// Makes the keyword set of the automaton's required strings.
-void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, CompileBudget& budget) {
-  const std::vector<MustEntry>& entries = compiled.automaton.mustEntries;
+/// Makes the keyword set of the automaton's required strings. A fault of it takes the place of any
+/// earlier one.
+void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumber& fault,
+                           CompileBudget& budget) {
+  const std::vector<MustEntry>& entries = compiled.automaton->mustList;
   if (entries.empty()) return;
   constexpr std::size_t kBytesPerKeywordByte = 200;
   budget.ChargeBytes(static_cast<std::int64_t>(entries[0].text.size() * kBytesPerKeywordByte));
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
   if (compiled.keywords == nullptr) {
-    SetCompileError(MessageNumber::kMemoryOverflow);
+    fault = MessageNumber::kMemoryOverflow;
     return;
   }
   for (const MustEntry& entry : entries) {
     const MessageNumber error =
         KeywordSetAdd(*compiled.keywords, entry.text.data(), static_cast<int>(entry.text.size()));
-    if (error != MessageNumber::kNone) SetCompileError(error);
+    if (error != MessageNumber::kNone) fault = error;
   }
   compiled.keywordsAreExact = std::all_of(entries.begin(), entries.end(), IsExact);
   KeywordSetPrepare(*compiled.keywords);
@@ -87,14 +86,15 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, CompileBudg
 
 /// How the automaton reads the pattern that `stream` is the engine's reading of.
 Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
-                  const CompiledPattern& compiled) {
-  if (compiled.automaton.isOpen)
-    return Reading::kAlike;  // what it lets pass, it lets pass anywhere
-  if (!compiled.automaton.anchorsAreComplete) return Reading::kDifferent;
+                  const PatternOptions& options, const CompiledPattern& compiled) {
+  if (compiled.automaton->isOpen)
+    return Reading::kAlike;  // every line passes, wherever a match lies
+  if (!compiled.automaton->anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
-  const bool isWrapped = Matcher().matchWords || Matcher().matchLines;
+  bare.syntax = compiled.automaton->syntax;
+  const bool isWrapped = options.matchWords || options.matchLines;
   if (isWrapped) AutomatonParse(pattern.data(), pattern.size(), bare);
-  const PatternAutomaton& automaton = isWrapped ? bare : compiled.automaton;
+  const PatternAutomaton& automaton = isWrapped ? bare : *compiled.automaton;
   if (stream.tokens != automaton.tokens || stream.sets != automaton.sets) {
     return Reading::kDifferent;
   }
@@ -112,72 +112,71 @@ CharSet WordBytes(bool words, const SyntaxTree& tree) {
   return bytes;
 }
 
+/// The graph of `tree` within a part of the budget; null where there is none.
+std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, const SyntaxTree& tree,
+                                                     GraphOptions options) {
+  CompileBudget part = budget.Part(kMaxLocatorSteps, kMaxLocatorBytes);
+  options.budget = &part;
+  std::unique_ptr<const PositionGraph> graph;
+  try {
+    graph = MakePositionGraph(tree, options);
+  } catch (const BudgetExhausted&) {
+  }
+  constexpr std::int64_t kStepsPerSet = 1'000;
+  budget.ChargeSteps(part.StepsUsed() + kStepsPerSet * static_cast<std::int64_t>(tree.sets.size()));
+  if (graph != nullptr) budget.ChargeBytes(part.BytesHeld());
+  return graph;
+}
+
 /// The graph of `tree`; null where automata made of it could not answer as the engine does, or the budget
 /// does not allow it.
 std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream,
-                                               CompileBudget& budget) {
-  const bool words = Matcher().matchWords;
+                                               bool words, CompileBudget& budget) {
   // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
   if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
   GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
-  // What positions and edges take, with what is made of them: measured.
-  constexpr std::int64_t kBytesPerPosition = 200;
-  constexpr std::int64_t kBytesPerEdge = 24;
-  constexpr std::int64_t kStepsPerEdge = 20;
-  constexpr std::int64_t kStepsPerSet = 1'000;
-  const CompileBudget part = budget.Part(INT64_MAX, INT64_MAX);
-  const auto most = [&](std::int64_t bytes) {
-    return std::min(kMaxLocatorEdges, static_cast<std::size_t>(part.BytesLeft() / bytes));
-  };
-  options.mostPositions = most(kBytesPerPosition);
-  options.mostEdges = most(kBytesPerEdge);
-  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
-  if (graph != nullptr) {
-    const auto edges = static_cast<std::int64_t>(graph->next.EdgeCount());
-    budget.ChargeSteps(kStepsPerEdge * edges +
-                       kStepsPerSet * static_cast<std::int64_t>(tree.sets.size()));
-    budget.ChargeBytes(kBytesPerPosition * graph->size + kBytesPerEdge * edges);
-  }
+  options.mostPositions = kMaxLocatorEdges;
+  options.mostEdges = kMaxLocatorEdges;
+  std::unique_ptr<const PositionGraph> graph = MakeGraphWithin(budget, tree, options);
   // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
   if (graph != nullptr && words && graph->canBeEmpty) return nullptr;
   return graph;
 }
 
 /// Makes the locator, where automata can answer for the engine.
-void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate,
-                  CompileBudget& budget) {
-  if (Matcher().matchLines) return;  // the automaton alone knows that condition
+void BuildLocator(CompiledPattern& compiled, std::string_view pattern,
+                  const PatternOptions& options, const ByteMap* translate, CompileBudget& budget) {
+  if (options.matchLines) return;  // the automaton alone knows that condition
   const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, budget);
+  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords, budget);
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
-  compiled.automatonReading = ReadingOf(*stream, pattern, compiled);
-  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), Matcher().matchWords,
+  compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
+  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), options.matchWords,
                                                              FindRequiredString(tree, budget));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
 /// Makes the automaton that throws out lines, for the pattern `wrapped` in its conditions. Where that
 /// would be too much, every line goes to the engine.
-void BuildLineFilter(CompiledPattern& compiled, const std::string& wrapped, CompileBudget& budget) {
-  PatternAutomaton& automaton = compiled.automaton;
+void BuildLineFilter(PatternAutomaton& automaton, const std::string& wrapped,
+                     CompileBudget& budget) {
   automaton.budget = budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
   try {
     AutomatonCompile(wrapped.data(), wrapped.size(), automaton, true);
     budget.Settle(automaton.budget);
   } catch (const BudgetExhausted&) {
     budget.ChargeSteps(automaton.budget.StepsUsed());
-    automaton = PatternAutomaton();
+    automaton.budget = CompileBudget::Unlimited();
     CompileOpenAutomaton(automaton);
   }
 }
 
-/// Compiles `pattern` under the flags of `matcher` into `compiled`, which is empty. Throws
-/// BudgetExhausted.
+/// Compiles `pattern` into `compiled`, which is empty, and returns the fault. Throws BudgetExhausted.
 MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
-                            const MatcherState& matcher, CompiledPattern& compiled) {
+                            const PatternOptions& options, CompiledPattern& compiled) {
   // What any pattern takes.
   constexpr std::int64_t kStepsPerPattern = 5'000;
   constexpr std::int64_t kBytesPerPattern = 10 << 10;
@@ -186,43 +185,38 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   budget.ChargeBytes(kBytesPerPattern + static_cast<std::int64_t>(pattern.size()));
 
   // The table follows the host's locale; the engine itself must not.
-  const ByteMap upperCase = matcher.foldCase ? UpperCaseMap() : ByteMap{};
-  const ByteMap* const translate = matcher.foldCase ? &upperCase : nullptr;
-  const MessageNumber error =
-      compiled.regex.Compile(pattern.data(), pattern.size(), translate, budget);
-  if (error != MessageNumber::kNone) return error;
+  const ByteMap upperCase = options.foldCase ? UpperCaseMap() : ByteMap{};
+  const ByteMap* const translate = options.foldCase ? &upperCase : nullptr;
+  MessageNumber fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate, budget);
+  if (fault != MessageNumber::kNone) return fault;
 
-  AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
+  AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
   // A match that is no whole word is looked for again in a shortened line.
-  CurrentAutomatonSyntax().endIsOpen = matcher.matchWords;
-  BuildLineFilter(compiled, AutomatonPattern(pattern, matcher), budget);
-  BuildKeywordPrefilter(compiled, matcher.foldCase, budget);
-  compiled.searchable = compiled.regex.IsCompiled() && matcher.pendingError == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, pattern, translate, budget);
-  return MessageNumber::kNone;
+  compiled.automaton->syntax.endIsOpen = options.matchWords;
+  BuildLineFilter(*compiled.automaton, AutomatonPattern(pattern, options), budget);
+  fault = compiled.automaton->fault;
+  BuildKeywordPrefilter(compiled, options.foldCase, fault, budget);
+  compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
+  if (compiled.searchable) BuildLocator(compiled, pattern, options, translate, budget);
+  return fault;
 }
 
 }  // namespace
 
-MatcherState& Matcher() {
-  return matcherState.Get();
-}
-
-void SetCompileError(MessageNumber error) {
-  Matcher().pendingError = error;
-}
-
-MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
-  MatcherState& matcher = Matcher();
-  CompileBudget alone;
-  CompileBudget& budget = matcher.expressionBudget != nullptr ? *matcher.expressionBudget : alone;
-  matcher.installed = std::make_shared<CompiledPattern>();
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options,
+                             CompileBudget& budget) {
+  CompileResult result{std::make_shared<CompiledPattern>()};
   try {
-    return CompileWithin(budget, {pattern, length}, matcher, *matcher.installed);
+    result.fault = CompileWithin(budget, pattern, options, *result.pattern);
+    return result;
   } catch (const BudgetExhausted&) {
-    matcher.installed = std::make_shared<CompiledPattern>();
-    return MessageNumber::kMemoryOverflow;
+    return {std::make_shared<CompiledPattern>(), MessageNumber::kMemoryOverflow};
   }
+}
+
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options) {
+  CompileBudget budget;
+  return CompileMatcher(pattern, options, budget);
 }
 
 }  // namespace trovex

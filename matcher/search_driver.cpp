@@ -15,7 +15,7 @@
 // sees to that by itself; a located match, which follows the engine's reading, counts only on a line
 // that the automaton lets pass.
 //
-// When the matcher is told to take every line to the engine in turn, the same matches are found: that
+// When a search is told to take every line to the engine in turn, the same matches are found: that
 // plain road is the yardstick that the tests hold the others against.
 
 #include "matcher/kept_byte.h"
@@ -79,14 +79,14 @@ bool IsOnLineOf(const char* p, const char* place) {
 /// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
 /// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
 const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit) {
-  if (pattern.keywords == nullptr) return RunAutomaton(pattern.automaton, scan, limit);
+  if (pattern.keywords == nullptr) return RunAutomaton(*pattern.automaton, scan, limit);
   for (;;) {
     KeywordMatch keyword{};
     const int size = static_cast<int>(limit - scan);
     if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
     const char* const lineEnd = NearLineEnd(keyword.start, limit);
     const char* const place =
-        RunAutomaton(pattern.automaton, LineStart(keyword.start, scan), lineEnd);
+        RunAutomaton(*pattern.automaton, LineStart(keyword.start, scan), lineEnd);
     if (place == nullptr && lineEnd == limit) return nullptr;
     if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
     scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
@@ -135,25 +135,26 @@ bool FindWholeWord(RegularExpression& regex, const Line& line, LineMatch& match)
 
 /// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
 /// conditions.
-bool FindOnLine(RegularExpression& regex, const Line& line, int from, LineMatch& match) {
-  const MatcherState& matcher = Matcher();
+bool FindOnLine(RegularExpression& regex, const SearchConditions& conditions, const Line& line,
+                int from, LineMatch& match) {
   MatchRegisters whole(true);
   match.searched = {line.begin, line.Length(), true};
   match.start = regex.Search(line.begin, line.Length(), from, whole);
   match.end = whole.End(0);
   if (match.start < 0) return false;
-  if (matcher.matchLines) {
+  if (conditions.matchLines) {
     if (match.end - match.start == line.Length()) return true;
-    if (!matcher.matchWords) return false;
-  } else if (!matcher.matchWords) {
+    if (!conditions.matchWords) return false;
+  } else if (!conditions.matchWords) {
     return true;
   }
   return FindWholeWord(regex, line, match);
 }
 
-/// One search: a pattern, a text and the group that is wanted.
+/// One search: a pattern, a text and what is wanted.
 struct Search {
   CompiledPattern& pattern;
+  const SearchConditions& conditions;
   const char* text;
   const char* limit;
   int group;  // 0: the whole match
@@ -220,7 +221,7 @@ MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
   if (!search.WantsGroup()) return search.RangeOnLine(lineBegin, onLine);
   if (!search.pattern.standsAlone) {
     const Line line = LineFrom(lineBegin, search.limit);
-    const bool found = FindOnLine(search.pattern.regex, line, start, onLine);
+    const bool found = FindOnLine(search.pattern.regex, search.conditions, line, start, onLine);
     return found ? search.RangeOnLine(lineBegin, onLine) : search.RangeOf(lineBegin, -1, -1);
   }
   const MatchRange group =
@@ -265,7 +266,7 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
     const char* const place = everyLine ? scan : NextPlace(search.pattern, scan, search.limit);
     if (place == nullptr) return false;
     const Line line = LineAround(place, scan, search.limit);
-    if (FindOnLine(search.pattern.regex, line, 0, match)) {
+    if (FindOnLine(search.pattern.regex, search.conditions, line, 0, match)) {
       range = search.RangeOnLine(line.begin, match);
       return true;
     }
@@ -276,16 +277,14 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
 
 }  // namespace
 
-bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range, TextNotes* notes) {
-  const MatcherState& matcher = Matcher();
-  CompiledPattern* const pattern = matcher.installed.get();
-  if (pattern == nullptr || !pattern->searchable || length <= 0) return false;
-
-  const Search search = {*pattern, text, text + length, std::max(group, 0), notes};
-  if (matcher.engineOnly) return FindByEngine(search, true, range);
-  if (search.group == 0 && pattern->keywordsAreExact) return FindKeyword(search, range);
-  const bool located = pattern->locator != nullptr && !matcher.matchLines &&
-                       pattern->locator->Words() == matcher.matchWords;
+bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
+                    int length, int group, MatchRange& range, TextNotes* notes) {
+  if (!pattern.searchable || length <= 0) return false;
+  const Search search = {pattern, conditions, text, text + length, std::max(group, 0), notes};
+  if (conditions.engineOnly) return FindByEngine(search, true, range);
+  if (search.group == 0 && pattern.keywordsAreExact) return FindKeyword(search, range);
+  const bool located = pattern.locator != nullptr && !conditions.matchLines &&
+                       pattern.locator->Words() == conditions.matchWords;
   return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
 }
 

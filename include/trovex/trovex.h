@@ -14,7 +14,7 @@
 // - Texts and patterns are bytes of the Windows Latin-1 code page (ä 228, ö 246, ü 252, Ä 196,
 //   Ö 214, Ü 220, ß 223). A text is made of lines that end in a line feed (10).
 // - Positions are byte offsets from the start of the buffer that was passed in; ends are exclusive.
-// - The byte behind a text, text[length], must exist and be writable: a search may overwrite it and
+// - The byte after a text, text[length], must exist and be writable: a search may overwrite it and
 //   puts the old value back before it returns.
 // - Flags are ints: zero is false, every other value is true.
 // - A failure is a message text: one English sentence, zero-terminated, in a buffer that belongs to

@@ -323,7 +323,7 @@ PositionSet NextPositions(const PatternAutomaton& automaton,
                           const std::vector<std::uint32_t>& matched) {
   PositionSet next;
   for (const std::uint32_t index : matched) {
-    const PositionSet& follows = automaton.follows[index];
+    const PositionSet& follows = automaton.followSets[index];
     next.insert(next.end(), follows.begin(), follows.end());
   }
   if (matched.size() > 1) Normalise(next);
@@ -371,7 +371,7 @@ void DropAllTables(PatternAutomaton& automaton) {
   std::fill(automaton.transitionsOf.begin(), automaton.transitionsOf.end(), kNoTable);
   for (auto& table : automaton.failTables)
     table.reset();
-  automaton.builtTables = 0;
+  automaton.builtTableCount = 0;
 }
 
 /// Keeps the start state and `kept`, which has the returned number from then on, and no other.
@@ -428,11 +428,11 @@ void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
   ClosureMaker closures(automaton, analysis);
   automaton.budget.ChargeBytes(
       static_cast<std::int64_t>(automaton.tokens.size() * sizeof(PositionSet)));
-  automaton.follows.assign(automaton.tokens.size(), {});
+  automaton.followSets.assign(automaton.tokens.size(), {});
   for (std::size_t index = 0; index < automaton.tokens.size(); ++index) {
     const Token token = automaton.tokens[index];
     if (IsByteToken(token) || IsSetToken(token) || token == TokBackref || token < 0) {
-      automaton.follows[index] = closures.Make(analysis.Follows(index));
+      automaton.followSets[index] = closures.Make(analysis.Follows(index));
     }
   }
   const PositionSet start = closures.Make(analysis.First());
@@ -440,7 +440,7 @@ void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
 }
 
 StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
-  if (automaton.builtTables >= kMaxBuiltTables) {
+  if (automaton.builtTableCount >= kMaxBuiltTables) {
     DropAllTables(automaton);
     if (automaton.heldPositions > kMaxHeldPositions) state = ForgetStates(automaton, state);
   }
@@ -456,7 +456,7 @@ StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
   } else {
     AddTransitions(automaton, state, *table);
   }
-  ++automaton.builtTables;
+  ++automaton.builtTableCount;
   return state;
 }
 

@@ -12,22 +12,12 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace trovex {
 
 namespace {
 
 constexpr int kAsciiBytes = 128;
-
-/// Switches folding off for as long as the object lives.
-class WithoutFolding {
- public:
-  WithoutFolding() { CurrentAutomatonSyntax().fold = false; }
-  ~WithoutFolding() { CurrentAutomatonSyntax().fold = true; }
-  WithoutFolding(const WithoutFolding&) = delete;
-  WithoutFolding& operator=(const WithoutFolding&) = delete;
-};
 
 /// The pattern with the letters below 128 in lower case; all other bytes stay, the umlauts among
 /// them.
@@ -40,35 +30,50 @@ std::string LowerCaseCopy(const char* pattern, std::size_t length) {
   return copy;
 }
 
-/// The must strings of the pattern in lower case; none where `budget` does not allow it.
-std::vector<MustEntry> FoldedMustEntries(const char* pattern, std::size_t length,
-                                         CompileBudget& budget) {
-  const WithoutFolding scope;
+/// Takes the must string of a folded pattern, and what fault there is, into `automaton`. There is none
+/// where the budget does not allow it.
+void ExtractFoldedMustString(const char* pattern, std::size_t length, PatternAutomaton& automaton) {
   const std::string copy = LowerCaseCopy(pattern, length);
   PatternAutomaton unfolded;
-  unfolded.budget = budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
+  unfolded.budget = automaton.budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
+  unfolded.syntax = automaton.syntax;
+  unfolded.syntax.fold = false;
   try {
     AutomatonParse(copy.data(), copy.size(), unfolded);
     ExtractMustString(unfolded);
+    automaton.mustList = std::move(unfolded.mustList);
   } catch (const BudgetExhausted&) {
-    unfolded.mustEntries.clear();
   }
-  budget.ChargeSteps(unfolded.budget.StepsUsed());
-  return std::move(unfolded.mustEntries);
+  automaton.budget.ChargeSteps(unfolded.budget.StepsUsed());
+  if (unfolded.fault != MessageNumber::kNone) automaton.fault = unfolded.fault;
 }
 
 }  // namespace
 
+void AutomatonInit(PatternAutomaton& automaton) {
+  const AutomatonSyntax syntax = automaton.syntax;
+  const CompileBudget budget = automaton.budget;
+  automaton = PatternAutomaton{};
+  automaton.syntax = syntax;
+  automaton.budget = budget;
+}
+
+void AutomatonFree(PatternAutomaton* automaton) {
+  delete automaton;
+}
+
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag) {
-  const bool folded = CurrentAutomatonSyntax().fold;
-  if (folded) automaton.mustEntries = FoldedMustEntries(pattern, length, automaton.budget);
+  AutomatonInit(automaton);
+  const bool folded = automaton.syntax.fold;
+  if (folded) ExtractFoldedMustString(pattern, length, automaton);
   AutomatonParse(pattern, length, automaton);
   if (!folded) ExtractMustString(automaton);
   AnalyseAutomaton(automaton, searchFlag);
 }
 
 void CompileOpenAutomaton(PatternAutomaton& automaton) {
+  AutomatonInit(automaton);
   automaton.isOpen = true;
   // A back-reference, which an automaton cannot decide.
   automaton.tokens = {TokBackref, EndMarker(0), TokConcat};

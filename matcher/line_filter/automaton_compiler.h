@@ -6,20 +6,32 @@
 #include "matcher/line_filter/pattern_automaton.h"
 
 #include <cstddef>
+#include <memory>
 
 namespace trovex {
 
-/// Compiles `length` bytes at `pattern` under the current syntax (automaton_parser.h) into the
-/// empty record `automaton`. With `searchFlag` a match may begin at any byte of a text.
+/// Makes `automaton` a record without a pattern, whatever it held. Its syntax and its budget stay.
+void AutomatonInit(PatternAutomaton& automaton);
+
+/// Frees a record of the heap and all that it holds; null is nothing to free.
+void AutomatonFree(PatternAutomaton* automaton);
+
+struct PatternAutomatonDeleter {
+  void operator()(PatternAutomaton* automaton) const { AutomatonFree(automaton); }
+};
+/// Owns a record of the heap.
+using PatternAutomatonPtr = std::unique_ptr<PatternAutomaton, PatternAutomatonDeleter>;
+
+/// Compiles `length` bytes at `pattern` into `automaton`, in place of whatever it held, under its syntax
+/// (automaton_parser.h). With `searchFlag` a match may begin at any byte of a text.
 ///
-/// Errors of the pattern are reported through `SetCompileError`; while one is pending, the
-/// automaton is not to be executed. Throws `std::bad_alloc`, and BudgetExhausted where the record's
-/// budget is used up.
+/// Where the record then holds a fault, the automaton is not to be executed. Throws `std::bad_alloc`, and
+/// BudgetExhausted where the record's budget is used up.
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag);
 
-/// Makes an automaton of the empty record `automaton` that lets every line pass, for a pattern whose own
-/// would be too large: the engine alone decides then.
+/// Makes an automaton of `automaton`, in place of whatever it held, that lets every line pass, for a
+/// pattern whose own would be too large: the engine alone decides then.
 void CompileOpenAutomaton(PatternAutomaton& automaton);
 
 }  // namespace trovex

@@ -78,7 +78,7 @@ const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, cha
                              bool multiline, int* newlineCount, bool* backref) {
   *end = '\n';
   const auto* const textEnd = reinterpret_cast<const unsigned char*>(end);
-  if (automaton.builtTables == 0) BuildStateTable(automaton, 0);
+  if (automaton.builtTableCount == 0) BuildStateTable(automaton, 0);
 
   Run run = {.next = reinterpret_cast<const unsigned char*>(begin)};
   for (;;) {

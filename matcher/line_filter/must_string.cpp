@@ -224,7 +224,7 @@ void ExtractMustString(PatternAutomaton& automaton) noexcept {
   try {
     std::optional<MustEntry> must = Evaluation(budget).Run(automaton.tokens);
     if (must.has_value()) {
-      automaton.mustEntries.insert(automaton.mustEntries.begin(), std::move(*must));
+      automaton.mustList.insert(automaton.mustList.begin(), std::move(*must));
     }
   } catch (const BudgetExhausted&) {
   } catch (const std::bad_alloc&) {

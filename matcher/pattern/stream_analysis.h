@@ -8,7 +8,7 @@
 #define TROVEX_MATCHER_PATTERN_STREAM_ANALYSIS_H
 
 #include "matcher/budget.h"
-#include "matcher/line_filter/pattern_automaton.h"
+#include "matcher/pattern/tokens.h"
 
 #include <cstddef>
 #include <cstdint>
