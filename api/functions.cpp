@@ -52,7 +52,10 @@ const char* Compile(const char* pattern, int foldCase, int matchWords) {
   matcher.pendingError = MessageNumber::kNone;
   matcher.installed.reset();
   try {
-    trovex::CompileResult result = trovex::CompileMatcher(pattern, matcher.options);
+    trovex::CompileBudget alone;
+    trovex::CompileBudget& budget =
+        matcher.expressionBudget != nullptr ? *matcher.expressionBudget : alone;
+    trovex::CompileResult result = trovex::CompileMatcher(pattern, matcher.options, budget);
     matcher.installed = std::move(result.pattern);
     if (result.fault != MessageNumber::kNone) trovex::SetCompileError(result.fault);
     return trovex::MessageTextOrNull(matcher.pendingError);

@@ -4,6 +4,7 @@
 #ifndef TROVEX_API_MATCHER_STATE_H
 #define TROVEX_API_MATCHER_STATE_H
 
+#include "matcher/budget.h"
 #include "matcher/matcher.h"
 #include "resources/string_table.h"
 
@@ -24,12 +25,27 @@ struct MatcherState {
   /// Every line goes to the engine in turn. No host can set it.
   bool engineOnly = false;
 
+  /// What the compiles of one expression share; null where a pattern is compiled alone.
+  CompileBudget* expressionBudget = nullptr;
+
   /// The latest error that was reported through `SetCompileError`; every compile begins without one.
   MessageNumber pendingError = MessageNumber::kNone;
 };
 
 /// The module's one matcher.
 MatcherState& Matcher();
+
+/// Lets the patterns that are compiled while the object lives share one budget.
+class SharedCompileBudget {
+ public:
+  SharedCompileBudget() { Matcher().expressionBudget = &budget_; }
+  ~SharedCompileBudget() { Matcher().expressionBudget = nullptr; }
+  SharedCompileBudget(const SharedCompileBudget&) = delete;
+  SharedCompileBudget& operator=(const SharedCompileBudget&) = delete;
+
+ private:
+  CompileBudget budget_;
+};
 
 /// The error hook: records `error` as the pending compile error, in place of any earlier one.
 void SetCompileError(MessageNumber error);

@@ -51,6 +51,7 @@ const char* GetSearchTree(const char* expression, int regularExpression, int pho
     return LoadMessageText(MessageNumber::kMemoryOverflow);
   }
   ResetEnvironment();
+  const trovex::SharedCompileBudget budget;
   int cost = 0;
   return tree->OptimizeAndCompile(&cost);
 }

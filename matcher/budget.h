@@ -28,11 +28,13 @@ class CompileBudget {
   CompileBudget() : CompileBudget(kMaxCompileSteps, kMaxCompileBytes) {}
   CompileBudget(std::int64_t maxSteps, std::int64_t maxBytes)
       : maxSteps_(maxSteps), maxBytes_(maxBytes) {}
+  /// One that is never used up.
+  static CompileBudget Unlimited() { return {INT64_MAX, INT64_MAX}; }
 
   /// Charges for `count` steps of work, which are about to be done. A step takes about 3 ns: it
   /// reads or writes an element of a list. Throws BudgetExhausted; all steps then count as used.
   void ChargeSteps(std::int64_t count) {
-    if (count > maxSteps_ - stepsUsed_) {
+    if (count > StepsLeft()) {
       stepsUsed_ = maxSteps_;
       throw BudgetExhausted{};
     }
@@ -41,19 +43,27 @@ class CompileBudget {
 
   /// Charges for `count` bytes of memory, which are about to be allocated. Throws BudgetExhausted.
   void ChargeBytes(std::int64_t count) {
-    if (count > maxBytes_ - bytesHeld_) throw BudgetExhausted{};
+    if (count > BytesLeft()) throw BudgetExhausted{};
     bytesHeld_ += count;
   }
 
   /// Gives back `count` charged bytes, which have been freed.
   void ReturnBytes(std::int64_t count) { bytesHeld_ -= count; }
 
-  /// A budget of its own, of at most `steps` and all bytes of what is left. Whoever took it charges
-  /// its `StepsUsed` here afterwards; that does not throw.
-  CompileBudget Part(std::int64_t steps) const {
-    return {std::min(steps, maxSteps_ - stepsUsed_), maxBytes_ - bytesHeld_};
+  /// A budget of its own, of at most so many steps and bytes, and no more than a quarter of what is left:
+  /// stages that are a mere help cannot use up what others need. Whoever took it settles it afterwards.
+  CompileBudget Part(std::int64_t steps, std::int64_t bytes) const {
+    return {std::min(steps, StepsLeft() / 4), std::min(bytes, BytesLeft() / 4)};
   }
 
+  /// Charges for what was used of `part`, and is still held of it. Does not throw.
+  void Settle(const CompileBudget& part) {
+    stepsUsed_ += part.stepsUsed_;
+    bytesHeld_ += part.bytesHeld_;
+  }
+
+  std::int64_t StepsLeft() const { return maxSteps_ - stepsUsed_; }
+  std::int64_t BytesLeft() const { return maxBytes_ - bytesHeld_; }
   std::int64_t StepsUsed() const { return stepsUsed_; }
   std::int64_t BytesHeld() const { return bytesHeld_; }
 

@@ -14,9 +14,18 @@
 namespace trovex {
 
 /// What compiling one expression may cost, all its patterns together (budget.h): steps of about 3 ns
-/// and bytes. What is refused has taken half a second and 192 MB at most.
-inline constexpr std::int64_t kMaxCompileSteps = 160'000'000;
+/// and bytes. What is refused has taken 0.7 s and 192 MB at most on a busy machine.
+inline constexpr std::int64_t kMaxCompileSteps = 150'000'000;
 inline constexpr std::int64_t kMaxCompileBytes = std::int64_t{192} << 20;
+
+/// Of that, what the strings that every match contains may cost a pattern, what the line filter and the
+/// locator may. Beyond it the pattern is searched without.
+inline constexpr std::int64_t kMaxRequiredStringSteps = 20'000'000;
+inline constexpr std::int64_t kMaxMustStringSteps = 10'000'000;
+inline constexpr std::int64_t kMaxLineFilterSteps = 40'000'000;
+inline constexpr std::int64_t kMaxLocatorSteps = 40'000'000;
+inline constexpr std::int64_t kMaxLocatorBytes = std::int64_t{48} << 20;
+inline constexpr std::int64_t kMaxLineFilterBytes = std::int64_t{48} << 20;
 
 /// Brackets and NOTs inside one another in a search expression: 9814 beyond. The parser of expressions
 /// recurses there, as do the walks over its trees. An AND inside of a bracket counts as one more.
@@ -30,24 +39,13 @@ inline constexpr int kMaxExpressionPatterns = 16'000;
 inline constexpr int kMaxPatternNesting = 200;
 
 /// Bytes, sets, anchors, groups and operators of a pattern after "a{3}" is written as "aaa": 9814
-/// beyond. "x+" counts as "xx*", for that is what the engine makes of it. The engine takes about
-/// 220 bytes for each.
+/// beyond. "x+" counts as "xx*", for that is what the engine makes of it. The engine takes up to 220
+/// bytes for each.
 inline constexpr double kMaxPatternSize = 60'000;
 
 /// Steps that lead through a pattern without a byte of text, one after the other, as in "a?b?c?":
-/// 9814 beyond. The engine recurses along them: 1,800 fit into 256 KB, 2,200 do not.
-inline constexpr double kMaxEmptySteps = 1'200;
-
-/// Pairs of a place in the pattern and another that is reached from it without a byte of text:
-/// 9811 beyond. The engine lists them all, at 8 to 13 bytes each.
-inline constexpr double kMaxEmptyPairs = 8e6;
-/// Where a repetition's body can be empty, as in "(a*)*", the engine finds the pairs by walking
-/// every way from each place, again and again. A step of such a walk counts as so many pairs.
-inline constexpr double kEmptyLoopWeight = 12;
-
-/// Pairs of bytes of the pattern that may stand side by side in a text: 9811 beyond. The automaton
-/// lists them all.
-inline constexpr double kMaxNeighbourPairs = 8e6;
+/// 9814 beyond. The engine recurses along them: 2,000 fit into 256 KB.
+inline constexpr int kMaxEmptySteps = 1'200;
 
 /// The automata that locate matches: how many pairs of bytes of the pattern that may stand side by
 /// side they are made for, how many tables each of them has at most at one time (1 KB each), and how

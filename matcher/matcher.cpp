@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,9 +63,12 @@ bool IsExact(const MustEntry& entry) {
 
 /// Makes the keyword set of the automaton's required strings. A fault of it takes the place of any
 /// earlier one.
-void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumber& fault) {
+void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumber& fault,
+                           CompileBudget& budget) {
   const std::vector<MustEntry>& entries = compiled.automaton->mustList;
   if (entries.empty()) return;
+  constexpr std::size_t kBytesPerKeywordByte = 200;
+  budget.ChargeBytes(static_cast<std::int64_t>(entries[0].text.size() * kBytesPerKeywordByte));
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
   if (compiled.keywords == nullptr) {
@@ -83,6 +87,8 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumb
 /// How the automaton reads the pattern that `stream` is the engine's reading of.
 Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
                   const PatternOptions& options, const CompiledPattern& compiled) {
+  if (compiled.automaton->isOpen)
+    return Reading::kAlike;  // every line passes, wherever a match lies
   if (!compiled.automaton->anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
   bare.syntax = compiled.automaton->syntax;
@@ -106,15 +112,32 @@ CharSet WordBytes(bool words, const SyntaxTree& tree) {
   return bytes;
 }
 
-/// The graph of `tree`; null where automata made of it could not answer as the engine does.
+/// The graph of `tree` within a part of the budget; null where there is none.
+std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, const SyntaxTree& tree,
+                                                     GraphOptions options) {
+  CompileBudget part = budget.Part(kMaxLocatorSteps, kMaxLocatorBytes);
+  options.budget = &part;
+  std::unique_ptr<const PositionGraph> graph;
+  try {
+    graph = MakePositionGraph(tree, options);
+  } catch (const BudgetExhausted&) {
+  }
+  constexpr std::int64_t kStepsPerSet = 1'000;
+  budget.ChargeSteps(part.StepsUsed() + kStepsPerSet * static_cast<std::int64_t>(tree.sets.size()));
+  if (graph != nullptr) budget.ChargeBytes(part.BytesHeld());
+  return graph;
+}
+
+/// The graph of `tree`; null where automata made of it could not answer as the engine does, or the budget
+/// does not allow it.
 std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream,
-                                               bool words) {
+                                               bool words, CompileBudget& budget) {
   // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
   if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
   GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
   options.mostPositions = kMaxLocatorEdges;
   options.mostEdges = kMaxLocatorEdges;
-  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
+  std::unique_ptr<const PositionGraph> graph = MakeGraphWithin(budget, tree, options);
   // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
   if (graph != nullptr && words && graph->canBeEmpty) return nullptr;
   return graph;
@@ -122,42 +145,78 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const Tok
 
 /// Makes the locator, where automata can answer for the engine.
 void BuildLocator(CompiledPattern& compiled, std::string_view pattern,
-                  const PatternOptions& options, const ByteMap* translate) {
+                  const PatternOptions& options, const ByteMap* translate, CompileBudget& budget) {
   if (options.matchLines) return;  // the automaton alone knows that condition
   const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords);
+  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords, budget);
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
   compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
   compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), options.matchWords,
-                                                             FindRequiredString(tree));
+                                                             FindRequiredString(tree, budget));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
-}  // namespace
+/// Makes the automaton that throws out lines, for the pattern `wrapped` in its conditions. Where that
+/// would be too much, every line goes to the engine.
+void BuildLineFilter(PatternAutomaton& automaton, const std::string& wrapped,
+                     CompileBudget& budget) {
+  automaton.budget = budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
+  try {
+    AutomatonCompile(wrapped.data(), wrapped.size(), automaton, true);
+    budget.Settle(automaton.budget);
+  } catch (const BudgetExhausted&) {
+    budget.ChargeSteps(automaton.budget.StepsUsed());
+    automaton.budget = CompileBudget::Unlimited();
+    CompileOpenAutomaton(automaton);
+  }
+}
 
-CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options) {
-  CompileResult result{std::make_shared<CompiledPattern>()};
-  CompiledPattern& compiled = *result.pattern;
+/// Compiles `pattern` into `compiled`, which is empty, and returns the fault. Throws BudgetExhausted.
+MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
+                            const PatternOptions& options, CompiledPattern& compiled) {
+  // What any pattern takes.
+  constexpr std::int64_t kStepsPerPattern = 5'000;
+  constexpr std::int64_t kBytesPerPattern = 10 << 10;
+  constexpr std::int64_t kStepsPerByte = 60;
+  budget.ChargeSteps(kStepsPerPattern + kStepsPerByte * static_cast<std::int64_t>(pattern.size()));
+  budget.ChargeBytes(kBytesPerPattern + static_cast<std::int64_t>(pattern.size()));
 
   // The table follows the host's locale; the engine itself must not.
   const ByteMap upperCase = options.foldCase ? UpperCaseMap() : ByteMap{};
   const ByteMap* const translate = options.foldCase ? &upperCase : nullptr;
-  result.fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate);
-  if (result.fault != MessageNumber::kNone) return result;
+  MessageNumber fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate, budget);
+  if (fault != MessageNumber::kNone) return fault;
 
   AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
   // A match that is no whole word is looked for again in a shortened line.
   compiled.automaton->syntax.endIsOpen = options.matchWords;
-  const std::string wrapped = AutomatonPattern(pattern, options);
-  AutomatonCompile(wrapped.data(), wrapped.size(), *compiled.automaton, true);
-  result.fault = compiled.automaton->fault;
-  BuildKeywordPrefilter(compiled, options.foldCase, result.fault);
-  compiled.searchable = compiled.regex.IsCompiled() && result.fault == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, pattern, options, translate);
-  return result;
+  BuildLineFilter(*compiled.automaton, AutomatonPattern(pattern, options), budget);
+  fault = compiled.automaton->fault;
+  BuildKeywordPrefilter(compiled, options.foldCase, fault, budget);
+  compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
+  if (compiled.searchable) BuildLocator(compiled, pattern, options, translate, budget);
+  return fault;
+}
+
+}  // namespace
+
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options,
+                             CompileBudget& budget) {
+  CompileResult result{std::make_shared<CompiledPattern>()};
+  try {
+    result.fault = CompileWithin(budget, pattern, options, *result.pattern);
+    return result;
+  } catch (const BudgetExhausted&) {
+    return {std::make_shared<CompiledPattern>(), MessageNumber::kMemoryOverflow};
+  }
+}
+
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options) {
+  CompileBudget budget;
+  return CompileMatcher(pattern, options, budget);
 }
 
 }  // namespace trovex

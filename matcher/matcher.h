@@ -9,6 +9,7 @@
 
 #include "matcher/automata/match_locator.h"
 #include "matcher/automata/text_notes.h"
+#include "matcher/budget.h"
 #include "matcher/engine/regular_expression.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
@@ -67,7 +68,11 @@ struct CompileResult {
 };
 
 /// Compiles `pattern`. A fault is the one that the regular-expression engine found, or else the last one
-/// that a stage in front of it did. Throws std::bad_alloc when memory runs out.
+/// that a stage in front of it did. `budget` is charged for the pattern; where it does not allow it, the
+/// fault says so. Throws std::bad_alloc when memory runs out.
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options,
+                             CompileBudget& budget);
+/// The same for a pattern that is alone.
 CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options);
 
 /// A byte range of the searched text, its end exclusive. A group that took no part gives

@@ -70,7 +70,7 @@ bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileB
   options.budget = &budget;
   std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
   if (graph == nullptr) return false;
-  locator_.emplace(std::move(graph), words, FindRequiredString(tree));
+  locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget));
   return true;
 }
 

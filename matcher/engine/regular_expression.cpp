@@ -2,8 +2,8 @@
 
 #include "matcher/engine/regular_expression.h"
 
+#include "matcher/engine/pattern_limits.h"
 #include "matcher/limits.h"
-#include "matcher/pattern/pattern_limits.h"
 
 #include <locale.h>
 #include <algorithm>
@@ -127,8 +127,14 @@ RegularExpression::~RegularExpression() {
 
 MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
                                          const ByteMap* translate) {
+  CompileBudget budget;
+  return Compile(pattern, length, translate, budget);
+}
+
+MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
+                                         const ByteMap* translate, CompileBudget& budget) {
   SyntaxTree tree = ParsePattern(pattern, length, translate);
-  const MessageNumber excess = CheckPatternLimits(tree);
+  const MessageNumber excess = CheckPatternLimits(tree, budget);
   if (excess != MessageNumber::kNone) return excess;
 
   pattern_.assign(pattern, length);

@@ -22,6 +22,7 @@
 #ifndef TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
 #define TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
 
+#include "matcher/budget.h"
 #include "matcher/engine/bounded_matcher.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_syntax.h"
@@ -89,7 +90,11 @@ class RegularExpression {
 
   /// Compiles `length` bytes at `pattern`, once in the life of the object. With `translate`, every
   /// byte of pattern and text is compared as the table says. Returns the error's message number, or
-  /// `kNone`. A pattern beyond the limits (limits.h) is not compiled: the number says so.
+  /// `kNone`. A pattern beyond the limits (limits.h), or beyond `budget`, which is charged for it, is
+  /// not compiled: the number says so.
+  MessageNumber Compile(const char* pattern, std::size_t length, const ByteMap* translate,
+                        CompileBudget& budget);
+  /// The same for a pattern that is alone.
   MessageNumber Compile(const char* pattern, std::size_t length, const ByteMap* translate);
 
   bool IsCompiled() const { return compiled_; }

@@ -108,40 +108,64 @@ PositionSet Union(const PositionSet& a, const PositionSet& b) {
 
 // Closures.
 
-/// The positions of `indices`, each anchor replaced by the positions that follow it, whose
-/// constraint it narrows.
-///
-/// Anchors are taken out one after the other, the one with the greatest index first. An anchor that
-/// comes up a second time is dropped, whatever constraint it has then; `isComplete` is cleared where
-/// that loses a way.
-PositionSet EpsilonClosure(const std::vector<Token>& tokens, const StreamAnalysis& analysis,
-                           const IndexList& indices, bool& isComplete) {
-  std::map<std::uint32_t, Constraint, std::greater<>> anchors;
-  PositionSet closure;
-  const auto insert = [&](const IndexList& inserted, Constraint constraint) {
+/// Makes the position sets of one stream.
+class ClosureMaker {
+ public:
+  ClosureMaker(PatternAutomaton& automaton, const StreamAnalysis& analysis)
+      : automaton_(automaton), analysis_(analysis) {}
+
+  /// The positions of `indices`, each anchor replaced by the positions that follow it, whose
+  /// constraint it narrows.
+  ///
+  /// Anchors are taken out one after the other, the one with the greatest index first. An anchor that
+  /// comes up a second time is dropped, whatever constraint it has then; `anchorsAreComplete` is
+  /// cleared where that loses a way.
+  PositionSet Make(const IndexList& indices) {
+    closure_.clear();
+    Insert(indices, kNoConstraint);
+    std::map<std::uint32_t, Constraint> seen;
+    while (!anchors_.empty()) {
+      const auto [index, constraint] = *anchors_.begin();
+      anchors_.erase(anchors_.begin());
+      const auto [visited, isNew] = seen.emplace(index, constraint);
+      if (!isNew) {
+        if ((constraint & ~visited->second) != 0) automaton_.anchorsAreComplete = false;
+        continue;
+      }
+      Insert(analysis_.Follows(index), constraint & AnchorConstraint(automaton_.tokens[index]));
+    }
+    NormaliseAll();
+    automaton_.budget.ChargeBytes(static_cast<std::int64_t>(closure_.size() * sizeof(Position)));
+    return closure_;
+  }
+
+ private:
+  void Insert(const IndexList& inserted, Constraint constraint) {
+    constexpr std::int64_t kStepsPerAnchor = 30;
+    automaton_.budget.ChargeSteps(static_cast<std::int64_t>(inserted.size()));
     for (const std::uint32_t index : inserted) {
-      if (IsAnchorToken(tokens[index])) {
-        anchors[index] |= constraint;
+      if (IsAnchorToken(automaton_.tokens[index])) {
+        automaton_.budget.ChargeSteps(kStepsPerAnchor);
+        anchors_[index] |= constraint;
       } else {
-        closure.push_back({index, constraint});
+        closure_.push_back({index, constraint});
       }
     }
-  };
-  insert(indices, kNoConstraint);
-  std::map<std::uint32_t, Constraint> seen;
-  while (!anchors.empty()) {
-    const auto [index, constraint] = *anchors.begin();
-    anchors.erase(anchors.begin());
-    const auto [visited, isNew] = seen.emplace(index, constraint);
-    if (!isNew) {
-      if ((constraint & ~visited->second) != 0) isComplete = false;
-      continue;
-    }
-    insert(analysis.Follows(index), constraint & AnchorConstraint(tokens[index]));
+    // Many anchors may lead to the same positions.
+    if (closure_.size() > 2 * automaton_.tokens.size()) NormaliseAll();
   }
-  Normalise(closure);
-  return closure;
-}
+
+  void NormaliseAll() {
+    constexpr std::int64_t kStepsToSortOne = 4;
+    automaton_.budget.ChargeSteps(kStepsToSortOne * static_cast<std::int64_t>(closure_.size()));
+    Normalise(closure_);
+  }
+
+  PatternAutomaton& automaton_;
+  const StreamAnalysis& analysis_;
+  std::map<std::uint32_t, Constraint, std::greater<>> anchors_;
+  PositionSet closure_;
+};
 
 void ClassifyBytes(PatternAutomaton& automaton) {
   automaton.contextOf.fill(kOtherContext);
@@ -400,18 +424,18 @@ void AddTransitions(PatternAutomaton& automaton, StateNumber state, const Transi
 void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
   ClassifyBytes(automaton);
   automaton.searchFlag = searchFlag;
-  const StreamAnalysis analysis(automaton.tokens);
-  const auto closure = [&](const IndexList& indices) {
-    return EpsilonClosure(automaton.tokens, analysis, indices, automaton.anchorsAreComplete);
-  };
+  const StreamAnalysis analysis(automaton.tokens, automaton.budget);
+  ClosureMaker closures(automaton, analysis);
+  automaton.budget.ChargeBytes(
+      static_cast<std::int64_t>(automaton.tokens.size() * sizeof(PositionSet)));
   automaton.followSets.assign(automaton.tokens.size(), {});
   for (std::size_t index = 0; index < automaton.tokens.size(); ++index) {
     const Token token = automaton.tokens[index];
     if (IsByteToken(token) || IsSetToken(token) || token == TokBackref || token < 0) {
-      automaton.followSets[index] = closure(analysis.Follows(index));
+      automaton.followSets[index] = closures.Make(analysis.Follows(index));
     }
   }
-  const PositionSet start = closure(analysis.First());
+  const PositionSet start = closures.Make(analysis.First());
   StateFor(automaton, start, {.newline = AnyDepends(start, DependsOnNewlineBefore)});
 }
 

@@ -6,8 +6,8 @@
 // `kMaxBuiltTables` tables. When one more is needed all are thrown away, and those that the text
 // still comes by are built anew. States are kept as long as they do not hold too many positions.
 //
-// All functions throw nothing but `std::bad_alloc`, and then leave the record as it was or with
-// more states than before.
+// All functions throw `std::bad_alloc`, and then leave the record as it was or with more states than
+// before. The first step throws BudgetExhausted, too; the others charge nothing.
 
 #ifndef TROVEX_MATCHER_LINE_FILTER_AUTOMATON_BUILDER_H
 #define TROVEX_MATCHER_LINE_FILTER_AUTOMATON_BUILDER_H

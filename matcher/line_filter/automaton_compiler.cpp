@@ -4,6 +4,7 @@
 
 #include "matcher/line_filter/automaton_compiler.h"
 
+#include "matcher/limits.h"
 #include "matcher/line_filter/automaton_builder.h"
 #include "matcher/line_filter/automaton_parser.h"
 #include "matcher/line_filter/must_string.h"
@@ -29,15 +30,21 @@ std::string LowerCaseCopy(const char* pattern, std::size_t length) {
   return copy;
 }
 
-/// Takes the must string of a folded pattern, and what fault there is, into `automaton`.
+/// Takes the must string of a folded pattern, and what fault there is, into `automaton`. There is none
+/// where the budget does not allow it.
 void ExtractFoldedMustString(const char* pattern, std::size_t length, PatternAutomaton& automaton) {
   const std::string copy = LowerCaseCopy(pattern, length);
   PatternAutomaton unfolded;
+  unfolded.budget = automaton.budget.Part(kMaxLineFilterSteps, kMaxLineFilterBytes);
   unfolded.syntax = automaton.syntax;
   unfolded.syntax.fold = false;
-  AutomatonParse(copy.data(), copy.size(), unfolded);
-  ExtractMustString(unfolded);
-  automaton.mustList = std::move(unfolded.mustList);
+  try {
+    AutomatonParse(copy.data(), copy.size(), unfolded);
+    ExtractMustString(unfolded);
+    automaton.mustList = std::move(unfolded.mustList);
+  } catch (const BudgetExhausted&) {
+  }
+  automaton.budget.ChargeSteps(unfolded.budget.StepsUsed());
   if (unfolded.fault != MessageNumber::kNone) automaton.fault = unfolded.fault;
 }
 
@@ -45,8 +52,10 @@ void ExtractFoldedMustString(const char* pattern, std::size_t length, PatternAut
 
 void AutomatonInit(PatternAutomaton& automaton) {
   const AutomatonSyntax syntax = automaton.syntax;
+  const CompileBudget budget = automaton.budget;
   automaton = PatternAutomaton{};
   automaton.syntax = syntax;
+  automaton.budget = budget;
 }
 
 void AutomatonFree(PatternAutomaton* automaton) {
@@ -61,6 +70,17 @@ void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton&
   AutomatonParse(pattern, length, automaton);
   if (!folded) ExtractMustString(automaton);
   AnalyseAutomaton(automaton, searchFlag);
+}
+
+void CompileOpenAutomaton(PatternAutomaton& automaton) {
+  AutomatonInit(automaton);
+  automaton.isOpen = true;
+  // A back-reference, which an automaton cannot decide.
+  automaton.tokens = {TokBackref, EndMarker(0), TokConcat};
+  automaton.depth = 2;
+  automaton.leaves = 2;
+  automaton.patterns = 1;
+  AnalyseAutomaton(automaton, true);
 }
 
 }  // namespace trovex

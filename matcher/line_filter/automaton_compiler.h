@@ -10,7 +10,7 @@
 
 namespace trovex {
 
-/// Makes `automaton` a record without a pattern, whatever it held. Its syntax stays.
+/// Makes `automaton` a record without a pattern, whatever it held. Its syntax and its budget stay.
 void AutomatonInit(PatternAutomaton& automaton);
 
 /// Frees a record of the heap and all that it holds; null is nothing to free.
@@ -25,9 +25,14 @@ using PatternAutomatonPtr = std::unique_ptr<PatternAutomaton, PatternAutomatonDe
 /// Compiles `length` bytes at `pattern` into `automaton`, in place of whatever it held, under its syntax
 /// (automaton_parser.h). With `searchFlag` a match may begin at any byte of a text.
 ///
-/// Where the record then holds a fault, the automaton is not to be executed. Throws nothing but `std::bad_alloc`.
+/// Where the record then holds a fault, the automaton is not to be executed. Throws `std::bad_alloc`, and
+/// BudgetExhausted where the record's budget is used up.
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag);
+
+/// Makes an automaton of `automaton`, in place of whatever it held, that lets every line pass, for a
+/// pattern whose own would be too large: the engine alone decides then.
+void CompileOpenAutomaton(PatternAutomaton& automaton);
 
 }  // namespace trovex
 

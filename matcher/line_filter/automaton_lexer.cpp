@@ -301,6 +301,9 @@ void AutomatonLexer::AddFolded(CharSet& set, int first, int last) const {
 /// The token for `set`.
 Token AutomatonLexer::SetOf(const CharSet& set) {
   atStart_ = false;
+  CompileBudget& budget = automaton_.budget;
+  budget.ChargeSteps(static_cast<std::int64_t>(automaton_.sets.size()));
+  budget.ChargeBytes(2 * sizeof(CharSet));
   return TokFirstSet + StoreCharset(automaton_.sets, set);
 }
 

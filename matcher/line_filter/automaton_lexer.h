@@ -25,7 +25,8 @@ struct RepeatBounds {
 class AutomatonLexer {
  public:
   /// Reads `length` bytes at `pattern` (a NUL is a byte like any other) under the syntax of
-  /// `automaton`, which takes the character sets.
+  /// `automaton`, which takes the character sets and whose
+  /// budget is charged for them.
   AutomatonLexer(const char* pattern, std::size_t length, PatternAutomaton& automaton);
 
   /// The next token; `TokEnd` when no byte is left.

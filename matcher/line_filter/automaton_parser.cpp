@@ -3,6 +3,7 @@
 #include "matcher/line_filter/automaton_parser.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace trovex {
 
@@ -113,6 +114,7 @@ void PatternParser::ExpandInterval() {
   const RepeatBounds bounds = lexer_.Bounds();
   const std::size_t count = SubexpressionLength(automaton_, automaton_.tokens.size());
   const std::size_t start = automaton_.tokens.size() - count;
+  automaton_.budget.ChargeSteps(static_cast<std::int64_t>(count));
   if (bounds.max == 0) AppendToken(TokPlus);
   if (bounds.min == 0) AppendToken(TokOptional);
   int copies = 1;
@@ -133,6 +135,8 @@ void PatternParser::CopyTokens(std::size_t start, std::size_t count) {
 }
 
 void PatternParser::AppendToken(Token token) {
+  automaton_.budget.ChargeSteps(1);
+  automaton_.budget.ChargeBytes(2 * sizeof(Token));
   automaton_.tokens.push_back(token);
   if (IsPostfixToken(token)) return;
   if (IsBinaryToken(token)) {

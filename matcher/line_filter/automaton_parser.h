@@ -30,7 +30,7 @@ namespace trovex {
 void AutomatonSetSyntax(PatternAutomaton& automaton, unsigned long bits, bool fold);
 
 /// Parses `length` bytes at `pattern` (a NUL is a byte like any other) and appends their tokens to
-/// `automaton`. Throws nothing but `std::bad_alloc`.
+/// `automaton`. Throws `std::bad_alloc`, and BudgetExhausted where the record's budget is used up.
 void AutomatonParse(const char* pattern, std::size_t length, PatternAutomaton& automaton);
 
 /// How many tokens the operand takes whose last token stands just before `end` in the stream.

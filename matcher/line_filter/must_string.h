@@ -11,8 +11,8 @@
 namespace trovex {
 
 /// Puts the must string of the stream's first pattern, if it has one, at the front of the
-/// automaton's must entries. Throws nothing: when memory is short there is no must string, and the
-/// pattern is searched without.
+/// automaton's must entries. Throws nothing: when memory is short, or the work exceeds what a must
+/// string may cost (limits.h), there is none, and the pattern is searched without.
 void ExtractMustString(PatternAutomaton& automaton) noexcept;
 
 }  // namespace trovex

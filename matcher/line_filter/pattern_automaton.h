@@ -24,6 +24,7 @@
 #ifndef TROVEX_MATCHER_LINE_FILTER_PATTERN_AUTOMATON_H
 #define TROVEX_MATCHER_LINE_FILTER_PATTERN_AUTOMATON_H
 
+#include "matcher/budget.h"
 #include "matcher/pattern/tokens.h"
 #include "resources/string_table.h"
 #include "text/char_set.h"
@@ -120,6 +121,13 @@ inline constexpr int kMaxBuiltTables = 1024;
 inline constexpr std::size_t kMaxHeldPositions = std::size_t{1} << 22;
 
 struct PatternAutomaton {
+  /// What making the record may cost: charged by all that fill it, which throw BudgetExhausted. A
+  /// record that was not filled to the end must not be used.
+  CompileBudget budget = CompileBudget::Unlimited();
+
+  /// Whether the record stands for a pattern whose own would be too large: every line passes.
+  bool isOpen = false;
+
   AutomatonSyntax syntax;  // what patterns are read under; stays as it was set
 
   // Filled by the parser.

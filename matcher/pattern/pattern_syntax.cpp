@@ -329,24 +329,10 @@ class PatternParser {
   /// Skips the operators from `token` on and returns the token behind them.
   Token SkipOperators(Token token) {
     int count = 0;
-    for (; IsRepetition(token.kind); token = bytes_.NextToken()) {
+    for (; IsRepetition(token.kind); token = bytes_.NextToken())
       ++count;
-      if (token.kind == TokenKind::kOpenInterval) NoteSkippedInterval();
-    }
     tree_.skippedOperators = std::max(tree_.skippedOperators, count);
     return token;
-  }
-
-  void NoteSkippedInterval() {
-    double largest = 1;
-    double bound = 0;
-    for (std::size_t i = 0; bytes_.Has(i); ++i) {
-      const int c = bytes_.Peek(i);
-      if (!IsDigitByte(c) && c != ',') break;
-      bound = c == ',' ? 0 : bound * 10 + (c - '0');
-      largest = std::max(largest, bound);
-    }
-    tree_.skippedRepetition *= largest;
   }
 
   /// Appends the expression of a single token. Returns false if it is faulty.

@@ -80,8 +80,6 @@ struct SyntaxTree {
   /// The greatest number of repetition operators in a row that have no operand. The engine skips
   /// them; a reader that gives them an empty operand stacks them.
   int skippedOperators = 0;
-  /// The product of the bounds behind every skipped "{".
-  double skippedRepetition = 1;
   /// Bytes of the text are compared as this table says.
   ByteMap translate = kSameBytes;
 

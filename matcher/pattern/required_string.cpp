@@ -3,11 +3,13 @@
 
 #include "matcher/pattern/required_string.h"
 
+#include "matcher/limits.h"
 #include "matcher/scan/byte_frequency.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace trovex {
@@ -43,11 +45,12 @@ SetString Joined(SetString left, const SetString& right) {
   return left;
 }
 
-/// How rare a string is, by its rarest sets: the more, the rarer.
-double Rarity(const SetString& string) {
+/// How rare a string is, by its rarest sets: the more, the rarer. Charges for each byte looked at.
+double Rarity(const SetString& string, CompileBudget& budget) {
   constexpr std::size_t kCounted = 4;  // as many as are looked at together
   std::vector<double> rarities;
   for (const CharSet& set : string) {
+    budget.ChargeSteps(8 + static_cast<std::int64_t>(set.count()));
     double frequency = 0.5;
     for (std::size_t c = set._Find_first(); c < set.size(); c = set._Find_next(c))
       frequency += kByteFrequency[c];
@@ -60,27 +63,31 @@ double Rarity(const SetString& string) {
   return rarity;
 }
 
-SetString Rarer(SetString a, SetString b) {
-  if (a.empty() || b.empty()) return a.empty() ? b : a;
-  return Rarity(b) > Rarity(a) ? b : a;
-}
-
 class RequiredStringFinder {
  public:
-  explicit RequiredStringFinder(const SyntaxTree& tree) : tree_(tree), found_(tree.nodes.size()) {
+  RequiredStringFinder(const SyntaxTree& tree, CompileBudget& budget)
+      : tree_(tree), budget_(budget), found_(tree.nodes.size()) {
     for (std::size_t c = 0; c < tree.translate.size(); ++c) {
       if (c != '\n') sources_[tree.translate[c]].set(c);
     }
   }
 
   SetString Find() {
-    for (std::size_t i = 0; i < tree_.nodes.size(); ++i)
+    constexpr std::int64_t kStepsPerNode = 100;
+    for (std::size_t i = 0; i < tree_.nodes.size(); ++i) {
+      budget_.ChargeSteps(kStepsPerNode);
       found_[i] = Of(tree_.nodes[i]);
+    }
     const Required& root = found_.back();
     return Rarer(root.best, Rarer(root.prefix, root.suffix));
   }
 
  private:
+  SetString Rarer(SetString a, SetString b) {
+    if (a.empty() || b.empty()) return a.empty() ? b : a;
+    return Rarity(b, budget_) > Rarity(a, budget_) ? b : a;
+  }
+
   Required Of(const SyntaxNode& node) {
     switch (node.kind) {
       case SyntaxKind::kEmpty:
@@ -114,7 +121,7 @@ class RequiredStringFinder {
     return whole;
   }
 
-  static Required Concat(Required left, const Required& right) {
+  Required Concat(Required left, const Required& right) {
     Required both;
     both.best = Rarer(std::move(left.best), right.best);
     if (!left.isWhole || !right.isWhole) {
@@ -177,14 +184,28 @@ class RequiredStringFinder {
   Required Take(int index) { return std::move(found_[static_cast<std::size_t>(index)]); }
 
   const SyntaxTree& tree_;
+  CompileBudget& budget_;
   std::array<CharSet, 256> sources_;  // the bytes of texts that are compared as each byte
   std::vector<Required> found_;
 };
 
 }  // namespace
 
+std::vector<CharSet> FindRequiredString(const SyntaxTree& tree, CompileBudget& budget) {
+  CompileBudget part = budget.Part(kMaxRequiredStringSteps, INT64_MAX);
+  std::vector<CharSet> string;
+  try {
+    string = RequiredStringFinder(tree, part).Find();
+  } catch (const BudgetExhausted&) {
+    string.clear();
+  }
+  budget.Settle(part);
+  return string;
+}
+
 std::vector<CharSet> FindRequiredString(const SyntaxTree& tree) {
-  return RequiredStringFinder(tree).Find();
+  CompileBudget alone;
+  return FindRequiredString(tree, alone);
 }
 
 }  // namespace trovex

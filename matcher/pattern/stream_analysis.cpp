@@ -6,29 +6,32 @@
 
 namespace trovex {
 
-namespace {
-
-/// Adds `indices`, of which there is at least one, to `list`.
-void AddIndices(IndexList& list, IndexList::const_iterator begin, IndexList::const_iterator end) {
-  if (list.empty() || list.back() < *begin) {
-    list.insert(list.end(), begin, end);
-    return;
+StreamAnalysis::StreamAnalysis(const std::vector<Token>& tokens, CompileBudget& budget)
+    : tokens_(tokens), budget_(budget) {
+  try {
+    AnalyseAll();
+  } catch (...) {  // an object that was not made is not destroyed
+    budget_.ReturnBytes(bytesHeld_);
+    throw;
   }
-  IndexList both;
-  both.reserve(list.size() + static_cast<std::size_t>(end - begin));
-  std::set_union(list.begin(), list.end(), begin, end, std::back_inserter(both));
-  list = std::move(both);
 }
 
-}  // namespace
-
-StreamAnalysis::StreamAnalysis(const std::vector<Token>& tokens)
-    : tokens_(tokens), follows_(tokens.size()) {
-  stack_.reserve(tokens.size() / 2 + 1);
-  first_.reserve(tokens.size());
-  last_.reserve(tokens.size());
+void StreamAnalysis::AnalyseAll() {
+  constexpr std::size_t kBytesPerToken =
+      sizeof(IndexList) + sizeof(Operand) / 2 + 2 * sizeof(std::uint32_t);
+  Charge(tokens_.size(), tokens_.size() * kBytesPerToken);
+  follows_.resize(tokens_.size());
+  stack_.reserve(tokens_.size() / 2 + 1);
+  first_.reserve(tokens_.size());
+  last_.reserve(tokens_.size());
   for (std::uint32_t index = 0; index < tokens_.size(); ++index)
     Take(index);
+}
+
+void StreamAnalysis::Charge(std::size_t steps, std::size_t bytes) {
+  budget_.ChargeSteps(static_cast<std::int64_t>(steps));
+  budget_.ChargeBytes(static_cast<std::int64_t>(bytes));
+  bytesHeld_ += static_cast<std::int64_t>(bytes);
 }
 
 void StreamAnalysis::Take(std::uint32_t index) {
@@ -73,6 +76,7 @@ void StreamAnalysis::Concatenate() {
   const Operand right = stack_.back();
   stack_.pop_back();
   Operand& left = stack_.back();
+  Charge(right.lastCount / 8, 0);
   AddFollows(left, right.lastCount, right);
 
   if (left.nullable) {
@@ -107,8 +111,25 @@ void StreamAnalysis::AddFollows(const Operand& operand, std::size_t skip, const 
   const auto lastEnd = last_.end() - static_cast<std::ptrdiff_t>(skip);
   for (auto last = lastEnd - static_cast<std::ptrdiff_t>(operand.lastCount); last != lastEnd;
        ++last) {
-    AddIndices(follows_[*last], nextFirst, first_.end());
+    AddIndices(follows_[*last], nextFirst);
   }
+}
+
+/// Adds the first positions from `begin` on, of which there is at least one, to `list`.
+void StreamAnalysis::AddIndices(IndexList& list, IndexList::const_iterator begin) {
+  const IndexList::const_iterator end = first_.end();
+  const auto added = static_cast<std::size_t>(end - begin);
+  // A list that grows takes up to twice the memory.
+  Charge(added + 4, 2 * added * sizeof(std::uint32_t));
+  if (list.empty() || list.back() < *begin) {
+    list.insert(list.end(), begin, end);
+    return;
+  }
+  Charge(list.size(), 0);
+  IndexList both;
+  both.reserve(list.size() + added);
+  std::set_union(list.begin(), list.end(), begin, end, std::back_inserter(both));
+  list = std::move(both);
 }
 
 }  // namespace trovex

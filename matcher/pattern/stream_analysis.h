@@ -7,7 +7,7 @@
 #ifndef TROVEX_MATCHER_PATTERN_STREAM_ANALYSIS_H
 #define TROVEX_MATCHER_PATTERN_STREAM_ANALYSIS_H
 
-
+#include "matcher/budget.h"
 #include "matcher/pattern/tokens.h"
 
 #include <cstddef>
@@ -22,7 +22,12 @@ using IndexList = std::vector<std::uint32_t>;
 class StreamAnalysis {
  public:
   /// Analyses `tokens`, a stream in postfix order that ends with the end marker of its last pattern.
-  explicit StreamAnalysis(const std::vector<Token>& tokens);
+  /// Charges `budget` for it, which outlives the analysis and gets the bytes back. Throws
+  /// BudgetExhausted.
+  StreamAnalysis(const std::vector<Token>& tokens, CompileBudget& budget);
+  ~StreamAnalysis() { budget_.ReturnBytes(bytesHeld_); }
+  StreamAnalysis(const StreamAnalysis&) = delete;
+  StreamAnalysis& operator=(const StreamAnalysis&) = delete;
 
   /// The positions that a match can begin with.
   const IndexList& First() const { return first_; }
@@ -39,6 +44,7 @@ class StreamAnalysis {
     std::size_t lastCount;
   };
 
+  void AnalyseAll();
   void Take(std::uint32_t index);
   void PushLeaf(std::uint32_t index);
   void Repeat();
@@ -46,7 +52,12 @@ class StreamAnalysis {
   void Alternate();
   void AddFollows(const Operand& operand, std::size_t skip, const Operand& next);
 
+  void AddIndices(IndexList& list, IndexList::const_iterator begin);
+  void Charge(std::size_t steps, std::size_t bytes);
+
   const std::vector<Token>& tokens_;
+  CompileBudget& budget_;
+  std::int64_t bytesHeld_ = 0;
   std::vector<IndexList> follows_;
   std::vector<Operand> stack_;
   IndexList first_;

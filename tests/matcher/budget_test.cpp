@@ -39,17 +39,27 @@ TEST(CompileBudget, FreedBytesCanBeChargedAgain) {
   EXPECT_THROW(budget.ChargeBytes(1), BudgetExhausted);
 }
 
-TEST(CompileBudget, APartEndsWithItsShareOrWithTheWhole) {
-  CompileBudget budget(10, 20);
-  CompileBudget part = budget.Part(4);
+TEST(CompileBudget, APartEndsWithItsShare) {
+  CompileBudget budget(100, 200);
+  CompileBudget part = budget.Part(4, 5);
+  part.ChargeBytes(5);
+  EXPECT_THROW(part.ChargeBytes(1), BudgetExhausted);
   EXPECT_THROW(part.ChargeSteps(5), BudgetExhausted);
-  budget.ChargeSteps(part.StepsUsed());
+  part.ReturnBytes(3);
+  budget.Settle(part);
   EXPECT_EQ(budget.StepsUsed(), 4);
-  CompileBudget rest = budget.Part(100);
-  rest.ChargeSteps(6);
-  EXPECT_THROW(rest.ChargeSteps(1), BudgetExhausted);
-  budget.ChargeSteps(rest.StepsUsed());
-  EXPECT_THROW(budget.ChargeSteps(1), BudgetExhausted);
+  EXPECT_EQ(budget.BytesHeld(), 2);
+}
+
+TEST(CompileBudget, PartsNeverUseUpTheWhole) {
+  CompileBudget budget(1'000'000, 1'000'000);
+  for (int i = 0; i < 8; ++i) {
+    CompileBudget part = budget.Part(INT64_MAX, INT64_MAX);
+    part.ChargeBytes(1);
+    EXPECT_THROW(part.ChargeSteps(1'000'000), BudgetExhausted);
+    budget.Settle(part);
+  }
+  EXPECT_NO_THROW(budget.ChargeSteps(10'000));
 }
 
 }  // namespace

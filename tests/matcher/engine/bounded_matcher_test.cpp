@@ -3,9 +3,9 @@
 
 #include "matcher/engine/bounded_matcher.h"
 
+#include "matcher/engine/pattern_limits.h"
 #include "matcher/engine/regular_expression.h"
 #include "matcher/pattern/pattern_hazards.h"
-#include "matcher/pattern/pattern_limits.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/engine_alone.h"
 #include "tests/matcher/random_pattern.h"

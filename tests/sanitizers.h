@@ -1,0 +1,22 @@
+// Whether a test runs under a sanitizer, with which nothing is said of memory, time and stack.
+
+#ifndef TROVEX_TESTS_SANITIZERS_H
+#define TROVEX_TESTS_SANITIZERS_H
+
+namespace trovex::testing {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kUnderSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool kUnderSanitizer = true;
+#else
+inline constexpr bool kUnderSanitizer = false;
+#endif
+#else
+inline constexpr bool kUnderSanitizer = false;
+#endif
+
+}  // namespace trovex::testing
+
+#endif  // TROVEX_TESTS_SANITIZERS_H
