@@ -88,6 +88,11 @@ inline constexpr std::int64_t kMaxBoundedSteps = 15'000'000;
 inline constexpr std::size_t kMaxBoundedStates = 1'000'000;
 inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
 
+/// Telling the groups of a known match: the nodes of the graph that is walked, and how many of them are
+/// noted at all positions of the match together (9 bytes each).
+inline constexpr std::size_t kMaxGroupNodes = 200'000;
+inline constexpr std::size_t kMaxGroupEntries = 4'000'000;
+
 }  // namespace trovex
 
 #endif  // TROVEX_MATCHER_LIMITS_H

@@ -1,6 +1,9 @@
 // Running the program of a pattern over a text.
 
 #include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/engine_graph.h"
+#include "matcher/engine/group_walk.h"
+#include "matcher/engine/text_reader.h"
 #include "matcher/limits.h"
 
 #include <algorithm>
@@ -81,56 +84,6 @@ class TriedSet {
 
   std::vector<Triple> slots_;
   std::vector<std::uint32_t> used_;
-};
-
-/// The text as the program sees it.
-class TextReader {
- public:
-  TextReader(const SyntaxTree& tree, const BoundedText& text) : tree_(tree), text_(text) {}
-
-  int Length() const { return text_.length; }
-  bool IsEnd(int position) const { return position == text_.length; }
-  int ByteAt(int position) const {
-    return tree_.translate[static_cast<unsigned char>(text_.begin[position])];
-  }
-  bool IsByteAt(int position, int byte) const {
-    return !IsEnd(position) && ByteAt(position) == byte;
-  }
-  bool IsInSetAt(int position, const CharSet& set) const {
-    return !IsEnd(position) && set.test(static_cast<std::size_t>(ByteAt(position)));
-  }
-
-  bool Holds(Anchor anchor, int position) const {
-    const bool wordBefore = IsWordAt(position - 1);
-    const bool wordBehind = IsWordAt(position);
-    switch (anchor) {
-      case Anchor::kLineStart:
-        return position == 0 || ByteAt(position - 1) == '\n';
-      case Anchor::kLineEnd:
-        return IsEnd(position) ? text_.endsLine : ByteAt(position) == '\n';
-      case Anchor::kTextStart:
-        return position == 0;
-      case Anchor::kTextEnd:
-        return IsEnd(position);
-      case Anchor::kWordStart:
-        return !wordBefore && wordBehind;
-      case Anchor::kWordEnd:
-        return wordBefore && !wordBehind;
-      case Anchor::kWordEdge:
-        return wordBefore != wordBehind;
-      case Anchor::kNotWordEdge:
-        return wordBefore == wordBehind;
-    }
-    return false;
-  }
-
- private:
-  bool IsWordAt(int position) const {
-    return position >= 0 && position < text_.length && IsEngineWordByte(ByteAt(position));
-  }
-
-  const SyntaxTree& tree_;
-  const BoundedText text_;
 };
 
 }  // namespace
@@ -298,7 +251,8 @@ class BoundedRun {
       } else if (range.start < passage.position) {
         range.end = passage.position;
         accepted = ranges;
-      } else if (IsOptional(step) && accepted[static_cast<std::size_t>(step.first)].start >= 0) {
+      } else if (matcher_.IsOptional(step) &&
+                 accepted[static_cast<std::size_t>(step.first)].start >= 0) {
         ranges = accepted;  // an empty round that changes nothing
       } else {
         range.end = passage.position;
@@ -324,10 +278,6 @@ class BoundedRun {
 
   bool CanStartAt(int start) const {
     return matcher_.canBeEmpty_ || text_.IsInSetAt(start, matcher_.firstBytes_);
-  }
-
-  bool IsOptional(const BoundedMatcher::Step& close) const {
-    return matcher_.At(close.second).second != 0;
   }
 
   bool Satisfied() const { return bestEnd_ >= 0 && (requiredEnd_ >= 0 || text_.IsEnd(bestEnd_)); }
@@ -508,6 +458,11 @@ bool BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
 
 bool BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
                                 std::vector<GroupRange>& ranges) const {
+  if (graph_ != nullptr && graph_->IsWhole()) {
+    const GroupWalk::Outcome outcome = GroupWalk(*this, *graph_, text).Go(match, ranges);
+    if (outcome == GroupWalk::Outcome::kTold) return true;
+    if (outcome == GroupWalk::Outcome::kDenied) return false;
+  }
   BoundedRun run(*this, text);
   if (!run.From(match.start, match.end)) return false;
   ranges = run.Ranges(match.start);
