@@ -93,7 +93,8 @@ MessageNumber CompileMatcher(const char* pattern, std::size_t length);
 
 /// Finds the first match of the installed pattern in `length` bytes at `text` and writes the range
 /// of `group` (0 or less: the whole match) to `range`. Returns whether there is a match; without
-/// one `range` is untouched. The byte at text[length] must be readable and writable. `notes` are those
+/// one `range` is untouched. Nothing is written to the text; with whole words the byte at text[length] is
+/// read. `notes` are those
 /// of the searches of this text, or of the text that it is the rest of, with this pattern; null when
 /// the text may have changed since. Throws std::bad_alloc when memory runs out.
 bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range,

@@ -20,6 +20,10 @@ BoundedMatcher::BoundedMatcher(SyntaxTree tree) : tree_(std::move(tree)) {
 
 BoundedMatcher::~BoundedMatcher() = default;
 
+bool BoundedMatcher::HasGraph() const {
+  return graph_ != nullptr && graph_->IsWhole();
+}
+
 /// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.
 void BoundedMatcher::NoteWhatReferencesSee() {
   seen_.resize(program_.size());
@@ -136,6 +140,7 @@ void BoundedMatcher::EmitNode(const SyntaxNode& node, Copy copy) {
       Append(Operation::kSet, node.value);
       return;
     case SyntaxKind::kAnchor:
+      hasAnchors_ = true;
       Append(Operation::kAnchor, node.value);
       return;
     case SyntaxKind::kBackReference:

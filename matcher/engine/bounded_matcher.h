@@ -26,6 +26,7 @@
 #define TROVEX_MATCHER_ENGINE_BOUNDED_MATCHER_H
 
 #include "matcher/pattern/pattern_syntax.h"
+#include "text/case_helpers.h"
 
 #include <cstddef>
 #include <memory>
@@ -34,6 +35,7 @@
 namespace trovex {
 
 class EngineGraph;
+class WorkCredit;
 
 /// The text that a match must lie in.
 struct BoundedText {
@@ -50,6 +52,21 @@ struct GroupRange {
   bool operator==(const GroupRange&) const = default;
 };
 
+/// The rule for whole words on a line, of patterns without anchors: a refused match is tried shorter at
+/// the same start, then further right. The byte behind the line counts, unless the match fills the line.
+struct WordRule {
+  const char* line;
+  int length;
+
+  bool CanStartAt(int position) const {
+    return position == 0 || !IsWordConstituent(static_cast<unsigned char>(line[position - 1]));
+  }
+  bool CanEndAt(int position, int start) const {
+    return position - start == length ||
+           !IsWordConstituent(static_cast<unsigned char>(line[position]));
+  }
+};
+
 class BoundedMatcher {
  public:
   explicit BoundedMatcher(SyntaxTree tree);
@@ -59,18 +76,32 @@ class BoundedMatcher {
 
   /// Finds the leftmost-longest match that starts from `from` to `lastStart`. Writes the ranges of
   /// the whole match and of the groups; returns false, without writing, if there is none or if it
-  /// was not found within the bounds.
-  bool Find(const BoundedText& text, int from, int lastStart,
-            std::vector<GroupRange>& ranges) const;
+  /// was not found within the bounds and the credit. With `words`, only matches count that it lets pass;
+  /// the pattern must have no anchors.
+  bool Find(const BoundedText& text, int from, int lastStart, std::vector<GroupRange>& ranges,
+            WorkCredit& credit, const WordRule* words = nullptr) const;
+
+  /// Finds the range of that match alone, for patterns without back-references, in one pass.
+  bool FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                 WorkCredit& credit, const WordRule* words = nullptr) const;
 
   /// The ranges of the groups of the match that is known to be `match`. Returns false, without
-  /// writing, if they were not found within the bounds.
-  bool FindGroups(const BoundedText& text, GroupRange match, std::vector<GroupRange>& ranges) const;
+  /// writing, if they were not found within the bounds and the credit.
+  bool FindGroups(const BoundedText& text, GroupRange match, std::vector<GroupRange>& ranges,
+                  WorkCredit& credit) const;
+
+  bool HasReferences() const { return referenced_ != 0; }
+  bool HasAnchors() const { return hasAnchors_; }
+  bool CanBeEmpty() const { return canBeEmpty_; }
+  /// Whether `FindWhole` may be asked.
+  bool HasGraph() const;
+  std::size_t Size() const { return program_.size(); }
 
  private:
   friend class BoundedRun;
   friend class CopiedBrackets;
   friend class EngineGraph;
+  friend class GraphSearch;
   friend class GroupWalk;
 
   enum class Operation : unsigned char {
@@ -135,6 +166,7 @@ class BoundedMatcher {
   std::unique_ptr<const EngineGraph> graph_;  // tells groups; null with back-references
   CharSet firstBytes_;                        // what a match can begin with, unless it can be empty
   bool canBeEmpty_ = false;
+  bool hasAnchors_ = false;
 };
 
 }  // namespace trovex

@@ -10,6 +10,9 @@ namespace {
 
 using Conditions = EngineGraph::Conditions;
 
+/// What it costs to note a node and to look at it again.
+constexpr std::int64_t kEntryUnits = 30;
+
 bool Hold(Conditions conditions, const Conditions holding) {
   return (conditions & ~holding) == 0;
 }
@@ -17,15 +20,17 @@ bool Hold(Conditions conditions, const Conditions holding) {
 }  // namespace
 
 GroupWalk::GroupWalk(const BoundedMatcher& matcher, const EngineGraph& graph,
-                     const BoundedText& text)
+                     const BoundedText& text, WorkCredit& credit)
     : matcher_(matcher),
       graph_(graph),
       text_(matcher.tree_, text),
+      credit_(credit),
       entryOf_(graph.Size(), kNoEntry),
       isPassed_(graph.Size()) {}
 
 GroupWalk::Outcome GroupWalk::Go(GroupRange match, std::vector<GroupRange>& ranges) {
   start_ = match.start;
+  if (!credit_.Spend(static_cast<std::int64_t>(graph_.Size()))) return Outcome::kTooLarge;
   if (!NoteForwards(match)) return Outcome::kTooLarge;
   if (!NoteBackwards(match)) return Outcome::kDenied;
   return Walk(match, ranges);
@@ -63,6 +68,8 @@ bool GroupWalk::NoteForwards(GroupRange match) {
         reach(node.next[static_cast<std::size_t>(n)]);
     }
     if (reached_.size() > kMaxGroupEntries) return false;
+    const auto count = static_cast<std::int64_t>(reached_.size() - begin);
+    if (!credit_.Spend((count + 2) * kEntryUnits)) return false;
     layers_.push_back({begin, reached_.size(), EngineGraph::Holding(text_, position)});
     first.clear();
     for (std::size_t i = begin; i < reached_.size() && position < match.end; ++i) {

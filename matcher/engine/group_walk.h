@@ -18,6 +18,7 @@
 #include "matcher/engine/bounded_matcher.h"
 #include "matcher/engine/engine_graph.h"
 #include "matcher/engine/text_reader.h"
+#include "matcher/engine/work_credit.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,13 +29,14 @@ namespace trovex {
 class GroupWalk {
  public:
   /// All must outlive the walk.
-  GroupWalk(const BoundedMatcher& matcher, const EngineGraph& graph, const BoundedText& text);
+  GroupWalk(const BoundedMatcher& matcher, const EngineGraph& graph, const BoundedText& text,
+            WorkCredit& credit);
 
   enum class Outcome : unsigned char {
     kTold,
     kDenied,    // the engine finds no way through the match
     kEndless,   // the engine does not come back
-    kTooLarge,  // there is more to note than the bounds allow
+    kTooLarge,  // there is more to note than the bounds or the credit allow
   };
 
   /// Writes the ranges of `match` and its groups to `ranges` if they are told.
@@ -74,6 +76,7 @@ class GroupWalk {
   const BoundedMatcher& matcher_;
   const EngineGraph& graph_;
   const TextReader text_;
+  WorkCredit& credit_;
   std::vector<Layer> layers_;    // by position, from the start of the match on
   std::vector<Number> reached_;  // the nodes of all layers
   std::vector<bool> leadsOn_;    // by entry of `reached_`: whether the end is reached from it

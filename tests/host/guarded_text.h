@@ -42,6 +42,11 @@ class GuardedBytes {
 
   char* Data() { return data_; }
 
+  /// From now on the bytes cannot be written either.
+  void MakeReadOnly() {
+    if (mprotect(memory_ + PageSize(), size_ - 2 * PageSize(), PROT_READ) != 0) std::abort();
+  }
+
  private:
   std::size_t size_;
   char* memory_;

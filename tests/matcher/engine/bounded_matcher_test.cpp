@@ -4,6 +4,7 @@
 #include "matcher/engine/bounded_matcher.h"
 
 #include "matcher/engine/regular_expression.h"
+#include "matcher/engine/work_credit.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_limits.h"
 #include "tests/heap_text.h"
@@ -42,8 +43,9 @@ SyntaxTree Parsed(std::string_view pattern) {
 Ranges Found(std::string_view pattern, std::string_view line, int from = 0, bool endsLine = true) {
   const HeapText heap(line);
   Ranges ranges;
+  WorkCredit credit(line.size());
   BoundedMatcher(Parsed(pattern))
-      .Find({heap.Data(), heap.Length(), endsLine}, from, heap.Length(), ranges);
+      .Find({heap.Data(), heap.Length(), endsLine}, from, heap.Length(), ranges, credit);
   return ranges;
 }
 
@@ -165,10 +167,11 @@ TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesAndGroups) {
         const HeapText heap(c.line);
         const BoundedText text{heap.Data(), heap.Length(), true};
         const BoundedMatcher matcher(Parsed(c.pattern));
+        WorkCredit credit(c.line.size());
         Ranges ranges;
-        if (!matcher.Find(text, c.from, heap.Length(), ranges)) return Ranges{};
+        if (!matcher.Find(text, c.from, heap.Length(), ranges, credit)) return Ranges{};
         const GroupRange match = ranges[0];
-        return matcher.FindGroups(text, match, ranges) ? ranges : Ranges{match};
+        return matcher.FindGroups(text, match, ranges, credit) ? ranges : Ranges{match};
       });
   EXPECT_EQ(comparison.differences, 0) << comparison.difference;
   EXPECT_GT(comparison.searches, 20'000);
@@ -186,6 +189,26 @@ TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesWithBackReferences) {
       });
   EXPECT_LE(comparison.differences, comparison.searches / 2'000) << comparison.difference;
   EXPECT_GT(comparison.searches, 20'000);
+}
+
+TEST(BoundedMatcher, FindsTheEnginesMatchInOnePass) {
+  for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
+    const Comparison comparison = Compare(
+        RandomCases(34, parts, 40'000),
+        [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
+        [](const SearchCase& c) {
+          const HeapText heap(c.line);
+          const BoundedMatcher matcher(Parsed(c.pattern));
+          WorkCredit credit(c.line.size());
+          GroupRange match;
+          const bool found = matcher.FindWhole({heap.Data(), heap.Length(), true}, c.from,
+                                               heap.Length(), match, credit);
+          return found ? Ranges{match} : Ranges{};
+        });
+    // Before a word's last letter the engine misses "[^a]*\\B" now and then.
+    EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
+    EXPECT_GT(comparison.searches, 20'000);
+  }
 }
 
 TEST(BoundedMatcher, AnEmptyRoundLeavesItsMarkOnTheGroups) {
