@@ -53,8 +53,8 @@ void MakeLists(std::size_t targets, const std::vector<std::pair<int, int>>& link
 }  // namespace
 
 GroupFinder::GroupFinder(const SyntaxTree& tree, const GroupOptions& options)
-    : graph_(MakeWayGraph(tree, kMaxSteps)), options_(options) {
-  LinkSteps();
+    : graph_(MakeWayGraph(tree, kMaxSteps)), options_(options), single_(SingleWay::Make(graph_)) {
+  if (!single_) LinkSteps();
 }
 
 void GroupFinder::LinkSteps() {
@@ -317,6 +317,10 @@ SearchOutcome GroupFinder::Find(TextView text, const ByteRange& match,
   if (graph_.groupCount == 0) {
     groups.clear();
     return SearchOutcome::kFound;
+  }
+  if (single_) {
+    const bool isFound = single_->Find(text, match, groups, work.opened_);
+    return isFound ? SearchOutcome::kFound : SearchOutcome::kNotFound;
   }
   const bool isTooLong = match.Length() >= std::numeric_limits<std::uint32_t>::max();
   if (graph_.isTooLarge || graph_.hasReferences || isTooLong) return SearchOutcome::kGaveUp;

@@ -15,6 +15,7 @@
 #ifndef TROVEX_MATCHER_GROUPS_GROUP_FINDER_H
 #define TROVEX_MATCHER_GROUPS_GROUP_FINDER_H
 
+#include "matcher/groups/single_way.h"
 #include "matcher/groups/way_graph.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/search_outcome.h"
@@ -23,6 +24,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace trovex {
@@ -57,9 +59,9 @@ class GroupFinder {
   };
 
   /// Writes the ranges of the groups of `match`, a match of the pattern in `text` as a search found it,
-  /// to `groups`: that of group g to groups[g - 1], nowhere if it took no part. kNotFound, with nothing
-  /// written, if the pattern does not match that range; kGaveUp, with nothing written, if the pattern
-  /// is so large that more than about 2 µs a byte of the match would be needed.
+  /// to `groups`: that of group g to groups[g - 1], nowhere if it took no part. kGaveUp if the pattern is
+  /// so large that more than about 2 µs a byte of the match would be needed; kNotFound if it was seen that
+  /// the pattern does not match that range; the groups mean nothing then.
   SearchOutcome Find(TextView text, const ByteRange& match, std::vector<ByteRange>& groups,
                      Workspace& work) const;
 
@@ -70,6 +72,7 @@ class GroupFinder {
 
   WayGraph graph_;
   GroupOptions options_;
+  std::optional<SingleWay> single_;  // set if the pattern leaves only one way open
   // By step, from `firstX_[step]` to `firstX_[step + 1]`: the steps that lead to it.
   std::vector<std::uint32_t> byteSources_;
   std::vector<std::uint32_t> firstByteSource_;
