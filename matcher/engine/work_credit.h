@@ -19,7 +19,7 @@ class WorkCredit {
  public:
   /// For a text of `bytes` bytes.
   explicit WorkCredit(std::size_t bytes)
-      : left_(kWorkAtLeast + static_cast<std::int64_t>(bytes) * kWorkPerByte) {}
+      : left_(kWorkAtLeast + static_cast<std::int64_t>(bytes) * kWorkPerByte), granted_(left_) {}
 
   /// What follows is work on a line behind which `bytes` bytes remain.
   void BeginLine(std::size_t bytes) {
@@ -40,8 +40,12 @@ class WorkCredit {
   /// Whether the search has given up on some line.
   bool GaveUp() const { return gaveUp_; }
 
+  /// What was spent so far.
+  std::int64_t Spent() const { return granted_ - left_; }
+
  private:
   std::int64_t left_;
+  std::int64_t granted_;
   std::int64_t reserve_ = 0;
   bool gaveUp_ = false;
 };

@@ -3,20 +3,24 @@
 
 #include "matcher/limits.h"
 #include "tests/heap_text.h"
+#include "tests/matcher/random_pattern.h"
 
 #include <gtest/gtest.h>
 #include <trovex/trovex.h>
+#include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <tuple>
 
 namespace {
 
 using trovex::testing::HeapText;
+using trovex::testing::RandomPattern;
 
 std::string Repeated(std::string_view piece, std::size_t bytes) {
   std::string text;
@@ -87,6 +91,43 @@ TEST(HostileSearch, TakesNoLongerThanTheTextAllows) {
         static_cast<double>(trovex::kWorkPerByte) * 8.0 * static_cast<double>(c.bytes);
     EXPECT_LT(seconds, 4 * units / 1e9);
   }
+}
+
+/// Random patterns, with every kind of part, on texts that repeat what occurs in them.
+Case RandomCase(unsigned seed, std::string& pattern) {
+  RandomPattern random(seed, {seed % 2 == 0, seed % 3 == 0});
+  pattern = random.Pattern();
+  if (seed % 5 == 0) pattern = "(" + pattern + "){1,40}" + random.Pattern();
+  std::string piece = random.Line(6) + "a";
+  const std::string tail = random.Line(3);
+  Case c{pattern.c_str(), random.Below(2), random.Below(3), nullptr, 1'000};
+  c.text = [piece, tail](std::size_t bytes) { return Repeated(piece, bytes) + tail; };
+  return c;
+}
+
+TEST(HostileSearch, RandomOnesTakeNoLongerEither) {
+  double worst = 0;
+  double worstGrowth = 0;
+  std::string worstPattern;
+  std::string growingPattern;
+  for (unsigned seed = 1; seed <= 500; ++seed) {
+    std::string pattern;
+    const Case c = RandomCase(seed, pattern);
+    SCOPED_TRACE(::testing::Message() << "seed " << seed << ", pattern " << pattern);
+    CSearchTreeItem* root = nullptr;
+    int tags = 0;
+    const bool compiles = GetSearchTree(c.pattern, 1, 0, c.words, 1, root, &tags) == nullptr;
+    delete root;
+    if (!compiles) continue;
+    const double once = SecondsOf(c, c.bytes);
+    const double fourTimes = SecondsOf(c, 4 * c.bytes);
+    EXPECT_LT(fourTimes, 4 * static_cast<double>(trovex::kWorkAtLeast) / 1e9);
+    const double growth = fourTimes / std::max(once, 1e-3);
+    if (growth > worstGrowth) std::tie(worstGrowth, growingPattern) = std::tie(growth, pattern);
+    if (fourTimes > worst) std::tie(worst, worstPattern) = std::tie(fourTimes, pattern);
+  }
+  std::printf("worst: %.2f us a byte, %s; growth %.1f times on four times the text, %s\n",
+              worst * 1e6 / 4'000, worstPattern.c_str(), worstGrowth, growingPattern.c_str());
 }
 
 }  // namespace
