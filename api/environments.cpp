@@ -3,7 +3,7 @@
 #include "api/environments.h"
 
 #include "api/messages.h"
-#include "matcher/module_state.h"
+#include "api/module_state.h"
 
 #include <trovex/functions.h>
 #include <new>

@@ -15,10 +15,9 @@
 #ifndef TROVEX_API_ENVIRONMENTS_H
 #define TROVEX_API_ENVIRONMENTS_H
 
-#include "matcher/matcher.h"
-#include "phonetic/soundex.h"
-#include "resources/string_table.h"
+#include "api/matcher_state.h"
 
+#include <trovex/functions.h>
 #include <trovex/host_framework.h>
 #include <memory>
 

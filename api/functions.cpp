@@ -4,14 +4,41 @@
 // here, the work is the matcher's. Memory that runs out ends here too, as a message or as "not
 // found": no exception crosses the library's border.
 
+#include "api/matcher_state.h"
 #include "api/messages.h"
+#include "api/module_state.h"
 #include "expr/item_blocks.h"
-#include "matcher/matcher.h"
 #include "text/case_helpers.h"
 
 #include <trovex/functions.h>
-#include <cstring>
 #include <new>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+constinit ModuleState<MatcherState> matcherState;
+
+}  // namespace
+
+MatcherState& Matcher() {
+  return matcherState.Get();
+}
+
+void SetCompileError(MessageNumber error) {
+  Matcher().pendingError = error;
+}
+
+bool SearchInstalled(const char* text, int length, int group, MatchRange& range, TextNotes* notes) {
+  const MatcherState& matcher = Matcher();
+  if (matcher.installed == nullptr) return false;
+  const SearchConditions conditions = {matcher.options.matchWords, matcher.options.matchLines,
+                                       matcher.engineOnly};
+  return ExecuteMatcher(*matcher.installed, conditions, text, length, group, range, notes);
+}
+
+}  // namespace trovex
 
 using trovex::LoadMessageText;
 using trovex::Matcher;
@@ -21,15 +48,15 @@ using trovex::MessageNumber;
 const char* Compile(const char* pattern, int foldCase, int matchWords) {
   if (pattern == nullptr) return nullptr;
   MatcherState& matcher = Matcher();
-  matcher.foldCase = foldCase != 0;
-  matcher.matchWords = matchWords != 0;
-  matcher.matchLines = false;
+  matcher.options = {.foldCase = foldCase != 0, .matchWords = matchWords != 0};
   matcher.pendingError = MessageNumber::kNone;
+  matcher.installed.reset();
   try {
-    const MessageNumber error = trovex::CompileMatcher(pattern, std::strlen(pattern));
-    return trovex::MessageTextOrNull(error != MessageNumber::kNone ? error : matcher.pendingError);
+    trovex::CompileResult result = trovex::CompileMatcher(pattern, matcher.options);
+    matcher.installed = std::move(result.pattern);
+    if (result.fault != MessageNumber::kNone) trovex::SetCompileError(result.fault);
+    return trovex::MessageTextOrNull(matcher.pendingError);
   } catch (const std::bad_alloc&) {
-    matcher.installed.reset();
     return LoadMessageText(MessageNumber::kMemoryOverflow);
   }
 }
@@ -38,7 +65,7 @@ int Search(const char* text, int length, int* start, int* end, int subexpression
   if (text == nullptr || start == nullptr || end == nullptr) return 0;
   try {
     trovex::MatchRange range{};
-    if (!trovex::ExecuteMatcher(text, length, subexpression, range)) return 0;
+    if (!trovex::SearchInstalled(text, length, subexpression, range)) return 0;
     *start = range.start;
     *end = range.end;
     return 1;

@@ -5,9 +5,9 @@
 // ratio holds whatever else the machine is doing. "leaf" and "finding alone" find the same matches
 // in the text; the difference is what the items of that search cost.
 
+#include "api/matcher_state.h"
 #include "bench/benchmark_text.h"
 #include "expr/item_blocks.h"
-#include "matcher/matcher.h"
 
 #include <benchmark/benchmark.h>
 #include <trovex/trovex.h>
@@ -134,7 +134,7 @@ void FindingAlone(benchmark::State& state, const char* pattern) {
     matches = 0;
     trovex::MatchRange match{};
     for (int p = 0;
-         trovex::ExecuteMatcher(text.data() + p, TextLength() - p, 0, match) && match.end > 0;
+         trovex::SearchInstalled(text.data() + p, TextLength() - p, 0, match) && match.end > 0;
          p += match.end) {
       ++matches;
     }

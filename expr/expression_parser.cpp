@@ -20,18 +20,16 @@
 // Brackets and NOTs may stand inside one another up to a limit, for the parser recurses there, as do the
 // walks over the tree that it makes. A chain of ANDs has none: it is read in a loop.
 //
-// A fault travels as an exception that carries a message number up to GetSearchTree; every node
+// A fault travels as an exception that carries a message number up to ParseExpression; every node
 // under construction has an owner on the way, which deletes it.
 
-#include "api/messages.h"
+#include "expr/expression_parser.h"
+
 #include "matcher/limits.h"
 
-#include <trovex/functions.h>
-#include <trovex/search_tree.h>
 #include <limits>
-#include <memory>
-#include <new>
 #include <string_view>
+#include <utility>
 
 namespace trovex {
 
@@ -258,43 +256,16 @@ int ExpressionParser::ParseNearBy() {
   return static_cast<int>(value);
 }
 
-/// The options word of a typed expression's switches. Without the phonetic switch every leaf is a
-/// regular expression.
-unsigned long OptionsFromSwitches(bool regularExpression, bool phonetic, bool words, bool cases) {
-  unsigned long options = kSearchModeRegularExpression;
-  if (!regularExpression && phonetic) options = kSearchModePhonetic;
-  if (words) options |= kSearchMatchWords;
-  if (cases) options |= kSearchCaseSensitive;
-  return options;
-}
-
 }  // namespace
 
-}  // namespace trovex
-
-const char* GetSearchTree(const char* expression, int regularExpression, int phoneticSearch,
-                          int matchWords, int caseSensitive, CSearchTreeItem*& tree,
-                          int* tagCount) {
-  using trovex::LoadMessageText;
-  using trovex::MessageNumber;
-
-  tree = nullptr;
-  if (expression == nullptr || tagCount == nullptr) {
-    return LoadMessageText(MessageNumber::kEmptySubexpression);
-  }
+ParsedExpression ParseExpression(const char* expression, unsigned long options) {
   try {
-    trovex::ExpressionParser parser(
-        expression, trovex::OptionsFromSwitches(regularExpression != 0, phoneticSearch != 0,
-                                                matchWords != 0, caseSensitive != 0));
-    tree = parser.Parse().release();
-    *tagCount = parser.TagCount();
-  } catch (const trovex::ExpressionError& error) {
-    return LoadMessageText(error.number);
-  } catch (const std::bad_alloc&) {
-    return LoadMessageText(MessageNumber::kMemoryOverflow);
+    ExpressionParser parser(expression, options);
+    Node root = parser.Parse();
+    return {std::move(root), parser.TagCount()};
+  } catch (const ExpressionError& error) {
+    return {nullptr, 0, error.number};
   }
-
-  ResetEnvironment();
-  int cost = 0;
-  return tree->OptimizeAndCompile(&cost);
 }
+
+}  // namespace trovex

@@ -152,9 +152,9 @@ class MergedWalk {
   bool NextIsNear(int nearBy) const {
     CFoundItem* const item = source_->Current();
     CFoundItem* const before = other_->Previous();
-    CFoundItem* const behind = other_->Current();
+    CFoundItem* const after = other_->Current();
     return (before != nullptr && Gap(before, item) <= nearBy) ||
-           (behind != nullptr && Gap(item, behind) <= nearBy);
+           (after != nullptr && Gap(item, after) <= nearBy);
   }
 
   void Skip() {

@@ -1,17 +1,10 @@
-// The nodes of a search tree that do not search by themselves: what they own, and how options,
-// costs and compile errors travel through them.
+// The nodes of a search tree that do not search by themselves: what they own, and how options travel
+// through them. How they are compiled stands in api/tree_functions.cpp.
 
-#include "api/messages.h"
 #include "expr/and_chain.h"
 
 #include <trovex/search_tree.h>
-#include <new>
-#include <optional>
 #include <utility>
-#include <vector>
-
-using trovex::LoadMessageText;
-using trovex::MessageNumber;
 
 CSearchTreeItem::CSearchTreeItem() = default;
 CSearchTreeItem::CSearchTreeItem(const CSearchTreeItem& other) = default;
@@ -54,17 +47,6 @@ int CUnarySearchTreeItem::IsEmpty() {
 
 void CUnarySearchTreeItem::SetSearchOptions(unsigned long options) {
   if (child_ != nullptr) child_->SetSearchOptions(options);
-}
-
-const char* CUnarySearchTreeItem::OptimizeAndCompile(int* cost) {
-  if (cost == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
-  if (child_ == nullptr) {
-    *cost = 0;
-    return LoadMessageText(MessageNumber::kEmptySubexpression);
-  }
-  const char* error = child_->OptimizeAndCompile(cost);
-  *cost += 1;
-  return error;
 }
 
 CSearchTreeItem* CUnarySearchTreeItem::GetChild() {
@@ -116,64 +98,6 @@ void CBinarySearchTreeItem::SetSearchOptions(unsigned long options) {
       return;
     }
     node = chained;
-  }
-}
-
-namespace {
-
-/// A node whose operands are being compiled.
-struct OpenNode {
-  CBinarySearchTreeItem* node;
-  std::optional<int> leftCost;  // none: the left operand is not compiled yet
-
-  CSearchTreeItem* NextOperand() const {
-    return leftCost ? node->GetRightChild() : node->GetLeftChild();
-  }
-
-  /// Both operands are compiled: puts the cheaper one on the left, where it is searched first and may
-  /// make the other's search unnecessary. Returns the node's cost.
-  int Close(int rightCost) const {
-    if (*leftCost > rightCost) {
-      CSearchTreeItem* const left = node->GetLeftChild();
-      node->SetLeftChild(node->GetRightChild());
-      node->SetRightChild(left);
-    }
-    return *leftCost + rightCost + 1;
-  }
-};
-
-/// Compiles the operands of `root` and of the ANDs below it, from left to right.
-const char* CompileOperands(CBinarySearchTreeItem* root, int* cost) {
-  std::vector<OpenNode> open = {{root, {}}};
-  for (;;) {
-    CSearchTreeItem* const operand = open.back().NextOperand();
-    if (operand == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
-    if (CAndOperator* const both = trovex::AsPlainAnd(operand)) {
-      open.push_back({both, {}});
-      continue;
-    }
-    int operandCost = 0;
-    if (const char* error = operand->OptimizeAndCompile(&operandCost)) return error;
-    while (open.back().leftCost) {
-      operandCost = open.back().Close(operandCost);
-      open.pop_back();
-      if (!open.empty()) continue;
-      *cost = operandCost;
-      return nullptr;
-    }
-    open.back().leftCost = operandCost;
-  }
-}
-
-}  // namespace
-
-const char* CBinarySearchTreeItem::OptimizeAndCompile(int* cost) {
-  if (cost == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
-  *cost = 0;
-  try {
-    return CompileOperands(this, cost);
-  } catch (const std::bad_alloc&) {
-    return LoadMessageText(MessageNumber::kMemoryOverflow);
   }
 }
 

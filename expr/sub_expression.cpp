@@ -1,16 +1,9 @@
-// The leaf of a search tree: how a slice of the typed expression becomes a pattern, and how all
-// matches of that pattern become found items.
+// The leaf of a search tree: how a slice of the typed expression becomes a pattern. How it is compiled and
+// searched stands in api/tree_functions.cpp.
 
-#include "api/messages.h"
-#include "expr/item_blocks.h"
-#include "matcher/matcher.h"
-
-#include <trovex/functions.h>
 #include <trovex/search_tree.h>
 #include <algorithm>
 #include <cstdint>
-#include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -37,7 +30,7 @@ struct PatternText {
 /// Copies `slice`, counts the brackets that it opens and takes the backslash off "\&" and "\!":
 /// these two were escaped from the expression's operators and are nothing special in a pattern.
 ///
-/// Such a backslash still counts as one that escapes: the byte behind the "&" or "!" is taken as
+/// Such a backslash still counts as one that escapes: the byte after the "&" or "!" is taken as
 /// escaped when brackets are counted.
 PatternText ReadSlice(std::string_view slice) {
   PatternText pattern;
@@ -54,37 +47,6 @@ PatternText ReadSlice(std::string_view slice) {
     pattern.text += c;
   }
   return pattern;
-}
-
-/// Keeps an environment active for as long as the object lives.
-class ActiveEnvironment {
- public:
-  explicit ActiveEnvironment(int number) : number_(number), active_(ActivateEnvironment(number)) {}
-  ~ActiveEnvironment() {
-    if (IsActive()) RestoreEnvironment(number_);
-  }
-  ActiveEnvironment(const ActiveEnvironment&) = delete;
-  ActiveEnvironment& operator=(const ActiveEnvironment&) = delete;
-
-  bool IsActive() const { return active_ != 0; }
-
- private:
-  int number_;
-  int active_;
-};
-
-/// Finds the first match of the active environment's pattern, in the way that `options` say; in any
-/// mode but the two known ones there is none.
-bool FindFirst(std::uint32_t options, const char* text, int length, int group,
-               trovex::MatchRange& match, trovex::TextNotes& notes) {
-  switch (options & kSearchModeMask) {
-    case kSearchModeRegularExpression:
-      return trovex::ExecuteMatcher(text, length, group, match, &notes);
-    case kSearchModePhonetic:
-      return SearchSoundex(text, &match.start, &match.end) != 0;
-    default:
-      return false;
-  }
 }
 
 }  // namespace
@@ -142,44 +104,4 @@ void CSubExpression::SetSubExpression(const char* text, int length, int lastTagN
   tagBase_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(lastTagNr) -
                                        static_cast<std::uint32_t>(pattern.groups));
   strippedBrackets_ = stripped;
-}
-
-const char* CSubExpression::OptimizeAndCompile(int* cost) {
-  if (cost == nullptr) {
-    return trovex::LoadMessageText(trovex::MessageNumber::kEmptySubexpression);
-  }
-  *cost = text_.GetLength();
-  return CompileToEnvironment(text_, RegularExpression(), PhoneticSearch(), CaseSensitive(),
-                              MatchWords(), &environmentNumber_);
-}
-
-CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr) {
-  if (text == nullptr) return nullptr;
-  try {
-    auto found = std::make_unique<CFoundItemArray>();
-    const ActiveEnvironment environment(environmentNumber_);
-    if (!environment.IsActive()) return nullptr;
-
-    // The tag asked for lies in this leaf when it is one of the brackets counted here. Those that
-    // were stripped from the text enclose all of it: their group number is 0 or less. Where a bracket
-    // was counted that the expression does not have, the tag base is below 0.
-    const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
-    const bool tagMatched = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
-    const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
-
-    trovex::ItemMaker items;
-    trovex::TextNotes notes;
-    for (int position = 0; position < length;) {
-      trovex::MatchRange match{};
-      if (!FindFirst(options_, text + position, length - position, group, match, notes)) {
-        break;
-      }
-      if (match.start < 0 || match.end < 1) break;
-      items.Append(*found, position + match.start, position + match.end, tagMatched ? 1 : 0);
-      position += match.end;
-    }
-    return found.release();
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
 }

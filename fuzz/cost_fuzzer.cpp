@@ -6,10 +6,10 @@
 // processor time per byte, is told to the fuzzer as coverage, so that it keeps what costs more than
 // anything before. A search must stay within what all searches of a text may take together.
 
+#include "api/matcher_state.h"
 #include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "matcher/limits.h"
-#include "matcher/matcher.h"
 #include "tests/heap_text.h"
 
 #include <trovex/functions.h>
@@ -52,7 +52,7 @@ std::int64_t SearchAll(const HeapText& text, int group) {
   for (int position = 0; position < text.Length();) {
     MatchRange match{};
     const char* const rest = text.Data() + position;
-    if (!ExecuteMatcher(rest, text.Length() - position, group, match, &notes)) break;
+    if (!SearchInstalled(rest, text.Length() - position, group, match, &notes)) break;
     if (match.start < 0 || match.end < 1) break;
     position += match.end;
   }

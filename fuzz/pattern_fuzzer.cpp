@@ -6,9 +6,9 @@
 // answer. Where they are known to read a pattern differently, both still run, for what the
 // sanitizers may see.
 
+#include "api/matcher_state.h"
 #include "fuzz/input.h"
 #include "fuzz/require.h"
-#include "matcher/matcher.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/line_filter/closure_reference.h"
 
@@ -136,7 +136,7 @@ bool MayBeReadDifferently(std::string_view pattern, std::string_view text, Flags
   // The engine forgets anchors in the copies that it makes of a repeated group: it finds "+a" by
   // "(\B.){2}", but not by "\B.\B.".
   if (HasAnchor(pattern) && NestedCopies(pattern) > 1) return true;
-  return !testing::ClosuresAreComplete(Matcher().installed->automaton);
+  return !testing::ClosuresAreComplete(*Matcher().installed->automaton);
 }
 
 }  // namespace

@@ -56,9 +56,9 @@ inline constexpr std::size_t kMaxLocatorEdges = 200'000;
 inline constexpr std::size_t kMaxLocatorTables = 1'024;
 inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
 
-/// A pattern for the own automata alone, with no engine behind it: how many positions its graph has when
-/// its repetitions are written out, and how many edges. About 60 bytes each position, 16 each edge.
-/// How deep its tree may be: what is made of it recurses.
+/// A pattern for the library's own automata, with no engine behind it: how deep its tree may be, over which
+/// recursions go, and how many positions and edges its graph may have when repetitions are written out,
+/// at about 150 bytes each position and 16 each edge.
 inline constexpr int kMaxTreeDepth = 1'000;
 inline constexpr std::size_t kMaxProgramPositions = 250'000;
 inline constexpr std::size_t kMaxProgramEdges = 4'000'000;

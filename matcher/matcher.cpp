@@ -1,4 +1,4 @@
-// The matcher's state and its compile driver.
+// The matcher's compile driver: one pattern through all stages.
 
 #include "matcher/matcher.h"
 
@@ -6,7 +6,6 @@
 #include "matcher/limits.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/line_filter/automaton_parser.h"
-#include "matcher/module_state.h"
 #include "matcher/pattern/engine_stream.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/pattern/required_string.h"
@@ -24,8 +23,6 @@
 namespace trovex {
 
 namespace {
-
-constinit ModuleState<MatcherState> matcherState;
 
 /// The table under which the engine reads upper and lower case as the same: everything is upper.
 ByteMap UpperCaseMap() {
@@ -49,11 +46,11 @@ ByteMap LowerCaseMap() {
 /// The pattern as the automaton gets it, with the word or line condition around it. The engine gets
 /// it bare, so that the groups keep their numbers. Where both conditions are asked for, the prefix
 /// is that of words and the suffix that of lines.
-std::string AutomatonPattern(std::string_view pattern, const MatcherState& matcher) {
-  if (!matcher.matchWords && !matcher.matchLines) return std::string(pattern);
-  std::string wrapped = matcher.matchWords ? "(^|[^0-9A-Za-z_])(" : "^(";
+std::string AutomatonPattern(std::string_view pattern, const PatternOptions& options) {
+  if (!options.matchWords && !options.matchLines) return std::string(pattern);
+  std::string wrapped = options.matchWords ? "(^|[^0-9A-Za-z_])(" : "^(";
   wrapped += pattern;
-  wrapped += matcher.matchLines ? ")$" : ")([^0-9A-Za-z_]|$)";
+  wrapped += options.matchLines ? ")$" : ")([^0-9A-Za-z_]|$)";
   return wrapped;
 }
 
@@ -63,20 +60,21 @@ bool IsExact(const MustEntry& entry) {
   return entry.exact && entry.text.find('\n') == std::string::npos;
 }
 
-/// Makes the keyword set of the automaton's required strings.
-void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
-  const std::vector<MustEntry>& entries = compiled.automaton.mustEntries;
+/// Makes the keyword set of the automaton's required strings. A fault of it takes the place of any
+/// earlier one.
+void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumber& fault) {
+  const std::vector<MustEntry>& entries = compiled.automaton->mustList;
   if (entries.empty()) return;
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
   if (compiled.keywords == nullptr) {
-    SetCompileError(MessageNumber::kMemoryOverflow);
+    fault = MessageNumber::kMemoryOverflow;
     return;
   }
   for (const MustEntry& entry : entries) {
     const MessageNumber error =
         KeywordSetAdd(*compiled.keywords, entry.text.data(), static_cast<int>(entry.text.size()));
-    if (error != MessageNumber::kNone) SetCompileError(error);
+    if (error != MessageNumber::kNone) fault = error;
   }
   compiled.keywordsAreExact = std::all_of(entries.begin(), entries.end(), IsExact);
   KeywordSetPrepare(*compiled.keywords);
@@ -84,12 +82,13 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase) {
 
 /// How the automaton reads the pattern that `stream` is the engine's reading of.
 Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
-                  const CompiledPattern& compiled) {
-  if (!compiled.automaton.anchorsAreComplete) return Reading::kDifferent;
+                  const PatternOptions& options, const CompiledPattern& compiled) {
+  if (!compiled.automaton->anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
-  const bool isWrapped = Matcher().matchWords || Matcher().matchLines;
+  bare.syntax = compiled.automaton->syntax;
+  const bool isWrapped = options.matchWords || options.matchLines;
   if (isWrapped) AutomatonParse(pattern.data(), pattern.size(), bare);
-  const PatternAutomaton& automaton = isWrapped ? bare : compiled.automaton;
+  const PatternAutomaton& automaton = isWrapped ? bare : *compiled.automaton;
   if (stream.tokens != automaton.tokens || stream.sets != automaton.sets) {
     return Reading::kDifferent;
   }
@@ -108,8 +107,8 @@ CharSet WordBytes(bool words, const SyntaxTree& tree) {
 }
 
 /// The graph of `tree`; null where automata made of it could not answer as the engine does.
-std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream) {
-  const bool words = Matcher().matchWords;
+std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream,
+                                               bool words) {
   // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
   if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
   GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
@@ -122,50 +121,43 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const Tok
 }
 
 /// Makes the locator, where automata can answer for the engine.
-void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const ByteMap* translate) {
-  if (Matcher().matchLines) return;  // the automaton alone knows that condition
+void BuildLocator(CompiledPattern& compiled, std::string_view pattern,
+                  const PatternOptions& options, const ByteMap* translate) {
+  if (options.matchLines) return;  // the automaton alone knows that condition
   const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream);
+  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords);
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
-  compiled.automatonReading = ReadingOf(*stream, pattern, compiled);
-  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), Matcher().matchWords,
+  compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
+  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), options.matchWords,
                                                              FindRequiredString(tree));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
 }  // namespace
 
-MatcherState& Matcher() {
-  return matcherState.Get();
-}
-
-void SetCompileError(MessageNumber error) {
-  Matcher().pendingError = error;
-}
-
-MessageNumber CompileMatcher(const char* pattern, std::size_t length) {
-  MatcherState& matcher = Matcher();
-  matcher.installed = std::make_shared<CompiledPattern>();
-  CompiledPattern& compiled = *matcher.installed;
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options) {
+  CompileResult result{std::make_shared<CompiledPattern>()};
+  CompiledPattern& compiled = *result.pattern;
 
   // The table follows the host's locale; the engine itself must not.
-  const ByteMap upperCase = matcher.foldCase ? UpperCaseMap() : ByteMap{};
-  const ByteMap* const translate = matcher.foldCase ? &upperCase : nullptr;
-  const MessageNumber error = compiled.regex.Compile(pattern, length, translate);
-  if (error != MessageNumber::kNone) return error;
+  const ByteMap upperCase = options.foldCase ? UpperCaseMap() : ByteMap{};
+  const ByteMap* const translate = options.foldCase ? &upperCase : nullptr;
+  result.fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate);
+  if (result.fault != MessageNumber::kNone) return result;
 
-  AutomatonSetSyntax(kPatternSyntax, matcher.foldCase);
+  AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
   // A match that is no whole word is looked for again in a shortened line.
-  CurrentAutomatonSyntax().endIsOpen = matcher.matchWords;
-  const std::string wrapped = AutomatonPattern({pattern, length}, matcher);
-  AutomatonCompile(wrapped.data(), wrapped.size(), compiled.automaton, true);
-  BuildKeywordPrefilter(compiled, matcher.foldCase);
-  compiled.searchable = compiled.regex.IsCompiled() && matcher.pendingError == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, {pattern, length}, translate);
-  return MessageNumber::kNone;
+  compiled.automaton->syntax.endIsOpen = options.matchWords;
+  const std::string wrapped = AutomatonPattern(pattern, options);
+  AutomatonCompile(wrapped.data(), wrapped.size(), *compiled.automaton, true);
+  result.fault = compiled.automaton->fault;
+  BuildKeywordPrefilter(compiled, options.foldCase, result.fault);
+  compiled.searchable = compiled.regex.IsCompiled() && result.fault == MessageNumber::kNone;
+  if (compiled.searchable) BuildLocator(compiled, pattern, options, translate);
+  return result;
 }
 
 }  // namespace trovex

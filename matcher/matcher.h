@@ -1,8 +1,8 @@
 // The pattern matcher: compiles one pattern and finds its first match in a text.
 //
-// This header is what the rest of the library sees of it: the installed pattern, the flags of the
-// latest compile, and the two operations on them. The road of a search is told in
-// search_driver.cpp.
+// This header is what the rest of the library sees of it: what a pattern is compiled into, and the two
+// operations, which keep nothing from one call to the next but what that pattern owns. The road of a
+// search is told in search_driver.cpp.
 
 #ifndef TROVEX_MATCHER_MATCHER_H
 #define TROVEX_MATCHER_MATCHER_H
@@ -10,14 +10,21 @@
 #include "matcher/automata/match_locator.h"
 #include "matcher/automata/text_notes.h"
 #include "matcher/engine/regular_expression.h"
-#include "matcher/line_filter/pattern_automaton.h"
+#include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
 #include "resources/string_table.h"
 
-#include <cstddef>
 #include <memory>
+#include <string_view>
 
 namespace trovex {
+
+/// What is asked of a pattern when it is compiled.
+struct PatternOptions {
+  bool foldCase = false;    // upper and lower case are the same
+  bool matchWords = false;  // matches are whole words
+  bool matchLines = false;  // matches are whole lines
+};
 
 /// How two stages read a pattern.
 enum class Reading : unsigned char {
@@ -33,7 +40,7 @@ struct CompiledPattern {
   RegularExpression regex;
   /// The pattern, wrapped so that it takes in the word and line conditions: decides whether a line
   /// can hold a match at all.
-  PatternAutomaton automaton;
+  PatternAutomatonPtr automaton{new PatternAutomaton};
   /// Strings of which every match contains one: finds the places that are worth a look. Null when
   /// the pattern promises no such string.
   KeywordSetPtr keywords;
@@ -52,32 +59,16 @@ struct CompiledPattern {
   bool searchable = false;
 };
 
-/// All state of the matcher that outlives a call.
-struct MatcherState {
-  /// The installed pattern; null when there is none.
-  std::shared_ptr<CompiledPattern> installed;
-
-  // The flags of the latest compile. An environment does not keep them: a search reads `matchWords`
-  // and `matchLines` as the latest compile left them, whichever pattern is installed.
-  bool foldCase = false;
-  bool matchWords = false;
-  /// Cleared by every compile of a host; only the tests set it.
-  bool matchLines = false;
-
-  /// Tries every line with the engine in turn, past the keyword set and the automaton: the plain
-  /// road, which the faster one is held against. No host can set it.
-  bool engineOnly = false;
-
-  /// The latest error that was reported through `SetCompileError`.
-  MessageNumber pendingError = MessageNumber::kNone;
+/// What compiling gives: what was made of the pattern, never null, and the number of what is wrong with
+/// it, or kNone. A faulty pattern is not searchable, but may be asked for the number of its groups.
+struct CompileResult {
+  std::shared_ptr<CompiledPattern> pattern;
+  MessageNumber fault = MessageNumber::kNone;
 };
 
-/// The module's one matcher.
-MatcherState& Matcher();
-
-/// The error hook: records `error` as the pending compile error, in place of any earlier one. The
-/// caller goes on and returns by itself; whoever started the compile asks for the pending error.
-void SetCompileError(MessageNumber error);
+/// Compiles `pattern`. A fault is the one that the regular-expression engine found, or else the last one
+/// that a stage in front of it did. Throws std::bad_alloc when memory runs out.
+CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options);
 
 /// A byte range of the searched text, its end exclusive. A group that took no part gives
 /// the offset before the line of the match, twice.
@@ -86,19 +77,23 @@ struct MatchRange {
   int end;
 };
 
-/// Frees what is installed, compiles `length` bytes at `pattern` under the matcher's flags and
-/// installs the result, also when it is faulty. Returns the regular-expression engine's error, if
-/// any; errors of the stages in front of it are pending afterwards.
-MessageNumber CompileMatcher(const char* pattern, std::size_t length);
+/// What is asked of a match when it is searched. A pattern may be searched under other conditions than
+/// those it was compiled for: the stages that took these in then keep to them.
+struct SearchConditions {
+  bool matchWords = false;
+  bool matchLines = false;
+  /// Tries every line with the engine in turn, past the keyword set and the automaton: the plain
+  /// road, which the faster one is held against.
+  bool engineOnly = false;
+};
 
-/// Finds the first match of the installed pattern in `length` bytes at `text` and writes the range
-/// of `group` (0 or less: the whole match) to `range`. Returns whether there is a match; without
-/// one `range` is untouched. Nothing is written to the text; with whole words the byte at text[length] is
-/// read. `notes` are those
-/// of the searches of this text, or of the text that it is the rest of, with this pattern; null when
-/// the text may have changed since. Throws std::bad_alloc when memory runs out.
-bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range,
-                    TextNotes* notes = nullptr);
+/// Finds the first match of `pattern` in `length` bytes at `text` and writes the range of `group` (0 or
+/// less: the whole match) to `range`. Returns whether there is a match; without one `range` is
+/// untouched. Nothing is written to the text; with whole words the byte at text[length] is read. `notes` are
+/// those of the searches of this text, or of the text that it is the rest of, with this pattern; null when the text may have
+/// changed since. Throws std::bad_alloc when memory runs out.
+bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
+                    int length, int group, MatchRange& range, TextNotes* notes = nullptr);
 
 }  // namespace trovex
 

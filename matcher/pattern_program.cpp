@@ -33,21 +33,35 @@ PatternProgram::PatternProgram(SyntaxTree tree, const ProgramOptions& options)
     : tree_(std::move(tree)), options_(options) {}
 
 std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> PatternProgram::Compile(
-    SyntaxTree tree, const ProgramOptions& options) {
+    SyntaxTree tree, const ProgramOptions& options, CompileBudget& budget) {
   if (DepthOf(tree) > kMaxTreeDepth) return MessageNumber::kExpressionTooLong;
   const std::shared_ptr<PatternProgram> program(new PatternProgram(std::move(tree), options));
-  if (HasBackReferences(program->tree_)) return program;
-
-  GraphOptions graphOptions = {.words = options.wholeWords, .wordBytes = options.wordBytes};
-  graphOptions.mostPositions = kMaxProgramPositions;
-  graphOptions.mostEdges = kMaxProgramEdges;
-  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(program->tree_, graphOptions);
-  if (graph == nullptr) return MessageNumber::kMemoryOverflow;
-  program->locator_.emplace(std::move(graph), options.wholeWords,
-                            FindRequiredString(program->tree_));
-  if (program->GroupCount() > 0)
-    program->groups_.emplace(program->tree_, GroupOptions{.wordBytes = options.wordBytes});
+  try {
+    if (!program->Prepare(budget)) return MessageNumber::kMemoryOverflow;
+  } catch (const BudgetExhausted&) {
+    return MessageNumber::kMemoryOverflow;
+  }
   return program;
+}
+
+std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> PatternProgram::Compile(
+    SyntaxTree tree, const ProgramOptions& options) {
+  CompileBudget budget;
+  return Compile(std::move(tree), options, budget);
+}
+
+/// Makes what searches read. Returns false where the pattern is too large for it.
+bool PatternProgram::Prepare(CompileBudget& budget) {
+  if (HasBackReferences(tree_)) return true;
+  GraphOptions options = {.words = options_.wholeWords, .wordBytes = options_.wordBytes};
+  options.mostPositions = kMaxProgramPositions;
+  options.mostEdges = kMaxProgramEdges;
+  options.budget = &budget;
+  std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree_, options);
+  if (graph == nullptr) return false;
+  locator_.emplace(std::move(graph), options_.wholeWords, FindRequiredString(tree_));
+  if (tree_.groupCount > 0) groups_.emplace(tree_, GroupOptions{options_.wordBytes});
+  return true;
 }
 
 }  // namespace trovex

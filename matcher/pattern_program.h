@@ -9,6 +9,7 @@
 #define TROVEX_MATCHER_PATTERN_PROGRAM_H
 
 #include "matcher/automata/match_locator.h"
+#include "matcher/budget.h"
 #include "matcher/groups/group_finder.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "resources/string_table.h"
@@ -30,7 +31,11 @@ struct ProgramOptions {
 class PatternProgram {
  public:
   /// What was compiled, or the number of a fault: `kExpressionTooLong` or `kMemoryOverflow` where the
-  /// pattern is too large. Throws nothing but std::bad_alloc.
+  /// pattern is too large. The work is charged to `budget`; where that ends, it is a fault, too. Throws
+  /// nothing but std::bad_alloc.
+  static std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> Compile(
+      SyntaxTree tree, const ProgramOptions& options, CompileBudget& budget);
+  /// The same with a budget of its own.
   static std::variant<std::shared_ptr<const PatternProgram>, MessageNumber> Compile(
       SyntaxTree tree, const ProgramOptions& options);
 
@@ -46,6 +51,8 @@ class PatternProgram {
 
  private:
   PatternProgram(SyntaxTree tree, const ProgramOptions& options);
+
+  bool Prepare(CompileBudget& budget);
 
   const SyntaxTree tree_;
   const ProgramOptions options_;

@@ -40,7 +40,7 @@ class PatternSearch {
   SearchOutcome Next(ByteRange& match);
 
   /// Where the groups of `match`, a match of this text, lie: groups[g - 1] is the range of group g,
-  /// nowhere if it took no part.
+  /// nowhere if it took no part. With `kGaveUp`, where that would take too long, there are none.
   SearchOutcome Groups(const ByteRange& match, std::vector<ByteRange>& groups);
 
   /// With `kGaveUp`: a match that was not found starts here or later.

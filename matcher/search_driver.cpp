@@ -15,12 +15,12 @@
 // sees to that by itself; a located match, which follows the engine's reading, counts only on a line
 // that the automaton lets pass.
 //
-// When the matcher is told to take every line to the engine in turn, the same matches are found: that
+// When a search is told to take every line to the engine in turn, the same matches are found: that
 // plain road is the yardstick that the tests hold the others against.
 
-#include "matcher/engine/work_credit.h"
 #include "matcher/line_filter/automaton_executor.h"
 #include "matcher/matcher.h"
+#include "matcher/work_credit.h"
 #include "text/case_helpers.h"
 
 #include <algorithm>
@@ -69,14 +69,14 @@ bool IsOnLineOf(const char* p, const char* place) {
 const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit,
                       WorkCredit& credit) {
   credit.BeginLine(0);
-  if (pattern.keywords == nullptr) return FindCandidate(pattern.automaton, scan, limit, credit);
+  if (pattern.keywords == nullptr) return FindCandidate(*pattern.automaton, scan, limit, credit);
   for (;;) {
     KeywordMatch keyword{};
     const int size = static_cast<int>(limit - scan);
     if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
     const char* const lineEnd = NearLineEnd(keyword.start, limit);
     const char* const place =
-        FindCandidate(pattern.automaton, LineStart(keyword.start, scan), lineEnd, credit);
+        FindCandidate(*pattern.automaton, LineStart(keyword.start, scan), lineEnd, credit);
     if (place == nullptr && (lineEnd == limit || credit.IsSpent())) return nullptr;
     if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
     scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
@@ -132,10 +132,9 @@ bool SearchWholeWord(RegularExpression& regex, const Line& line, int from, LineM
 
 /// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
 /// conditions.
-bool FindOnLine(RegularExpression& regex, const Line& line, int from, LineMatch& match,
-                WorkCredit& credit) {
-  const MatcherState& matcher = Matcher();
-  if (matcher.matchWords && !matcher.matchLines && regex.CanSearchWord(line.Length())) {
+bool FindOnLine(RegularExpression& regex, const SearchConditions& conditions, const Line& line,
+                int from, LineMatch& match, WorkCredit& credit) {
+  if (conditions.matchWords && !conditions.matchLines && regex.CanSearchWord(line.Length())) {
     return SearchWholeWord(regex, line, from, match, credit);
   }
   MatchRegisters whole(true);
@@ -143,18 +142,19 @@ bool FindOnLine(RegularExpression& regex, const Line& line, int from, LineMatch&
   match.start = regex.Search(line.begin, line.Length(), from, whole, credit);
   match.end = whole.End(0);
   if (match.start < 0) return false;
-  if (matcher.matchLines) {
+  if (conditions.matchLines) {
     if (match.end - match.start == line.Length()) return true;
-    if (!matcher.matchWords) return false;
-  } else if (!matcher.matchWords) {
+    if (!conditions.matchWords) return false;
+  } else if (!conditions.matchWords) {
     return true;
   }
   return FindWholeWord(regex, line, match, credit);
 }
 
-/// One search: a pattern, a text and the group that is wanted.
+/// One search: a pattern, a text and what is wanted.
 struct Search {
   CompiledPattern& pattern;
+  const SearchConditions& conditions;
   const char* text;
   const char* limit;
   int group;  // 0: the whole match
@@ -227,7 +227,8 @@ MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
   if (!search.pattern.standsAlone) {
     const Line line = {lineBegin, search.notes.LineEnd(match.start, search.limit)};
     search.BeginLine(line);
-    const bool found = FindOnLine(search.pattern.regex, line, start, onLine, search.credit);
+    const bool found =
+        FindOnLine(search.pattern.regex, search.conditions, line, start, onLine, search.credit);
     return found ? search.RangeOnLine(lineBegin, onLine) : search.RangeOf(lineBegin, -1, -1);
   }
   search.BeginLine({lineBegin, match.end});
@@ -275,7 +276,7 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
     if (place == nullptr) return false;
     const Line line = {LineStart(place, scan), search.notes.LineEnd(place, search.limit)};
     search.BeginLine(line);
-    if (FindOnLine(search.pattern.regex, line, 0, match, search.credit)) {
+    if (FindOnLine(search.pattern.regex, search.conditions, line, 0, match, search.credit)) {
       range = search.RangeOnLine(line.begin, match);
       return true;
     }
@@ -286,20 +287,22 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
 
 }  // namespace
 
-bool ExecuteMatcher(const char* text, int length, int group, MatchRange& range, TextNotes* notes) {
-  const MatcherState& matcher = Matcher();
-  CompiledPattern* const pattern = matcher.installed.get();
-  if (pattern == nullptr || !pattern->searchable || length <= 0) return false;
-
+bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
+                    int length, int group, MatchRange& range, TextNotes* notes) {
+  if (!pattern.searchable || length <= 0) return false;
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
-  const Search search = {*pattern,      text,
-                         text + length, std::max(group, 0),
-                         allNotes,      allNotes.Credit(static_cast<std::size_t>(length))};
-  if (matcher.engineOnly) return FindByEngine(search, true, range);
-  if (search.group == 0 && pattern->keywordsAreExact) return FindKeyword(search, range);
-  const bool located = pattern->locator != nullptr && !matcher.matchLines &&
-                       pattern->locator->Words() == matcher.matchWords;
+  const Search search = {pattern,
+                         conditions,
+                         text,
+                         text + length,
+                         std::max(group, 0),
+                         allNotes,
+                         allNotes.Credit(static_cast<std::size_t>(length))};
+  if (conditions.engineOnly) return FindByEngine(search, true, range);
+  if (search.group == 0 && pattern.keywordsAreExact) return FindKeyword(search, range);
+  const bool located = pattern.locator != nullptr && !conditions.matchLines &&
+                       pattern.locator->Words() == conditions.matchWords;
   return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
 }
 

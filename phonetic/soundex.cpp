@@ -21,8 +21,6 @@ namespace trovex {
 
 namespace {
 
-constinit SoundexState soundexState;
-
 /// The digit of each letter from A to Z; '0' is not coded.
 constexpr std::string_view kDigits = "01230120022455012623010202";
 
@@ -98,11 +96,6 @@ std::string_view CodeText(const SoundexCode& code) {
   return {code.data(), static_cast<std::size_t>(end - code.begin())};
 }
 
-struct TextRange {
-  std::size_t start;
-  std::size_t end;
-};
-
 /// How a stretch of text agrees with a code, letter by letter. The only state of a comparison is
 /// how many characters of the code it has matched: the digit matched last follows from it.
 class CodeComparison {
@@ -173,13 +166,13 @@ class OpenComparisons {
   std::array<std::size_t, kSoundexCodeSize + 1> starts_{};  // by the number of matched characters
 };
 
-/// Finds `code`, which is not empty, anywhere in the zero-terminated `text`: the first start from
-/// which the code is completed before a blank, a line feed or the end.
-bool FindCode(const char* text, std::string_view code, TextRange& found) {
+/// Scans the zero-terminated `text` for `code`, which is not empty: for the first start from which the
+/// code is completed before a blank, a line feed or the end.
+std::optional<SoundexRange> MatchSoundexCode(const char* text, std::string_view code) {
   OpenComparisons open(code);
   for (std::size_t i = 0;; ++i) {
     if (open.None()) i = SkipTo(code[0], text, i);
-    if (text[i] == '\0') return false;
+    if (text[i] == '\0') return std::nullopt;
     if (text[i] == ' ' || text[i] == '\n') {
       open.Clear();
       continue;
@@ -189,16 +182,13 @@ bool FindCode(const char* text, std::string_view code, TextRange& found) {
       if (!open.None()) open.Take(letter);
       if (firstOfByte) open.Begin(letter, i);
       firstOfByte = false;
-      if (open.IsComplete()) {
-        found = {open.CompleteStart(), i + 1};
-        return true;
-      }
+      if (open.IsComplete()) return SoundexRange{open.CompleteStart(), i + 1};
     }
   }
 }
 
 /// Whether the code of the word at `word` is `code`, or agrees with it in all ten characters.
-bool WordHasCode(const char* word, std::string_view code) {
+bool MatchSoundexCodeOfWord(const char* word, std::string_view code) {
   const CodeComparison comparison(code);
   std::size_t matched = 0;
   for (; FirstLetterAt(word) != '\0'; ++word) {
@@ -217,24 +207,20 @@ bool WordHasCode(const char* word, std::string_view code) {
 
 /// Finds the first word of the zero-terminated `text` that has `code`. Such a word begins with the
 /// code's first letter.
-bool FindWord(const char* text, std::string_view code, TextRange& found) {
+std::optional<SoundexRange> FindWord(const char* text, std::string_view code) {
   for (std::size_t i = SkipTo(code[0], text, 0); text[i] != '\0';
        i = SkipTo(code[0], text, i + 1)) {
     const bool insideWord = i > 0 && FirstLetterAt(text + i - 1) != '\0';
-    if (insideWord || !WordHasCode(text + i, code)) continue;
-    found = {i, i + 1};
+    if (insideWord || !MatchSoundexCodeOfWord(text + i, code)) continue;
+    SoundexRange found{i, i + 1};
     while (FirstLetterAt(text + found.end) != '\0')
       ++found.end;
-    return true;
+    return found;
   }
-  return false;
+  return std::nullopt;
 }
 
 }  // namespace
-
-SoundexState& Soundex() {
-  return soundexState;
-}
 
 std::string_view NormalizeSoundexChar(unsigned char c) {
   return kNormalized[c];
@@ -257,41 +243,11 @@ SoundexCode MakeSoundexCode(std::string_view word) {
   return code;
 }
 
+std::optional<SoundexRange> FindSoundex(const char* text, const SoundexCode& code,
+                                        bool wholeWords) {
+  const std::string_view characters = CodeText(code);
+  if (characters.empty()) return std::nullopt;
+  return wholeWords ? FindWord(text, characters) : MatchSoundexCode(text, characters);
+}
+
 }  // namespace trovex
-
-int CompileSoundex(const char* word, int wordMode) {
-  trovex::SoundexState& soundex = trovex::Soundex();
-  soundex.wordMode = wordMode;
-  if (word == nullptr) return 0;
-  soundex.code = trovex::MakeSoundexCode(word);
-  return soundex.code[0];
-}
-
-int SearchSoundex(const char* text, int* start, int* end) {
-  const trovex::SoundexState& soundex = trovex::Soundex();
-  const std::string_view code = trovex::CodeText(soundex.code);
-  if (text == nullptr || start == nullptr || end == nullptr || code.empty()) return 0;
-  trovex::TextRange found{};
-  if (soundex.wordMode != 0 ? !trovex::FindWord(text, code, found)
-                            : !trovex::FindCode(text, code, found)) {
-    return 0;
-  }
-  if (found.end > static_cast<std::size_t>(std::numeric_limits<int>::max())) return 0;
-  *start = static_cast<int>(found.start);
-  *end = static_cast<int>(found.end);
-  return 1;
-}
-
-void GetSoundexEnvironment(SoundexEnvironmentRecord* record, int* wordMode) {
-  if (record == nullptr || wordMode == nullptr) return;
-  const trovex::SoundexState& soundex = trovex::Soundex();
-  std::copy(soundex.code.begin(), soundex.code.end(), record->code);
-  *wordMode = soundex.wordMode;
-}
-
-void SetSoundexEnvironment(const SoundexEnvironmentRecord* record, int wordMode) {
-  if (record == nullptr) return;
-  trovex::SoundexState& soundex = trovex::Soundex();
-  std::copy_n(record->code, soundex.code.size(), soundex.code.begin());
-  soundex.wordMode = wordMode;
-}

@@ -8,8 +8,9 @@
 #ifndef TROVEX_PHONETIC_SOUNDEX_H
 #define TROVEX_PHONETIC_SOUNDEX_H
 
-#include <trovex/functions.h>
 #include <array>
+#include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace trovex {
@@ -19,22 +20,23 @@ inline constexpr int kSoundexCodeSize = 10;
 /// A code: upper-case ASCII, zero-terminated when shorter than ten bytes; all zero when empty.
 using SoundexCode = std::array<char, kSoundexCodeSize>;
 
-/// All state of the phonetic matcher: what the latest compile, or a host, left.
-struct SoundexState {
-  SoundexCode code{};
-  /// Zero: find the code anywhere. Nonzero: compare whole words.
-  int wordMode = 0;
-};
-
-/// The module's one phonetic matcher.
-SoundexState& Soundex();
-
 /// The upper-case letters that byte `c` stands for: one for a letter, more for an umlaut, the sharp
 /// s or a digit, none for every other byte. Valid for ever.
 std::string_view NormalizeSoundexChar(unsigned char c);
 
 /// The code of `word`; empty when nothing in it stands for a letter.
 SoundexCode MakeSoundexCode(std::string_view word);
+
+/// Where in a text a code was found: byte offsets, the end exclusive.
+struct SoundexRange {
+  std::size_t start;
+  std::size_t end;
+};
+
+/// The first place in the zero-terminated `text` that has `code`: with `wholeWords` the first word, else
+/// the first start from which the code is completed before a blank, a line feed or the end. None for an
+/// empty code.
+std::optional<SoundexRange> FindSoundex(const char* text, const SoundexCode& code, bool wholeWords);
 
 }  // namespace trovex
 

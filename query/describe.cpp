@@ -2,6 +2,7 @@
 
 #include "query/describe.h"
 
+#include "phonetic/sound_key.h"
 #include "query/expression/expression_text.h"
 #include "text/code_page.h"
 
@@ -55,6 +56,7 @@ class Description {
         out_ += "sounds like ";
         for (const char letter : node.word)
           AppendCharacter(static_cast<unsigned char>(letter), out_);
+        out_.append(": ").append(DescribeSoundKey(MakeSoundKey(node.word)));
         break;
       case QueryKind::kAnd:
         out_ += HasNearLink(node) && node.links.size() > 1 ? "and, grouped from the right" : "and";

@@ -17,7 +17,7 @@ namespace trovex {
 ///     and, grouped from the right (tag 1)
 ///       pattern Haus(es)? (its bracket is tag 2)
 ///       at most 20 characters between, in this order
-///       sounds like Meier
+///       sounds like Meier: m ai r
 ///       anywhere
 ///       not
 ///         or

@@ -3,9 +3,9 @@
 #include "query/pattern_reader.h"
 
 #include "matcher/limits.h"
-#include "query/expression/set_reader.h"
 #include "query/expression/spelling_variants.h"
 #include "query/expression/syntax_builder.h"
+#include "text/code_page.h"
 
 #include <numeric>
 #include <optional>
@@ -16,6 +16,9 @@
 namespace trovex {
 
 namespace {
+
+/// So many nodes no pattern of legal size has, with all the spellings of its letters.
+constexpr std::size_t kMostNodes = 4 * static_cast<std::size_t>(kMaxPatternSize);
 
 /// A group that is being read, or the whole pattern.
 struct Level {
@@ -50,8 +53,10 @@ class PatternReader {
   }
 
   std::variant<std::unique_ptr<QueryPattern>, QueryFault> Read() {
-    while (place_ < end_ && !fault_)
+    while (place_ < end_ && !fault_) {
       ReadToken();
+      if (pattern_->tree.nodes.size() > kMostNodes) RefuseSize();
+    }
     if (!fault_) EndAlternative();
     if (!fault_) EndLevel();
     if (!fault_) CheckExtent();
@@ -116,11 +121,15 @@ class PatternReader {
     level.simpleRepetition = -1;
   }
 
-  /// Nothing matches a line feed.
+  /// Appends a character as the option for case wants it. Nothing matches a line feed.
   void AppendByte(unsigned char byte) {
-    CharSet set;
-    if (byte != '\n') set.set(byte);
-    Append(builder_.AddSet(options_.caseSensitive ? set : ClosedUnderCase(set)));
+    const unsigned char upper = CodePageUpper(byte);
+    const unsigned char lower = CodePageLower(byte);
+    if (byte == '\n') return Append(builder_.AddSet({}));
+    if (options_.caseSensitive || upper == lower) {
+      return Append(builder_.Add(SyntaxKind::kByte, byte));
+    }
+    Append(builder_.AddSet(CharSet().set(upper).set(lower)));
   }
 
   /// Reads all blanks that stand here: they count, but at the ends of a term.
@@ -141,6 +150,7 @@ class PatternReader {
   void ReadCharacters() {
     if (options_.spellingVariants) {
       const std::size_t run = LettersWithSpellings();
+      if (static_cast<double>(run) > kMaxPatternSize) return RefuseSize();
       if (run > 0) return AppendSpellingsOf(run);
     }
     AppendByte(Current().value);
@@ -300,6 +310,9 @@ class PatternReader {
   void CheckExtent() {
     const SyntaxExtent extent = MeasureExtent(pattern_->tree);
     if (extent.size <= kMaxPatternSize && extent.nesting <= kMaxQueryPatternNesting) return;
+    RefuseSize();
+  }
+  void RefuseSize() {
     Refuse(MessageNumber::kExpressionTooLong, tokens_.RangeOf(begin_, end_ - 1));
   }
 

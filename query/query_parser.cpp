@@ -6,6 +6,7 @@
 
 #include "query/query_parser.h"
 
+#include "phonetic/sound_key.h"
 #include "query/expression/expression_text.h"
 #include "query/expression/expression_tokens.h"
 #include "query/expression/outline.h"
@@ -316,6 +317,7 @@ Operand QueryParser::ParseSound() {
     return Refuse(negation ? MessageNumber::kNotWithoutAnd : MessageNumber::kInvalidSoundWord,
                   tokens_.RangeOf(place_, place_));
   }
+  if (MakeSoundKey(word).sounds.empty()) return Refuse(MessageNumber::kNothingToCode, typed);
   Operand sound;
   sound.node = MakeNode(QueryKind::kSound, typed);
   sound.node->word = std::move(word);

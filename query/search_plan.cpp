@@ -1,5 +1,6 @@
 #include "query/search_plan.h"
 
+#include "matcher/budget.h"
 #include "text/code_page.h"
 
 #include <algorithm>
@@ -91,7 +92,7 @@ class Planner {
     ProgramOptions options;
     options.wholeWords = options_.wholeWords;
     options.wordBytes = CodePageWords();
-    auto result = PatternProgram::Compile(std::move(tree), options);
+    auto result = PatternProgram::Compile(std::move(tree), options, budget_);
     if (const auto* const number = std::get_if<MessageNumber>(&result))
       throw Refused{{*number, typed}};
     return std::get<std::shared_ptr<const PatternProgram>>(std::move(result));
@@ -215,6 +216,7 @@ class Planner {
   }
 
   const QueryOptions& options_;
+  CompileBudget budget_;  // of all patterns together
   SearchPlan& plan_;
 };
 

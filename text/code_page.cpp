@@ -47,7 +47,7 @@ constexpr BytesOfCodePoints kBytes = MakeBytesOfCodePoints();
 constexpr Byte kNoBreakSpace = 0xA0;
 constexpr Byte kFeminineOrdinal = 0xAA, kMicro = 0xB5, kMasculineOrdinal = 0xBA;
 constexpr Byte kFlorin = 0x83, kSharpS = 0xDF;
-constexpr Byte kTimes = 0xD7, kDivided = 0xF7;
+constexpr Byte kTimes = 0xD7;
 constexpr Byte kUpperYDiaeresis = 0x9F, kLowerYDiaeresis = 0xFF;
 
 constexpr bool IsIn(int c, int first, int last) {

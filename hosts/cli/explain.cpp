@@ -25,7 +25,7 @@ class TreeDrawing {
   TreeDrawing(const Options& options, int tagCount, bool utf8)
       : words_(options.words), utf8_(utf8), tagSeen_(static_cast<std::size_t>(tagCount) + 1) {}
 
-  /// Draws `node` behind `label`; `indent` stands before the lines of its children.
+  /// Draws `node` after `label`; `indent` stands before the lines of its children.
   void Draw(CSearchTreeItem& node, const std::string& label, const std::string& indent);
 
   /// The drawing, with what is to be said about tags that are in no node.

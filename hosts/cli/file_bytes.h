@@ -1,7 +1,7 @@
 // The bytes of a file in memory of our own.
 //
 // Files are read, never mapped: what has been read stays, whatever happens to the file meanwhile,
-// and the byte behind the text always exists, also when the file fills its last page.
+// and the byte after the text always exists, also when the file fills its last page.
 
 #ifndef TROVEX_HOSTS_CLI_FILE_BYTES_H
 #define TROVEX_HOSTS_CLI_FILE_BYTES_H
@@ -18,13 +18,13 @@ namespace trovex::cli {
 /// The longest text that is searched: its length must fit an int.
 inline constexpr std::size_t kMaxTextLength = std::numeric_limits<int>::max();
 
-/// A block of bytes with one more byte behind it, which is zero and writable.
+/// A block of bytes with one more byte after it, which is zero and writable.
 class FileBytes {
  public:
   FileBytes() : FileBytes(std::string_view{}) {}
   /// A copy of `bytes`.
   explicit FileBytes(std::string_view bytes);
-  /// Room for `size` bytes, not initialised but for the one behind them.
+  /// Room for `size` bytes, not initialised but for the one after them.
   static FileBytes WithSize(std::size_t size);
 
   char* Data() { return data_.get(); }

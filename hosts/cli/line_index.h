@@ -20,7 +20,7 @@ class LineIndex {
   /// How many lines there are. A line feed at the very end begins no further line.
   int LineCount() const { return static_cast<int>(begins_.size()); }
 
-  /// The line, counted from 0, that `offset` lies on; its line end belongs to it. An offset behind
+  /// The line, counted from 0, that `offset` lies on; its line end belongs to it. An offset after
   /// the last line belongs to the last line. There must be a line.
   int LineOf(int offset) const;
 

@@ -11,13 +11,13 @@ namespace trovex::cli {
 
 namespace {
 
-/// Puts a zero byte behind a text and the old byte back.
-class ZeroBehind {
+/// Puts a zero byte after a text and the old byte back.
+class ZeroAfter {
  public:
-  explicit ZeroBehind(char* byte) : byte_(byte), saved_(std::exchange(*byte, '\0')) {}
-  ~ZeroBehind() { *byte_ = saved_; }
-  ZeroBehind(const ZeroBehind&) = delete;
-  ZeroBehind& operator=(const ZeroBehind&) = delete;
+  explicit ZeroAfter(char* byte) : byte_(byte), saved_(std::exchange(*byte, '\0')) {}
+  ~ZeroAfter() { *byte_ = saved_; }
+  ZeroAfter(const ZeroAfter&) = delete;
+  ZeroAfter& operator=(const ZeroAfter&) = delete;
 
  private:
   char* byte_;
@@ -54,7 +54,7 @@ std::variant<Query, ExpressionFault> Query::Compile(const std::string& expressio
 }
 
 Answer Query::Search(char* text, int length, int base, std::vector<Match>& matches) {
-  const ZeroBehind zero(text + length);
+  const ZeroAfter zero(text + length);
   const std::unique_ptr<CFoundItemArray> items(root_->Search(text, length, tag_));
   if (items == nullptr) return Answer::kNothing;
   if (items->IsNegative() != 0) return HoldsItem(*items) ? Answer::kNothing : Answer::kSatisfied;

@@ -38,7 +38,7 @@ class Query {
                                                       const Options& options);
 
   /// Searches `length` bytes at `text` and appends the matches, in the order of their starts, with
-  /// `base` added to their offsets. The byte behind the text must be writable; it is zero during
+  /// `base` added to their offsets. The byte after the text must be writable; it is zero during
   /// the search and then what it was.
   Answer Search(char* text, int length, int base, std::vector<Match>& matches);
 

@@ -36,14 +36,14 @@ class SourceText {
   /// byte. A UTF-8 byte order mark is left out of the text.
   SourceText(FileBytes file, Encoding encoding, bool phonetic);
 
-  /// The text, and a writable byte behind it, which is zero.
+  /// The text, and a writable byte after it, which is zero.
   char* Data() { return textBase_; }
   const char* Data() const { return textBase_; }
   int Length() const { return length_; }
 
   /// The file's own bytes.
   std::string_view File() const { return file_.View(); }
-  /// Where the text begins in the file: behind a byte order mark.
+  /// Where the text begins in the file: after a byte order mark.
   int FileBegin() const { return fileBegin_; }
   /// The offset in the file of the character at `offset` in the text; the end maps to the end.
   int FileOffset(int offset) const;

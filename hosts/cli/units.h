@@ -3,7 +3,7 @@
 //
 // A line ends in a line feed, or in a carriage return and a line feed, which are one line end. A
 // paragraph is a run of lines that are not empty. No unit holds the end of its last line, so that
-// the text behind the last line end is not taken for one more line.
+// the text after the last line end is not taken for one more line.
 
 #ifndef TROVEX_HOSTS_CLI_UNITS_H
 #define TROVEX_HOSTS_CLI_UNITS_H
@@ -25,7 +25,7 @@ struct Unit {
 /// The line of `text` that begins at `begin`, without its end.
 Unit LineAt(std::string_view text, int begin);
 
-/// Where the line behind `line` begins; behind the text when there is none.
+/// Where the line after `line` begins; after the text when there is none.
 int NextLineBegin(std::string_view text, Unit line);
 
 /// Steps through the units of a text. A whole file is one unit, also when it is empty.
@@ -34,7 +34,7 @@ class UnitWalker {
   /// `text` outlives the walker. Bytes of units that were returned may be changed.
   UnitWalker(std::string_view text, Scope scope) : text_(text), scope_(scope) {}
 
-  /// Writes the next unit. Returns false behind the last one.
+  /// Writes the next unit. Returns false after the last one.
   bool Next(Unit& unit);
 
  private:

@@ -36,7 +36,7 @@ class TROVEX_EXPORT CFoundItem {
 
 /// The found items of one search, ordered by start. The array owns its items.
 ///
-/// A slot may be null (`Merge` leaves null slots behind in its source arrays); every operation
+/// A slot may be null (`Merge` leaves null slots in its source arrays); every operation
 /// skips null slots.
 ///
 /// A negative array is the result of a NOT: it stands for "these matches must not occur". An AND
@@ -67,7 +67,7 @@ class TROVEX_EXPORT CFoundItemArray : public CPointerArray<CFoundItem> {
   /// The host's step to the next or the previous match, with wrap-around. The item stays the
   /// array's.
   ///
-  /// `forward` nonzero: the first item that starts behind `position`, or, if there is none, what
+  /// `forward` nonzero: the first item that starts after `position`, or, if there is none, what
   /// the first slot holds. `forward` zero: the last item that starts before `position`, or, if
   /// there is none, what the last slot holds. An empty array gives null.
   ///
@@ -83,7 +83,7 @@ class TROVEX_EXPORT CFoundItemArray : public CPointerArray<CFoundItem> {
   /// The items of both are visited in the order of their starts, on equal starts the item of
   /// `second` first. An item is near when the distance between it and its neighbour in the other
   /// array, the one last visited or the one visited next, is at most `nearBy`. The distance to the
-  /// one before is |start of the item - end of that one|, to the one behind |start of that one -
+  /// one before is |start of the item - end of that one|, to the one after |start of that one -
   /// end of the item|.
   ///
   /// - `nearBy` below 0: the union of both. Both sources end with size 0. Never negative.

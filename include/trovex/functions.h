@@ -1,6 +1,6 @@
 // The plain functions, with C linkage, so that any language can call them.
 //
-// The general rules (bytes, offsets, the byte behind a text, messages, null pointers, one thread)
+// The general rules (bytes, offsets, the byte after a text, messages, null pointers, one thread)
 // are told once, at the head of trovex.h.
 
 #ifndef TROVEX_FUNCTIONS_H

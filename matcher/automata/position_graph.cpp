@@ -217,6 +217,11 @@ class StateNet {
   }
 
   std::uint32_t NewState() {
+    constexpr std::int64_t kStateBytes = 80;  // with its links and its share of a position
+    if (options_.budget != nullptr) {
+      options_.budget->ChargeSteps(8);
+      options_.budget->ChargeBytes(kStateBytes);
+    }
     constexpr std::size_t kStatesPerPosition = 8;
     if (states_.size() > kStatesPerPosition * options_.mostPositions) isTooLarge_ = true;
     states_.emplace_back();
@@ -258,6 +263,7 @@ class GraphMaker {
 
  private:
   bool AddNode(std::uint32_t state);
+  void Charge(std::size_t steps);
   void Reach(std::uint32_t state, Neighbours neighbours);
   void DemandWords();
   void AddPrevious();
@@ -302,6 +308,7 @@ std::unique_ptr<const PositionGraph> GraphMaker::Make() {
 /// Adds the edges of the next node, behind which `state` stands.
 bool GraphMaker::AddNode(std::uint32_t state) {
   Neighbours ends = 0;
+  const std::size_t stepsBefore = steps_;
   edges_.clear();
   Reach(state, kAnyNeighbours);
   while (!waiting_.empty()) {
@@ -320,6 +327,7 @@ bool GraphMaker::AddNode(std::uint32_t state) {
     if (reached == net_.Whole().out) ends |= neighbours;
   }
   touched_.clear();
+  Charge(steps_ - stepsBefore);
   std::sort(edges_.begin(), edges_.end(),
             [](const PositionEdge& a, const PositionEdge& b) { return a.position < b.position; });
   for (const PositionEdge& edge : edges_)
@@ -329,6 +337,15 @@ bool GraphMaker::AddNode(std::uint32_t state) {
   constexpr std::size_t kStepsPerEdge = 16;
   return graph_->next.EdgeCount() <= options_.mostEdges &&
          steps_ <= kStepsPerEdge * options_.mostEdges;
+}
+
+/// Charges for what the node that is being added took, and for its edges in both directions.
+void GraphMaker::Charge(std::size_t steps) {
+  if (options_.budget == nullptr) return;
+  constexpr std::size_t kStepsPerEdge = 8;
+  options_.budget->ChargeSteps(
+      static_cast<std::int64_t>(2 * steps + kStepsPerEdge * edges_.size()));
+  options_.budget->ChargeBytes(static_cast<std::int64_t>(2 * sizeof(PositionEdge) * edges_.size()));
 }
 
 /// Notes that `state` is reached between `neighbours` too.

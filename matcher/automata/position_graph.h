@@ -19,6 +19,7 @@
 #ifndef TROVEX_MATCHER_AUTOMATA_POSITION_GRAPH_H
 #define TROVEX_MATCHER_AUTOMATA_POSITION_GRAPH_H
 
+#include "matcher/budget.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "text/byte_map.h"
 #include "text/char_set.h"
@@ -120,10 +121,12 @@ struct GraphOptions {
   /// Beyond so many positions or edges there is no graph.
   std::size_t mostPositions = 0;
   std::size_t mostEdges = 0;
+  /// What making it is charged to; null: to nobody.
+  CompileBudget* budget = nullptr;
 };
 
 /// The graph of `tree`, which has no back-references. Null where it would be larger than `options`
-/// allow; the time is bounded by these numbers.
+/// allow; the time is bounded by these numbers. Throws BudgetExhausted.
 std::unique_ptr<const PositionGraph> MakePositionGraph(const SyntaxTree& tree,
                                                        const GraphOptions& options);
 

@@ -8,7 +8,7 @@
 #ifndef TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
 #define TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
 
-#include "matcher/engine/work_credit.h"
+#include "matcher/work_credit.h"
 
 #include <cstddef>
 #include <cstring>

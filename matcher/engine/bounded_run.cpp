@@ -5,8 +5,8 @@
 #include "matcher/engine/graph_search.h"
 #include "matcher/engine/group_walk.h"
 #include "matcher/engine/text_reader.h"
-#include "matcher/engine/work_credit.h"
 #include "matcher/limits.h"
+#include "matcher/work_credit.h"
 
 #include <algorithm>
 #include <array>

@@ -18,7 +18,7 @@
 #include "matcher/engine/bounded_matcher.h"
 #include "matcher/engine/engine_graph.h"
 #include "matcher/engine/text_reader.h"
-#include "matcher/engine/work_credit.h"
+#include "matcher/work_credit.h"
 
 #include <cstddef>
 #include <cstdint>

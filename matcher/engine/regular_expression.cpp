@@ -74,6 +74,11 @@ bool CompileProgram(const std::string& pattern, const ByteMap* translate, re_pat
   return sentence == nullptr;
 }
 
+/// Frees the compiled program and the translate table; both may be null.
+void FreeRegexBuffer(re_pattern_buffer& buffer) {
+  regfree(&buffer);
+}
+
 }  // namespace
 
 MessageNumber MessageForRegexError(int code) {
@@ -120,8 +125,7 @@ void MatchRegisters::Set(const std::vector<GroupRange>& ranges) {
 }
 
 RegularExpression::~RegularExpression() {
-  // Frees the compiled program and the translate table; both may be null.
-  regfree(&buffer_);
+  FreeRegexBuffer(buffer_);
 }
 
 MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,

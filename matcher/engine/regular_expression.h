@@ -23,9 +23,9 @@
 #define TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
 
 #include "matcher/engine/bounded_matcher.h"
-#include "matcher/engine/work_credit.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/work_credit.h"
 #include "resources/string_table.h"
 #include "text/byte_map.h"
 

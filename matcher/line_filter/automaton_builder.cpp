@@ -299,12 +299,12 @@ PositionSet NextPositions(const PatternAutomaton& automaton,
                           const std::vector<std::uint32_t>& matched) {
   PositionSet next;
   if (matched.size() == 1) {
-    next = automaton.follows[matched.front()];
+    next = automaton.followSets[matched.front()];
   } else {
     // Thousands of sets may be united, most of them the same.
     std::vector<Constraint> constraints(automaton.tokens.size(), 0);
     for (const std::uint32_t index : matched) {
-      for (const Position& position : automaton.follows[index]) {
+      for (const Position& position : automaton.followSets[index]) {
         Constraint& constraint = constraints[position.index];
         if (constraint == 0) next.push_back(position);
         constraint |= position.constraint;
@@ -358,7 +358,7 @@ void DropAllTables(PatternAutomaton& automaton) {
   std::fill(automaton.transitionsOf.begin(), automaton.transitionsOf.end(), kNoTable);
   for (auto& table : automaton.failTables)
     table.reset();
-  automaton.builtTables = 0;
+  automaton.builtTableCount = 0;
 }
 
 /// Keeps the start state and `kept`, which has the returned number from then on, and no other.
@@ -415,11 +415,11 @@ void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
   const auto closure = [&](const IndexList& indices) {
     return EpsilonClosure(automaton.tokens, analysis, indices, automaton.anchorsAreComplete);
   };
-  automaton.follows.assign(automaton.tokens.size(), {});
+  automaton.followSets.assign(automaton.tokens.size(), {});
   for (std::size_t index = 0; index < automaton.tokens.size(); ++index) {
     const Token token = automaton.tokens[index];
     if (IsByteToken(token) || IsSetToken(token) || token == TokBackref || token < 0) {
-      automaton.follows[index] = closure(analysis.Follows(index));
+      automaton.followSets[index] = closure(analysis.Follows(index));
     }
   }
   const PositionSet start = closure(analysis.First());
@@ -434,13 +434,13 @@ std::int64_t TableCost(const PatternAutomaton& automaton, StateNumber state) {
   std::int64_t units = kTableUnits;
   for (const Position& position : positions) {
     units += kPositionUnits +
-             kFollowUnits * static_cast<std::int64_t>(automaton.follows[position.index].size());
+             kFollowUnits * static_cast<std::int64_t>(automaton.followSets[position.index].size());
   }
   return units;
 }
 
 StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
-  if (automaton.builtTables >= kMaxBuiltTables) {
+  if (automaton.builtTableCount >= kMaxBuiltTables) {
     DropAllTables(automaton);
     if (automaton.heldPositions > kMaxHeldPositions) state = ForgetStates(automaton, state);
   }
@@ -456,7 +456,7 @@ StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {
   } else {
     AddTransitions(automaton, state, *table);
   }
-  ++automaton.builtTables;
+  ++automaton.builtTableCount;
   return state;
 }
 

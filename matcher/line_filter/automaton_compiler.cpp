@@ -11,22 +11,12 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace trovex {
 
 namespace {
 
 constexpr int kAsciiBytes = 128;
-
-/// Switches folding off for as long as the object lives.
-class WithoutFolding {
- public:
-  WithoutFolding() { CurrentAutomatonSyntax().fold = false; }
-  ~WithoutFolding() { CurrentAutomatonSyntax().fold = true; }
-  WithoutFolding(const WithoutFolding&) = delete;
-  WithoutFolding& operator=(const WithoutFolding&) = delete;
-};
 
 /// The pattern with the letters below 128 in lower case; all other bytes stay, the umlauts among
 /// them.
@@ -39,21 +29,35 @@ std::string LowerCaseCopy(const char* pattern, std::size_t length) {
   return copy;
 }
 
-std::vector<MustEntry> FoldedMustEntries(const char* pattern, std::size_t length) {
-  const WithoutFolding scope;
+/// Takes the must string of a folded pattern, and what fault there is, into `automaton`.
+void ExtractFoldedMustString(const char* pattern, std::size_t length, PatternAutomaton& automaton) {
   const std::string copy = LowerCaseCopy(pattern, length);
   PatternAutomaton unfolded;
+  unfolded.syntax = automaton.syntax;
+  unfolded.syntax.fold = false;
   AutomatonParse(copy.data(), copy.size(), unfolded);
   ExtractMustString(unfolded);
-  return std::move(unfolded.mustEntries);
+  automaton.mustList = std::move(unfolded.mustList);
+  if (unfolded.fault != MessageNumber::kNone) automaton.fault = unfolded.fault;
 }
 
 }  // namespace
 
+void AutomatonInit(PatternAutomaton& automaton) {
+  const AutomatonSyntax syntax = automaton.syntax;
+  automaton = PatternAutomaton{};
+  automaton.syntax = syntax;
+}
+
+void AutomatonFree(PatternAutomaton* automaton) {
+  delete automaton;
+}
+
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag) {
-  const bool folded = CurrentAutomatonSyntax().fold;
-  if (folded) automaton.mustEntries = FoldedMustEntries(pattern, length);
+  AutomatonInit(automaton);
+  const bool folded = automaton.syntax.fold;
+  if (folded) ExtractFoldedMustString(pattern, length, automaton);
   AutomatonParse(pattern, length, automaton);
   if (!folded) ExtractMustString(automaton);
   AnalyseAutomaton(automaton, searchFlag);

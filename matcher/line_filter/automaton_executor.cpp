@@ -14,8 +14,8 @@
 
 #include "matcher/line_filter/automaton_executor.h"
 
-#include "matcher/engine/work_credit.h"
 #include "matcher/line_filter/automaton_builder.h"
+#include "matcher/work_credit.h"
 
 #include <cstddef>
 #include <tuple>
@@ -94,7 +94,7 @@ struct Questions {
 
 const char* Execute(PatternAutomaton& automaton, const char* begin, const char* end,
                     const Questions& questions) {
-  if (automaton.builtTables == 0) BuildStateTable(automaton, 0);
+  if (automaton.builtTableCount == 0) BuildStateTable(automaton, 0);
   Run run = {.next = reinterpret_cast<const unsigned char*>(begin),
              .end = reinterpret_cast<const unsigned char*>(end)};
   while (!run.isOver) {

@@ -7,7 +7,6 @@
 
 #include "matcher/line_filter/automaton_lexer.h"
 
-#include "matcher/matcher.h"
 #include "text/case_helpers.h"
 
 #include <regex.h>
@@ -50,12 +49,11 @@ CharSet SpaceBytes() {
 
 }  // namespace
 
-AutomatonLexer::AutomatonLexer(const AutomatonSyntax& syntax, const char* pattern,
-                               std::size_t length, std::vector<CharSet>& sets)
-    : syntax_(syntax),
+AutomatonLexer::AutomatonLexer(const char* pattern, std::size_t length, PatternAutomaton& automaton)
+    : automaton_(automaton),
+      syntax_(automaton.syntax),
       next_(reinterpret_cast<const unsigned char*>(pattern)),
-      end_(next_ + length),
-      sets_(sets) {}
+      end_(next_ + length) {}
 
 Token AutomatonLexer::NextToken() {
   if (AtEnd()) return TokEnd;
@@ -300,12 +298,10 @@ void AutomatonLexer::AddFolded(CharSet& set, int first, int last) const {
   }
 }
 
-/// The token for `set`, which is stored unless an equal one is.
+/// The token for `set`.
 Token AutomatonLexer::SetOf(const CharSet& set) {
   atStart_ = false;
-  auto stored = std::find(sets_.begin(), sets_.end(), set);
-  if (stored == sets_.end()) stored = sets_.insert(stored, set);
-  return TokFirstSet + static_cast<Token>(stored - sets_.begin());
+  return TokFirstSet + StoreCharset(automaton_.sets, set);
 }
 
 Token AutomatonLexer::OrdinaryByte(unsigned char c) {
@@ -329,8 +325,8 @@ bool AutomatonLexer::ComesNext(unsigned char c, bool withBackslash) const {
   return end_ - next_ >= 2 && next_[0] == '\\' && next_[1] == c;
 }
 
-Token AutomatonLexer::Fail(MessageNumber error) {
-  SetCompileError(error);
+Token AutomatonLexer::Fail(MessageNumber fault) {
+  automaton_.fault = fault;
   return TokEnd;
 }
 

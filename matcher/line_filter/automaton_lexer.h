@@ -9,22 +9,10 @@
 #define TROVEX_MATCHER_LINE_FILTER_AUTOMATON_LEXER_H
 
 #include "matcher/line_filter/pattern_automaton.h"
-#include "resources/string_table.h"
 
 #include <cstddef>
-#include <vector>
 
 namespace trovex {
-
-/// How patterns are read. Stays as it was set until it is set again.
-struct AutomatonSyntax {
-  unsigned long bits = 0;
-  bool fold = false;    // letters match in both cases
-  bool wasSet = false;  // nothing can be read before
-  /// The engine will be asked for matches in a part of the line too, which "\'" takes for the whole.
-  /// Where the text ends is then beyond the automaton: it must let the engine decide.
-  bool endIsOpen = false;
-};
 
 /// The bounds of an interval. A maximum of 0 means that there is none.
 struct RepeatBounds {
@@ -32,14 +20,13 @@ struct RepeatBounds {
   int max = 0;
 };
 
-/// Reads one pattern from its start to its end. Errors are reported through `SetCompileError`; the
-/// token is then `TokEnd`.
+/// Reads one pattern from its start to its end. A fault is noted in the automaton's record; the token is
+/// then `TokEnd`.
 class AutomatonLexer {
  public:
-  /// Reads `length` bytes at `pattern` (a NUL is a byte like any other). Character sets are stored
-  /// in `sets`.
-  AutomatonLexer(const AutomatonSyntax& syntax, const char* pattern, std::size_t length,
-                 std::vector<CharSet>& sets);
+  /// Reads `length` bytes at `pattern` (a NUL is a byte like any other) under the syntax of
+  /// `automaton`, which takes the character sets.
+  AutomatonLexer(const char* pattern, std::size_t length, PatternAutomaton& automaton);
 
   /// The next token; `TokEnd` when no byte is left.
   Token NextToken();
@@ -74,12 +61,12 @@ class AutomatonLexer {
   void AddFolded(CharSet& set, int first, int last) const;
   Token SetOf(const CharSet& set);
   Token OrdinaryByte(unsigned char c);
-  Token Fail(MessageNumber error);
+  Token Fail(MessageNumber fault);
 
-  const AutomatonSyntax syntax_;
+  PatternAutomaton& automaton_;
+  const AutomatonSyntax& syntax_;
   const unsigned char* next_;
   const unsigned char* end_;
-  std::vector<CharSet>& sets_;
 
   Token previous_ = TokEnd;  // the latest token that was no byte standing for itself
   bool atStart_ = true;      // a postfix operator would have no operand here

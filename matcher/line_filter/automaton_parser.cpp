@@ -2,25 +2,18 @@
 
 #include "matcher/line_filter/automaton_parser.h"
 
-#include "matcher/matcher.h"
-#include "matcher/module_state.h"
-
 #include <algorithm>
 
 namespace trovex {
 
 namespace {
 
-constinit ModuleState<AutomatonSyntax> automatonSyntax;
-
 /// One parse. Every `Parse...` function leaves the first token that it does not understand in
 /// `token_`.
 class PatternParser {
  public:
   PatternParser(const char* pattern, std::size_t length, PatternAutomaton& automaton)
-      : automaton_(automaton),
-        lexer_(CurrentAutomatonSyntax(), pattern, length, automaton.sets),
-        stackDepth_(automaton.depth) {}
+      : automaton_(automaton), lexer_(pattern, length, automaton), stackDepth_(automaton.depth) {}
 
   void ParsePattern();
 
@@ -45,7 +38,7 @@ void PatternParser::ParsePattern() {
   Advance();
   ParseAlternation(TokTopOr);
   if (token_ != TokEnd) {
-    SetCompileError(MessageNumber::kMissingOpeningBracket);
+    automaton_.fault = MessageNumber::kMissingOpeningBracket;
     return;
   }
   AppendToken(EndMarker(automaton_.patterns));
@@ -101,7 +94,7 @@ void PatternParser::ParseGroup() {
   Advance();
   ParseAlternation(TokOr);
   if (token_ != TokCloseGroup) {
-    SetCompileError(MessageNumber::kMissingClosingBracket);
+    automaton_.fault = MessageNumber::kMissingClosingBracket;
     return;
   }
   Advance();
@@ -153,17 +146,13 @@ void PatternParser::AppendToken(Token token) {
 
 }  // namespace
 
-AutomatonSyntax& CurrentAutomatonSyntax() {
-  return automatonSyntax.Get();
-}
-
-void AutomatonSetSyntax(unsigned long bits, bool fold) {
-  CurrentAutomatonSyntax() = {.bits = bits, .fold = fold, .wasSet = true};
+void AutomatonSetSyntax(PatternAutomaton& automaton, unsigned long bits, bool fold) {
+  automaton.syntax = {.bits = bits, .fold = fold, .wasSet = true};
 }
 
 void AutomatonParse(const char* pattern, std::size_t length, PatternAutomaton& automaton) {
-  if (!CurrentAutomatonSyntax().wasSet) {
-    SetCompileError(MessageNumber::kInvalidSyntax);
+  if (!automaton.syntax.wasSet) {
+    automaton.fault = MessageNumber::kInvalidSyntax;
     return;
   }
   PatternParser(pattern, length, automaton).ParsePattern();

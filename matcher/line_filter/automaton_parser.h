@@ -12,8 +12,8 @@
 // Several patterns can be parsed into one record. Each ends with an end marker of its own, and from
 // the second on each is joined to those before it by an alternation.
 //
-// A faulty pattern is reported through `SetCompileError` and leaves an incomplete stream, on which
-// the steps that follow may run without harm but whose automaton must not be used.
+// A fault of a pattern is noted in the record, in place of any earlier one, and leaves an incomplete
+// stream, on which the steps that follow may run without harm but whose automaton must not be used.
 
 #ifndef TROVEX_MATCHER_LINE_FILTER_AUTOMATON_PARSER_H
 #define TROVEX_MATCHER_LINE_FILTER_AUTOMATON_PARSER_H
@@ -25,12 +25,9 @@
 
 namespace trovex {
 
-/// The syntax that patterns are parsed under: all that the parser keeps from one parse to the next.
-AutomatonSyntax& CurrentAutomatonSyntax();
-
-/// Sets the syntax bits (RE_... values of regex.h) and whether letters match in both cases. To be
-/// called before any parse.
-void AutomatonSetSyntax(unsigned long bits, bool fold);
+/// Sets the syntax that patterns are parsed into `automaton` under: the syntax bits (RE_... values of
+/// regex.h) and whether letters match in both cases. To be called before any parse.
+void AutomatonSetSyntax(PatternAutomaton& automaton, unsigned long bits, bool fold);
 
 /// Parses `length` bytes at `pattern` (a NUL is a byte like any other) and appends their tokens to
 /// `automaton`. Throws nothing but `std::bad_alloc`.

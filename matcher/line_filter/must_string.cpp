@@ -165,7 +165,7 @@ void ExtractMustString(PatternAutomaton& automaton) noexcept {
   try {
     std::optional<MustEntry> must = FindMustString(automaton.tokens);
     if (!must.has_value()) return;
-    automaton.mustEntries.insert(automaton.mustEntries.begin(), std::move(*must));
+    automaton.mustList.insert(automaton.mustList.begin(), std::move(*must));
   } catch (const std::bad_alloc&) {
     return;
   }

@@ -2,9 +2,7 @@
 //
 // A pattern becomes an automaton in three steps, and each of them fills its part of the record.
 //
-//   parser    The pattern is written as a stream of tokens in postfix order: operands first, the
-//             operator behind them. "ab*" is  a b TokStar TokConcat.  Sets of bytes are stored once
-//             each, and a token names its set by number.
+//   parser    The pattern is written as a stream of tokens (matcher/pattern/tokens.h).
 //
 //   builder   Every leaf of the stream (a byte, a set, an anchor, ...) is a position. For each
 //             position the builder works out which positions can follow it in a match. A state of
@@ -26,6 +24,8 @@
 #ifndef TROVEX_MATCHER_LINE_FILTER_PATTERN_AUTOMATON_H
 #define TROVEX_MATCHER_LINE_FILTER_PATTERN_AUTOMATON_H
 
+#include "matcher/pattern/tokens.h"
+#include "resources/string_table.h"
 #include "text/char_set.h"
 
 #include <array>
@@ -37,52 +37,6 @@
 #include <vector>
 
 namespace trovex {
-
-/// An element of the token stream. A byte stands for itself.
-using Token = std::int32_t;
-
-enum : Token {
-  TokEnd = -1,        // end of the pattern; in the stream -1 - k ends pattern number k
-  TokEmpty = 256,     // the empty string
-  TokBackref,         // a back-reference: the automaton cannot decide it
-  TokLineStart,       // the start of a line
-  TokLineEnd,         // the end of a line
-  TokWordStart,       // the start of a word
-  TokWordEnd,         // the end of a word
-  TokWordEdge,        // either of them
-  TokNotWordEdge,     // neither of them
-  TokOptional,        // postfix: the operand or nothing
-  TokStar,            // postfix: the operand any number of times
-  TokPlus,            // postfix: the operand at least once
-  TokRepeat,          // an interval "{m,n}"; the parser writes it out, no stream holds it
-  TokConcat,          // binary: the operands one after the other
-  TokOr,              // binary: either operand
-  TokTopOr,           // binary: either operand, outside of all groups or between patterns
-  TokOpenGroup,       // "("; no stream holds it
-  TokCloseGroup,      // ")"; no stream holds it
-  TokFirstSet = 273,  // 273 + i: any byte of character set number i
-};
-
-/// The token that ends pattern number `pattern` in the stream.
-constexpr Token EndMarker(int pattern) {
-  return TokEnd - pattern;
-}
-
-constexpr bool IsByteToken(Token token) {
-  return token >= 0 && token < TokEmpty;
-}
-constexpr bool IsSetToken(Token token) {
-  return token >= TokFirstSet;
-}
-constexpr bool IsAnchorToken(Token token) {
-  return token >= TokLineStart && token <= TokNotWordEdge;
-}
-constexpr bool IsPostfixToken(Token token) {
-  return token == TokOptional || token == TokStar || token == TokPlus;
-}
-constexpr bool IsBinaryToken(Token token) {
-  return token == TokConcat || token == TokOr || token == TokTopOr;
-}
 
 /// Which combinations of neighbours a position may stand between; see the head of this file.
 using Constraint = std::uint8_t;
@@ -142,6 +96,16 @@ enum ContextClass : std::uint8_t {
   kNewlineContext = 4,
 };
 
+/// How patterns are read.
+struct AutomatonSyntax {
+  unsigned long bits = 0;  // RE_... values of regex.h
+  bool fold = false;       // letters match in both cases
+  bool wasSet = false;     // nothing can be read before
+  /// The engine will be asked for matches in a part of the line too, which "\'" takes for the whole.
+  /// Where the text ends is then beyond the automaton: it must let the engine decide.
+  bool endIsOpen = false;
+};
+
 /// A string that every match contains.
 struct MustEntry {
   std::string text;
@@ -156,8 +120,13 @@ inline constexpr int kMaxBuiltTables = 1024;
 inline constexpr std::size_t kMaxHeldPositions = std::size_t{1} << 22;
 
 struct PatternAutomaton {
+  AutomatonSyntax syntax;  // what patterns are read under; stays as it was set
+
   // Filled by the parser.
 
+  /// The latest fault of the patterns. Where there is one, the stream is incomplete: the steps that
+  /// follow may run without harm, but the automaton is not to be executed.
+  MessageNumber fault = MessageNumber::kNone;
   std::vector<CharSet> sets;  // the character sets, each once
   std::vector<Token> tokens;  // the stream of all patterns, in postfix order
   int depth = 0;              // the greatest depth of a stack that evaluates the stream
@@ -166,9 +135,9 @@ struct PatternAutomaton {
 
   // Filled by the builder; the states and all that is per state grow while texts are searched.
 
-  std::vector<PositionSet> follows;  // per token: the positions that can follow it in a match
-  bool searchFlag = false;           // a match may begin at any byte
-  bool anchorsAreComplete = true;    // no way through anchors was dropped from a position set
+  std::vector<PositionSet> followSets;  // per token: the positions that can follow it in a match
+  bool searchFlag = false;              // a match may begin at any byte
+  bool anchorsAreComplete = true;       // no way through anchors was dropped from a position set
   std::vector<State> states;
   std::unordered_multimap<std::size_t, StateNumber> stateIndex;  // the states by hash
   std::size_t heldPositions = 0;                                 // of all states together
@@ -185,11 +154,11 @@ struct PatternAutomaton {
   std::vector<std::unique_ptr<TransitionTable>> failTables;  // per state
   std::vector<std::uint8_t> successBits;        // context classes before which the state accepts
   std::vector<StateNumber> newlineTransitions;  // the state behind a newline
-  int builtTables = 0;                          // how many tables exist
+  int builtTableCount = 0;                      // how many tables exist
 
   // Filled by the extraction of the must string; a new entry goes to the front.
 
-  std::vector<MustEntry> mustEntries;
+  std::vector<MustEntry> mustList;
 };
 
 }  // namespace trovex

@@ -141,11 +141,7 @@ class StreamWriter {
   }
 
   /// The token for `set`, which is stored unless an equal one is.
-  Token TokenOf(const CharSet& set) {
-    auto stored = std::find(stream_.sets.begin(), stream_.sets.end(), set);
-    if (stored == stream_.sets.end()) stored = stream_.sets.insert(stored, set);
-    return TokFirstSet + static_cast<Token>(stored - stream_.sets.begin());
-  }
+  Token TokenOf(const CharSet& set) { return TokFirstSet + StoreCharset(stream_.sets, set); }
 
   void Append(Token token) { stream_.tokens.push_back(token); }
 

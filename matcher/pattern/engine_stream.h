@@ -6,8 +6,9 @@
 #ifndef TROVEX_MATCHER_PATTERN_ENGINE_STREAM_H
 #define TROVEX_MATCHER_PATTERN_ENGINE_STREAM_H
 
-#include "matcher/line_filter/pattern_automaton.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/pattern/tokens.h"
+#include "text/char_set.h"
 
 #include <optional>
 #include <vector>

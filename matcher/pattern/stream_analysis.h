@@ -7,7 +7,8 @@
 #ifndef TROVEX_MATCHER_PATTERN_STREAM_ANALYSIS_H
 #define TROVEX_MATCHER_PATTERN_STREAM_ANALYSIS_H
 
-#include "matcher/line_filter/pattern_automaton.h"
+
+#include "matcher/pattern/tokens.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -52,7 +52,8 @@ class SetReader {
       if (AtRange()) Refuse(MessageNumber::kInvalidRangeEnd, begin, place_ + 1);
       return;
     }
-    const bool misplaced = At(0, '-') && !first && !At(1, ']');
+    const bool isLast = place_ + 1 == text_.Size() || At(1, ']');
+    const bool misplaced = At(0, '-') && !first && !isLast;
     const unsigned char low = ReadCharacter();
     if (reading_.fault != MessageNumber::kNone) return;
     if (misplaced) return Refuse(MessageNumber::kInvalidRangeEnd, begin, place_);

@@ -12,6 +12,7 @@
 
 #include "query/expression/syntax_builder.h"
 
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace trovex {
 
 /// In so many "s" one behind the other each place of a "ß" is found; a longer run is no word, and is
 /// cut into pieces of that length, so that its tree does not grow with the square of the run's.
-inline constexpr std::size_t kLongestSharpRun = 32;
+inline constexpr std::size_t kLongestSharpRun = 16;
 
 /// Adds the nodes for all spellings of `letters` and appends them to `sequence`, in order.
 void AppendSpellings(std::string_view letters, bool caseSensitive, SyntaxBuilder& builder,

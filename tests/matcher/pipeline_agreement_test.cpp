@@ -9,7 +9,7 @@
 //
 // TROVEX_AGREEMENT_SEARCHES sets how many random searches are made; a failure prints the round's seed.
 
-#include "matcher/matcher.h"
+#include "api/matcher_state.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/line_filter/closure_reference.h"
@@ -60,7 +60,7 @@ struct Flags {
 std::optional<MatchRange> Find(HeapText& text, int group, bool engineOnly) {
   Matcher().engineOnly = engineOnly;
   MatchRange range{};
-  const bool found = ExecuteMatcher(text.Data(), text.Length(), group, range);
+  const bool found = SearchInstalled(text.Data(), text.Length(), group, range);
   Matcher().engineOnly = false;
   return found ? std::optional(range) : std::nullopt;
 }
@@ -69,7 +69,7 @@ std::optional<MatchRange> Find(HeapText& text, int group, bool engineOnly) {
 /// known to be cut short.
 bool Prepare(const std::string& pattern, Flags flags) {
   if (Compile(pattern.c_str(), flags.fold, flags.words) != nullptr) return false;
-  return ClosuresAreComplete(Matcher().installed->automaton);
+  return ClosuresAreComplete(*Matcher().installed->automaton);
 }
 
 /// Searches `text` on both roads for `group`; returns whether the answers are the same.

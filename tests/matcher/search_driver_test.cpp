@@ -5,7 +5,7 @@
 // on the engine, always with all registers. Tens of thousands of random searches must agree with
 // it, in several locales.
 
-#include "matcher/matcher.h"
+#include "api/matcher_state.h"
 #include "tests/heap_text.h"
 #include "tests/host_locale.h"
 #include "tests/visible.h"
@@ -44,11 +44,7 @@ using testing::HeapText;
 using testing::HostLocale;
 using testing::Visible;
 
-struct Flags {
-  bool foldCase = false;
-  bool matchWords = false;
-  bool matchLines = false;
-};
+using Flags = PatternOptions;
 
 constexpr Flags kNoFlags{};
 constexpr Flags kFoldCase{true, false, false};
@@ -56,13 +52,10 @@ constexpr Flags kWords{false, true, false};
 constexpr Flags kLines{false, false, true};
 
 MessageNumber CompileWith(std::string_view pattern, const Flags& flags) {
-  MatcherState& matcher = Matcher();
-  matcher.foldCase = flags.foldCase;
-  matcher.matchWords = flags.matchWords;
-  matcher.matchLines = flags.matchLines;
-  matcher.pendingError = MessageNumber::kNone;
-  const MessageNumber error = CompileMatcher(pattern.data(), pattern.size());
-  return error != MessageNumber::kNone ? error : matcher.pendingError;
+  CompileResult result = CompileMatcher(pattern, flags);
+  Matcher().options = flags;
+  Matcher().installed = std::move(result.pattern);
+  return result.fault;
 }
 
 /// What the installed pattern finds. A search may use the byte behind the text, but must leave text
@@ -71,7 +64,7 @@ std::optional<MatchRange> Execute(std::string_view text, int group = 0, char beh
   constexpr MatchRange kUntouched{-4711, -4712};
   const HeapText heap(text, behind);
   MatchRange range = kUntouched;
-  const bool found = ExecuteMatcher(heap.Data(), heap.Length(), group, range);
+  const bool found = SearchInstalled(heap.Data(), heap.Length(), group, range);
   EXPECT_EQ(std::string_view(heap.Data(), text.size()), text) << "the text was changed";
   EXPECT_EQ(heap.Behind(), behind) << "the byte behind the text was changed";
   if (found) return range;
@@ -120,7 +113,7 @@ TEST_F(LineSearch, ANegativeLengthHoldsNoMatch) {
   const HeapText text("abc");
   for (const int length : {-1, -3, INT_MIN}) {
     MatchRange range{-5, -6};
-    EXPECT_FALSE(ExecuteMatcher(text.Data(), length, 0, range));
+    EXPECT_FALSE(SearchInstalled(text.Data(), length, 0, range));
     EXPECT_EQ(range, At(-5, -6));
   }
 }
@@ -399,7 +392,7 @@ TEST_F(WholeLineSearch, ACompileOfTheHostsEndsIt) {
 TEST_F(WholeLineSearch, APatternThatWasCompiledForLinesKeepsThatCondition) {
   for (const char* pattern : {"ab", "a.", "(a)b"}) {
     ASSERT_EQ(CompileWith(pattern, kLines), MessageNumber::kNone);
-    Matcher().matchLines = false;
+    Matcher().options.matchLines = false;
     EXPECT_EQ(Execute("xab\nabc"), std::nullopt) << pattern;
     EXPECT_EQ(Execute("xab\nab\nc"), At(4, 6)) << pattern;
   }

@@ -195,6 +195,10 @@ TEST(QueryParser, ASoundIsOneWordOfLetters) {
   EXPECT_EQ(Read("~Meier!"), "9854 at !");
 }
 
+TEST(QueryParser, AWordWithoutASoundIsRefused) {
+  EXPECT_EQ(Read("a & ~\xC2\xAA"), "9824 at ~\xC2\xAA");
+}
+
 TEST(QueryParser, WithThePhoneticOptionEveryWordIsASound) {
   EXPECT_EQ(Read("Meier & 20 Euro & a-b & (M\xC3\xBCller)", Phonetic()),
             "{~Meier & '20 Euro' & 'a-b' & ~M\xFCller#1}");

@@ -1,7 +1,7 @@
 // Matches located by automata against the engine alone: all matches of a text, one behind the other as
 // the leaves of a search tree ask for them, in texts long enough for every road and every leap.
 
-#include "matcher/matcher.h"
+#include "api/matcher_state.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
 #include "tests/visible.h"
@@ -42,7 +42,7 @@ Ranges AllMatches(HeapText& text, int group, bool engineOnly) {
   TextNotes notes;
   for (int position = 0; position < text.Length();) {
     MatchRange range{};
-    if (!ExecuteMatcher(text.Data() + position, text.Length() - position, group, range, &notes)) {
+    if (!SearchInstalled(text.Data() + position, text.Length() - position, group, range, &notes)) {
       break;
     }
     ranges.emplace_back(position + range.start, position + range.end);
@@ -203,7 +203,7 @@ TEST_F(MatchLocatorTest, WhatWasReadInVainIsStillFoundWhereItIs) {
       for (int position = 0; position < heap.Length();) {
         MatchRange range{};
         const int left = heap.Length() - position;
-        if (!ExecuteMatcher(heap.Data() + position, left, 0, range)) break;
+        if (!SearchInstalled(heap.Data() + position, left, 0, range)) break;
         afresh.emplace_back(position + range.start, position + range.end);
         position += range.end;
       }

@@ -4,9 +4,9 @@
 #include "matcher/engine/bounded_matcher.h"
 
 #include "matcher/engine/regular_expression.h"
-#include "matcher/engine/work_credit.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_limits.h"
+#include "matcher/work_credit.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/engine/answers_in_time.h"
 #include "tests/matcher/engine_alone.h"

@@ -501,20 +501,32 @@ TEST(AutomatonParser, FoldingPairsAgreeWithTheEnginesTranslation) {
 // The syntax.
 
 TEST(AutomatonParser, SyntaxStaysUntilItIsSetAgain) {
-  AutomatonSetSyntax(kPatternSyntax, true);
-  PatternAutomaton first, second;
-  AutomatonParse("a", 1, first);
-  AutomatonParse("a", 1, second);
-  EXPECT_EQ(first.tokens, second.tokens);
-  EXPECT_EQ(Members(second.sets.at(0)), "Aa");
-  EXPECT_TRUE(CurrentAutomatonSyntax().fold);
+  PatternAutomaton automaton;
+  AutomatonSetSyntax(automaton, kPatternSyntax, true);
+  AutomatonParse("a", 1, automaton);
+  AutomatonParse("a", 1, automaton);
+  EXPECT_EQ(StreamText(automaton), "S0 END0 . S0 END1 . ||");
+  EXPECT_EQ(Members(automaton.sets.at(0)), "Aa");
+  AutomatonSetSyntax(automaton, kPatternSyntax, false);
+  AutomatonParse("a", 1, automaton);
+  EXPECT_EQ(StreamText(automaton), "S0 END0 . S0 END1 . || a END2 . ||");
+}
+
+TEST(AutomatonParser, ALaterFaultTakesThePlaceOfAnEarlierOne) {
+  PatternAutomaton automaton;
+  AutomatonSetSyntax(automaton, kPatternSyntax, false);
+  AutomatonParse("a)", 2, automaton);
+  EXPECT_EQ(automaton.fault, MessageNumber::kMissingOpeningBracket);
+  AutomatonParse("[a", 2, automaton);
+  EXPECT_EQ(automaton.fault, MessageNumber::kUnmatchedSquareBracket);
+  AutomatonParse("a", 1, automaton);
+  EXPECT_EQ(automaton.fault, MessageNumber::kUnmatchedSquareBracket) << "and stays";
 }
 
 TEST(AutomatonParser, WithoutASyntaxNothingIsParsed) {
-  CurrentAutomatonSyntax() = {};
   PatternAutomaton automaton;
   AutomatonParse("a", 1, automaton);
-  EXPECT_EQ(TakeError(), MessageNumber::kInvalidSyntax);
+  EXPECT_EQ(automaton.fault, MessageNumber::kInvalidSyntax);
   EXPECT_TRUE(automaton.tokens.empty());
 }
 

@@ -19,8 +19,9 @@ namespace trovex::testing {
 inline PatternAutomaton Compiled(std::string_view pattern, bool fold = false,
                                  bool searchFlag = true) {
   PatternAutomaton automaton;
-  AutomatonSetSyntax(kPatternSyntax, fold);
+  AutomatonSetSyntax(automaton, kPatternSyntax, fold);
   AutomatonCompile(pattern.data(), pattern.size(), automaton, searchFlag);
+  latestFault = automaton.fault;
   return automaton;
 }
 

@@ -39,46 +39,46 @@ std::ptrdiff_t FoldedEnd(std::string_view pattern, std::string_view text) {
 TEST(AutomatonAnalysis, FollowSetsOfAConcatenation) {
   const PatternAutomaton automaton = Compiled("ab");
   ASSERT_EQ(StreamText(automaton), "a b . END0 .");
-  EXPECT_EQ(automaton.follows[0], (PositionSet{{1, kNoConstraint}}));
-  EXPECT_EQ(automaton.follows[1], (PositionSet{{3, kNoConstraint}}));
-  EXPECT_TRUE(automaton.follows[3].empty());
+  EXPECT_EQ(automaton.followSets[0], (PositionSet{{1, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[1], (PositionSet{{3, kNoConstraint}}));
+  EXPECT_TRUE(automaton.followSets[3].empty());
 }
 
 TEST(AutomatonAnalysis, RepetitionFollowsItself) {
   const PatternAutomaton star = Compiled("(ab)*");
   ASSERT_EQ(StreamText(star), "a b . * END0 .");
-  EXPECT_EQ(star.follows[1], (PositionSet{{4, kNoConstraint}, {0, kNoConstraint}}));
+  EXPECT_EQ(star.followSets[1], (PositionSet{{4, kNoConstraint}, {0, kNoConstraint}}));
   EXPECT_EQ(star.states[0].positions, (PositionSet{{4, kNoConstraint}, {0, kNoConstraint}}));
 
   const PatternAutomaton plus = Compiled("(ab)+");
-  EXPECT_EQ(plus.follows[1], (PositionSet{{4, kNoConstraint}, {0, kNoConstraint}}));
+  EXPECT_EQ(plus.followSets[1], (PositionSet{{4, kNoConstraint}, {0, kNoConstraint}}));
   EXPECT_EQ(plus.states[0].positions, (PositionSet{{0, kNoConstraint}}));
 }
 
 TEST(AutomatonAnalysis, OptionalOperandCanBeSkipped) {
   const PatternAutomaton automaton = Compiled("ab?c");
   ASSERT_EQ(StreamText(automaton), "a b ? . c . END0 .");
-  EXPECT_EQ(automaton.follows[0], (PositionSet{{4, kNoConstraint}, {1, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[0], (PositionSet{{4, kNoConstraint}, {1, kNoConstraint}}));
 }
 
 TEST(AutomatonAnalysis, AlternativesBeginAndEndTogether) {
   const PatternAutomaton automaton = Compiled("(a|b)c");
   ASSERT_EQ(StreamText(automaton), "a b | c . END0 .");
   EXPECT_EQ(automaton.states[0].positions, (PositionSet{{1, kNoConstraint}, {0, kNoConstraint}}));
-  EXPECT_EQ(automaton.follows[0], (PositionSet{{3, kNoConstraint}}));
-  EXPECT_EQ(automaton.follows[1], (PositionSet{{3, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[0], (PositionSet{{3, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[1], (PositionSet{{3, kNoConstraint}}));
 }
 
 TEST(AutomatonAnalysis, BackReferenceMayMatchNothing) {
   const PatternAutomaton automaton = Compiled("a\\1b");
   ASSERT_EQ(StreamText(automaton), "a \\1 . b . END0 .");
-  EXPECT_EQ(automaton.follows[0], (PositionSet{{3, kNoConstraint}, {1, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[0], (PositionSet{{3, kNoConstraint}, {1, kNoConstraint}}));
 }
 
 TEST(AutomatonAnalysis, EmptyStringIsNoPosition) {
   const PatternAutomaton automaton = Compiled("a()b");
   ASSERT_EQ(StreamText(automaton), "a e . b . END0 .");
-  EXPECT_EQ(automaton.follows[0], (PositionSet{{3, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[0], (PositionSet{{3, kNoConstraint}}));
 }
 
 TEST(AutomatonAnalysis, EachAnchorLeavesItsConstraint) {
@@ -86,17 +86,17 @@ TEST(AutomatonAnalysis, EachAnchorLeavesItsConstraint) {
       {"^", 0xCF}, {"$", 0xAF}, {"\\<", 0xF2}, {"\\>", 0xF4}, {"\\b", 0xF6}, {"\\B", 0xF9}};
   for (const auto& [anchor, constraint] : anchors) {
     const PatternAutomaton automaton = Compiled("a" + anchor + "b");
-    EXPECT_EQ(automaton.follows[0], (PositionSet{{3, constraint}})) << anchor;
+    EXPECT_EQ(automaton.followSets[0], (PositionSet{{3, constraint}})) << anchor;
   }
 }
 
 TEST(AutomatonAnalysis, AnchorsInARowNarrowTheConstraintTogether) {
-  EXPECT_EQ(Compiled("a$\\>b").follows[0], (PositionSet{{5, 0xA4}}));
+  EXPECT_EQ(Compiled("a$\\>b").followSets[0], (PositionSet{{5, 0xA4}}));
 }
 
 TEST(AutomatonAnalysis, RoadsToOnePositionWidenItsConstraint) {
-  EXPECT_EQ(Compiled("a(^|$)b").follows[0], (PositionSet{{5, 0xEF}}));
-  EXPECT_EQ(Compiled("a^?b").follows[0], (PositionSet{{4, kNoConstraint}}));
+  EXPECT_EQ(Compiled("a(^|$)b").followSets[0], (PositionSet{{5, 0xEF}}));
+  EXPECT_EQ(Compiled("a^?b").followSets[0], (PositionSet{{4, kNoConstraint}}));
 }
 
 TEST(AutomatonAnalysis, AnchorIsEnteredOnceInAClosure) {
@@ -105,12 +105,12 @@ TEST(AutomatonAnalysis, AnchorIsEnteredOnceInAClosure) {
   // taken out, so the line start passes on no constraint of the line end.
   const PatternAutomaton automaton = Compiled("a(^|$)*b");
   ASSERT_EQ(StreamText(automaton), "a ^ $ | * . b . END0 .");
-  EXPECT_EQ(automaton.follows[0], (PositionSet{{6, kNoConstraint}}));
+  EXPECT_EQ(automaton.followSets[0], (PositionSet{{6, kNoConstraint}}));
 
   // The second time an anchor comes up, it is dropped: the constraint stays that of the first.
   const PatternAutomaton repeated = Compiled("a(^$)+b");
   ASSERT_EQ(StreamText(repeated), "a ^ $ . + . b . END0 .");
-  EXPECT_EQ(repeated.follows[0], (PositionSet{{6, 0x8F}}));
+  EXPECT_EQ(repeated.followSets[0], (PositionSet{{6, 0x8F}}));
 }
 
 TEST(AutomatonAnalysis, StartDependsOnTheNewlineBeforeIt) {
@@ -138,13 +138,35 @@ TEST(AutomatonAnalysis, StateKnowsItsEnds) {
 }
 
 TEST(AutomatonAnalysis, SeveralPatternsEndWithTheirOwnMarkers) {
-  AutomatonSetSyntax(kPatternSyntax, false);
   PatternAutomaton automaton;
+  AutomatonSetSyntax(automaton, kPatternSyntax, false);
   AutomatonParse("ab", 2, automaton);
   AutomatonParse("c*", 2, automaton);
   AnalyseAutomaton(automaton, true);
   EXPECT_EQ(automaton.states[0].firstEnd, EndMarker(1));
   EXPECT_EQ(EndOfMatch(automaton, "xab"), 0);
+}
+
+// The record.
+
+TEST(AutomatonRecord, IsEmptyOnceItIsInitialised) {
+  PatternAutomaton automaton = Compiled("(ab|[cd])*e", true);
+  ASSERT_EQ(EndOfMatch(automaton, "xABe"), 4);
+  AutomatonInit(automaton);
+  EXPECT_TRUE(automaton.tokens.empty() && automaton.sets.empty() && automaton.states.empty() &&
+              automaton.followSets.empty() && automaton.mustList.empty());
+  EXPECT_EQ(automaton.depth + automaton.leaves + automaton.patterns + automaton.builtTableCount, 0);
+  EXPECT_FALSE(automaton.searchFlag);
+  EXPECT_TRUE(automaton.syntax.wasSet && automaton.syntax.fold) << "the syntax stays";
+}
+
+TEST(AutomatonRecord, TakesAnotherPatternInPlaceOfTheOneItHeld) {
+  const PatternAutomatonPtr automaton(new PatternAutomaton(Compiled("[ab]+c")));
+  ASSERT_EQ(EndOfMatch(*automaton, "abc"), 3);
+  AutomatonCompile("x(y|z)", 6, *automaton, true);
+  EXPECT_EQ(StreamText(*automaton), StreamText(Compiled("x(y|z)")));
+  EXPECT_EQ(EndOfMatch(*automaton, "abc"), -1);
+  EXPECT_EQ(EndOfMatch(*automaton, "abxz"), 4);
 }
 
 // Execution.
@@ -257,9 +279,8 @@ TEST(AutomatonExecution, FoldedPatternMatchesBothCases) {
             -1);
 }
 
-TEST(AutomatonExecution, FoldingStaysSwitchedOnBehindACompile) {
-  Compiled("a", true);
-  EXPECT_TRUE(CurrentAutomatonSyntax().fold);
+TEST(AutomatonExecution, FoldingStaysSwitchedOnAfterACompile) {
+  EXPECT_TRUE(Compiled("a", true).syntax.fold);
 }
 
 TEST(AutomatonExecution, BackReferenceMakesACandidate) {
@@ -328,7 +349,7 @@ TEST(AutomatonExecution, RunsAgainWithTheTablesOfTheLastRun) {
   EXPECT_EQ(EndOfMatch(automaton, "xaa"), -1);
   EXPECT_EQ(EndOfMatch(automaton, "xaab"), 4);
   EXPECT_EQ(CountTables(automaton), tables);
-  EXPECT_EQ(automaton.builtTables, tables);
+  EXPECT_EQ(automaton.builtTableCount, tables);
 }
 
 TEST(AutomatonExecution, TablesAreBuiltOnlyForStatesThatTheTextReaches) {
@@ -425,7 +446,7 @@ TEST(AutomatonGrowth, MatchesRightlyFarBeyondTheMostTables) {
     EXPECT_EQ(EndOfMatch(automaton, text), static_cast<std::ptrdiff_t>(c + 1))
         << "seed " << kSeed << ", round " << round;
     EXPECT_LE(CountTables(automaton), kMaxBuiltTables);
-    EXPECT_EQ(CountTables(automaton), automaton.builtTables);
+    EXPECT_EQ(CountTables(automaton), automaton.builtTableCount);
   }
   EXPECT_GT(automaton.states.size(), 20U * kMaxBuiltTables);
 }

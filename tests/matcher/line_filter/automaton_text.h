@@ -7,27 +7,29 @@
 #include "matcher/engine/regular_expression.h"
 #include "matcher/line_filter/automaton_parser.h"
 #include "matcher/line_filter/pattern_automaton.h"
-#include "matcher/matcher.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace trovex::testing {
 
-/// The error that was reported since the last call.
+/// The fault of the pattern that was parsed or compiled last.
+inline MessageNumber latestFault = MessageNumber::kNone;
+
+/// The fault of the pattern that was parsed or compiled last, once.
 inline MessageNumber TakeError() {
-  const MessageNumber error = Matcher().pendingError;
-  Matcher().pendingError = MessageNumber::kNone;
-  return error;
+  return std::exchange(latestFault, MessageNumber::kNone);
 }
 
 /// Parses `pattern`; the caller takes the error.
 inline PatternAutomaton Parsed(std::string_view pattern, unsigned long syntax = kPatternSyntax,
                                bool fold = false) {
   PatternAutomaton automaton;
-  AutomatonSetSyntax(syntax, fold);
+  AutomatonSetSyntax(automaton, syntax, fold);
   AutomatonParse(pattern.data(), pattern.size(), automaton);
+  latestFault = automaton.fault;
   return automaton;
 }
 

@@ -135,7 +135,7 @@ inline bool ClosuresAreComplete(const PatternAutomaton& automaton) {
     const Token token = automaton.tokens[i];
     if (IsPostfixToken(token) || IsBinaryToken(token) || IsAnchorToken(token)) continue;
     if (token == TokEmpty) continue;
-    if (!HoldsWholeClosure(automaton.follows[i], follows.After(i), follows, automaton.tokens)) {
+    if (!HoldsWholeClosure(automaton.followSets[i], follows.After(i), follows, automaton.tokens)) {
       return false;
     }
   }

@@ -30,12 +30,12 @@ void ExpectMustStrings(const std::vector<Case>& cases, bool fold) {
     const PatternAutomaton automaton = Compiled(expected.pattern, fold);
     EXPECT_EQ(TakeError(), MessageNumber::kNone) << expected.pattern;
     if (expected.text.empty()) {
-      EXPECT_TRUE(automaton.mustEntries.empty()) << expected.pattern;
+      EXPECT_TRUE(automaton.mustList.empty()) << expected.pattern;
       continue;
     }
-    ASSERT_EQ(automaton.mustEntries.size(), 1U) << expected.pattern;
-    EXPECT_EQ(automaton.mustEntries[0].text, expected.text) << expected.pattern;
-    EXPECT_EQ(automaton.mustEntries[0].exact, expected.exact) << expected.pattern;
+    ASSERT_EQ(automaton.mustList.size(), 1U) << expected.pattern;
+    EXPECT_EQ(automaton.mustList[0].text, expected.text) << expected.pattern;
+    EXPECT_EQ(automaton.mustList[0].exact, expected.exact) << expected.pattern;
   }
 }
 
@@ -166,7 +166,7 @@ TEST(MustString, FaultyPatternsHaveNone) {
     for (const bool fold : {false, true}) {
       const PatternAutomaton automaton = Compiled(pattern, fold);
       EXPECT_NE(TakeError(), MessageNumber::kNone) << pattern;
-      EXPECT_LE(automaton.mustEntries.size(), 1U) << pattern;
+      EXPECT_LE(automaton.mustList.size(), 1U) << pattern;
     }
   }
 }
@@ -175,17 +175,17 @@ TEST(MustString, OnlyTheFirstPatternOfARecordCounts) {
   PatternAutomaton automaton = testing::Parsed("abc");
   AutomatonParse("de", 2, automaton);
   ExtractMustString(automaton);
-  ASSERT_EQ(automaton.mustEntries.size(), 1U);
-  EXPECT_EQ(automaton.mustEntries[0].text, "abc");
+  ASSERT_EQ(automaton.mustList.size(), 1U);
+  EXPECT_EQ(automaton.mustList[0].text, "abc");
 }
 
 TEST(MustString, NewEntryGoesToTheFront) {
   PatternAutomaton automaton = testing::Parsed("abc");
-  automaton.mustEntries.push_back({"earlier", false});
+  automaton.mustList.push_back({"earlier", false});
   ExtractMustString(automaton);
-  ASSERT_EQ(automaton.mustEntries.size(), 2U);
-  EXPECT_EQ(automaton.mustEntries[0].text, "abc");
-  EXPECT_EQ(automaton.mustEntries[1].text, "earlier");
+  ASSERT_EQ(automaton.mustList.size(), 2U);
+  EXPECT_EQ(automaton.mustList[0].text, "abc");
+  EXPECT_EQ(automaton.mustList[1].text, "earlier");
 }
 
 TEST(MustString, EveryMatchOfTheEngineContainsItAndAnExactOneIsAMatch) {
@@ -203,8 +203,8 @@ TEST(MustString, EveryMatchOfTheEngineContainsItAndAnExactOneIsAMatch) {
     RegularExpression regex;
     if (regex.Compile(pattern.data(), pattern.size(), nullptr) != MessageNumber::kNone) continue;
     const PatternAutomaton automaton = Compiled(pattern);
-    if (TakeError() != MessageNumber::kNone || automaton.mustEntries.empty()) continue;
-    const MustEntry& must = automaton.mustEntries[0];
+    if (TakeError() != MessageNumber::kNone || automaton.mustList.empty()) continue;
+    const MustEntry& must = automaton.mustList[0];
 
     MatchRegisters registers(true);
     if (must.exact) {

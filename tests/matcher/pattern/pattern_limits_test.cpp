@@ -191,14 +191,15 @@ class BoundedProcess {
 
   static void* Run(void* argument) {
     const auto& [pattern, line] = *static_cast<const Work*>(argument);
-    if (CompileMatcher(pattern.data(), pattern.size()) != MessageNumber::kNone) _exit(2);
+    const CompileResult compiled = CompileMatcher(pattern, {});
+    if (compiled.fault != MessageNumber::kNone) _exit(2);
     timespec used{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
     if (used.tv_sec >= 1) _exit(3);
     const HeapText text(line);
     for (const int group : {0, 1}) {
       MatchRange range{};
-      ExecuteMatcher(text.Data(), text.Length(), group, range);
+      ExecuteMatcher(*compiled.pattern, {}, text.Data(), text.Length(), group, range);
     }
     _exit(0);
   }

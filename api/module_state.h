@@ -1,7 +1,7 @@
 // How state that lives as long as the module is held.
 
-#ifndef TROVEX_MATCHER_MODULE_STATE_H
-#define TROVEX_MATCHER_MODULE_STATE_H
+#ifndef TROVEX_API_MODULE_STATE_H
+#define TROVEX_API_MODULE_STATE_H
 
 namespace trovex {
 
@@ -26,4 +26,4 @@ class ModuleState {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_MODULE_STATE_H
+#endif  // TROVEX_API_MODULE_STATE_H

@@ -5,8 +5,8 @@
 // so much in any case, and so much for each byte. A line may spend what is left but for half the share of
 // the bytes behind it; where that is not enough, the search gives up on the line and goes on behind it.
 
-#ifndef TROVEX_MATCHER_ENGINE_WORK_CREDIT_H
-#define TROVEX_MATCHER_ENGINE_WORK_CREDIT_H
+#ifndef TROVEX_MATCHER_WORK_CREDIT_H
+#define TROVEX_MATCHER_WORK_CREDIT_H
 
 #include "matcher/limits.h"
 
@@ -52,4 +52,4 @@ class WorkCredit {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_ENGINE_WORK_CREDIT_H
+#endif  // TROVEX_MATCHER_WORK_CREDIT_H

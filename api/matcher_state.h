@@ -1,0 +1,44 @@
+// The pattern matcher as the plain functions know it: one installed pattern, and the flags of the latest
+// compile.
+
+#ifndef TROVEX_API_MATCHER_STATE_H
+#define TROVEX_API_MATCHER_STATE_H
+
+#include "matcher/matcher.h"
+#include "resources/string_table.h"
+
+#include <memory>
+
+namespace trovex {
+
+/// All state of the pattern matcher that outlives a call.
+struct MatcherState {
+  /// The installed pattern; null when there is none.
+  std::shared_ptr<CompiledPattern> installed;
+
+  /// What the latest compile was asked for. An environment does not keep it: a search judges words and
+  /// lines as the latest compile left them, whichever pattern is installed. No host can ask for whole
+  /// lines; only the tests do.
+  PatternOptions options;
+
+  /// Every line goes to the engine in turn. No host can set it.
+  bool engineOnly = false;
+
+  /// The latest error that was reported through `SetCompileError`; every compile begins without one.
+  MessageNumber pendingError = MessageNumber::kNone;
+};
+
+/// The module's one matcher.
+MatcherState& Matcher();
+
+/// The error hook: records `error` as the pending compile error, in place of any earlier one.
+void SetCompileError(MessageNumber error);
+
+/// Finds the first match of the installed pattern under the flags of the latest compile, as
+/// `ExecuteMatcher` does; none when no pattern is installed.
+bool SearchInstalled(const char* text, int length, int group, MatchRange& range,
+                     TextNotes* notes = nullptr);
+
+}  // namespace trovex
+
+#endif  // TROVEX_API_MATCHER_STATE_H

@@ -1,0 +1,204 @@
+// The module's side of a search tree: what makes a tree, compiles it and searches its leaves. All of it
+// works on the environments, or answers with a sentence.
+
+#include "api/matcher_state.h"
+#include "api/messages.h"
+#include "expr/and_chain.h"
+#include "expr/expression_parser.h"
+#include "expr/item_blocks.h"
+
+#include <trovex/functions.h>
+#include <trovex/search_tree.h>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+#include <vector>
+
+using trovex::LoadMessageText;
+using trovex::MessageNumber;
+
+namespace {
+
+/// The options word of a typed expression's switches. Without the phonetic switch every leaf is a
+/// regular expression.
+unsigned long OptionsFromSwitches(bool regularExpression, bool phonetic, bool words, bool cases) {
+  unsigned long options = kSearchModeRegularExpression;
+  if (!regularExpression && phonetic) options = kSearchModePhonetic;
+  if (words) options |= kSearchMatchWords;
+  if (cases) options |= kSearchCaseSensitive;
+  return options;
+}
+
+}  // namespace
+
+const char* GetSearchTree(const char* expression, int regularExpression, int phoneticSearch,
+                          int matchWords, int caseSensitive, CSearchTreeItem*& tree,
+                          int* tagCount) {
+  tree = nullptr;
+  if (expression == nullptr || tagCount == nullptr) {
+    return LoadMessageText(MessageNumber::kEmptySubexpression);
+  }
+  try {
+    trovex::ParsedExpression parsed = trovex::ParseExpression(
+        expression, OptionsFromSwitches(regularExpression != 0, phoneticSearch != 0,
+                                        matchWords != 0, caseSensitive != 0));
+    if (parsed.fault != MessageNumber::kNone) return LoadMessageText(parsed.fault);
+    tree = parsed.root.release();
+    *tagCount = parsed.tagCount;
+  } catch (const std::bad_alloc&) {
+    return LoadMessageText(MessageNumber::kMemoryOverflow);
+  }
+  ResetEnvironment();
+  int cost = 0;
+  return tree->OptimizeAndCompile(&cost);
+}
+
+// ---- Compiling ----
+
+const char* CUnarySearchTreeItem::OptimizeAndCompile(int* cost) {
+  if (cost == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
+  if (child_ == nullptr) {
+    *cost = 0;
+    return LoadMessageText(MessageNumber::kEmptySubexpression);
+  }
+  const char* error = child_->OptimizeAndCompile(cost);
+  *cost += 1;
+  return error;
+}
+
+namespace {
+
+/// A node whose operands are being compiled.
+struct OpenNode {
+  CBinarySearchTreeItem* node;
+  std::optional<int> leftCost;  // none: the left operand is not compiled yet
+
+  CSearchTreeItem* NextOperand() const {
+    return leftCost ? node->GetRightChild() : node->GetLeftChild();
+  }
+
+  /// Both operands are compiled: puts the cheaper one on the left, where it is searched first and may
+  /// make the other's search unnecessary. Returns the node's cost.
+  int Close(int rightCost) const {
+    if (*leftCost > rightCost) {
+      CSearchTreeItem* const left = node->GetLeftChild();
+      node->SetLeftChild(node->GetRightChild());
+      node->SetRightChild(left);
+    }
+    return *leftCost + rightCost + 1;
+  }
+};
+
+/// Compiles the operands of `root` and of the ANDs below it, from left to right.
+const char* CompileOperands(CBinarySearchTreeItem* root, int* cost) {
+  std::vector<OpenNode> open = {{root, {}}};
+  for (;;) {
+    CSearchTreeItem* const operand = open.back().NextOperand();
+    if (operand == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
+    if (CAndOperator* const both = trovex::AsPlainAnd(operand)) {
+      open.push_back({both, {}});
+      continue;
+    }
+    int operandCost = 0;
+    if (const char* error = operand->OptimizeAndCompile(&operandCost)) return error;
+    while (open.back().leftCost) {
+      operandCost = open.back().Close(operandCost);
+      open.pop_back();
+      if (!open.empty()) continue;
+      *cost = operandCost;
+      return nullptr;
+    }
+    open.back().leftCost = operandCost;
+  }
+}
+
+}  // namespace
+
+const char* CBinarySearchTreeItem::OptimizeAndCompile(int* cost) {
+  if (cost == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
+  *cost = 0;
+  try {
+    return CompileOperands(this, cost);
+  } catch (const std::bad_alloc&) {
+    return LoadMessageText(MessageNumber::kMemoryOverflow);
+  }
+}
+
+const char* CSubExpression::OptimizeAndCompile(int* cost) {
+  if (cost == nullptr) {
+    return LoadMessageText(MessageNumber::kEmptySubexpression);
+  }
+  *cost = text_.GetLength();
+  return CompileToEnvironment(text_, RegularExpression(), PhoneticSearch(), CaseSensitive(),
+                              MatchWords(), &environmentNumber_);
+}
+
+// ---- Searching a leaf ----
+
+namespace {
+
+/// Keeps an environment active for as long as the object lives.
+class ActiveEnvironment {
+ public:
+  explicit ActiveEnvironment(int number) : number_(number), active_(ActivateEnvironment(number)) {}
+  ~ActiveEnvironment() {
+    if (IsActive()) RestoreEnvironment(number_);
+  }
+  ActiveEnvironment(const ActiveEnvironment&) = delete;
+  ActiveEnvironment& operator=(const ActiveEnvironment&) = delete;
+
+  bool IsActive() const { return active_ != 0; }
+
+ private:
+  int number_;
+  int active_;
+};
+
+/// Finds the first match of the active environment's pattern, in the way that `options` say; in any
+/// mode but the two known ones there is none.
+bool FindFirst(std::uint32_t options, const char* text, int length, int group,
+               trovex::MatchRange& match, trovex::TextNotes& notes) {
+  switch (options & kSearchModeMask) {
+    case kSearchModeRegularExpression:
+      return trovex::SearchInstalled(text, length, group, match, &notes);
+    case kSearchModePhonetic:
+      return SearchSoundex(text, &match.start, &match.end) != 0;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr) {
+  if (text == nullptr) return nullptr;
+  try {
+    auto found = std::make_unique<CFoundItemArray>();
+    const ActiveEnvironment environment(environmentNumber_);
+    if (!environment.IsActive()) return nullptr;
+
+    // The tag asked for lies in this leaf when it is one of the brackets counted here. Those that
+    // were stripped from the text enclose all of it: their group number is 0 or less. Where a bracket
+    // was counted that the expression does not have, the tag base is below 0.
+    const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
+    const bool tagMatched = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
+    const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
+
+    trovex::ItemMaker items;
+    trovex::TextNotes notes;
+    for (int place = 0; place < length;) {
+      trovex::MatchRange match{};
+      if (!FindFirst(options_, text + place, length - place, group, match, notes)) {
+        break;
+      }
+      if (match.start < 0 || match.end < 1) break;
+      items.Append(*found, place + match.start, place + match.end, tagMatched ? 1 : 0);
+      place += match.end;
+    }
+    return found.release();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
