@@ -84,12 +84,26 @@ inline constexpr std::int64_t kMaxStepCost = 950;
 /// What such a search may keep of a line: words of 64 positions. 128 MB.
 inline constexpr std::size_t kMaxLineWords = std::size_t{1} << 24;
 
-/// The library's own matcher, in one search of a line: its steps, and how many states and sets of
-/// group ranges it remembers. Beyond any of them the search ends without a match, after about a
-/// second and 120 MB at most.
-inline constexpr std::int64_t kMaxBoundedSteps = 15'000'000;
+/// The roads beside the automata: units of work, of about a nanosecond each, that all searches of one
+/// text may take together in any case, and per byte of the text.
+inline constexpr std::int64_t kWorkAtLeast = 1'000'000'000;
+inline constexpr std::int64_t kWorkPerByte = 2'000;
+
+/// Longer lines, and patterns of more steps, are not given to the engine: it tries one start of a line
+/// after the other, and the states of its search grow with the pattern. On a line of this length
+/// that costs less than a microsecond a byte.
+inline constexpr int kMaxEngineLine = 256;
+inline constexpr std::size_t kMaxEngineSteps = 1'000;
+
+/// The library's own matcher, in one search of a line: how many states and sets of group ranges it
+/// remembers. Beyond any of them the search ends without a match, after about 120 MB at most.
 inline constexpr std::size_t kMaxBoundedStates = 1'000'000;
 inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
+
+/// Telling the groups of a known match: the nodes of the graph that is walked, and how many of them are
+/// noted at all positions of the match together (5 bytes each).
+inline constexpr std::size_t kMaxGroupNodes = 200'000;
+inline constexpr std::size_t kMaxGroupEntries = 8'000'000;
 
 }  // namespace trovex
 

@@ -94,8 +94,8 @@ struct SearchConditions {
 
 /// Finds the first match of `pattern` in `length` bytes at `text` and writes the range of `group` (0 or
 /// less: the whole match) to `range`. Returns whether there is a match; without one `range` is
-/// untouched. The byte at text[length] must be readable and writable. `notes` are those of the searches
-/// of this text, or of the text that it is the rest of, with this pattern; null when the text may have
+/// untouched. Nothing is written to the text; with whole words the byte at text[length] is read. `notes` are
+/// those of the searches of this text, or of the text that it is the rest of, with this pattern; null when the text may have
 /// changed since. Throws std::bad_alloc when memory runs out.
 bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
                     int length, int group, MatchRange& range, TextNotes* notes = nullptr);

@@ -18,9 +18,9 @@
 // When a search is told to take every line to the engine in turn, the same matches are found: that
 // plain road is the yardstick that the tests hold the others against.
 
-#include "matcher/kept_byte.h"
 #include "matcher/line_filter/automaton_executor.h"
 #include "matcher/matcher.h"
+#include "matcher/work_credit.h"
 #include "text/case_helpers.h"
 
 #include <algorithm>
@@ -50,18 +50,6 @@ const char* LineStart(const char* p, const char* begin) {
   return feed != nullptr ? static_cast<const char*>(feed) + 1 : begin;
 }
 
-/// The line around `p` in a text from `begin`, itself the start of a line, to `limit`.
-Line LineAround(const char* p, const char* begin, const char* limit) {
-  return {LineStart(p, begin), LineFrom(p, limit).end};
-}
-
-/// A place in the first line from `begin` to `end` that can hold a match, or null.
-const char* RunAutomaton(PatternAutomaton& automaton, const char* begin, const char* end) {
-  char* const behind = const_cast<char*>(end);
-  const KeptByte kept(behind);
-  return AutomatonExecute(automaton, begin, behind, false, nullptr, nullptr);
-}
-
 /// The end of the line around `p`, if it is not too far to look for; otherwise `limit`, the end of the
 /// text.
 const char* NearLineEnd(const char* p, const char* limit) {
@@ -78,23 +66,21 @@ bool IsOnLineOf(const char* p, const char* place) {
 
 /// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
 /// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
-const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit) {
-  if (pattern.keywords == nullptr) return RunAutomaton(*pattern.automaton, scan, limit);
+const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit,
+                      WorkCredit& credit) {
+  credit.BeginLine(0);
+  if (pattern.keywords == nullptr) return FindCandidate(*pattern.automaton, scan, limit, credit);
   for (;;) {
     KeywordMatch keyword{};
     const int size = static_cast<int>(limit - scan);
     if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
     const char* const lineEnd = NearLineEnd(keyword.start, limit);
     const char* const place =
-        RunAutomaton(*pattern.automaton, LineStart(keyword.start, scan), lineEnd);
-    if (place == nullptr && lineEnd == limit) return nullptr;
+        FindCandidate(*pattern.automaton, LineStart(keyword.start, scan), lineEnd, credit);
+    if (place == nullptr && (lineEnd == limit || credit.IsSpent())) return nullptr;
     if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
     scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
   }
-}
-
-bool IsWordConstituentAt(const char* p) {
-  return IsWordConstituent(static_cast<unsigned char>(*p));
 }
 
 /// A match on a line, and where the line was cut off for it.
@@ -106,40 +92,54 @@ struct LineMatch {
 
 /// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
 /// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
-/// tried shorter at the same start, then further right.
+/// tried shorter at the same start, then further right; where a word goes on, nothing is tried.
 ///
 /// The byte behind the line is read too: it is the line feed or the byte behind the text.
-bool FindWholeWord(RegularExpression& regex, const Line& line, LineMatch& match) {
+bool FindWholeWord(RegularExpression& regex, const Line& line, LineMatch& match,
+                   WorkCredit& credit) {
+  const WordRule rule = {line.begin, line.Length()};
   MatchRegisters whole(true);
-  const int lineLength = line.Length();
   int length = match.end - match.start;
   while (match.start >= 0) {
     match.end = match.start + length;
-    const bool wordBefore = match.start > 0 && IsWordConstituentAt(line.begin + match.start - 1);
-    if (!wordBefore) {
-      if (length == lineLength) return true;
-      if (!IsWordConstituentAt(line.begin + match.end)) return true;
+    if (rule.CanStartAt(match.start)) {
+      if (rule.CanEndAt(match.end, match.start)) return true;
+      if (length > 0) {
+        match.searched = {line.begin, match.end - 1, false};
+        length = regex.MatchWithin(line.begin, match.end - 1, match.start, whole, credit);
+        if (length > 0) continue;
+      }
     }
-    if (length > 0) {
-      match.searched = {line.begin, match.end - 1, false};
-      length = regex.MatchWithin(line.begin, match.end - 1, match.start, whole);
-      if (length > 0) continue;
-    }
-    if (match.start == lineLength) return false;
-    match.searched = {line.begin, lineLength, true};
-    match.start = regex.Search(line.begin, lineLength, match.start + 1, whole);
+    int from = match.start + 1;
+    while (from <= rule.length && !rule.CanStartAt(from))
+      ++from;
+    if (from > rule.length) return false;
+    match.searched = {line.begin, rule.length, true};
+    match.start = regex.Search(line.begin, rule.length, from, whole, credit);
     length = whole.End(0) - match.start;
   }
   return false;
 }
 
+/// The same from offset `from` on, in one search.
+bool SearchWholeWord(RegularExpression& regex, const Line& line, int from, LineMatch& match,
+                     WorkCredit& credit) {
+  GroupRange found;
+  if (!regex.SearchWord({line.begin, line.Length()}, from, found, credit)) return false;
+  match = {found.start, found.end, {line.begin, found.end, false}};
+  return true;
+}
+
 /// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
 /// conditions.
 bool FindOnLine(RegularExpression& regex, const SearchConditions& conditions, const Line& line,
-                int from, LineMatch& match) {
+                int from, LineMatch& match, WorkCredit& credit) {
+  if (conditions.matchWords && !conditions.matchLines && regex.CanSearchWord(line.Length())) {
+    return SearchWholeWord(regex, line, from, match, credit);
+  }
   MatchRegisters whole(true);
   match.searched = {line.begin, line.Length(), true};
-  match.start = regex.Search(line.begin, line.Length(), from, whole);
+  match.start = regex.Search(line.begin, line.Length(), from, whole, credit);
   match.end = whole.End(0);
   if (match.start < 0) return false;
   if (conditions.matchLines) {
@@ -148,7 +148,7 @@ bool FindOnLine(RegularExpression& regex, const SearchConditions& conditions, co
   } else if (!conditions.matchWords) {
     return true;
   }
-  return FindWholeWord(regex, line, match);
+  return FindWholeWord(regex, line, match, credit);
 }
 
 /// One search: a pattern, a text and what is wanted.
@@ -158,11 +158,16 @@ struct Search {
   const char* text;
   const char* limit;
   int group;  // 0: the whole match
-  TextNotes* notes;
+  TextNotes& notes;
+  WorkCredit& credit;
 
   /// A group that the pattern lacks took no part, so it needs no registers of its own.
   bool WantsGroup() const {
     return group > 0 && static_cast<std::size_t>(group) <= pattern.regex.GroupCount();
+  }
+  /// What follows is work on `line`.
+  void BeginLine(const Line& line) const {
+    credit.BeginLine(static_cast<std::size_t>(limit - line.end));
   }
   MatchRange RangeOf(const char* base, int start, int end) const {
     const int offset = static_cast<int>(base - text);
@@ -173,7 +178,7 @@ struct Search {
     if (group == 0) return RangeOf(lineBegin, match.start, match.end);
     MatchRegisters registers(!WantsGroup());
     if (WantsGroup()) {
-      pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers);
+      pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers, credit);
     }
     return RangeOf(lineBegin, registers.Start(group), registers.End(group));
   }
@@ -200,7 +205,7 @@ struct LocatedMatch {
 LocatedMatch Locate(const Search& search, const char* scan) {
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
   MatchLocator& locator = *search.pattern.locator;
-  if (search.notes == nullptr || search.notes->IsFirstSearch(&locator)) {
+  if (search.notes.IsFirstSearch(&locator)) {
     locator.Begin(bytes(search.text), static_cast<std::size_t>(search.limit - search.text));
   }
   MatchLocator::Request request = {
@@ -220,10 +225,13 @@ MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
   LineMatch onLine{start, start + length, {lineBegin, start + length, false}};
   if (!search.WantsGroup()) return search.RangeOnLine(lineBegin, onLine);
   if (!search.pattern.standsAlone) {
-    const Line line = LineFrom(lineBegin, search.limit);
-    const bool found = FindOnLine(search.pattern.regex, search.conditions, line, start, onLine);
+    const Line line = {lineBegin, search.notes.LineEnd(match.start, search.limit)};
+    search.BeginLine(line);
+    const bool found =
+        FindOnLine(search.pattern.regex, search.conditions, line, start, onLine, search.credit);
     return found ? search.RangeOnLine(lineBegin, onLine) : search.RangeOf(lineBegin, -1, -1);
   }
+  search.BeginLine({lineBegin, match.end});
   const MatchRange group =
       search.RangeOnLine(match.start, {0, length, {match.start, length, false}});
   const bool tookPart = group.start >= match.start - search.text;
@@ -249,7 +257,7 @@ bool FindByLocator(const Search& search, MatchRange& range) {
     if (match.start == nullptr) return false;
     if (!CertainlyPasses(search, match)) {
       const char* const line = LineStart(match.start, scan);
-      const char* const place = NextPlace(pattern, line, search.limit);
+      const char* const place = NextPlace(pattern, line, search.limit, search.credit);
       if (place == nullptr) return false;
       scan = LineStart(place, line);
       if (scan != line) continue;  // a later line
@@ -263,10 +271,12 @@ bool FindByLocator(const Search& search, MatchRange& range) {
 bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
   LineMatch match{};
   for (const char* scan = search.text;;) {
-    const char* const place = everyLine ? scan : NextPlace(search.pattern, scan, search.limit);
+    const char* const place =
+        everyLine ? scan : NextPlace(search.pattern, scan, search.limit, search.credit);
     if (place == nullptr) return false;
-    const Line line = LineAround(place, scan, search.limit);
-    if (FindOnLine(search.pattern.regex, search.conditions, line, 0, match)) {
+    const Line line = {LineStart(place, scan), search.notes.LineEnd(place, search.limit)};
+    search.BeginLine(line);
+    if (FindOnLine(search.pattern.regex, search.conditions, line, 0, match, search.credit)) {
       range = search.RangeOnLine(line.begin, match);
       return true;
     }
@@ -280,7 +290,15 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
 bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
                     int length, int group, MatchRange& range, TextNotes* notes) {
   if (!pattern.searchable || length <= 0) return false;
-  const Search search = {pattern, conditions, text, text + length, std::max(group, 0), notes};
+  TextNotes notesOfThisCall;
+  TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
+  const Search search = {pattern,
+                         conditions,
+                         text,
+                         text + length,
+                         std::max(group, 0),
+                         allNotes,
+                         allNotes.Credit(static_cast<std::size_t>(length))};
   if (conditions.engineOnly) return FindByEngine(search, true, range);
   if (search.group == 0 && pattern.keywordsAreExact) return FindKeyword(search, range);
   const bool located = pattern.locator != nullptr && !conditions.matchLines &&

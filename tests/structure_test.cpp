@@ -43,7 +43,7 @@ constexpr std::string_view kMatcherRooms[] = {
     "matcher/scan",   "matcher/pattern", "matcher/automata", "matcher/line_filter",
     "matcher/groups", "matcher/engine",  "matcher"};
 constexpr std::string_view kLowHeaders[] = {"matcher/limits.h", "matcher/budget.h",
-                                            "matcher/kept_byte.h", "matcher/search_outcome.h"};
+                                            "matcher/search_outcome.h", "matcher/work_credit.h"};
 
 constexpr std::size_t kMostUnits = 11;
 

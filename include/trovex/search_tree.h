@@ -64,8 +64,8 @@ class TROVEX_EXPORT CSearchTreeItem {
   /// Returns null on success, else a message text; operands that were exchanged stay exchanged.
   virtual const char* OptimizeAndCompile(int* cost);
 
-  /// Searches `length` bytes of `text` and returns a new array, which the caller deletes. The byte
-  /// text[length] must be writable; for phonetic leaves it must be zero.
+  /// Searches `length` bytes of `text` and returns a new array, which the caller deletes. With whole
+  /// words the byte text[length] is looked at; for phonetic leaves it must be zero.
   ///
   /// `tagNr` asks for one bracket of the typed expression, counted from 1 in the order of the "(":
   /// its matches come back with their tag-matched flag set. 0 or less asks for none.

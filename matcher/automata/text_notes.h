@@ -8,6 +8,11 @@
 #ifndef TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
 #define TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
 
+#include "matcher/work_credit.h"
+
+#include <cstddef>
+#include <cstring>
+#include <optional>
 #include <utility>
 
 namespace trovex {
@@ -17,7 +22,26 @@ class TextNotes {
   /// Whether this is the first search of the text with `locator`.
   bool IsFirstSearch(const void* locator) { return std::exchange(locator_, locator) != locator; }
 
+  /// What the searches may spend together; `bytes` remain of the text.
+  WorkCredit& Credit(std::size_t bytes) {
+    if (!credit_) credit_.emplace(bytes);
+    return *credit_;
+  }
+
+  /// The end of the line around `p` in a text that ends at `limit`.
+  const char* LineEnd(const char* p, const char* limit) {
+    if (p < lineFrom_ || p > lineEnd_) {
+      const void* const feed = std::memchr(p, '\n', static_cast<std::size_t>(limit - p));
+      lineFrom_ = p;
+      lineEnd_ = feed != nullptr ? static_cast<const char*>(feed) : limit;
+    }
+    return lineEnd_;
+  }
+
  private:
+  std::optional<WorkCredit> credit_;
+  const char* lineFrom_ = nullptr;  // a place in the line whose end is known
+  const char* lineEnd_ = nullptr;
   const void* locator_ = nullptr;
 };
 

@@ -2,6 +2,8 @@
 
 #include "matcher/engine/bounded_matcher.h"
 
+#include "matcher/engine/engine_graph.h"
+
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -13,6 +15,13 @@ BoundedMatcher::BoundedMatcher(SyntaxTree tree) : tree_(std::move(tree)) {
   Append(Operation::kMatch, 0);
   if (referenced_ != 0) NoteWhatReferencesSee();
   NoteStart();
+  if (referenced_ == 0) graph_ = std::make_unique<EngineGraph>(*this);
+}
+
+BoundedMatcher::~BoundedMatcher() = default;
+
+bool BoundedMatcher::HasGraph() const {
+  return graph_ != nullptr && graph_->IsWhole();
 }
 
 /// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.
@@ -103,12 +112,24 @@ std::vector<int> BoundedMatcher::Closure(int from) const {
 
 int BoundedMatcher::Append(Operation operation, int first, int second) {
   program_.push_back({operation, first, second});
-  return Here() - 1;
+  const bool isBracket = operation == Operation::kOpenGroup || operation == Operation::kCloseGroup;
+  isCopy_.push_back(emitsCopy_ && !isBracket);
+  const int place = Here() - 1;
+  // Of the engine's nodes a branch is the one behind its sides.
+  if (operation != Operation::kJump && operation != Operation::kSplit)
+    engineOrder_.push_back(place);
+  return place;
 }
 
 // Recurses once per level of nesting, which is limited.
 void BoundedMatcher::Emit(int index, Copy copy) {
-  const SyntaxNode& node = tree_.Node(index);
+  if (IsNothing(index)) return;
+  const bool emittedCopy = std::exchange(emitsCopy_, !copy.isFirst);
+  EmitNode(tree_.Node(index), copy);
+  emitsCopy_ = emittedCopy;
+}
+
+void BoundedMatcher::EmitNode(const SyntaxNode& node, Copy copy) {
   switch (node.kind) {
     case SyntaxKind::kEmpty:
       return;
@@ -119,6 +140,7 @@ void BoundedMatcher::Emit(int index, Copy copy) {
       Append(Operation::kSet, node.value);
       return;
     case SyntaxKind::kAnchor:
+      hasAnchors_ = true;
       Append(Operation::kAnchor, node.value);
       return;
     case SyntaxKind::kBackReference:
@@ -158,16 +180,18 @@ void BoundedMatcher::EmitAlternatives(const SyntaxNode& node, bool isFirst) {
   // Of "|x" the engine tries "x" first, though of "x||y" the empty alternative before "y".
   if (IsNothing(alternatives[0])) std::swap(alternatives[0], alternatives[1]);
 
+  // "x|y|z" is "(x|y)|z": all choices come first, and the outermost leads to the last alternative.
+  const auto count = static_cast<int>(alternatives.size());
+  const int splits = Here();
+  for (int i = 1; i < count; ++i)
+    Append(Operation::kSplit, Here() + 1);
   std::vector<int> jumps;
-  for (const int alternative : alternatives) {
-    if (alternative == alternatives.back()) {
-      Emit(alternative, {isFirst, false});
-      break;
-    }
-    const int split = Append(Operation::kSplit, Here() + 1);
-    Emit(alternative, {isFirst, false});
-    jumps.push_back(Append(Operation::kJump, 0));
-    At(split).second = Here();
+  for (int i = 0; i < count; ++i) {
+    const int split = splits + count - 1 - i;
+    if (i > 0) At(split).second = Here();
+    Emit(alternatives[static_cast<std::size_t>(i)], {isFirst, false});
+    if (i > 0) engineOrder_.push_back(split);
+    if (i + 1 < count) jumps.push_back(Append(Operation::kJump, 0));
   }
   for (const int jump : jumps)
     At(jump).first = Here();
@@ -182,6 +206,7 @@ void BoundedMatcher::EmitRepeat(const SyntaxNode& node, bool isFirst) {
     Emit(node.firstChild, next);
     Append(Operation::kJump, split);
     At(split).second = Here();
+    engineOrder_.push_back(split);
     return;
   }
   // "x{0,3}" is "((x|)x|)x|": all choices come first, and the outermost skips all.
@@ -192,12 +217,20 @@ void BoundedMatcher::EmitRepeat(const SyntaxNode& node, bool isFirst) {
   for (int i = 1; i <= count; ++i) {
     Emit(node.firstChild, i == 1 ? next : Copy{false, false});
     At(splits + count - i).second = Here();
+    engineOrder_.push_back(splits + count - i);
   }
 }
 
+/// Whether the engine makes nothing of the node. Recurses once per level of nesting.
 bool BoundedMatcher::IsNothing(int index) const {
   const SyntaxNode& node = tree_.Node(index);
-  return node.kind == SyntaxKind::kEmpty || (node.kind == SyntaxKind::kRepeat && node.max == 0);
+  if (node.kind == SyntaxKind::kEmpty) return true;
+  if (node.kind == SyntaxKind::kRepeat) return node.max == 0 || IsNothing(node.firstChild);
+  if (node.kind != SyntaxKind::kConcat) return false;
+  for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling) {
+    if (!IsNothing(c)) return false;
+  }
+  return true;
 }
 
 }  // namespace trovex

@@ -9,9 +9,10 @@
 // the length of the program times that of the text.
 //
 // The longest match is the farthest end that any way reaches; the groups are those of the first way
-// that reaches it. A loop that consumes nothing is left the second time its start is reached. The
-// engine does the same, and gives the earlier range to a group that an empty round of a repetition
-// would set anew.
+// that reaches it. A loop that consumes nothing is left the second time its start is reached. An empty
+// round of a repetition leaves a group with its earlier range. That is what the engine does, but for
+// the groups of patterns without back-references: of a known match they are told in another way
+// (group_walk.h), which is the engine's own.
 //
 // What back-references match is the engine's reading too, which is not the obvious one:
 //
@@ -25,11 +26,16 @@
 #define TROVEX_MATCHER_ENGINE_BOUNDED_MATCHER_H
 
 #include "matcher/pattern/pattern_syntax.h"
+#include "text/case_helpers.h"
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace trovex {
+
+class EngineGraph;
+class WorkCredit;
 
 /// The text that a match must lie in.
 struct BoundedText {
@@ -46,23 +52,57 @@ struct GroupRange {
   bool operator==(const GroupRange&) const = default;
 };
 
+/// The rule for whole words on a line, of patterns without anchors: a refused match is tried shorter at
+/// the same start, then further right. The byte behind the line counts, unless the match fills the line.
+struct WordRule {
+  const char* line;
+  int length;
+
+  bool CanStartAt(int position) const {
+    return position == 0 || !IsWordConstituent(static_cast<unsigned char>(line[position - 1]));
+  }
+  bool CanEndAt(int position, int start) const {
+    return position - start == length ||
+           !IsWordConstituent(static_cast<unsigned char>(line[position]));
+  }
+};
+
 class BoundedMatcher {
  public:
   explicit BoundedMatcher(SyntaxTree tree);
+  ~BoundedMatcher();
+  BoundedMatcher(const BoundedMatcher&) = delete;
+  BoundedMatcher& operator=(const BoundedMatcher&) = delete;
 
   /// Finds the leftmost-longest match that starts from `from` to `lastStart`. Writes the ranges of
   /// the whole match and of the groups; returns false, without writing, if there is none or if it
-  /// was not found within the bounds.
-  bool Find(const BoundedText& text, int from, int lastStart,
-            std::vector<GroupRange>& ranges) const;
+  /// was not found within the bounds and the credit. With `words`, only matches count that it lets pass;
+  /// the pattern must have no anchors.
+  bool Find(const BoundedText& text, int from, int lastStart, std::vector<GroupRange>& ranges,
+            WorkCredit& credit, const WordRule* words = nullptr) const;
+
+  /// Finds the range of that match alone, for patterns without back-references, in one pass.
+  bool FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                 WorkCredit& credit, const WordRule* words = nullptr) const;
 
   /// The ranges of the groups of the match that is known to be `match`. Returns false, without
-  /// writing, if they were not found within the bounds.
-  bool FindGroups(const BoundedText& text, GroupRange match, std::vector<GroupRange>& ranges) const;
+  /// writing, if they were not found within the bounds and the credit.
+  bool FindGroups(const BoundedText& text, GroupRange match, std::vector<GroupRange>& ranges,
+                  WorkCredit& credit) const;
+
+  bool HasReferences() const { return referenced_ != 0; }
+  bool HasAnchors() const { return hasAnchors_; }
+  bool CanBeEmpty() const { return canBeEmpty_; }
+  /// Whether `FindWhole` may be asked.
+  bool HasGraph() const;
+  std::size_t Size() const { return program_.size(); }
 
  private:
   friend class BoundedRun;
   friend class CopiedBrackets;
+  friend class EngineGraph;
+  friend class GraphSearch;
+  friend class GroupWalk;
 
   enum class Operation : unsigned char {
     kByte,           // first: the byte
@@ -89,6 +129,7 @@ class BoundedMatcher {
   };
 
   void Emit(int index, Copy copy);
+  void EmitNode(const SyntaxNode& node, Copy copy);
   void EmitGroup(const SyntaxNode& node, Copy copy);
   void EmitAlternatives(const SyntaxNode& node, bool isFirst);
   void EmitRepeat(const SyntaxNode& node, bool isFirst);
@@ -105,6 +146,8 @@ class BoundedMatcher {
   const CharSet& SetOf(const Step& step) const {
     return tree_.sets[static_cast<std::size_t>(step.first)];
   }
+  /// Whether the group that `close` closes is one that a repetition made optional.
+  bool IsOptional(const Step& close) const { return At(close.second).second != 0; }
   unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }
 
   /// Sets of groups are bits. Only the groups 1 to 9 can be referred to.
@@ -112,13 +155,18 @@ class BoundedMatcher {
 
   SyntaxTree tree_;
   std::vector<Step> program_;
-  unsigned referenced_ = 0;     // the groups that back-references name
-  unsigned writtenOut_ = 0;     // the groups that stand in the program
-  unsigned copied_ = 0;         // those that stand there more than once
-  unsigned emptyAtStart_ = 0;   // those that can close before the first byte
-  std::vector<unsigned> seen_;  // by place: whose present range is asked for later
-  CharSet firstBytes_;          // what a match can begin with, unless it can be empty
+  std::vector<int> engineOrder_;  // the places in the order of the engine's nodes, without jumps
+  std::vector<bool> isCopy_;  // by place: whether it belongs to a writing-out that is not the first
+  bool emitsCopy_ = false;
+  unsigned referenced_ = 0;                   // the groups that back-references name
+  unsigned writtenOut_ = 0;                   // the groups that stand in the program
+  unsigned copied_ = 0;                       // those that stand there more than once
+  unsigned emptyAtStart_ = 0;                 // those that can close before the first byte
+  std::vector<unsigned> seen_;                // by place: whose present range is asked for later
+  std::unique_ptr<const EngineGraph> graph_;  // tells groups; null with back-references
+  CharSet firstBytes_;                        // what a match can begin with, unless it can be empty
   bool canBeEmpty_ = false;
+  bool hasAnchors_ = false;
 };
 
 }  // namespace trovex

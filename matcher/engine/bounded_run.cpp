@@ -1,7 +1,12 @@
 // Running the program of a pattern over a text.
 
 #include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/engine_graph.h"
+#include "matcher/engine/graph_search.h"
+#include "matcher/engine/group_walk.h"
+#include "matcher/engine/text_reader.h"
 #include "matcher/limits.h"
+#include "matcher/work_credit.h"
 
 #include <algorithm>
 #include <array>
@@ -14,6 +19,10 @@
 namespace trovex {
 
 namespace {
+
+/// What a step costs, and how much is done before it is spent.
+constexpr std::int64_t kBoundedStepUnits = 60;
+constexpr std::int64_t kSpentAtOnce = 10'000;
 
 /// The ranges of the groups 1 to 9, which decide what a back-reference matches.
 using Captures = std::array<GroupRange, 10>;
@@ -83,56 +92,6 @@ class TriedSet {
   std::vector<std::uint32_t> used_;
 };
 
-/// The text as the program sees it.
-class TextReader {
- public:
-  TextReader(const SyntaxTree& tree, const BoundedText& text) : tree_(tree), text_(text) {}
-
-  int Length() const { return text_.length; }
-  bool IsEnd(int position) const { return position == text_.length; }
-  int ByteAt(int position) const {
-    return tree_.translate[static_cast<unsigned char>(text_.begin[position])];
-  }
-  bool IsByteAt(int position, int byte) const {
-    return !IsEnd(position) && ByteAt(position) == byte;
-  }
-  bool IsInSetAt(int position, const CharSet& set) const {
-    return !IsEnd(position) && set.test(static_cast<std::size_t>(ByteAt(position)));
-  }
-
-  bool Holds(Anchor anchor, int position) const {
-    const bool wordBefore = IsWordAt(position - 1);
-    const bool wordBehind = IsWordAt(position);
-    switch (anchor) {
-      case Anchor::kLineStart:
-        return position == 0 || ByteAt(position - 1) == '\n';
-      case Anchor::kLineEnd:
-        return IsEnd(position) ? text_.endsLine : ByteAt(position) == '\n';
-      case Anchor::kTextStart:
-        return position == 0;
-      case Anchor::kTextEnd:
-        return IsEnd(position);
-      case Anchor::kWordStart:
-        return !wordBefore && wordBehind;
-      case Anchor::kWordEnd:
-        return wordBefore && !wordBehind;
-      case Anchor::kWordEdge:
-        return wordBefore != wordBehind;
-      case Anchor::kNotWordEdge:
-        return wordBefore == wordBehind;
-    }
-    return false;
-  }
-
- private:
-  bool IsWordAt(int position) const {
-    return position >= 0 && position < text_.length && IsEngineWordByte(ByteAt(position));
-  }
-
-  const SyntaxTree& tree_;
-  const BoundedText text_;
-};
-
 }  // namespace
 
 /// Where the groups that are written out more than once can open and close in the text, from one
@@ -165,6 +124,9 @@ class CopiedBrackets {
     const std::vector<int>& opens = At(position).opens;
     return std::binary_search(opens.begin(), opens.end(), place);
   }
+
+  /// At how many positions the brackets are known.
+  std::size_t Size() const { return brackets_.size(); }
 
   /// The steps that were taken since the object was made.
   std::int64_t Steps() const { return steps_; }
@@ -260,8 +222,13 @@ class CopiedBrackets {
 /// Runs of one program over one text, under one bound.
 class BoundedRun {
  public:
-  BoundedRun(const BoundedMatcher& matcher, const BoundedText& text)
-      : matcher_(matcher), text_(matcher.tree_, text), brackets_(matcher, text_) {}
+  BoundedRun(const BoundedMatcher& matcher, const BoundedText& text, WorkCredit& credit,
+             const WordRule* words = nullptr)
+      : matcher_(matcher),
+        text_(matcher.tree_, text),
+        brackets_(matcher, text_),
+        credit_(credit),
+        words_(words) {}
 
   /// Finds the end of the longest match from `start`, or, if `end` is not negative, a way from
   /// `start` to `end`. Returns whether there is one.
@@ -271,6 +238,7 @@ class BoundedRun {
     ways_.clear();
     trail_.clear();
     bestEnd_ = -1;
+    longestEnd_ = -1;
     requiredEnd_ = end;
     start_ = start;
     brackets_.StartAt(start);
@@ -281,10 +249,18 @@ class BoundedRun {
       FollowWay();
       if (exhausted_) return false;
     } while (!Satisfied() && ResumeWay());
+    // As a whole word, nothing counts only where there is nothing longer to be shortened.
+    if (bestEnd_ == start && longestEnd_ > start) return false;
     return bestEnd_ >= 0;
   }
 
   bool Exhausted() const { return exhausted_; }
+
+  /// Whether a match can start there as a whole word, where that is asked for.
+  bool MayStartAt(int start) const { return words_ == nullptr || words_->CanStartAt(start); }
+
+  /// Accounts for all steps; returns whether the credit allowed them.
+  bool Finish() { return SpendSteps(); }
 
   /// The ranges of the match that was found from `start`.
   std::vector<GroupRange> Ranges(int start) const {
@@ -298,7 +274,8 @@ class BoundedRun {
       } else if (range.start < passage.position) {
         range.end = passage.position;
         accepted = ranges;
-      } else if (IsOptional(step) && accepted[static_cast<std::size_t>(step.first)].start >= 0) {
+      } else if (matcher_.IsOptional(step) &&
+                 accepted[static_cast<std::size_t>(step.first)].start >= 0) {
         ranges = accepted;  // an empty round that changes nothing
       } else {
         range.end = passage.position;
@@ -326,10 +303,6 @@ class BoundedRun {
     return matcher_.canBeEmpty_ || text_.IsInSetAt(start, matcher_.firstBytes_);
   }
 
-  bool IsOptional(const BoundedMatcher::Step& close) const {
-    return matcher_.At(close.second).second != 0;
-  }
-
   bool Satisfied() const { return bestEnd_ >= 0 && (requiredEnd_ >= 0 || text_.IsEnd(bestEnd_)); }
 
   /// Goes on with the latest way that was kept, at the second branch of its split.
@@ -346,12 +319,22 @@ class BoundedRun {
   /// Follows the way to its end.
   void FollowWay() {
     while (TakeStep()) {
-      if (++steps_ > kMaxBoundedSteps || tried_.Size() > kMaxBoundedStates ||
-          trail_.size() > kMaxBoundedStates || captures_.size() > kMaxBoundedCaptures) {
+      ++steps_;
+      if (tried_.Size() > kMaxBoundedStates || trail_.size() > kMaxBoundedStates ||
+          captures_.size() > kMaxBoundedCaptures || brackets_.Size() > kMaxBoundedStates / 2) {
+        exhausted_ = true;
+        return;
+      }
+      if ((steps_ - spentSteps_) * kBoundedStepUnits > kSpentAtOnce && !SpendSteps()) {
         exhausted_ = true;
         return;
       }
     }
+  }
+
+  /// Spends what the steps have cost that are not spent yet.
+  bool SpendSteps() {
+    return credit_.Spend((steps_ - std::exchange(spentSteps_, steps_)) * kBoundedStepUnits);
   }
 
   /// Takes one step; returns false where the way ends.
@@ -473,6 +456,8 @@ class BoundedRun {
   }
 
   void NoteMatch() {
+    longestEnd_ = std::max(longestEnd_, way_.position);
+    if (words_ != nullptr && !words_->CanEndAt(way_.position, start_)) return;
     if (requiredEnd_ >= 0 ? way_.position != requiredEnd_ : way_.position <= bestEnd_) return;
     bestEnd_ = way_.position;
     bestTrail_ = trail_;
@@ -481,6 +466,8 @@ class BoundedRun {
   const BoundedMatcher& matcher_;
   const TextReader text_;
   CopiedBrackets brackets_;
+  WorkCredit& credit_;
+  const WordRule* const words_;  // null: any match counts
   TriedSet tried_;
   std::map<Captures, std::uint32_t, CapturesLess> captureNumbers_;
   std::vector<const Captures*> captures_;  // by number
@@ -491,24 +478,43 @@ class BoundedRun {
   int bestEnd_ = -1;
   int requiredEnd_ = -1;
   int start_ = 0;
+  int longestEnd_ = -1;  // of any match, also one that is no whole word
   std::int64_t steps_ = 0;
+  std::int64_t spentSteps_ = 0;
   bool exhausted_ = false;
 };
 
 bool BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
-                          std::vector<GroupRange>& ranges) const {
-  BoundedRun run(*this, text);
+                          std::vector<GroupRange>& ranges, WorkCredit& credit,
+                          const WordRule* words) const {
+  if (credit.IsSpent()) return false;
+  BoundedRun run(*this, text, credit, words);
   for (int start = from; start <= lastStart && !run.Exhausted(); ++start) {
-    if (!run.From(start, -1)) continue;
+    if (!run.MayStartAt(start) || !run.From(start, -1)) continue;
     ranges = run.Ranges(start);
     return true;
   }
+  run.Finish();
   return false;
 }
 
+bool BoundedMatcher::FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                               WorkCredit& credit, const WordRule* words) const {
+  GroupRange found;
+  if (!GraphSearch(*this, *graph_, text, credit).Find(from, lastStart, words, found)) return false;
+  match = found;
+  return true;
+}
+
 bool BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
-                                std::vector<GroupRange>& ranges) const {
-  BoundedRun run(*this, text);
+                                std::vector<GroupRange>& ranges, WorkCredit& credit) const {
+  if (HasGraph()) {
+    const GroupWalk::Outcome outcome = GroupWalk(*this, *graph_, text, credit).Go(match, ranges);
+    if (outcome == GroupWalk::Outcome::kTold) return true;
+    if (outcome == GroupWalk::Outcome::kDenied) return false;
+  }
+  if (credit.IsSpent()) return false;
+  BoundedRun run(*this, text, credit);
   if (!run.From(match.start, match.end)) return false;
   ranges = run.Ranges(match.start);
   return true;

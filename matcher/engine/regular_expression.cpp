@@ -22,6 +22,9 @@ namespace {
 constexpr int kFirstErrorCode = 1;
 constexpr int kLastErrorCode = 16;
 
+/// What a call of the engine costs beside the bytes.
+constexpr std::int64_t kEngineCallUnits = 300;
+
 /// The C locale for this thread, for as long as the object lives.
 class CLocaleScope {
  public:
@@ -140,48 +143,92 @@ MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length
   pattern_.assign(pattern, length);
   MessageNumber error = MessageNumber::kNone;
   compiled_ = CompileProgram(pattern_, translate, buffer_, error);
-  if (compiled_) NoteHazards(std::move(tree));
+  hazards_ = FindHazards(tree);
+  hasRepetitions_ = pattern_.find_first_of("{+") != std::string::npos;
   return error;
 }
 
-/// Keeps the tree where a search may need it.
-void RegularExpression::NoteHazards(SyntaxTree tree) {
-  hazards_ = FindHazards(tree);
-  if (hazards_.groups || hazards_.search) {
-    bounded_ = std::make_unique<BoundedMatcher>(std::move(tree));
+const BoundedMatcher& RegularExpression::Bounded() {
+  if (bounded_ == nullptr) {
+    ByteMap translate{};
+    const bool translates = buffer_.translate != nullptr;
+    if (translates) std::copy_n(buffer_.translate, translate.size(), translate.begin());
+    bounded_ = std::make_unique<BoundedMatcher>(
+        ParsePattern(pattern_.data(), pattern_.size(), translates ? &translate : nullptr));
   }
+  return *bounded_;
+}
+
+/// Whether the engine is to search a line of `length` bytes.
+bool RegularExpression::IsForEngine(int length) {
+  if (hazards_.search) return false;
+  if (length <= kMaxEngineLine && pattern_.size() <= kMaxEngineSteps / 4) {
+    // Only repetitions make a pattern larger than it looks.
+    if (!hasRepetitions_ || Bounded().Size() <= kMaxEngineSteps) return true;
+  }
+  return !Bounded().HasGraph();
 }
 
 int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers) {
+  WorkCredit credit(static_cast<std::size_t>(length));
+  return Search(line, length, from, registers, credit);
+}
+
+int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers,
+                              WorkCredit& credit) {
   const BoundedText text{line, length, true};
   if (hazards_.search) {
-    return FindBounded(text, from, length, registers) ? registers.Start(0) : -1;
+    return FindBounded(text, from, length, registers, credit) ? registers.Start(0) : -1;
   }
-  if (registers.wholeMatchOnly_) return SearchEngine(line, length, from, length, registers);
-  MatchRegisters whole(true);
-  const int start = SearchEngine(line, length, from, length, whole);
-  if (start >= 0) FindGroups(text, {start, whole.End(0)}, registers);
-  return start;
+  GroupRange match;
+  if (!FindWhole(text, from, length, match, credit)) return -1;
+  FindGroups(text, match, registers, credit);
+  return match.start;
 }
 
 int RegularExpression::MatchWithin(const char* line, int length, int start,
                                    MatchRegisters& registers) {
+  WorkCredit credit(static_cast<std::size_t>(length));
+  return MatchWithin(line, length, start, registers, credit);
+}
+
+int RegularExpression::MatchWithin(const char* line, int length, int start,
+                                   MatchRegisters& registers, WorkCredit& credit) {
   const BoundedText text{line, length, false};
   if (hazards_.search) {
-    return FindBounded(text, start, start, registers) ? registers.End(0) - start : -1;
+    return FindBounded(text, start, start, registers, credit) ? registers.End(0) - start : -1;
   }
-  if (registers.wholeMatchOnly_) return MatchEngineWithin(line, length, start, registers);
-  MatchRegisters whole(true);
-  const int matched = MatchEngineWithin(line, length, start, whole);
-  if (matched >= 0) FindGroups(text, {start, start + matched}, registers);
-  return matched;
+  GroupRange match;
+  if (!FindWhole(text, start, start, match, credit)) return -1;
+  FindGroups(text, match, registers, credit);
+  return match.end - start;
+}
+
+bool RegularExpression::CanSearchWord(int length) {
+  if (IsForEngine(length)) return false;
+  return !Bounded().HasAnchors() && (hazards_.search || !Bounded().CanBeEmpty());
+}
+
+bool RegularExpression::SearchWord(const WordRule& rule, int from, GroupRange& match,
+                                   WorkCredit& credit) {
+  const BoundedText text{rule.line, rule.length, true};
+  if (!hazards_.search) {
+    return Bounded().FindWhole(text, from, rule.length, match, credit, &rule);
+  }
+  std::vector<GroupRange> ranges;
+  if (!Bounded().Find(text, from, rule.length, ranges, credit, &rule)) return false;
+  match = ranges[0];
+  return true;
 }
 
 void RegularExpression::FindGroups(const BoundedText& text, GroupRange match,
-                                   MatchRegisters& registers) {
-  const bool isBounded = hazards_.groups || hazards_.search;
-  const bool found =
-      isBounded ? FillBounded(text, match, registers) : FillByEngine(text, match, registers);
+                                   MatchRegisters& registers, WorkCredit& credit) {
+  bool found = false;
+  if (!registers.wholeMatchOnly_) {
+    const bool isBounded = hazards_.groups || !IsForEngine(text.length);
+    found = isBounded ? FillBounded(text, match, registers, credit)
+                      : FillByEngine(text, match, registers);
+  }
   if (found) return;
   std::vector<GroupRange> ranges(GroupCount() + 1);
   ranges[0] = match;
@@ -190,11 +237,35 @@ void RegularExpression::FindGroups(const BoundedText& text, GroupRange match,
 
 /// Finds a match and its groups without the engine.
 bool RegularExpression::FindBounded(const BoundedText& text, int from, int lastStart,
-                                    MatchRegisters& registers) const {
+                                    MatchRegisters& registers, WorkCredit& credit) {
   std::vector<GroupRange> ranges;
-  if (!bounded_->Find(text, from, lastStart, ranges)) return false;
+  if (!Bounded().Find(text, from, lastStart, ranges, credit)) return false;
   registers.Set(ranges);
   return true;
+}
+
+/// Finds the range of the match alone, of a pattern that the engine may search for.
+bool RegularExpression::FindWhole(const BoundedText& text, int from, int lastStart,
+                                  GroupRange& match, WorkCredit& credit) {
+  if (credit.IsSpent()) return false;
+  return IsForEngine(text.length) ? FindWholeByEngine(text, from, lastStart, match, credit)
+                                  : Bounded().FindWhole(text, from, lastStart, match, credit);
+}
+
+bool RegularExpression::FindWholeByEngine(const BoundedText& text, int from, int lastStart,
+                                          GroupRange& match, WorkCredit& credit) {
+  const std::int64_t bytes = text.length - from;
+  const std::int64_t tries = bytes <= kMaxEngineLine ? kMaxEngineLine / 16 : bytes;
+  if (!credit.Spend(kEngineCallUnits + bytes * tries)) return false;
+  MatchRegisters whole(true);
+  if (text.endsLine) {
+    match.start = SearchEngine(text.begin, text.length, from, lastStart, whole);
+  } else {
+    const int matched = MatchEngineWithin(text.begin, text.length, from, whole);
+    match.start = matched < 0 ? -1 : from;
+  }
+  match.end = whole.End(0);
+  return match.start >= 0;
 }
 
 /// Asks the engine for `match` with its groups; returns whether it finds it.
@@ -210,9 +281,9 @@ bool RegularExpression::FillByEngine(const BoundedText& text, GroupRange match,
 /// Looks for the groups of `match` without the engine; returns false if they are not found within the
 /// bounds.
 bool RegularExpression::FillBounded(const BoundedText& text, GroupRange match,
-                                    MatchRegisters& registers) const {
+                                    MatchRegisters& registers, WorkCredit& credit) {
   std::vector<GroupRange> ranges;
-  if (!bounded_->FindGroups(text, match, ranges)) return false;
+  if (!Bounded().FindGroups(text, match, ranges, credit)) return false;
   ranges[0] = match;
   registers.Set(ranges);
   return true;

@@ -16,8 +16,8 @@
 // this file.
 //
 // Some patterns must not be given to the engine at all (pattern_limits.h), or not for every search
-// (pattern_hazards.h). The class knows which, and answers those searches with the library's own
-// bounded matcher.
+// (pattern_hazards.h), and on long lines it takes their square. The class knows which and when, and
+// answers those searches with the library's own bounded matcher, which finds what the engine finds.
 
 #ifndef TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
 #define TROVEX_MATCHER_ENGINE_REGULAR_EXPRESSION_H
@@ -26,6 +26,7 @@
 #include "matcher/engine/bounded_matcher.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/work_credit.h"
 #include "resources/string_table.h"
 #include "text/byte_map.h"
 
@@ -105,23 +106,42 @@ class RegularExpression {
   /// Finds the leftmost-longest match in `length` bytes at `line` that starts at `from` or later.
   /// Returns its start, or -1. "$" matches at the end of the line. Throws std::bad_alloc when
   /// memory runs out.
+  /// What it costs is spent from `credit`; where that ends, there is no match.
+  int Search(const char* line, int length, int from, MatchRegisters& registers, WorkCredit& credit);
+  /// The same with a credit of its own.
   int Search(const char* line, int length, int from, MatchRegisters& registers);
 
   /// Matches at exactly `start` within the first `length` bytes at `line`, whose end is not the end
   /// of the line: "$" does not match there. Returns the length of the longest match, or -1. Throws
   /// std::bad_alloc when memory runs out.
+  int MatchWithin(const char* line, int length, int start, MatchRegisters& registers,
+                  WorkCredit& credit);
   int MatchWithin(const char* line, int length, int start, MatchRegisters& registers);
+
+  /// Whether `SearchWord` may be asked on a line of `length` bytes: it is the faster way there, and the
+  /// pattern allows it.
+  bool CanSearchWord(int length);
+  /// Finds the first match on the line of `rule`, at `from` or later, that the rule lets pass. Throws
+  /// std::bad_alloc when memory runs out.
+  bool SearchWord(const WordRule& rule, int from, GroupRange& match, WorkCredit& credit);
 
   /// Fills `registers` for `match`, which a search of `text` has found. Groups that cannot be told took
   /// no part. Throws std::bad_alloc when memory runs out.
-  void FindGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers);
+  void FindGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers,
+                  WorkCredit& credit);
 
  private:
-  void NoteHazards(SyntaxTree tree);
-  bool FindBounded(const BoundedText& text, int from, int lastStart,
-                   MatchRegisters& registers) const;
+  const BoundedMatcher& Bounded();
+  bool IsForEngine(int length);
+  bool FindBounded(const BoundedText& text, int from, int lastStart, MatchRegisters& registers,
+                   WorkCredit& credit);
+  bool FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                 WorkCredit& credit);
+  bool FindWholeByEngine(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                         WorkCredit& credit);
   bool FillByEngine(const BoundedText& text, GroupRange match, MatchRegisters& registers);
-  bool FillBounded(const BoundedText& text, GroupRange match, MatchRegisters& registers) const;
+  bool FillBounded(const BoundedText& text, GroupRange match, MatchRegisters& registers,
+                   WorkCredit& credit);
 
   int SearchEngine(const char* line, int length, int from, int lastStart,
                    MatchRegisters& registers);
@@ -135,7 +155,8 @@ class RegularExpression {
   bool compiled_ = false;
   bool damaged_ = false;
   PatternHazards hazards_;
-  std::unique_ptr<BoundedMatcher> bounded_;  // null when the engine may answer everything
+  bool hasRepetitions_ = false;
+  std::unique_ptr<BoundedMatcher> bounded_;  // made when it is first needed
 };
 
 }  // namespace trovex

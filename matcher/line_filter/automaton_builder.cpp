@@ -322,11 +322,22 @@ std::vector<ByteGroup> GroupBytes(const PatternAutomaton& automaton, const State
 PositionSet NextPositions(const PatternAutomaton& automaton,
                           const std::vector<std::uint32_t>& matched) {
   PositionSet next;
-  for (const std::uint32_t index : matched) {
-    const PositionSet& follows = automaton.followSets[index];
-    next.insert(next.end(), follows.begin(), follows.end());
+  if (matched.size() == 1) {
+    next = automaton.followSets[matched.front()];
+  } else {
+    // Thousands of sets may be united, most of them the same.
+    std::vector<Constraint> constraints(automaton.tokens.size(), 0);
+    for (const std::uint32_t index : matched) {
+      for (const Position& position : automaton.followSets[index]) {
+        Constraint& constraint = constraints[position.index];
+        if (constraint == 0) next.push_back(position);
+        constraint |= position.constraint;
+      }
+    }
+    for (Position& position : next)
+      position.constraint = constraints[position.index];
+    Normalise(next);
   }
-  if (matched.size() > 1) Normalise(next);
   return automaton.searchFlag ? Union(next, automaton.states[0].positions) : next;
 }
 
@@ -437,6 +448,19 @@ void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
   }
   const PositionSet start = closures.Make(analysis.First());
   StateFor(automaton, start, {.newline = AnyDepends(start, DependsOnNewlineBefore)});
+}
+
+std::int64_t TableCost(const PatternAutomaton& automaton, StateNumber state) {
+  constexpr std::int64_t kTableUnits = 2'000;
+  constexpr std::int64_t kFollowUnits = 3;
+  constexpr std::int64_t kPositionUnits = 40;
+  const PositionSet& positions = automaton.states[static_cast<std::size_t>(state)].positions;
+  std::int64_t units = kTableUnits;
+  for (const Position& position : positions) {
+    units += kPositionUnits +
+             kFollowUnits * static_cast<std::int64_t>(automaton.followSets[position.index].size());
+  }
+  return units;
 }
 
 StateNumber BuildStateTable(PatternAutomaton& automaton, StateNumber state) {

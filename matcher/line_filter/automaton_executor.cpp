@@ -3,8 +3,7 @@
 // The fast loop is  table = tables[table + byte].  A step leads straight to the next state's table, and
 // the loop makes no test but one: whether there is one. All that is out of the ordinary has none:
 //
-//   a newline        every table leads to `kNoState` on it. The newline that is written behind the
-//                    text ends the loop there, so no byte is tested for being the last.
+//   a newline        every table leads to `kNoState` on it. One is taken to stand behind the text.
 //   accepting        a state that accepts in some context keeps its table in `failTables`: the next
 //                    byte decides whether the context is right, or whether the text goes on.
 //   not built yet    the table is built, and the loop goes on. A step that stopped the loop at a state
@@ -16,6 +15,7 @@
 #include "matcher/line_filter/automaton_executor.h"
 
 #include "matcher/line_filter/automaton_builder.h"
+#include "matcher/work_credit.h"
 
 #include <cstddef>
 #include <tuple>
@@ -30,18 +30,21 @@ constexpr std::size_t kTableSize = std::tuple_size_v<TransitionTable>;
 /// Where a run stands.
 struct Run {
   const unsigned char* next;  // the next byte to be read
+  const unsigned char* end;   // of the text
   StateNumber current = 0;
   StateNumber previous = 0;  // the state left last
+  bool isOver = false;       // the newline behind the text was read
 };
 
-/// Goes on from the current state, which has a table for the fast loop, until one has none.
+/// Goes on from the current state, which has a table for the fast loop, until one has none or the text is
+/// read.
 inline void RunFast(PatternAutomaton& automaton, Run& run) {
   Step* const tables = automaton.transitions.data();
   const unsigned char* next = run.next;
   Step from = automaton.transitionsOf[static_cast<std::size_t>(run.current)];
   for (;;) {
     Step to = 0;
-    for (;;) {
+    while (run.end - next >= 2) {
       to = tables[from + *next++];
       if (to < 0) break;
       from = tables[to + *next++];
@@ -50,6 +53,15 @@ inline void RunFast(PatternAutomaton& automaton, Run& run) {
         break;
       }
     }
+    if (to >= 0 && next != run.end) {
+      to = tables[from + *next++];
+      if (to >= 0) std::swap(from, to);
+    }
+    if (to >= 0 && next == run.end) {
+      run.isOver = true;
+      break;
+    }
+    if (to >= 0) continue;
     run.current = StoppedAt(to);
     const Step table = run.current == kNoState
                            ? kNoTable
@@ -72,20 +84,23 @@ void EnterLine(const PatternAutomaton& automaton, bool multiline, Run& run) {
   if (run.current == kNoState) run.current = 0;
 }
 
-}  // namespace
+/// What may be asked of a run beside its end.
+struct Questions {
+  bool multiline = false;
+  int* newlineCount = nullptr;
+  bool* backref = nullptr;
+  WorkCredit* credit = nullptr;  // null: tables cost nothing
+};
 
-const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, char* end,
-                             bool multiline, int* newlineCount, bool* backref) {
-  *end = '\n';
-  const auto* const textEnd = reinterpret_cast<const unsigned char*>(end);
+const char* Execute(PatternAutomaton& automaton, const char* begin, const char* end,
+                    const Questions& questions) {
   if (automaton.builtTableCount == 0) BuildStateTable(automaton, 0);
-
-  Run run = {.next = reinterpret_cast<const unsigned char*>(begin)};
-  for (;;) {
+  Run run = {.next = reinterpret_cast<const unsigned char*>(begin),
+             .end = reinterpret_cast<const unsigned char*>(end)};
+  while (!run.isOver) {
     if (run.current == kNoState) {
-      if (run.next > textEnd) return nullptr;
-      if (newlineCount != nullptr && run.next[-1] == '\n') ++*newlineCount;
-      EnterLine(automaton, multiline, run);
+      if (questions.newlineCount != nullptr && run.next[-1] == '\n') ++*questions.newlineCount;
+      EnterLine(automaton, questions.multiline, run);
       continue;
     }
     const auto slot = static_cast<std::size_t>(run.current);
@@ -95,16 +110,37 @@ const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, cha
     }
     const TransitionTable* table = automaton.failTables[slot].get();
     if (table == nullptr) {
+      if (questions.credit != nullptr &&
+          !questions.credit->Spend(TableCost(automaton, run.current))) {
+        return nullptr;
+      }
       run.current = BuildStateTable(automaton, run.current);
       continue;
     }
-    if ((automaton.successBits[slot] & automaton.contextOf[*run.next]) != 0) {
-      if (backref != nullptr) *backref = automaton.states[slot].hasBackref;
+    const unsigned char byte = run.next == run.end ? '\n' : *run.next;
+    if ((automaton.successBits[slot] & automaton.contextOf[byte]) != 0) {
+      if (questions.backref != nullptr) *questions.backref = automaton.states[slot].hasBackref;
       return reinterpret_cast<const char*>(run.next);
     }
     run.previous = run.current;
-    run.current = (*table)[*run.next++];
+    run.current = (*table)[byte];
+    run.isOver = run.next == run.end;
+    if (!run.isOver) ++run.next;
   }
+  return nullptr;
+}
+
+}  // namespace
+
+const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, char* end,
+                             bool multiline, int* newlineCount, bool* backref) {
+  *end = '\n';
+  return Execute(automaton, begin, end, {multiline, newlineCount, backref, nullptr});
+}
+
+const char* FindCandidate(PatternAutomaton& automaton, const char* begin, const char* end,
+                          WorkCredit& credit) {
+  return Execute(automaton, begin, end, {.credit = &credit});
 }
 
 }  // namespace trovex

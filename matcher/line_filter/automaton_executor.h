@@ -11,6 +11,15 @@
 
 namespace trovex {
 
+class WorkCredit;
+
+/// Runs a compiled automaton from `begin`, the start of a line, to `end`, line by line; a line end is taken
+/// to stand at `end`. Returns the first place where a match ends, the end exclusive; null when there is
+/// none, or when `credit`, from which the tables are paid for that the text needs, is spent. Nothing is
+/// written, nor read at `end`. Throws like `AutomatonExecute`.
+const char* FindCandidate(PatternAutomaton& automaton, const char* begin, const char* end,
+                          WorkCredit& credit);
+
 /// Runs a compiled automaton from `begin`, the start of a line, to `end`. Returns the first place
 /// where a match ends, the end exclusive; null when there is none.
 ///

@@ -42,8 +42,8 @@ class GuardedBytes {
 
   char* Data() { return data_; }
 
-  /// Makes the bytes themselves such that whoever writes them ends the process.
-  void Seal() {
+  /// From now on the bytes cannot be written either: whoever does ends the process.
+  void MakeReadOnly() {
     const std::size_t page = PageSize();
     if (size_ > 2 * page && mprotect(memory_ + page, size_ - 2 * page, PROT_READ) != 0)
       std::abort();

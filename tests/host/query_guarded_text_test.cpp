@@ -47,7 +47,7 @@ TEST_P(GuardedQuery, NeitherWritesATextNorReadsOutsideOfIt) {
     for (const std::string& text : texts) {
       for (const Guard guard : {Guard::kBehind, Guard::kInFront}) {
         GuardedBytes bytes(text, guard);
-        bytes.Seal();
+        bytes.MakeReadOnly();
         for (const Encoding encoding : {Encoding::kUtf8, Encoding::kLatin1}) {
           SearchOptions options;
           options.encoding = encoding;

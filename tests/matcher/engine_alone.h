@@ -35,11 +35,16 @@ class EngineAlone {
 
   /// The ranges of the first match and its groups; none without a match.
   std::vector<GroupRange> Search(std::string_view line, int from) {
+    return SearchUpTo(line, from, static_cast<int>(line.size()));
+  }
+
+  /// The same of the first match that starts at `lastStart` or before.
+  std::vector<GroupRange> SearchUpTo(std::string_view line, int from, int lastStart) {
     const int length = static_cast<int>(line.size());
     re_registers registers{};
     buffer_.regs_allocated = REGS_UNALLOCATED;
     std::vector<GroupRange> ranges;
-    if (re_search(&buffer_, line.data(), length, from, length - from, &registers) >= 0) {
+    if (re_search(&buffer_, line.data(), length, from, lastStart - from, &registers) >= 0) {
       for (int i = 0; i <= GroupCount(); ++i) {
         ranges.push_back({registers.start[i], registers.end[i]});
       }
@@ -47,6 +52,17 @@ class EngineAlone {
     std::free(registers.start);
     std::free(registers.end);
     return ranges;
+  }
+
+  /// The match that is found when it is asked for alone, with its groups: those of a match that the
+  /// engine denies with its groups took no part.
+  std::vector<GroupRange> SearchWholeFirst(std::string_view line, int from) {
+    std::vector<GroupRange> whole = SearchWhole(line, from);
+    if (whole.empty()) return whole;
+    std::vector<GroupRange> ranges = SearchUpTo(line, whole[0].start, whole[0].start);
+    if (!ranges.empty() && ranges[0] == whole[0]) return ranges;
+    whole.resize(static_cast<std::size_t>(GroupCount()) + 1);
+    return whole;
   }
 
   /// The range of the first match alone; none without a match.

@@ -6,15 +6,19 @@
 #include "matcher/engine/pattern_limits.h"
 #include "matcher/engine/regular_expression.h"
 #include "matcher/pattern/pattern_hazards.h"
+#include "matcher/work_credit.h"
 #include "tests/heap_text.h"
+#include "tests/matcher/engine/answers_in_time.h"
 #include "tests/matcher/engine_alone.h"
 #include "tests/matcher/random_pattern.h"
 
 #include <gtest/gtest.h>
 #include <cstddef>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace trovex {
@@ -25,6 +29,7 @@ void PrintTo(const GroupRange& range, std::ostream* out) {
 
 namespace {
 
+using testing::AnswersInTime;
 using testing::EngineAlone;
 using testing::HeapText;
 using testing::RandomPattern;
@@ -38,19 +43,20 @@ SyntaxTree Parsed(std::string_view pattern) {
 Ranges Found(std::string_view pattern, std::string_view line, int from = 0, bool endsLine = true) {
   const HeapText heap(line);
   Ranges ranges;
+  WorkCredit credit(line.size());
   BoundedMatcher(Parsed(pattern))
-      .Find({heap.Data(), heap.Length(), endsLine}, from, heap.Length(), ranges);
+      .Find({heap.Data(), heap.Length(), endsLine}, from, heap.Length(), ranges, credit);
   return ranges;
 }
 
 /// The same through the regular expression, which decides who searches.
-Ranges FoundByExpression(std::string_view pattern, std::string_view line) {
+Ranges FoundByExpression(std::string_view pattern, std::string_view line, int from = 0) {
   RegularExpression regex;
   EXPECT_EQ(regex.Compile(pattern.data(), pattern.size(), nullptr), MessageNumber::kNone);
   const HeapText heap(line);
   MatchRegisters registers(false);
   Ranges ranges;
-  if (regex.Search(heap.Data(), heap.Length(), 0, registers) < 0) return ranges;
+  if (regex.Search(heap.Data(), heap.Length(), from, registers) < 0) return ranges;
   for (int i = 0; i <= static_cast<int>(regex.GroupCount()); ++i) {
     ranges.push_back({registers.Start(i), registers.End(i)});
   }
@@ -96,57 +102,130 @@ bool HasRepeatedReference(const SyntaxTree& tree) {
   return false;
 }
 
+/// A search on one line.
+struct SearchCase {
+  std::string pattern;
+  std::string line;
+  int from;
+};
+
+/// Random searches, two for each of `patterns` patterns.
+std::vector<SearchCase> RandomCases(unsigned seed, RandomPattern::Parts parts, int patterns) {
+  RandomPattern random(seed, parts);
+  std::vector<SearchCase> cases;
+  for (int i = 0; i < patterns; ++i) {
+    const std::string pattern = random.Pattern();
+    const SyntaxTree tree = Parsed(pattern);
+    if (pattern.size() > 40 || tree.faulty || HasRepeatedReference(tree)) continue;
+    if (CheckPatternLimits(tree) != MessageNumber::kNone) continue;
+    for (int k = 0; k < 2; ++k) {
+      std::string line = random.Line(11);
+      const int from = random.Below(static_cast<int>(line.size()) + 1);
+      cases.push_back({pattern, std::move(line), from});
+    }
+  }
+  return cases;
+}
+
 struct Comparison {
-  int searches = 0;
+  int searches = 0;  // from which the engine came back
   int differences = 0;
   std::string difference;  // one of them
 };
 
-/// Holds the bounded matcher against the engine on random patterns that the engine comes back from.
-Comparison CompareWithEngine(unsigned seed, RandomPattern::Parts parts) {
-  RandomPattern random(seed, parts);
+using Answer = std::function<Ranges(const SearchCase&)>;
+
+/// Holds `own` against `engine`, which is asked in a process of its own: it may not come back.
+Comparison Compare(const std::vector<SearchCase>& cases, const Answer& engine, const Answer& own) {
+  const auto answers = AnswersInTime(static_cast<int>(cases.size()), 20'000, [&](int i) {
+    return engine(cases[static_cast<std::size_t>(i)]);
+  });
   Comparison comparison;
-  for (int i = 0; i < 30'000; ++i) {
-    const std::string pattern = random.Pattern();
-    const SyntaxTree tree = Parsed(pattern);
-    if (pattern.size() > 40 || tree.faulty) continue;
-    if (CheckPatternLimits(tree) != MessageNumber::kNone) continue;
-    if (HasEmptyLoop(tree) || HasRepeatedReference(tree)) continue;
-    EngineAlone engine(pattern);
-    const BoundedMatcher matcher(tree);
-    for (int k = 0; k < 4; ++k) {
-      const std::string line = random.Line(11);
-      const HeapText heap(line);
-      const int from = random.Below(heap.Length() + 1);
-      Ranges found;
-      matcher.Find({heap.Data(), heap.Length(), true}, from, heap.Length(), found);
-      Ranges expected = engine.Search(line, from);
-      // With back-references the engine has matches whose groups it cannot tell.
-      if (parts.backReferences) expected = engine.SearchWhole(line, from);
-      if (parts.backReferences && !found.empty()) found.resize(1);
-      ++comparison.searches;
-      if (found == expected) continue;
-      ++comparison.differences;
-      std::ostringstream difference;
-      difference << pattern << " on \"" << line << "\" from " << from << " (seed " << seed
-                 << ", pattern " << i << "): " << ::testing::PrintToString(found) << " instead of "
-                 << ::testing::PrintToString(expected);
-      comparison.difference = difference.str();
-    }
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    if (!answers[i]) continue;
+    ++comparison.searches;
+    const SearchCase& c = cases[i];
+    const Ranges found = own(c);
+    if (found == *answers[i]) continue;
+    ++comparison.differences;
+    std::ostringstream difference;
+    difference << c.pattern << " on \"" << c.line << "\" from " << c.from << ": "
+               << ::testing::PrintToString(found) << " instead of "
+               << ::testing::PrintToString(*answers[i]);
+    comparison.difference = difference.str();
   }
   return comparison;
 }
 
+Ranges FoundByEngine(const SearchCase& c) {
+  return EngineAlone(c.pattern).SearchWholeFirst(c.line, c.from);
+}
+
 TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesAndGroups) {
-  const Comparison comparison = CompareWithEngine(31, {});
+  const Comparison comparison =
+      Compare(RandomCases(31, {}, 30'000), FoundByEngine, [](const SearchCase& c) {
+        const HeapText heap(c.line);
+        const BoundedText text{heap.Data(), heap.Length(), true};
+        const BoundedMatcher matcher(Parsed(c.pattern));
+        WorkCredit credit(c.line.size());
+        Ranges ranges;
+        if (!matcher.Find(text, c.from, heap.Length(), ranges, credit)) return Ranges{};
+        const GroupRange match = ranges[0];
+        return matcher.FindGroups(text, match, ranges, credit) ? ranges : Ranges{match};
+      });
   EXPECT_EQ(comparison.differences, 0) << comparison.difference;
   EXPECT_GT(comparison.searches, 20'000);
 }
 
 TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesWithBackReferences) {
-  const Comparison comparison = CompareWithEngine(32, {false, true});
+  const Comparison comparison = Compare(
+      RandomCases(32, {false, true}, 60'000),
+      [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
+      [](const SearchCase& c) {
+        // The engine has matches whose groups it cannot tell.
+        Ranges ranges = Found(c.pattern, c.line, c.from);
+        if (!ranges.empty()) ranges.resize(1);
+        return ranges;
+      });
   EXPECT_LE(comparison.differences, comparison.searches / 2'000) << comparison.difference;
   EXPECT_GT(comparison.searches, 20'000);
+}
+
+TEST(BoundedMatcher, FindsTheEnginesMatchInOnePass) {
+  for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
+    const Comparison comparison = Compare(
+        RandomCases(34, parts, 40'000),
+        [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
+        [](const SearchCase& c) {
+          const HeapText heap(c.line);
+          const BoundedMatcher matcher(Parsed(c.pattern));
+          WorkCredit credit(c.line.size());
+          GroupRange match;
+          const bool found = matcher.FindWhole({heap.Data(), heap.Length(), true}, c.from,
+                                               heap.Length(), match, credit);
+          return found ? Ranges{match} : Ranges{};
+        });
+    // Before a word's last letter the engine misses "[^a]*\\B" now and then.
+    EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
+    EXPECT_GT(comparison.searches, 20'000);
+  }
+}
+
+TEST(BoundedMatcher, AnEmptyRoundLeavesItsMarkOnTheGroups) {
+  EXPECT_EQ(FoundByExpression("(()|a)*", "a"), (Ranges{{0, 1}, {0, 1}, {0, 0}}));
+  EXPECT_EQ(FoundByExpression("(a|^)**", "a"), EngineAlone("(a|^)**").SearchWholeFirst("a", 0));
+}
+
+TEST(BoundedMatcher, TellsTheGroupsOfEmptyRoundsAsTheEngineDoes) {
+  for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
+    std::vector<SearchCase> cases = RandomCases(33, parts, 30'000);
+    std::erase_if(cases, [](const SearchCase& c) { return !HasEmptyLoop(Parsed(c.pattern)); });
+    const Comparison comparison = Compare(cases, FoundByEngine, [](const SearchCase& c) {
+      return FoundByExpression(c.pattern, c.line, c.from);
+    });
+    EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
+    EXPECT_GT(comparison.searches, 2'000);
+  }
 }
 
 /// Every text of up to `longest` letters.

@@ -1,0 +1,220 @@
+#include "matcher/engine/engine_graph.h"
+
+#include "matcher/limits.h"
+
+namespace trovex {
+
+namespace {
+
+using Conditions = EngineGraph::Conditions;
+
+// On the byte before ...
+constexpr Conditions kWordBefore = 0x01;
+constexpr Conditions kNoWordBefore = 0x02;
+constexpr Conditions kLineStartsHere = 0x04;
+constexpr Conditions kTextStartsHere = 0x08;
+// ... and on the byte behind.
+constexpr Conditions kWordBehind = 0x10;
+constexpr Conditions kNoWordBehind = 0x20;
+constexpr Conditions kLineEndsHere = 0x40;
+constexpr Conditions kTextEndsHere = 0x80;
+
+/// What an anchor demands: one set of conditions, or either of two.
+struct Demands {
+  Conditions first;
+  Conditions second = 0;  // 0: there is but one
+};
+
+Demands DemandsOf(Anchor anchor) {
+  switch (anchor) {
+    case Anchor::kLineStart:
+      return {kLineStartsHere};
+    case Anchor::kLineEnd:
+      return {kLineEndsHere};
+    case Anchor::kTextStart:
+      return {kTextStartsHere};
+    case Anchor::kTextEnd:
+      return {kTextEndsHere};
+    case Anchor::kWordStart:
+      return {kNoWordBefore | kWordBehind};
+    case Anchor::kWordEnd:
+      return {kWordBefore | kNoWordBehind};
+    case Anchor::kWordEdge:
+      return {kNoWordBefore | kWordBehind, kWordBefore | kNoWordBehind};
+    case Anchor::kNotWordEdge:
+      return {kWordBefore | kWordBehind, kNoWordBefore | kNoWordBehind};
+  }
+  return {0};
+}
+
+}  // namespace
+
+Conditions EngineGraph::Holding(const TextReader& text, int position) {
+  Conditions holding = text.IsWordAt(position - 1) ? kWordBefore : kNoWordBefore;
+  holding |= text.IsWordAt(position) ? kWordBehind : kNoWordBehind;
+  if (text.Holds(Anchor::kLineStart, position)) holding |= kLineStartsHere;
+  if (text.Holds(Anchor::kTextStart, position)) holding |= kTextStartsHere;
+  if (text.Holds(Anchor::kLineEnd, position)) holding |= kLineEndsHere;
+  if (text.Holds(Anchor::kTextEnd, position)) holding |= kTextEndsHere;
+  return holding;
+}
+
+EngineGraph::EngineGraph(const BoundedMatcher& matcher) : nodeOf_(matcher.program_.size(), -1) {
+  AddSteps(matcher);
+  Link(matcher);
+  start_ = NodeOfPlace(matcher, 0);
+  CopyBehindAnchors();
+}
+
+EngineGraph::Number EngineGraph::AddNode(const Node& node) {
+  nodes_.push_back(node);
+  if (nodes_.size() > kMaxGroupNodes) isWhole_ = false;
+  return static_cast<Number>(nodes_.size()) - 1;
+}
+
+void EngineGraph::AddSteps(const BoundedMatcher& matcher) {
+  for (const int place : matcher.engineOrder_) {
+    const BoundedMatcher::Step& step = matcher.At(place);
+    Node node;
+    node.place = place;
+    node.isCopy = matcher.isCopy_[static_cast<std::size_t>(place)];
+    if (step.operation == BoundedMatcher::Operation::kAnchor) {
+      const Demands demands = DemandsOf(static_cast<Anchor>(step.first));
+      node.conditions = demands.first;
+      if (demands.second != 0) {
+        // An alternative of two anchors.
+        const Number first = AddNode(node);
+        node.conditions = demands.second;
+        AddNode(node);
+        node.conditions = 0;
+        node.nextCount = 2;
+        node.next = {first, first + 1};
+      }
+    }
+    nodeOf_[static_cast<std::size_t>(place)] = AddNode(node);
+  }
+}
+
+void EngineGraph::Link(const BoundedMatcher& matcher) {
+  for (Node& node : nodes_) {
+    const BoundedMatcher::Step& step = matcher.At(node.place);
+    switch (step.operation) {
+      case BoundedMatcher::Operation::kByte:
+      case BoundedMatcher::Operation::kSet:
+        node.behindByte = NodeOfPlace(matcher, node.place + 1);
+        break;
+      case BoundedMatcher::Operation::kSplit:
+        node.next = {NodeOfPlace(matcher, step.first), NodeOfPlace(matcher, step.second)};
+        node.nextCount = node.next[0] == node.next[1] ? 1 : 2;
+        break;
+      case BoundedMatcher::Operation::kMatch:
+        break;
+      default:
+        if (node.nextCount == 2) break;
+        node.next[0] = NodeOfPlace(matcher, node.place + 1);
+        node.nextCount = 1;
+    }
+  }
+}
+
+EngineGraph::Number EngineGraph::NodeOfPlace(const BoundedMatcher& matcher, int place) const {
+  while (matcher.At(place).operation == BoundedMatcher::Operation::kJump)
+    place = matcher.At(place).first;
+  return nodeOf_[static_cast<std::size_t>(place)];
+}
+
+void EngineGraph::CopyBehindAnchors() {
+  const auto count = static_cast<Number>(nodes_.size());
+  std::vector<bool> isVisited(nodes_.size());
+  for (Number root = 0; root < count && isWhole_; ++root)
+    Visit(root, isVisited);
+  copies_.clear();
+}
+
+/// Visits what is reached from `root` without a byte, and makes the copies behind each anchor when it is
+/// first come to.
+void EngineGraph::Visit(Number root, std::vector<bool>& isVisited) {
+  std::vector<Number> pending{root};
+  while (!pending.empty() && isWhole_) {
+    const Number number = pending.back();
+    pending.pop_back();
+    if (isVisited[static_cast<std::size_t>(number)]) continue;
+    isVisited[static_cast<std::size_t>(number)] = true;
+    if (At(number).conditions != 0 && At(number).nextCount > 0 && !At(At(number).next[0]).isCopy) {
+      CopyBehind(number);
+      isVisited.resize(nodes_.size());
+    }
+    const Node& node = At(number);
+    for (int n = node.nextCount; n-- > 0;)
+      pending.push_back(node.next[static_cast<std::size_t>(n)]);
+  }
+}
+
+/// Makes copies of all that is reached behind `anchor` without a byte.
+void EngineGraph::CopyBehind(Number anchor) {
+  struct Branch {
+    Number original;
+    Number copy;
+    Conditions conditions;
+  };
+  std::vector<Branch> secondSides;
+  Branch here{anchor, anchor, At(anchor).conditions};
+  bool goesOn = true;
+  while (isWhole_) {
+    if (!goesOn) {
+      if (secondSides.empty()) return;
+      here = secondSides.back();
+      secondSides.pop_back();
+      const Number original = At(here.original).next[1];
+      const Number copy = Copy(original, here.conditions);
+      Node& from = nodes_[static_cast<std::size_t>(here.copy)];
+      from.next[1] = copy;
+      from.nextCount = 2;
+      here = {original, copy, here.conditions};
+      goesOn = true;
+    }
+    const Node source = At(here.original);
+    if (source.nextCount == 0) {
+      goesOn = false;  // what stands for a byte leads on where its original does
+    } else if (source.nextCount == 1 && here.original == anchor && here.copy != anchor) {
+      // A loop that comes back to the anchor.
+      Node& from = nodes_[static_cast<std::size_t>(here.copy)];
+      from.next[0] = source.next[0];
+      from.nextCount = 1;
+      goesOn = false;
+    } else if (source.nextCount == 1) {
+      here.conditions |= source.conditions;
+      const Number copy = Copy(source.next[0], here.conditions);
+      Node& from = nodes_[static_cast<std::size_t>(here.copy)];
+      from.next[0] = copy;
+      from.nextCount = 1;
+      here = {source.next[0], copy, here.conditions};
+    } else {
+      const Number known = KnownCopy(source.next[0], here.conditions);
+      const Number copy = known >= 0 ? known : Copy(source.next[0], here.conditions);
+      Node& from = nodes_[static_cast<std::size_t>(here.copy)];
+      from.next[0] = copy;
+      from.nextCount = 1;
+      secondSides.push_back(here);
+      here = {source.next[0], copy, here.conditions};
+      goesOn = known < 0;
+    }
+  }
+}
+
+EngineGraph::Number EngineGraph::Copy(Number original, Conditions conditions) {
+  Node node = At(original);
+  node.conditions |= conditions;
+  node.isCopy = true;
+  node.nextCount = 0;
+  const Number copy = AddNode(node);
+  copies_[{original, node.conditions}] = copy;
+  return copy;
+}
+
+EngineGraph::Number EngineGraph::KnownCopy(Number original, Conditions conditions) const {
+  const auto known = copies_.find({original, conditions});
+  return known != copies_.end() ? known->second : -1;
+}
+
+}  // namespace trovex

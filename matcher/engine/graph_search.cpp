@@ -1,0 +1,105 @@
+#include "matcher/engine/graph_search.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+/// What it costs to look at one node.
+constexpr std::int64_t kNodeUnits = 8;
+
+bool Hold(EngineGraph::Conditions conditions, EngineGraph::Conditions holding) {
+  return (conditions & ~holding) == 0;
+}
+
+}  // namespace
+
+GraphSearch::GraphSearch(const BoundedMatcher& matcher, const EngineGraph& graph,
+                         const BoundedText& text, WorkCredit& credit)
+    : matcher_(matcher),
+      graph_(graph),
+      text_(matcher.tree_, text),
+      credit_(credit),
+      reachedAt_(graph.Size(), -1) {}
+
+bool GraphSearch::Find(int from, int lastStart, const WordRule* words, GroupRange& match) {
+  match = {};
+  next_.clear();
+  if (!credit_.Spend(static_cast<std::int64_t>(graph_.Size()))) return false;
+  std::fill(reachedAt_.begin(), reachedAt_.end(), -1);
+  for (int position = from; position <= text_.Length(); ++position) {
+    if (next_.empty() && match.start < 0) position = SkipTo(position, lastStart);
+    const bool mayStart = match.start < 0 && position <= lastStart;
+    if (next_.empty() && !mayStart) break;
+    reached_.clear();
+    for (const Thread& thread : next_)
+      Enter(thread.node, thread.start, position);
+    if (mayStart && (words == nullptr || words->CanStartAt(position))) {
+      Enter(graph_.Start(), position, position);
+    }
+    if (!credit_.Spend(static_cast<std::int64_t>(reached_.size() + 2) * kNodeUnits)) return false;
+    holding_ = EngineGraph::Holding(text_, position);
+    NoteEnd(position, words, match);
+    if (match.start >= 0) {
+      std::erase_if(reached_, [&](const Thread& thread) { return thread.start > match.start; });
+    }
+    FollowByte(position);
+  }
+  return match.start >= 0;
+}
+
+/// Reaches `node` and all that it leads to without a byte. What is reached already is so from a start that
+/// is not further right.
+void GraphSearch::Enter(Number node, int start, int position) {
+  std::size_t followed = reached_.size();
+  Reach(node, start, position);
+  while (followed < reached_.size()) {
+    const EngineGraph::Node& here = graph_.At(reached_[followed++].node);
+    for (int n = 0; n < here.nextCount; ++n)
+      Reach(here.next[static_cast<std::size_t>(n)], start, position);
+  }
+}
+
+void GraphSearch::Reach(Number node, int start, int position) {
+  if (std::exchange(reachedAt_[static_cast<std::size_t>(node)], position) == position) return;
+  reached_.push_back({node, start});
+}
+
+/// Takes `position` for the end of the match if one can end there that is no worse than `match`.
+void GraphSearch::NoteEnd(int position, const WordRule* words, GroupRange& match) const {
+  const auto ending = std::find_if(reached_.begin(), reached_.end(), [&](const Thread& thread) {
+    const EngineGraph::Node& node = graph_.At(thread.node);
+    return matcher_.At(node.place).operation == BoundedMatcher::Operation::kMatch &&
+           Hold(node.conditions, holding_);
+  });
+  if (ending == reached_.end()) return;
+  if (match.start >= 0 && ending->start > match.start) return;
+  if (words != nullptr && !words->CanEndAt(position, ending->start)) return;
+  match = {ending->start, position};
+}
+
+void GraphSearch::FollowByte(int position) {
+  next_.clear();
+  if (text_.IsEnd(position)) return;
+  for (const Thread& thread : reached_) {
+    const EngineGraph::Node& node = graph_.At(thread.node);
+    if (node.behindByte < 0 || !Hold(node.conditions, holding_)) continue;
+    const BoundedMatcher::Step& step = matcher_.At(node.place);
+    const bool matches = step.operation == BoundedMatcher::Operation::kByte
+                             ? text_.IsByteAt(position, step.first)
+                             : text_.IsInSetAt(position, matcher_.SetOf(step));
+    if (matches) next_.push_back({node.behindByte, thread.start});
+  }
+}
+
+/// The first position from `position` on at which a match can begin; beyond `lastStart` if there is none.
+int GraphSearch::SkipTo(int position, int lastStart) const {
+  if (matcher_.canBeEmpty_) return position;
+  while (position <= lastStart && !text_.IsInSetAt(position, matcher_.firstBytes_))
+    ++position;
+  return position;
+}
+
+}  // namespace trovex

@@ -1,0 +1,55 @@
+// What the searches of one text may spend on the roads that are not the automata's alone: the engine, the
+// library's own matcher, and the automaton that throws out lines.
+//
+// A unit is about a nanosecond; whoever works spends first. The credit is one for all matches of a text:
+// so much in any case, and so much for each byte. A line may spend what is left but for half the share of
+// the bytes behind it; where that is not enough, the search gives up on the line and goes on behind it.
+
+#ifndef TROVEX_MATCHER_WORK_CREDIT_H
+#define TROVEX_MATCHER_WORK_CREDIT_H
+
+#include "matcher/limits.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace trovex {
+
+class WorkCredit {
+ public:
+  /// For a text of `bytes` bytes.
+  explicit WorkCredit(std::size_t bytes)
+      : left_(kWorkAtLeast + static_cast<std::int64_t>(bytes) * kWorkPerByte), granted_(left_) {}
+
+  /// What follows is work on a line behind which `bytes` bytes remain.
+  void BeginLine(std::size_t bytes) {
+    reserve_ = static_cast<std::int64_t>(bytes) * kWorkPerByte / 2;
+  }
+
+  /// Spends `units`; returns false if the line had not so many left. The work is then not to be done.
+  bool Spend(std::int64_t units) {
+    left_ -= units;
+    if (left_ >= reserve_) return true;
+    gaveUp_ = true;
+    return false;
+  }
+
+  /// Whether the line has nothing left.
+  bool IsSpent() const { return left_ < reserve_; }
+
+  /// Whether the search has given up on some line.
+  bool GaveUp() const { return gaveUp_; }
+
+  /// What was spent so far.
+  std::int64_t Spent() const { return granted_ - left_; }
+
+ private:
+  std::int64_t left_;
+  std::int64_t granted_;
+  std::int64_t reserve_ = 0;
+  bool gaveUp_ = false;
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_WORK_CREDIT_H
