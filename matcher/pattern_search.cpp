@@ -22,12 +22,14 @@ SearchOutcome PatternSearch::Next(ByteRange& match) {
   if (place_ > end_) return outcome_ = SearchOutcome::kNotFound;
   if (!locator_) return outcome_ = SearchOutcome::kGaveUp;
   const unsigned char* const begin = text_.data();
-  MatchLocator::Match found;
-  outcome_ = locator_->Find(
-      {.place = begin + place_, .begin = begin, .end = begin + end_, .refusesEmpty = touches_},
-      found);
-  if (outcome_ == SearchOutcome::kGaveUp) place_ = static_cast<std::size_t>(found.start - begin);
-  if (outcome_ != SearchOutcome::kFound) return outcome_;
+  const MatchLocator::Match found = locator_->Find(
+      {.place = begin + place_, .begin = begin, .end = begin + end_, .refusesEmpty = touches_});
+  if (found.start == nullptr) {
+    const unsigned char* const gaveUpAt = locator_->GaveUpAt();
+    if (gaveUpAt == nullptr) return outcome_ = SearchOutcome::kNotFound;
+    place_ = static_cast<std::size_t>(gaveUpAt - begin);
+    return outcome_ = SearchOutcome::kGaveUp;
+  }
   match.begin = static_cast<std::size_t>(found.start - begin);
   match.end = static_cast<std::size_t>(found.end - begin);
   GoOnBehind(match);
