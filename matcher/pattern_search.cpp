@@ -32,15 +32,17 @@ SearchOutcome PatternSearch::Next(ByteRange& match) {
 /// Where it gives up, `place_` is the place.
 SearchOutcome PatternSearch::NextLocated(ByteRange& match) {
   const unsigned char* const begin = text_.data();
-  MatchLocator::Match found;
-  const SearchOutcome outcome = locator_->Find(
-      {.place = begin + place_, .begin = begin, .end = begin + end_, .refusesEmpty = touches_},
-      found);
-  if (outcome == SearchOutcome::kGaveUp) place_ = static_cast<std::size_t>(found.start - begin);
-  if (outcome != SearchOutcome::kFound) return outcome;
+  const MatchLocator::Match found = locator_->Find(
+      {.place = begin + place_, .begin = begin, .end = begin + end_, .refusesEmpty = touches_});
+  if (found.start == nullptr) {
+    const unsigned char* const gaveUpAt = locator_->GaveUpAt();
+    if (gaveUpAt == nullptr) return SearchOutcome::kNotFound;
+    place_ = static_cast<std::size_t>(gaveUpAt - begin);
+    return SearchOutcome::kGaveUp;
+  }
   match.begin = static_cast<std::size_t>(found.start - begin);
   match.end = static_cast<std::size_t>(found.end - begin);
-  return outcome;
+  return SearchOutcome::kFound;
 }
 
 /// Asks the locator for the next line with a place where a match could begin, and looks for the match

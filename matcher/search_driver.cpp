@@ -211,8 +211,7 @@ LocatedMatch Locate(const Search& search, const char* scan) {
   MatchLocator::Request request = {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
   if (locator.Words()) request.behind = *bytes(search.limit);
-  MatchLocator::Match match;
-  if (locator.Find(request, match) != SearchOutcome::kFound) return {};
+  const MatchLocator::Match match = locator.Find(request);
   return {reinterpret_cast<const char*>(match.start), reinterpret_cast<const char*>(match.end)};
 }
 

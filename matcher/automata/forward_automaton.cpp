@@ -24,6 +24,7 @@ constexpr std::uint32_t kRefusesLineEnd = 64;  // see Run::refusesLineEnd
 constexpr std::uint32_t kRefusesEmpty = 128;   // see Run::refusesEmpty
 constexpr std::uint32_t kStartsHere = 256;     // see Run::startsAtPlace: the place itself ...
 constexpr std::uint32_t kStartsNoMore = 512;   // ... and what is behind it
+constexpr std::uint32_t kDead = 1024;          // a match has ended, and no longer one is possible
 
 /// The entry of a state that could not be made.
 constexpr StateCache::Entry kSpentEntry = std::numeric_limits<StateCache::Entry>::min();
@@ -37,7 +38,7 @@ bool IsIdle(const StateCache::State& state) {
 }
 
 bool IsDead(const StateCache::State& state) {
-  return state.content.empty() && (state.tag & kHasMatch) != 0;
+  return (state.tag & kDead) != 0;
 }
 
 }  // namespace
@@ -50,25 +51,9 @@ ForwardAutomaton::ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdl
 
 // The road through the states.
 
-ForwardAutomaton::Outcome ForwardAutomaton::Go(Run& run) {
-  Reader reader = {run.place, run.textEnd};
-  Number state = IdleState(run);
-  const Outcome outcome = Search(reader, state);
-  if (outcome == Outcome::kMatch) return FinishMatch(run, reader, state);
-  if (outcome == Outcome::kSpent) return outcome;
-  if (!run.startsAtPlace) {
-    run.place = reader.next;
-    return outcome;
-  }
-  credit_.Spend(reader.next - run.place);
-  if (run.place == run.textEnd) return Outcome::kEndOfText;
-  ++run.place;
-  return Outcome::kIdle;
-}
-
 /// Reads on from `state` until a first match has ended; `state` is then the one behind it. Or to where
 /// nothing has begun, or behind the end of the text.
-ForwardAutomaton::Outcome ForwardAutomaton::Search(Reader& reader, Number& state) {
+inline ForwardAutomaton::Outcome ForwardAutomaton::Search(Reader& reader, Number& state) {
   for (Entry row = StateCache::RowOf(state);;) {
     const Entry* const entries = cache_.Entries();
     const Byte* const end = reader.textEnd;
@@ -108,9 +93,10 @@ void ForwardAutomaton::Leap(const PlaceScan& leap, Reader& reader) {
 }
 
 /// Reads on from `state`, the first behind the end of a match, until no longer match is possible.
-ForwardAutomaton::Outcome ForwardAutomaton::FinishMatch(Run& run, Reader& reader, Number state) {
+inline ForwardAutomaton::Outcome ForwardAutomaton::FinishMatch(Run& run, Reader& reader,
+                                                               Number state) {
   NoteEnd(run, reader.LastPlace(), cache_.Tags()[state]);
-  while (!IsDead(cache_.At(state))) {
+  while ((cache_.Tags()[state] & kDead) == 0) {
     if (!ReadOn(run, reader, state)) return Outcome::kSpent;
   }
   credit_.Spend(reader.LastPlace() - run.end);
@@ -119,7 +105,7 @@ ForwardAutomaton::Outcome ForwardAutomaton::FinishMatch(Run& run, Reader& reader
 
 /// Reads on from `state` to where something is to be done; `state` is then the one there. Returns false
 /// if the credit is spent.
-bool ForwardAutomaton::ReadOn(Run& run, Reader& reader, Number& state) {
+inline bool ForwardAutomaton::ReadOn(Run& run, Reader& reader, Number& state) {
   const Entry* const entries = cache_.Entries();
   const std::uint32_t* const tags = cache_.Tags();
   if (const PlaceScan* leap = LeapOf(state)) {
@@ -155,10 +141,26 @@ bool ForwardAutomaton::ReadOn(Run& run, Reader& reader, Number& state) {
 }
 
 /// Takes `end` for the end of the match if the state with `tag`, behind it, says so.
-void ForwardAutomaton::NoteEnd(Run& run, const Byte* end, std::uint32_t tag) {
+inline void ForwardAutomaton::NoteEnd(Run& run, const Byte* end, std::uint32_t tag) {
   if ((tag & kEnded) == 0) return;
   run.end = end;
   run.start = (tag & kEndedKnown) != 0 ? run.place : nullptr;
+}
+
+ForwardAutomaton::Outcome ForwardAutomaton::Go(Run& run) {
+  Reader reader = {run.place, run.textEnd};
+  Number state = IdleState(run);
+  const Outcome outcome = Search(reader, state);
+  if (outcome == Outcome::kMatch) return FinishMatch(run, reader, state);
+  if (outcome == Outcome::kSpent) return outcome;
+  if (!run.startsAtPlace) {
+    run.place = reader.next;
+    return outcome;
+  }
+  credit_.Spend(reader.next - run.place);
+  if (run.place == run.textEnd) return Outcome::kEndOfText;
+  ++run.place;
+  return Outcome::kIdle;
 }
 
 // Making states.
@@ -229,7 +231,8 @@ bool ForwardAutomaton::Step(Number from, Byte byte, StateCache::State& to) {
   if (mayStart && !ended) {
     stepGroup(&start, &start + 1, stopsWhenIdle_ && sourceIsIdle, mayBeEmpty);
   }
-  if (!IsDead(to)) to.tag |= static_cast<std::uint32_t>(kind);
+  const bool isDead = to.content.empty() && (to.tag & kHasMatch) != 0;
+  to.tag |= isDead ? kDead : static_cast<std::uint32_t>(kind);
   return !credit_.IsSpent();
 }
 
@@ -243,7 +246,7 @@ StateCache::Entry ForwardAutomaton::EntryFor(std::uint32_t fromTag, Number to) c
 }
 
 /// The state in which `run` begins.
-StateCache::Number ForwardAutomaton::IdleState(const Run& run) {
+inline StateCache::Number ForwardAutomaton::IdleState(const Run& run) {
   const std::size_t slot =
       (run.startsAtPlace ? 4 * kByteKinds : 0) + (run.refusesLineEnd ? 2 * kByteKinds : 0) +
       (run.refusesEmpty ? kByteKinds : 0) + static_cast<std::size_t>(run.before);
@@ -271,7 +274,7 @@ void ForwardAutomaton::ForgetOldStates() {
 
 // Leaps.
 
-const PlaceScan* ForwardAutomaton::LeapOf(Number state) const {
+inline const PlaceScan* ForwardAutomaton::LeapOf(Number state) const {
   const auto slot = static_cast<std::size_t>(state);
   return slot < leaps_.size() ? leaps_[slot].get() : nullptr;
 }

@@ -82,39 +82,39 @@ void MatchLocator::Begin(const Byte* text, std::size_t length) {
   if (line_ != nullptr) line_->Forget();
 }
 
-SearchOutcome MatchLocator::Find(const Request& request, Match& match) {
-  Search search = {request.place, request.begin, request.end, request.refusesEmpty, false, {}};
-  SearchOutcome outcome = FindFrom(search);
-  const bool asksBehind = outcome == SearchOutcome::kFound && search.match.end == request.end &&
-                          request.behind >= 0 && program_.words_;
+MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, const Byte* end,
+                                       bool refusesEmpty, int behind) {
+  Search search = {place, begin, end, refusesEmpty, false, {}};
+  gaveUpAt_ = nullptr;
+  if (!FindFrom(search)) return {};
   // A word ends before the byte behind the text as it really is, unless it is the whole line.
-  if (asksBehind && graph_.kindOf[static_cast<std::size_t>(request.behind)] == ByteKind::kLetter &&
+  if (behind >= 0 && program_.words_ && search.match.end == end &&
+      graph_.kindOf[static_cast<std::size_t>(behind)] == ByteKind::kLetter &&
       KindBefore(search, search.match.start) != ByteKind::kNewline) {
     search.place = search.match.start;
     search.refusesLineEnd = true;
-    outcome = FindFrom(search);
+    if (!FindFrom(search)) return {};
   }
-  match = search.match;
-  return outcome;
+  return search.match;
 }
 
-SearchOutcome MatchLocator::FindFrom(Search& search) {
-  if (program_.string_) {
-    return FindString(search) ? SearchOutcome::kFound : SearchOutcome::kNotFound;
-  }
+/// Finds the first match from the search's place on. Returns false where there is none, or where it gives
+/// up.
+bool MatchLocator::FindFrom(Search& search) {
+  if (program_.string_) return FindString(search);
   for (;;) {
     const bool isOnLine = line_ != nullptr && line_->Covers(search.place, search.refusesLineEnd);
     Step step = isOnLine || credit_.IsSpent() ? FindOnLines(search) : Step::kGoOn;
     if (step == Step::kSpent && !GrantMore()) {
-      search.match = {search.place, nullptr};
-      return SearchOutcome::kGaveUp;
+      gaveUpAt_ = search.place;
+      return false;
     }
     if (step == Step::kGoOn || step == Step::kSpent) step = FindByAutomata(search);
     if (step == Step::kSpent && TryPlaces()) step = FindByAutomata(search);
-    if (step == Step::kNotFound) return SearchOutcome::kNotFound;
+    if (step == Step::kNotFound) return false;
     if (step == Step::kFound) {
       PassTo(search.match.end);
-      return SearchOutcome::kFound;
+      return true;
     }
   }
 }

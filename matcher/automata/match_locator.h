@@ -30,7 +30,6 @@
 #include "matcher/automata/search_credit.h"
 #include "matcher/scan/place_scan.h"
 #include "matcher/scan/string_scan.h"
-#include "matcher/search_outcome.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -89,13 +88,18 @@ class MatchLocator {
   };
 
   struct Match {
-    const unsigned char* start = nullptr;
+    const unsigned char* start = nullptr;  // null: there is none
     const unsigned char* end = nullptr;
   };
 
-  /// The leftmost match, and of those the longest. With `kGaveUp` the start of `match` is the place up
-  /// to which there is none. Throws nothing but std::bad_alloc, and is then as usable as before.
-  SearchOutcome Find(const Request& request, Match& match);
+  /// The leftmost match, and of those the longest. Throws nothing but std::bad_alloc, and is then as
+  /// usable as before. Taken apart and given back in registers: matches can be a few bytes apart.
+  Match Find(const Request& request) {
+    return Find(request.place, request.begin, request.end, request.refusesEmpty, request.behind);
+  }
+
+  /// Where the latest search gave up, before a match was found; null if it did not.
+  const unsigned char* GaveUpAt() const { return gaveUpAt_; }
 
  private:
   using Byte = unsigned char;
@@ -108,7 +112,8 @@ class MatchLocator {
     kSpent,  // not known: the credit is spent
   };
 
-  SearchOutcome FindFrom(Search& search);
+  Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int behind);
+  bool FindFrom(Search& search);
   bool FindString(Search& search) const;
   Step FindByAutomata(Search& search);
   bool FindStart(Search& search, const Byte* from);
@@ -139,6 +144,7 @@ class MatchLocator {
 
   // Of the text.
   std::int64_t unitsLeft_ = 0;
+  const Byte* gaveUpAt_ = nullptr;
   const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at
   // The required string that was found last, the place from which it was looked for, and the first place
   // of its line, or that place.

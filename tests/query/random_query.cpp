@@ -201,6 +201,38 @@ RefQuery RandomPatternQuery(Dice& dice, bool references) {
   }
 }
 
+std::vector<Piece> SmallPieces() {
+  const auto character = [](int code) {
+    Piece piece = MakePiece(PieceKind::kCharacter);
+    piece.code = code;
+    return piece;
+  };
+  const auto repeat = [](Piece body, int least, int most) {
+    Piece piece = MakePiece(PieceKind::kRepeat, {std::move(body)});
+    piece.least = least;
+    piece.most = most;
+    return piece;
+  };
+  const auto group = [](std::vector<Piece> alternatives) {
+    Piece inside = MakePiece(PieceKind::kChoice, std::move(alternatives));
+    return MakePiece(PieceKind::kGroup, {std::move(inside)});
+  };
+  const Piece nothing = MakePiece(PieceKind::kSequence);
+  std::vector<Piece> pieces = {
+      character('a'),
+      MakePiece(PieceKind::kAny),
+      repeat(character('a'), 0, kEndless),
+      repeat(MakePiece(PieceKind::kAny), 0, 1),
+      group({character('a'), nothing}),
+      repeat(group({repeat(character('a'), 0, kEndless)}), 0, kEndless),
+      repeat(group({MakePiece(PieceKind::kLineStart), character('a')}), 2, 3),
+      repeat(group({MakePiece(PieceKind::kWordEdge), character(' ')}), 1, kEndless)};
+  for (const PieceKind anchor : {PieceKind::kLineStart, PieceKind::kLineEnd, PieceKind::kWordStart,
+                                 PieceKind::kWordEnd, PieceKind::kWordEdge, PieceKind::kNoWordEdge})
+    pieces.push_back(MakePiece(anchor));
+  return pieces;
+}
+
 std::string RandomText(Dice& dice, bool utf8) {
   static const std::vector<std::string> kUtf8 = {
       "a",          "a",      "a",       "b",      "b",    "A",    " ",

@@ -7,6 +7,7 @@
 #include "tests/query/reference_query.h"
 
 #include <string>
+#include <vector>
 
 namespace trovex::testing {
 
@@ -15,6 +16,9 @@ RefQuery RandomQuery(Dice& dice);
 
 /// One pattern, with references to its groups if `references`.
 RefQuery RandomPatternQuery(Dice& dice, bool references);
+
+/// Pieces that small patterns are made of.
+std::vector<Piece> SmallPieces();
 
 /// A text of a few characters, in UTF-8 with all that can go wrong, or in Latin-1.
 std::string RandomText(Dice& dice, bool utf8);

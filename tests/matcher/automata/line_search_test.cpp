@@ -51,11 +51,11 @@ Ranges ByAutomata(const std::string& pattern, const std::string& line) {
   locator.Begin(begin, line.size());
   Ranges ranges;
   bool touches = false;
-  MatchLocator::Match match;
   for (const unsigned char* place = begin; place <= end;) {
     const MatchLocator::Request request = {
         .place = place, .begin = begin, .end = end, .refusesEmpty = touches};
-    if (locator.Find(request, match) != SearchOutcome::kFound) break;
+    const MatchLocator::Match match = locator.Find(request);
+    if (match.start == nullptr) break;
     ranges.emplace_back(match.start - begin, match.end - begin);
     touches = match.end > match.start;
     place = match.end + (touches ? 0 : 1);
