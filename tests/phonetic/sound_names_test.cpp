@@ -1,5 +1,6 @@
 // How well sound keys tell German family names apart: the share of pairs that sound alike and are found
-// (recall), and the share of found pairs that do sound alike (precision), on the list in data/.
+// (recall), and the share of found pairs that do sound alike (precision), on the lists in data/: one that the
+// rules were made with, and one that was made blind and measured once.
 
 #include "phonetic/sound_key.h"
 #include "tests/phonetic/utf8_word.h"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <cstddef>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -20,10 +22,10 @@ struct Name {
   int group;  // names that sound alike have the same
 };
 
-/// The names of the list. Every name of a "-" line is a group of its own.
-std::vector<Name> ReadNames() {
+/// The names of the list `path`. Every name of a "-" line is a group of its own.
+std::vector<Name> ReadNames(const char* path) {
   std::vector<Name> names;
-  std::ifstream file(TROVEX_FAMILY_NAMES);
+  std::ifstream file(path);
   std::string line;
   int group = 0;
   while (std::getline(file, line)) {
@@ -38,8 +40,13 @@ std::vector<Name> ReadNames() {
   return names;
 }
 
-TEST(SoundNames, AreToldApartWithRecallAndPrecisionOfNinetyPercent) {
-  const std::vector<Name> names = ReadNames();
+struct Figures {
+  double recall;
+  double precision;
+};
+
+/// Compares every name with every other one, and prints what was missed and what was wrong.
+Figures Measure(const std::vector<Name>& names) {
   std::size_t alike = 0;
   std::size_t found = 0;
   std::size_t right = 0;
@@ -49,22 +56,37 @@ TEST(SoundNames, AreToldApartWithRecallAndPrecisionOfNinetyPercent) {
     for (std::size_t j = i + 1; j < names.size(); ++j) {
       const bool isAlike = names[i].group == names[j].group;
       const bool isFound = names[i].key == names[j].key;
+      if (!isAlike && !isFound) continue;
       const std::string pair = names[i].typed + "/" + names[j].typed + " ";
       alike += isAlike ? 1 : 0;
       found += isFound ? 1 : 0;
       right += isAlike && isFound ? 1 : 0;
-      if (isAlike && !isFound) missed += pair;
-      if (isFound && !isAlike) wrong += pair;
+      if (!isFound) missed += pair;
+      if (!isAlike) wrong += pair;
     }
   }
-  ASSERT_GT(names.size(), 600U);
-  const double recall = static_cast<double>(right) / static_cast<double>(alike);
-  const double precision = static_cast<double>(right) / static_cast<double>(found);
-  std::cout << names.size() << " names, " << alike << " pairs alike: recall " << recall
-            << ", precision " << precision << "\nmissed: " << missed << "\nwrong: " << wrong
+  const Figures figures{static_cast<double>(right) / static_cast<double>(alike),
+                        static_cast<double>(right) / static_cast<double>(found)};
+  std::cout << names.size() << " names, " << alike << " pairs alike: recall " << figures.recall
+            << ", precision " << figures.precision << "\nmissed: " << missed << "\nwrong: " << wrong
             << '\n';
-  EXPECT_GE(recall, 0.95);
-  EXPECT_GE(precision, 0.95);
+  return figures;
+}
+
+TEST(SoundNames, OfTheRulesOwnListAreToldApart) {
+  const std::vector<Name> names = ReadNames(TROVEX_FAMILY_NAMES);
+  ASSERT_GT(names.size(), 600U);
+  const Figures figures = Measure(names);
+  EXPECT_GE(figures.recall, 0.95);
+  EXPECT_GE(figures.precision, 0.95);
+}
+
+TEST(SoundNames, OfAListMadeBlindAreToldApartWithRecallAndPrecisionOfNinetyPercent) {
+  const std::vector<Name> names = ReadNames(TROVEX_BLIND_FAMILY_NAMES);
+  ASSERT_GT(names.size(), 1200U);
+  const Figures figures = Measure(names);
+  EXPECT_GE(figures.recall, 0.90);
+  EXPECT_GE(figures.precision, 0.90);
 }
 
 }  // namespace
