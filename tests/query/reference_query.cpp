@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <functional>
-#include <set>
 #include <string_view>
-#include <tuple>
 
 namespace trovex::testing {
 
@@ -215,12 +213,14 @@ class ReferenceMatcher {
   }
 
   bool Matches(const Piece& piece, std::size_t begin, std::size_t end) {
-    const auto key = std::make_tuple(piece.id, begin, end);
-    const auto known = known_.find(key);
-    if (known != known_.end()) return known->second;
-    const bool matches = WorkOut(piece, begin, end);
-    known_[key] = matches;
-    return matches;
+    const std::size_t places = text_.size() + 1;
+    const std::size_t index = (static_cast<std::size_t>(piece.id) * places + begin) * places + end;
+    if (known_.size() <= index) known_.resize(index + 1, Known::kNotYet);
+    if (known_[index] == Known::kNotYet) {
+      const bool matches = WorkOut(piece, begin, end);
+      known_[index] = matches ? Known::kYes : Known::kNo;
+    }
+    return known_[index] == Known::kYes;
   }
 
   bool WorkOut(const Piece& piece, std::size_t begin, std::size_t end) {
@@ -411,7 +411,8 @@ class ReferenceMatcher {
   Piece pattern_;
   const Characters& text_;
   const RefOptions& options_;
-  std::map<std::tuple<int, std::size_t, std::size_t>, bool> known_;
+  enum class Known : unsigned char { kNotYet, kNo, kYes };
+  std::vector<Known> known_;  // by piece, begin and end
 };
 
 // Operators.
