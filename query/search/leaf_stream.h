@@ -88,7 +88,7 @@ class PatternStream : public LeafStream {
 
   PatternSearch search_;
   bool bringsTags_;
-  int firstTag_;
+  const std::vector<int>& firstTags_;
   std::vector<ByteRange> groups_;
 };
 
