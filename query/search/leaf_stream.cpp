@@ -72,6 +72,7 @@ bool LeafStream::OpenNext() {
   hasPiece_ = true;
   countedTo_ = 0;
   wordsBegun_ = 0;
+  paid_ = 0;
   ++nextBlock_;
   Context().Spend(kWorkOfByte * static_cast<std::int64_t>(text.size() - pieceBegin_), range.begin);
   BeginPiece(text.subspan(pieceBegin_));
@@ -87,6 +88,14 @@ TextView LeafStream::OpenBlockOf(const ByteRange& range) {
   return block_->Text();
 }
 
+/// Pays for what NextMatch has done. The place is that of the piece, for what was not found is not known.
+void LeafStream::PayForWork() {
+  const std::int64_t work = Work();
+  if (work == paid_) return;
+  Context().Spend(work - paid_, ByteOf(0));
+  paid_ = work;
+}
+
 void LeafStream::CloseBlock() {
   hasPiece_ = false;
   if (block_ != nullptr) Context().blocks.Close(*block_);
@@ -97,6 +106,7 @@ bool LeafStream::Next(FoundPlace& place) {
   while (!Context().gaveUp && (hasPiece_ || OpenNext())) {
     ByteRange match;
     const SearchOutcome outcome = NextMatch(match);
+    PayForWork();
     if (outcome == SearchOutcome::kFound) {
       Describe(match, place);
       if (!Context().wantsTags || AddTags(match, place)) return true;

@@ -108,4 +108,21 @@ TEST(LongQueries, GiveUpWithThePlaceWhereQueryAndTextAreTooMuchTogether) {
   EXPECT_LT(outcome.work, bound + bound / 100);
 }
 
+TEST(LongQueries, HardPatternsArePaidForTogether) {
+  // Which `a` a match starts with is known a hundred bytes later: the automata would need a state for
+  // nearly each byte.
+  std::string text;
+  for (std::uint32_t i = 0, random = 1; i < 20'000; ++i) {
+    random = random * 1'103'515'245 + 12'345;
+    text += (random >> 16 & 1) != 0 ? 'a' : 'b';
+  }
+  const auto work = [&text](int patterns) {
+    std::string query;
+    for (int i = 0; i < patterns; ++i)
+      query += "a[ab]{" + std::to_string(100 + i) + "}c|b & ";
+    return Search(query + "b", text).work;
+  };
+  EXPECT_GT(work(8), 3 * work(1));
+}
+
 }  // namespace
