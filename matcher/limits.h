@@ -84,8 +84,8 @@ inline constexpr std::int64_t kMaxStepCost = 950;
 /// What such a search may keep of a line: words of 64 positions. 128 MB.
 inline constexpr std::size_t kMaxLineWords = std::size_t{1} << 24;
 
-/// The roads beside the automata: units of work, of about a nanosecond each, that all searches of one
-/// text may take together in any case, and per byte of the text.
+/// The roads beside the automata, and the operators of a query: units of work, of about a nanosecond
+/// each, that all searches of one text may take together in any case, and per byte of the text.
 inline constexpr std::int64_t kWorkAtLeast = 1'000'000'000;
 inline constexpr std::int64_t kWorkPerByte = 2'000;
 

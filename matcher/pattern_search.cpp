@@ -77,6 +77,13 @@ void PatternSearch::GoOnBehind(const ByteRange& match) {
   place_ = touches_ ? match.end : match.end + 1;
 }
 
+std::int64_t PatternSearch::Work() const {
+  constexpr std::int64_t kUnitOfReferences = 10;
+  std::int64_t work = locator_ ? locator_->Work() : 0;
+  if (references_) work += kUnitOfReferences * static_cast<std::int64_t>(references_->Used());
+  return work;
+}
+
 SearchOutcome PatternSearch::Groups(const ByteRange& match, std::vector<ByteRange>& groups) {
   groups.clear();
   if (program_.GroupCount() == 0) return SearchOutcome::kFound;

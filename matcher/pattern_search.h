@@ -20,6 +20,7 @@
 #include "text/byte_range.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -47,6 +48,10 @@ class PatternSearch {
 
   /// With `kGaveUp`: a match that was not found starts here or later.
   std::size_t GaveUpAt() const { return place_; }
+
+  /// What has been spent since `Begin` where reading the text once was not enough, in units of about a
+  /// nanosecond.
+  std::int64_t Work() const;
 
  private:
   SearchOutcome NextLocated(ByteRange& match);

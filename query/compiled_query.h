@@ -24,7 +24,7 @@ struct CompiledQuery {
   int tagCount = 0;
   std::vector<QueryPart> parts;
   std::string description;
-  /// The tree that the plan refers to; its patterns are compiled away.
+  /// The tree that the plan was made of; its patterns are compiled away.
   ParsedQuery parsed;
   SearchPlan plan;
 };

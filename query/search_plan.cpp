@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace trovex {
@@ -27,6 +29,33 @@ constexpr double kCostOfScan = 1;
 constexpr double kCostOfPattern = 4;
 constexpr double kCostOfSound = 16;
 
+constexpr std::size_t kNoLeaf = SIZE_MAX;
+
+/// `tree`, whose `translate` is the identity, as a string that no other tree has.
+std::string Written(const SyntaxTree& tree) {
+  std::string written;
+  const auto write = [&written](std::uint64_t number, int bytes) {
+    for (int i = 0; i < bytes; ++i)
+      written += static_cast<char>(number >> (8 * i) & 0xFF);
+  };
+  write(tree.nodes.size(), 4);
+  for (const SyntaxNode& node : tree.nodes) {
+    write(static_cast<std::uint64_t>(node.kind), 1);
+    for (const int number : {node.value, node.min, node.max, node.firstChild, node.nextSibling})
+      write(static_cast<std::uint32_t>(number), 4);
+  }
+  for (const CharSet& set : tree.sets) {
+    for (std::size_t c = 0; c < set.size(); c += 8) {
+      unsigned bits = 0;
+      for (std::size_t i = 0; i < 8; ++i)
+        bits |= (set[c + i] ? 1U : 0U) << i;
+      write(bits, 1);
+    }
+  }
+  write(static_cast<std::uint32_t>(tree.groupCount), 4);
+  return written;
+}
+
 /// Left by the planner where a pattern cannot be compiled.
 struct Refused {
   QueryFault fault;
@@ -47,11 +76,24 @@ class Planner {
     int height = 0;
     double cost = 0;
     StringClauses required;
+    /// The same for streams that are equal leaves; kNoLeaf for all others.
+    std::size_t leaf = kNoLeaf;
+  };
+
+  /// Operands of one AND or OR, equal leaves among them once.
+  struct Operands {
+    std::vector<Planned> list;
+    std::unordered_map<std::size_t, std::size_t> streamOfLeaf;
+  };
+
+  struct CompiledLeaf {
+    std::shared_ptr<const PatternProgram> program;
+    std::size_t leaf = kNoLeaf;
   };
 
   Planned Add(QueryNode& node, bool bringsTags) {
     Planned planned = AddWithoutTags(node, bringsTags);
-    if (bringsTags && !node.tags.empty()) plan_.streams[planned.stream].tags = &node.tags;
+    if (bringsTags) AddTags(plan_.streams[planned.stream].tags, node.tags);
     if (planned.height >= kMostNested) Store(planned);
     return planned;
   }
@@ -83,7 +125,7 @@ class Planner {
   Planned AddPattern(QueryNode& node, bool bringsTags) {
     QueryPattern& pattern = *node.pattern;
     PlannedStream& stream = Append(Kind::kPattern);
-    stream.firstTag = pattern.firstTag;
+    stream.firstTags.push_back(pattern.firstTag);
     stream.bringsTags = bringsTags;
     Planned planned;
     planned.stream = Last();
@@ -91,7 +133,10 @@ class Planner {
     stream.scan = ScanForClauses(planned.required, plan_.foldsCase);
     planned.cost = stream.scan.has_value() ? kCostOfScan : kCostOfPattern;
     stream.isPlain = !options_.wholeWords && IsPlainPattern(pattern.tree);
-    stream.program = Compiled(std::move(pattern.tree), node.typed);
+    const auto [known, isNew] = programs_.try_emplace(Written(pattern.tree));
+    if (isNew) known->second = {Compiled(std::move(pattern.tree), node.typed), leafCount_++};
+    stream.program = known->second.program;
+    planned.leaf = known->second.leaf;
     return planned;
   }
 
@@ -112,6 +157,9 @@ class Planner {
     Planned planned;
     planned.stream = Last();
     planned.cost = kCostOfSound;
+    const auto [known, isNew] = sounds_.try_emplace(stream.soundKey.sounds, leafCount_);
+    if (isNew) ++leafCount_;
+    planned.leaf = known->second;
     return planned;
   }
 
@@ -126,15 +174,40 @@ class Planner {
   }
 
   Planned AddOr(QueryNode& node, bool bringsTags) {
-    std::vector<Planned> operands;
+    Operands operands;
     for (const auto& child : node.children)
-      operands.push_back(Add(*child, bringsTags));
+      AddOperand(operands, Add(*child, bringsTags));
+    if (operands.list.size() == 1) return std::move(operands.list.front());
     std::vector<StringClauses> required;
-    for (Planned& operand : operands)
+    for (Planned& operand : operands.list)
       required.push_back(std::move(operand.required));
-    Planned planned = Merge(Kind::kOr, std::move(operands));
+    Planned planned = Merge(Kind::kOr, std::move(operands.list));
     planned.required = AnyOfClauses(required);
     return planned;
+  }
+
+  /// Adds the stream that was planned last to `operands`, or its tags to its equal among them.
+  void AddOperand(Operands& operands, Planned planned) {
+    if (planned.leaf != kNoLeaf) {
+      const auto [equal, isNew] = operands.streamOfLeaf.try_emplace(planned.leaf, planned.stream);
+      if (!isNew) {
+        UniteLast(equal->second);
+        return;
+      }
+    }
+    operands.list.push_back(std::move(planned));
+  }
+
+  /// Makes the last stream one with `stream`, an equal leaf.
+  void UniteLast(std::size_t stream) {
+    const PlannedStream last = std::move(plan_.streams.back());
+    plan_.streams.pop_back();
+    AddTags(plan_.streams[stream].tags, last.tags);
+    AddTags(plan_.streams[stream].firstTags, last.firstTags);
+  }
+
+  static void AddTags(std::vector<int>& tags, const std::vector<int>& more) {
+    tags.insert(tags.end(), more.begin(), more.end());
   }
 
   /// A stream that reads `operands`, the cheapest first.
@@ -152,12 +225,12 @@ class Planner {
     return planned;
   }
 
-  Planned MergeAll(std::vector<Planned> operands) {
-    if (operands.size() == 1) return std::move(operands.front());
+  Planned MergeAll(Operands operands) {
+    if (operands.list.size() == 1) return std::move(operands.list.front());
     std::vector<StringClauses> required;
-    for (Planned& operand : operands)
+    for (Planned& operand : operands.list)
       required.push_back(std::move(operand.required));
-    Planned planned = Merge(Kind::kAnd, std::move(operands));
+    Planned planned = Merge(Kind::kAnd, std::move(operands.list));
     planned.required = AllOfClauses(std::move(required));
     if (planned.height >= kMostNested) Store(planned);
     return planned;
@@ -166,23 +239,31 @@ class Planner {
   /// An AND, from the right: operands without a distance between them are merged together, and each
   /// distance parts what stands left of it from all that stands right of it.
   Planned AddChain(QueryNode& node, bool bringsTags) {
-    std::vector<Planned> merged;
+    Operands merged;
     const std::size_t last = node.children.size() - 1;
     const bool isLastNear = last > 0 && node.links[last - 1].IsNear();
-    merged.push_back(isLastNear ? AddNearOperand(*node.children[last], bringsTags)
-                                : Add(*node.children[last], bringsTags));
+    AddOperand(merged, isLastNear ? AddNearOperand(*node.children[last], bringsTags)
+                                  : Add(*node.children[last], bringsTags));
     for (std::size_t i = last; i-- > 0;) {
       QueryNode& child = *node.children[i];
       if (!node.links[i].IsNear()) {
-        merged.push_back(Add(child, bringsTags));
+        AddOperand(merged, Add(child, bringsTags));
         continue;
       }
       const bool isRightNegated = i + 1 == last && IsNot(*node.children[last]);
       Planned right = MergeAll(std::move(merged));
       Planned left = AddNearOperand(child, bringsTags);
-      merged.clear();
-      merged.push_back(
-          AddNear(std::move(left), IsNot(child), std::move(right), isRightNegated, node.links[i]));
+      merged = {};
+      const bool isNegated = IsNot(child) || isRightNegated;
+      if (!isNegated && !node.links[i].ordered && left.leaf != kNoLeaf && left.leaf == right.leaf) {
+        UniteLast(right.stream);
+        merged.streamOfLeaf.emplace(right.leaf, right.stream);
+        merged.list.push_back(std::move(right));
+        continue;
+      }
+      Planned near =
+          AddNear(std::move(left), IsNot(child), std::move(right), isRightNegated, node.links[i]);
+      merged.list.push_back(std::move(near));
     }
     return MergeAll(std::move(merged));
   }
@@ -227,6 +308,10 @@ class Planner {
   }
 
   const QueryOptions& options_;
+  /// The leaves that are known: patterns by their trees, sounds by their keys.
+  std::unordered_map<std::string, CompiledLeaf> programs_;
+  std::unordered_map<std::string, std::size_t> sounds_;
+  std::size_t leafCount_ = 0;
   CompileBudget budget_;  // of all patterns together
   SearchPlan& plan_;
 };

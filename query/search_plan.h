@@ -4,6 +4,11 @@
 // chain of ANDs with distances is written out as the pairs that it stands for, from the right. Patterns
 // are compiled, and where a scan for required strings pays, each has one. Nothing in it changes after
 // it was made: any number of searches read it at the same time.
+//
+// Patterns and sounds that are equal are compiled once. Where such leaves are operands of one AND or OR,
+// they have the same places, and the same verdict: they are one stream, which brings the tags of all. So
+// it is with the two operands of a distance, for a place is in reach of itself. Where the order counts,
+// it need not be.
 
 #ifndef TROVEX_QUERY_SEARCH_PLAN_H
 #define TROVEX_QUERY_SEARCH_PLAN_H
@@ -34,13 +39,14 @@ struct PlannedStream {
   bool isLeftNegated = false;
   bool isRightNegated = false;
   AndLink link;
-  /// The tags of all places, or null.
-  const std::vector<int>* tags = nullptr;
+  /// The tags of all places.
+  std::vector<int> tags;
   /// Whether somebody may ask for the places and not for the verdict alone.
   bool bringsTags = true;
 
   std::shared_ptr<const PatternProgram> program;
-  int firstTag = 0;
+  /// The tags of the pattern's group 1, one for each pattern that the stream stands for.
+  std::vector<int> firstTags;
   std::optional<PlaceScan> scan;
   /// Whether the pattern can be looked for in the bytes of a UTF-8 text (plain_pattern.h).
   bool isPlain = false;
@@ -60,8 +66,7 @@ struct SearchPlan {
   bool foldsCase = false;
 };
 
-/// Compiles `query`, whose patterns are left without their trees; the plan refers to its tags, so the
-/// query must outlive it. Throws std::bad_alloc.
+/// Compiles `query`, whose patterns are left without their trees. Throws std::bad_alloc.
 std::variant<SearchPlan, QueryFault> MakeSearchPlan(ParsedQuery& query,
                                                     const QueryOptions& options);
 

@@ -74,7 +74,8 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
 
 void MatchLocator::Begin(const Byte* text, std::size_t length) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
-  unitsLeft_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  unitsGiven_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  unitsLeft_ = unitsGiven_;
   credit_.ForgiveDebt();
   if (bytes >= kLongText) credit_.Grant(kFirstCredit);
   passed_ = text;

@@ -103,6 +103,9 @@ class ReferenceRun {
   /// budget: about 2 µs a byte of the text, and a second beside it.
   void Begin(TextView text);
 
+  /// What the searches since `Begin` have spent, in units of about 10 ns.
+  std::uint64_t Used() const { return used_; }
+
   /// The leftmost match that begins from `from` to `lastStart`, of those the
   /// longest. Writes its range, and to `groups`, unless that is null, the range
   /// of group g at g - 1. Nothing is written unless a match is found.

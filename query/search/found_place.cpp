@@ -1,5 +1,7 @@
 #include "query/search/found_place.h"
 
+#include <utility>
+
 namespace trovex {
 
 void TagLists::Reset() {
@@ -30,6 +32,7 @@ void TagLists::Unite(FoundPlace& to, FoundPlace& from) {
     return;
   }
   if (from.tags == kNoTags) return;
+  if (lists_[to.tags].size() < lists_[from.tags].size()) std::swap(to.tags, from.tags);
   std::vector<TagRange>& all = lists_[to.tags];
   const std::vector<TagRange>& more = lists_[from.tags];
   all.insert(all.end(), more.begin(), more.end());

@@ -1,6 +1,7 @@
 #include "query/search/item_stream.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace trovex {
@@ -8,6 +9,7 @@ namespace trovex {
 void ItemStream::Begin() {
   headState_ = State::kUnknown;
   verdict_ = State::kUnknown;
+  head_ = {};
   OnBegin();
 }
 
@@ -17,16 +19,21 @@ bool ItemStream::IsSatisfied() {
 }
 
 const FoundPlace* ItemStream::Head() {
-  if (headState_ == State::kUnknown) {
-    head_.tags = kNoTags;
-    headState_ = Next(head_) ? State::kYes : State::kNo;
-    if (headState_ == State::kYes) verdict_ = State::kYes;
-    if (headState_ == State::kYes && tags_ != nullptr && context_.wantsTags) {
-      for (const int tag : *tags_)
-        context_.tagLists.Add(head_, {tag, head_.begin, head_.end});
-    }
-  }
+  if (headState_ == State::kUnknown) headState_ = FindHead() ? State::kYes : State::kNo;
   return headState_ == State::kYes ? &head_ : nullptr;
+}
+
+bool ItemStream::FindHead() {
+  if (context_.gaveUp) return false;
+  head_.tags = kNoTags;
+  if (!Next(head_)) return false;
+  verdict_ = State::kYes;
+  context_.Spend(kWorkOfPlace, head_.begin);
+  if (tags_ == nullptr || !context_.wantsTags) return true;
+  context_.Spend(kWorkOfTag * static_cast<std::int64_t>(tags_->size()), head_.begin);
+  for (const int tag : *tags_)
+    context_.tagLists.Add(head_, {tag, head_.begin, head_.end});
+  return true;
 }
 
 FoundPlace ItemStream::Take() {
@@ -65,22 +72,39 @@ void MergeStream::Open() {
   isOpen_ = true;
   if (!IsSatisfied()) return;
   for (ItemStream* const operand : operands_) {
-    if (const FoundPlace* const head = operand->Head()) sources_.push_back({*head, operand});
+    if (const FoundPlace* const head = operand->Head())
+      sources_.push_back({head->begin, head->end, operand});
   }
-  std::make_heap(sources_.begin(), sources_.end(), IsBehind);
+  workOfTake_ = kWorkOfComparison * static_cast<std::int64_t>(std::bit_width(sources_.size()));
+  for (std::size_t i = sources_.size() / 2; i > 0; --i)
+    SiftDown(i - 1);
+}
+
+/// Puts the source at `index` of the heap where it belongs, among those below it.
+void MergeStream::SiftDown(std::size_t index) {
+  const Source source = sources_[index];
+  for (std::size_t child = 2 * index + 1; child < sources_.size(); child = 2 * index + 1) {
+    if (child + 1 < sources_.size() && sources_[child + 1].IsBefore(sources_[child])) ++child;
+    if (!sources_[child].IsBefore(source)) break;
+    sources_[index] = sources_[child];
+    index = child;
+  }
+  sources_[index] = source;
 }
 
 /// Takes the first place of all operands, of which there is one.
 FoundPlace MergeStream::TakeFirst() {
-  std::pop_heap(sources_.begin(), sources_.end(), IsBehind);
-  Source& source = sources_.back();
-  FoundPlace first = source.stream->Take();
+  Source& source = sources_.front();
+  const FoundPlace first = source.stream->Take();
+  Context().Spend(workOfTake_, first.begin);
   if (const FoundPlace* const head = source.stream->Head()) {
-    source.place = *head;
-    std::push_heap(sources_.begin(), sources_.end(), IsBehind);
+    source.begin = head->begin;
+    source.end = head->end;
   } else {
+    source = sources_.back();
     sources_.pop_back();
   }
+  if (sources_.size() > 1) SiftDown(0);
   return first;
 }
 
@@ -88,7 +112,7 @@ bool MergeStream::Next(FoundPlace& place) {
   if (!isOpen_) Open();
   if (sources_.empty()) return false;
   place = TakeFirst();
-  while (!sources_.empty() && sources_.front().place.HasRangeOf(place)) {
+  while (!sources_.empty() && sources_.front().HasRangeOf(place)) {
     FoundPlace same = TakeFirst();
     Context().tagLists.Unite(place, same);
   }

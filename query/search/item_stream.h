@@ -15,6 +15,7 @@
 #include "query/search/search_context.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace trovex {
@@ -58,6 +59,7 @@ class ItemStream {
   virtual bool Next(FoundPlace& place) = 0;
   /// Works the verdict out; by default that there is a place.
   virtual bool Judge() { return Head() != nullptr; }
+  bool FindHead();
 
   SearchContext& context_;
   const std::vector<int>* tags_ = nullptr;
@@ -90,24 +92,33 @@ class MergeStream : public ItemStream {
   bool MayBeSatisfied() override;
 
  private:
+  /// A stream and the range of its head.
   struct Source {
-    FoundPlace place;  // the head of `stream`
+    std::size_t begin;
+    std::size_t end;
     ItemStream* stream;
+
+    bool IsBefore(const Source& other) const {
+      return begin != other.begin ? begin < other.begin : end < other.end;
+    }
+    bool HasRangeOf(const FoundPlace& place) const {
+      return begin == place.begin && end == place.end;
+    }
   };
-  /// The order of a heap with the first place at its top.
-  static bool IsBehind(const Source& a, const Source& b) { return b.place.IsBefore(a.place); }
 
   void OnBegin() override;
   bool Next(FoundPlace& place) override;
   bool Judge() override;
   void Open();
+  void SiftDown(std::size_t index);
   FoundPlace TakeFirst();
 
   Kind kind_;
   std::vector<ItemStream*> operands_;
   bool isOpen_ = false;
-  /// A heap of the operands that have a place. The places' tags are still with their streams.
+  /// A heap of the operands that have a place, the first place at its top.
   std::vector<Source> sources_;
+  std::int64_t workOfTake_ = 0;
 };
 
 /// Another stream, read to its end before anybody asks. A query whose operators stand deep inside one

@@ -45,6 +45,8 @@ bool LeafStream::FindCandidate(std::size_t from) {
     const std::size_t end = from + std::min(text.size() - from, kScanStep + reach);
     const unsigned char* const place = scan_->Find(text.data() + from, text.data() + end);
     if (place != nullptr) candidate_ = static_cast<std::size_t>(place - text.data());
+    const std::size_t scanned = (place != nullptr ? candidate_ : end) - from;
+    Context().Spend(static_cast<std::int64_t>(scanned) / kScannedForAUnit, from);
     from = end - reach;
   }
   hasCandidate_ = true;
@@ -70,7 +72,9 @@ bool LeafStream::OpenNext() {
   hasPiece_ = true;
   countedTo_ = 0;
   wordsBegun_ = 0;
+  paid_ = 0;
   ++nextBlock_;
+  Context().Spend(kWorkOfByte * static_cast<std::int64_t>(text.size() - pieceBegin_), range.begin);
   BeginPiece(text.subspan(pieceBegin_));
   return true;
 }
@@ -84,6 +88,14 @@ TextView LeafStream::OpenBlockOf(const ByteRange& range) {
   return block_->Text();
 }
 
+/// Pays for what NextMatch has done. The place is that of the piece, for what was not found is not known.
+void LeafStream::PayForWork() {
+  const std::int64_t work = Work();
+  if (work == paid_) return;
+  Context().Spend(work - paid_, ByteOf(0));
+  paid_ = work;
+}
+
 void LeafStream::CloseBlock() {
   hasPiece_ = false;
   if (block_ != nullptr) Context().blocks.Close(*block_);
@@ -94,6 +106,7 @@ bool LeafStream::Next(FoundPlace& place) {
   while (!Context().gaveUp && (hasPiece_ || OpenNext())) {
     ByteRange match;
     const SearchOutcome outcome = NextMatch(match);
+    PayForWork();
     if (outcome == SearchOutcome::kFound) {
       Describe(match, place);
       if (!Context().wantsTags || AddTags(match, place)) return true;
@@ -128,16 +141,19 @@ PatternStream::PatternStream(SearchContext& context, const PlannedStream& planne
     : LeafStream(context, planned.scan.has_value() ? &*planned.scan : nullptr, planned.isPlain),
       search_(*planned.program),
       bringsTags_(planned.bringsTags && planned.program->GroupCount() > 0),
-      firstTag_(planned.firstTag) {}
+      firstTags_(planned.firstTags) {}
 
 bool PatternStream::AddTags(const ByteRange& match, FoundPlace& place) {
   if (!bringsTags_) return true;
   if (search_.Groups(match, groups_) != SearchOutcome::kFound) return false;
+  Context().Spend(kWorkOfTag * static_cast<std::int64_t>(groups_.size() * firstTags_.size()),
+                  ByteOf(match.begin));
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const ByteRange& group = groups_[i];
     if (group.IsNowhere()) continue;
-    const int tag = firstTag_ + static_cast<int>(i);
-    Context().tagLists.Add(place, {tag, ByteOf(group.begin), ByteOf(group.end)});
+    const TagRange range{static_cast<int>(i), ByteOf(group.begin), ByteOf(group.end)};
+    for (const int firstTag : firstTags_)
+      Context().tagLists.Add(place, {firstTag + range.tag, range.begin, range.end});
   }
   return true;
 }

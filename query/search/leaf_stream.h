@@ -16,6 +16,7 @@
 #include "text/byte_range.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace trovex {
@@ -35,6 +36,8 @@ class LeafStream : public ItemStream {
   virtual SearchOutcome NextMatch(ByteRange& match) = 0;
   /// Where the search of the piece gave up.
   virtual std::size_t GaveUpAt() const = 0;
+  /// What the search of the piece has spent so far, where reading it once was not enough.
+  virtual std::int64_t Work() const { return 0; }
   /// Adds the tags of the pieces of `match`, which NextMatch has just found, to `place`. False when it
   /// gave up.
   virtual bool AddTags(const ByteRange& /*match*/, FoundPlace& /*place*/) { return true; }
@@ -44,6 +47,7 @@ class LeafStream : public ItemStream {
   bool OpenNext();
   bool FindCandidate(std::size_t from);
   TextView OpenBlockOf(const ByteRange& range);
+  void PayForWork();
   void CloseBlock();
   void Describe(const ByteRange& match, FoundPlace& place);
 
@@ -69,6 +73,8 @@ class LeafStream : public ItemStream {
   /// Where words of the block have been counted up to, and how many begin before.
   std::size_t countedTo_ = 0;
   std::size_t wordsBegun_ = 0;
+  /// What has been paid of the work on the piece.
+  std::int64_t paid_ = 0;
 };
 
 class PatternStream : public LeafStream {
@@ -84,11 +90,12 @@ class PatternStream : public LeafStream {
   void BeginPiece(TextView text) override { search_.Begin(text); }
   SearchOutcome NextMatch(ByteRange& match) override { return search_.Next(match); }
   std::size_t GaveUpAt() const override { return search_.GaveUpAt(); }
+  std::int64_t Work() const override { return search_.Work(); }
   bool AddTags(const ByteRange& match, FoundPlace& place) override;
 
   PatternSearch search_;
   bool bringsTags_;
-  int firstTag_;
+  const std::vector<int>& firstTags_;
   std::vector<ByteRange> groups_;
 };
 

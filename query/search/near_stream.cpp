@@ -127,6 +127,7 @@ void NearStream::TakeHere(Side& side, std::size_t at) {
        head = side.places.Head()) {
     side.here.push_back(side.places.Take());
   }
+  Context().Spend(kWorkOfDecision * static_cast<std::int64_t>(side.here.size()), at);
 }
 
 /// Notes which left places have ended at `at`.
@@ -172,7 +173,10 @@ bool NearStream::IsInReach(const FoundPlace& before, const FoundPlace& behind) {
   }
   if (bytes <= most) return true;
   if (bytes / kMostBytesOfCharacter > most) return false;
-  if (!Context().wantsCharacters) return blocks.CharactersIn({before.end, behind.begin}) <= most;
+  if (!Context().wantsCharacters) {
+    Context().Spend(static_cast<std::int64_t>(bytes) / kMeasuredForAUnit, behind.begin);
+    return blocks.CharactersIn({before.end, behind.begin}) <= most;
+  }
   const std::size_t from = blocks.CharactersBefore(before.block) + before.charEnd;
   const std::size_t to = blocks.CharactersBefore(behind.block) + behind.charBegin;
   return to - from <= most;

@@ -1,5 +1,6 @@
 #include "query/search/query_search.h"
 
+#include "matcher/limits.h"
 #include "query/plain_pattern.h"
 #include "query/search/leaf_stream.h"
 #include "query/search/near_stream.h"
@@ -60,7 +61,7 @@ void QuerySearch::MakeStream(const PlannedStream& planned) {
       break;
     }
   }
-  stream->SetTags(planned.tags);
+  if (!planned.tags.empty()) stream->SetTags(&planned.tags);
   streams_.push_back(std::move(stream));
 }
 
@@ -76,6 +77,8 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.scansFirst = text.size() > kShortText || (isUtf8 && !IsPlainAscii(text));
   context_.interrupt = options.interrupt;
   context_.interruptContext = options.interruptContext;
+  context_.credit = kWorkAtLeast + kWorkPerByte * static_cast<std::int64_t>(text.size());
+  granted_ = context_.credit;
   for (const auto& stream : streams_)
     stream->Begin();
   for (StoredStream* const stored : stored_)
@@ -86,6 +89,8 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
                          void* visitContext) {
   context_.gaveUp = false;
   context_.gaveUpAt = 0;
+  context_.credit = 0;
+  granted_ = 0;
   if (MaySearchAlone(text, options)) return RunAlone(text, options.mostItems, visit, visitContext);
   Begin(text, options);
   ItemStream& query = *streams_.back();
@@ -135,6 +140,7 @@ bool QuerySearch::Deliver(FoundPlace place, Visit visit, void* visitContext) {
   item.end = place.end;
   if (place.tags == kNoTags) return visit(visitContext, item);
   std::vector<TagRange>& tags = context_.tagLists.Of(place);
+  context_.Spend(kWorkOfTag * static_cast<std::int64_t>(tags.size()), place.begin);
   std::sort(tags.begin(), tags.end(),
             [](const TagRange& a, const TagRange& b) { return a.tag < b.tag; });
   item.tags = tags.data();

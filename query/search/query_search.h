@@ -13,6 +13,7 @@
 #include <trovex/query.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,10 @@ class QuerySearch {
   /// Where the latest search gave up; 0 otherwise.
   std::size_t GaveUpAt() const { return context_.gaveUpAt; }
 
+  /// What the streams of the latest search have spent, in units of about a nanosecond; 0 where a lone
+  /// pattern had no need of them.
+  std::int64_t Work() const { return granted_ - context_.credit; }
+
  private:
   void MakeStream(const PlannedStream& planned);
   bool MaySearchAlone(TextView text, const SearchOptions& options) const;
@@ -42,6 +47,7 @@ class QuerySearch {
 
   const SearchPlan& plan_;
   SearchContext context_;
+  std::int64_t granted_ = 0;
   std::vector<std::unique_ptr<ItemStream>> streams_;
   std::vector<StoredStream*> stored_;
   /// The pattern, if the query is nothing else.

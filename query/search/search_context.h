@@ -1,4 +1,5 @@
-// What the streams of one search share: the text, the lists of tags, and the reasons to end early.
+// What the streams of one search share: the text, the lists of tags, what they may spend, and the reasons
+// to end early.
 
 #ifndef TROVEX_QUERY_SEARCH_SEARCH_CONTEXT_H
 #define TROVEX_QUERY_SEARCH_SEARCH_CONTEXT_H
@@ -7,8 +8,21 @@
 #include "query/search/text_blocks.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace trovex {
+
+/// What one step of a search costs, in units of about a nanosecond: an operand or an operator finds a
+/// place; the walk of a distance decides one; a merge compares two; a tag is written, or given to the
+/// host; a byte is searched by a pattern; and so many bytes are scanned, or looked at to measure a
+/// distance.
+inline constexpr std::int64_t kWorkOfPlace = 48;
+inline constexpr std::int64_t kWorkOfDecision = 64;
+inline constexpr std::int64_t kWorkOfComparison = 4;
+inline constexpr std::int64_t kWorkOfTag = 16;
+inline constexpr std::int64_t kWorkOfByte = 1;
+inline constexpr std::int64_t kScannedForAUnit = 16;
+inline constexpr std::int64_t kMeasuredForAUnit = 2;
 
 struct SearchContext {
   TextBlocks blocks;
@@ -31,10 +45,20 @@ struct SearchContext {
   bool gaveUp = false;
   std::size_t gaveUpAt = 0;
 
+  /// What the search of this text may still spend on all its streams together. A long query over a text
+  /// where everything is found everywhere would take the product of both.
+  std::int64_t credit = INT64_MAX;
+
   void GiveUp(std::size_t at) {
     if (gaveUp) return;
     gaveUp = true;
     gaveUpAt = at;
+  }
+
+  /// Spends `units` of work that was done, or is at hand, at byte `at`.
+  void Spend(std::int64_t units, std::size_t at) {
+    credit -= units;
+    if (credit < 0) GiveUp(at);
   }
 
   /// Asks whether to go on with the text at byte `at`.
