@@ -199,8 +199,8 @@ class ExpressionMaker {
     Expression made;
     made.text = Conjunction(2, true);
     made.tags = tags_;
-    // The first door does not count a bracket directly behind an escaped operator.
-    for (const char* const escaped : {"\\&(", "\\!("})
+    // The first door miscounts brackets directly behind an escaped operator.
+    for (const char* const escaped : {"\\&", "\\!"})
       if (made.text.find(escaped) != std::string::npos) made.tags.clear();
     return made;
   }
