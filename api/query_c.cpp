@@ -153,7 +153,7 @@ int trovex_compile(const char* expression, size_t length, const trovex_options* 
   if (query != nullptr) *query = nullptr;
   const trovex_options given = options == nullptr ? trovex_options{} : *options;
   if (query == nullptr || !IsText(expression, length) || !IsEncoding(given.encoding)) {
-    Write(fault, MessageNumber::kInvalidRegularExpression);
+    Write(fault, MessageNumber::kInvalidArgument);
     return TROVEX_BAD_ARGUMENT;
   }
   ExpressionOptions asked;

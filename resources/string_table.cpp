@@ -66,6 +66,8 @@ constexpr Message kMessagesOfQueries[] = {
      "Of the two operands of a distance, only one may be negated (!)."},
     {MessageNumber::kOperandWithoutPlaces,
      "An operand of a distance must be something that can be found in a text."},
+    {MessageNumber::kInvalidArgument,
+     "An argument of the call is missing or has a value that does not exist."},
 };
 
 /// The numbers run from the first one on to the last without a gap, and every text is one that fits.

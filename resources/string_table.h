@@ -53,7 +53,8 @@ enum class MessageNumber : unsigned {
   kInvalidSoundWord = 9854,
   kBothOperandsNegated = 9855,
   kOperandWithoutPlaces = 9856,
-  kLastOfQueries = kOperandWithoutPlaces,
+  kInvalidArgument = 9857,
+  kLastOfQueries = kInvalidArgument,
 };
 
 /// No text of the table is longer, in bytes.

@@ -96,7 +96,7 @@ typedef struct trovex_item {
 /* Compiles `length` bytes at `expression`; `options` may be null for the defaults. On TROVEX_OK,
  * `*query` is the caller's to free. Otherwise it is set to null, and `fault`, which may be null, is
  * filled in: for every failure there is a number, a sentence and a range, which is empty where the
- * failure is not about the expression. */
+ * failure is not about the expression. TROVEX_BAD_ARGUMENT has the number 9857, TROVEX_NO_MEMORY 9811. */
 TROVEX_EXPORT int trovex_compile(const char* expression, size_t length,
                                  const trovex_options* options, trovex_query** query,
                                  trovex_fault* fault);

@@ -53,7 +53,9 @@ static void test_compiling(void) {
   EXPECT(trovex_compile(NULL, 0, NULL, &query, &fault) == TROVEX_REFUSED);
 
   EXPECT(trovex_compile(NULL, 1, NULL, &query, &fault) == TROVEX_BAD_ARGUMENT);
-  EXPECT(fault.number != 0 && strlen(fault.sentence) > 10);
+  EXPECT(fault.number == 9857 && fault.begin == 0 && fault.end == 0);
+  EXPECT(strcmp(fault.sentence,
+                "An argument of the call is missing or has a value that does not exist.") == 0);
   EXPECT(trovex_compile("a", 1, NULL, NULL, NULL) == TROVEX_BAD_ARGUMENT);
   options.encoding = 2;
   EXPECT(trovex_compile("a", 1, &options, &query, NULL) == TROVEX_BAD_ARGUMENT);
