@@ -63,6 +63,9 @@ class ForwardAutomaton {
     const unsigned char* place;
     /// The end of the text, which counts as a newline.
     const unsigned char* textEnd;
+    /// With `kMatch`: where the match starts; null if that has to be looked for. Not beside `end`: the two
+    /// are stored one by one, and a processor waits where both are then read at once.
+    const unsigned char* start = nullptr;
     /// The kind of the byte before `place`.
     ByteKind before;
     /// Whether a match may not end at a newline.
@@ -73,8 +76,7 @@ class ForwardAutomaton {
     /// large, but what lies behind a place may be read again for the next. Needs `stopsWhenIdle`.
     bool startsAtPlace = false;
 
-    /// With `kMatch`: where the match lies; its start is null if it has to be looked for.
-    const unsigned char* start = nullptr;
+    /// With `kMatch`: where the match ends.
     const unsigned char* end = nullptr;
   };
 
