@@ -108,6 +108,7 @@ class ForwardAutomaton {
   bool Step(Number from, Byte byte, StateCache::State& to);
   Entry EntryFor(std::uint32_t fromTag, Number to) const;
   Number IdleState(const Run& run);
+  Number MakeIdleState(const Run& run, std::size_t slot);
   void ConsiderLeaps(Number state);
   const PlaceScan* LeapOf(Number state) const;
   void ForgetOldStates();
@@ -116,8 +117,8 @@ class ForwardAutomaton {
   const bool stopsWhenIdle_;
   SearchCredit& credit_;
   StateCache cache_;
-  unsigned generation_ = 0;  // of the cache, to which what follows belongs
-  std::array<Number, std::size_t{8} * kByteKinds> idle_{};
+  unsigned generation_ = 0;                        // of the cache, to which what follows belongs
+  std::array<Number, 32> idle_{};                  // by kind and by what the run refuses
   std::vector<std::unique_ptr<PlaceScan>> leaps_;  // by state; null: none
   std::vector<bool> leapsConsidered_;              // by state
 
