@@ -185,13 +185,11 @@ struct Search {
 };
 
 /// Looks for a keyword that is itself the match.
-bool FindKeyword(const Search& search, MatchRange& range) {
+bool FindKeyword(const CompiledPattern& pattern, const char* text, int length, MatchRange& range) {
   KeywordMatch keyword{};
-  const int size = static_cast<int>(search.limit - search.text);
-  if (KeywordSetSearch(*search.pattern.keywords, search.text, size, &keyword) == nullptr) {
-    return false;
-  }
-  range = search.RangeOf(keyword.start, 0, keyword.length);
+  if (KeywordSetSearch(*pattern.keywords, text, length, &keyword) == nullptr) return false;
+  const auto start = static_cast<int>(keyword.start - text);
+  range = {start, start + keyword.length};
   return true;
 }
 
@@ -289,6 +287,9 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
 bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
                     int length, int group, MatchRange& range, TextNotes* notes) {
   if (!pattern.searchable || length <= 0) return false;
+  if (pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly) {
+    return FindKeyword(pattern, text, length, range);
+  }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
   const Search search = {pattern,
@@ -299,7 +300,6 @@ bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions
                          allNotes,
                          allNotes.Credit(static_cast<std::size_t>(length))};
   if (conditions.engineOnly) return FindByEngine(search, true, range);
-  if (search.group == 0 && pattern.keywordsAreExact) return FindKeyword(search, range);
   const bool located = pattern.locator != nullptr && !conditions.matchLines &&
                        pattern.locator->Words() == conditions.matchWords;
   return located ? FindByLocator(search, range) : FindByEngine(search, false, range);

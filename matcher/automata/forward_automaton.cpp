@@ -247,20 +247,21 @@ StateCache::Entry ForwardAutomaton::EntryFor(std::uint32_t fromTag, Number to) c
 
 /// The state in which `run` begins.
 inline StateCache::Number ForwardAutomaton::IdleState(const Run& run) {
-  const std::size_t slot =
-      (run.startsAtPlace ? 4 * kByteKinds : 0) + (run.refusesLineEnd ? 2 * kByteKinds : 0) +
-      (run.refusesEmpty ? kByteKinds : 0) + static_cast<std::size_t>(run.before);
-  if (idle_[slot] < 0) {
-    StateCache::State state;
-    state.tag = static_cast<std::uint32_t>(run.before);
-    if (run.refusesLineEnd) state.tag |= kRefusesLineEnd;
-    if (run.refusesEmpty) state.tag |= kRefusesEmpty;
-    if (run.startsAtPlace) state.tag |= kStartsHere;
-    const Number number = cache_.NumberOf(state);
-    ForgetOldStates();
-    idle_[slot] = number;
-  }
-  return idle_[slot];
+  const unsigned slot = static_cast<unsigned>(run.before) | unsigned{run.refusesLineEnd} << 2 |
+                        unsigned{run.refusesEmpty} << 3 | unsigned{run.startsAtPlace} << 4;
+  const Number known = idle_[slot];
+  return known >= 0 ? known : MakeIdleState(run, slot);
+}
+
+StateCache::Number ForwardAutomaton::MakeIdleState(const Run& run, std::size_t slot) {
+  StateCache::State state;
+  state.tag = static_cast<std::uint32_t>(run.before);
+  if (run.refusesLineEnd) state.tag |= kRefusesLineEnd;
+  if (run.refusesEmpty) state.tag |= kRefusesEmpty;
+  if (run.startsAtPlace) state.tag |= kStartsHere;
+  const Number number = cache_.NumberOf(state);
+  ForgetOldStates();
+  return idle_[slot] = number;
 }
 
 /// Drops what belongs to states that the cache has thrown away.

@@ -63,6 +63,9 @@ class ForwardAutomaton {
     const unsigned char* place;
     /// The end of the text, which counts as a newline.
     const unsigned char* textEnd;
+    /// With `kMatch`: where the match starts; null if that has to be looked for. Not beside `end`: the two
+    /// are stored one by one, and a processor waits where both are then read at once.
+    const unsigned char* start = nullptr;
     /// The kind of the byte before `place`.
     ByteKind before;
     /// Whether a match may not end at a newline.
@@ -73,8 +76,7 @@ class ForwardAutomaton {
     /// large, but what lies behind a place may be read again for the next. Needs `stopsWhenIdle`.
     bool startsAtPlace = false;
 
-    /// With `kMatch`: where the match lies; its start is null if it has to be looked for.
-    const unsigned char* start = nullptr;
+    /// With `kMatch`: where the match ends.
     const unsigned char* end = nullptr;
   };
 
@@ -106,6 +108,7 @@ class ForwardAutomaton {
   bool Step(Number from, Byte byte, StateCache::State& to);
   Entry EntryFor(std::uint32_t fromTag, Number to) const;
   Number IdleState(const Run& run);
+  Number MakeIdleState(const Run& run, std::size_t slot);
   void ConsiderLeaps(Number state);
   const PlaceScan* LeapOf(Number state) const;
   void ForgetOldStates();
@@ -114,8 +117,8 @@ class ForwardAutomaton {
   const bool stopsWhenIdle_;
   SearchCredit& credit_;
   StateCache cache_;
-  unsigned generation_ = 0;  // of the cache, to which what follows belongs
-  std::array<Number, std::size_t{8} * kByteKinds> idle_{};
+  unsigned generation_ = 0;                        // of the cache, to which what follows belongs
+  std::array<Number, 32> idle_{};                  // by kind and by what the run refuses
   std::vector<std::unique_ptr<PlaceScan>> leaps_;  // by state; null: none
   std::vector<bool> leapsConsidered_;              // by state
 

@@ -32,6 +32,18 @@ double ExpectedRate(const std::vector<Probes>& ways) {
   return rate;
 }
 
+/// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
+/// saves.
+std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
+  constexpr double kCommon = 50'000;
+  const auto isCommon = [](const CharSet& set) { return ExpectedRate(Probes{{0, set}}) > kCommon; };
+  while (string.size() > 1 && isCommon(string.back()))
+    string.pop_back();
+  while (string.size() > 1 && isCommon(string.front()))
+    string.erase(string.begin());
+  return string;
+}
+
 /// The end of the line that `place` belongs to, in a text that ends at `end`.
 const Byte* LineEnd(const Byte* place, const Byte* end) {
   const void* feed = std::memchr(place, '\n', static_cast<std::size_t>(end - place));
@@ -54,7 +66,9 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
       canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
   const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
   const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
-  if (requiredRate * kRequiredAdvantage < leadingRate) required_.emplace(required);
+  if (requiredRate * kRequiredAdvantage < leadingRate) {
+    required_.emplace(WithoutCommonEnds(required));
+  }
   if (leadingRate < (required_ ? kRare : kWorthwhile)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
   }

@@ -217,10 +217,14 @@ class Chooser {
   std::vector<Probes> Choose() {
     // Far less than would pay if bytes came independently of each other; they do not.
     constexpr double kRareEnough = 0.00001;
+    // What a probe must leave over: behind the first two, most places have been refused already, and a
+    // class such as [a-z] takes longer to look for than a byte.
+    constexpr double kHelps = 0.95;
+    constexpr double kHelpsMuch = 0.5;
     while (offsets_ > 0 && Count() < PlaceScan::kMaxProbes) {
       if (Count() >= 2 && Rate() < kRareEnough) break;
       const std::size_t offset = BestOffset();
-      const bool hardlyHelps = RateWith(offset) > 0.95 * Rate();
+      const bool hardlyHelps = RateWith(offset) > (Count() < 2 ? kHelps : kHelpsMuch) * Rate();
       if (Count() > 0 && hardlyHelps) break;
       Take(offset);
     }
