@@ -33,13 +33,14 @@ double ExpectedRate(const std::vector<Probes>& ways) {
 }
 
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
-/// saves.
+/// saves. A short string needs them.
 std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
+  constexpr std::size_t kShort = 3;
   constexpr double kCommon = 50'000;
   const auto isCommon = [](const CharSet& set) { return ExpectedRate(Probes{{0, set}}) > kCommon; };
-  while (string.size() > 1 && isCommon(string.back()))
+  while (string.size() > kShort && isCommon(string.back()))
     string.pop_back();
-  while (string.size() > 1 && isCommon(string.front()))
+  while (string.size() > kShort && isCommon(string.front()))
     string.erase(string.begin());
   return string;
 }
