@@ -34,6 +34,8 @@ class LineSearch {
 
   /// Whether a step costs more than a search may spend: nothing else may then be called.
   bool IsTooCostly() const { return simulation_.IsTooCostly(); }
+  /// What a step over a byte costs, in units of work.
+  std::int64_t StepCost() const { return simulation_.StepCost(); }
   /// What reading `length` bytes costs, in units of work.
   std::int64_t CostOf(std::size_t length) const {
     return static_cast<std::int64_t>(length + 16) * 2 * simulation_.StepCost();

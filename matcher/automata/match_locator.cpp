@@ -33,13 +33,14 @@ double ExpectedRate(const std::vector<Probes>& ways) {
 }
 
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
-/// saves.
+/// saves. A short string needs them.
 std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
+  constexpr std::size_t kShort = 3;
   constexpr double kCommon = 50'000;
   const auto isCommon = [](const CharSet& set) { return ExpectedRate(Probes{{0, set}}) > kCommon; };
-  while (string.size() > 1 && isCommon(string.back()))
+  while (string.size() > kShort && isCommon(string.back()))
     string.pop_back();
-  while (string.size() > 1 && isCommon(string.front()))
+  while (string.size() > kShort && isCommon(string.front()))
     string.erase(string.begin());
   return string;
 }
@@ -84,7 +85,10 @@ struct MatchLocator::Search {
 };
 
 MatchLocator::MatchLocator(const LocatorProgram& program)
-    : program_(program), graph_(*program.graph_), credit_(kFirstCredit, kMaxCredit) {}
+    : program_(program),
+      graph_(*program.graph_),
+      credit_(kFirstCredit, kMaxCredit),
+      creditPerByte_(kCreditPerByte) {}
 
 void MatchLocator::Begin(const Byte* text, std::size_t length) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
@@ -203,8 +207,10 @@ bool MatchLocator::TryPlaces() {
   if (!program_.leading_ || placesTooCostly_ == kTries) return false;
   if (std::exchange(tryPlaces_, true)) {
     tryPlaces_ = ++placesTooCostly_ < kTries;
+    ChooseCreditPerByte();
     return false;
   }
+  ChooseCreditPerByte();
   credit_.ForgiveDebt();
   credit_.Grant(kFirstCredit);
   return true;
@@ -239,6 +245,7 @@ bool MatchLocator::CanSearchLines() {
     if (!PositionSimulation::IsTooLarge(graph_)) line_ = std::make_unique<LineSearch>(graph_);
     linesAreTooCostly_ = line_ == nullptr || line_->IsTooCostly();
     if (linesAreTooCostly_) line_.reset();
+    ChooseCreditPerByte();
   }
   return line_ != nullptr;
 }
@@ -269,8 +276,16 @@ bool MatchLocator::GrantMore() {
 /// Notes that the searches have come to `place`, for which there is new credit.
 void MatchLocator::PassTo(const Byte* place) {
   if (place <= passed_) return;
-  credit_.Grant((place - passed_) * kCreditPerByte);
+  credit_.Grant((place - passed_) * creditPerByte_);
   passed_ = place;
+}
+
+/// Where lines can be searched at a low cost, states that never suffice must not cost far more: what is
+/// granted for a byte is then no more than a part of what searching it on its line takes.
+void MatchLocator::ChooseCreditPerByte() {
+  const bool canSearchLines = line_ != nullptr && !tryPlaces_;
+  creditPerByte_ =
+      canSearchLines ? std::min(kCreditPerByte, line_->StepCost() / 2 + 1) : kCreditPerByte;
 }
 
 /// The first place from the search's on from which a match can start; null if there is none.

@@ -127,6 +127,7 @@ class MatchLocator {
   bool TryPlaces();
   bool GrantMore();
   void PassTo(const Byte* place);
+  void ChooseCreditPerByte();
 
   const Byte* NextPlace(const Search& search, bool& isSpent);
   const Byte* PlaceByLeadingBytes(const Search& search);
@@ -145,6 +146,7 @@ class MatchLocator {
   bool linesAreTooCostly_ = false;
   bool tryPlaces_ = false;   // the automaton starts at one place at a time
   int placesTooCostly_ = 0;  // how often the credit did not suffice for that
+  std::int64_t creditPerByte_;
 
   // Of the text.
   std::int64_t unitsGiven_ = 0;
