@@ -38,7 +38,7 @@ inline void WriteAnswers(std::FILE* stream, int first, int count, int microsecon
     setitimer(ITIMER_VIRTUAL, &none, nullptr);
     const std::size_t size = ranges.size();
     std::fwrite(&size, sizeof(size), 1, stream);
-    std::fwrite(ranges.data(), sizeof(GroupRange), size, stream);
+    if (size > 0) std::fwrite(ranges.data(), sizeof(GroupRange), size, stream);
     std::fflush(stream);
   }
 }
@@ -64,7 +64,7 @@ inline std::vector<std::optional<FoundRanges>> AnswersInTime(
     std::size_t size = 0;
     while (std::fread(&size, sizeof(size), 1, stream) == 1) {
       FoundRanges ranges(size);
-      if (std::fread(ranges.data(), sizeof(GroupRange), size, stream) != size) break;
+      if (size > 0 && std::fread(ranges.data(), sizeof(GroupRange), size, stream) != size) break;
       answers.emplace_back(std::move(ranges));
     }
     std::fclose(stream);
