@@ -2,6 +2,8 @@
 
 #include "query/query_parser.h"
 
+#include "tests/sanitizers.h"
+
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <cstddef>
@@ -43,7 +45,9 @@ Task Read(const std::string& expression, QueryOptions options = {}) {
   Task task{&expression, options};
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, std::size_t{256} << 10);
+  // Sanitizers make every frame larger.
+  constexpr std::size_t kStack = std::size_t{256} << 10;
+  pthread_attr_setstacksize(&attributes, testing::kUnderSanitizer ? 16 * kStack : kStack);
   pthread_t thread{};
   EXPECT_EQ(pthread_create(&thread, &attributes, Run, &task), 0);
   pthread_join(thread, nullptr);
