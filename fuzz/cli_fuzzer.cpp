@@ -8,14 +8,14 @@
 
 #include "fuzz/input.h"
 #include "fuzz/require.h"
-#include "hosts/cli/code_page.h"
-#include "hosts/cli/expression.h"
-#include "hosts/cli/file_bytes.h"
-#include "hosts/cli/line_index.h"
-#include "hosts/cli/options.h"
-#include "hosts/cli/query.h"
-#include "hosts/cli/source_text.h"
-#include "hosts/cli/units.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/file_bytes.h"
+#include "hosts/cli/files/source_text.h"
+#include "hosts/cli/search/expression.h"
+#include "hosts/cli/search/line_index.h"
+#include "hosts/cli/search/query.h"
+#include "hosts/cli/search/units.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -4,18 +4,18 @@
 
 #include "hosts/cli/program.h"
 
-#include "hosts/cli/code_page.h"
-#include "hosts/cli/explain.h"
-#include "hosts/cli/expression.h"
-#include "hosts/cli/file_search.h"
-#include "hosts/cli/file_walk.h"
-#include "hosts/cli/options.h"
-#include "hosts/cli/printer.h"
-#include "hosts/cli/progress.h"
-#include "hosts/cli/query.h"
-#include "hosts/cli/result_stream.h"
-#include "hosts/cli/terminal.h"
-#include "hosts/cli/workers.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/file_walk.h"
+#include "hosts/cli/output/printer.h"
+#include "hosts/cli/output/progress.h"
+#include "hosts/cli/output/terminal.h"
+#include "hosts/cli/search/explain.h"
+#include "hosts/cli/search/expression.h"
+#include "hosts/cli/search/file_search.h"
+#include "hosts/cli/search/query.h"
+#include "hosts/cli/search/result_stream.h"
+#include "hosts/cli/search/workers.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

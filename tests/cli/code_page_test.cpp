@@ -1,6 +1,6 @@
 // UTF-8 and the code page, held against plain tables.
 
-#include "hosts/cli/code_page.h"
+#include "hosts/cli/files/code_page.h"
 
 #include <gtest/gtest.h>
 #include <string>

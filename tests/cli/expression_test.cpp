@@ -1,8 +1,8 @@
 // The typed expression: its conversion and the escaping of --literal.
 
-#include "hosts/cli/expression.h"
+#include "hosts/cli/search/expression.h"
 
-#include "hosts/cli/query.h"
+#include "hosts/cli/search/query.h"
 #include "tests/heap_text.h"
 
 #include <gtest/gtest.h>

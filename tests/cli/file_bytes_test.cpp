@@ -1,6 +1,6 @@
 // Reading files whose size is not what the file system told.
 
-#include "hosts/cli/file_bytes.h"
+#include "hosts/cli/files/file_bytes.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

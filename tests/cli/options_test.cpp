@@ -1,8 +1,8 @@
 // The command line.
 
-#include "hosts/cli/options.h"
+#include "hosts/cli/command/options.h"
 
-#include "hosts/cli/help.h"
+#include "hosts/cli/command/help.h"
 
 #include <gtest/gtest.h>
 #include <string>

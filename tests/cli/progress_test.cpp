@@ -1,6 +1,6 @@
 // The line of progress, shown on a terminal made for the test.
 
-#include "hosts/cli/progress.h"
+#include "hosts/cli/output/progress.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

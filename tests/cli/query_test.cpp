@@ -1,8 +1,8 @@
 // The search of one text: answers, tags, the byte behind.
 
-#include "hosts/cli/query.h"
+#include "hosts/cli/search/query.h"
 
-#include "hosts/cli/source_text.h"
+#include "hosts/cli/files/source_text.h"
 #include "tests/heap_text.h"
 
 #include <gtest/gtest.h>

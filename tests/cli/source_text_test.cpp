@@ -1,8 +1,8 @@
 // Decoding and the way back to the file's offsets, held against one character at a time.
 
-#include "hosts/cli/source_text.h"
+#include "hosts/cli/files/source_text.h"
 
-#include "hosts/cli/code_page.h"
+#include "hosts/cli/files/code_page.h"
 
 #include <gtest/gtest.h>
 #include <random>

@@ -1,8 +1,8 @@
 // Lines, paragraphs and line numbers, held against the plainest reading of a text.
 
-#include "hosts/cli/units.h"
+#include "hosts/cli/search/units.h"
 
-#include "hosts/cli/line_index.h"
+#include "hosts/cli/search/line_index.h"
 
 #include <gtest/gtest.h>
 #include <functional>

@@ -1,6 +1,6 @@
 // The pool of workers with searches made for the test: slow ones, loud ones, deadly ones.
 
-#include "hosts/cli/workers.h"
+#include "hosts/cli/search/workers.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -8,7 +8,7 @@
 #ifndef TROVEX_HOSTS_CLI_UNITS_H
 #define TROVEX_HOSTS_CLI_UNITS_H
 
-#include "hosts/cli/options.h"
+#include "hosts/cli/command/options.h"
 
 #include <string_view>
 

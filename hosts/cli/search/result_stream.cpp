@@ -1,8 +1,8 @@
 // Writing to standard output and standard error.
 
-#include "hosts/cli/result_stream.h"
+#include "hosts/cli/search/result_stream.h"
 
-#include "hosts/cli/progress.h"
+#include "hosts/cli/output/progress.h"
 
 #include <unistd.h>
 #include <cerrno>

@@ -4,8 +4,8 @@
 #ifndef TROVEX_HOSTS_CLI_QUERY_H
 #define TROVEX_HOSTS_CLI_QUERY_H
 
-#include "hosts/cli/expression.h"
-#include "hosts/cli/options.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/search/expression.h"
 
 #include <trovex/trovex.h>
 #include <memory>

@@ -1,7 +1,7 @@
 // Asking the environment, without setting the locale of the process: the library then reads letters
 // by the C locale, as the texts of one code page need it.
 
-#include "hosts/cli/terminal.h"
+#include "hosts/cli/output/terminal.h"
 
 #include <langinfo.h>
 #include <locale.h>

@@ -3,12 +3,12 @@
 #ifndef TROVEX_HOSTS_CLI_FILE_SEARCH_H
 #define TROVEX_HOSTS_CLI_FILE_SEARCH_H
 
-#include "hosts/cli/file_walk.h"
-#include "hosts/cli/options.h"
-#include "hosts/cli/printer.h"
-#include "hosts/cli/query.h"
-#include "hosts/cli/result_stream.h"
-#include "hosts/cli/source_text.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/files/file_walk.h"
+#include "hosts/cli/files/source_text.h"
+#include "hosts/cli/output/printer.h"
+#include "hosts/cli/search/query.h"
+#include "hosts/cli/search/result_stream.h"
 
 #include <cstdint>
 

@@ -4,13 +4,13 @@
 #ifndef TROVEX_HOSTS_CLI_PRINTER_H
 #define TROVEX_HOSTS_CLI_PRINTER_H
 
-#include "hosts/cli/line_index.h"
-#include "hosts/cli/options.h"
-#include "hosts/cli/query.h"
-#include "hosts/cli/result_stream.h"
-#include "hosts/cli/source_text.h"
-#include "hosts/cli/terminal.h"
-#include "hosts/cli/units.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/files/source_text.h"
+#include "hosts/cli/output/terminal.h"
+#include "hosts/cli/search/line_index.h"
+#include "hosts/cli/search/query.h"
+#include "hosts/cli/search/result_stream.h"
+#include "hosts/cli/search/units.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 // Searching one file.
 
-#include "hosts/cli/file_search.h"
+#include "hosts/cli/search/file_search.h"
 
 #include <unistd.h>
 #include <new>

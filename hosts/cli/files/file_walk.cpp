@@ -1,6 +1,6 @@
 // Walking folders depth first.
 
-#include "hosts/cli/file_walk.h"
+#include "hosts/cli/files/file_walk.h"
 
 #include <algorithm>
 #include <cstring>

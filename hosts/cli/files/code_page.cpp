@@ -1,6 +1,6 @@
 // Reading and writing UTF-8, and the code page's table as iconv tells it.
 
-#include "hosts/cli/code_page.h"
+#include "hosts/cli/files/code_page.h"
 
 #include <iconv.h>
 #include <algorithm>

@@ -3,8 +3,8 @@
 #ifndef TROVEX_HOSTS_CLI_EXPLAIN_H
 #define TROVEX_HOSTS_CLI_EXPLAIN_H
 
-#include "hosts/cli/options.h"
-#include "hosts/cli/query.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/search/query.h"
 
 #include <string>
 

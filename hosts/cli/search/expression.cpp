@@ -1,9 +1,9 @@
 // Conversion and escaping of the typed expression.
 
-#include "hosts/cli/expression.h"
+#include "hosts/cli/search/expression.h"
 
-#include "hosts/cli/code_page.h"
-#include "hosts/cli/terminal.h"
+#include "hosts/cli/files/code_page.h"
+#include "hosts/cli/output/terminal.h"
 
 #include <cstdio>
 #include <optional>

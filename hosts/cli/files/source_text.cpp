@@ -1,8 +1,8 @@
 // Decoding, and the map back to the file.
 
-#include "hosts/cli/source_text.h"
+#include "hosts/cli/files/source_text.h"
 
-#include "hosts/cli/code_page.h"
+#include "hosts/cli/files/code_page.h"
 
 #include <algorithm>
 #include <cstring>

@@ -17,10 +17,10 @@
 #ifndef TROVEX_HOSTS_CLI_WORKERS_H
 #define TROVEX_HOSTS_CLI_WORKERS_H
 
-#include "hosts/cli/file_search.h"
-#include "hosts/cli/file_walk.h"
-#include "hosts/cli/progress.h"
-#include "hosts/cli/result_stream.h"
+#include "hosts/cli/files/file_walk.h"
+#include "hosts/cli/output/progress.h"
+#include "hosts/cli/search/file_search.h"
+#include "hosts/cli/search/result_stream.h"
 
 #include <sys/types.h>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The help is written by hand, because it is read by people: first what to type, then what it
 // means, then every option.
 
-#include "hosts/cli/help.h"
+#include "hosts/cli/command/help.h"
 
 namespace trovex::cli {
 

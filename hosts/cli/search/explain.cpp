@@ -8,9 +8,9 @@
 // Where the expression has brackets that became no part of the tree, a last line tells so: text
 // beside a bracketed operator is dropped.
 
-#include "hosts/cli/explain.h"
+#include "hosts/cli/search/explain.h"
 
-#include "hosts/cli/code_page.h"
+#include "hosts/cli/files/code_page.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,7 +1,7 @@
 // Reading a file to its end. The size that the file system tells is where reading begins to ask for
 // memory, not what it believes: a file may grow or shrink while it is read.
 
-#include "hosts/cli/file_bytes.h"
+#include "hosts/cli/files/file_bytes.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 // The parent's loop and the workers' loop.
 
-#include "hosts/cli/workers.h"
+#include "hosts/cli/search/workers.h"
 
 #include <poll.h>
 #include <sys/prctl.h>

@@ -4,7 +4,7 @@
 // line is printed once, its colours cover the union of its matches; where matches are shown by
 // themselves, every one of them is. An empty match marks its line and has nothing to show itself.
 
-#include "hosts/cli/printer.h"
+#include "hosts/cli/output/printer.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

@@ -1,6 +1,6 @@
 // One offset for the beginning of each line, searched by halving.
 
-#include "hosts/cli/line_index.h"
+#include "hosts/cli/search/line_index.h"
 
 #include <algorithm>
 

@@ -5,7 +5,7 @@
 #ifndef TROVEX_HOSTS_CLI_LINE_INDEX_H
 #define TROVEX_HOSTS_CLI_LINE_INDEX_H
 
-#include "hosts/cli/units.h"
+#include "hosts/cli/search/units.h"
 
 #include <string_view>
 #include <vector>

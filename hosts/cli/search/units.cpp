@@ -1,6 +1,6 @@
 // Lines, paragraphs and line ends.
 
-#include "hosts/cli/units.h"
+#include "hosts/cli/search/units.h"
 
 #include <cstring>
 

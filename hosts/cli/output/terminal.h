@@ -3,7 +3,7 @@
 #ifndef TROVEX_HOSTS_CLI_TERMINAL_H
 #define TROVEX_HOSTS_CLI_TERMINAL_H
 
-#include "hosts/cli/options.h"
+#include "hosts/cli/command/options.h"
 
 #include <string>
 #include <string_view>

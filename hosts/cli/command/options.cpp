@@ -3,9 +3,9 @@
 // Names of files and the expression are what the parser leaves over. They are not declared to it as
 // positional arguments, because it reads "[a,b]" there as a list.
 
-#include "hosts/cli/options.h"
+#include "hosts/cli/command/options.h"
 
-#include "hosts/cli/help.h"
+#include "hosts/cli/command/help.h"
 
 #include <CLI/CLI.hpp>
 #include <limits>

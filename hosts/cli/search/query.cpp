@@ -3,7 +3,7 @@
 // A tag whose bracket took no part in a match comes back as an empty range that lies on the line
 // feed before the match's line. It is no match of the tag and left out.
 
-#include "hosts/cli/query.h"
+#include "hosts/cli/search/query.h"
 
 #include <utility>
 

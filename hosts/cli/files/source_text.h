@@ -14,8 +14,8 @@
 #ifndef TROVEX_HOSTS_CLI_SOURCE_TEXT_H
 #define TROVEX_HOSTS_CLI_SOURCE_TEXT_H
 
-#include "hosts/cli/file_bytes.h"
-#include "hosts/cli/options.h"
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/files/file_bytes.h"
 
 #include <cstdint>
 #include <string>

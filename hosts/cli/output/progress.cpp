@@ -1,6 +1,6 @@
 // Drawing over one line of a terminal.
 
-#include "hosts/cli/progress.h"
+#include "hosts/cli/output/progress.h"
 
 #include <unistd.h>
 #include <cstdio>
