@@ -37,7 +37,8 @@ int AnswerFor(const std::string& expression) {
   if (child == 0) {
     const rlimit memory{256 << 20, 256 << 20};
     setrlimit(RLIMIT_AS, &memory);
-    alarm(60);
+    const rlimit seconds{60, 60};
+    setrlimit(RLIMIT_CPU, &seconds);
     CSearchTreeItem* tree = nullptr;
     int tags = 0;
     const char* message = GetSearchTree(expression.c_str(), 1, 0, 0, 0, tree, &tags);

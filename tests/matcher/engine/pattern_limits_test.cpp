@@ -144,11 +144,14 @@ class BoundedProcess {
 
   static constexpr std::size_t kStack = 256 << 10;
   static constexpr rlim_t kMemory = 256 << 20;
+  static constexpr rlim_t kSeconds = 20;
 
   static void RunAndExit(Work work) {
     const rlimit memory{kMemory, kMemory};
     setrlimit(RLIMIT_AS, &memory);
-    alarm(20);
+    // Counted in the processor's time, so that a busy machine changes nothing.
+    const rlimit seconds{kSeconds, kSeconds};
+    setrlimit(RLIMIT_CPU, &seconds);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, kStack);
