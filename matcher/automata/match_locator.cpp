@@ -90,9 +90,9 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
       credit_(kFirstCredit, kMaxCredit),
       creditPerByte_(kCreditPerByte) {}
 
-void MatchLocator::Begin(const Byte* text, std::size_t length) {
+void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
-  unitsGiven_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  unitsGiven_ = std::min(kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte, most);
   unitsLeft_ = unitsGiven_;
   credit_.ForgiveDebt();
   if (bytes >= kLongText) credit_.Grant(kFirstCredit);
