@@ -158,7 +158,7 @@ void NearItems::Drop(Place& place, CFoundItem* after, int nearBy) {
   }
 }
 
-/// Moves the item of `slot` behind the last one of `places`, or into a place of its own.
+/// Moves the item of `slot` to the end of the last of `places`, or into a place of its own.
 void NearItems::Append(std::vector<Place>& places, CFoundItemArray& left, int slot) {
   CFoundItem* const item = left.GetAt(slot);
   const int start = item->GetStartPos();

@@ -30,7 +30,7 @@ class NearItems {
 
   bool HasItems() const { return !places_.empty(); }
 
-  /// Adds the items of `left`, the operand on the left: behind those that start at the same place.
+  /// Adds the items of `left`, the operand on the left: after those that start at the same place.
   void Unite(Result left);
   /// Keeps what has a neighbour within `nearBy`, here and in `left`, and unites both.
   void KeepNear(Result left, int nearBy);

@@ -16,6 +16,7 @@
 #include "expr/and_chain.h"
 #include "expr/near_items.h"
 #include "expr/text_credit.h"
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 
 #include <trovex/search_tree.h>
@@ -83,16 +84,15 @@ class Found {
 
   /// Combines what was found with `left` by their distance.
   void CombineNear(Result left, int nearBy) {
-    constexpr std::int64_t kUnitsOfMerge = 20;
     const std::int64_t looked = left->GetSize() + (near_ ? 0 : Made()->GetSize());
-    if (!credit_.Spend(looked * kUnitsOfMerge)) {
+    if (!credit_.Spend(looked * trovex::kMergeUnits)) {
       Replace(Emptied(std::move(left)));
     } else if (++distances_ <= kFewDistances || !HasPlaces() ||
                !trovex::NearItems::CanTake(*left)) {
       Replace(Merged(left, Made(), nearBy));
     } else if (nearIsNegative_ == ::IsNegative(left)) {
       near_->KeepNear(std::move(left), nearBy);
-      if (!credit_.Spend(near_->Looked() * kUnitsOfMerge)) {
+      if (!credit_.Spend(near_->Looked() * trovex::kMergeUnits)) {
         Replace(std::make_unique<CFoundItemArray>());
       }
     } else if (near_->IsNear(*left, nearBy)) {
@@ -227,7 +227,7 @@ Result SearchChain(CAndOperator* first, const char* text, int length, int tagNr)
   if (last == nullptr) return nullptr;
 
   Found found(std::move(last), credit.Credit());
-  credit.Credit().BeginLine(0);
+  credit.Credit().BeginLine(0, trovex::kWorkForReferences);
   for (; !open.empty(); open.pop_back()) {
     open.back().CombineInto(found);
     CAndOperator* const node = open.back().node;

@@ -18,6 +18,7 @@
 // When a search is told to take every line to the engine in turn, the same matches are found: that
 // plain road is the yardstick that the tests hold the others against.
 
+#include "matcher/limits.h"
 #include "matcher/line_filter/automaton_executor.h"
 #include "matcher/matcher.h"
 #include "matcher/work_credit.h"
@@ -86,11 +87,13 @@ struct Search {
   bool WantsGroup() const {
     return group > 0 && static_cast<std::size_t>(group) <= pattern.regex.GroupCount();
   }
+  /// What of the credit is kept for others.
+  std::int64_t Kept() const { return pattern.regex.HasReferences() ? 0 : kWorkForReferences; }
   /// What follows is work on `line`.
   void BeginLine(const Line& line) const {
-    credit.BeginLine(static_cast<std::size_t>(limit - line.end));
+    credit.BeginLine(static_cast<std::size_t>(limit - line.end), Kept());
   }
-  /// Something is given up at `place` or behind it.
+  /// Something is given up at `place` or after it.
   void GiveUpAt(const char* place) {
     if (result.gaveUpAt < 0) result.gaveUpAt = static_cast<int>(place - text);
   }
@@ -124,7 +127,7 @@ struct Search {
 /// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
 const char* NextPlace(Search& search, const char* scan, const char* limit) {
   CompiledPattern& pattern = search.pattern;
-  search.credit.BeginLine(0);
+  search.credit.BeginLine(0, search.Kept());
   const char* place = nullptr;
   if (pattern.keywords == nullptr) {
     search.IsFound(FindCandidate(*pattern.automaton, scan, limit, search.credit, place), scan);
@@ -146,10 +149,10 @@ const char* NextPlace(Search& search, const char* scan, const char* limit) {
 }
 
 /// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
-/// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
+/// one match: the byte before it and the byte after it must not belong to a word. A refused match is
 /// tried shorter at the same start, then further right; where a word goes on, nothing is tried.
 ///
-/// The byte behind the line is read too: it is the line feed or the byte behind the text.
+/// The byte after the line is read too: it is the line feed or the byte after the text.
 bool FindWholeWord(Search& search, const Line& line, LineMatch& match) {
   const RegularExpression& regex = search.pattern.regex;
   const WordRule rule = {line.begin, line.Length()};
@@ -275,7 +278,8 @@ void BeginText(const Search& search) {
   MatchLocator& locator = *search.pattern.locator;
   if (!search.notes.IsFirstSearch(&locator)) return;
   locator.Begin(reinterpret_cast<const unsigned char*>(search.text),
-                static_cast<std::size_t>(search.limit - search.text), search.credit.Left());
+                static_cast<std::size_t>(search.limit - search.text),
+                search.credit.Left() - search.Kept());
   if (search.pattern.lineGroups != nullptr) search.pattern.lineGroups->Forget();
 }
 
@@ -314,7 +318,7 @@ bool FindOnReadLine(Search& search, const char* place) {
 
 /// What the locator has taken on this text is spent from the credit that others share.
 void SpendWork(const Search& search) {
-  search.credit.BeginLine(0);
+  search.credit.BeginLine(0, 0);
   static_cast<void>(search.credit.Spend(search.pattern.locator->Work()));
 }
 

@@ -3,7 +3,8 @@
 //
 // A unit is about a nanosecond; whoever works spends first. The credit is one for all matches of a text:
 // so much in any case, and so much for each byte. A line may spend what is left but for half the share of
-// the bytes behind it; where that is not enough, the search gives up on the line and goes on behind it.
+// the bytes after it; where that is not enough, the search gives up on the line and goes on after it. A part
+// of what is granted in any case is kept for patterns with back-references.
 
 #ifndef TROVEX_MATCHER_WORK_CREDIT_H
 #define TROVEX_MATCHER_WORK_CREDIT_H
@@ -21,9 +22,9 @@ class WorkCredit {
   explicit WorkCredit(std::size_t bytes)
       : left_(kWorkAtLeast + static_cast<std::int64_t>(bytes) * kWorkPerByte), granted_(left_) {}
 
-  /// What follows is work on a line behind which `bytes` bytes remain.
-  void BeginLine(std::size_t bytes) {
-    reserve_ = static_cast<std::int64_t>(bytes) * kWorkPerByte / 2;
+  /// What follows is work on a line after which `bytes` bytes remain. It leaves `kept` units for others.
+  void BeginLine(std::size_t bytes, std::int64_t kept) {
+    reserve_ = static_cast<std::int64_t>(bytes) * kWorkPerByte / 2 + kept;
   }
 
   /// Spends `units`; returns false if the line had not so many left. The work is then not to be done.

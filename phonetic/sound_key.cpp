@@ -18,7 +18,7 @@ namespace trovex {
 
 namespace {
 
-// Letters, as the rules have them: a to z, and the four behind z.
+// Letters, as the rules have them: a to z, and the four after z.
 
 constexpr char kFirstLetter = 'a';
 constexpr std::size_t kLetterCount = 30;
@@ -132,7 +132,7 @@ constexpr bool RulesAreComplete() {
       if (IndexOf(kSoundRules[rule].letters.front()) != letter) return false;
     }
     const SoundRule& last = kSoundRules[range.end - 1];
-    if (last.letters.size() != 1 || last.before != Before::kAnything || !last.behind.empty()) {
+    if (last.letters.size() != 1 || last.before != Before::kAnything || !last.after.empty()) {
       return false;
     }
   }
@@ -142,7 +142,7 @@ static_assert(RulesAreComplete());
 
 constexpr SmallSet kVowelSounds("aeiou|}AYW");
 constexpr SmallSet kDiphthongSounds("AYW");
-/// Behind these an e fades before l and n.
+/// After these an e fades before l and n.
 constexpr SmallSet kWeakSounds("bdfgkpstwxSmN");
 
 /// Reads a word, sound by sound.
@@ -185,7 +185,7 @@ class WordReader {
     for (std::size_t i = 1; i < rule.letters.size(); ++i) {
       if (LetterAt(place_ + i) != rule.letters[i]) return false;
     }
-    return FitsBefore(rule.before) && FitsBehind(rule.behind, place_ + rule.letters.size());
+    return FitsBefore(rule.before) && FitsAfter(rule.after, place_ + rule.letters.size());
   }
 
   bool FitsBefore(Before before) const {
@@ -208,12 +208,12 @@ class WordReader {
     return false;
   }
 
-  /// Whether what stands from `place` on is one of the alternatives of `behind`.
-  bool FitsBehind(std::string_view behind, std::size_t place) const {
-    if (behind.empty()) return true;
+  /// Whether what stands from `place` on is one of the alternatives of `after`.
+  bool FitsAfter(std::string_view after, std::size_t place) const {
+    if (after.empty()) return true;
     std::size_t next = place;
     bool fits = true;
-    for (const char asked : behind) {
+    for (const char asked : after) {
       if (asked == ' ') {
         if (fits) return true;
         next = place;

@@ -2,7 +2,7 @@
 //
 // A word is read from left to right. At each place the first row of the table that fits is taken: its
 // letters stand there, what it asks of the place before them holds, and what it asks of the letters
-// behind them holds. The row's letters are passed over and its sounds are added. So rows with more
+// after them holds. The row's letters are passed over and its sounds are added. So rows with more
 // letters stand above those with fewer, and exceptions above the rule.
 //
 // Letters are those of `ReadLetter`: lower case, accents other than the umlauts' gone. Sounds:
@@ -15,7 +15,7 @@
 // "z" is t and s, "x" and "chs" are k and s. Two equal sounds that meet are one, whether two letters
 // were written or a word was joined there.
 //
-// What the table takes from the literature: the grouping of letters by the consonants before and behind
+// What the table takes from the literature: the grouping of letters by the consonants before and after
 // them is that of the Cologne phonetics (H. J. Postel, "Die Kölner Phonetik. Ein Verfahren zur
 // Identifizierung von Personennamen auf der Grundlage der Gestaltanalyse", IBM-Nachrichten 19, 1969);
 // hardening at the end of a syllable, the loss of e before l, n and r, "-ig", and h follow the usual
@@ -40,7 +40,7 @@ enum class Before : unsigned char {
   kEndingI,    // the letter before is an i that is not the word's first vowel: "-ig"
 };
 
-/// A row of the table. `behind` lists what may stand behind the letters, apart by blanks; empty: anything.
+/// A row of the table. `after` lists what may stand after the letters, apart by blanks; empty: anything.
 /// In it, capital letters are kinds and all others themselves:
 ///
 ///   V  a vowel        C  a consonant
@@ -50,7 +50,7 @@ enum class Before : unsigned char {
 struct SoundRule {
   std::string_view letters;
   Before before = Before::kAnything;
-  std::string_view behind;
+  std::string_view after;
   std::string_view sounds;
 };
 

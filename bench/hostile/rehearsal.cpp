@@ -61,7 +61,9 @@ void PrintRehearsal() {
     if (tree.faulty) continue;
     if (CheckPatternLimits(tree) == MessageNumber::kMemoryOverflow) {
       ++refused;
-      if (EngineCompilesWithEase(pattern)) ++easy;
+      if (!EngineCompilesWithEase(pattern)) continue;
+      ++easy;
+      std::printf("Refused, though the engine compiles it with ease: %s\n", pattern.c_str());
     }
     CompileBudget budget(20'000'000, 20'000'000);
     if (CheckPatternLimits(tree, budget) != MessageNumber::kNone) continue;

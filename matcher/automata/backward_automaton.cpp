@@ -13,8 +13,8 @@ namespace {
 using Byte = unsigned char;
 
 // The tag of a state.
-constexpr std::uint32_t kKindMask = 3;  // the kind of the byte behind
-constexpr std::uint32_t kStarted = 4;   // a match can start behind the byte that led here
+constexpr std::uint32_t kKindMask = 3;  // the kind of the byte after
+constexpr std::uint32_t kStarted = 4;   // a match can start after the byte that led here
 
 /// The entry of a state that could not be made.
 constexpr StateCache::Entry kSpentEntry = std::numeric_limits<StateCache::Entry>::min();

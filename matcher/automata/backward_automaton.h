@@ -6,7 +6,7 @@
 //                   the place is the end of the leftmost match, this is its start.
 //   StartOfPrefix   From where on could the text up to this place be the beginning of a match?
 //
-// A state is the set of positions that can have matched the byte behind the place that was reached.
+// A state is the set of positions that can have matched the byte after the place that was reached.
 
 #ifndef TROVEX_MATCHER_AUTOMATA_BACKWARD_AUTOMATON_H
 #define TROVEX_MATCHER_AUTOMATA_BACKWARD_AUTOMATON_H
@@ -38,7 +38,7 @@ class BackwardAutomaton {
   /// A place; null if there is none. Nothing if the credit was spent before it was known.
   using Answer = std::optional<const unsigned char*>;
 
-  /// The leftmost start of a match that ends at the end of `stretch`, behind which a byte of kind
+  /// The leftmost start of a match that ends at the end of `stretch`, after which a byte of kind
   /// `behind` stands.
   Answer StartOfMatch(const Stretch& stretch, ByteKind behind);
 

@@ -23,7 +23,7 @@ constexpr std::uint32_t kEndedKnown = 32;      // ... and it started where the r
 constexpr std::uint32_t kRefusesLineEnd = 64;  // see Run::refusesLineEnd
 constexpr std::uint32_t kRefusesEmpty = 128;   // see Run::refusesEmpty
 constexpr std::uint32_t kStartsHere = 256;     // see Run::startsAtPlace: the place itself ...
-constexpr std::uint32_t kStartsNoMore = 512;   // ... and what is behind it
+constexpr std::uint32_t kStartsNoMore = 512;   // ... and what is after it
 constexpr std::uint32_t kDead = 1024;          // a match has ended, and no longer one is possible
 
 /// The entry of a state that could not be made.
@@ -51,8 +51,8 @@ ForwardAutomaton::ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdl
 
 // The road through the states.
 
-/// Reads on from `state` until a first match has ended; `state` is then the one behind it. Or to where
-/// nothing has begun, or behind the end of the text.
+/// Reads on from `state` until a first match has ended; `state` is then the one after it. Or to where
+/// nothing has begun, or after the end of the text.
 inline ForwardAutomaton::Outcome ForwardAutomaton::Search(Reader& reader, Number& state) {
   for (Entry row = StateCache::RowOf(state);;) {
     const Entry* const entries = cache_.Entries();
@@ -92,7 +92,7 @@ void ForwardAutomaton::Leap(const PlaceScan& leap, Reader& reader) {
   reader.next = exit != nullptr ? exit : reader.textEnd;
 }
 
-/// Reads on from `state`, the first behind the end of a match, until no longer match is possible.
+/// Reads on from `state`, the first after the end of a match, until no longer match is possible.
 inline ForwardAutomaton::Outcome ForwardAutomaton::FinishMatch(Run& run, Reader& reader,
                                                                Number state) {
   NoteEnd(run, reader.LastPlace(), cache_.Tags()[state]);
@@ -140,7 +140,7 @@ inline bool ForwardAutomaton::ReadOn(Run& run, Reader& reader, Number& state) {
   return true;
 }
 
-/// Takes `end` for the end of the match if the state with `tag`, behind it, says so.
+/// Takes `end` for the end of the match if the state with `tag`, after it, says so.
 inline void ForwardAutomaton::NoteEnd(Run& run, const Byte* end, std::uint32_t tag) {
   if ((tag & kEnded) == 0) return;
   run.end = end;
@@ -282,7 +282,7 @@ inline const PlaceScan* ForwardAutomaton::LeapOf(Number state) const {
 
 /// Gives `state`, which some byte leads back to itself, a leap if only rare bytes lead elsewhere.
 void ForwardAutomaton::ConsiderLeaps(Number state) {
-  constexpr double kRare = 2'000;  // in 100,000
+  constexpr double kRareExit = 2'000;  // in 100,000
   const auto slot = static_cast<std::size_t>(state);
   if (slot < leapsConsidered_.size() && leapsConsidered_[slot]) return;
   if (IsIdle(cache_.At(state))) return;
@@ -303,7 +303,7 @@ void ForwardAutomaton::ConsiderLeaps(Number state) {
   // Newlines do not count: every state is left there.
   Probe rareExits = exits;
   rareExits.bytes.reset('\n');
-  if (ExpectedRate({rareExits}) <= kRare) {
+  if (ExpectedRate({rareExits}) <= kRareExit) {
     leaps_[slot] = std::make_unique<PlaceScan>(Probes{exits});
   }
 }

@@ -3,11 +3,11 @@
 // A state keeps the positions that may be matched next apart by where their match would start: a list
 // of groups, the group of the earliest start first. A position that two groups share belongs to the
 // earlier one, which makes the same of it. At every place the groups are asked in this order whether
-// a match ends there. The first that says yes settles that no later start counts: the groups behind it
+// a match ends there. The first that says yes settles that no later start counts: the groups after it
 // are dropped, and no new one is opened. Only longer matches of that start, or of an earlier one, can
 // replace it. When no group is left, the latest match is the leftmost, and of those the longest.
 //
-//   "abcd|c" in "xabcx"    behind "ab" the group of the start at a waits for c. At c a second group
+//   "abcd|c" in "xabcx"    after "ab" the group of the start at a waits for c. At c a second group
 //                          is opened, and a match ends: the second group is all that is left but
 //                          the first, which waits for d. The x ends both; the match is "c".
 //
@@ -16,10 +16,10 @@
 //   1       a      none                           a group for the start at 1: a
 //   2       b      [a]                            b
 //   3       c      [b]                            c; a group for the start at 3: c (the second c)
-//   4       x      [c] [c']                       behind c' a match may end: it started at 3, so no
+//   4       x      [c] [c']                       after c' a match may end: it started at 3, so no
 //                                                 new group is opened. Nothing matches x: dead
 //
-// Whether a match ends at a place depends on the byte behind it, so each step says of the place
+// Whether a match ends at a place depends on the byte after it, so each step says of the place
 // before the byte it reads.
 //
 // Without a group nothing has begun: the automaton is idle. Where a faster way to the next place that
@@ -73,7 +73,7 @@ class ForwardAutomaton {
     /// Whether a match at `place` may not be empty.
     bool refusesEmpty = false;
     /// Whether matches may start at `place` alone. There are then far fewer states where counts are
-    /// large, but what lies behind a place may be read again for the next. Needs `stopsWhenIdle`.
+    /// large, but what lies after a place may be read again for the next. Needs `stopsWhenIdle`.
     bool startsAtPlace = false;
 
     /// With `kMatch`: where the match ends.

@@ -20,7 +20,7 @@ bool CanEnd(const PositionGraph& graph, const Way& way) {
                      [&](std::uint32_t node) { return graph.ends[node] != 0; });
 }
 
-/// The positions behind `way`, those with the lowest bytes first.
+/// The positions after `way`, those with the lowest bytes first.
 std::vector<std::uint32_t> PositionsBehind(const PositionGraph& graph, const Way& way) {
   std::vector<std::uint32_t> behind;
   for (const std::uint32_t node : way.nodes) {
@@ -53,7 +53,7 @@ void AddWay(const PositionGraph& graph, const Way& way, const std::vector<std::u
   }
 }
 
-/// All `ways` with one more offset. Each splits into one for every position behind it, or, if these were
+/// All `ways` with one more offset. Each splits into one for every position after it, or, if these were
 /// too many, into as many as it has a share in `mostWays`.
 std::vector<Way> Lengthened(const PositionGraph& graph, const std::vector<Way>& ways,
                             std::size_t mostWays) {

@@ -1,13 +1,13 @@
 // All matches on a line in time that grows with the line and no faster, whatever the pattern and the
 // text: the road that is taken where the automata would have to make too many states, or to read on too
-// far behind too many matches.
+// far after too many matches.
 //
-// The line is read backwards first. At every place this gives the nodes of the graph behind which the
+// The line is read backwards first. At every place this gives the nodes of the graph after which the
 // rest of the line holds the end of a match: its hopes. Where the start is among them, a match starts.
 // Read forwards from there, nothing needs to be followed that is not among the hopes of its place; so a
 // search goes no further than the end of its match, and the next one begins there.
 //
-//   a.*z|a in "aaz a"   hopes at 3, behind the z: the z itself, for which a match can end here
+//   a.*z|a in "aaz a"   hopes at 3, after the z: the z itself, for which a match can end here
 //                       at 1 and 2: the start, the first a, the dot; at 0: the start; at 4: the start,
 //                       at 5: the last a
 //                       forwards from 0: a, a and dot, z: "aaz" ends at 3, where no hope is left
@@ -89,7 +89,7 @@ class LineSearch {
 
   std::size_t blockSize_ = 1;
   std::vector<Word> kept_;       // the hopes at every multiple of `blockSize_`
-  std::vector<Word> block_;      // those of one block and of the first place behind it
+  std::vector<Word> block_;      // those of one block and of the first place after it
   std::size_t blockNumber_ = 0;  // which block that is
   bool hasBlock_ = false;
   std::vector<Word> scratch_;

@@ -45,15 +45,15 @@ class PositionSimulation {
     return graph.size / 64 > kMaxStepCost || graph.next.EdgeCount() > kMostEdges;
   }
 
-  /// Makes `to` the positions that match `byte` behind those of `from`. `pair` is the number of the
+  /// Makes `to` the positions that match `byte` after those of `from`. `pair` is the number of the
   /// neighbours of the place before it: the byte before, and `byte`.
   void StepForwards(const Word* from, unsigned pair, unsigned char byte, Word* to) const;
 
-  /// Makes `to` the nodes behind which a match can go on with one of `from`, where `byte` is to be
+  /// Makes `to` the nodes after which a match can go on with one of `from`, where `byte` is to be
   /// matched next, or end. `from` is changed.
   void StepBackwards(Word* from, unsigned pair, unsigned char byte, Word* to) const;
 
-  /// The nodes behind which a match can end between the neighbours of number `pair`.
+  /// The nodes after which a match can end between the neighbours of number `pair`.
   const Word* Ends(unsigned pair) const { return ends_.data() + pair * words_; }
 
   /// The set of the start alone.

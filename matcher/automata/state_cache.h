@@ -5,7 +5,7 @@
 // is what texts come by. The number of states can be exponential in the pattern, so it is bounded:
 // beyond the bound all of them are thrown away, and those that the text still comes by are made anew.
 //
-// The tables lie one behind the other, so that an entry leads straight to the next table and the loop
+// The tables lie one after the other, so that an entry leads straight to the next table and the loop
 // over a text is  row = entries[row + byte].  It ends at an entry below zero:
 //
 //   kUnknownEntry   not filled in yet

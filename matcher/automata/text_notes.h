@@ -1,6 +1,6 @@
 // What the searches of one text, one after another, have in common.
 //
-// A host's search asks for one match after the other, each time from behind the latest. What a locator
+// A host's search asks for one match after the other, each time from the end of the latest. What a locator
 // finds out about the text on the way (match_locator.h) holds for all of them, as long as the text does
 // not change; whoever asks for them keeps one of these, so that the locator knows that it is still the
 // same text.
@@ -8,6 +8,7 @@
 #ifndef TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
 #define TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
 
+#include "matcher/limits.h"
 #include "matcher/work_credit.h"
 
 #include <algorithm>
@@ -37,7 +38,6 @@ class TextNotes {
   /// Notes that a match from `start` to `end` was read, on a line that ends at `lineEnd`. Returns whether
   /// so much of the line was read again that to read it once as a whole would have cost less.
   bool ReadsAgain(const char* start, const char* end, const char* lineEnd) {
-    constexpr std::ptrdiff_t kLittle = 4'096;
     if (lineEnd != matchLineEnd_) {
       matchLineEnd_ = lineEnd;
       readTo_ = start;
@@ -45,7 +45,7 @@ class TextNotes {
     }
     if (start < readTo_) readAgain_ += std::min(readTo_, end) - start;
     readTo_ = std::max(readTo_, end);
-    return readAgain_ > kLittle + 2 * (lineEnd - start);
+    return readAgain_ > kReadAgainAtLeast + kReadAgainTimes * (lineEnd - start);
   }
 
   /// The end of the line around `p` in a text that ends at `limit`.

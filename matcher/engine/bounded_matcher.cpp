@@ -133,7 +133,7 @@ int BoundedMatcher::Append(Operation operation, int first, int second) {
   const bool isBracket = operation == Operation::kOpenGroup || operation == Operation::kCloseGroup;
   isCopy_.push_back(emitsCopy_ && !isBracket);
   const int place = Here() - 1;
-  // Of the engine's nodes a branch is the one behind its sides.
+  // Of the engine's nodes a branch is the one after its sides.
   if (operation != Operation::kJump && operation != Operation::kSplit)
     engineOrder_.push_back(place);
   return place;

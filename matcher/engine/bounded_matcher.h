@@ -56,7 +56,7 @@ struct GroupRange {
 };
 
 /// The rule for whole words on a line, of patterns without anchors: a refused match is tried shorter at
-/// the same start, then further right. The byte behind the line counts, unless the match fills the line.
+/// the same start, then further right. The byte after the line counts, unless the match fills the line.
 struct WordRule {
   const char* line;
   int length;
@@ -98,7 +98,7 @@ class BoundedMatcher {
 
   /// Whether `MakeLineGroups` may be asked.
   bool CanReadLines() const { return HasGraph() && !hasAnchors_; }
-  /// What tells one group of the matches on a line, which are looked for from behind it. Uses this object.
+  /// What tells one group of the matches on a line (line_groups.h). Uses this object.
   std::unique_ptr<LineGroups> MakeLineGroups() const;
 
   bool HasReferences() const { return referenced_ != 0; }

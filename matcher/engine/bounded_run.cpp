@@ -1,5 +1,6 @@
 // Running the program of a pattern over a text.
 
+#include "matcher/costs.h"
 #include "matcher/engine/bounded_matcher.h"
 #include "matcher/engine/bracket_ranges.h"
 #include "matcher/engine/engine_graph.h"
@@ -21,8 +22,7 @@ namespace trovex {
 
 namespace {
 
-/// What a step costs, and how much is done before it is spent.
-constexpr std::int64_t kBoundedStepUnits = 60;
+/// How much is done before it is spent.
 constexpr std::int64_t kSpentAtOnce = 10'000;
 
 /// The ranges of the groups 1 to 9, which decide what a back-reference matches.
@@ -146,7 +146,7 @@ class CopiedBrackets {
     return brackets_[static_cast<std::size_t>(position - start_)];
   }
 
-  /// Finds all that is reached at the next position, and what is reached first at the one behind.
+  /// Finds all that is reached at the next position, and what is reached first at the one after.
   void ReadOn() {
     const int position = start_ + static_cast<int>(brackets_.size());
     Brackets& brackets = brackets_.emplace_back();
@@ -214,8 +214,8 @@ class CopiedBrackets {
   const TextReader& text_;
   int start_ = 0;
   std::vector<Brackets> brackets_;  // by position, from the start on
-  std::vector<int> reached_;        // at the position behind those
-  std::vector<int> next_;           // at the one behind that
+  std::vector<int> reached_;        // at the position after those
+  std::vector<int> next_;           // at the one after that
   std::vector<bool> isReached_;     // by place: whether it stands in `reached_`
   std::int64_t steps_ = 0;
 };

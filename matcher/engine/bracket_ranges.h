@@ -1,6 +1,6 @@
 // The ranges of the groups on a way through a pattern, as the engine keeps them: a group is what was passed
 // between its brackets last, and a round of a repetition that consumes nothing, of a group that a repetition
-// made optional, leaves all as it was behind the last round that consumed something.
+// made optional, leaves all as it was after the last round that consumed something.
 
 #ifndef TROVEX_MATCHER_ENGINE_BRACKET_RANGES_H
 #define TROVEX_MATCHER_ENGINE_BRACKET_RANGES_H
@@ -43,7 +43,7 @@ class BracketRanges {
 
  private:
   std::vector<GroupRange> ranges_;
-  std::vector<GroupRange> accepted_;  // as they were behind the last round that consumed something
+  std::vector<GroupRange> accepted_;  // as they were after the last round that consumed something
 };
 
 }  // namespace trovex

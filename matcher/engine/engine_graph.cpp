@@ -13,7 +13,7 @@ constexpr Conditions kWordBefore = 0x01;
 constexpr Conditions kNoWordBefore = 0x02;
 constexpr Conditions kLineStartsHere = 0x04;
 constexpr Conditions kTextStartsHere = 0x08;
-// ... and on the byte behind.
+// ... and on the byte after.
 constexpr Conditions kWordBehind = 0x10;
 constexpr Conditions kNoWordBehind = 0x20;
 constexpr Conditions kLineEndsHere = 0x40;
@@ -63,7 +63,7 @@ EngineGraph::EngineGraph(const BoundedMatcher& matcher) : nodeOf_(matcher.progra
   AddSteps(matcher);
   Link(matcher);
   start_ = NodeOfPlace(matcher, 0);
-  CopyBehindAnchors();
+  CopyAfterAnchors();
 }
 
 EngineGraph::Number EngineGraph::AddNode(const Node& node) {
@@ -101,7 +101,7 @@ void EngineGraph::Link(const BoundedMatcher& matcher) {
     switch (step.operation) {
       case BoundedMatcher::Operation::kByte:
       case BoundedMatcher::Operation::kSet:
-        node.behindByte = NodeOfPlace(matcher, node.place + 1);
+        node.afterByte = NodeOfPlace(matcher, node.place + 1);
         break;
       case BoundedMatcher::Operation::kSplit:
         node.next = {NodeOfPlace(matcher, step.first), NodeOfPlace(matcher, step.second)};
@@ -123,7 +123,7 @@ EngineGraph::Number EngineGraph::NodeOfPlace(const BoundedMatcher& matcher, int 
   return nodeOf_[static_cast<std::size_t>(place)];
 }
 
-void EngineGraph::CopyBehindAnchors() {
+void EngineGraph::CopyAfterAnchors() {
   const auto count = static_cast<Number>(nodes_.size());
   std::vector<bool> isVisited(nodes_.size());
   for (Number root = 0; root < count && isWhole_; ++root)
@@ -131,7 +131,7 @@ void EngineGraph::CopyBehindAnchors() {
   copies_.clear();
 }
 
-/// Visits what is reached from `root` without a byte, and makes the copies behind each anchor when it is
+/// Visits what is reached from `root` without a byte, and makes the copies after each anchor when it is
 /// first come to.
 void EngineGraph::Visit(Number root, std::vector<bool>& isVisited) {
   std::vector<Number> pending{root};
@@ -141,7 +141,7 @@ void EngineGraph::Visit(Number root, std::vector<bool>& isVisited) {
     if (isVisited[static_cast<std::size_t>(number)]) continue;
     isVisited[static_cast<std::size_t>(number)] = true;
     if (At(number).conditions != 0 && At(number).nextCount > 0 && !At(At(number).next[0]).isCopy) {
-      CopyBehind(number);
+      CopyAfter(number);
       isVisited.resize(nodes_.size());
     }
     const Node& node = At(number);
@@ -150,8 +150,8 @@ void EngineGraph::Visit(Number root, std::vector<bool>& isVisited) {
   }
 }
 
-/// Makes copies of all that is reached behind `anchor` without a byte.
-void EngineGraph::CopyBehind(Number anchor) {
+/// Makes copies of all that is reached after `anchor` without a byte.
+void EngineGraph::CopyAfter(Number anchor) {
   struct Branch {
     Number original;
     Number copy;

@@ -3,7 +3,7 @@
 // Every step of the program is a node, in the engine's order: what stands inside of a branch comes before
 // the branch. A node leads on without a byte to one or two others, or it stands for a byte.
 //
-// Behind an anchor everything that is reached without a byte is there a second time, under the condition
+// After an anchor everything that is reached without a byte is there a second time, under the condition
 // of that anchor, and so on for the anchors among that. How far such a copy goes, and what it shares with
 // others, decides which groups the engine tells, so it is made in just the engine's order. Where an
 // anchor stands in a writing-out of a repetition that is not the first, the engine makes no copy: the
@@ -35,7 +35,7 @@ class EngineGraph {
     bool isCopy = false;
     int nextCount = 0;
     std::array<Number, 2> next{};  // where it leads without a byte
-    Number behindByte = -1;        // where it leads with its byte
+    Number afterByte = -1;         // where it leads with its byte
   };
 
   explicit EngineGraph(const BoundedMatcher& matcher);
@@ -48,7 +48,7 @@ class EngineGraph {
   std::size_t Size() const { return nodes_.size(); }
 
   /// The conditions that hold at `position`. Those of a node on the byte before must hold for the node to
-  /// be there at all, those on the byte behind for what it stands for to match.
+  /// be there at all, those on the byte after for what it stands for to match.
   static Conditions Holding(const TextReader& text, int position);
   static constexpr Conditions kOnByteBefore = 0x0F;
 
@@ -57,9 +57,9 @@ class EngineGraph {
   void AddSteps(const BoundedMatcher& matcher);
   void Link(const BoundedMatcher& matcher);
   Number NodeOfPlace(const BoundedMatcher& matcher, int place) const;
-  void CopyBehindAnchors();
+  void CopyAfterAnchors();
   void Visit(Number root, std::vector<bool>& isVisited);
-  void CopyBehind(Number anchor);
+  void CopyAfter(Number anchor);
   Number Copy(Number original, Conditions conditions);
   Number KnownCopy(Number original, Conditions conditions) const;
 

@@ -6,7 +6,7 @@
 // the written-out tree, operands before their operators, and the engine treats the ways out of a node
 // in the order of their numbers.
 //
-// What stands behind an anchor holds only where the anchor does. So for each anchor the engine copies
+// What stands after an anchor holds only where the anchor does. So for each anchor the engine copies
 // what is reached from it without text, and the copy carries the anchor's condition. A copy is looked
 // for, among all copies, only for the first of two ways.
 //
@@ -25,6 +25,7 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+#include "matcher/costs.h"
 
 namespace trovex {
 
@@ -33,16 +34,6 @@ namespace {
 using NodeNumber = std::int32_t;
 /// Nodes in ascending order.
 using NodeList = std::vector<NodeNumber>;
-
-/// What a node takes of the engine's memory without its list, and the least block of a list.
-constexpr std::int64_t kBytesPerNode = 220;
-constexpr std::int64_t kBytesPerList = 32;
-/// How long what takes, with the rehearsal: to make a node, to make a list, to merge a node into a list
-/// (a step), to copy a list, or to move a part of it and make room.
-constexpr std::int64_t kStepsPerNode = 60;
-constexpr std::int64_t kStepsPerList = 40;
-constexpr std::int64_t kCopiedPerStep = 5;
-constexpr std::int64_t kMovedPerStep = 3;
 
 /// What must stand on the two sides of a place, a bit for each: the engine takes two conditions for
 /// the same where they ask for the same.
@@ -88,7 +79,7 @@ Conditions ConditionsOf(const SyntaxNode& anchor) {
 struct GraphNode {
   std::array<NodeNumber, 2> ways{};  // to what comes next without text, in ascending order
   int wayCount = 0;
-  NodeNumber next = 0;  // what comes next behind the text of a back-reference
+  NodeNumber next = 0;  // what comes next after the text of a back-reference
   bool isBackReference = false;
   int group = 0;  // that a back-reference names, or whose end the node is
   bool isCopy = false;
@@ -112,8 +103,8 @@ class GraphWriter {
   std::vector<GraphNode> Write() {
     CountNodes();
     const auto count = static_cast<std::size_t>(counts_.back()) + 1;
-    budget_.ChargeSteps(static_cast<std::int64_t>(count) * kStepsPerNode);
-    budget_.ChargeBytes(static_cast<std::int64_t>(count) * kBytesPerNode);
+    budget_.ChargeSteps(static_cast<std::int64_t>(count) * kEngineStepsPerNode);
+    budget_.ChargeBytes(static_cast<std::int64_t>(count) * kEngineBytesPerNode);
     nodes_.resize(count);
     free_ = static_cast<NodeNumber>(count);
     const NodeNumber end = NewNode();
@@ -170,7 +161,7 @@ class GraphWriter {
   }
   GraphNode& At(NodeNumber node) { return nodes_[static_cast<std::size_t>(node)]; }
 
-  /// Writes the part of the tree at `index`, behind which `next` comes. Returns its first node, which
+  /// Writes the part of the tree at `index`, after which `next` comes. Returns its first node, which
   /// is `next` where the part is empty. Recurses as deep as the pattern is nested.
   NodeNumber WriteNode(int index, NodeNumber next) {
     const SyntaxNode& node = tree_.Node(index);
@@ -347,8 +338,8 @@ class EngineRehearsal {
   // Copies.
 
   NodeNumber Copy(NodeNumber original, Condition condition) {
-    budget_.ChargeSteps(kStepsPerNode);
-    budget_.ChargeBytes(kBytesPerNode);
+    budget_.ChargeSteps(kEngineStepsPerNode);
+    budget_.ChargeBytes(kEngineBytesPerNode);
     const auto number = static_cast<NodeNumber>(nodes_.size());
     GraphNode copy;
     copy.isCopy = true;
@@ -386,11 +377,11 @@ class EngineRehearsal {
   };
 
   /// Copies what is reached from `anchor`, which stands for its own copy.
-  void CopyBehind(NodeNumber anchor) {
+  void CopyAfter(NodeNumber anchor) {
     std::vector<Pending> pending;
     CopyChain({anchor, anchor, At(anchor).condition}, anchor, pending);
     while (!pending.empty()) {
-      // Of a node with two ways, the second is taken when everything behind the first is copied.
+      // Of a node with two ways, the second is taken when everything after the first is copied.
       Pending branch = pending.back();
       pending.pop_back();
       const NodeNumber way = At(branch.original).ways[1];
@@ -471,10 +462,10 @@ class EngineRehearsal {
   }
 
   void Begin(NodeNumber node) {
-    budget_.ChargeSteps(kStepsPerList);
+    budget_.ChargeSteps(kEngineStepsPerList);
     MakingOf(node) = Making::kBegun;
     const GraphNode& begun = At(node);
-    if (begun.condition != 0 && begun.wayCount > 0 && !At(begun.ways[0]).isCopy) CopyBehind(node);
+    if (begun.condition != 0 && begun.wayCount > 0 && !At(begun.ways[0]).isCopy) CopyAfter(node);
     if (unfinished_ == stack_.size()) stack_.emplace_back();
     Unfinished& list = stack_[unfinished_++];
     list.node = node;
@@ -500,7 +491,7 @@ class EngineRehearsal {
     }
     MakingOf(done.node) = isKept ? Making::kDone : Making::kNotBegun;
     if (!isKept) return;
-    budget_.ChargeBytes(done.capacity * std::int64_t{sizeof(NodeNumber)} + kBytesPerList);
+    budget_.ChargeBytes(done.capacity * std::int64_t{sizeof(NodeNumber)} + kEngineBytesPerList);
     ListOf(done.node) = done.nodes;
   }
 
@@ -508,7 +499,7 @@ class EngineRehearsal {
   void Merge(Unfinished& into, const NodeList& list) {
     const auto added = static_cast<std::int64_t>(list.size());
     const auto present = static_cast<std::int64_t>(into.nodes.size());
-    budget_.ChargeSteps(present == 0 ? added / kCopiedPerStep : added + present);
+    budget_.ChargeSteps(present == 0 ? added / kEngineCopiedPerStep : added + present);
     if (into.capacity < 2 * added + present) into.capacity = 2 * (added + into.capacity);
     if (present == 0) {
       into.nodes.assign(list.begin(), list.end());
@@ -525,7 +516,7 @@ class EngineRehearsal {
   void Insert(Unfinished& done) {
     NodeList& nodes = done.nodes;
     const auto place = std::lower_bound(nodes.begin(), nodes.end(), done.node);
-    budget_.ChargeSteps((nodes.end() - place) / kMovedPerStep);
+    budget_.ChargeSteps((nodes.end() - place) / kEngineMovedPerStep);
     if (place == nodes.end() || *place != done.node) nodes.insert(place, done.node);
     done.capacity = std::max(done.capacity, static_cast<std::int64_t>(nodes.size()));
   }
@@ -544,11 +535,11 @@ class EngineRehearsal {
       std::int64_t capacity = 1;
       while (capacity < count)
         capacity = 2 * (capacity + 1);
-      budget_.ChargeBytes(capacity * std::int64_t{sizeof(NodeNumber)} + kBytesPerList);
+      budget_.ChargeBytes(capacity * std::int64_t{sizeof(NodeNumber)} + kEngineBytesPerList);
     }
   }
 
-  /// Where a match begins, the engine takes in what comes behind each back-reference. After each of them
+  /// Where a match begins, the engine takes in what comes after each back-reference. After each of them
   /// it looks at all again, and for each for the end of its group, from the first node on.
   void ChargeForStart() {
     NodeList reached = ListOf(start_);

@@ -3,7 +3,7 @@
 // The engine itself knows no bounds: "(\b|a)*" ten times over takes it seconds, fifty thousand
 // alternatives take gigabytes, and both look like harmless patterns. No formula tells them apart, so
 // the part of its work that can grow out of hand is done here first, within a budget: its graph of the
-// pattern, the copies that it makes of what stands behind an anchor, and the lists of what is reached
+// pattern, the copies that it makes of what stands after an anchor, and the lists of what is reached
 // without a byte of text. It takes less time than the engine does, and its memory is freed before the
 // engine begins.
 

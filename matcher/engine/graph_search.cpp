@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <utility>
+#include "matcher/costs.h"
 
 namespace trovex {
 
 namespace {
-
-/// What it costs to look at one node.
-constexpr std::int64_t kNodeUnits = 8;
 
 bool Hold(EngineGraph::Conditions conditions, EngineGraph::Conditions holding) {
   return (conditions & ~holding) == 0;
@@ -39,7 +37,7 @@ SearchOutcome GraphSearch::Find(int from, int lastStart, const WordRule* words, 
     if (mayStart && (words == nullptr || words->CanStartAt(position))) {
       Enter(graph_.Start(), position, position);
     }
-    if (!credit_.Spend(static_cast<std::int64_t>(reached_.size() + 2) * kNodeUnits))
+    if (!credit_.Spend(static_cast<std::int64_t>(reached_.size() + 2) * kGraphNodeUnits))
       return SearchOutcome::kGaveUp;
     holding_ = EngineGraph::Holding(text_, position);
     NoteEnd(position, words, match);
@@ -86,12 +84,12 @@ void GraphSearch::FollowByte(int position) {
   if (text_.IsEnd(position)) return;
   for (const Thread& thread : reached_) {
     const EngineGraph::Node& node = graph_.At(thread.node);
-    if (node.behindByte < 0 || !Hold(node.conditions, holding_)) continue;
+    if (node.afterByte < 0 || !Hold(node.conditions, holding_)) continue;
     const BoundedMatcher::Step& step = matcher_.At(node.place);
     const bool matches = step.operation == BoundedMatcher::Operation::kByte
                              ? text_.IsByteAt(position, step.first)
                              : text_.IsInSetAt(position, matcher_.SetOf(step));
-    if (matches) next_.push_back({node.behindByte, thread.start});
+    if (matches) next_.push_back({node.afterByte, thread.start});
   }
 }
 

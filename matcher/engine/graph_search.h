@@ -48,7 +48,7 @@ class GraphSearch {
   const TextReader text_;
   WorkCredit& credit_;
   std::vector<Thread> reached_;  // at the present position, by their starts
-  std::vector<Thread> next_;     // behind its byte
+  std::vector<Thread> next_;     // after its byte
   std::vector<int> reachedAt_;   // by node: the position at which it was last reached
   EngineGraph::Conditions holding_ = 0;
 };

@@ -1,5 +1,6 @@
 #include "matcher/engine/group_walk.h"
 
+#include "matcher/costs.h"
 #include "matcher/engine/bracket_ranges.h"
 #include "matcher/limits.h"
 
@@ -10,9 +11,6 @@ namespace trovex {
 namespace {
 
 using Conditions = EngineGraph::Conditions;
-
-/// What it costs to note a node and to look at it again.
-constexpr std::int64_t kEntryUnits = 30;
 
 bool Hold(Conditions conditions, const Conditions holding) {
   return (conditions & ~holding) == 0;
@@ -37,15 +35,15 @@ GroupWalk::Outcome GroupWalk::Go(GroupRange match, std::vector<GroupRange>& rang
   return Walk(match, ranges);
 }
 
-/// The node behind the byte at `position`, if `node` stands for it; otherwise -1.
-GroupWalk::Number GroupWalk::BehindByte(Number node, int position) const {
+/// The node after the byte at `position`, if `node` stands for it; otherwise -1.
+GroupWalk::Number GroupWalk::AfterByte(Number node, int position) const {
   const BoundedMatcher::Step& step = StepOf(node);
   const bool matches =
       step.operation == Operation::kByte
           ? text_.IsByteAt(position, step.first)
           : step.operation == Operation::kSet && text_.IsInSetAt(position, matcher_.SetOf(step));
   if (!matches || !Hold(graph_.At(node).conditions, LayerAt(position).holding)) return -1;
-  return graph_.At(node).behindByte;
+  return graph_.At(node).afterByte;
 }
 
 // Noting.
@@ -70,11 +68,11 @@ bool GroupWalk::NoteForwards(GroupRange match) {
     }
     if (reached_.size() > kMaxGroupEntries) return false;
     const auto count = static_cast<std::int64_t>(reached_.size() - begin);
-    if (!credit_.Spend((count + 2) * kEntryUnits)) return false;
+    if (!credit_.Spend((count + 2) * kGroupEntryUnits)) return false;
     layers_.push_back({begin, reached_.size(), EngineGraph::Holding(text_, position)});
     first.clear();
     for (std::size_t i = begin; i < reached_.size() && position < match.end; ++i) {
-      const Number next = BehindByte(reached_[i], position);
+      const Number next = AfterByte(reached_[i], position);
       if (next >= 0) first.push_back(next);
     }
   }
@@ -92,7 +90,7 @@ bool GroupWalk::NoteBackwards(GroupRange match) {
     const Layer& layer = LayerAt(position);
     const Layer& behind = LayerAt(position + 1);
     for (std::size_t i = layer.begin; i < layer.end; ++i) {
-      const Number next = BehindByte(reached_[i], position);
+      const Number next = AfterByte(reached_[i], position);
       leadsOn_[i] = next >= 0 && IsNoted(next, behind);
     }
     Index(layer);
@@ -157,7 +155,7 @@ GroupWalk::Outcome GroupWalk::Walk(GroupRange match, std::vector<GroupRange>& ra
       sinceNew = passed_.size() > passedBefore ? 0 : sinceNew + 1;
       if (sinceNew > graph_.Size()) return Outcome::kEndless;
     } else {
-      node = position < match.end ? BehindByte(node, position) : -1;
+      node = position < match.end ? AfterByte(node, position) : -1;
       if (node >= 0) Index(LayerAt(++position));
       ForgetPassed();
       sinceNew = 0;

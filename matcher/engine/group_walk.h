@@ -7,7 +7,7 @@
 //
 // That walk has two peculiarities, which are the reason for doing the same here. A round of a repetition
 // that consumes nothing may be walked, and leaves its mark on the groups, where "(()|a)*" needs no such
-// round. And behind some branches the walk goes round for ever without consuming anything. Here it is
+// round. And after some branches the walk goes round for ever without consuming anything. Here it is
 // given up when it goes on and on with nothing new passed.
 //
 // Time and memory are at most the size of the graph times the length of the match.
@@ -59,7 +59,7 @@ class GroupWalk {
   const Layer& LayerAt(int position) const {
     return layers_[static_cast<std::size_t>(position - start_)];
   }
-  Number BehindByte(Number node, int position) const;
+  Number AfterByte(Number node, int position) const;
   bool NoteForwards(GroupRange match);
   bool NoteBackwards(GroupRange match);
   bool FindLastNode(const Layer& layer);

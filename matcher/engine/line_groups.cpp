@@ -1,5 +1,6 @@
 #include "matcher/engine/line_groups.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 
 #include <algorithm>
@@ -13,10 +14,6 @@ namespace {
 /// At how many positions what the nodes know is worked out again.
 constexpr int kStretch = 256;
 constexpr std::size_t kBits = 64;
-
-/// What it costs to work out what a node knows, and to walk over one.
-constexpr std::int64_t kEndUnits = 5;
-constexpr std::int64_t kWalkUnits = 20;
 
 }  // namespace
 
@@ -68,7 +65,7 @@ void LineGroups::NoteWhatLeadsToBrackets() {
       bool does = isBracket && step.first == group_;
       for (int n = 0; n < node.nextCount; ++n)
         does = does || leads(node.next[static_cast<std::size_t>(n)]);
-      does = does || (node.behindByte >= 0 && leads(node.behindByte));
+      does = does || (node.afterByte >= 0 && leads(node.afterByte));
       leadsToBracket_[static_cast<std::size_t>(number)] = does;
       changed = changed || does;
     }
@@ -82,17 +79,17 @@ bool LineGroups::Prepare(const char* begin, const char* end, int group, WorkCred
   const auto length = static_cast<std::size_t>(end - begin);
   if ((length / kStretch + 1 + kStretch + 1) * nodes > kMaxLineEnds) return false;
   // What is worked out is worked out once more where a walk comes there.
-  const std::int64_t units = static_cast<std::int64_t>((length + 1) * nodes) * kEndUnits;
+  const std::int64_t units = static_cast<std::int64_t>((length + 1) * nodes) * kLineEndUnits;
   if (!credit.Affords(3 * units)) return false;
   static_cast<void>(credit.Spend(units));
   if (group != std::exchange(group_, group)) NoteWhatLeadsToBrackets();
 
-  begin_ = begin;
-  end_ = end;
-  length_ = static_cast<int>(length);
   starts_.assign(length / kBits + 1, 0);
   kept_.resize((length / kStretch + 1) * nodes);
   stretch_.resize((kStretch + 1) * nodes);
+  begin_ = begin;
+  end_ = end;
+  length_ = static_cast<int>(length);
   End* ends = stretch_.data();
   End* following = stretch_.data() + nodes;
   for (int position = length_; position >= 0; --position) {
@@ -112,7 +109,7 @@ bool LineGroups::MatchesByte(const BoundedMatcher::Step& step, int position) con
              : matcher_.SetOf(step).test(static_cast<std::size_t>(byte));
 }
 
-/// Works out the ends at `position` from those at the position behind it.
+/// Works out the ends at `position` from those at the position after it.
 void LineGroups::StepBack(int position, const End* following, End* ends) const {
   if (hasLoops_) std::fill_n(ends, graph_.Size(), End{-1});
   for (const Number number : order_) {
@@ -124,9 +121,9 @@ void LineGroups::StepBack(int position, const End* following, End* ends) const {
         end = std::max(end, ends[node.next[static_cast<std::size_t>(n)]]);
     } else if (step.operation == Operation::kMatch) {
       end = position;
-    } else if (node.behindByte >= 0 && position < length_ && following[node.behindByte] >= 0 &&
+    } else if (node.afterByte >= 0 && position < length_ && following[node.afterByte] >= 0 &&
                MatchesByte(step, position)) {
-      end = following[node.behindByte];
+      end = following[node.afterByte];
     }
     ends[number] = end;
   }
@@ -166,7 +163,7 @@ bool LineGroups::Load(int position, WorkCredit& credit) {
   const auto rowOf = [&](int of) {
     return &stretch_[static_cast<std::size_t>(of - first) * nodes];
   };
-  if (!credit.Spend(static_cast<std::int64_t>(nodes) * (last - first + 1) * kEndUnits))
+  if (!credit.Spend(static_cast<std::int64_t>(nodes) * (last - first + 1) * kLineEndUnits))
     return false;
   if (last % kStretch == 0) {
     std::copy_n(&kept_[static_cast<std::size_t>(last / kStretch) * nodes], nodes, rowOf(last));
@@ -195,6 +192,7 @@ LineGroups::Match LineGroups::Find(const char* place, WorkCredit& credit) {
 /// Walks along the match that starts at `start` until the group is known. Returns false if the credit does
 /// not allow it.
 bool LineGroups::Walk(int start, WorkCredit& credit, GroupRange& group) {
+  ForgetPassed();
   if (!Load(start, credit)) return false;
   const End end = EndsAt(start)[graph_.Start()];
   BracketRanges ranges(matcher_.tree_.groupCount);
@@ -211,25 +209,26 @@ bool LineGroups::Walk(int start, WorkCredit& credit, GroupRange& group) {
       number = StepWithoutByte(number, EndsAt(position), end);
       continue;
     }
-    number = node.behindByte;
-    for (const Number passed : passed_)
-      isPassed_[static_cast<std::size_t>(passed)] = false;
-    passed_.clear();
+    number = node.afterByte;
+    ForgetPassed();
     if (!Load(++position, credit)) return false;
   }
+  group = ranges.At(group_);
+  return credit.Spend(steps * kLineWalkUnits);
+}
+
+void LineGroups::ForgetPassed() {
   for (const Number passed : passed_)
     isPassed_[static_cast<std::size_t>(passed)] = false;
   passed_.clear();
-  group = ranges.At(group_);
-  return credit.Spend(steps * kWalkUnits);
 }
 
 /// Where the walk goes on from `number`, which leads on without a byte: to the first side on a way to `end`,
 /// or to the second if it has passed the first since the last byte.
 LineGroups::Number LineGroups::StepWithoutByte(Number number, const End* ends, End end) {
   if (!isPassed_[static_cast<std::size_t>(number)]) {
-    isPassed_[static_cast<std::size_t>(number)] = true;
     passed_.push_back(number);
+    isPassed_[static_cast<std::size_t>(number)] = true;
   }
   const EngineGraph::Node& node = graph_.At(number);
   const Number first = node.next[0];

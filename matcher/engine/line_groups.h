@@ -1,4 +1,4 @@
-// One group of the matches on a line, where each match is looked for from behind the group of the one before.
+// One group of the matches on a line, where each match is looked for from the end of the group before.
 //
 // Who asks for a group is given its range and goes on from its end, which may be in the middle of the match.
 // With "(Haus).*Katze" all matches of a line end at the same place: to locate each of them, and to tell the
@@ -71,6 +71,7 @@ class LineGroups {
   const End* EndsAt(int position) const;
   bool Walk(int start, WorkCredit& credit, GroupRange& group);
   Number StepWithoutByte(Number number, const End* ends, End end);
+  void ForgetPassed();
   bool MatchesByte(const BoundedMatcher::Step& step, int position) const;
 
   const BoundedMatcher& matcher_;

@@ -2,6 +2,7 @@
 
 #include "matcher/engine/regular_expression.h"
 
+#include "matcher/costs.h"
 #include "matcher/engine/pattern_limits.h"
 #include "matcher/limits.h"
 
@@ -20,9 +21,6 @@ namespace {
 
 constexpr int kFirstErrorCode = 1;
 constexpr int kLastErrorCode = 16;
-
-/// What a call of the engine costs beside the bytes.
-constexpr std::int64_t kEngineCallUnits = 300;
 
 /// The C locale for this thread, for as long as the object lives.
 class CLocaleScope {

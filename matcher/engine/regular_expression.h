@@ -105,6 +105,9 @@ class RegularExpression {
 
   bool IsCompiled() const { return compiled_; }
 
+  /// Whether the pattern has back-references, whose search may take far more than that of any other.
+  bool HasReferences() const { return hazards_.search; }
+
   /// The number of groups in the pattern; 0 before it is compiled.
   std::size_t GroupCount() const { return groupCount_; }
 
@@ -133,7 +136,7 @@ class RegularExpression {
   SearchOutcome SearchWord(const WordRule& rule, int from, GroupRange& match,
                            WorkCredit& credit) const;
 
-  /// What tells one group of the matches on a line, where each is looked for from behind the group of the
+  /// What tells one group of the matches on a line, where each is looked for from the end of the group of the
   /// one before (line_groups.h); null where the pattern does not allow it. This object must outlive it.
   std::unique_ptr<LineGroups> MakeLineGroups() const;
 

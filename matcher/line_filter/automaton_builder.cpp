@@ -2,6 +2,8 @@
 
 #include "matcher/line_filter/automaton_builder.h"
 
+#include "matcher/costs.h"
+#include "matcher/limits.h"
 #include "matcher/pattern/stream_analysis.h"
 
 #include <algorithm>
@@ -49,7 +51,7 @@ bool DependsOnLetterBefore(Constraint constraint) {
          AllowsLetters(constraint, true, true) != AllowsLetters(constraint, false, true);
 }
 
-/// What an anchor leaves of the constraint of the positions behind it.
+/// What an anchor leaves of the constraint of the positions after it.
 Constraint AnchorConstraint(Token anchor) {
   switch (anchor) {
     case TokLineStart:
@@ -141,11 +143,10 @@ class ClosureMaker {
 
  private:
   void Insert(const IndexList& inserted, Constraint constraint) {
-    constexpr std::int64_t kStepsPerAnchor = 30;
     automaton_.budget.ChargeSteps(static_cast<std::int64_t>(inserted.size()));
     for (const std::uint32_t index : inserted) {
       if (IsAnchorToken(automaton_.tokens[index])) {
-        automaton_.budget.ChargeSteps(kStepsPerAnchor);
+        automaton_.budget.ChargeSteps(kFilterStepsPerAnchor);
         anchors_[index] |= constraint;
       } else {
         closure_.push_back({index, constraint});
@@ -156,8 +157,8 @@ class ClosureMaker {
   }
 
   void NormaliseAll() {
-    constexpr std::int64_t kStepsToSortOne = 4;
-    automaton_.budget.ChargeSteps(kStepsToSortOne * static_cast<std::int64_t>(closure_.size()));
+    automaton_.budget.ChargeSteps(kFilterStepsToSortOne *
+                                  static_cast<std::int64_t>(closure_.size()));
     Normalise(closure_);
   }
 
@@ -244,12 +245,12 @@ StateNumber StateFor(PatternAutomaton& automaton, const PositionSet& positions, 
 /// The states that one position set stands for, by the byte that leads there.
 struct StatesByByte {
   StateNumber plain;
-  StateNumber behindNewline;
-  StateNumber behindLetter;
+  StateNumber afterNewline;
+  StateNumber afterLetter;
 
   StateNumber For(const PatternAutomaton& automaton, std::size_t byte) const {
-    if (byte == kNewline) return behindNewline;
-    return automaton.letters[byte] ? behindLetter : plain;
+    if (byte == kNewline) return afterNewline;
+    return automaton.letters[byte] ? afterLetter : plain;
   }
 };
 
@@ -260,10 +261,10 @@ StatesByByte StatesBehind(PatternAutomaton& automaton, const PositionSet& positi
   const StateNumber plain = StateFor(automaton, positions, {});
   StatesByByte states = {plain, plain, plain};
   if (label[kNewline] && AnyDepends(positions, DependsOnNewlineBefore)) {
-    states.behindNewline = StateFor(automaton, positions, {.newline = true, .letter = false});
+    states.afterNewline = StateFor(automaton, positions, {.newline = true, .letter = false});
   }
   if ((label & automaton.letters).any() && AnyDepends(positions, DependsOnLetterBefore)) {
-    states.behindLetter = StateFor(automaton, positions, {.newline = false, .letter = true});
+    states.afterLetter = StateFor(automaton, positions, {.newline = false, .letter = true});
   }
   return states;
 }
@@ -318,7 +319,7 @@ std::vector<ByteGroup> GroupBytes(const PatternAutomaton& automaton, const State
   return groups;
 }
 
-/// The positions behind a byte that matches the positions `matched`.
+/// The positions after a byte that matches the positions `matched`.
 PositionSet NextPositions(const PatternAutomaton& automaton,
                           const std::vector<std::uint32_t>& matched) {
   PositionSet next;
@@ -451,14 +452,12 @@ void AnalyseAutomaton(PatternAutomaton& automaton, bool searchFlag) {
 }
 
 std::int64_t TableCost(const PatternAutomaton& automaton, StateNumber state) {
-  constexpr std::int64_t kTableUnits = 2'000;
-  constexpr std::int64_t kFollowUnits = 3;
-  constexpr std::int64_t kPositionUnits = 40;
   const PositionSet& positions = automaton.states[static_cast<std::size_t>(state)].positions;
-  std::int64_t units = kTableUnits;
+  std::int64_t units = kFilterTableUnits;
   for (const Position& position : positions) {
-    units += kPositionUnits +
-             kFollowUnits * static_cast<std::int64_t>(automaton.followSets[position.index].size());
+    units +=
+        kFilterPositionUnits +
+        kFilterFollowUnits * static_cast<std::int64_t>(automaton.followSets[position.index].size());
   }
   return units;
 }

@@ -3,14 +3,14 @@
 // The fast loop is  table = tables[table + byte].  A step leads straight to the next state's table, and
 // the loop makes no test but one: whether there is one. All that is out of the ordinary has none:
 //
-//   a newline        every table leads to `kNoState` on it. One is taken to stand behind the text.
+//   a newline        every table leads to `kNoState` on it. One is taken to stand after the text.
 //   accepting        a state that accepts in some context keeps its table in `failTables`: the next
 //                    byte decides whether the context is right, or whether the text goes on.
 //   not built yet    the table is built, and the loop goes on. A step that stopped the loop at a state
 //                    whose table has come since is mended on the way.
 //
 // The loop takes two bytes per turn. `from` and `to` swap their roles at each step, so that the table
-// left last is known without a copy: behind a newline the scan may go on from its state.
+// left last is known without a copy: after a newline the scan may go on from its state.
 
 #include "matcher/line_filter/automaton_executor.h"
 
@@ -33,7 +33,7 @@ struct Run {
   const unsigned char* end;   // of the text
   StateNumber current = 0;
   StateNumber previous = 0;  // the state left last
-  bool isOver = false;       // the newline behind the text was read
+  bool isOver = false;       // the newline after the text was read
 };
 
 /// Goes on from the current state, which has a table for the fast loop, until one has none or the text is

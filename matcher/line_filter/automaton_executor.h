@@ -25,7 +25,7 @@ SearchOutcome FindCandidate(PatternAutomaton& automaton, const char* begin, cons
 /// where a match ends, the end exclusive; null when there is none.
 ///
 /// The byte at `end` is overwritten with a newline, also when an exception is thrown; the caller
-/// saves it and puts it back. With `multiline`, a match may go on behind a newline; otherwise every
+/// saves it and puts it back. With `multiline`, a match may go on after a newline; otherwise every
 /// line is matched by itself. `newlineCount`, if given, is increased by one for every newline
 /// passed; the one written at `end` does not count. `backref`, if given, receives on a match
 /// whether a back-reference takes part, so that the match is a mere candidate.

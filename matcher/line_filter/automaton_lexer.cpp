@@ -1,6 +1,6 @@
 // Cutting a pattern into tokens.
 //
-// A token is a byte, or a backslash and the byte behind it; brackets and intervals read on to their
+// A token is a byte, or a backslash and the byte after it; brackets and intervals read on to their
 // end. The same byte may be an operator plain or backslashed, as the syntax bits say, so the two
 // roads (`PlainToken`, `BackslashedToken`) meet in `SharedOperator` for the bytes whose backslash
 // is a matter of syntax. A byte that is no operator where it stands is an ordinary byte.
@@ -58,7 +58,7 @@ AutomatonLexer::AutomatonLexer(const char* pattern, std::size_t length, PatternA
 Token AutomatonLexer::NextToken() {
   if (AtEnd()) return TokEnd;
   const Token token = ReadToken();
-  // A byte that stands for itself leaves no trace: behind "a" at the start of a pattern, "^" is
+  // A byte that stands for itself leaves no trace: after "a" at the start of a pattern, "^" is
   // still an anchor in every syntax.
   if (!IsByteToken(token)) previous_ = token;
   return token;
@@ -188,7 +188,7 @@ Token AutomatonLexer::Alternation() {
   return TokOr;
 }
 
-/// An interval, from behind its "{".
+/// An interval, from after its "{".
 Token AutomatonLexer::Interval() {
   unsigned char c = 0;
   if (!ReadBounds(c)) return TokEnd;
@@ -201,7 +201,7 @@ Token AutomatonLexer::Interval() {
   return TokRepeat;
 }
 
-/// Reads both bounds; `c` is then the byte behind them. Returns false after an error.
+/// Reads both bounds; `c` is then the byte after them. Returns false after an error.
 bool AutomatonLexer::ReadBounds(unsigned char& c) {
   bounds_ = {};
   if (!TryReadByte(c)) {
@@ -225,7 +225,7 @@ bool AutomatonLexer::ReadBounds(unsigned char& c) {
   return ReadNumber(c, bounds_.max);
 }
 
-/// Reads the digits from `c` on into `number`; `c` is then the byte behind them. Too great a number
+/// Reads the digits from `c` on into `number`; `c` is then the byte after them. Too great a number
 /// wraps around. Returns false when the pattern ends.
 bool AutomatonLexer::ReadNumber(unsigned char& c, int& number) {
   unsigned value = 0;
@@ -248,7 +248,7 @@ Token AutomatonLexer::AnyByte() {
   return SetOf(set);
 }
 
-/// A bracket expression, from behind its "[". `member` runs through the members; the byte behind a
+/// A bracket expression, from after its "[". `member` runs through the members; the byte after a
 /// member tells whether it starts a range. A "]" in the first place is a member.
 ///
 /// Class names such as "[:alpha:]" are not known: their bytes are members.
@@ -263,17 +263,17 @@ Token AutomatonLexer::BracketSet() {
   do {
     if (!ReadMember(member)) return Fail(kError);
     unsigned char last = member;
-    unsigned char behind = 0;
-    if (!TryReadByte(behind)) return Fail(kError);
-    if (behind == '-') {
+    unsigned char after = 0;
+    if (!TryReadByte(after)) return Fail(kError);
+    if (after == '-') {
       if (AtEnd()) return Fail(kError);
       if (!ComesNext(']', false)) {
         last = ReadByte();
-        if (!ReadMember(last) || !TryReadByte(behind)) return Fail(kError);
+        if (!ReadMember(last) || !TryReadByte(after)) return Fail(kError);
       }
     }
     AddFolded(set, member, last);
-    member = behind;
+    member = after;
   } while (member != ']');
 
   if (negated) {
@@ -283,7 +283,7 @@ Token AutomatonLexer::BracketSet() {
   return SetOf(set);
 }
 
-/// Takes a backslash in a bracket expression as the escape of the byte behind it, in a syntax that
+/// Takes a backslash in a bracket expression as the escape of the byte after it, in a syntax that
 /// has such escapes. Returns false when the pattern ends.
 bool AutomatonLexer::ReadMember(unsigned char& c) {
   if (c != '\\' || !Has(RE_BACKSLASH_ESCAPE_IN_LISTS)) return true;
@@ -322,7 +322,7 @@ bool AutomatonLexer::TryReadByte(unsigned char& c) {
   return true;
 }
 
-/// Whether `c`, behind a backslash if there has to be one, comes next.
+/// Whether `c`, after a backslash if there has to be one, comes next.
 bool AutomatonLexer::ComesNext(unsigned char c, bool withBackslash) const {
   if (!withBackslash) return !AtEnd() && *next_ == c;
   return end_ - next_ >= 2 && next_[0] == '\\' && next_[1] == c;

@@ -127,7 +127,7 @@ void Evaluation::Alternate(Operand& left, const Operand& right) {
   left.NoteRun();
 }
 
-/// Makes `left` what is fixed of a match of `left` and one of `right` behind it.
+/// Makes `left` what is fixed of a match of `left` and one of `right` after it.
 void Evaluation::Concatenate(Operand& left, const Operand& right) {
   if (left.endsWithRun && !right.is.empty()) {
     ExtendRun(left, right);

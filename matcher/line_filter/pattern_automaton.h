@@ -12,7 +12,7 @@
 //             made when a text first reaches the state, so only what the texts need is ever built.
 //
 // Anchors match no byte. They are taken out of the position sets and leave their mark as a
-// constraint on the positions behind them: a byte of eight bits, one for each combination of what
+// constraint on the positions after them: a byte of eight bits, one for each combination of what
 // may stand before and after the place where the position would match.
 //
 //   bit 4 + 2 * (newline before) + (newline after)    the combination of newlines is allowed
@@ -65,8 +65,8 @@ inline constexpr StateNumber kNoState = -1;
 /// One state: a set of positions, entered in one context.
 struct State {
   PositionSet positions;        // what could be matched next
-  bool newlineContext = false;  // entered right behind a newline
-  bool letterContext = false;   // entered right behind a letter
+  bool newlineContext = false;  // entered right after a newline
+  bool letterContext = false;   // entered right after a letter
   bool hasBackref = false;      // one of the positions is a back-reference
   Constraint acceptConstraint =
       0;               // the constraints of the ends that can be reached, OR-ed; 0: none
@@ -113,13 +113,6 @@ struct MustEntry {
   bool exact = false;  // the string is the whole of every match
 };
 
-/// How many transition tables exist at most at one time.
-inline constexpr int kMaxBuiltTables = 1024;
-
-/// How many positions the states may hold together when all tables are thrown away; with more, the
-/// states go too. 32 MB.
-inline constexpr std::size_t kMaxHeldPositions = std::size_t{1} << 22;
-
 struct PatternAutomaton {
   /// What making the record may cost: charged by all that fill it, which throw BudgetExhausted. A
   /// record that was not filled to the end must not be used.
@@ -154,14 +147,14 @@ struct PatternAutomaton {
 
   // A state that accepts in some context keeps its table in `failTables`, where the fast loop, which
   // knows `transitions` alone, cannot go. The tables of all other states lie in `transitions`, one
-  // behind the other, 256 steps each.
+  // after the other, 256 steps each.
 
   std::vector<Step> transitions;
   std::vector<StateNumber> transitionOwners;  // per table of `transitions`: its state
   std::vector<Step> transitionsOf;            // per state: where its table begins, or kNoTable
   std::vector<std::unique_ptr<TransitionTable>> failTables;  // per state
   std::vector<std::uint8_t> successBits;        // context classes before which the state accepts
-  std::vector<StateNumber> newlineTransitions;  // the state behind a newline
+  std::vector<StateNumber> newlineTransitions;  // the state after a newline
   int builtTableCount = 0;                      // how many tables exist
 
   // Filled by the extraction of the must string; a new entry goes to the front.

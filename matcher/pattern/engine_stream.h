@@ -25,7 +25,7 @@ struct TokenStream {
 
 /// The stream of `tree`; nothing where automata could not stand for the engine: with back-references,
 /// which they cannot decide, with anchors in a repetition, which the engine forgets in some rounds, and
-/// with "\B", which it takes for granted at some places behind a repetition (" *\B" in "\xE4 a").
+/// with "\B", which it takes for granted at some places after a repetition (" *\B" in "\xE4 a").
 std::optional<TokenStream> WriteTokenStream(const SyntaxTree& tree);
 
 }  // namespace trovex

@@ -61,7 +61,7 @@ Token AnchorToken(Anchor anchor) {
   return {TokenKind::kAnchor, static_cast<int>(anchor)};
 }
 
-/// The meaning of byte `c` behind a backslash.
+/// The meaning of byte `c` after a backslash.
 Token EscapedToken(int c) {
   if (c >= '1' && c <= '9') return {TokenKind::kBackReference, c - '0'};
   switch (c) {
@@ -160,7 +160,7 @@ class PatternBytes {
   std::size_t place_ = 0;
 };
 
-/// Reads the list between "[" and "]". `bytes` stands behind the "[".
+/// Reads the list between "[" and "]". `bytes` stands after the "[".
 class BracketParser {
  public:
   explicit BracketParser(PatternBytes& bytes) : bytes_(bytes) {}
@@ -326,7 +326,7 @@ class PatternParser {
     return false;
   }
 
-  /// Skips the operators from `token` on and returns the token behind them.
+  /// Skips the operators from `token` on and returns the token after them.
   Token SkipOperators(Token token) {
     int count = 0;
     for (; IsRepetition(token.kind); token = bytes_.NextToken())
@@ -430,7 +430,7 @@ class PatternParser {
     return true;
   }
 
-  /// Reads a bound up to the "," or "}" behind it, which goes to `end`.
+  /// Reads a bound up to the "," or "}" after it, which goes to `end`.
   int ParseBound(Token& end) {
     int bound = kNoBound;
     while (true) {

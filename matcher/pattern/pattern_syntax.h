@@ -15,7 +15,7 @@
 //     [[:a:]]             no class names; but "[[.a.]]" and "[[=a=]]" name the byte "a"
 //     \d                  the letter "d"
 //
-// A translate table applies to the bytes of the pattern as they are read, except to a byte behind a
+// A translate table applies to the bytes of the pattern as they are read, except to a byte after a
 // backslash.
 //
 // Parsing stops at the first fault. The engine stops there too, so what it did before is what the

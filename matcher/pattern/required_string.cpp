@@ -3,6 +3,7 @@
 
 #include "matcher/pattern/required_string.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 #include "matcher/scan/byte_frequency.h"
 
@@ -73,9 +74,8 @@ class RequiredStringFinder {
   }
 
   SetString Find() {
-    constexpr std::int64_t kStepsPerNode = 100;
     for (std::size_t i = 0; i < tree_.nodes.size(); ++i) {
-      budget_.ChargeSteps(kStepsPerNode);
+      budget_.ChargeSteps(kRequiredStringStepsPerNode);
       found_[i] = Of(tree_.nodes[i]);
     }
     const Required& root = found_.back();

@@ -1,6 +1,6 @@
 // Memory for many small objects that live and die together.
 //
-// An arena hands out pieces of large chunks, one behind the other, and gives everything back at
+// An arena hands out pieces of large chunks, one after the other, and gives everything back at
 // once when it goes. Running out of memory is an answer, not an exception: whoever builds on an
 // arena reports it in its own words.
 //

@@ -17,7 +17,7 @@
 //      [n k]              k: leap 2
 //          [s h]          h: leap 1
 //            [h o]        o: leap 2
-//                [o d]    d: leap 2, behind the text: nothing found
+//                [o d]    d: leap 2, after the text: nothing found
 //
 // A single keyword, compared byte for byte, is searched for with the window of its length after
 // Boyer, Moore and Horspool. All other sets are searched with the window of the shortest keyword
@@ -26,7 +26,7 @@
 // that ends is known beforehand, from the places where the bytes read occur in other keywords.
 //
 // The first occurrence found this way is the one that ends first. A longer keyword may start before
-// it, or with it, and end behind it; so the search goes on for as long as such a keyword could
+// it, or with it, and end after it; so the search goes on for as long as such a keyword could
 // reach.
 
 #include "matcher/scan/keyword_set.h"
@@ -132,7 +132,7 @@ void PrepareSingle(KeywordSet& set) {
 ///
 /// Every node passed on the way lacks the edge. A comparison that this byte of the text stops there
 /// may be one that gets past `node`, when the window has advanced by the difference of their
-/// depths; so it must not advance further. The nodes behind the one with the edge were limited when
+/// depths; so it must not advance further. The nodes after the one with the edge were limited when
 /// that one was looked at.
 KeywordTrieNode* FindFailureLink(const KeywordTrieNode& node, const KeywordTrieEdge& edge,
                                  KeywordTrieNode* root) {
@@ -144,7 +144,7 @@ KeywordTrieNode* FindFailureLink(const KeywordTrieNode& node, const KeywordTrieE
 }
 
 /// Tells the nodes on the chain of failure links that a keyword starts at `node`: a comparison that
-/// has read any of them must not advance beyond it. The chain behind a node that is not affected
+/// has read any of them must not advance beyond it. The chain after a node that is not affected
 /// is not affected either.
 void LimitShiftsByKeyword(const KeywordTrieNode& node) {
   for (KeywordTrieNode* f = node.fail; f != nullptr; f = f->fail) {
@@ -291,7 +291,7 @@ bool HoldsTarget(const KeywordSet& set, const Byte* end) {
   return std::memcmp(end - length, set.targets[0].bytes, static_cast<std::size_t>(length) - 2) == 0;
 }
 
-/// Advances the window until its last byte agrees, or until its end is behind `last`, by at most
+/// Advances the window until its last byte agrees, or until its end is after `last`, by at most
 /// ten window lengths. Returns whether the byte agrees. A window whose byte agrees advances by zero
 /// and stays where it is, so not every advance must be tested.
 bool LeapToLastByte(const ByteMap& delta, const Byte*& end, const Byte* last) {
@@ -423,7 +423,7 @@ Occurrence FindFirstEnding(const KeywordSet& set, const Byte* text, const Byte* 
 }
 
 /// The leftmost and there the longest occurrence, given the one that ends first: it is that one, or
-/// it ends behind it and starts no later.
+/// it ends after it and starts no later.
 Occurrence FindLeftmostLongest(const KeywordSet& set, const Byte* text, const Byte* limit,
                                Occurrence best) {
   // Where the longest keyword would end that starts with the best occurrence so far.

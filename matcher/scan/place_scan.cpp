@@ -189,12 +189,12 @@ int Frequency(const CharSet& bytes) {
 
 /// Whether it pays to look for the first probe's byte alone.
 bool IsLedByByte(const ScanTables& tables) {
-  constexpr int kRare = 5000;  // in 100,000
+  constexpr int kRareFirstByte = 5000;  // in 100,000
   if (tables.form == ScanForm::kAlternatives) return false;
   if (tables.form == ScanForm::kBytes && tables.count == 1) return true;
   const auto& members = tables.members[0];
   return std::count(members.begin(), members.end(), 1) == 1 &&
-         kByteFrequency[tables.values[0]] < kRare;
+         kByteFrequency[tables.values[0]] < kRareFirstByte;
 }
 
 // Choosing.
@@ -217,7 +217,7 @@ class Chooser {
   std::vector<Probes> Choose() {
     // Far less than would pay if bytes came independently of each other; they do not.
     constexpr double kRareEnough = 0.00001;
-    // What a probe must leave over: behind the first two, most places have been refused already, and a
+    // What a probe must leave over: after the first two, most places have been refused already, and a
     // class such as [a-z] takes longer to look for than a byte.
     constexpr double kHelps = 0.95;
     constexpr double kHelpsMuch = 0.5;

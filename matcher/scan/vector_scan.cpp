@@ -1,6 +1,6 @@
 // One loop for all probes and all machines.
 //
-// A block is as many places, one behind the other, as a vector has bytes. To test it for one probe,
+// A block is as many places, one after the other, as a vector has bytes. To test it for one probe,
 // the bytes at the probe's offset from these places are loaded as one vector:
 //
 //   places     p   p+1  p+2  p+3 ...        two probes: 'c' at offset 0 and 'h' at offset 1
@@ -41,7 +41,7 @@ FindPlace ChooseVectorScan(const ScanTables& /*tables*/) {
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "matcher/scan/vector_scan.cpp"
 #include <hwy/foreach_target.h>
-// Must come behind it.
+// Must come after it.
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();

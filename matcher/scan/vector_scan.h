@@ -71,7 +71,7 @@ struct ScanTables {
   }
 };
 
-/// A search: the first place in [begin, end) at which all probes of an alternative hold and behind
+/// A search: the first place in [begin, end) at which all probes of an alternative hold and after
 /// which, up to `end`, the greatest offset has room; or null. It reads nothing outside.
 using FindPlace = const unsigned char* (*)(const ScanTables& tables, const unsigned char* begin,
                                            const unsigned char* end);
