@@ -11,6 +11,7 @@
 #include "tests/matcher/engine/answers_in_time.h"
 #include "tests/matcher/engine_alone.h"
 #include "tests/matcher/random_pattern.h"
+#include "tests/sanitizers.h"
 
 #include <gtest/gtest.h>
 #include <cstddef>
@@ -30,6 +31,7 @@ void PrintTo(const GroupRange& range, std::ostream* out) {
 namespace {
 
 using testing::AnswersInTime;
+using testing::CasesToTry;
 using testing::EngineAlone;
 using testing::HeapText;
 using testing::RandomPattern;
@@ -163,7 +165,7 @@ Ranges FoundByEngine(const SearchCase& c) {
 
 TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesAndGroups) {
   const Comparison comparison =
-      Compare(RandomCases(31, {}, 30'000), FoundByEngine, [](const SearchCase& c) {
+      Compare(RandomCases(31, {}, CasesToTry(30'000)), FoundByEngine, [](const SearchCase& c) {
         const HeapText heap(c.line);
         const BoundedText text{heap.Data(), heap.Length(), true};
         const BoundedMatcher matcher(Parsed(c.pattern));
@@ -174,12 +176,12 @@ TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesAndGroups) {
         return matcher.FindGroups(text, match, ranges, credit) ? ranges : Ranges{match};
       });
   EXPECT_EQ(comparison.differences, 0) << comparison.difference;
-  EXPECT_GT(comparison.searches, 20'000);
+  EXPECT_GT(comparison.searches, CasesToTry(20'000));
 }
 
 TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesWithBackReferences) {
   const Comparison comparison = Compare(
-      RandomCases(32, {false, true}, 60'000),
+      RandomCases(32, {false, true}, CasesToTry(60'000)),
       [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
       [](const SearchCase& c) {
         // The engine has matches whose groups it cannot tell.
@@ -188,13 +190,13 @@ TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesWithBackReferences) {
         return ranges;
       });
   EXPECT_LE(comparison.differences, comparison.searches / 2'000) << comparison.difference;
-  EXPECT_GT(comparison.searches, 20'000);
+  EXPECT_GT(comparison.searches, CasesToTry(20'000));
 }
 
 TEST(BoundedMatcher, FindsTheEnginesMatchInOnePass) {
   for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
     const Comparison comparison = Compare(
-        RandomCases(34, parts, 40'000),
+        RandomCases(34, parts, CasesToTry(40'000)),
         [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
         [](const SearchCase& c) {
           const HeapText heap(c.line);
@@ -207,7 +209,7 @@ TEST(BoundedMatcher, FindsTheEnginesMatchInOnePass) {
         });
     // Before a word's last letter the engine misses "[^a]*\\B" now and then.
     EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
-    EXPECT_GT(comparison.searches, 20'000);
+    EXPECT_GT(comparison.searches, CasesToTry(20'000));
   }
 }
 
@@ -218,13 +220,13 @@ TEST(BoundedMatcher, AnEmptyRoundLeavesItsMarkOnTheGroups) {
 
 TEST(BoundedMatcher, TellsTheGroupsOfEmptyRoundsAsTheEngineDoes) {
   for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
-    std::vector<SearchCase> cases = RandomCases(33, parts, 30'000);
+    std::vector<SearchCase> cases = RandomCases(33, parts, CasesToTry(30'000));
     std::erase_if(cases, [](const SearchCase& c) { return !HasEmptyLoop(Parsed(c.pattern)); });
     const Comparison comparison = Compare(cases, FoundByEngine, [](const SearchCase& c) {
       return FoundByExpression(c.pattern, c.line, c.from);
     });
     EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
-    EXPECT_GT(comparison.searches, 2'000);
+    EXPECT_GT(comparison.searches, CasesToTry(2'000));
   }
 }
 
