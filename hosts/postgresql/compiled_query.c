@@ -88,8 +88,7 @@ static CompiledQuery* NewQuery(const QueryValue* value, uint32 hash) {
 }
 
 CompiledQuery* CompileQuery(const QueryValue* value, Node* escontext) {
-  const uint32 hash =
-      hash_bytes((const unsigned char*)QueryBytes(value), (int)QuerySize(value));
+  const uint32 hash = hash_bytes((const unsigned char*)QueryBytes(value), (int)QuerySize(value));
   CompiledQuery* compiled = FindInCache(value, hash);
   if (compiled == NULL) {
     const int given = QueryOptions(value);
@@ -106,8 +105,8 @@ CompiledQuery* CompileQuery(const QueryValue* value, Node* escontext) {
     compiled = NewQuery(value, hash);
     if (compiled == NULL) ReportNoMemory(QuerySize(value));
     const size_t before = MemoryInUse();
-    const int status = trovex_compile(expression.bytes, expression.length, &options,
-                                      &compiled->query, &fault);
+    const int status =
+        trovex_compile(expression.bytes, expression.length, &options, &compiled->query, &fault);
     if (status != TROVEX_OK) {
       LetGo(compiled);
       if (status == TROVEX_NO_MEMORY) ReportNoMemory(QuerySize(value));

@@ -88,8 +88,8 @@ static void PutRow(ItemRows* rows, const trovex_item* item) {
   bool isNull[COLUMNS] = {false};
   const size_t start = CharactersBefore(rows, item->begin);
   values[COLUMN_START] = Int32GetDatum((int32)start + 1);
-  values[COLUMN_LENGTH] = Int32GetDatum(
-      (int32)CharactersIn(rows->text.bytes + item->begin, item->end - item->begin));
+  values[COLUMN_LENGTH] =
+      Int32GetDatum((int32)CharactersIn(rows->text.bytes + item->begin, item->end - item->begin));
   values[COLUMN_ITEM] = TextOfRange(rows, item->begin, item->end);
   for (int i = 0; i < rows->tagCount; ++i)
     rows->tagIsMissing[i] = true;

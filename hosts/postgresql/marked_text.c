@@ -112,7 +112,8 @@ static void FindWords(SearchedText text, PlacedItems* placed) {
     item->firstWord = words == 0 ? 0 : words - 1;
     item->lastWord = item->firstWord;
     const size_t farEnough = item->firstWord + MOST_WORDS;
-    for (size_t inside = item->begin + 1; inside < item->end && item->lastWord < farEnough; ++inside)
+    for (size_t inside = item->begin + 1; inside < item->end && item->lastWord < farEnough;
+         ++inside)
       item->lastWord += IsWordStart(text, inside);
   }
 }

@@ -153,9 +153,9 @@ static Node* IndexConditions(SupportRequestIndexCondition* request) {
     if (!op_in_opfamily(operatorOid, request->opfamily)) continue;
     Const* const string = makeConst(TEXTOID, -1, request->indexcollation, -1,
                                     CStringGetTextDatum(condition.string), false, false);
-    conditions = lappend(
-        conditions, make_opclause(operatorOid, BOOLOID, false, (Expr*)copyObject(call.body),
-                                  (Expr*)string, InvalidOid, request->indexcollation));
+    conditions =
+        lappend(conditions, make_opclause(operatorOid, BOOLOID, false, (Expr*)copyObject(call.body),
+                                          (Expr*)string, InvalidOid, request->indexcollation));
   }
   request->lossy = true;
   return (Node*)conditions;

@@ -59,8 +59,7 @@ static int ReadOptions(const char* names, size_t length, Node* escontext) {
     if (option == 0) {
       ereturn(escontext, -1,
               (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
-               errmsg("unknown option of a trovex_query: \"%s\"",
-                      pnstrdup(names + at, end - at)),
+               errmsg("unknown option of a trovex_query: \"%s\"", pnstrdup(names + at, end - at)),
                errhint("The options are words, case, phonetic and variants.")));
     }
     options |= option;

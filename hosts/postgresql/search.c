@@ -15,7 +15,8 @@
 /* Asked by the library: only what would surely end the query ends the search. */
 static int MustStop(void* context) {
   (void)context;
-  return InterruptPending && (QueryCancelPending || ProcDiePending) && INTERRUPTS_CAN_BE_PROCESSED();
+  return InterruptPending && (QueryCancelPending || ProcDiePending) &&
+         INTERRUPTS_CAN_BE_PROCESSED();
 }
 
 static trovex_searcher* SearcherOf(CompiledQuery* compiled, size_t textLength) {
@@ -90,8 +91,8 @@ static bool Flush(Batch* batch) {
 
 static int TakeItem(void* context, const trovex_item* item) {
   Batch* const batch = context;
-  const bool isFull = batch->itemCount == MOST_ITEMS_AT_ONCE ||
-                      batch->tagCount + item->tag_count > batch->mostTags;
+  const bool isFull =
+      batch->itemCount == MOST_ITEMS_AT_ONCE || batch->tagCount + item->tag_count > batch->mostTags;
   if (isFull && !Flush(batch)) return 0;
   trovex_item* const taken = &batch->items[batch->itemCount++];
   *taken = *item;

@@ -1,6 +1,6 @@
 # Servers for tests: a copy of the installed PostgreSQL with the extension added, in a temporary folder,
 # and as many clusters as are asked for, on sockets and ports of their own. Nothing of the machine's own
-# servers is touched. Source it, then call use_server PG_CONFIG BUILD first. What was started is stopped
+# servers is touched. Source it, then call use_server PG_CONFIG PACKAGE first. What was started is stopped
 # when the script ends.
 
 clusters_folder=
@@ -24,11 +24,11 @@ stop_everything() {
   [ -z "$clusters_folder" ] || rm -rf "$clusters_folder"
 }
 
-# use_server PG_CONFIG BUILD: the server that clusters run. PostgreSQL finds its files from where its
-# program stands, so a copy of the programs with links to the rest is a server of its own, to which the
-# extension is installed from the build folder.
+# use_server PG_CONFIG PACKAGE: the server that clusters run. PostgreSQL finds its files from where its
+# program stands, so a copy of the programs with links to the rest is a server of its own, into which
+# the package of the extension is unpacked.
 use_server() {
-  local pg_config=$1 build=$2
+  local pg_config=$1 package=$2
   clusters_folder=$(mktemp -d /tmp/trovex-postgresql.XXXXXX)
   clusters_user=postgres
   id "$clusters_user" >/dev/null 2>&1 || clusters_user=nobody
@@ -43,7 +43,7 @@ use_server() {
   cp -rs "$("$pg_config" --sharedir)"/. "$share/"
   cp -rs "$("$pg_config" --pkglibdir)"/. "$lib/"
   rm -f "$lib/trovex.so" "$share"/extension/trovex[.-]*
-  DESTDIR=$server cmake --install "$build" --component postgresql >/dev/null
+  dpkg-deb -x "$package" "$server"
   chmod 755 "$clusters_folder"
   [ "$(id -u)" -ne 0 ] || chown -R "$clusters_user" "$clusters_folder"
   export PGHOST=$clusters_folder PGUSER=postgres PGDATABASE=postgres PGCONNECT_TIMEOUT=20
