@@ -22,7 +22,9 @@ namespace trovex::sqlite {
 class InterruptWatch {
  public:
   explicit InterruptWatch(sqlite3* connection) : connection_(connection) {}
-  ~InterruptWatch() { sqlite3_finalize(small_); }
+  ~InterruptWatch() {
+    if (small_ != nullptr) sqlite3_finalize(small_);
+  }
   InterruptWatch(const InterruptWatch&) = delete;
   InterruptWatch& operator=(const InterruptWatch&) = delete;
 
@@ -40,6 +42,8 @@ class InterruptWatch {
 
   sqlite3* connection_;
   sqlite3_stmt* small_ = nullptr;
+  /// The first question comes when a search begins, and most are over before there is another.
+  bool wasAsked_ = false;
   Clock::time_point nextLook_;
   bool wasInterrupted_ = false;
 };
