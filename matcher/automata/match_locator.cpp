@@ -111,9 +111,9 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
   if (program.list_) places_ = std::make_unique<WordPlaces>(*program.list_);
 }
 
-void MatchLocator::Begin(const Byte* text, std::size_t length) {
+void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
-  unitsGiven_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  unitsGiven_ = std::min(kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte, most);
   unitsLeft_ = unitsGiven_;
   credit_.ForgiveDebt();
   if (bytes >= kLongText) credit_.Grant(kFirstCredit);

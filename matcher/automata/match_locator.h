@@ -78,8 +78,9 @@ class MatchLocator {
   /// Whether matches must be whole words.
   bool Words() const { return program_.Words(); }
 
-  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile.
-  void Begin(const unsigned char* text, std::size_t length);
+  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile. They may take
+  /// what the text allows, and no more than `most` units beyond what each byte brings.
+  void Begin(const unsigned char* text, std::size_t length, std::int64_t most = INT64_MAX);
 
   /// Where a search begins, in the text of the latest `Begin`.
   struct Request {
