@@ -24,3 +24,4 @@ TEST_PACKAGES=(libgtest-dev pkg-config locales)
 
 # What building and testing the Python package takes beside what the library takes.
 PYTHON_PACKAGES=(python3-dev python3-venv)
+TEST_PACKAGES=(libgtest-dev pkg-config locales libsqlite3-dev sqlite3 python3)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <utility>
 
 namespace trovex::bench {
 
@@ -37,25 +38,44 @@ std::vector<Range> NearOnes(const std::vector<Range>& left, const std::vector<Ra
   return near;
 }
 
-}  // namespace
-
-std::vector<Range> ByHandEngine::Matches(const std::string& text) {
-  const bool anywhere = nearBy_ < 0;
-  std::vector<Range> left = left_->Matches(text);
-  if (left.empty()) return left;
-  std::vector<Range> right = right_->Matches(text);
-
-  if (rightExcluded_) {
-    const bool excluded = anywhere ? !right.empty() : !NearOnes(left, right, nearBy_).empty();
-    return excluded ? std::vector<Range>() : left;
-  }
-  if (right.empty()) return right;
-  if (!anywhere) return NearOnes(left, right, nearBy_);
+/// The matches of both lists in the order of the text.
+std::vector<Range> Merged(const std::vector<Range>& left, const std::vector<Range>& right) {
   std::vector<Range> both;
   both.reserve(left.size() + right.size());
   std::merge(left.begin(), left.end(), right.begin(), right.end(), std::back_inserter(both),
              StartsEarlier);
   return both;
+}
+
+}  // namespace
+
+std::vector<Range> ByHandEngine::Matches(std::string_view text) {
+  // Who comes first in the expression is searched first: where it is not found, the rest is not looked
+  // for.
+  std::vector<std::vector<Range>> lists;
+  for (const auto& operand : operands_) {
+    const bool isExcluded = lastExcluded_ && operand == operands_.back();
+    lists.push_back(operand->Matches(text));
+    if (lists.back().empty() && !isExcluded) return {};
+  }
+  const bool anywhere = nearBy_ < 0;
+  std::vector<Range> result = std::move(lists.back());
+  lists.pop_back();
+  if (lastExcluded_) {
+    const bool isFound =
+        anywhere ? !result.empty() : !NearOnes(lists.back(), result, nearBy_).empty();
+    if (isFound) return {};
+    result = std::move(lists.back());
+    lists.pop_back();
+  }
+  for (; !lists.empty(); lists.pop_back())
+    result = anywhere ? Merged(lists.back(), result) : NearOnes(lists.back(), result, nearBy_);
+  return result;
+}
+
+std::optional<Range> ByHandEngine::First(std::string_view text) {
+  const std::vector<Range> matches = Matches(text);
+  return matches.empty() ? std::nullopt : std::optional(matches.front());
 }
 
 }  // namespace trovex::bench

@@ -1,5 +1,5 @@
-// An expression as a program without search trees would do it: both patterns searched by one of the
-// peers, and a loop over the two lists of matches.
+// An expression as a program without search trees would do it: its patterns searched one after the other
+// by one of the peers, and a loop over their lists of matches.
 
 #ifndef TROVEX_BENCH_BY_HAND_H
 #define TROVEX_BENCH_BY_HAND_H
@@ -7,7 +7,7 @@
 #include "bench/side_by_side/engine.h"
 
 #include <memory>
-#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,24 +15,20 @@ namespace trovex::bench {
 
 class ByHandEngine : public Engine {
  public:
-  /// The meaning of the numbers is that of `ByHand` (rows.h).
-  ByHandEngine(std::unique_ptr<Engine> left, std::unique_ptr<Engine> right, int nearBy,
-               bool rightExcluded)
-      : left_(std::move(left)),
-        right_(std::move(right)),
-        nearBy_(nearBy),
-        rightExcluded_(rightExcluded) {}
+  /// An engine for each operand, at least two. The meaning of the numbers is that of `ByHand` (rows.h).
+  ByHandEngine(std::vector<std::unique_ptr<Engine>> operands, int nearBy, bool lastExcluded)
+      : operands_(std::move(operands)), nearBy_(nearBy), lastExcluded_(lastExcluded) {}
 
-  std::int64_t Count(const std::string& text) override {
+  std::int64_t Count(std::string_view text) override {
     return static_cast<std::int64_t>(Matches(text).size());
   }
-  std::vector<Range> Matches(const std::string& text) override;
+  std::vector<Range> Matches(std::string_view text) override;
+  std::optional<Range> First(std::string_view text) override;
 
  private:
-  std::unique_ptr<Engine> left_;
-  std::unique_ptr<Engine> right_;
+  std::vector<std::unique_ptr<Engine>> operands_;
   int nearBy_;
-  bool rightExcluded_;
+  bool lastExcluded_;
 };
 
 }  // namespace trovex::bench

@@ -2,32 +2,36 @@
 
 #include "bench/side_by_side/by_hand.h"
 
+#include <utility>
+#include <vector>
+
 namespace trovex::bench {
 
 std::unique_ptr<Engine> Contestant::Make(const Row& row) const {
-  if (makePeer == nullptr) return MakeTrovex(row.expression, row.mode);
-  if (row.byHand) {
-    return std::make_unique<ByHandEngine>(makePeer(row.byHand->left), makePeer(row.byHand->right),
-                                          row.byHand->nearBy, row.byHand->rightExcluded);
-  }
-  const char* pattern = row.peerPattern != nullptr ? row.peerPattern : row.expression;
-  return makePeer({.pattern = pattern, .foldCase = row.mode == Mode::kFolded});
+  if (makeDoor != nullptr) return makeDoor(row);
+  if (!row.IsByHand()) return makePeer(row.ForPeers());
+  std::vector<std::unique_ptr<Engine>> operands;
+  for (const std::string& operand : row.byHand.operands)
+    operands.push_back(makePeer({.pattern = operand}));
+  return std::make_unique<ByHandEngine>(std::move(operands), row.byHand.nearBy,
+                                        row.byHand.lastExcluded);
 }
 
 std::span<const Contestant> Contestants() {
   static constexpr Contestant kContestants[] = {
-      {"Trovex", nullptr},
+      {"trovex.h", MakeTree, nullptr},
+      {"query.h", MakeQuery, nullptr},
 #ifdef TROVEX_BENCH_HYPERSCAN
-      {"Hyperscan", MakeHyperscan},
+      {"Hyperscan", nullptr, MakeHyperscan},
 #endif
 #ifdef TROVEX_BENCH_RE2
-      {"RE2", MakeRe2},
+      {"RE2", nullptr, MakeRe2},
 #endif
 #ifdef TROVEX_BENCH_PCRE2
-      {"PCRE2", MakePcre2},
+      {"PCRE2", nullptr, MakePcre2},
 #endif
 #ifdef TROVEX_BENCH_BOOST
-      {"Boost", MakeBoost},
+      {"Boost", nullptr, MakeBoost},
 #endif
   };
   return kContestants;

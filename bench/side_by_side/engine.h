@@ -1,5 +1,5 @@
 // What every contestant of the side-by-side benchmark offers: all matches of one search in one text,
-// counted, or counted with their places.
+// counted, or counted with their places; and the first match of a short text.
 //
 // Counting is what is measured. The places are for the check that all contestants found the same,
 // and for expressions that are put together by hand.
@@ -10,18 +10,24 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace trovex::bench {
 
-/// Where one match lies: the offset of its first byte, and the one behind its last.
+/// Where one match lies, or the group that is asked for: the offset of its first byte, and the one
+/// behind its last.
 struct Range {
   std::int32_t start;
   std::int32_t end;
 
   friend bool operator==(const Range&, const Range&) = default;
 };
+
+inline Range MakeRange(std::size_t start, std::size_t end) {
+  return {static_cast<std::int32_t>(start), static_cast<std::int32_t>(end)};
+}
 
 /// One search, compiled. Matches do not overlap, come in the order of the text and are the leftmost
 /// longest ones. Searching throws std::runtime_error when the engine gives up.
@@ -32,27 +38,43 @@ class Engine {
   Engine& operator=(const Engine&) = delete;
   virtual ~Engine() = default;
 
-  virtual std::int64_t Count(const std::string& text) = 0;
-  virtual std::vector<Range> Matches(const std::string& text) = 0;
+  virtual std::int64_t Count(std::string_view text) = 0;
+  virtual std::vector<Range> Matches(std::string_view text) = 0;
+  /// The first match; what follows it is not looked for.
+  virtual std::optional<Range> First(std::string_view text) = 0;
 };
 
-/// Both answers out of one loop: a peer defines `ForEachMatch(text, take)`, which calls
-/// `take(start, end)` for one match after another, and the compiler makes two loops of it.
+/// All answers out of one loop: a peer defines `ForEachMatch(text, take)`, which calls
+/// `take(start, end)` for one match after another until it returns false, and the compiler makes
+/// three loops of it.
 template <class Peer>
 class PeerEngine : public Engine {
  public:
-  std::int64_t Count(const std::string& text) final {
+  std::int64_t Count(std::string_view text) final {
     std::int64_t count = 0;
-    Self().ForEachMatch(text, [&count](std::size_t, std::size_t) { ++count; });
+    Self().ForEachMatch(text, [&count](std::size_t, std::size_t) {
+      ++count;
+      return true;
+    });
     return count;
   }
 
-  std::vector<Range> Matches(const std::string& text) final {
+  std::vector<Range> Matches(std::string_view text) final {
     std::vector<Range> matches;
     Self().ForEachMatch(text, [&matches](std::size_t start, std::size_t end) {
-      matches.push_back({static_cast<std::int32_t>(start), static_cast<std::int32_t>(end)});
+      matches.push_back(MakeRange(start, end));
+      return true;
     });
     return matches;
+  }
+
+  std::optional<Range> First(std::string_view text) final {
+    std::optional<Range> first;
+    Self().ForEachMatch(text, [&first](std::size_t start, std::size_t end) {
+      first = MakeRange(start, end);
+      return false;
+    });
+    return first;
   }
 
  private:

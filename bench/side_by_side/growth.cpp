@@ -11,7 +11,8 @@ namespace trovex::bench {
 
 namespace {
 
-constexpr GrowthPattern kPatterns[] = {
+const GrowthPattern kPatterns[] = {
+    // NOLINT(cert-err58-cpp): a fault here ends the program
     {"Tastaturbelegung", "Tastaturbelegung"},
     {"[a-z]+ung", "[a-z]+ung"},
     {"[A-Z][a-z]+", "[A-Z][a-z]+"},
@@ -37,7 +38,8 @@ std::span<const GrowthPattern> GrowthPatterns() {
 
 GrowthResult TryGrowth(const GrowthPattern& pattern, const std::string& line) {
   GrowthResult result{.name = pattern.name, .seconds = {}};
-  const auto engine = MakeTrovex(pattern.pattern, pattern.mode);
+  const auto engine =
+      MakeTree({.name = pattern.name, .expression = pattern.expression, .mode = pattern.mode});
   bool inTime = true;
   for (const std::size_t megabytes : kGrowthMegabytes) {
     const std::string text = Repeated(line, megabytes << 20);

@@ -1,8 +1,9 @@
 // The results as JSON:
 //
-//     { "contestants": [name, ...],
+//     { "contestants": [name, ...], "doors": number of those that are the library's own,
 //       "forms": [ { "name", "rows": [ { "name", "matches", "gigabytes_per_second": {name: number},
-//                                        "ratio", "by_hand" }, ... ], "geometric_mean" }, ... ],
+//                                        "ratios": {name: number}, "by_hand" }, ... ],
+//                    "geometric_means": {name: number} }, ... ],
 //       "compiling": [ { "name", "microseconds": {name: number} }, ... ],
 //       "growth": [ { "name", "seconds": {megabytes: number} }, ... ] }
 //
@@ -34,8 +35,11 @@ Json ToJson(const RowResult& result) {
   Json json = {{"name", result.row->name}};
   if (result.matches) json["matches"] = *result.matches;
   json["gigabytes_per_second"] = ByContestant(result.rates);
-  if (const auto ratio = result.Ratio()) json["ratio"] = *ratio;
-  json["by_hand"] = result.row->byHand.has_value();
+  Columns ratios(kDoors);
+  for (std::size_t door = 0; door < kDoors; ++door)
+    ratios[door] = result.Ratio(door);
+  json["ratios"] = ByContestant(ratios);
+  json["by_hand"] = result.row->IsByHand();
   return json;
 }
 
@@ -43,8 +47,11 @@ Json ToJson(const FormResult& form) {
   Json json = {{"name", form.name}, {"rows", Json::array()}};
   for (const RowResult& row : form.rows)
     json["rows"].push_back(ToJson(row));
-  if (const auto ratios = form.Ratios(); !ratios.empty())
-    json["geometric_mean"] = GeometricMean(ratios);
+  Columns means(kDoors);
+  for (std::size_t door = 0; door < kDoors; ++door) {
+    if (const auto ratios = form.Ratios(door); !ratios.empty()) means[door] = GeometricMean(ratios);
+  }
+  json["geometric_means"] = ByContestant(means);
   return json;
 }
 
@@ -72,6 +79,7 @@ Json ToJson(const std::vector<Result>& results) {
 
 bool WriteJson(const Results& results, const std::string& file) {
   Json json = {{"contestants", Json::array()},
+               {"doors", kDoors},
                {"forms", ToJson(results.forms)},
                {"compiling", ToJson(results.compiling)},
                {"growth", ToJson(results.growth)}};

@@ -1,14 +1,17 @@
 // The library beside four peers: the same searches in the same text, in one run.
 //
-//     side_by_side [--filter=WORDS] [--form=lines|line] [--json=FILE] TEXT
+//     side_by_side [--filter=WORDS] [--form=lines|line|rows] [--words=FILE] [--json=FILE] TEXT...
 //
-// Rows are searched in the text as it is ("lines") and with every line feed replaced by a blank
-// ("one line"). All contestants must find the same; a difference is told, and the exit status is 1.
-// Rates are gigabytes of text a second of CPU time, the fastest of many interleaved runs; the ratio
-// is the library's rate by the best peer's. For expressions, a peer searches the single words, and
-// its matches are put together by hand. Whoever needs longer than kSecondsMax for a search has a "-".
+// The library takes part through both of its doors. Rows are searched in each text as it is ("lines"),
+// and in the first one also with every line feed replaced by a blank ("one line") and cut into rows of
+// 36 bytes, where the first match of each is looked for ("short texts"). All contestants must find the
+// same; a difference is told, and the exit status is 1. Rates are gigabytes of text a second of CPU
+// time, the fastest of many interleaved runs; the ratios are those of the library's doors by the best
+// peer's. For expressions, a peer searches the single words, and its matches are put together by hand.
+// Whoever needs longer than kSecondsMax for a search has a "-".
 //
-// --filter runs only what has WORDS in its name or pattern, --form only one form of the text.
+// --filter runs only what has WORDS in its name, --form only one form, but of all texts. --words is a
+// sorted list of words in Windows Latin-1, of which the rows of long lists are made.
 
 #include "bench/side_by_side/results.h"
 #include "bench/side_by_side/trials.h"
@@ -16,9 +19,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <span>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,14 +36,22 @@ namespace {
 
 struct Options {
   std::string filter;
-  std::string form;  // empty: both
-  std::string json;  // empty: none
-  std::string text;
+  std::optional<Form> form;
+  std::string words;  // empty: no rows of long lists
+  std::string json;   // empty: none
+  std::vector<std::string> texts;
 
-  bool Wants(std::string_view name, std::string_view pattern) const {
-    return name.find(filter) != name.npos || pattern.find(filter) != pattern.npos;
+  bool Wants(Form wanted, std::size_t text) const {
+    return form ? *form == wanted : wanted == Form::kLines || text == 0;
   }
 };
+
+std::optional<Form> FormOf(std::string_view name) {
+  if (name == "lines") return Form::kLines;
+  if (name == "line") return Form::kOneLine;
+  if (name == "rows") return Form::kRows;
+  return std::nullopt;
+}
 
 /// False when the command line is not understood.
 bool ReadOptions(int argc, char** argv, Options* options) {
@@ -45,25 +60,43 @@ bool ReadOptions(int argc, char** argv, Options* options) {
     const std::string_view value = argument.substr(argument.find('=') + 1);
     if (argument.starts_with("--filter=")) {
       options->filter = value;
-    } else if (argument == "--form=lines" || argument == "--form=line") {
-      options->form = value;
+    } else if (argument.starts_with("--form=") && FormOf(value)) {
+      options->form = FormOf(value);
+    } else if (argument.starts_with("--words=")) {
+      options->words = value;
     } else if (argument.starts_with("--json=")) {
       options->json = value;
-    } else if (options->text.empty() && !argument.starts_with('-')) {
-      options->text = argument;
+    } else if (!argument.starts_with('-')) {
+      options->texts.emplace_back(argument);
     } else {
       return false;
     }
   }
-  return !options->text.empty();
+  return !options->texts.empty();
 }
 
-FormResult SearchAll(const std::vector<const Row*>& rows, const char* form,
-                     const std::string& text) {
-  FormResult result{.name = form, .rows = {}};
+/// Throws std::runtime_error when it cannot be read, or is empty.
+std::string ReadFile(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  std::string content{std::istreambuf_iterator<char>(file), {}};
+  if (content.empty()) throw std::runtime_error(name + " cannot be read, or is empty");
+  return content;
+}
+
+std::vector<std::string> ReadWords(const std::string& name) {
+  std::vector<std::string> words;
+  if (name.empty()) return words;
+  std::istringstream lines(ReadFile(name));
+  for (std::string word; std::getline(lines, word);)
+    words.push_back(word);
+  return words;
+}
+
+FormResult SearchAll(const std::vector<const Row*>& rows, const Text& text, EngineStock& stock) {
+  FormResult result{.name = text.Title(), .rows = {}};
   PrintFormHead(result);
   for (const Row* row : rows) {
-    result.rows.push_back(TrySearching(*row, text));
+    result.rows.push_back(TrySearching(*row, text, stock));
     PrintRow(result.rows.back());
   }
   PrintFormFoot(result);
@@ -93,38 +126,39 @@ std::vector<GrowthResult> GrowAll(const std::vector<const GrowthPattern*>& patte
 
 /// What the filter lets through of `all`.
 template <class T>
-std::vector<const T*> Wanted(std::span<const T> all, const char* T::*pattern,
-                             const Options& options) {
+std::vector<const T*> Wanted(std::span<const T> all, const std::string& filter) {
   std::vector<const T*> wanted;
   for (const T& one : all) {
-    if (options.Wants(one.name, one.*pattern)) wanted.push_back(&one);
+    if (one.name.find(filter) != std::string::npos) wanted.push_back(&one);
   }
   return wanted;
 }
 
 int Run(const Options& options) {
-  std::ifstream file(options.text, std::ios::binary);
-  const std::string lines{std::istreambuf_iterator<char>(file), {}};
-  if (lines.empty()) {
-    std::fprintf(stderr, "%s: cannot be read, or is empty\n", options.text.c_str());
-    return 2;
-  }
-  std::string line = lines;
-  std::replace(line.begin(), line.end(), '\n', ' ');
-  const auto rows = Wanted(Rows(), &Row::expression, options);
-  const auto growing = Wanted(GrowthPatterns(), &GrowthPattern::pattern, options);
+  const std::vector<Row> allRows = MakeRows(ReadWords(options.words));
+  const auto rows = Wanted(std::span(allRows), options.filter);
+  const auto growing = Wanted(GrowthPatterns(), options.filter);
   if (rows.empty() && growing.empty()) {
-    std::fprintf(stderr, "no row has \"%s\" in its name or pattern\n", options.filter.c_str());
+    std::fprintf(stderr, "no row has \"%s\" in its name\n", options.filter.c_str());
     return 2;
   }
-  const bool inLines = options.form != "line";
-  const bool inOneLine = options.form != "lines";
 
   Results results;
-  if (inLines && !rows.empty()) results.forms.push_back(SearchAll(rows, "lines", lines));
-  if (inOneLine && !rows.empty()) results.forms.push_back(SearchAll(rows, "one line", line));
-  if (!rows.empty()) results.compiling = CompileAll(rows);
-  if (inOneLine && !growing.empty()) results.growth = GrowAll(growing, line);
+  EngineStock stock;
+  for (std::size_t i = 0; i < options.texts.size() && !rows.empty(); ++i) {
+    const std::string content = ReadFile(options.texts[i]);
+    const std::string name = std::filesystem::path(options.texts[i]).stem().string();
+    for (const Form form : {Form::kLines, Form::kOneLine, Form::kRows}) {
+      if (options.Wants(form, i))
+        results.forms.push_back(SearchAll(rows, Text(name, content, form), stock));
+    }
+  }
+  if (!rows.empty() && !options.form) results.compiling = CompileAll(rows);
+  if (!growing.empty() && !options.form) {
+    std::string line = ReadFile(options.texts.front());
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    results.growth = GrowAll(growing, line);
+  }
 
   if (!options.json.empty() && !WriteJson(results, options.json)) {
     std::fprintf(stderr, "%s: cannot be written\n", options.json.c_str());
@@ -141,8 +175,10 @@ int main(int argc, char** argv) {
   try {
     trovex::bench::Options options;
     if (trovex::bench::ReadOptions(argc, argv, &options)) return trovex::bench::Run(options);
-    std::fputs("usage: side_by_side [--filter=WORDS] [--form=lines|line] [--json=FILE] TEXT\n",
-               stderr);
+    std::fputs(
+        "usage: side_by_side [--filter=WORDS] [--form=lines|line|rows] [--words=FILE] "
+        "[--json=FILE] TEXT...\n",
+        stderr);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "side_by_side: %s\n", e.what());
   }

@@ -15,7 +15,7 @@ namespace trovex::bench {
 namespace {
 
 /// A work that has taken so much, in seconds of CPU time, is not run again.
-constexpr double kBudget = 0.25;
+constexpr double kBudget = 0.12;
 constexpr int kRunsMax = 100;
 constexpr rlim_t kBytesMax = rlim_t{4} << 30;
 

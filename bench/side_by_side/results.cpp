@@ -1,5 +1,7 @@
 #include "bench/side_by_side/results.h"
 
+#include "bench/side_by_side/contestants.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,25 +12,26 @@ namespace {
 /// The rate of the fastest peer; none when no peer has one.
 std::optional<double> BestPeer(const Columns& rates) {
   // No number is less than any number.
-  return rates.size() > 1 ? *std::max_element(rates.begin() + 1, rates.end()) : std::nullopt;
+  return rates.size() > kDoors ? *std::max_element(rates.begin() + kDoors, rates.end())
+                               : std::nullopt;
 }
 
 }  // namespace
 
-std::optional<double> RowResult::Ratio() const {
+std::optional<double> RowResult::Ratio(std::size_t door) const {
   const std::optional<double> best = BestPeer(rates);
-  if (!rates[0] || !best) return std::nullopt;
-  return *rates[0] / *best;
+  if (!rates[door] || !best) return std::nullopt;
+  return *rates[door] / *best;
 }
 
-bool RowResult::LibraryFailed() const {
-  return !rates[0] && BestPeer(rates);
+bool RowResult::HasFailed(std::size_t door) const {
+  return !rates[door] && BestPeer(rates);
 }
 
-std::vector<double> FormResult::Ratios() const {
+std::vector<double> FormResult::Ratios(std::size_t door) const {
   std::vector<double> ratios;
   for (const RowResult& row : rows) {
-    if (const auto ratio = row.Ratio()) ratios.push_back(*ratio);
+    if (const auto ratio = row.Ratio(door)) ratios.push_back(*ratio);
   }
   return ratios;
 }

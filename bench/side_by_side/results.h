@@ -24,18 +24,18 @@ struct RowResult {
   bool agree = true;  // all contestants found the same
   Columns rates;      // GB/s
 
-  /// The library's rate in multiples of the best peer's; none without either.
-  std::optional<double> Ratio() const;
-  /// A peer has a rate and the library has none.
-  bool LibraryFailed() const;
+  /// The rate of a door of the library in multiples of the best peer's; none without either.
+  std::optional<double> Ratio(std::size_t door) const;
+  /// A peer has a rate and the door has none.
+  bool HasFailed(std::size_t door) const;
 };
 
-/// All rows searched in one form of the text.
+/// All rows searched in one form of one text.
 struct FormResult {
   std::string name;
   std::vector<RowResult> rows;
 
-  std::vector<double> Ratios() const;
+  std::vector<double> Ratios(std::size_t door) const;
 };
 
 struct CompileResult {

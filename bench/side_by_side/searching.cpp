@@ -17,23 +17,23 @@ namespace {
 /// A contestant that can do the row.
 struct Entrant {
   std::size_t column;
-  std::unique_ptr<Engine> engine;
+  std::shared_ptr<Engine> engine;
 
   const char* Name() const { return Contestants()[column].name; }
 };
 
 /// Those who can do the row, and in time.
-std::vector<Entrant> Entrants(const Row& row, const std::string& text) {
+std::vector<Entrant> Entrants(const Row& row, const Text& text, EngineStock& stock) {
   std::vector<Entrant> entrants;
   for (std::size_t i = 0; i < Contestants().size(); ++i) {
     const Contestant& contestant = Contestants()[i];
     if (!contestant.CanSearch(row)) continue;
     try {
-      auto engine = contestant.Make(row);
-      const auto firstRun = [&] { return SecondsOf([&] { engine->Count(text); }); };
+      auto engine = stock.Get(row, i);
+      const auto firstRun = [&] { return SecondsOf([&] { text.Count(*engine); }); };
       if (Guarded(firstRun, kSecondsMax)) entrants.push_back({i, std::move(engine)});
     } catch (const std::exception& e) {
-      std::fprintf(stderr, "%s: %s: %s\n", row.name, contestant.name, e.what());
+      std::fprintf(stderr, "%s: %s: %s\n", row.name.c_str(), contestant.name, e.what());
     }
   }
   return entrants;
@@ -47,38 +47,52 @@ void TellDifference(const Row& row, const char* name, const std::vector<Range>& 
   const Range match = a != matches.end() ? *a : kNone;
   const Range other = b != others.end() ? *b : kNone;
   std::fprintf(stderr, "DIFFERENT: %s: %s has %zu matches, %s %zu; they part at %d-%d and %d-%d\n",
-               row.name, name, matches.size(), otherName, others.size(), match.start, match.end,
-               other.start, other.end);
+               row.name.c_str(), name, matches.size(), otherName, others.size(), match.start,
+               match.end, other.start, other.end);
 }
 
-/// Counts the matches and holds those of all entrants against those of the first.
-void CheckMatches(const std::vector<Entrant>& entrants, const std::string& text,
-                  RowResult* result) {
-  if (entrants.empty()) return;
-  const Entrant& first = entrants.front();
-  const std::vector<Range> expected = first.engine->Matches(text);
-  result->matches = static_cast<std::int64_t>(expected.size());
-  for (std::size_t i = 1; i < entrants.size(); ++i) {
-    const std::vector<Range> matches = entrants[i].engine->Matches(text);
-    if (matches == expected) continue;
-    result->agree = false;
-    TellDifference(*result->row, first.Name(), expected, entrants[i].Name(), matches);
+/// Counts the matches and holds those of all entrants against those of the first, in which the row is
+/// read as by all.
+void CheckMatches(const std::vector<Entrant>& entrants, const Text& text, RowResult* result) {
+  const Entrant* first = nullptr;
+  std::vector<Range> expected;
+  for (const Entrant& entrant : entrants) {
+    if (entrant.Name() == result->row->readOtherwiseBy) continue;
+    const std::vector<Range> matches = text.Matches(*entrant.engine);
+    if (first == nullptr) {
+      first = &entrant;
+      expected = matches;
+      result->matches = static_cast<std::int64_t>(expected.size());
+    } else if (matches != expected) {
+      result->agree = false;
+      TellDifference(*result->row, first->Name(), expected, entrant.Name(), matches);
+    }
   }
 }
 
 }  // namespace
 
-RowResult TrySearching(const Row& row, const std::string& text) {
+std::shared_ptr<Engine> EngineStock::Get(const Row& row, std::size_t column) {
+  constexpr double kLong = 0.1;
+  const auto kept = kept_.find({&row, column});
+  if (kept != kept_.end()) return kept->second;
+  std::shared_ptr<Engine> engine;
+  const double seconds = SecondsOf([&] { engine = Contestants()[column].Make(row); });
+  if (column >= kDoors && seconds > kLong) kept_[{&row, column}] = engine;
+  return engine;
+}
+
+RowResult TrySearching(const Row& row, const Text& text, EngineStock& stock) {
   RowResult result{.row = &row, .rates = Columns(Contestants().size())};
-  const std::vector<Entrant> entrants = Entrants(row, text);
+  const std::vector<Entrant> entrants = Entrants(row, text, stock);
   CheckMatches(entrants, text, &result);
 
   std::vector<Work> works(entrants.size());
   for (std::size_t i = 0; i < entrants.size(); ++i)
-    works[i] = [&engine = *entrants[i].engine, &text] { engine.Count(text); };
+    works[i] = [&engine = *entrants[i].engine, &text] { text.Count(engine); };
   const std::vector<double> seconds = FastestRuns(works);
   for (std::size_t i = 0; i < entrants.size(); ++i)
-    result.rates[entrants[i].column] = static_cast<double>(text.size()) / seconds[i] * 1e-9;
+    result.rates[entrants[i].column] = static_cast<double>(text.Size()) / seconds[i] * 1e-9;
   return result;
 }
 

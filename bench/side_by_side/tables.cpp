@@ -12,7 +12,7 @@ namespace trovex::bench {
 
 namespace {
 
-constexpr int kNameWidth = 27;
+constexpr int kNameWidth = 34;
 
 /// Begins a line: `name` (UTF-8), and blanks up to the second column.
 void PrintName(const std::string& name) {
@@ -47,7 +47,8 @@ void PrintFormHead(const FormResult& form) {
   PrintName(form.name + ", GB/s");
   std::printf(" %8s", "matches");
   PrintContestants();
-  std::printf(" %10s", "ratio");
+  for (std::size_t door = 0; door < kDoors; ++door)
+    std::printf(" %8s x", Contestants()[door].name);
   EndLine();
 }
 
@@ -60,24 +61,28 @@ void PrintRow(const RowResult& result) {
   }
   for (const auto& rate : result.rates)
     PrintNumber(rate);
-  PrintNumber(result.Ratio());
+  for (std::size_t door = 0; door < kDoors; ++door)
+    PrintNumber(result.Ratio(door));
   EndLine();
 }
 
 void PrintFormFoot(const FormResult& form) {
-  const std::vector<double> ratios = form.Ratios();
-  if (!ratios.empty()) {
-    const auto below = [&ratios](double limit) {
-      return std::count_if(ratios.begin(), ratios.end(), [limit](double r) { return r < limit; });
-    };
-    std::printf("geometric mean of %zu ratios %.3f, worst %.3f; %ld below 1, %ld below 0.5",
-                ratios.size(), GeometricMean(ratios),
-                *std::min_element(ratios.begin(), ratios.end()), below(1), below(0.5));
-    EndLine();
+  for (std::size_t door = 0; door < kDoors; ++door) {
+    const char* const name = Contestants()[door].name;
+    const std::vector<double> ratios = form.Ratios(door);
+    if (!ratios.empty()) {
+      const auto below = [&ratios](double limit) {
+        return std::count_if(ratios.begin(), ratios.end(), [limit](double r) { return r < limit; });
+      };
+      std::printf("%s: geometric mean of %zu ratios %.3f, worst %.3f; %ld below 1, %ld below 0.5",
+                  name, ratios.size(), GeometricMean(ratios),
+                  *std::min_element(ratios.begin(), ratios.end()), below(1), below(0.5));
+      EndLine();
+    }
+    const auto failed = std::count_if(form.rows.begin(), form.rows.end(),
+                                      [door](const RowResult& row) { return row.HasFailed(door); });
+    if (failed != 0) std::printf("%s: %ld searches took too long\n", name, failed);
   }
-  const auto failed = std::count_if(form.rows.begin(), form.rows.end(),
-                                    [](const RowResult& row) { return row.LibraryFailed(); });
-  if (failed != 0) std::printf("%ld searches of the library took too long\n", failed);
   EndLine();
 }
 

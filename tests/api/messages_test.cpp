@@ -63,12 +63,27 @@ TEST(Messages, TheTableHoldsTheSentencesThatAreLoaded) {
   }
 }
 
+TEST(Messages, TheSecondDoorsOwnSentencesStandFrom9850On) {
+  constexpr std::array<const char*, 8> kSentencesOfQueries = {
+      /* 9850 */ "A backslash \\ before this letter or digit has no meaning.",
+      /* 9851 */ "An operator (& or |) is missing behind the closing bracket ) of operands.",
+      /* 9852 */ "An operator (& or |) is missing before the opening bracket ( of operands.",
+      /* 9853 */ "A bracket that holds operands can't be repeated.",
+      /* 9854 */ "A word that is searched by its sound (~) must consist of letters only.",
+      /* 9855 */ "Of the two operands of a distance, only one may be negated (!).",
+      /* 9856 */ "An operand of a distance must be something that can be found in a text.",
+      /* 9857 */ "An argument of the call is missing or has a value that does not exist."};
+  for (unsigned i = 0; i < kSentencesOfQueries.size(); ++i) {
+    EXPECT_EQ(StringTableText(Number(9850 + i)), kSentencesOfQueries[i]);
+  }
+}
+
 TEST(Messages, TheTableIsFiledUnderGerman) {
   EXPECT_EQ(kStringTableLanguage, 1031);
 }
 
 TEST(Messages, ANumberBesideTheTableHasNoSentence) {
-  for (const unsigned number : {0U, 1U, 9799U, 9825U, 0xFFFFFFFFU}) {
+  for (const unsigned number : {0U, 1U, 9799U, 9825U, 9849U, 9858U, 0xFFFFFFFFU}) {
     EXPECT_TRUE(StringTableText(Number(number)).empty()) << "number " << number;
     EXPECT_STREQ(LoadMessageText(Number(number)), "") << "number " << number;
   }
