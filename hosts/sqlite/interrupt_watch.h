@@ -28,8 +28,8 @@ class InterruptWatch {
   InterruptWatch(const InterruptWatch&) = delete;
   InterruptWatch& operator=(const InterruptWatch&) = delete;
 
-  /// Has `options` ask this watch, if a search of a text of `length` bytes can be a long one. A pattern in
-  /// a short text never takes long, and is searched faster if nobody is asked.
+  /// Has `options` ask this watch, if there are questions in the search of a text of `length` bytes: a short
+  /// text is searched for a lone pattern in one piece, and faster if nobody is to be asked.
   void Attach(const CompiledSearch& search, std::size_t length, SearchOptions& options);
 
   bool WasInterrupted() const { return wasInterrupted_; }
