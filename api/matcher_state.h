@@ -51,7 +51,8 @@ class SharedCompileBudget {
 void SetCompileError(MessageNumber error);
 
 /// Finds the first match of the installed pattern under the flags of the latest compile, as
-/// `ExecuteMatcher` does; none when no pattern is installed.
+/// `ExecuteMatcher` does; none when no pattern is installed. Here the outcome becomes what the plain
+/// functions promise: a search that gave up has found nothing. Without a match `range` is untouched.
 bool SearchInstalled(const char* text, int length, int group, MatchRange& range,
                      TextNotes* notes = nullptr);
 

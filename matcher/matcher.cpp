@@ -144,10 +144,9 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const Tok
 }
 
 /// Makes the locator, where automata can answer for the engine.
-void BuildLocator(CompiledPattern& compiled, std::string_view pattern,
-                  const PatternOptions& options, const ByteMap* translate, CompileBudget& budget) {
+void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const SyntaxTree& tree,
+                  const PatternOptions& options, CompileBudget& budget) {
   if (options.matchLines) return;  // the automaton alone knows that condition
-  const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
   std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords, budget);
@@ -186,8 +185,11 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
 
   // The table follows the host's locale; the engine itself must not.
   const ByteMap upperCase = options.foldCase ? UpperCaseMap() : ByteMap{};
-  const ByteMap* const translate = options.foldCase ? &upperCase : nullptr;
-  MessageNumber fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate, budget);
+  const auto tree = std::make_shared<const SyntaxTree>(
+      ParsePattern(pattern.data(), pattern.size(), options.foldCase ? &upperCase : nullptr));
+  budget.ChargeBytes(static_cast<std::int64_t>(tree->nodes.size() * sizeof(SyntaxNode) +
+                                               tree->sets.size() * sizeof(CharSet)));
+  MessageNumber fault = compiled.regex.Compile(pattern, tree, budget);
   if (fault != MessageNumber::kNone) return fault;
 
   AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
@@ -197,7 +199,7 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   fault = compiled.automaton->fault;
   BuildKeywordPrefilter(compiled, options.foldCase, fault, budget);
   compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, pattern, options, translate, budget);
+  if (compiled.searchable) BuildLocator(compiled, pattern, *tree, options, budget);
   return fault;
 }
 

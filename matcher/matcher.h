@@ -13,6 +13,7 @@
 #include "matcher/engine/regular_expression.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
+#include "matcher/search_outcome.h"
 #include "resources/string_table.h"
 
 #include <memory>
@@ -92,13 +93,23 @@ struct SearchConditions {
   bool engineOnly = false;
 };
 
-/// Finds the first match of `pattern` in `length` bytes at `text` and writes the range of `group` (0 or
-/// less: the whole match) to `range`. Returns whether there is a match; without one `range` is
-/// untouched. Nothing is written to the text; with whole words the byte at text[length] is read. `notes` are
-/// those of the searches of this text, or of the text that it is the rest of, with this pattern; null when the text may have
-/// changed since. Throws std::bad_alloc when memory runs out.
-bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
-                    int length, int group, MatchRange& range, TextNotes* notes = nullptr);
+/// What a search came to.
+struct MatchResult {
+  SearchOutcome outcome = SearchOutcome::kNotFound;
+  /// With kFound: what was asked for of the match.
+  MatchRange range{};
+  /// The offset from which on the search gave something up, or -1: a line on which a match may stand that
+  /// is not this one, or, of the match that was found, the group. With kGaveUp it is always told.
+  int gaveUpAt = -1;
+};
+
+/// Finds the first match of `pattern` in `length` bytes at `text`, and the range of `group` (0 or less: the
+/// whole match). Where the search must give up on a line, it goes on with the next. Nothing is written to
+/// the text; with whole words the byte at text[length] is read. `notes` are those of the searches of this
+/// text, or of the text that it is the rest of, with this pattern; null when the text may have changed
+/// since. Throws std::bad_alloc when memory runs out.
+MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
+                           const char* text, int length, int group, TextNotes* notes = nullptr);
 
 }  // namespace trovex
 

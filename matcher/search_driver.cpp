@@ -64,25 +64,6 @@ bool IsOnLineOf(const char* p, const char* place) {
   return place <= p || LineFrom(p, place).end == place;
 }
 
-/// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
-/// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
-const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit,
-                      WorkCredit& credit) {
-  credit.BeginLine(0);
-  if (pattern.keywords == nullptr) return FindCandidate(*pattern.automaton, scan, limit, credit);
-  for (;;) {
-    KeywordMatch keyword{};
-    const int size = static_cast<int>(limit - scan);
-    if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
-    const char* const lineEnd = NearLineEnd(keyword.start, limit);
-    const char* const place =
-        FindCandidate(*pattern.automaton, LineStart(keyword.start, scan), lineEnd, credit);
-    if (place == nullptr && (lineEnd == limit || credit.IsSpent())) return nullptr;
-    if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
-    scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
-  }
-}
-
 /// A match on a line, and where the line was cut off for it.
 struct LineMatch {
   int start;
@@ -90,68 +71,7 @@ struct LineMatch {
   BoundedText searched;
 };
 
-/// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
-/// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
-/// tried shorter at the same start, then further right; where a word goes on, nothing is tried.
-///
-/// The byte behind the line is read too: it is the line feed or the byte behind the text.
-bool FindWholeWord(RegularExpression& regex, const Line& line, LineMatch& match,
-                   WorkCredit& credit) {
-  const WordRule rule = {line.begin, line.Length()};
-  MatchRegisters whole(true);
-  int length = match.end - match.start;
-  while (match.start >= 0) {
-    match.end = match.start + length;
-    if (rule.CanStartAt(match.start)) {
-      if (rule.CanEndAt(match.end, match.start)) return true;
-      if (length > 0) {
-        match.searched = {line.begin, match.end - 1, false};
-        length = regex.MatchWithin(line.begin, match.end - 1, match.start, whole, credit);
-        if (length > 0) continue;
-      }
-    }
-    int from = match.start + 1;
-    while (from <= rule.length && !rule.CanStartAt(from))
-      ++from;
-    if (from > rule.length) return false;
-    match.searched = {line.begin, rule.length, true};
-    match.start = regex.Search(line.begin, rule.length, from, whole, credit);
-    length = whole.End(0) - match.start;
-  }
-  return false;
-}
-
-/// The same from offset `from` on, in one search.
-bool SearchWholeWord(RegularExpression& regex, const Line& line, int from, LineMatch& match,
-                     WorkCredit& credit) {
-  GroupRange found;
-  if (!regex.SearchWord({line.begin, line.Length()}, from, found, credit)) return false;
-  match = {found.start, found.end, {line.begin, found.end, false}};
-  return true;
-}
-
-/// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
-/// conditions.
-bool FindOnLine(RegularExpression& regex, const SearchConditions& conditions, const Line& line,
-                int from, LineMatch& match, WorkCredit& credit) {
-  if (conditions.matchWords && !conditions.matchLines && regex.CanSearchWord(line.Length())) {
-    return SearchWholeWord(regex, line, from, match, credit);
-  }
-  MatchRegisters whole(true);
-  match.searched = {line.begin, line.Length(), true};
-  match.start = regex.Search(line.begin, line.Length(), from, whole, credit);
-  match.end = whole.End(0);
-  if (match.start < 0) return false;
-  if (conditions.matchLines) {
-    if (match.end - match.start == line.Length()) return true;
-    if (!conditions.matchWords) return false;
-  } else if (!conditions.matchWords) {
-    return true;
-  }
-  return FindWholeWord(regex, line, match, credit);
-}
-
-/// One search: a pattern, a text and what is wanted.
+/// One search: a pattern, a text and what is wanted. What it comes to is gathered in `result`.
 struct Search {
   CompiledPattern& pattern;
   const SearchConditions& conditions;
@@ -160,6 +80,7 @@ struct Search {
   int group;  // 0: the whole match
   TextNotes& notes;
   WorkCredit& credit;
+  MatchResult result{};
 
   /// A group that the pattern lacks took no part, so it needs no registers of its own.
   bool WantsGroup() const {
@@ -169,28 +90,132 @@ struct Search {
   void BeginLine(const Line& line) const {
     credit.BeginLine(static_cast<std::size_t>(limit - line.end));
   }
+  /// Something is given up at `place` or behind it.
+  void GiveUpAt(const char* place) {
+    if (result.gaveUpAt < 0) result.gaveUpAt = static_cast<int>(place - text);
+  }
+  /// Whether `outcome`, of a search from `place` on, is a match.
+  bool IsFound(SearchOutcome outcome, const char* place) {
+    if (outcome == SearchOutcome::kGaveUp) GiveUpAt(place);
+    return outcome == SearchOutcome::kFound;
+  }
+  void Found(MatchRange range) {
+    result.outcome = SearchOutcome::kFound;
+    result.range = range;
+  }
   MatchRange RangeOf(const char* base, int start, int end) const {
     const int offset = static_cast<int>(base - text);
     return {offset + start, offset + end};
   }
   /// The range of what is wanted of `match`, which was found on the line that begins at `lineBegin`.
-  MatchRange RangeOnLine(const char* lineBegin, const LineMatch& match) const {
+  MatchRange RangeOnLine(const char* lineBegin, const LineMatch& match) {
     if (group == 0) return RangeOf(lineBegin, match.start, match.end);
     MatchRegisters registers(!WantsGroup());
     if (WantsGroup()) {
-      pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers, credit);
+      const SearchOutcome outcome =
+          pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers, credit);
+      IsFound(outcome, lineBegin + match.start);
     }
     return RangeOf(lineBegin, registers.Start(group), registers.End(group));
   }
 };
 
-/// Looks for a keyword that is itself the match.
-bool FindKeyword(const CompiledPattern& pattern, const char* text, int length, MatchRange& range) {
-  KeywordMatch keyword{};
-  if (KeywordSetSearch(*pattern.keywords, text, length, &keyword) == nullptr) return false;
-  const auto start = static_cast<int>(keyword.start - text);
-  range = {start, start + keyword.length};
+/// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
+/// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
+const char* NextPlace(Search& search, const char* scan, const char* limit) {
+  CompiledPattern& pattern = search.pattern;
+  search.credit.BeginLine(0);
+  const char* place = nullptr;
+  if (pattern.keywords == nullptr) {
+    search.IsFound(FindCandidate(*pattern.automaton, scan, limit, search.credit, place), scan);
+    return place;
+  }
+  for (;;) {
+    KeywordMatch keyword{};
+    const int size = static_cast<int>(limit - scan);
+    if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
+    const char* const lineStart = LineStart(keyword.start, scan);
+    const char* const lineEnd = NearLineEnd(keyword.start, limit);
+    const SearchOutcome outcome =
+        FindCandidate(*pattern.automaton, lineStart, lineEnd, search.credit, place);
+    search.IsFound(outcome, lineStart);
+    if (place == nullptr && (lineEnd == limit || outcome == SearchOutcome::kGaveUp)) return nullptr;
+    if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
+    scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
+  }
+}
+
+/// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
+/// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
+/// tried shorter at the same start, then further right; where a word goes on, nothing is tried.
+///
+/// The byte behind the line is read too: it is the line feed or the byte behind the text.
+bool FindWholeWord(Search& search, const Line& line, LineMatch& match) {
+  const RegularExpression& regex = search.pattern.regex;
+  const WordRule rule = {line.begin, line.Length()};
+  MatchRegisters whole(true);
+  for (;;) {
+    if (rule.CanStartAt(match.start)) {
+      if (rule.CanEndAt(match.end, match.start)) return true;
+      if (match.end > match.start) {
+        match.searched = {line.begin, match.end - 1, false};
+        const SearchOutcome shorter =
+            regex.MatchWithin(line.begin, match.end - 1, match.start, whole, search.credit);
+        if (search.IsFound(shorter, line.begin) && whole.End(0) > match.start) {
+          match.end = whole.End(0);
+          continue;
+        }
+      }
+    }
+    int from = match.start + 1;
+    while (from <= rule.length && !rule.CanStartAt(from))
+      ++from;
+    if (from > rule.length) return false;
+    match.searched = {line.begin, rule.length, true};
+    const SearchOutcome next = regex.Search(line.begin, rule.length, from, whole, search.credit);
+    if (!search.IsFound(next, line.begin + from)) return false;
+    match.start = whole.Start(0);
+    match.end = whole.End(0);
+  }
+}
+
+/// The same from offset `from` on, in one search.
+bool SearchWholeWord(Search& search, const Line& line, int from, LineMatch& match) {
+  GroupRange found;
+  const SearchOutcome outcome =
+      search.pattern.regex.SearchWord({line.begin, line.Length()}, from, found, search.credit);
+  if (!search.IsFound(outcome, line.begin + from)) return false;
+  match = {found.start, found.end, {line.begin, found.end, false}};
   return true;
+}
+
+/// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
+/// conditions.
+bool FindOnLine(Search& search, const Line& line, int from, LineMatch& match) {
+  const RegularExpression& regex = search.pattern.regex;
+  const SearchConditions& conditions = search.conditions;
+  if (conditions.matchWords && !conditions.matchLines && regex.CanSearchWord(line.Length())) {
+    return SearchWholeWord(search, line, from, match);
+  }
+  MatchRegisters whole(true);
+  const SearchOutcome outcome = regex.Search(line.begin, line.Length(), from, whole, search.credit);
+  if (!search.IsFound(outcome, line.begin + from)) return false;
+  match = {whole.Start(0), whole.End(0), {line.begin, line.Length(), true}};
+  if (conditions.matchLines) {
+    if (match.end - match.start == line.Length()) return true;
+    if (!conditions.matchWords) return false;
+  } else if (!conditions.matchWords) {
+    return true;
+  }
+  return FindWholeWord(search, line, match);
+}
+
+/// Looks for a keyword that is itself the match.
+MatchResult FindKeyword(const CompiledPattern& pattern, const char* text, int length) {
+  KeywordMatch keyword{};
+  if (KeywordSetSearch(*pattern.keywords, text, length, &keyword) == nullptr) return {};
+  const auto start = static_cast<int>(keyword.start - text);
+  return {SearchOutcome::kFound, {start, start + keyword.length}};
 }
 
 /// A match that was located without the engine; a null start stands for none.
@@ -200,7 +225,7 @@ struct LocatedMatch {
 };
 
 /// The first match from `scan` on, the start of a line, that the locator finds.
-LocatedMatch Locate(const Search& search, const char* scan) {
+LocatedMatch Locate(Search& search, const char* scan) {
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
   MatchLocator& locator = *search.pattern.locator;
   if (search.notes.IsFirstSearch(&locator)) {
@@ -210,11 +235,14 @@ LocatedMatch Locate(const Search& search, const char* scan) {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
   if (locator.Words()) request.behind = *bytes(search.limit);
   const MatchLocator::Match match = locator.Find(request);
+  if (const unsigned char* const gaveUpAt = locator.GaveUpAt()) {
+    search.GiveUpAt(reinterpret_cast<const char*>(gaveUpAt));
+  }
   return {reinterpret_cast<const char*>(match.start), reinterpret_cast<const char*>(match.end)};
 }
 
 /// Gives the range of what is wanted of `match`, which was located without the engine.
-MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
+MatchRange RangeIn(Search& search, const LocatedMatch& match) {
   const auto length = static_cast<int>(match.end - match.start);
   if (search.group == 0) return search.RangeOf(match.start, 0, length);
   const char* const lineBegin = LineStart(match.start, search.text);
@@ -224,8 +252,7 @@ MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
   if (!search.pattern.standsAlone) {
     const Line line = {lineBegin, search.notes.LineEnd(match.start, search.limit)};
     search.BeginLine(line);
-    const bool found =
-        FindOnLine(search.pattern.regex, search.conditions, line, start, onLine, search.credit);
+    const bool found = FindOnLine(search, line, start, onLine);
     return found ? search.RangeOnLine(lineBegin, onLine) : search.RangeOf(lineBegin, -1, -1);
   }
   search.BeginLine({lineBegin, match.end});
@@ -247,62 +274,66 @@ bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
 }
 
 /// Locates the match without the engine.
-bool FindByLocator(const Search& search, MatchRange& range) {
-  CompiledPattern& pattern = search.pattern;
+void FindByLocator(Search& search) {
   for (const char* scan = search.text;;) {
     const LocatedMatch match = Locate(search, scan);
-    if (match.start == nullptr) return false;
+    if (match.start == nullptr) return;
     if (!CertainlyPasses(search, match)) {
       const char* const line = LineStart(match.start, scan);
-      const char* const place = NextPlace(pattern, line, search.limit, search.credit);
-      if (place == nullptr) return false;
+      const char* const place = NextPlace(search, line, search.limit);
+      if (place == nullptr) return;
       scan = LineStart(place, line);
       if (scan != line) continue;  // a later line
     }
-    range = RangeIn(search, match);
-    return true;
+    return search.Found(RangeIn(search, match));
   }
 }
 
 /// Takes the lines that can hold a match to the engine, or all of them.
-bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
+void FindByEngine(Search& search, bool everyLine) {
   LineMatch match{};
   for (const char* scan = search.text;;) {
-    const char* const place =
-        everyLine ? scan : NextPlace(search.pattern, scan, search.limit, search.credit);
-    if (place == nullptr) return false;
+    const char* const place = everyLine ? scan : NextPlace(search, scan, search.limit);
+    if (place == nullptr) return;
     const Line line = {LineStart(place, scan), search.notes.LineEnd(place, search.limit)};
     search.BeginLine(line);
-    if (FindOnLine(search.pattern.regex, search.conditions, line, 0, match, search.credit)) {
-      range = search.RangeOnLine(line.begin, match);
-      return true;
+    if (FindOnLine(search, line, 0, match)) {
+      return search.Found(search.RangeOnLine(line.begin, match));
     }
-    if (line.end >= search.limit) return false;
+    if (line.end >= search.limit) return;
     scan = line.end + 1;
   }
 }
 
 }  // namespace
 
-bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
-                    int length, int group, MatchRange& range, TextNotes* notes) {
-  if (!pattern.searchable || length <= 0) return false;
+MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
+                           const char* text, int length, int group, TextNotes* notes) {
+  if (!pattern.searchable || length <= 0) return {};
   if (pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly) {
-    return FindKeyword(pattern, text, length, range);
+    return FindKeyword(pattern, text, length);
   }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
-  const Search search = {pattern,
-                         conditions,
-                         text,
-                         text + length,
-                         std::max(group, 0),
-                         allNotes,
-                         allNotes.Credit(static_cast<std::size_t>(length))};
-  if (conditions.engineOnly) return FindByEngine(search, true, range);
+  Search search = {pattern,
+                   conditions,
+                   text,
+                   text + length,
+                   std::max(group, 0),
+                   allNotes,
+                   allNotes.Credit(static_cast<std::size_t>(length))};
   const bool located = pattern.locator != nullptr && !conditions.matchLines &&
                        pattern.locator->Words() == conditions.matchWords;
-  return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
+  if (located && !conditions.engineOnly) {
+    FindByLocator(search);
+  } else {
+    FindByEngine(search, conditions.engineOnly);
+  }
+  MatchResult& result = search.result;
+  if (result.outcome == SearchOutcome::kNotFound && result.gaveUpAt >= 0) {
+    result.outcome = SearchOutcome::kGaveUp;
+  }
+  return result;
 }
 
 }  // namespace trovex

@@ -29,11 +29,12 @@ Timed Time(CompiledPattern& pattern, const HostileSearch& search, std::size_t by
 void Print(const HostileSearch& search, const Timed& once, const Timed& fourTimes) {
   const auto bytes = static_cast<double>(fourTimes.cost.bytes);
   const auto units = static_cast<double>(std::max<std::int64_t>(fourTimes.cost.units, 1));
-  std::printf("%-32s %s group %d  %8zu bytes  %7.3f us/byte  %6.2f ns/unit  growth %4.1f  %d\n",
-              search.pattern.c_str(), search.words ? "words" : "     ", search.group,
-              fourTimes.cost.bytes, fourTimes.seconds / bytes * 1e6,
-              fourTimes.seconds / units * 1e9, fourTimes.seconds / std::max(once.seconds, 1e-4),
-              fourTimes.cost.matches);
+  std::printf(
+      "%-32s %s group %d  %8zu bytes  %7.3f us/byte  %6.2f ns/unit  growth %4.1f  %d matches%s\n",
+      search.pattern.c_str(), search.words ? "words" : "     ", search.group, fourTimes.cost.bytes,
+      fourTimes.seconds / bytes * 1e6, fourTimes.seconds / units * 1e9,
+      fourTimes.seconds / std::max(once.seconds, 1e-4), fourTimes.cost.matches,
+      fourTimes.cost.gaveUp ? ", gave up" : "");
 }
 
 }  // namespace

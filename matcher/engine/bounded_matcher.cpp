@@ -10,7 +10,11 @@
 
 namespace trovex {
 
-BoundedMatcher::BoundedMatcher(SyntaxTree tree) : tree_(std::move(tree)) {
+BoundedMatcher::BoundedMatcher(SyntaxTree tree)
+    : BoundedMatcher(std::make_shared<const SyntaxTree>(std::move(tree))) {}
+
+BoundedMatcher::BoundedMatcher(std::shared_ptr<const SyntaxTree> tree)
+    : sharedTree_(std::move(tree)), tree_(*sharedTree_) {
   Emit(tree_.Root(), {true, false});
   Append(Operation::kMatch, 0);
   if (referenced_ != 0) NoteWhatReferencesSee();

@@ -484,40 +484,45 @@ class BoundedRun {
   bool exhausted_ = false;
 };
 
-bool BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
-                          std::vector<GroupRange>& ranges, WorkCredit& credit,
-                          const WordRule* words) const {
-  if (credit.IsSpent()) return false;
+SearchOutcome BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
+                                   std::vector<GroupRange>& ranges, WorkCredit& credit,
+                                   const WordRule* words) const {
+  if (credit.IsSpent()) return SearchOutcome::kGaveUp;
   BoundedRun run(*this, text, credit, words);
   for (int start = from; start <= lastStart && !run.Exhausted(); ++start) {
     if (!run.MayStartAt(start) || !run.From(start, -1)) continue;
     ranges = run.Ranges(start);
-    return true;
+    return SearchOutcome::kFound;
   }
   run.Finish();
-  return false;
+  return run.Exhausted() ? SearchOutcome::kGaveUp : SearchOutcome::kNotFound;
 }
 
-bool BoundedMatcher::FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
-                               WorkCredit& credit, const WordRule* words) const {
+SearchOutcome BoundedMatcher::FindWhole(const BoundedText& text, int from, int lastStart,
+                                        GroupRange& match, WorkCredit& credit,
+                                        const WordRule* words) const {
   GroupRange found;
-  if (!GraphSearch(*this, *graph_, text, credit).Find(from, lastStart, words, found)) return false;
-  match = found;
-  return true;
+  const SearchOutcome outcome =
+      GraphSearch(*this, *graph_, text, credit).Find(from, lastStart, words, found);
+  if (outcome == SearchOutcome::kFound) match = found;
+  return outcome;
 }
 
-bool BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
-                                std::vector<GroupRange>& ranges, WorkCredit& credit) const {
+SearchOutcome BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
+                                         std::vector<GroupRange>& ranges,
+                                         WorkCredit& credit) const {
   if (HasGraph()) {
     const GroupWalk::Outcome outcome = GroupWalk(*this, *graph_, text, credit).Go(match, ranges);
-    if (outcome == GroupWalk::Outcome::kTold) return true;
-    if (outcome == GroupWalk::Outcome::kDenied) return false;
+    if (outcome == GroupWalk::Outcome::kTold) return SearchOutcome::kFound;
+    if (outcome == GroupWalk::Outcome::kDenied) return SearchOutcome::kNotFound;
   }
-  if (credit.IsSpent()) return false;
+  if (credit.IsSpent()) return SearchOutcome::kGaveUp;
   BoundedRun run(*this, text, credit);
-  if (!run.From(match.start, match.end)) return false;
+  if (!run.From(match.start, match.end)) {
+    return run.Exhausted() ? SearchOutcome::kGaveUp : SearchOutcome::kNotFound;
+  }
   ranges = run.Ranges(match.start);
-  return true;
+  return SearchOutcome::kFound;
 }
 
 }  // namespace trovex

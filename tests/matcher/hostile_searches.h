@@ -90,6 +90,7 @@ struct HostileCost {
   std::int64_t units = 0;
   std::size_t bytes = 0;  // of the text
   int matches = 0;
+  bool gaveUp = false;
 };
 
 /// Searches all matches of a text of about `bytes` bytes, as a host does.
@@ -101,14 +102,13 @@ inline HostileCost CostOf(CompiledPattern& pattern, const HostileSearch& search,
   HostileCost cost;
   cost.bytes = static_cast<std::size_t>(text.Length());
   for (int place = 0; place < text.Length();) {
-    MatchRange match{};
-    if (!ExecuteMatcher(pattern, conditions, text.Data() + place, text.Length() - place,
-                        search.group, match, &notes)) {
-      break;
-    }
-    if (match.start < 0 || match.end < 1) break;
+    const MatchResult found = ExecuteMatcher(pattern, conditions, text.Data() + place,
+                                             text.Length() - place, search.group, &notes);
+    cost.gaveUp = cost.gaveUp || found.gaveUpAt >= 0;
+    if (found.outcome != SearchOutcome::kFound) break;
+    if (found.range.start < 0 || found.range.end < 1) break;
     ++cost.matches;
-    place += match.end;
+    place += found.range.end;
   }
   cost.units = notes.Credit(cost.bytes).Spent();
   if (pattern.locator != nullptr) cost.units += pattern.locator->Work();

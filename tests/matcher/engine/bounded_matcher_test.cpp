@@ -5,6 +5,7 @@
 
 #include "matcher/engine/pattern_limits.h"
 #include "matcher/engine/regular_expression.h"
+#include "matcher/limits.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/work_credit.h"
 #include "tests/heap_text.h"
@@ -171,9 +172,12 @@ TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesAndGroups) {
         const BoundedMatcher matcher(Parsed(c.pattern));
         WorkCredit credit(c.line.size());
         Ranges ranges;
-        if (!matcher.Find(text, c.from, heap.Length(), ranges, credit)) return Ranges{};
+        const SearchOutcome outcome = matcher.Find(text, c.from, heap.Length(), ranges, credit);
+        if (outcome != SearchOutcome::kFound) return Ranges{};
         const GroupRange match = ranges[0];
-        return matcher.FindGroups(text, match, ranges, credit) ? ranges : Ranges{match};
+        return matcher.FindGroups(text, match, ranges, credit) == SearchOutcome::kFound
+                   ? ranges
+                   : Ranges{match};
       });
   EXPECT_EQ(comparison.differences, 0) << comparison.difference;
   EXPECT_GT(comparison.searches, CasesToTry(20'000));
@@ -203,9 +207,9 @@ TEST(BoundedMatcher, FindsTheEnginesMatchInOnePass) {
           const BoundedMatcher matcher(Parsed(c.pattern));
           WorkCredit credit(c.line.size());
           GroupRange match;
-          const bool found = matcher.FindWhole({heap.Data(), heap.Length(), true}, c.from,
-                                               heap.Length(), match, credit);
-          return found ? Ranges{match} : Ranges{};
+          const SearchOutcome outcome = matcher.FindWhole({heap.Data(), heap.Length(), true},
+                                                          c.from, heap.Length(), match, credit);
+          return outcome == SearchOutcome::kFound ? Ranges{match} : Ranges{};
         });
     // Before a word's last letter the engine misses "[^a]*\\B" now and then.
     EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
@@ -313,7 +317,29 @@ TEST(BoundedMatcher, GivesUpWithinItsBounds) {
   std::string line;
   for (int i = 0; i < 500; ++i)
     line += "ab";
-  EXPECT_EQ(FoundByExpression("(.*)(.*)(.*)(.*)\\1\\2\\3\\4x", line), Ranges{});
+  const BoundedMatcher matcher(Parsed("(.*)(.*)(.*)(.*)\\1\\2\\3\\4x"));
+  const HeapText heap(line);
+  WorkCredit credit(line.size());
+  Ranges ranges;
+  EXPECT_EQ(matcher.Find({heap.Data(), heap.Length(), true}, 0, heap.Length(), ranges, credit),
+            SearchOutcome::kGaveUp);
+  EXPECT_EQ(ranges, Ranges{});
+}
+
+TEST(BoundedMatcher, WhereTheCreditIsSpentItGivesUpAndDoesNotSayThatThereIsNothing) {
+  const HeapText heap(std::string(1'000, 'a') + "b");
+  const BoundedText text{heap.Data(), heap.Length(), true};
+  const BoundedMatcher matcher(Parsed("(a|aa)*b"));
+  GroupRange match;
+  Ranges ranges;
+  WorkCredit credit(0);
+  ASSERT_TRUE(credit.Spend(kWorkAtLeast));
+  EXPECT_EQ(matcher.FindWhole(text, 0, heap.Length(), match, credit), SearchOutcome::kGaveUp);
+  EXPECT_EQ(matcher.FindGroups(text, {0, 1'001}, ranges, credit), SearchOutcome::kGaveUp);
+  WorkCredit enough(0);
+  EXPECT_EQ(matcher.FindWhole(text, 0, heap.Length(), match, enough), SearchOutcome::kFound);
+  EXPECT_EQ(matcher.FindGroups(text, {0, 1'001}, ranges, enough), SearchOutcome::kFound);
+  EXPECT_EQ(matcher.FindWhole(text, 1'001, heap.Length(), match, enough), SearchOutcome::kNotFound);
 }
 
 TEST(PatternHazards, OrdinaryPatternsStayWithTheEngine) {

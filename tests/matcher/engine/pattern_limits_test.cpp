@@ -166,10 +166,8 @@ class BoundedProcess {
     const CompileResult compiled = CompileMatcher(pattern, {});
     if (compiled.fault != MessageNumber::kNone) _exit(2);
     const HeapText text(line);
-    for (const int group : {0, 1}) {
-      MatchRange range{};
-      ExecuteMatcher(*compiled.pattern, {}, text.Data(), text.Length(), group, range);
-    }
+    for (const int group : {0, 1})
+      ExecuteMatcher(*compiled.pattern, {}, text.Data(), text.Length(), group);
     _exit(0);
   }
 };
