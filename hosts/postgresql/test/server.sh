@@ -12,6 +12,12 @@ createdb -T template0 -E UTF8 restored
 pg_dump server | psql -X -q -v ON_ERROR_STOP=1 -d restored >/dev/null
 is "a dump brings the queries back" "$(sql -c 'TABLE saved ORDER BY id')" "$(sql -d restored -c 'TABLE saved ORDER BY id')"
 
+# Where the server can ask whether a value would be taken (16 and later), a fault is an answer.
+if [ "$(sql -c "SELECT current_setting('server_version_num')::integer >= 160000")" = t ]; then
+  is "a fault can be asked for" "t f f The closing bracket ) is missing in a subexpression." "$(sql \
+    -c "SELECT concat_ws(' ', pg_input_is_valid('{words} Haus', 'trovex_query'), pg_input_is_valid('(Haus', 'trovex_query'), pg_input_is_valid('{word} Haus', 'trovex_query'), message) FROM pg_input_error_info('(Haus', 'trovex_query')")"
+fi
+
 # Turkish as the language of a whole database: no index is offered, and nothing is lost.
 createdb -T template0 -E UTF8 --locale-provider=icu --icu-locale=tr turkish
 is "a Turkish database finds I and i" "DATEI datei Datei" "$(sql -d turkish -c 'CREATE EXTENSION trovex' \
