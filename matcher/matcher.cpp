@@ -9,6 +9,7 @@
 #include "matcher/pattern/engine_stream.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/pattern/required_string.h"
+#include "matcher/pattern/run_pattern.h"
 #include "text/case_helpers.h"
 
 #include <algorithm>
@@ -154,8 +155,8 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern,
   if (graph == nullptr) return;
   compiled.standsAlone = !stream->hasAnchors;
   compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
-  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), options.matchWords,
-                                                             FindRequiredString(tree, budget));
+  compiled.locatorProgram = std::make_unique<LocatorProgram>(
+      std::move(graph), options.matchWords, FindRequiredString(tree, budget), RunsOf(tree));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 

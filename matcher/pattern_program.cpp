@@ -2,6 +2,7 @@
 
 #include "matcher/limits.h"
 #include "matcher/pattern/required_string.h"
+#include "matcher/pattern/run_pattern.h"
 #include "text/code_page.h"
 
 #include <algorithm>
@@ -70,7 +71,7 @@ bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileB
   options.budget = &budget;
   std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
   if (graph == nullptr) return false;
-  locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget));
+  locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget), RunsOf(tree));
   return true;
 }
 

@@ -246,6 +246,20 @@ bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
   return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
 }
 
+/// Looks for a keyword that is itself the match; where the locator takes it for a string, the places that
+/// were found beside the last match need not be looked for again.
+bool FindKeyword(const Search& search, MatchRange& range) {
+  const CompiledPattern& pattern = search.pattern;
+  const bool isString =
+      pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words();
+  if (!isString)
+    return FindKeyword(pattern, search.text, static_cast<int>(search.limit - search.text), range);
+  const LocatedMatch match = Locate(search, search.text);
+  if (match.start == nullptr) return false;
+  range = search.RangeOf(match.start, 0, static_cast<int>(match.end - match.start));
+  return true;
+}
+
 /// Locates the match without the engine.
 bool FindByLocator(const Search& search, MatchRange& range) {
   CompiledPattern& pattern = search.pattern;
@@ -287,9 +301,6 @@ bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
 bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
                     int length, int group, MatchRange& range, TextNotes* notes) {
   if (!pattern.searchable || length <= 0) return false;
-  if (pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly) {
-    return FindKeyword(pattern, text, length, range);
-  }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
   const Search search = {pattern,
@@ -300,6 +311,7 @@ bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions
                          allNotes,
                          allNotes.Credit(static_cast<std::size_t>(length))};
   if (conditions.engineOnly) return FindByEngine(search, true, range);
+  if (pattern.keywordsAreExact && group <= 0) return FindKeyword(search, range);
   const bool located = pattern.locator != nullptr && !conditions.matchLines &&
                        pattern.locator->Words() == conditions.matchWords;
   return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
