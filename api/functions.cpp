@@ -35,7 +35,11 @@ bool SearchInstalled(const char* text, int length, int group, MatchRange& range,
   if (matcher.installed == nullptr) return false;
   const SearchConditions conditions = {matcher.options.matchWords, matcher.options.matchLines,
                                        matcher.engineOnly};
-  return ExecuteMatcher(*matcher.installed, conditions, text, length, group, range, notes);
+  const MatchResult result =
+      ExecuteMatcher(*matcher.installed, conditions, text, length, group, notes);
+  if (result.outcome != SearchOutcome::kFound) return false;
+  range = result.range;
+  return true;
 }
 
 }  // namespace trovex

@@ -131,10 +131,8 @@ std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, cons
 
 /// The graph of `tree`; null where automata made of it could not answer as the engine does, or the budget
 /// does not allow it.
-std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream,
-                                               bool words, CompileBudget& budget) {
-  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
-  if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
+std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, bool words,
+                                               CompileBudget& budget) {
   GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
   options.mostPositions = kMaxLocatorEdges;
   options.mostEdges = kMaxLocatorEdges;
@@ -145,18 +143,27 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const Tok
 }
 
 /// Makes the locator, where automata can answer for the engine.
-void BuildLocator(CompiledPattern& compiled, std::string_view pattern,
-                  const PatternOptions& options, const ByteMap* translate, CompileBudget& budget) {
+void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const SyntaxTree& tree,
+                  const PatternOptions& options, CompileBudget& budget) {
   if (options.matchLines) return;  // the automaton alone knows that condition
-  const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), translate);
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords, budget);
-  if (graph == nullptr) return;
+  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
+  const bool words = options.matchWords;
+  if (words && (stream->hasWordAnchors || stream->hasTextEnd)) return;
+  std::optional<WordScan> list = MakeWordScan(tree, words, budget);
+  std::unique_ptr<const PositionGraph> graph;
+  if (!list || list->Longest() > kLongestWordAlone) {
+    graph = MakeGraph(tree, words, budget);
+    if (graph == nullptr) return;
+  }
   compiled.standsAlone = !stream->hasAnchors;
   compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
-  compiled.locatorProgram = std::make_unique<LocatorProgram>(
-      std::move(graph), options.matchWords, FindRequiredString(tree, budget), RunsOf(tree));
+  compiled.locatorProgram =
+      list ? std::make_unique<LocatorProgram>(std::move(*list), words, WordBytes(words, tree),
+                                              std::move(graph))
+           : std::make_unique<LocatorProgram>(std::move(graph), words,
+                                              FindRequiredString(tree, budget), RunsOf(tree));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
@@ -187,8 +194,11 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
 
   // The table follows the host's locale; the engine itself must not.
   const ByteMap upperCase = options.foldCase ? UpperCaseMap() : ByteMap{};
-  const ByteMap* const translate = options.foldCase ? &upperCase : nullptr;
-  MessageNumber fault = compiled.regex.Compile(pattern.data(), pattern.size(), translate, budget);
+  const auto tree = std::make_shared<const SyntaxTree>(
+      ParsePattern(pattern.data(), pattern.size(), options.foldCase ? &upperCase : nullptr));
+  budget.ChargeBytes(static_cast<std::int64_t>(tree->nodes.size() * sizeof(SyntaxNode) +
+                                               tree->sets.size() * sizeof(CharSet)));
+  MessageNumber fault = compiled.regex.Compile(pattern, tree, budget);
   if (fault != MessageNumber::kNone) return fault;
 
   AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
@@ -198,7 +208,7 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   fault = compiled.automaton->fault;
   BuildKeywordPrefilter(compiled, options.foldCase, fault, budget);
   compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, pattern, options, translate, budget);
+  if (compiled.searchable) BuildLocator(compiled, pattern, *tree, options, budget);
   return fault;
 }
 

@@ -13,6 +13,7 @@
 #include "matcher/engine/regular_expression.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
+#include "matcher/search_outcome.h"
 #include "resources/string_table.h"
 
 #include <memory>
@@ -51,6 +52,8 @@ struct CompiledPattern {
   std::unique_ptr<const LocatorProgram> locatorProgram;
   /// Says where a match lies, in place of the engine. Null when only the engine can.
   std::unique_ptr<MatchLocator> locator;
+  /// Tells the groups of matches that lie one inside the other. Made when it is first needed.
+  std::unique_ptr<LineGroups> lineGroups;
   /// How far the automaton reads the pattern as the locator does. A line with a located match passes the
   /// automaton where both read it alike, and only otherwise has to be tried.
   Reading automatonReading = Reading::kDifferent;
@@ -92,13 +95,23 @@ struct SearchConditions {
   bool engineOnly = false;
 };
 
-/// Finds the first match of `pattern` in `length` bytes at `text` and writes the range of `group` (0 or
-/// less: the whole match) to `range`. Returns whether there is a match; without one `range` is
-/// untouched. Nothing is written to the text; with whole words the byte at text[length] is read. `notes` are
-/// those of the searches of this text, or of the text that it is the rest of, with this pattern; null when the text may have
-/// changed since. Throws std::bad_alloc when memory runs out.
-bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
-                    int length, int group, MatchRange& range, TextNotes* notes = nullptr);
+/// What a search came to.
+struct MatchResult {
+  SearchOutcome outcome = SearchOutcome::kNotFound;
+  /// With kFound: what was asked for of the match.
+  MatchRange range{};
+  /// The offset from which on the search gave something up, or -1: a line on which a match may stand that
+  /// is not this one, or, of the match that was found, the group. With kGaveUp it is always told.
+  int gaveUpAt = -1;
+};
+
+/// Finds the first match of `pattern` in `length` bytes at `text`, and the range of `group` (0 or less: the
+/// whole match). Where the search must give up on a line, it goes on with the next. Nothing is written to
+/// the text; with whole words the byte at text[length] is read. `notes` are those of the searches of this
+/// text, or of the text that it is the rest of, with this pattern; null when the text may have changed
+/// since. Throws std::bad_alloc when memory runs out.
+MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
+                           const char* text, int length, int group, TextNotes* notes = nullptr);
 
 }  // namespace trovex
 

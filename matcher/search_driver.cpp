@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace trovex {
 
@@ -64,25 +65,6 @@ bool IsOnLineOf(const char* p, const char* place) {
   return place <= p || LineFrom(p, place).end == place;
 }
 
-/// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
-/// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
-const char* NextPlace(CompiledPattern& pattern, const char* scan, const char* limit,
-                      WorkCredit& credit) {
-  credit.BeginLine(0);
-  if (pattern.keywords == nullptr) return FindCandidate(*pattern.automaton, scan, limit, credit);
-  for (;;) {
-    KeywordMatch keyword{};
-    const int size = static_cast<int>(limit - scan);
-    if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
-    const char* const lineEnd = NearLineEnd(keyword.start, limit);
-    const char* const place =
-        FindCandidate(*pattern.automaton, LineStart(keyword.start, scan), lineEnd, credit);
-    if (place == nullptr && (lineEnd == limit || credit.IsSpent())) return nullptr;
-    if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
-    scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
-  }
-}
-
 /// A match on a line, and where the line was cut off for it.
 struct LineMatch {
   int start;
@@ -90,68 +72,7 @@ struct LineMatch {
   BoundedText searched;
 };
 
-/// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
-/// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
-/// tried shorter at the same start, then further right; where a word goes on, nothing is tried.
-///
-/// The byte behind the line is read too: it is the line feed or the byte behind the text.
-bool FindWholeWord(RegularExpression& regex, const Line& line, LineMatch& match,
-                   WorkCredit& credit) {
-  const WordRule rule = {line.begin, line.Length()};
-  MatchRegisters whole(true);
-  int length = match.end - match.start;
-  while (match.start >= 0) {
-    match.end = match.start + length;
-    if (rule.CanStartAt(match.start)) {
-      if (rule.CanEndAt(match.end, match.start)) return true;
-      if (length > 0) {
-        match.searched = {line.begin, match.end - 1, false};
-        length = regex.MatchWithin(line.begin, match.end - 1, match.start, whole, credit);
-        if (length > 0) continue;
-      }
-    }
-    int from = match.start + 1;
-    while (from <= rule.length && !rule.CanStartAt(from))
-      ++from;
-    if (from > rule.length) return false;
-    match.searched = {line.begin, rule.length, true};
-    match.start = regex.Search(line.begin, rule.length, from, whole, credit);
-    length = whole.End(0) - match.start;
-  }
-  return false;
-}
-
-/// The same from offset `from` on, in one search.
-bool SearchWholeWord(RegularExpression& regex, const Line& line, int from, LineMatch& match,
-                     WorkCredit& credit) {
-  GroupRange found;
-  if (!regex.SearchWord({line.begin, line.Length()}, from, found, credit)) return false;
-  match = {found.start, found.end, {line.begin, found.end, false}};
-  return true;
-}
-
-/// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
-/// conditions.
-bool FindOnLine(RegularExpression& regex, const SearchConditions& conditions, const Line& line,
-                int from, LineMatch& match, WorkCredit& credit) {
-  if (conditions.matchWords && !conditions.matchLines && regex.CanSearchWord(line.Length())) {
-    return SearchWholeWord(regex, line, from, match, credit);
-  }
-  MatchRegisters whole(true);
-  match.searched = {line.begin, line.Length(), true};
-  match.start = regex.Search(line.begin, line.Length(), from, whole, credit);
-  match.end = whole.End(0);
-  if (match.start < 0) return false;
-  if (conditions.matchLines) {
-    if (match.end - match.start == line.Length()) return true;
-    if (!conditions.matchWords) return false;
-  } else if (!conditions.matchWords) {
-    return true;
-  }
-  return FindWholeWord(regex, line, match, credit);
-}
-
-/// One search: a pattern, a text and what is wanted.
+/// One search: a pattern, a text and what is wanted. What it comes to is gathered in `result`.
 struct Search {
   CompiledPattern& pattern;
   const SearchConditions& conditions;
@@ -160,6 +81,7 @@ struct Search {
   int group;  // 0: the whole match
   TextNotes& notes;
   WorkCredit& credit;
+  MatchResult result{};
 
   /// A group that the pattern lacks took no part, so it needs no registers of its own.
   bool WantsGroup() const {
@@ -169,28 +91,132 @@ struct Search {
   void BeginLine(const Line& line) const {
     credit.BeginLine(static_cast<std::size_t>(limit - line.end));
   }
+  /// Something is given up at `place` or behind it.
+  void GiveUpAt(const char* place) {
+    if (result.gaveUpAt < 0) result.gaveUpAt = static_cast<int>(place - text);
+  }
+  /// Whether `outcome`, of a search from `place` on, is a match.
+  bool IsFound(SearchOutcome outcome, const char* place) {
+    if (outcome == SearchOutcome::kGaveUp) GiveUpAt(place);
+    return outcome == SearchOutcome::kFound;
+  }
+  void Found(MatchRange range) {
+    result.outcome = SearchOutcome::kFound;
+    result.range = range;
+  }
   MatchRange RangeOf(const char* base, int start, int end) const {
     const int offset = static_cast<int>(base - text);
     return {offset + start, offset + end};
   }
   /// The range of what is wanted of `match`, which was found on the line that begins at `lineBegin`.
-  MatchRange RangeOnLine(const char* lineBegin, const LineMatch& match) const {
+  MatchRange RangeOnLine(const char* lineBegin, const LineMatch& match) {
     if (group == 0) return RangeOf(lineBegin, match.start, match.end);
     MatchRegisters registers(!WantsGroup());
     if (WantsGroup()) {
-      pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers, credit);
+      const SearchOutcome outcome =
+          pattern.regex.FindGroups(match.searched, {match.start, match.end}, registers, credit);
+      IsFound(outcome, lineBegin + match.start);
     }
     return RangeOf(lineBegin, registers.Start(group), registers.End(group));
   }
 };
 
-/// Looks for a keyword that is itself the match.
-bool FindKeyword(const CompiledPattern& pattern, const char* text, int length, MatchRange& range) {
-  KeywordMatch keyword{};
-  if (KeywordSetSearch(*pattern.keywords, text, length, &keyword) == nullptr) return false;
-  const auto start = static_cast<int>(keyword.start - text);
-  range = {start, start + keyword.length};
+/// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
+/// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
+const char* NextPlace(Search& search, const char* scan, const char* limit) {
+  CompiledPattern& pattern = search.pattern;
+  search.credit.BeginLine(0);
+  const char* place = nullptr;
+  if (pattern.keywords == nullptr) {
+    search.IsFound(FindCandidate(*pattern.automaton, scan, limit, search.credit, place), scan);
+    return place;
+  }
+  for (;;) {
+    KeywordMatch keyword{};
+    const int size = static_cast<int>(limit - scan);
+    if (KeywordSetSearch(*pattern.keywords, scan, size, &keyword) == nullptr) return nullptr;
+    const char* const lineStart = LineStart(keyword.start, scan);
+    const char* const lineEnd = NearLineEnd(keyword.start, limit);
+    const SearchOutcome outcome =
+        FindCandidate(*pattern.automaton, lineStart, lineEnd, search.credit, place);
+    search.IsFound(outcome, lineStart);
+    if (place == nullptr && (lineEnd == limit || outcome == SearchOutcome::kGaveUp)) return nullptr;
+    if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
+    scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
+  }
+}
+
+/// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
+/// one match: the byte before it and the byte behind it must not belong to a word. A refused match is
+/// tried shorter at the same start, then further right; where a word goes on, nothing is tried.
+///
+/// The byte behind the line is read too: it is the line feed or the byte behind the text.
+bool FindWholeWord(Search& search, const Line& line, LineMatch& match) {
+  const RegularExpression& regex = search.pattern.regex;
+  const WordRule rule = {line.begin, line.Length()};
+  MatchRegisters whole(true);
+  for (;;) {
+    if (rule.CanStartAt(match.start)) {
+      if (rule.CanEndAt(match.end, match.start)) return true;
+      if (match.end > match.start) {
+        match.searched = {line.begin, match.end - 1, false};
+        const SearchOutcome shorter =
+            regex.MatchWithin(line.begin, match.end - 1, match.start, whole, search.credit);
+        if (search.IsFound(shorter, line.begin) && whole.End(0) > match.start) {
+          match.end = whole.End(0);
+          continue;
+        }
+      }
+    }
+    int from = match.start + 1;
+    while (from <= rule.length && !rule.CanStartAt(from))
+      ++from;
+    if (from > rule.length) return false;
+    match.searched = {line.begin, rule.length, true};
+    const SearchOutcome next = regex.Search(line.begin, rule.length, from, whole, search.credit);
+    if (!search.IsFound(next, line.begin + from)) return false;
+    match.start = whole.Start(0);
+    match.end = whole.End(0);
+  }
+}
+
+/// The same from offset `from` on, in one search.
+bool SearchWholeWord(Search& search, const Line& line, int from, LineMatch& match) {
+  GroupRange found;
+  const SearchOutcome outcome =
+      search.pattern.regex.SearchWord({line.begin, line.Length()}, from, found, search.credit);
+  if (!search.IsFound(outcome, line.begin + from)) return false;
+  match = {found.start, found.end, {line.begin, found.end, false}};
   return true;
+}
+
+/// Finds the first match on `line`, at offset `from` or later, that satisfies the word and line
+/// conditions.
+bool FindOnLine(Search& search, const Line& line, int from, LineMatch& match) {
+  const RegularExpression& regex = search.pattern.regex;
+  const SearchConditions& conditions = search.conditions;
+  if (conditions.matchWords && !conditions.matchLines && regex.CanSearchWord(line.Length())) {
+    return SearchWholeWord(search, line, from, match);
+  }
+  MatchRegisters whole(true);
+  const SearchOutcome outcome = regex.Search(line.begin, line.Length(), from, whole, search.credit);
+  if (!search.IsFound(outcome, line.begin + from)) return false;
+  match = {whole.Start(0), whole.End(0), {line.begin, line.Length(), true}};
+  if (conditions.matchLines) {
+    if (match.end - match.start == line.Length()) return true;
+    if (!conditions.matchWords) return false;
+  } else if (!conditions.matchWords) {
+    return true;
+  }
+  return FindWholeWord(search, line, match);
+}
+
+/// Looks for a keyword that is itself the match.
+MatchResult FindKeyword(const CompiledPattern& pattern, const char* text, int length) {
+  KeywordMatch keyword{};
+  if (KeywordSetSearch(*pattern.keywords, text, length, &keyword) == nullptr) return {};
+  const auto start = static_cast<int>(keyword.start - text);
+  return {SearchOutcome::kFound, {start, start + keyword.length}};
 }
 
 /// A match that was located without the engine; a null start stands for none.
@@ -200,21 +226,21 @@ struct LocatedMatch {
 };
 
 /// The first match from `scan` on, the start of a line, that the locator finds.
-LocatedMatch Locate(const Search& search, const char* scan) {
+LocatedMatch Locate(Search& search, const char* scan) {
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
   MatchLocator& locator = *search.pattern.locator;
-  if (search.notes.IsFirstSearch(&locator)) {
-    locator.Begin(bytes(search.text), static_cast<std::size_t>(search.limit - search.text));
-  }
   MatchLocator::Request request = {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
   if (locator.Words()) request.behind = *bytes(search.limit);
   const MatchLocator::Match match = locator.Find(request);
+  if (const unsigned char* const gaveUpAt = locator.GaveUpAt()) {
+    search.GiveUpAt(reinterpret_cast<const char*>(gaveUpAt));
+  }
   return {reinterpret_cast<const char*>(match.start), reinterpret_cast<const char*>(match.end)};
 }
 
 /// Gives the range of what is wanted of `match`, which was located without the engine.
-MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
+MatchRange RangeIn(Search& search, const LocatedMatch& match) {
   const auto length = static_cast<int>(match.end - match.start);
   if (search.group == 0) return search.RangeOf(match.start, 0, length);
   const char* const lineBegin = LineStart(match.start, search.text);
@@ -224,8 +250,7 @@ MatchRange RangeIn(const Search& search, const LocatedMatch& match) {
   if (!search.pattern.standsAlone) {
     const Line line = {lineBegin, search.notes.LineEnd(match.start, search.limit)};
     search.BeginLine(line);
-    const bool found =
-        FindOnLine(search.pattern.regex, search.conditions, line, start, onLine, search.credit);
+    const bool found = FindOnLine(search, line, start, onLine);
     return found ? search.RangeOnLine(lineBegin, onLine) : search.RangeOf(lineBegin, -1, -1);
   }
   search.BeginLine({lineBegin, match.end});
@@ -246,75 +271,160 @@ bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
   return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
 }
 
-/// Looks for a keyword that is itself the match; where the locator takes it for a string, the places that
-/// were found beside the last match need not be looked for again.
-bool FindKeyword(const Search& search, MatchRange& range) {
-  const CompiledPattern& pattern = search.pattern;
-  const bool isString =
-      pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words();
-  if (!isString)
-    return FindKeyword(pattern, search.text, static_cast<int>(search.limit - search.text), range);
-  const LocatedMatch match = Locate(search, search.text);
+/// What is found out about a text on the way holds for all its searches, and for no other text.
+void BeginText(const Search& search) {
+  MatchLocator& locator = *search.pattern.locator;
+  if (!search.notes.IsFirstSearch(&locator)) return;
+  locator.Begin(reinterpret_cast<const unsigned char*>(search.text),
+                static_cast<std::size_t>(search.limit - search.text), search.credit.Left());
+  if (search.pattern.lineGroups != nullptr) search.pattern.lineGroups->Forget();
+}
+
+/// Reads the line of `match` for the group that is wanted, where its matches lie one inside the other and
+/// were read again too often.
+void ReadLineAtOnce(const Search& search, const LocatedMatch& match) {
+  CompiledPattern& pattern = search.pattern;
+  if (!pattern.standsAlone || search.conditions.matchWords) return;
+  if (pattern.automatonReading != Reading::kAlike) return;
+  const char* const lineEnd = search.notes.LineEnd(match.start, search.limit);
+  if (!search.notes.ReadsAgain(match.start, match.end, lineEnd)) return;
+  if (pattern.lineGroups == nullptr) pattern.lineGroups = pattern.regex.MakeLineGroups();
+  if (pattern.lineGroups == nullptr) return;
+  search.BeginLine({match.start, lineEnd});
+  pattern.lineGroups->Prepare(match.start, lineEnd, search.group, search.credit);
+}
+
+/// Whether the line of `place` was read at once for the group that is wanted.
+bool IsOnReadLine(const Search& search, const char* place) {
+  const LineGroups* const lineGroups = search.pattern.lineGroups.get();
+  return search.WantsGroup() && lineGroups != nullptr && lineGroups->Covers(place, search.group);
+}
+
+/// Finds the group of the first match from `place` on, on a line that was read at once.
+bool FindOnReadLine(Search& search, const char* place) {
+  LineGroups& lineGroups = *search.pattern.lineGroups;
+  search.BeginLine({place, lineGroups.LineEnd()});
+  const LineGroups::Match match = lineGroups.Find(place, search.credit);
   if (match.start == nullptr) return false;
-  range = search.RangeOf(match.start, 0, static_cast<int>(match.end - match.start));
+  search.IsFound(match.outcome, match.start);
+  search.Found(match.group.start >= 0
+                   ? search.RangeOf(match.start, match.group.start, match.group.end)
+                   : search.RangeOf(LineStart(match.start, search.text), -1, -1));
   return true;
 }
 
+/// What the locator has taken on this text is spent from the credit that others share.
+void SpendWork(const Search& search) {
+  search.credit.BeginLine(0);
+  static_cast<void>(search.credit.Spend(search.pattern.locator->Work()));
+}
+
 /// Locates the match without the engine.
-bool FindByLocator(const Search& search, MatchRange& range) {
-  CompiledPattern& pattern = search.pattern;
-  for (const char* scan = search.text;;) {
+void FindByLocator(Search& search) {
+  BeginText(search);
+  const char* scan = search.text;
+  if (IsOnReadLine(search, scan)) {
+    if (FindOnReadLine(search, scan)) return;
+    scan = search.pattern.lineGroups->LineEnd() + 1;
+    if (scan > search.limit) return;
+  }
+  for (;;) {
     const LocatedMatch match = Locate(search, scan);
-    if (match.start == nullptr) return false;
+    if (match.start == nullptr) return SpendWork(search);
     if (!CertainlyPasses(search, match)) {
       const char* const line = LineStart(match.start, scan);
-      const char* const place = NextPlace(pattern, line, search.limit, search.credit);
-      if (place == nullptr) return false;
+      const char* const place = NextPlace(search, line, search.limit);
+      if (place == nullptr) return;
       scan = LineStart(place, line);
       if (scan != line) continue;  // a later line
     }
-    range = RangeIn(search, match);
-    return true;
+    if (search.WantsGroup()) ReadLineAtOnce(search, match);
+    if (IsOnReadLine(search, match.start) && FindOnReadLine(search, match.start)) return;
+    return search.Found(RangeIn(search, match));
   }
 }
 
 /// Takes the lines that can hold a match to the engine, or all of them.
-bool FindByEngine(const Search& search, bool everyLine, MatchRange& range) {
+void FindByEngine(Search& search, bool everyLine) {
   LineMatch match{};
   for (const char* scan = search.text;;) {
-    const char* const place =
-        everyLine ? scan : NextPlace(search.pattern, scan, search.limit, search.credit);
-    if (place == nullptr) return false;
+    const char* const place = everyLine ? scan : NextPlace(search, scan, search.limit);
+    if (place == nullptr) return;
     const Line line = {LineStart(place, scan), search.notes.LineEnd(place, search.limit)};
     search.BeginLine(line);
-    if (FindOnLine(search.pattern.regex, search.conditions, line, 0, match, search.credit)) {
-      range = search.RangeOnLine(line.begin, match);
-      return true;
+    if (FindOnLine(search, line, 0, match)) {
+      return search.Found(search.RangeOnLine(line.begin, match));
     }
-    if (line.end >= search.limit) return false;
+    if (line.end >= search.limit) return;
     scan = line.end + 1;
   }
 }
 
+/// Texts of so many bytes are looked at before a search is set up.
+constexpr int kShortText = 256;
+
+bool CanLocate(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  return pattern.locator != nullptr && !conditions.matchLines &&
+         pattern.locator->Words() == conditions.matchWords;
+}
+
+/// Whether a keyword that is itself the match can be left to the locator, which keeps the places that were
+/// found beside the last match.
+bool CanLocateKeyword(const CompiledPattern& pattern) {
+  return pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words() &&
+         pattern.automatonReading == Reading::kAlike;
+}
+
+/// The first match of a short text, or that there is none, where a scan tells it.
+std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
+                                  const SearchConditions& conditions, const char* text, int length,
+                                  int group) {
+  if (!CanLocate(pattern, conditions)) return std::nullopt;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  LocatedRange match;
+  const LocatorProgram::Answer answer =
+      pattern.locatorProgram->LookAt(begin, begin + length, match);
+  if (answer == LocatorProgram::Answer::kNoMatch) return MatchResult{};
+  const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0 &&
+                       pattern.automatonReading == Reading::kAlike;
+  if (!isKnown) return std::nullopt;
+  MatchResult result;
+  result.outcome = SearchOutcome::kFound;
+  result.range = {static_cast<int>(match.start - begin), static_cast<int>(match.end - begin)};
+  return result;
+}
+
 }  // namespace
 
-bool ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
-                    int length, int group, MatchRange& range, TextNotes* notes) {
-  if (!pattern.searchable || length <= 0) return false;
+MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
+                           const char* text, int length, int group, TextNotes* notes) {
+  if (!pattern.searchable || length <= 0) return {};
+  const bool isKeyword = pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly;
+  if (isKeyword && !CanLocateKeyword(pattern)) return FindKeyword(pattern, text, length);
+  if (!conditions.engineOnly && length <= kShortText) {
+    if (const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, group))
+      return *result;
+  }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
-  const Search search = {pattern,
-                         conditions,
-                         text,
-                         text + length,
-                         std::max(group, 0),
-                         allNotes,
-                         allNotes.Credit(static_cast<std::size_t>(length))};
-  if (conditions.engineOnly) return FindByEngine(search, true, range);
-  if (pattern.keywordsAreExact && group <= 0) return FindKeyword(search, range);
-  const bool located = pattern.locator != nullptr && !conditions.matchLines &&
-                       pattern.locator->Words() == conditions.matchWords;
-  return located ? FindByLocator(search, range) : FindByEngine(search, false, range);
+  Search search = {pattern,
+                   conditions,
+                   text,
+                   text + length,
+                   std::max(group, 0),
+                   allNotes,
+                   allNotes.Credit(static_cast<std::size_t>(length))};
+  const bool located = isKeyword || CanLocate(pattern, conditions);
+  if (located && !conditions.engineOnly) {
+    FindByLocator(search);
+  } else {
+    FindByEngine(search, conditions.engineOnly);
+  }
+  MatchResult& result = search.result;
+  if (result.outcome == SearchOutcome::kNotFound && result.gaveUpAt >= 0) {
+    result.outcome = SearchOutcome::kGaveUp;
+  }
+  return result;
 }
 
 }  // namespace trovex

@@ -46,6 +46,18 @@ std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
   return string;
 }
 
+/// What the words of a list are searched with beside them: the kinds of bytes.
+std::unique_ptr<const PositionGraph> KindsAlone(const WordScan& scan, const CharSet& wordBytes) {
+  auto graph = std::make_unique<PositionGraph>();
+  graph->kindOf.fill(ByteKind::kOther);
+  graph->kindOf['\n'] = ByteKind::kNewline;
+  if (!TellsLettersApart(scan.Starts()) && !TellsLettersApart(scan.Stops())) return graph;
+  for (std::size_t c = 0; c < graph->kindOf.size(); ++c) {
+    if (wordBytes[c]) graph->kindOf[c] = ByteKind::kLetter;
+  }
+  return graph;
+}
+
 /// The end of the line that `place` belongs to, in a text that ends at `end`.
 const Byte* LineEnd(const Byte* place, const Byte* end) {
   const void* feed = std::memchr(place, '\n', static_cast<std::size_t>(end - place));
@@ -105,6 +117,13 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
   return Answer::kNoMatch;
 }
 
+LocatorProgram::LocatorProgram(WordScan scan, bool words, const CharSet& wordBytes,
+                               std::unique_ptr<const PositionGraph> graph)
+    : graph_(graph != nullptr ? std::move(graph) : KindsAlone(scan, wordBytes)),
+      words_(words),
+      list_(std::move(scan)),
+      canDoWithoutList_(graph_->size > 0) {}
+
 struct MatchLocator::Search {
   const Byte* place;
   const Byte* const begin;
@@ -118,21 +137,25 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
     : program_(program),
       graph_(*program.graph_),
       credit_(kFirstCredit, kMaxCredit),
-      creditPerByte_(kCreditPerByte) {}
+      creditPerByte_(kCreditPerByte) {
+  if (program.list_) places_ = std::make_unique<WordPlaces>(*program.list_);
+}
 
-void MatchLocator::Begin(const Byte* text, std::size_t length) {
+void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
-  unitsGiven_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  unitsGiven_ = std::min(kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte, most);
   unitsLeft_ = unitsGiven_;
   credit_.ForgiveDebt();
   if (bytes >= kLongText) credit_.Grant(kFirstCredit);
   passed_ = text;
   nextReady_ = readyCount_ = 0;
   runNotes_.Forget();
-  places_.Reset();
-  requiredPlaces_.Reset();
+  hits_.Reset();
+  requiredHits_.Reset();
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
+  if (places_ != nullptr) places_->Forget();
+  listCredit_ = kFirstCredit + kCreditPerByte * bytes;
 }
 
 MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, const Byte* end,
@@ -156,6 +179,10 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
 /// up.
 bool MatchLocator::FindFrom(Search& search) {
   if (program_.string_) return FindString(search);
+  if (places_ != nullptr) {
+    const Step step = FindListed(search);
+    if (step != Step::kGoOn) return step == Step::kFound;
+  }
   for (;;) {
     const bool isOnLine = line_ != nullptr && line_->Covers(search.place, search.refusesLineEnd);
     Step step = isOnLine || credit_.IsSpent() ? FindOnLines(search) : Step::kGoOn;
@@ -177,7 +204,7 @@ bool MatchLocator::FindFrom(Search& search) {
 bool MatchLocator::FindString(Search& search) {
   const StringScan& string = *program_.string_;
   const Byte* place = search.place;
-  while ((place = string.Find(place, search.end, places_)) != nullptr) {
+  while ((place = string.Find(place, search.end, hits_)) != nullptr) {
     const Byte* const end = place + string.Length();
     const Neighbours atStart = NeighbourBit(KindBefore(search, place), KindAt(search, place));
     const Neighbours atEnd = NeighbourBit(graph_.kindOf[end[-1]], KindAt(search, end));
@@ -208,7 +235,7 @@ std::size_t MatchLocator::FindStrings(Search& search, std::size_t most) {
   const StringScan& string = *program_.string_;
   const auto length = static_cast<std::ptrdiff_t>(string.Length());
   std::size_t count = 0;
-  string.ForEach(search.place, search.end, places_, [&](const Byte* place) -> const Byte* {
+  string.ForEach(search.place, search.end, hits_, [&](const Byte* place) -> const Byte* {
     const Byte* const end = place + length;
     ready_[count++] = {place, end};
     return count < most ? end : nullptr;
@@ -225,8 +252,34 @@ std::size_t MatchLocator::FindRuns(Search& search, std::size_t most) {
     ready_[count++] = {place, end};
     return count < most ? end : nullptr;
   };
-  places_.ForEach(*program_.leading_, search.place, search.end, take);
+  hits_.ForEach(*program_.leading_, search.place, search.end, take);
   return count;
+}
+
+/// Goes from one place where a word may stand to the next. Where that takes too much, the automata go on.
+MatchLocator::Step MatchLocator::FindListed(Search& search) {
+  const WordScan& list = *program_.list_;
+  const auto canEnd = [&](const Byte* end) {
+    const ByteKind behind = KindAt(search, end);
+    if (search.refusesLineEnd && behind == ByteKind::kNewline) return false;
+    return (list.Stops() & NeighbourBit(graph_.kindOf[end[-1]], behind)) != 0;
+  };
+  std::int64_t work = 0;
+  const Byte* place = search.place;
+  for (;; ++place) {
+    if (listCredit_ < 0 && program_.canDoWithoutList_) break;
+    place = places_->Next(place, search.end);
+    if (place == nullptr) return Step::kNotFound;
+    const Neighbours around = NeighbourBit(KindBefore(search, place), graph_.kindOf[*place]);
+    if ((list.Starts() & around) == 0) continue;
+    const std::size_t length = list.LongestAt(place, search.end, canEnd, work);
+    listCredit_ -= std::exchange(work, 0);
+    if (length == 0) continue;
+    search.match = {place, place + length};
+    return Step::kFound;
+  }
+  search.place = place;
+  return Step::kGoOn;
 }
 
 MatchLocator::Step MatchLocator::FindByAutomata(Search& search) {
@@ -368,7 +421,7 @@ const Byte* MatchLocator::NextPlace(const Search& search, bool& isSpent) {
 
 const Byte* MatchLocator::PlaceByLeadingBytes(const Search& search) {
   for (const Byte* place = search.place;;) {
-    place = places_.Find(*program_.leading_, place, search.end);
+    place = hits_.Find(*program_.leading_, place, search.end);
     if (place == nullptr || !program_.required_) return place;
     if (NextRequired(search, place) == nullptr) return nullptr;
     if (requiredLine_ <= place) return place;
@@ -393,7 +446,7 @@ const Byte* MatchLocator::PlaceByRequired(const Search& search, bool& isSpent) {
 /// The first required string from `place` on; null if there is none.
 const Byte* MatchLocator::NextRequired(const Search& search, const Byte* place) {
   if (required_ != nullptr && requiredFrom_ <= place && place <= required_) return required_;
-  required_ = program_.required_->Find(place, search.end, requiredPlaces_);
+  required_ = program_.required_->Find(place, search.end, requiredHits_);
   if (required_ == nullptr) return nullptr;
   requiredFrom_ = place;
   if (program_.leading_) {

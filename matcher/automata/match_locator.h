@@ -1,9 +1,10 @@
 // Finds where the leftmost match lies, and of those the longest, in time that grows with the bytes looked
 // at and no faster, on texts and lines of any length.
 //
-// One of four roads leads to the places from which a match can start:
+// One of five roads leads to the places from which a match can start:
 //
 //   string          The pattern is nothing but one string of sets: where it stands is the answer.
+//   words           The pattern is a list of words (words/word_scan.h): so it is with them.
 //   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
 //                   places where they do are searched for (place_scan.h). If every match holds a much
 //                   rarer string, lines without it are passed over.
@@ -36,6 +37,7 @@
 #include "matcher/scan/place_scan.h"
 #include "matcher/scan/run_scan.h"
 #include "matcher/scan/string_scan.h"
+#include "matcher/words/word_scan.h"
 
 #include <array>
 #include <cstddef>
@@ -58,6 +60,11 @@ class LocatorProgram {
   /// none is known. `runs`: what RunsOf says of the pattern (run_pattern.h).
   LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
                  const std::vector<CharSet>& required, const std::vector<Run>& runs = {});
+
+  /// For the words of `scan`, which are found without automata. A graph of the same is of use where they are
+  /// so long that looking at them could take the square of a text; null: there is none.
+  LocatorProgram(WordScan scan, bool words, const CharSet& wordBytes,
+                 std::unique_ptr<const PositionGraph> graph);
 
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
@@ -83,6 +90,8 @@ class LocatorProgram {
   std::optional<PlaceScan> leading_;    // set if the road of the leading bytes is taken
   std::optional<RunScan> runs_;         // set if what begins with these is a row of runs
   bool isFree_ = false;                 // matches of the string are so whatever stands beside them
+  std::optional<WordScan> list_;        // set if that road is taken
+  bool canDoWithoutList_ = true;
 };
 
 class MatchLocator {
@@ -96,8 +105,9 @@ class MatchLocator {
   /// Whether the pattern is nothing but one string of sets.
   bool IsString() const { return program_.IsString(); }
 
-  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile.
-  void Begin(const unsigned char* text, std::size_t length);
+  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile. They may take
+  /// what the text allows, and no more than `most` units beyond what each byte brings.
+  void Begin(const unsigned char* text, std::size_t length, std::int64_t most = INT64_MAX);
 
   /// Where a search begins, in the text of the latest `Begin`.
   struct Request {
@@ -160,6 +170,7 @@ class MatchLocator {
   Match FindMany(Search& search);
   std::size_t FindStrings(Search& search, std::size_t most);
   std::size_t FindRuns(Search& search, std::size_t most);
+  Step FindListed(Search& search);
   Step FindByAutomata(Search& search);
   bool FindStart(Search& search, const Byte* from);
   Step FindOnLines(Search& search);
@@ -184,6 +195,7 @@ class MatchLocator {
   std::optional<ForwardAutomaton> forward_;  // these are made when they are first needed
   std::optional<BackwardAutomaton> backward_;
   std::unique_ptr<LineSearch> line_;
+  std::unique_ptr<WordPlaces> places_;
   bool linesAreTooCostly_ = false;
   bool tryPlaces_ = false;   // the automaton starts at one place at a time
   int placesTooCostly_ = 0;  // how often the credit did not suffice for that
@@ -202,14 +214,15 @@ class MatchLocator {
   const Byte* readyFrom_ = nullptr;
   const Byte* readyEnd_ = nullptr;
   RunScan::Notes runNotes_;
-  PlaceCursor places_;  // of the string, or of the leading bytes
-  PlaceCursor requiredPlaces_;
+  PlaceCursor hits_;  // of the string, or of the leading bytes
+  PlaceCursor requiredHits_;
   const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at
   // The required string that was found last, the place from which it was looked for, and the first place
   // of its line, or that place.
   const Byte* required_ = nullptr;
   const Byte* requiredFrom_ = nullptr;
   const Byte* requiredLine_ = nullptr;
+  std::int64_t listCredit_ = 0;  // what may be looked at of words that are none in the end
 };
 
 }  // namespace trovex

@@ -2,7 +2,9 @@
 
 #include "matcher/engine/bounded_matcher.h"
 
+#include "matcher/engine/bracket_ranges.h"
 #include "matcher/engine/engine_graph.h"
+#include "matcher/engine/line_groups.h"
 
 #include <cstddef>
 #include <utility>
@@ -10,7 +12,11 @@
 
 namespace trovex {
 
-BoundedMatcher::BoundedMatcher(SyntaxTree tree) : tree_(std::move(tree)) {
+BoundedMatcher::BoundedMatcher(SyntaxTree tree)
+    : BoundedMatcher(std::make_shared<const SyntaxTree>(std::move(tree))) {}
+
+BoundedMatcher::BoundedMatcher(std::shared_ptr<const SyntaxTree> tree)
+    : sharedTree_(std::move(tree)), tree_(*sharedTree_) {
   Emit(tree_.Root(), {true, false});
   Append(Operation::kMatch, 0);
   if (referenced_ != 0) NoteWhatReferencesSee();
@@ -22,6 +28,18 @@ BoundedMatcher::~BoundedMatcher() = default;
 
 bool BoundedMatcher::HasGraph() const {
   return graph_ != nullptr && graph_->IsWhole();
+}
+
+std::unique_ptr<LineGroups> BoundedMatcher::MakeLineGroups() const {
+  return std::make_unique<LineGroups>(*this, *graph_);
+}
+
+/// A way passes `step` at `position`.
+void BoundedMatcher::PassBracket(const Step& step, int position, BracketRanges& ranges) const {
+  if (step.operation == Operation::kOpenGroup) ranges.Open(step.first, position);
+  if (step.operation == Operation::kCloseGroup) {
+    ranges.Close(step.first, position, IsOptional(step));
+  }
 }
 
 /// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.

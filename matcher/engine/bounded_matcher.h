@@ -26,6 +26,7 @@
 #define TROVEX_MATCHER_ENGINE_BOUNDED_MATCHER_H
 
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/search_outcome.h"
 #include "text/case_helpers.h"
 
 #include <cstddef>
@@ -34,7 +35,9 @@
 
 namespace trovex {
 
+class BracketRanges;
 class EngineGraph;
+class LineGroups;
 class WorkCredit;
 
 /// The text that a match must lie in.
@@ -69,26 +72,34 @@ struct WordRule {
 
 class BoundedMatcher {
  public:
+  /// Only a tree that other readers of the pattern share is not copied.
+  explicit BoundedMatcher(std::shared_ptr<const SyntaxTree> tree);
   explicit BoundedMatcher(SyntaxTree tree);
   ~BoundedMatcher();
   BoundedMatcher(const BoundedMatcher&) = delete;
   BoundedMatcher& operator=(const BoundedMatcher&) = delete;
 
   /// Finds the leftmost-longest match that starts from `from` to `lastStart`. Writes the ranges of
-  /// the whole match and of the groups; returns false, without writing, if there is none or if it
-  /// was not found within the bounds and the credit. With `words`, only matches count that it lets pass;
-  /// the pattern must have no anchors.
-  bool Find(const BoundedText& text, int from, int lastStart, std::vector<GroupRange>& ranges,
-            WorkCredit& credit, const WordRule* words = nullptr) const;
+  /// the whole match and of the groups; nothing is written if there is none, or if it gives up at the
+  /// bounds or the end of the credit. With `words`, only matches count that it lets pass; the pattern
+  /// must have no anchors.
+  SearchOutcome Find(const BoundedText& text, int from, int lastStart,
+                     std::vector<GroupRange>& ranges, WorkCredit& credit,
+                     const WordRule* words = nullptr) const;
 
   /// Finds the range of that match alone, for patterns without back-references, in one pass.
-  bool FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
-                 WorkCredit& credit, const WordRule* words = nullptr) const;
+  SearchOutcome FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                          WorkCredit& credit, const WordRule* words = nullptr) const;
 
-  /// The ranges of the groups of the match that is known to be `match`. Returns false, without
-  /// writing, if they were not found within the bounds and the credit.
-  bool FindGroups(const BoundedText& text, GroupRange match, std::vector<GroupRange>& ranges,
-                  WorkCredit& credit) const;
+  /// The ranges of the groups of the match that is known to be `match`. Nothing is written if the engine
+  /// denies the match with its groups (kNotFound), or if it gives up at the bounds or the end of the credit.
+  SearchOutcome FindGroups(const BoundedText& text, GroupRange match,
+                           std::vector<GroupRange>& ranges, WorkCredit& credit) const;
+
+  /// Whether `MakeLineGroups` may be asked.
+  bool CanReadLines() const { return HasGraph() && !hasAnchors_; }
+  /// What tells one group of the matches on a line, which are looked for from behind it. Uses this object.
+  std::unique_ptr<LineGroups> MakeLineGroups() const;
 
   bool HasReferences() const { return referenced_ != 0; }
   bool HasAnchors() const { return hasAnchors_; }
@@ -103,6 +114,7 @@ class BoundedMatcher {
   friend class EngineGraph;
   friend class GraphSearch;
   friend class GroupWalk;
+  friend class LineGroups;
 
   enum class Operation : unsigned char {
     kByte,           // first: the byte
@@ -146,6 +158,7 @@ class BoundedMatcher {
   const CharSet& SetOf(const Step& step) const {
     return tree_.sets[static_cast<std::size_t>(step.first)];
   }
+  void PassBracket(const Step& step, int position, BracketRanges& ranges) const;
   /// Whether the group that `close` closes is one that a repetition made optional.
   bool IsOptional(const Step& close) const { return At(close.second).second != 0; }
   unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }
@@ -153,7 +166,8 @@ class BoundedMatcher {
   /// Sets of groups are bits. Only the groups 1 to 9 can be referred to.
   static unsigned GroupBit(int group) { return group <= 9 ? 1U << group : 0; }
 
-  SyntaxTree tree_;
+  const std::shared_ptr<const SyntaxTree> sharedTree_;
+  const SyntaxTree& tree_;
   std::vector<Step> program_;
   std::vector<int> engineOrder_;  // the places in the order of the engine's nodes, without jumps
   std::vector<bool> isCopy_;  // by place: whether it belongs to a writing-out that is not the first

@@ -1,6 +1,7 @@
 // Running the program of a pattern over a text.
 
 #include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/bracket_ranges.h"
 #include "matcher/engine/engine_graph.h"
 #include "matcher/engine/graph_search.h"
 #include "matcher/engine/group_walk.h"
@@ -264,25 +265,11 @@ class BoundedRun {
 
   /// The ranges of the match that was found from `start`.
   std::vector<GroupRange> Ranges(int start) const {
-    std::vector<GroupRange> ranges(static_cast<std::size_t>(matcher_.tree_.groupCount) + 1);
-    std::vector<GroupRange> accepted = ranges;
-    for (const Passage& passage : bestTrail_) {
-      const BoundedMatcher::Step& step = matcher_.At(passage.place);
-      GroupRange& range = ranges[static_cast<std::size_t>(step.first)];
-      if (step.operation == BoundedMatcher::Operation::kOpenGroup) {
-        range = {passage.position, -1};
-      } else if (range.start < passage.position) {
-        range.end = passage.position;
-        accepted = ranges;
-      } else if (matcher_.IsOptional(step) &&
-                 accepted[static_cast<std::size_t>(step.first)].start >= 0) {
-        ranges = accepted;  // an empty round that changes nothing
-      } else {
-        range.end = passage.position;
-      }
-    }
-    ranges[0] = {start, bestEnd_};
-    return ranges;
+    BracketRanges ranges(matcher_.tree_.groupCount);
+    for (const Passage& passage : bestTrail_)
+      matcher_.PassBracket(matcher_.At(passage.place), passage.position, ranges);
+    ranges.At(0) = {start, bestEnd_};
+    return ranges.All();
   }
 
  private:
@@ -484,40 +471,45 @@ class BoundedRun {
   bool exhausted_ = false;
 };
 
-bool BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
-                          std::vector<GroupRange>& ranges, WorkCredit& credit,
-                          const WordRule* words) const {
-  if (credit.IsSpent()) return false;
+SearchOutcome BoundedMatcher::Find(const BoundedText& text, int from, int lastStart,
+                                   std::vector<GroupRange>& ranges, WorkCredit& credit,
+                                   const WordRule* words) const {
+  if (credit.IsSpent()) return SearchOutcome::kGaveUp;
   BoundedRun run(*this, text, credit, words);
   for (int start = from; start <= lastStart && !run.Exhausted(); ++start) {
     if (!run.MayStartAt(start) || !run.From(start, -1)) continue;
     ranges = run.Ranges(start);
-    return true;
+    return SearchOutcome::kFound;
   }
   run.Finish();
-  return false;
+  return run.Exhausted() ? SearchOutcome::kGaveUp : SearchOutcome::kNotFound;
 }
 
-bool BoundedMatcher::FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
-                               WorkCredit& credit, const WordRule* words) const {
+SearchOutcome BoundedMatcher::FindWhole(const BoundedText& text, int from, int lastStart,
+                                        GroupRange& match, WorkCredit& credit,
+                                        const WordRule* words) const {
   GroupRange found;
-  if (!GraphSearch(*this, *graph_, text, credit).Find(from, lastStart, words, found)) return false;
-  match = found;
-  return true;
+  const SearchOutcome outcome =
+      GraphSearch(*this, *graph_, text, credit).Find(from, lastStart, words, found);
+  if (outcome == SearchOutcome::kFound) match = found;
+  return outcome;
 }
 
-bool BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
-                                std::vector<GroupRange>& ranges, WorkCredit& credit) const {
+SearchOutcome BoundedMatcher::FindGroups(const BoundedText& text, GroupRange match,
+                                         std::vector<GroupRange>& ranges,
+                                         WorkCredit& credit) const {
   if (HasGraph()) {
     const GroupWalk::Outcome outcome = GroupWalk(*this, *graph_, text, credit).Go(match, ranges);
-    if (outcome == GroupWalk::Outcome::kTold) return true;
-    if (outcome == GroupWalk::Outcome::kDenied) return false;
+    if (outcome == GroupWalk::Outcome::kTold) return SearchOutcome::kFound;
+    if (outcome == GroupWalk::Outcome::kDenied) return SearchOutcome::kNotFound;
   }
-  if (credit.IsSpent()) return false;
+  if (credit.IsSpent()) return SearchOutcome::kGaveUp;
   BoundedRun run(*this, text, credit);
-  if (!run.From(match.start, match.end)) return false;
+  if (!run.From(match.start, match.end)) {
+    return run.Exhausted() ? SearchOutcome::kGaveUp : SearchOutcome::kNotFound;
+  }
   ranges = run.Ranges(match.start);
-  return true;
+  return SearchOutcome::kFound;
 }
 
 }  // namespace trovex

@@ -24,10 +24,10 @@ GraphSearch::GraphSearch(const BoundedMatcher& matcher, const EngineGraph& graph
       credit_(credit),
       reachedAt_(graph.Size(), -1) {}
 
-bool GraphSearch::Find(int from, int lastStart, const WordRule* words, GroupRange& match) {
+SearchOutcome GraphSearch::Find(int from, int lastStart, const WordRule* words, GroupRange& match) {
   match = {};
   next_.clear();
-  if (!credit_.Spend(static_cast<std::int64_t>(graph_.Size()))) return false;
+  if (!credit_.Spend(static_cast<std::int64_t>(graph_.Size()))) return SearchOutcome::kGaveUp;
   std::fill(reachedAt_.begin(), reachedAt_.end(), -1);
   for (int position = from; position <= text_.Length(); ++position) {
     if (next_.empty() && match.start < 0) position = SkipTo(position, lastStart);
@@ -39,7 +39,8 @@ bool GraphSearch::Find(int from, int lastStart, const WordRule* words, GroupRang
     if (mayStart && (words == nullptr || words->CanStartAt(position))) {
       Enter(graph_.Start(), position, position);
     }
-    if (!credit_.Spend(static_cast<std::int64_t>(reached_.size() + 2) * kNodeUnits)) return false;
+    if (!credit_.Spend(static_cast<std::int64_t>(reached_.size() + 2) * kNodeUnits))
+      return SearchOutcome::kGaveUp;
     holding_ = EngineGraph::Holding(text_, position);
     NoteEnd(position, words, match);
     if (match.start >= 0) {
@@ -47,7 +48,7 @@ bool GraphSearch::Find(int from, int lastStart, const WordRule* words, GroupRang
     }
     FollowByte(position);
   }
-  return match.start >= 0;
+  return match.start >= 0 ? SearchOutcome::kFound : SearchOutcome::kNotFound;
 }
 
 /// Reaches `node` and all that it leads to without a byte. What is reached already is so from a start that

@@ -11,6 +11,7 @@
 #include "matcher/engine/bounded_matcher.h"
 #include "matcher/engine/engine_graph.h"
 #include "matcher/engine/text_reader.h"
+#include "matcher/search_outcome.h"
 #include "matcher/work_credit.h"
 
 #include <vector>
@@ -24,9 +25,9 @@ class GraphSearch {
               WorkCredit& credit);
 
   /// Finds the leftmost-longest match that starts from `from` to `lastStart`. With `words`, only those
-  /// that the rule for whole words lets pass count. Returns false if there is none, or if the credit was
-  /// spent before one was known.
-  bool Find(int from, int lastStart, const WordRule* words, GroupRange& match);
+  /// that the rule for whole words lets pass count. Gives up where the credit was spent before one was
+  /// known.
+  SearchOutcome Find(int from, int lastStart, const WordRule* words, GroupRange& match);
 
  private:
   using Number = EngineGraph::Number;

@@ -6,7 +6,6 @@
 #include "matcher/limits.h"
 
 #include <locale.h>
-#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdlib>
@@ -57,13 +56,13 @@ int ErrorCodeOf(const char* sentence) {
 
 /// Compiles `pattern` into `buffer`, which is empty. Returns whether that went well; otherwise
 /// `error` is the error's message number.
-bool CompileProgram(const std::string& pattern, const ByteMap* translate, re_pattern_buffer& buffer,
+bool CompileProgram(const std::string& pattern, const ByteMap& translate, re_pattern_buffer& buffer,
                     MessageNumber& error) {
-  if (translate != nullptr) {
+  if (translate != kSameBytes) {
     // The engine frees the table, with free(), together with the program.
-    buffer.translate = static_cast<unsigned char*>(std::malloc(translate->size()));
+    buffer.translate = static_cast<unsigned char*>(std::malloc(translate.size()));
     if (buffer.translate == nullptr) throw std::bad_alloc();
-    std::memcpy(buffer.translate, translate->data(), translate->size());
+    std::memcpy(buffer.translate, translate.data(), translate.size());
   }
   const CLocaleScope cLocale;
   // The syntax word is the whole process's; the host may have one of its own.
@@ -125,42 +124,45 @@ void MatchRegisters::Set(const std::vector<GroupRange>& ranges) {
 }
 
 RegularExpression::~RegularExpression() {
-  FreeRegexBuffer(buffer_);
+  FreeRegexBuffer(program_.buffer);
 }
 
 MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
                                          const ByteMap* translate) {
   CompileBudget budget;
-  return Compile(pattern, length, translate, budget);
+  return Compile({pattern, length},
+                 std::make_shared<const SyntaxTree>(ParsePattern(pattern, length, translate)),
+                 budget);
 }
 
-MessageNumber RegularExpression::Compile(const char* pattern, std::size_t length,
-                                         const ByteMap* translate, CompileBudget& budget) {
-  SyntaxTree tree = ParsePattern(pattern, length, translate);
-  const MessageNumber excess = CheckPatternLimits(tree, budget);
+MessageNumber RegularExpression::Compile(std::string_view pattern,
+                                         std::shared_ptr<const SyntaxTree> tree,
+                                         CompileBudget& budget) {
+  const MessageNumber excess = CheckPatternLimits(*tree, budget);
   if (excess != MessageNumber::kNone) return excess;
 
-  pattern_.assign(pattern, length);
+  pattern_ = pattern;
+  tree_ = std::move(tree);
   MessageNumber error = MessageNumber::kNone;
-  compiled_ = CompileProgram(pattern_, translate, buffer_, error);
-  hazards_ = FindHazards(tree);
+  compiled_ = CompileProgram(pattern_, tree_->translate, program_.buffer, error);
+  groupCount_ = program_.buffer.re_nsub;
+  hazards_ = FindHazards(*tree_);
   hasRepetitions_ = pattern_.find_first_of("{+") != std::string::npos;
   return error;
 }
 
-const BoundedMatcher& RegularExpression::Bounded() {
+const BoundedMatcher& RegularExpression::Bounded() const {
+  if (const BoundedMatcher* const made = madeBounded_.load(std::memory_order_acquire)) return *made;
+  const std::lock_guard<std::mutex> alone(boundedLock_);
   if (bounded_ == nullptr) {
-    ByteMap translate{};
-    const bool translates = buffer_.translate != nullptr;
-    if (translates) std::copy_n(buffer_.translate, translate.size(), translate.begin());
-    bounded_ = std::make_unique<BoundedMatcher>(
-        ParsePattern(pattern_.data(), pattern_.size(), translates ? &translate : nullptr));
+    bounded_ = std::make_unique<const BoundedMatcher>(tree_);
+    madeBounded_.store(bounded_.get(), std::memory_order_release);
   }
   return *bounded_;
 }
 
 /// Whether the engine is to search a line of `length` bytes.
-bool RegularExpression::IsForEngine(int length) {
+bool RegularExpression::IsForEngine(int length) const {
   if (hazards_.search) return false;
   if (length <= kMaxEngineLine && pattern_.size() <= kMaxEngineSteps / 4) {
     // Only repetitions make a pattern larger than it looks.
@@ -169,94 +171,99 @@ bool RegularExpression::IsForEngine(int length) {
   return !Bounded().HasGraph();
 }
 
-int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers) {
+int RegularExpression::Search(const char* line, int length, int from,
+                              MatchRegisters& registers) const {
   WorkCredit credit(static_cast<std::size_t>(length));
-  return Search(line, length, from, registers, credit);
+  const SearchOutcome outcome = Search(line, length, from, registers, credit);
+  return outcome == SearchOutcome::kFound ? registers.Start(0) : -1;
 }
 
-int RegularExpression::Search(const char* line, int length, int from, MatchRegisters& registers,
-                              WorkCredit& credit) {
+SearchOutcome RegularExpression::Search(const char* line, int length, int from,
+                                        MatchRegisters& registers, WorkCredit& credit) const {
   const BoundedText text{line, length, true};
-  if (hazards_.search) {
-    return FindBounded(text, from, length, registers, credit) ? registers.Start(0) : -1;
-  }
+  if (hazards_.search) return FindBounded(text, from, length, registers, credit);
   GroupRange match;
-  if (!FindWhole(text, from, length, match, credit)) return -1;
-  FindGroups(text, match, registers, credit);
-  return match.start;
+  const SearchOutcome outcome = FindWhole(text, from, length, match, credit);
+  if (outcome == SearchOutcome::kFound) FindGroups(text, match, registers, credit);
+  return outcome;
 }
 
 int RegularExpression::MatchWithin(const char* line, int length, int start,
-                                   MatchRegisters& registers) {
+                                   MatchRegisters& registers) const {
   WorkCredit credit(static_cast<std::size_t>(length));
-  return MatchWithin(line, length, start, registers, credit);
+  const SearchOutcome outcome = MatchWithin(line, length, start, registers, credit);
+  return outcome == SearchOutcome::kFound ? registers.End(0) - start : -1;
 }
 
-int RegularExpression::MatchWithin(const char* line, int length, int start,
-                                   MatchRegisters& registers, WorkCredit& credit) {
+SearchOutcome RegularExpression::MatchWithin(const char* line, int length, int start,
+                                             MatchRegisters& registers, WorkCredit& credit) const {
   const BoundedText text{line, length, false};
-  if (hazards_.search) {
-    return FindBounded(text, start, start, registers, credit) ? registers.End(0) - start : -1;
-  }
+  if (hazards_.search) return FindBounded(text, start, start, registers, credit);
   GroupRange match;
-  if (!FindWhole(text, start, start, match, credit)) return -1;
-  FindGroups(text, match, registers, credit);
-  return match.end - start;
+  const SearchOutcome outcome = FindWhole(text, start, start, match, credit);
+  if (outcome == SearchOutcome::kFound) FindGroups(text, match, registers, credit);
+  return outcome;
 }
 
-bool RegularExpression::CanSearchWord(int length) {
+bool RegularExpression::CanSearchWord(int length) const {
   if (IsForEngine(length)) return false;
   return !Bounded().HasAnchors() && (hazards_.search || !Bounded().CanBeEmpty());
 }
 
-bool RegularExpression::SearchWord(const WordRule& rule, int from, GroupRange& match,
-                                   WorkCredit& credit) {
+SearchOutcome RegularExpression::SearchWord(const WordRule& rule, int from, GroupRange& match,
+                                            WorkCredit& credit) const {
   const BoundedText text{rule.line, rule.length, true};
   if (!hazards_.search) {
     return Bounded().FindWhole(text, from, rule.length, match, credit, &rule);
   }
   std::vector<GroupRange> ranges;
-  if (!Bounded().Find(text, from, rule.length, ranges, credit, &rule)) return false;
-  match = ranges[0];
-  return true;
+  const SearchOutcome outcome = Bounded().Find(text, from, rule.length, ranges, credit, &rule);
+  if (outcome == SearchOutcome::kFound) match = ranges[0];
+  return outcome;
 }
 
-void RegularExpression::FindGroups(const BoundedText& text, GroupRange match,
-                                   MatchRegisters& registers, WorkCredit& credit) {
-  bool found = false;
+std::unique_ptr<LineGroups> RegularExpression::MakeLineGroups() const {
+  if (hazards_.search || hazards_.groups || !Bounded().CanReadLines()) return nullptr;
+  return Bounded().MakeLineGroups();
+}
+
+SearchOutcome RegularExpression::FindGroups(const BoundedText& text, GroupRange match,
+                                            MatchRegisters& registers, WorkCredit& credit) const {
+  SearchOutcome outcome = SearchOutcome::kNotFound;
   if (!registers.wholeMatchOnly_) {
     const bool isBounded = hazards_.groups || !IsForEngine(text.length);
-    found = isBounded ? FillBounded(text, match, registers, credit)
-                      : FillByEngine(text, match, registers);
+    outcome = isBounded ? FillBounded(text, match, registers, credit)
+                        : FillByEngine(text, match, registers);
   }
-  if (found) return;
+  if (outcome == SearchOutcome::kFound) return outcome;
   std::vector<GroupRange> ranges(GroupCount() + 1);
   ranges[0] = match;
   registers.Set(ranges);
+  return registers.wholeMatchOnly_ ? SearchOutcome::kFound : outcome;
 }
 
 /// Finds a match and its groups without the engine.
-bool RegularExpression::FindBounded(const BoundedText& text, int from, int lastStart,
-                                    MatchRegisters& registers, WorkCredit& credit) {
+SearchOutcome RegularExpression::FindBounded(const BoundedText& text, int from, int lastStart,
+                                             MatchRegisters& registers, WorkCredit& credit) const {
   std::vector<GroupRange> ranges;
-  if (!Bounded().Find(text, from, lastStart, ranges, credit)) return false;
-  registers.Set(ranges);
-  return true;
+  const SearchOutcome outcome = Bounded().Find(text, from, lastStart, ranges, credit);
+  if (outcome == SearchOutcome::kFound) registers.Set(ranges);
+  return outcome;
 }
 
 /// Finds the range of the match alone, of a pattern that the engine may search for.
-bool RegularExpression::FindWhole(const BoundedText& text, int from, int lastStart,
-                                  GroupRange& match, WorkCredit& credit) {
-  if (credit.IsSpent()) return false;
+SearchOutcome RegularExpression::FindWhole(const BoundedText& text, int from, int lastStart,
+                                           GroupRange& match, WorkCredit& credit) const {
+  if (credit.IsSpent()) return SearchOutcome::kGaveUp;
   return IsForEngine(text.length) ? FindWholeByEngine(text, from, lastStart, match, credit)
                                   : Bounded().FindWhole(text, from, lastStart, match, credit);
 }
 
-bool RegularExpression::FindWholeByEngine(const BoundedText& text, int from, int lastStart,
-                                          GroupRange& match, WorkCredit& credit) {
+SearchOutcome RegularExpression::FindWholeByEngine(const BoundedText& text, int from, int lastStart,
+                                                   GroupRange& match, WorkCredit& credit) const {
   const std::int64_t bytes = text.length - from;
   const std::int64_t tries = bytes <= kMaxEngineLine ? kMaxEngineLine / 16 : bytes;
-  if (!credit.Spend(kEngineCallUnits + bytes * tries)) return false;
+  if (!credit.Spend(kEngineCallUnits + bytes * tries)) return SearchOutcome::kGaveUp;
   MatchRegisters whole(true);
   if (text.endsLine) {
     match.start = SearchEngine(text.begin, text.length, from, lastStart, whole);
@@ -265,71 +272,74 @@ bool RegularExpression::FindWholeByEngine(const BoundedText& text, int from, int
     match.start = matched < 0 ? -1 : from;
   }
   match.end = whole.End(0);
-  return match.start >= 0;
+  return match.start >= 0 ? SearchOutcome::kFound : SearchOutcome::kNotFound;
 }
 
-/// Asks the engine for `match` with its groups; returns whether it finds it.
-bool RegularExpression::FillByEngine(const BoundedText& text, GroupRange match,
-                                     MatchRegisters& registers) {
+/// Asks the engine for `match` with its groups.
+SearchOutcome RegularExpression::FillByEngine(const BoundedText& text, GroupRange match,
+                                              MatchRegisters& registers) const {
   const int length = text.length;
   const int start = text.endsLine
                         ? SearchEngine(text.begin, length, match.start, match.start, registers)
                         : MatchEngineWithin(text.begin, length, match.start, registers);
-  return start >= 0 && registers.End(0) == match.end;
+  return start >= 0 && registers.End(0) == match.end ? SearchOutcome::kFound
+                                                     : SearchOutcome::kNotFound;
 }
 
-/// Looks for the groups of `match` without the engine; returns false if they are not found within the
-/// bounds.
-bool RegularExpression::FillBounded(const BoundedText& text, GroupRange match,
-                                    MatchRegisters& registers, WorkCredit& credit) {
+/// Looks for the groups of `match` without the engine.
+SearchOutcome RegularExpression::FillBounded(const BoundedText& text, GroupRange match,
+                                             MatchRegisters& registers, WorkCredit& credit) const {
   std::vector<GroupRange> ranges;
-  if (!Bounded().FindGroups(text, match, ranges, credit)) return false;
+  const SearchOutcome outcome = Bounded().FindGroups(text, match, ranges, credit);
+  if (outcome != SearchOutcome::kFound) return outcome;
   ranges[0] = match;
   registers.Set(ranges);
-  return true;
+  return outcome;
 }
 
 int RegularExpression::SearchEngine(const char* line, int length, int from, int lastStart,
-                                    MatchRegisters& registers) {
+                                    MatchRegisters& registers) const {
+  const std::lock_guard<std::mutex> alone(program_.lock);
   RenewIfDamaged();
   UseRegisters(registers);
-  buffer_.not_eol = 0;
-  return Checked(re_search(&buffer_, line, length, from, lastStart - from, &registers.registers_));
+  program_.buffer.not_eol = 0;
+  return Checked(
+      re_search(&program_.buffer, line, length, from, lastStart - from, &registers.registers_));
 }
 
 int RegularExpression::MatchEngineWithin(const char* line, int length, int start,
-                                         MatchRegisters& registers) {
+                                         MatchRegisters& registers) const {
+  const std::lock_guard<std::mutex> alone(program_.lock);
   RenewIfDamaged();
   UseRegisters(registers);
-  buffer_.not_eol = 1;
-  return Checked(re_match(&buffer_, line, length, start, &registers.registers_));
+  program_.buffer.not_eol = 1;
+  return Checked(re_match(&program_.buffer, line, length, start, &registers.registers_));
 }
 
 /// Looks at an answer of the engine's search or match, which is -2 when memory ran out: a line that
 /// was not searched to its end must not count as one without a match.
-int RegularExpression::Checked(int answer) {
+int RegularExpression::Checked(int answer) const {
   if (answer != -2) return answer;
-  damaged_ = true;
+  program_.isDamaged = true;
   throw std::bad_alloc();
 }
 
-void RegularExpression::RenewIfDamaged() {
-  if (!damaged_) return;
-  ByteMap translate{};
-  const bool translates = buffer_.translate != nullptr;
-  if (translates) std::copy_n(buffer_.translate, translate.size(), translate.begin());
-  RegularExpression renewed;
-  renewed.Compile(pattern_.data(), pattern_.size(), translates ? &translate : nullptr);
-  if (!renewed.compiled_) throw std::bad_alloc();
-  std::swap(buffer_, renewed.buffer_);
-  damaged_ = false;
+void RegularExpression::RenewIfDamaged() const {
+  if (!program_.isDamaged) return;
+  re_pattern_buffer renewed{};
+  MessageNumber error = MessageNumber::kNone;
+  const bool isRenewed = CompileProgram(pattern_, tree_->translate, renewed, error);
+  if (isRenewed) std::swap(program_.buffer, renewed);
+  FreeRegexBuffer(renewed);
+  if (!isRenewed) throw std::bad_alloc();
+  program_.isDamaged = false;
 }
 
-void RegularExpression::UseRegisters(MatchRegisters& registers) {
+void RegularExpression::UseRegisters(MatchRegisters& registers) const {
   if (registers.wholeMatchOnly_) {
-    buffer_.regs_allocated = REGS_FIXED;
+    program_.buffer.regs_allocated = REGS_FIXED;
   } else {
-    buffer_.regs_allocated =
+    program_.buffer.regs_allocated =
         registers.registers_.num_regs == 0 ? REGS_UNALLOCATED : REGS_REALLOCATE;
   }
 }

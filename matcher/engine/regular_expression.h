@@ -24,16 +24,21 @@
 
 #include "matcher/budget.h"
 #include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/line_groups.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/search_outcome.h"
 #include "matcher/work_credit.h"
 #include "resources/string_table.h"
 #include "text/byte_map.h"
 
 #include <regex.h>
+#include <atomic>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace trovex {
@@ -89,74 +94,92 @@ class RegularExpression {
   RegularExpression(const RegularExpression&) = delete;
   RegularExpression& operator=(const RegularExpression&) = delete;
 
-  /// Compiles `length` bytes at `pattern`, once in the life of the object. With `translate`, every
-  /// byte of pattern and text is compared as the table says. Returns the error's message number, or
-  /// `kNone`. A pattern beyond the limits (limits.h), or beyond `budget`, which is charged for it, is
-  /// not compiled: the number says so.
-  MessageNumber Compile(const char* pattern, std::size_t length, const ByteMap* translate,
+  /// Compiles `pattern`, which was read as `tree`, once in the life of the object. Every byte of pattern
+  /// and text is compared as the tree's table says. Returns the error's message number, or `kNone`. A
+  /// pattern beyond the limits (limits.h), or beyond `budget`, which is charged for it, is not compiled:
+  /// the number says so. The tree is shared from then on.
+  MessageNumber Compile(std::string_view pattern, std::shared_ptr<const SyntaxTree> tree,
                         CompileBudget& budget);
-  /// The same for a pattern that is alone.
+  /// Reads and compiles a pattern that is alone; `translate`, the table, may be null.
   MessageNumber Compile(const char* pattern, std::size_t length, const ByteMap* translate);
 
   bool IsCompiled() const { return compiled_; }
 
   /// The number of groups in the pattern; 0 before it is compiled.
-  std::size_t GroupCount() const { return buffer_.re_nsub; }
+  std::size_t GroupCount() const { return groupCount_; }
 
-  /// Finds the leftmost-longest match in `length` bytes at `line` that starts at `from` or later.
-  /// Returns its start, or -1. "$" matches at the end of the line. Throws std::bad_alloc when
-  /// memory runs out.
-  /// What it costs is spent from `credit`; where that ends, there is no match.
-  int Search(const char* line, int length, int from, MatchRegisters& registers, WorkCredit& credit);
-  /// The same with a credit of its own.
-  int Search(const char* line, int length, int from, MatchRegisters& registers);
+  // What follows may be called by several threads at the same time; the engine's own part is done by one
+  // after the other. Everything throws std::bad_alloc when memory runs out. What it costs is spent from
+  // `credit`; where that ends, and at the bounds of the library's own matcher, a search gives up.
+
+  /// Finds the leftmost-longest match in `length` bytes at `line` that starts at `from` or later. "$"
+  /// matches at the end of the line.
+  SearchOutcome Search(const char* line, int length, int from, MatchRegisters& registers,
+                       WorkCredit& credit) const;
+  /// The same with a credit of its own: the start of the match, or -1.
+  int Search(const char* line, int length, int from, MatchRegisters& registers) const;
 
   /// Matches at exactly `start` within the first `length` bytes at `line`, whose end is not the end
-  /// of the line: "$" does not match there. Returns the length of the longest match, or -1. Throws
-  /// std::bad_alloc when memory runs out.
-  int MatchWithin(const char* line, int length, int start, MatchRegisters& registers,
-                  WorkCredit& credit);
-  int MatchWithin(const char* line, int length, int start, MatchRegisters& registers);
+  /// of the line: "$" does not match there. The longest match is found.
+  SearchOutcome MatchWithin(const char* line, int length, int start, MatchRegisters& registers,
+                            WorkCredit& credit) const;
+  /// The same with a credit of its own: the length of the match, or -1.
+  int MatchWithin(const char* line, int length, int start, MatchRegisters& registers) const;
 
   /// Whether `SearchWord` may be asked on a line of `length` bytes: it is the faster way there, and the
   /// pattern allows it.
-  bool CanSearchWord(int length);
-  /// Finds the first match on the line of `rule`, at `from` or later, that the rule lets pass. Throws
-  /// std::bad_alloc when memory runs out.
-  bool SearchWord(const WordRule& rule, int from, GroupRange& match, WorkCredit& credit);
+  bool CanSearchWord(int length) const;
+  /// Finds the first match on the line of `rule`, at `from` or later, that the rule lets pass.
+  SearchOutcome SearchWord(const WordRule& rule, int from, GroupRange& match,
+                           WorkCredit& credit) const;
 
-  /// Fills `registers` for `match`, which a search of `text` has found. Groups that cannot be told took
-  /// no part. Throws std::bad_alloc when memory runs out.
-  void FindGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers,
-                  WorkCredit& credit);
+  /// What tells one group of the matches on a line, where each is looked for from behind the group of the
+  /// one before (line_groups.h); null where the pattern does not allow it. This object must outlive it.
+  std::unique_ptr<LineGroups> MakeLineGroups() const;
+
+  /// Fills `registers` for `match`, which a search of `text` has found. Without kFound, the groups took
+  /// no part: the engine denies the match with its groups, or it was given up to tell them.
+  SearchOutcome FindGroups(const BoundedText& text, GroupRange match, MatchRegisters& registers,
+                           WorkCredit& credit) const;
 
  private:
-  const BoundedMatcher& Bounded();
-  bool IsForEngine(int length);
-  bool FindBounded(const BoundedText& text, int from, int lastStart, MatchRegisters& registers,
-                   WorkCredit& credit);
-  bool FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
-                 WorkCredit& credit);
-  bool FindWholeByEngine(const BoundedText& text, int from, int lastStart, GroupRange& match,
-                         WorkCredit& credit);
-  bool FillByEngine(const BoundedText& text, GroupRange match, MatchRegisters& registers);
-  bool FillBounded(const BoundedText& text, GroupRange match, MatchRegisters& registers,
-                   WorkCredit& credit);
+  const BoundedMatcher& Bounded() const;
+  bool IsForEngine(int length) const;
+  SearchOutcome FindBounded(const BoundedText& text, int from, int lastStart,
+                            MatchRegisters& registers, WorkCredit& credit) const;
+  SearchOutcome FindWhole(const BoundedText& text, int from, int lastStart, GroupRange& match,
+                          WorkCredit& credit) const;
+  SearchOutcome FindWholeByEngine(const BoundedText& text, int from, int lastStart,
+                                  GroupRange& match, WorkCredit& credit) const;
+  SearchOutcome FillByEngine(const BoundedText& text, GroupRange match,
+                             MatchRegisters& registers) const;
+  SearchOutcome FillBounded(const BoundedText& text, GroupRange match, MatchRegisters& registers,
+                            WorkCredit& credit) const;
 
   int SearchEngine(const char* line, int length, int from, int lastStart,
-                   MatchRegisters& registers);
-  int MatchEngineWithin(const char* line, int length, int start, MatchRegisters& registers);
-  void UseRegisters(MatchRegisters& registers);
-  int Checked(int answer);
-  void RenewIfDamaged();
+                   MatchRegisters& registers) const;
+  int MatchEngineWithin(const char* line, int length, int start, MatchRegisters& registers) const;
+
+  /// The engine's program. The engine writes to it in every search.
+  struct Program {
+    std::mutex lock;
+    re_pattern_buffer buffer{};
+    bool isDamaged = false;
+  };
+  void UseRegisters(MatchRegisters& registers) const;
+  int Checked(int answer) const;
+  void RenewIfDamaged() const;
 
   std::string pattern_;
-  re_pattern_buffer buffer_{};
+  std::shared_ptr<const SyntaxTree> tree_;
   bool compiled_ = false;
-  bool damaged_ = false;
+  std::size_t groupCount_ = 0;
   PatternHazards hazards_;
   bool hasRepetitions_ = false;
-  std::unique_ptr<BoundedMatcher> bounded_;  // made when it is first needed
+  mutable Program program_;
+  mutable std::mutex boundedLock_;                         // held by who makes the next
+  mutable std::unique_ptr<const BoundedMatcher> bounded_;  // made when it is first needed
+  mutable std::atomic<const BoundedMatcher*> madeBounded_ = nullptr;
 };
 
 }  // namespace trovex

@@ -90,6 +90,7 @@ struct Questions {
   int* newlineCount = nullptr;
   bool* backref = nullptr;
   WorkCredit* credit = nullptr;  // null: tables cost nothing
+  bool* gaveUp = nullptr;        // set with a credit: whether it did not suffice
 };
 
 const char* Execute(PatternAutomaton& automaton, const char* begin, const char* end,
@@ -112,6 +113,7 @@ const char* Execute(PatternAutomaton& automaton, const char* begin, const char* 
     if (table == nullptr) {
       if (questions.credit != nullptr &&
           !questions.credit->Spend(TableCost(automaton, run.current))) {
+        *questions.gaveUp = true;
         return nullptr;
       }
       run.current = BuildStateTable(automaton, run.current);
@@ -138,9 +140,12 @@ const char* AutomatonExecute(PatternAutomaton& automaton, const char* begin, cha
   return Execute(automaton, begin, end, {multiline, newlineCount, backref, nullptr});
 }
 
-const char* FindCandidate(PatternAutomaton& automaton, const char* begin, const char* end,
-                          WorkCredit& credit) {
-  return Execute(automaton, begin, end, {.credit = &credit});
+SearchOutcome FindCandidate(PatternAutomaton& automaton, const char* begin, const char* end,
+                            WorkCredit& credit, const char*& place) {
+  bool gaveUp = false;
+  place = Execute(automaton, begin, end, {.credit = &credit, .gaveUp = &gaveUp});
+  if (place != nullptr) return SearchOutcome::kFound;
+  return gaveUp ? SearchOutcome::kGaveUp : SearchOutcome::kNotFound;
 }
 
 }  // namespace trovex

@@ -8,17 +8,18 @@
 #define TROVEX_MATCHER_LINE_FILTER_AUTOMATON_EXECUTOR_H
 
 #include "matcher/line_filter/pattern_automaton.h"
+#include "matcher/search_outcome.h"
 
 namespace trovex {
 
 class WorkCredit;
 
 /// Runs a compiled automaton from `begin`, the start of a line, to `end`, line by line; a line end is taken
-/// to stand at `end`. Returns the first place where a match ends, the end exclusive; null when there is
-/// none, or when `credit`, from which the tables are paid for that the text needs, is spent. Nothing is
-/// written, nor read at `end`. Throws like `AutomatonExecute`.
-const char* FindCandidate(PatternAutomaton& automaton, const char* begin, const char* end,
-                          WorkCredit& credit);
+/// to stand at `end`. Finds the first `place` where a match ends, the end exclusive, which is null when
+/// there is none. Gives up where `credit` ends, from which the tables are paid for that the text needs.
+/// Nothing is written, nor read at `end`. Throws like `AutomatonExecute`.
+SearchOutcome FindCandidate(PatternAutomaton& automaton, const char* begin, const char* end,
+                            WorkCredit& credit, const char*& place);
 
 /// Runs a compiled automaton from `begin`, the start of a line, to `end`. Returns the first place
 /// where a match ends, the end exclusive; null when there is none.

@@ -55,7 +55,8 @@ function(install_library)
     -D CMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}
     -D CMAKE_INSTALL_LIBDIR=lib
     -D BUILD_TESTING=OFF
-    -D TROVEX_BUILD_CLI=OFF)
+    -D TROVEX_BUILD_CLI=OFF
+    -D TROVEX_BUILD_SQLITE=OFF)
   run(${CMAKE_COMMAND} --build ${FOLDER}/library)
   run(${CMAKE_COMMAND} --install ${FOLDER}/library --prefix ${PREFIX})
   foreach(file IN ITEMS include/trovex/trovex.h include/trovex/query.h

@@ -215,6 +215,24 @@ TEST_F(LineSearch, ALateMatchInALongTextIsFound) {
 
 // ---- Groups ----
 
+TEST_F(LineSearch, ThatGivesALineUpSaysWhereAndGoesOnBehindIt) {
+  ASSERT_EQ(CompileWith("(.*)(.*)(.*)(.*)\\1\\2\\3\\4x", kNoFlags), MessageNumber::kNone);
+  std::string hard;
+  for (int i = 0; i < 500; ++i)
+    hard += "ab";
+  const auto resultFor = [](const std::string& text) {
+    const HeapText heap(text);
+    return ExecuteMatcher(*Matcher().installed, {}, heap.Data(), heap.Length(), 0);
+  };
+  EXPECT_EQ(resultFor("ab\n").outcome, SearchOutcome::kNotFound);
+  EXPECT_EQ(resultFor("ab\n").gaveUpAt, -1);
+  EXPECT_EQ(resultFor(hard + "x").outcome, SearchOutcome::kGaveUp);
+  EXPECT_EQ(resultFor(hard + "x").gaveUpAt, 0);
+  const MatchResult behind = resultFor("\n" + hard + "y x\nabx");
+  EXPECT_EQ(behind.outcome, SearchOutcome::kFound);
+  EXPECT_EQ(behind.gaveUpAt, 1);
+}
+
 TEST_F(GroupRange, IsTheRangeOfTheGroup) {
   EXPECT_EQ(Find("(a+)(b+)", "x\nxaabbb", kNoFlags, 0), At(3, 8));
   EXPECT_EQ(Find("(a+)(b+)", "x\nxaabbb", kNoFlags, 1), At(3, 5));

@@ -5,12 +5,14 @@
 
 #include "matcher/engine/pattern_limits.h"
 #include "matcher/engine/regular_expression.h"
+#include "matcher/limits.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/work_credit.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/engine/answers_in_time.h"
 #include "tests/matcher/engine_alone.h"
 #include "tests/matcher/random_pattern.h"
+#include "tests/sanitizers.h"
 
 #include <gtest/gtest.h>
 #include <cstddef>
@@ -30,6 +32,7 @@ void PrintTo(const GroupRange& range, std::ostream* out) {
 namespace {
 
 using testing::AnswersInTime;
+using testing::CasesToTry;
 using testing::EngineAlone;
 using testing::HeapText;
 using testing::RandomPattern;
@@ -163,23 +166,26 @@ Ranges FoundByEngine(const SearchCase& c) {
 
 TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesAndGroups) {
   const Comparison comparison =
-      Compare(RandomCases(31, {}, 30'000), FoundByEngine, [](const SearchCase& c) {
+      Compare(RandomCases(31, {}, CasesToTry(30'000)), FoundByEngine, [](const SearchCase& c) {
         const HeapText heap(c.line);
         const BoundedText text{heap.Data(), heap.Length(), true};
         const BoundedMatcher matcher(Parsed(c.pattern));
         WorkCredit credit(c.line.size());
         Ranges ranges;
-        if (!matcher.Find(text, c.from, heap.Length(), ranges, credit)) return Ranges{};
+        const SearchOutcome outcome = matcher.Find(text, c.from, heap.Length(), ranges, credit);
+        if (outcome != SearchOutcome::kFound) return Ranges{};
         const GroupRange match = ranges[0];
-        return matcher.FindGroups(text, match, ranges, credit) ? ranges : Ranges{match};
+        return matcher.FindGroups(text, match, ranges, credit) == SearchOutcome::kFound
+                   ? ranges
+                   : Ranges{match};
       });
   EXPECT_EQ(comparison.differences, 0) << comparison.difference;
-  EXPECT_GT(comparison.searches, 20'000);
+  EXPECT_GT(comparison.searches, CasesToTry(20'000));
 }
 
 TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesWithBackReferences) {
   const Comparison comparison = Compare(
-      RandomCases(32, {false, true}, 60'000),
+      RandomCases(32, {false, true}, CasesToTry(60'000)),
       [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
       [](const SearchCase& c) {
         // The engine has matches whose groups it cannot tell.
@@ -188,26 +194,26 @@ TEST(BoundedMatcher, AgreesWithTheEngineOnMatchesWithBackReferences) {
         return ranges;
       });
   EXPECT_LE(comparison.differences, comparison.searches / 2'000) << comparison.difference;
-  EXPECT_GT(comparison.searches, 20'000);
+  EXPECT_GT(comparison.searches, CasesToTry(20'000));
 }
 
 TEST(BoundedMatcher, FindsTheEnginesMatchInOnePass) {
   for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
     const Comparison comparison = Compare(
-        RandomCases(34, parts, 40'000),
+        RandomCases(34, parts, CasesToTry(40'000)),
         [](const SearchCase& c) { return EngineAlone(c.pattern).SearchWhole(c.line, c.from); },
         [](const SearchCase& c) {
           const HeapText heap(c.line);
           const BoundedMatcher matcher(Parsed(c.pattern));
           WorkCredit credit(c.line.size());
           GroupRange match;
-          const bool found = matcher.FindWhole({heap.Data(), heap.Length(), true}, c.from,
-                                               heap.Length(), match, credit);
-          return found ? Ranges{match} : Ranges{};
+          const SearchOutcome outcome = matcher.FindWhole({heap.Data(), heap.Length(), true},
+                                                          c.from, heap.Length(), match, credit);
+          return outcome == SearchOutcome::kFound ? Ranges{match} : Ranges{};
         });
     // Before a word's last letter the engine misses "[^a]*\\B" now and then.
     EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
-    EXPECT_GT(comparison.searches, 20'000);
+    EXPECT_GT(comparison.searches, CasesToTry(20'000));
   }
 }
 
@@ -218,13 +224,13 @@ TEST(BoundedMatcher, AnEmptyRoundLeavesItsMarkOnTheGroups) {
 
 TEST(BoundedMatcher, TellsTheGroupsOfEmptyRoundsAsTheEngineDoes) {
   for (const RandomPattern::Parts parts : {RandomPattern::Parts{}, {true, false}}) {
-    std::vector<SearchCase> cases = RandomCases(33, parts, 30'000);
+    std::vector<SearchCase> cases = RandomCases(33, parts, CasesToTry(30'000));
     std::erase_if(cases, [](const SearchCase& c) { return !HasEmptyLoop(Parsed(c.pattern)); });
     const Comparison comparison = Compare(cases, FoundByEngine, [](const SearchCase& c) {
       return FoundByExpression(c.pattern, c.line, c.from);
     });
     EXPECT_LE(comparison.differences, comparison.searches / 10'000) << comparison.difference;
-    EXPECT_GT(comparison.searches, 2'000);
+    EXPECT_GT(comparison.searches, CasesToTry(2'000));
   }
 }
 
@@ -311,7 +317,29 @@ TEST(BoundedMatcher, GivesUpWithinItsBounds) {
   std::string line;
   for (int i = 0; i < 500; ++i)
     line += "ab";
-  EXPECT_EQ(FoundByExpression("(.*)(.*)(.*)(.*)\\1\\2\\3\\4x", line), Ranges{});
+  const BoundedMatcher matcher(Parsed("(.*)(.*)(.*)(.*)\\1\\2\\3\\4x"));
+  const HeapText heap(line);
+  WorkCredit credit(line.size());
+  Ranges ranges;
+  EXPECT_EQ(matcher.Find({heap.Data(), heap.Length(), true}, 0, heap.Length(), ranges, credit),
+            SearchOutcome::kGaveUp);
+  EXPECT_EQ(ranges, Ranges{});
+}
+
+TEST(BoundedMatcher, WhereTheCreditIsSpentItGivesUpAndDoesNotSayThatThereIsNothing) {
+  const HeapText heap(std::string(1'000, 'a') + "b");
+  const BoundedText text{heap.Data(), heap.Length(), true};
+  const BoundedMatcher matcher(Parsed("(a|aa)*b"));
+  GroupRange match;
+  Ranges ranges;
+  WorkCredit credit(0);
+  ASSERT_TRUE(credit.Spend(kWorkAtLeast));
+  EXPECT_EQ(matcher.FindWhole(text, 0, heap.Length(), match, credit), SearchOutcome::kGaveUp);
+  EXPECT_EQ(matcher.FindGroups(text, {0, 1'001}, ranges, credit), SearchOutcome::kGaveUp);
+  WorkCredit enough(0);
+  EXPECT_EQ(matcher.FindWhole(text, 0, heap.Length(), match, enough), SearchOutcome::kFound);
+  EXPECT_EQ(matcher.FindGroups(text, {0, 1'001}, ranges, enough), SearchOutcome::kFound);
+  EXPECT_EQ(matcher.FindWhole(text, 1'001, heap.Length(), match, enough), SearchOutcome::kNotFound);
 }
 
 TEST(PatternHazards, OrdinaryPatternsStayWithTheEngine) {

@@ -1,14 +1,12 @@
 // Looks for the pattern that takes longest to compile: starts from shapes that are known to be hard,
 // changes them at random, and goes on from those that took longest. Prints the worst.
 //
-// A run of the tests looks for a short time, at patterns of up to 4,000 bytes. TROVEX_SLOWEST_SECONDS and
+// It looks for a short time, at patterns of up to 4,000 bytes. TROVEX_SLOWEST_SECONDS and
 // TROVEX_SLOWEST_SIZE make it look longer, and at larger ones.
 
+#include "bench/hostile/hostile.h"
 #include "matcher/matcher.h"
-#include "tests/sanitizers.h"
 
-#include <gtest/gtest.h>
-#include <time.h>
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
@@ -19,14 +17,9 @@
 #include <utility>
 #include <vector>
 
-namespace trovex {
-namespace {
+namespace trovex::bench {
 
-double ProcessorSeconds() {
-  timespec used{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-  return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
-}
+namespace {
 
 int NumberFrom(const char* variable, int otherwise) {
   const char* const text = std::getenv(variable);
@@ -167,7 +160,9 @@ class SlowestPattern {
   std::vector<Trial> kept_;  // the slowest first
 };
 
-TEST(SlowestPattern, IsCompiledOrRefusedInASecond) {
+}  // namespace
+
+void PrintSlowestPattern() {
   const int seconds = NumberFrom("TROVEX_SLOWEST_SECONDS", 4);
   const int size = NumberFrom("TROVEX_SLOWEST_SIZE", 4'000);
   const auto seed = static_cast<unsigned>(NumberFrom("TROVEX_SLOWEST_SEED", 1));
@@ -178,11 +173,8 @@ TEST(SlowestPattern, IsCompiledOrRefusedInASecond) {
     Measure(slowest);
     slowest.seconds = std::min(slowest.seconds, before);
   }
-  std::printf("%.3f s for %zu bytes, folding %d, words %d: %.200s\n", slowest.seconds,
+  std::printf("%.3f s for compiling %zu bytes, folding %d, words %d: %.200s\n", slowest.seconds,
               slowest.pattern.size(), slowest.folds, slowest.words, slowest.pattern.c_str());
-  if (testing::kUnderSanitizer) GTEST_SKIP() << "sanitizers take their time";
-  EXPECT_LT(slowest.seconds, 1) << "seed " << seed;
 }
 
-}  // namespace
-}  // namespace trovex
+}  // namespace trovex::bench
