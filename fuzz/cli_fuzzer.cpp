@@ -218,8 +218,8 @@ void FuzzArguments(Input& input) {
   } else {
     const auto& options = std::get<Options>(parsed);
     Require(!options.files.empty(), "there is a file to search");
-    Require(options.tag >= 0 && options.jobs >= 0 && options.jobs <= 1024,
-            "tag and jobs are in their bounds");
+    Require(options.tag >= 0 && options.threads >= 0 && options.threads <= 1024,
+            "tag and threads are in their bounds");
     Require(options.contextBefore >= 0 && options.contextAfter >= 0, "context is never negative");
   }
 }

@@ -86,7 +86,7 @@ class WorkAhead {
 };
 
 int JobCount(const Options& options) {
-  if (options.jobs > 0) return options.jobs;
+  if (options.threads > 0) return options.threads;
   return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 }
 
@@ -155,7 +155,7 @@ int RunSearch(const Options& options, Query query, bool utf8Terminal) {
 }
 
 int RefuseExpression(const Options& options, const ExpressionFault& fault, ResultStream& stream) {
-  stream.Note("    " + options.expression + "\n");
+  stream.Note("    " + options.expressions.front() + "\n");
   stream.Complaint(fault.sentence);
   return kExitTrouble;
 }
@@ -163,7 +163,7 @@ int RefuseExpression(const Options& options, const ExpressionFault& fault, Resul
 int RunOptions(const Options& options, ResultStream& stream) {
   const std::string encoding = TerminalEncoding();
   const bool utf8Terminal = IsUtf8Encoding(encoding);
-  auto converted = ConvertExpression(options.expression, encoding);
+  auto converted = ConvertExpression(options.expressions.front(), encoding);
   if (const auto* fault = std::get_if<ExpressionFault>(&converted)) {
     return RefuseExpression(options, *fault, stream);
   }
@@ -175,16 +175,16 @@ int RunOptions(const Options& options, ResultStream& stream) {
     return RefuseExpression(options, *fault, stream);
   }
   auto query = std::get<Query>(std::move(compiled));
-  if (!options.explain) return RunSearch(options, std::move(query), utf8Terminal);
+  if (options.task != Task::kExplain) return RunSearch(options, std::move(query), utf8Terminal);
   const bool drawnInUtf8 =
-      utf8Terminal || (IsPlainAscii(encoding) && IsValidUtf8(options.expression));
+      utf8Terminal || (IsPlainAscii(encoding) && IsValidUtf8(options.expressions.front()));
   stream.Output(ExplainQuery(query, options, drawnInUtf8));
   stream.Flush();
   return kExitFound;
 }
 
 int RunArguments(int argc, const char* const* argv, ResultStream& stream) {
-  const auto parsed = ParseOptions(argc, argv);
+  const auto parsed = ParseOptions(argc, argv, Surroundings::OfProcess());
   if (const auto* information = std::get_if<Information>(&parsed)) {
     stream.Output(information->text);
     stream.Flush();

@@ -238,6 +238,7 @@ void Printer::Page::WriteJson() {
 
 Printer::Printer(const Options& options, bool utf8Terminal, const Palette& palette)
     : output_(options.output),
+      json_(options.json),
       scope_(options.scope),
       fileNames_(options.fileNames),
       lineNumbers_(options.lineNumbers),
@@ -257,7 +258,7 @@ ResultCounts Printer::Print(std::string_view name, const SourceText& text, const
     page.WriteCount();
   } else if (!found || output_ == OutputMode::kQuiet) {
     return page.Counts();
-  } else if (output_ == OutputMode::kJson) {
+  } else if (json_) {
     page.WriteJson();
   } else if (output_ == OutputMode::kFiles || wholeFile) {
     page.WriteFileName();

@@ -48,6 +48,7 @@ class Printer {
   class Page;
 
   OutputMode output_;
+  bool json_;
   Scope scope_;
   bool fileNames_;
   bool lineNumbers_;

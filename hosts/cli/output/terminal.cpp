@@ -27,8 +27,8 @@ bool IsPlainAscii(std::string_view encoding) {
   return encoding == "ANSI_X3.4-1968" || encoding == "US-ASCII" || encoding.empty();
 }
 
-bool UseColors(ColorMode mode) {
-  if (mode != ColorMode::kAuto) return mode == ColorMode::kAlways;
+bool UseColors(When mode) {
+  if (mode != When::kAuto) return mode == When::kAlways;
   if (isatty(STDOUT_FILENO) == 0) return false;
   const char* const noColor = std::getenv("NO_COLOR");
   if (noColor != nullptr && *noColor != '\0') return false;

@@ -21,7 +21,7 @@ bool IsUtf8Encoding(std::string_view encoding);
 bool IsPlainAscii(std::string_view encoding);
 
 /// Whether the standard output gets colours.
-bool UseColors(ColorMode mode);
+bool UseColors(When mode);
 
 /// The escape sequences around the parts of an output line; all empty without colours.
 struct Palette {

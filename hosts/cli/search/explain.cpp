@@ -137,7 +137,7 @@ std::string Mode(const Options& options) {
 std::string ExplainQuery(const Query& query, const Options& options, bool utf8) {
   TreeDrawing drawing(options, query.TagCount(), utf8);
   drawing.Draw(query.Root(), "", "");
-  return options.expression + "\n" + Mode(options) + "\n" + drawing.Finish();
+  return options.expressions.front() + "\n" + Mode(options) + "\n" + drawing.Finish();
 }
 
 }  // namespace trovex::cli
