@@ -128,7 +128,7 @@ int RunSearch(const Options& options, Query query, bool utf8Terminal) {
   std::string buffer;
   ResultStream stream(SeparatorBetweenFiles(options, palette, buffer), &progress);
   FileSearch search(options, std::move(query), Printer(options, utf8Terminal, palette));
-  WorkAhead work(FileWalk(options.files, options.hidden));
+  WorkAhead work{FileWalk(options)};
 
   const bool firstIsEnough = options.output == OutputMode::kQuiet && !options.stats;
   const int jobs = JobCount(options);
