@@ -199,6 +199,11 @@ TEST(Options, SizesHaveUnits) {
     EXPECT_NE(Refusal({"--max-filesize", wrong, "a"}), "") << wrong;
 }
 
+TEST(Options, GlobsCanBeRead) {
+  EXPECT_EQ(Parsed({"-g", "*.txt", "-g!*.c", "a"}).globs, (Names{"*.txt", "!*.c"}));
+  EXPECT_EQ(Refusal({"-g", "[a", "a"}), "--glob takes a pattern whose [ has its ], not \"[a\".");
+}
+
 TEST(Options, TypesOfFilesExist) {
   EXPECT_EQ(Parsed({"-t", "cpp", "-tpy", "-T", "sh", "a"}).types, (Names{"cpp", "py"}));
   EXPECT_EQ(Parsed({"-T", "sh", "a"}).typesLeftOut, Names{"sh"});

@@ -10,6 +10,7 @@
 #include "hosts/cli/command/version.h"
 #include "hosts/cli/files/encodings.h"
 #include "hosts/cli/files/file_types.h"
+#include "hosts/cli/files/glob.h"
 
 #include <unistd.h>
 #include <algorithm>
@@ -301,6 +302,9 @@ std::optional<UsageError> Interpreter::Take(const GivenOption& option) {
     case OptionId::kEncoding:
       return TakeEncoding(option);
     case OptionId::kGlob:
+      if (!Glob(option.argument).IsRight()) {
+        return WrongArgument(option, "a pattern whose [ has its ]");
+      }
       options_.globs.push_back(option.argument);
       return std::nullopt;
     case OptionId::kType:

@@ -3,7 +3,9 @@
 #include "hosts/cli/files/encodings.h"
 
 #include <iconv.h>
+#include <algorithm>
 #include <cctype>
+#include <iterator>
 
 namespace trovex::cli {
 
@@ -26,16 +28,26 @@ bool IconvKnows(const std::string& name) {
   return true;
 }
 
-/// Names that iconv knows by another one.
-std::string IconvName(std::string_view typed, const std::string& simplified) {
-  if (simplified == "latin1" || simplified == "iso88591") return "ISO-8859-1";
-  if (simplified == "latin9" || simplified == "latin0" || simplified == "iso885915") {
-    return "ISO-8859-15";
+/// Names that iconv knows by another one, or that the program reads by itself.
+std::string OwnName(std::string_view typed, const std::string& simplified) {
+  constexpr std::string_view kUnits[] = {"UTF-16", "UTF-16LE", "UTF-16BE",
+                                         "UTF-32", "UTF-32LE", "UTF-32BE"};
+  for (const std::string_view name : kUnits) {
+    if (Simplified(name) == simplified) return std::string(name);
   }
+  if (simplified == "ucs2" || simplified == "unicode") return "UTF-16";
+  if (simplified == "ucs4") return "UTF-32";
+  if (simplified == "latin9" || simplified == "latin0") return "ISO-8859-15";
   if (simplified.starts_with("windows125")) return "CP" + simplified.substr(7);
   if (simplified.starts_with("dos")) return "CP" + simplified.substr(3);
-  if (simplified == "macroman" || simplified == "macintosh") return "MACINTOSH";
   return std::string(typed);
+}
+
+/// Windows Latin-1 and what is a part of it: bytes that the others have no letters for.
+bool IsWindowsLatin1(const std::string& simplified) {
+  constexpr std::string_view kNames[] = {"cp1252",   "windows1252", "ansi",  "latin1",
+                                         "iso88591", "l1",          "ascii", "usascii"};
+  return std::find(std::begin(kNames), std::end(kNames), simplified) != std::end(kNames);
 }
 
 }  // namespace
@@ -44,14 +56,16 @@ std::optional<EncodingChoice> FindEncoding(std::string_view typed) {
   const std::string simplified = Simplified(typed);
   if (simplified == "auto") return EncodingChoice{};
   if (simplified == "utf8") return EncodingChoice{Encoding::kUtf8, {}};
-  if (simplified == "cp1252" || simplified == "windows1252" || simplified == "ansi") {
-    return EncodingChoice{Encoding::kWindows1252, {}};
-  }
+  if (IsWindowsLatin1(simplified)) return EncodingChoice{Encoding::kWindows1252, {}};
   // iconv takes an empty name, and what stands behind "//", for something else.
   if (simplified.empty() || typed.find('/') != typed.npos) return std::nullopt;
-  const std::string name = IconvName(typed, simplified);
+  const std::string name = OwnName(typed, simplified);
   if (!IconvKnows(name)) return std::nullopt;
   return EncodingChoice{Encoding::kNamed, name};
+}
+
+bool IsUnitEncoding(std::string_view name) {
+  return name.starts_with("UTF-16") || name.starts_with("UTF-32");
 }
 
 std::string_view UsualEncodings() {
