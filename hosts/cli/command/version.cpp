@@ -3,7 +3,7 @@
 #include "hosts/cli/command/version.h"
 
 #include <gnu/libc-version.h>
-#include <trovex/library.h>
+#include <trovex/query.h>
 
 namespace trovex::cli {
 
