@@ -20,4 +20,4 @@ need() {
 BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libhwy-dev)
 
 # What the tests take beside that.
-TEST_PACKAGES=(libgtest-dev pkg-config locales git)
+TEST_PACKAGES=(libgtest-dev pkg-config locales git groff-base zsh fish)

@@ -85,8 +85,10 @@ TEST(Decoder, AByteOrderMarkTellsTheEncoding) {
 
 TEST(Decoder, WithoutAMarkPlainTextsAreRecognised) {
   for (const char* const name : {"UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE"}) {
-    EXPECT_EQ(Decoded(Encoded(kText, name)), kText) << name;
-    EXPECT_EQ(Decoded(Encoded("ab", name)), "ab") << name;
+    EXPECT_EQ(Decoded(Encoded("ab\r\n", name)), "ab\r\n") << name;
+    const std::string greek =
+        "Ω μέγα. Αλφα και ωμέγα, και πάλι: η αρχή και το τέλος, είπε ο ένας.\n";
+    EXPECT_EQ(Decoded(Encoded(greek, name)), greek) << name;
     std::string large;
     for (int i = 0; i < 500; ++i)
       large += kText;
@@ -103,6 +105,9 @@ TEST(Decoder, BinaryBytesAreNotTakenForText) {
   EXPECT_EQ(Decoded(std::string("a\0b\0\0\0c\0", 8)), "(none)") << "a zero is no text";
   EXPECT_EQ(Decoded(std::string("a\0b", 3)), "(none)") << "no whole characters";
   EXPECT_EQ(Decoded(std::string("a\0", 2)), "(none)") << "too little";
+  EXPECT_EQ(Decoded(std::string("x\0y\n", 4)), "(none)") << "too little";
+  EXPECT_EQ(Decoded(std::string("abc\0defg\0hijk\n", 15)), "(none)");
+  EXPECT_EQ(Decoded(std::string("abcdef\0ghijklmn", 15) + '\n'), "(none)");
   EXPECT_EQ(Decoded(std::string("text and then\0a zero", 20)), "(none)");
   for (std::uint32_t seed = 1; seed <= 200; ++seed) {
     testing::Dice dice(seed);
@@ -136,7 +141,7 @@ TEST(Decoder, UsualNamesAreKnown) {
 TEST(Decoder, ANameWithoutTheOrderOfBytesAsksTheText) {
   EXPECT_EQ(Decoded("\xFE\xFF" + Encoded("ab", "UTF-16BE"), Named("utf-16")), "ab");
   EXPECT_EQ(Decoded("\xFF\xFE" + Encoded("ab", "UTF-16LE"), Named("utf-16")), "ab");
-  EXPECT_EQ(Decoded(Encoded("ab", "UTF-16BE"), Named("utf-16")), "ab");
+  EXPECT_EQ(Decoded(Encoded("abcd", "UTF-16BE"), Named("utf-16")), "abcd");
   EXPECT_EQ(Decoded(Encoded("ab", "UTF-16LE"), Named("utf-16")), "ab");
   EXPECT_EQ(Decoded(Encoded("Ω", "UTF-16LE"), Named("utf-16le")), "Ω");
   EXPECT_EQ(Decoded("\xFF\xFE" + Encoded("ab", "UTF-16LE"), Named("utf-16le")), "ab");

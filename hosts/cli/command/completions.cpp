@@ -122,6 +122,11 @@ std::string BashCompletion() {
     names.append(names.empty() ? "" : " ").append(NamesOf(entry, " "));
   return R"(# Completion of trovex for bash.
 
+_trovex_files() {
+  compopt -o filenames 2>/dev/null
+  mapfile -t COMPREPLY < <(compgen -f -- "$current")
+}
+
 _trovex() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   COMPREPLY=()
@@ -139,8 +144,7 @@ _trovex() {
          names + R"(' -- "$current"))
     return
   fi
-  compopt -o filenames 2>/dev/null
-  COMPREPLY=($(compgen -f -- "$current"))
+  _trovex_files
 }
 
 complete -F _trovex trovex

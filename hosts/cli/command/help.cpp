@@ -15,7 +15,7 @@ const HelpExample kHelpExamples[] = {
     {"trovex -S line 'Haus & Garten' *.txt", "both, in the same line"},
     {"trovex 'Haus &20 Garten' .", "at most 20 characters between them"},
     {"trovex -l 'Haus & !Garten' .", "files with \"Haus\" and no \"Garten\""},
-    {"trovex '~Maier' .", "words that sound alike: Meyer, Mayr ..."},
+    {"trovex '~Maier' .", "words that sound alike: Meyer ..."},
     {"trovex -f names.txt -t txt .", "any word of a list, in text files"},
     {"trovex -o --tag 1 '(Herr|Frau) M.ller' .", "only what bracket 1 found"},
     {"", ""}};

@@ -2,8 +2,7 @@
 // filled once, and everything else through iconv.
 //
 // UTF-16 and UTF-32 without a byte order mark are recognised by the zero bytes that ordinary letters
-// have there. To be taken for such a text, all that is seen must be text in that encoding, and half of
-// it Latin letters or signs.
+// have there. To be taken for such a text, all that is seen must be text in that encoding.
 
 #include "hosts/cli/files/decoder.h"
 
@@ -278,9 +277,11 @@ bool IsTextCharacter(char32_t character) {
   return character != kReplacement && !isNoCharacter && !isPrivate;
 }
 
-/// Whether all that is seen is text of this form, and half of it Latin.
+/// Whether all that is seen is text of this form: nearly all of it Latin, or, where there is more of
+/// it, as much as the blanks and signs of any script.
 bool IsPlainly(std::string_view bytes, UnitForm form) {
-  constexpr std::size_t kLeastCharacters = 2;
+  constexpr std::size_t kFew = 4;
+  constexpr std::size_t kMany = 64;
   constexpr char32_t kLatinEnd = 0x250;
   std::size_t characters = 0;
   std::size_t latin = 0;
@@ -289,7 +290,8 @@ bool IsPlainly(std::string_view bytes, UnitForm form) {
     ++characters;
     if (*character < kLatinEnd) ++latin;
   }
-  return characters >= kLeastCharacters && latin * 2 >= characters;
+  if (characters >= kFew && latin * 10 >= characters * 9) return true;
+  return characters >= kMany && latin * 8 >= characters;
 }
 
 std::optional<UnitForm> PlainForm(std::string_view bytes) {
