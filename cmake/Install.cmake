@@ -3,9 +3,13 @@
 
 include(CMakePackageConfigHelpers)
 
+# What the library, its development files and the program are made of can be installed each by itself;
+# the packages are made of these components.
 install(TARGETS trovex EXPORT TrovexTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT library NAMELINK_COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/trovex
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
