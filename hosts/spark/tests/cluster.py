@@ -3,6 +3,7 @@ executors, that a test may kill."""
 
 from __future__ import annotations
 
+import ctypes
 import os
 import signal
 import socket
@@ -32,6 +33,12 @@ def wait_until(done: Callable[[], bool], what: str, seconds: float = 120) -> Non
         time.sleep(0.1)
 
 
+def end_with_parent() -> None:
+    """The process gets SIGKILL when the test that started it ends, in whatever way."""
+    set_death_signal = 1
+    ctypes.CDLL(None).prctl(set_death_signal, signal.SIGKILL)
+
+
 class Daemon:
     """A process of the cluster, and all that it starts."""
 
@@ -53,6 +60,7 @@ class Daemon:
                 stdin=subprocess.DEVNULL,
                 env=environment,
                 start_new_session=True,
+                preexec_fn=end_with_parent,
             )
 
     def wait_for(self, words: str) -> None:

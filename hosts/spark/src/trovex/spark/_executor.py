@@ -8,7 +8,7 @@ from __future__ import annotations
 
 from collections.abc import Callable, Iterator
 from functools import lru_cache
-from typing import Any, NamedTuple, Optional, Union
+from typing import Any, Literal, NamedTuple, Optional, Union
 
 import pyarrow as pa
 import pyarrow.compute as pc
@@ -117,7 +117,9 @@ def _list(tags: pa.Array) -> pa.Array:
     return tags.cast(pa.list_(tags.type.value_field))
 
 
-def match_batch(recipe: Recipe, encoding: str, gave_up: str) -> Callable[[pa.Array], pa.Array]:
+def match_batch(
+    recipe: Recipe, encoding: str, gave_up: Literal["raise", "null"]
+) -> Callable[[pa.Array], pa.Array]:
     """The function behind matches(): a column of texts in, one of booleans out."""
 
     def run(texts: pa.Array) -> pa.Array:

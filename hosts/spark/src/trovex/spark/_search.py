@@ -4,7 +4,7 @@ compiled query, and stand in _executor.py."""
 from __future__ import annotations
 
 from collections.abc import Callable, Sequence
-from typing import Any
+from typing import Any, Literal
 
 import trovex
 from pyspark.sql import Column, DataFrame, SparkSession
@@ -90,7 +90,7 @@ def matches(
     phonetic: bool = False,
     variants: bool = False,
     encoding: str = "utf-8",
-    gave_up: str = "raise",
+    gave_up: Literal["raise", "null"] = "raise",
 ) -> Column:
     """A boolean expression for where() and select(): whether a text satisfies `expression`; null for null.
 
@@ -115,7 +115,7 @@ def _vectorized(function: Callable[[Any], Any]) -> Callable[[Column], Column]:
     def of_pandas(texts: pd.Series) -> pd.Series:
         return function(pa.Array.from_pandas(texts)).to_pandas()
 
-    return sql.pandas_udf(of_pandas, types.BooleanType())  # type: ignore[no-any-return,call-overload]
+    return sql.pandas_udf(of_pandas, types.BooleanType())
 
 
 def documents(spark: SparkSession, *paths: str, pattern: str | None = None) -> DataFrame:
