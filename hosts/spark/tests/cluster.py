@@ -126,6 +126,7 @@ class Cluster:
             "spark.executor.memory": "512m",
             "spark.executor.cores": "1",
             "spark.ui.enabled": "false",
+            "spark.task.maxFailures": "2",
             "spark.sql.shuffle.partitions": "2",
             "spark.sql.execution.arrow.pyspark.enabled": "true",
             "spark.local.dir": str(self.folder / "local"),
