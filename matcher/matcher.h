@@ -52,6 +52,8 @@ struct CompiledPattern {
   std::unique_ptr<const LocatorProgram> locatorProgram;
   /// Says where a match lies, in place of the engine. Null when only the engine can.
   std::unique_ptr<MatchLocator> locator;
+  /// Tells the groups of matches that lie one inside the other. Made when it is first needed.
+  std::unique_ptr<LineGroups> lineGroups;
   /// How far the automaton reads the pattern as the locator does. A line with a located match passes the
   /// automaton where both read it alike, and only otherwise has to be tried.
   Reading automatonReading = Reading::kDifferent;

@@ -228,9 +228,6 @@ struct LocatedMatch {
 LocatedMatch Locate(Search& search, const char* scan) {
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
   MatchLocator& locator = *search.pattern.locator;
-  if (search.notes.IsFirstSearch(&locator)) {
-    locator.Begin(bytes(search.text), static_cast<std::size_t>(search.limit - search.text));
-  }
   MatchLocator::Request request = {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
   if (locator.Words()) request.behind = *bytes(search.limit);
@@ -273,9 +270,58 @@ bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
   return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
 }
 
+/// What is found out about a text on the way holds for all its searches, and for no other text.
+void BeginText(const Search& search) {
+  MatchLocator& locator = *search.pattern.locator;
+  if (!search.notes.IsFirstSearch(&locator)) return;
+  locator.Begin(reinterpret_cast<const unsigned char*>(search.text),
+                static_cast<std::size_t>(search.limit - search.text));
+  if (search.pattern.lineGroups != nullptr) search.pattern.lineGroups->Forget();
+}
+
+/// Reads the line of `match` for the group that is wanted, where its matches lie one inside the other and
+/// were read again too often.
+void ReadLineAtOnce(const Search& search, const LocatedMatch& match) {
+  CompiledPattern& pattern = search.pattern;
+  if (!pattern.standsAlone || search.conditions.matchWords) return;
+  if (pattern.automatonReading != Reading::kAlike) return;
+  const char* const lineEnd = search.notes.LineEnd(match.start, search.limit);
+  if (!search.notes.ReadsAgain(match.start, match.end, lineEnd)) return;
+  if (pattern.lineGroups == nullptr) pattern.lineGroups = pattern.regex.MakeLineGroups();
+  if (pattern.lineGroups == nullptr) return;
+  search.BeginLine({match.start, lineEnd});
+  pattern.lineGroups->Prepare(match.start, lineEnd, search.group, search.credit);
+}
+
+/// Whether the line of `place` was read at once for the group that is wanted.
+bool IsOnReadLine(const Search& search, const char* place) {
+  const LineGroups* const lineGroups = search.pattern.lineGroups.get();
+  return search.WantsGroup() && lineGroups != nullptr && lineGroups->Covers(place, search.group);
+}
+
+/// Finds the group of the first match from `place` on, on a line that was read at once.
+bool FindOnReadLine(Search& search, const char* place) {
+  LineGroups& lineGroups = *search.pattern.lineGroups;
+  search.BeginLine({place, lineGroups.LineEnd()});
+  const LineGroups::Match match = lineGroups.Find(place, search.credit);
+  if (match.start == nullptr) return false;
+  search.IsFound(match.outcome, match.start);
+  search.Found(match.group.start >= 0
+                   ? search.RangeOf(match.start, match.group.start, match.group.end)
+                   : search.RangeOf(LineStart(match.start, search.text), -1, -1));
+  return true;
+}
+
 /// Locates the match without the engine.
 void FindByLocator(Search& search) {
-  for (const char* scan = search.text;;) {
+  BeginText(search);
+  const char* scan = search.text;
+  if (IsOnReadLine(search, scan)) {
+    if (FindOnReadLine(search, scan)) return;
+    scan = search.pattern.lineGroups->LineEnd() + 1;
+    if (scan > search.limit) return;
+  }
+  for (;;) {
     const LocatedMatch match = Locate(search, scan);
     if (match.start == nullptr) return;
     if (!CertainlyPasses(search, match)) {
@@ -285,6 +331,8 @@ void FindByLocator(Search& search) {
       scan = LineStart(place, line);
       if (scan != line) continue;  // a later line
     }
+    if (search.WantsGroup()) ReadLineAtOnce(search, match);
+    if (IsOnReadLine(search, match.start) && FindOnReadLine(search, match.start)) return;
     return search.Found(RangeIn(search, match));
   }
 }

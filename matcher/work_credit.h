@@ -34,6 +34,9 @@ class WorkCredit {
     return false;
   }
 
+  /// Whether the line has `units` left.
+  bool Affords(std::int64_t units) const { return left_ - units >= reserve_; }
+
   /// Whether the line has nothing left.
   bool IsSpent() const { return left_ < reserve_; }
 

@@ -10,6 +10,7 @@
 
 #include "matcher/work_credit.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <optional>
@@ -28,6 +29,20 @@ class TextNotes {
     return *credit_;
   }
 
+  /// Notes that a match from `start` to `end` was read, on a line that ends at `lineEnd`. Returns whether
+  /// so much of the line was read again that to read it once as a whole would have cost less.
+  bool ReadsAgain(const char* start, const char* end, const char* lineEnd) {
+    constexpr std::ptrdiff_t kLittle = 4'096;
+    if (lineEnd != matchLineEnd_) {
+      matchLineEnd_ = lineEnd;
+      readTo_ = start;
+      readAgain_ = 0;
+    }
+    if (start < readTo_) readAgain_ += std::min(readTo_, end) - start;
+    readTo_ = std::max(readTo_, end);
+    return readAgain_ > kLittle + 2 * (lineEnd - start);
+  }
+
   /// The end of the line around `p` in a text that ends at `limit`.
   const char* LineEnd(const char* p, const char* limit) {
     if (p < lineFrom_ || p > lineEnd_) {
@@ -43,6 +58,9 @@ class TextNotes {
   const char* lineFrom_ = nullptr;  // a place in the line whose end is known
   const char* lineEnd_ = nullptr;
   const void* locator_ = nullptr;
+  const char* matchLineEnd_ = nullptr;  // of the line that matches were read on
+  const char* readTo_ = nullptr;        // how far
+  std::ptrdiff_t readAgain_ = 0;        // how many bytes of that more than once
 };
 
 }  // namespace trovex
