@@ -43,9 +43,24 @@ inline constexpr int kMaxPatternNesting = 200;
 /// bytes for each.
 inline constexpr double kMaxPatternSize = 60'000;
 
+/// The same for alternatives without repetitions and back-references, of the second door: a list of words is
+/// large only because it was typed so.
+inline constexpr double kMaxListSize = 400'000;
+
 /// Steps that lead through a pattern without a byte of text, one after the other, as in "a?b?c?":
 /// 9814 beyond. The engine recurses along them: 2,000 fit into 256 KB.
 inline constexpr int kMaxEmptySteps = 1'200;
+
+/// A list of words: what reading it may cost before it is taken for another pattern, and how many words and
+/// bytes it may have when alternatives inside of words are written out.
+inline constexpr std::int64_t kMaxWordListSteps = 40'000'000;
+inline constexpr std::int64_t kMaxWordListBytes = std::int64_t{48} << 20;
+inline constexpr std::size_t kMaxListedWords = 200'000;
+inline constexpr std::size_t kMaxListedBytes = 1'000'000;
+/// Fewer words are found as fast by the bytes that they begin with. And words that are longer than this are
+/// looked for with automata at hand: many of them that nearly match, at every place, would take too long.
+inline constexpr std::size_t kFewestListedWords = 9;
+inline constexpr std::size_t kLongestWordAlone = 64;
 
 /// The automata that locate matches: how many pairs of bytes of the pattern that may stand side by
 /// side they are made for, how many tables each of them has at most at one time (1 KB each), and how

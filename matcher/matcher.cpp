@@ -130,10 +130,8 @@ std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, cons
 
 /// The graph of `tree`; null where automata made of it could not answer as the engine does, or the budget
 /// does not allow it.
-std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, const TokenStream& stream,
-                                               bool words, CompileBudget& budget) {
-  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
-  if (words && (stream.hasWordAnchors || stream.hasTextEnd)) return nullptr;
+std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, bool words,
+                                               CompileBudget& budget) {
   GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
   options.mostPositions = kMaxLocatorEdges;
   options.mostEdges = kMaxLocatorEdges;
@@ -149,12 +147,22 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
   if (options.matchLines) return;  // the automaton alone knows that condition
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
-  std::unique_ptr<const PositionGraph> graph = MakeGraph(tree, *stream, options.matchWords, budget);
-  if (graph == nullptr) return;
+  // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
+  const bool words = options.matchWords;
+  if (words && (stream->hasWordAnchors || stream->hasTextEnd)) return;
+  std::optional<WordScan> list = MakeWordScan(tree, words, budget);
+  std::unique_ptr<const PositionGraph> graph;
+  if (!list || list->Longest() > kLongestWordAlone) {
+    graph = MakeGraph(tree, words, budget);
+    if (graph == nullptr) return;
+  }
   compiled.standsAlone = !stream->hasAnchors;
   compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
-  compiled.locatorProgram = std::make_unique<LocatorProgram>(std::move(graph), options.matchWords,
-                                                             FindRequiredString(tree, budget));
+  compiled.locatorProgram =
+      list ? std::make_unique<LocatorProgram>(std::move(*list), words, WordBytes(words, tree),
+                                              std::move(graph))
+           : std::make_unique<LocatorProgram>(std::move(graph), words,
+                                              FindRequiredString(tree, budget));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 

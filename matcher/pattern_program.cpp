@@ -68,8 +68,17 @@ bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileB
   options.mostPositions = kMaxProgramPositions;
   options.mostEdges = kMaxProgramEdges;
   options.budget = &budget;
+  std::optional<WordScan> list = MakeWordScan(tree, words, budget);
+  if (list && list->Longest() <= kLongestWordAlone) {
+    locator_.emplace(std::move(*list), words, options.wordBytes, nullptr);
+    return true;
+  }
   std::unique_ptr<const PositionGraph> graph = MakePositionGraph(tree, options);
   if (graph == nullptr) return false;
+  if (list) {
+    locator_.emplace(std::move(*list), words, options.wordBytes, std::move(graph));
+    return true;
+  }
   locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget));
   return true;
 }

@@ -275,7 +275,7 @@ void BeginText(const Search& search) {
   MatchLocator& locator = *search.pattern.locator;
   if (!search.notes.IsFirstSearch(&locator)) return;
   locator.Begin(reinterpret_cast<const unsigned char*>(search.text),
-                static_cast<std::size_t>(search.limit - search.text));
+                static_cast<std::size_t>(search.limit - search.text), search.credit.Left());
   if (search.pattern.lineGroups != nullptr) search.pattern.lineGroups->Forget();
 }
 
@@ -312,6 +312,12 @@ bool FindOnReadLine(Search& search, const char* place) {
   return true;
 }
 
+/// What the locator has taken on this text is spent from the credit that others share.
+void SpendWork(const Search& search) {
+  search.credit.BeginLine(0);
+  static_cast<void>(search.credit.Spend(search.pattern.locator->Work()));
+}
+
 /// Locates the match without the engine.
 void FindByLocator(Search& search) {
   BeginText(search);
@@ -323,7 +329,7 @@ void FindByLocator(Search& search) {
   }
   for (;;) {
     const LocatedMatch match = Locate(search, scan);
-    if (match.start == nullptr) return;
+    if (match.start == nullptr) return SpendWork(search);
     if (!CertainlyPasses(search, match)) {
       const char* const line = LineStart(match.start, scan);
       const char* const place = NextPlace(search, line, search.limit);

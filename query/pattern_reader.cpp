@@ -7,6 +7,7 @@
 #include "query/expression/syntax_builder.h"
 #include "text/code_page.h"
 
+#include <algorithm>
 #include <numeric>
 #include <optional>
 #include <string>
@@ -18,7 +19,7 @@ namespace trovex {
 namespace {
 
 /// So many nodes no pattern of legal size has, with all the spellings of its letters.
-constexpr std::size_t kMostNodes = 4 * static_cast<std::size_t>(kMaxPatternSize);
+constexpr std::size_t kMostNodes = 4 * static_cast<std::size_t>(kMaxListSize);
 
 /// A group that is being read, or the whole pattern.
 struct Level {
@@ -309,8 +310,17 @@ class PatternReader {
 
   void CheckExtent() {
     const SyntaxExtent extent = MeasureExtent(pattern_->tree);
-    if (extent.size <= kMaxPatternSize && extent.nesting <= kMaxQueryPatternNesting) return;
+    const double most = IsList() ? kMaxListSize : kMaxPatternSize;
+    if (extent.size <= most && extent.nesting <= kMaxQueryPatternNesting) return;
     RefuseSize();
+  }
+  /// Whether these are alternatives without repetitions: what is as large as it was typed.
+  bool IsList() const {
+    const std::vector<SyntaxNode>& nodes = pattern_->tree.nodes;
+    if (options_.spellingVariants || nodes.back().kind != SyntaxKind::kAlternate) return false;
+    return std::none_of(nodes.begin(), nodes.end(), [](const SyntaxNode& node) {
+      return node.kind == SyntaxKind::kRepeat || node.kind == SyntaxKind::kBackReference;
+    });
   }
   void RefuseSize() {
     Refuse(MessageNumber::kExpressionTooLong, tokens_.RangeOf(begin_, end_ - 1));

@@ -21,3 +21,6 @@ BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libhwy-dev
 
 # What the tests take beside that.
 TEST_PACKAGES=(libgtest-dev pkg-config locales libsqlite3-dev sqlite3 python3)
+
+# What building and testing the Python package takes beside what the library takes.
+PYTHON_PACKAGES=(python3-dev python3-venv)

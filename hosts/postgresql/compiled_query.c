@@ -8,14 +8,17 @@
 
 #include <malloc.h>
 
-/* A session has a few queries at work; what goes beyond is compiled again. */
-#define MOST_QUERIES 64
+/* A session has a few queries at work, or a table of saved ones; what goes beyond is compiled again. */
+#define MOST_QUERIES 512
 #define MOST_MEMORY ((size_t)64 << 20)
+#define ROWS 256
 
-static CompiledQuery* cache[MOST_QUERIES];
+/* The cache: rows of queries by their hashes, and all of them in the order of their latest use, the
+ * latest first. Lists of all zero are empty ones. */
+static dlist_head rows[ROWS];
+static dlist_head order;
 static int cachedQueries = 0;
 static size_t cachedMemory = 0;
-static uint64 uses = 0;
 
 /* What a call over many rows keeps in fn_extra. */
 typedef struct CallMemory {
@@ -31,26 +34,22 @@ static void LetGo(CompiledQuery* compiled) {
   free(compiled);
 }
 
-static void RemoveFromCache(int index) {
-  CompiledQuery* const compiled = cache[index];
-  cachedMemory -= compiled->memory;
-  cache[index] = cache[--cachedQueries];
-  LetGo(compiled);
-}
-
 static void RemoveOldest(void) {
-  int oldest = 0;
-  for (int i = 1; i < cachedQueries; ++i) {
-    if (cache[i]->lastUse < cache[oldest]->lastUse) oldest = i;
-  }
-  RemoveFromCache(oldest);
+  CompiledQuery* const oldest = dlist_tail_element(CompiledQuery, inOrder, &order);
+  dlist_delete(&oldest->inRow);
+  dlist_delete(&oldest->inOrder);
+  --cachedQueries;
+  cachedMemory -= oldest->memory;
+  LetGo(oldest);
 }
 
 static void AddToCache(CompiledQuery* compiled) {
   while (cachedQueries == MOST_QUERIES ||
          (cachedQueries > 0 && cachedMemory + compiled->memory > MOST_MEMORY))
     RemoveOldest();
-  cache[cachedQueries++] = compiled;
+  dlist_push_head(&rows[compiled->hash % ROWS], &compiled->inRow);
+  dlist_push_head(&order, &compiled->inOrder);
+  ++cachedQueries;
   cachedMemory += compiled->memory;
 }
 
@@ -60,8 +59,12 @@ static bool IsOf(const CompiledQuery* compiled, const QueryValue* value) {
 }
 
 static CompiledQuery* FindInCache(const QueryValue* value, uint32 hash) {
-  for (int i = 0; i < cachedQueries; ++i) {
-    if (cache[i]->hash == hash && IsOf(cache[i], value)) return cache[i];
+  dlist_iter i;
+  dlist_foreach(i, &rows[hash % ROWS]) {
+    CompiledQuery* const compiled = dlist_container(CompiledQuery, inRow, i.cur);
+    if (compiled->hash != hash || !IsOf(compiled, value)) continue;
+    dlist_move_head(&order, &compiled->inOrder);
+    return compiled;
   }
   return NULL;
 }
@@ -117,7 +120,6 @@ CompiledQuery* CompileQuery(const QueryValue* value, Node* escontext) {
     compiled->memory = after > before ? after - before : 0;
     AddToCache(compiled);
   }
-  compiled->lastUse = ++uses;
   return compiled;
 }
 

@@ -10,6 +10,8 @@
 
 #include "query_value.h"
 
+#include "lib/ilist.h"
+
 #include <trovex/query_c.h>
 
 typedef struct CompiledQuery {
@@ -23,7 +25,9 @@ typedef struct CompiledQuery {
   uint32 hash;
   /* Estimated bytes that compiling it took. */
   size_t memory;
-  uint64 lastUse;
+  /* Where it stands in the cache: among those whose hashes share a row, and by its latest use. */
+  dlist_node inRow;
+  dlist_node inOrder;
   /* The calls that hold on to it, and the cache, which counts for one. */
   int holders;
 } CompiledQuery;

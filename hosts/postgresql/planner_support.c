@@ -1,20 +1,18 @@
 /* What the planner is told of "text @~ trovex_query".
  *
- * An index helps without knowing the operator. A query promises strings of which every text that
- * satisfies it holds at least one of each clause; that is "text ILIKE '%string%'", or for a clause of
- * several strings "text ~* 'one|other'". Where an index on the column knows these operators, as those of
- * pg_trgm do, they are offered to it, and the rows that it brings are checked by the operator itself.
+ * An index helps without knowing the operator. Where an index on the column knows LIKE and regular
+ * expressions, as those of pg_trgm do, it is offered conditions that every text meets which satisfies the
+ * query (index_conditions.h), and the rows that it brings are checked by the operator itself.
  *
  * ILIKE folds as the locale says, and a query as its own letters do. Where the locale does not fold
  * ASCII as ASCII, as Turkish does not, nothing is offered. */
 
-#include "compiled_query.h"
+#include "index_conditions.h"
 
 #include "access/htup_details.h"
 #include "catalog/pg_collation.h"
 #include "catalog/pg_operator.h"
 #include "catalog/pg_type.h"
-#include "lib/stringinfo.h"
 #include "nodes/makefuncs.h"
 #include "nodes/nodeFuncs.h"
 #include "nodes/pathnodes.h"
@@ -24,14 +22,6 @@
 #include "utils/builtins.h"
 #include "utils/formatting.h"
 #include "utils/lsyscache.h"
-
-/* Each condition costs the index a walk; more of them leave out few rows more. */
-#define MOST_CONDITIONS 4
-/* What a trigram index can look for: so many letters and digits side by side. */
-#define LEAST_WORD 3
-/* Beyond these, an index gives up on a pattern and reads all it has. */
-#define MOST_ALTERNATIVES 8
-#define MOST_OF_PATTERN 64
 
 /* The parts of a call of the operator or its function that matter here. */
 typedef struct Call {
@@ -63,72 +53,7 @@ static bool FoldsAsAscii(Oid collation) {
          strcmp(str_toupper(lower, strlen(lower), collation), upper) == 0;
 }
 
-static bool IsWordCharacter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
-static bool HasWord(const char* string, size_t length) {
-  size_t row = 0;
-  for (size_t i = 0; i < length && row < LEAST_WORD; ++i)
-    row = IsWordCharacter(string[i]) ? row + 1 : 0;
-  return row == LEAST_WORD;
-}
-
-/* What a clause promises, as a condition. */
-typedef struct Condition {
-  bool isPattern;
-  char* string;
-} Condition;
-
-static char* LikeString(const char* string, size_t length) {
-  StringInfoData like;
-  initStringInfo(&like);
-  appendStringInfoChar(&like, '%');
-  for (size_t i = 0; i < length; ++i) {
-    if (strchr("%_\\", string[i]) != NULL) appendStringInfoChar(&like, '\\');
-    appendStringInfoChar(&like, string[i]);
-  }
-  appendStringInfoChar(&like, '%');
-  return like.data;
-}
-
-/* A string as a regular expression; what is neither a letter nor a digit is written by its number. */
-static void AppendPattern(StringInfo pattern, const char* string, size_t length) {
-  for (size_t i = 0; i < length; ++i) {
-    if (IsWordCharacter(string[i]))
-      appendStringInfoChar(pattern, string[i]);
-    else
-      appendStringInfo(pattern, "\\x%02x", (unsigned char)string[i]);
-  }
-}
-
-/* The condition of a clause; false when an index could not do anything with it. */
-static bool ConditionOf(const trovex_query* query, size_t clause, Condition* condition) {
-  const size_t count = trovex_required_string_count(query, clause);
-  size_t total = 0;
-  StringInfoData pattern;
-  if (count == 0 || count > MOST_ALTERNATIVES) return false;
-  initStringInfo(&pattern);
-  for (size_t i = 0; i < count; ++i) {
-    size_t length = 0;
-    const char* const string = trovex_required_string(query, clause, i, &length);
-    if (!HasWord(string, length)) return false;
-    total += length;
-    if (count == 1) {
-      condition->isPattern = false;
-      condition->string = LikeString(string, length);
-      return true;
-    }
-    if (i > 0) appendStringInfoChar(&pattern, '|');
-    AppendPattern(&pattern, string, length);
-  }
-  if (total > MOST_OF_PATTERN) return false;
-  condition->isPattern = true;
-  condition->string = pattern.data;
-  return true;
-}
-
-static Oid OperatorOf(const Condition* condition, bool foldsCase) {
+static Oid OperatorOf(const IndexCondition* condition, bool foldsCase) {
   if (condition->isPattern) return foldsCase ? OID_TEXT_ICREGEXEQ_OP : OID_TEXT_REGEXEQ_OP;
   return foldsCase ? OID_TEXT_ICLIKE_OP : OID_TEXT_LIKE_OP;
 }
@@ -141,18 +66,15 @@ static Node* IndexConditions(SupportRequestIndexCondition* request) {
   if (!OidIsValid(request->indexcollation) ||
       !get_collation_isdeterministic(request->indexcollation) || !ReadCall(request->node, &call))
     return NULL;
-  const trovex_query* const query = call.compiled->query;
-  const bool foldsCase = trovex_required_folds_case(query);
   /* Trigrams are folded as the database says, conditions as the column does. */
   if (!FoldsAsAscii(DEFAULT_COLLATION_OID) || !FoldsAsAscii(request->indexcollation)) return NULL;
-  const size_t clauses = trovex_required_clause_count(query);
-  for (size_t i = 0; i < clauses && list_length(conditions) < MOST_CONDITIONS; ++i) {
-    Condition condition;
-    if (!ConditionOf(query, i, &condition)) continue;
-    const Oid operatorOid = OperatorOf(&condition, foldsCase);
+  IndexCondition offered[MOST_INDEX_CONDITIONS];
+  const int count = FindIndexConditions(call.compiled, offered);
+  for (int i = 0; i < count; ++i) {
+    const Oid operatorOid = OperatorOf(&offered[i], ConditionsFoldCase(call.compiled));
     if (!op_in_opfamily(operatorOid, request->opfamily)) continue;
     Const* const string = makeConst(TEXTOID, -1, request->indexcollation, -1,
-                                    CStringGetTextDatum(condition.string), false, false);
+                                    CStringGetTextDatum(offered[i].string), false, false);
     conditions =
         lappend(conditions, make_opclause(operatorOid, BOOLOID, false, (Expr*)copyObject(call.body),
                                           (Expr*)string, InvalidOid, request->indexcollation));

@@ -12,6 +12,9 @@
 
 #include "fmgr.h"
 #include "nodes/nodes.h"
+#if PG_VERSION_NUM >= 160000
+#include "varatt.h"
+#endif
 
 enum {
   OPTION_WORDS = 1,

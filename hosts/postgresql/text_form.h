@@ -8,6 +8,9 @@
 #define TROVEX_POSTGRESQL_TEXT_FORM_H
 
 #include "postgres.h"
+#if PG_VERSION_NUM >= 160000
+#include "varatt.h"
+#endif
 
 /* Bytes as they are searched. They belong to the text that they were made of, or stand in the memory
  * context that was current. */

@@ -45,6 +45,18 @@ std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
   return string;
 }
 
+/// What the words of a list are searched with beside them: the kinds of bytes.
+std::unique_ptr<const PositionGraph> KindsAlone(const WordScan& scan, const CharSet& wordBytes) {
+  auto graph = std::make_unique<PositionGraph>();
+  graph->kindOf.fill(ByteKind::kOther);
+  graph->kindOf['\n'] = ByteKind::kNewline;
+  if (!TellsLettersApart(scan.Starts()) && !TellsLettersApart(scan.Stops())) return graph;
+  for (std::size_t c = 0; c < graph->kindOf.size(); ++c) {
+    if (wordBytes[c]) graph->kindOf[c] = ByteKind::kLetter;
+  }
+  return graph;
+}
+
 /// The end of the line that `place` belongs to, in a text that ends at `end`.
 const Byte* LineEnd(const Byte* place, const Byte* end) {
   const void* feed = std::memchr(place, '\n', static_cast<std::size_t>(end - place));
@@ -75,6 +87,13 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   }
 }
 
+LocatorProgram::LocatorProgram(WordScan scan, bool words, const CharSet& wordBytes,
+                               std::unique_ptr<const PositionGraph> graph)
+    : graph_(graph != nullptr ? std::move(graph) : KindsAlone(scan, wordBytes)),
+      words_(words),
+      list_(std::move(scan)),
+      canDoWithoutList_(graph_->size > 0) {}
+
 struct MatchLocator::Search {
   const Byte* place;
   const Byte* const begin;
@@ -88,17 +107,21 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
     : program_(program),
       graph_(*program.graph_),
       credit_(kFirstCredit, kMaxCredit),
-      creditPerByte_(kCreditPerByte) {}
+      creditPerByte_(kCreditPerByte) {
+  if (program.list_) places_ = std::make_unique<WordPlaces>(*program.list_);
+}
 
-void MatchLocator::Begin(const Byte* text, std::size_t length) {
+void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most) {
   const auto bytes = static_cast<std::int64_t>(std::min(length, std::size_t{1} << 50));
-  unitsGiven_ = kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte;
+  unitsGiven_ = std::min(kSearchUnitsAtLeast + bytes * kSearchUnitsPerByte, most);
   unitsLeft_ = unitsGiven_;
   credit_.ForgiveDebt();
   if (bytes >= kLongText) credit_.Grant(kFirstCredit);
   passed_ = text;
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
+  if (places_ != nullptr) places_->Forget();
+  listCredit_ = kFirstCredit + kCreditPerByte * bytes;
 }
 
 MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, const Byte* end,
@@ -121,6 +144,10 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
 /// up.
 bool MatchLocator::FindFrom(Search& search) {
   if (program_.string_) return FindString(search);
+  if (places_ != nullptr) {
+    const Step step = FindListed(search);
+    if (step != Step::kGoOn) return step == Step::kFound;
+  }
   for (;;) {
     const bool isOnLine = line_ != nullptr && line_->Covers(search.place, search.refusesLineEnd);
     Step step = isOnLine || credit_.IsSpent() ? FindOnLines(search) : Step::kGoOn;
@@ -155,6 +182,32 @@ bool MatchLocator::FindString(Search& search) const {
     ++place;
   }
   return false;
+}
+
+/// Goes from one place where a word may stand to the next. Where that takes too much, the automata go on.
+MatchLocator::Step MatchLocator::FindListed(Search& search) {
+  const WordScan& list = *program_.list_;
+  const auto canEnd = [&](const Byte* end) {
+    const ByteKind behind = KindAt(search, end);
+    if (search.refusesLineEnd && behind == ByteKind::kNewline) return false;
+    return (list.Stops() & NeighbourBit(graph_.kindOf[end[-1]], behind)) != 0;
+  };
+  std::int64_t work = 0;
+  const Byte* place = search.place;
+  for (;; ++place) {
+    if (listCredit_ < 0 && program_.canDoWithoutList_) break;
+    place = places_->Next(place, search.end);
+    if (place == nullptr) return Step::kNotFound;
+    const Neighbours around = NeighbourBit(KindBefore(search, place), graph_.kindOf[*place]);
+    if ((list.Starts() & around) == 0) continue;
+    const std::size_t length = list.LongestAt(place, search.end, canEnd, work);
+    listCredit_ -= std::exchange(work, 0);
+    if (length == 0) continue;
+    search.match = {place, place + length};
+    return Step::kFound;
+  }
+  search.place = place;
+  return Step::kGoOn;
 }
 
 MatchLocator::Step MatchLocator::FindByAutomata(Search& search) {

@@ -1,9 +1,10 @@
 // Finds where the leftmost match lies, and of those the longest, in time that grows with the bytes looked
 // at and no faster, on texts and lines of any length.
 //
-// One of four roads leads to the places from which a match can start:
+// One of five roads leads to the places from which a match can start:
 //
 //   string          The pattern is nothing but one string of sets: where it stands is the answer.
+//   words           The pattern is a list of words (words/word_scan.h): so it is with them.
 //   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
 //                   places where they do are searched for (place_scan.h). If every match holds a much
 //                   rarer string, lines without it are passed over.
@@ -30,6 +31,7 @@
 #include "matcher/automata/search_credit.h"
 #include "matcher/scan/place_scan.h"
 #include "matcher/scan/string_scan.h"
+#include "matcher/words/word_scan.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -46,6 +48,11 @@ class LocatorProgram {
   LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
                  const std::vector<CharSet>& required);
 
+  /// For the words of `scan`, which are found without automata. A graph of the same is of use where they are
+  /// so long that looking at them could take the square of a text; null: there is none.
+  LocatorProgram(WordScan scan, bool words, const CharSet& wordBytes,
+                 std::unique_ptr<const PositionGraph> graph);
+
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
 
@@ -59,6 +66,8 @@ class LocatorProgram {
   std::optional<StringScan> string_;    // set if that road is taken
   std::optional<StringScan> required_;  // set if it is of use
   std::optional<PlaceScan> leading_;    // set if the road of the leading bytes is taken
+  std::optional<WordScan> list_;        // set if that road is taken
+  bool canDoWithoutList_ = true;
 };
 
 class MatchLocator {
@@ -69,8 +78,9 @@ class MatchLocator {
   /// Whether matches must be whole words.
   bool Words() const { return program_.Words(); }
 
-  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile.
-  void Begin(const unsigned char* text, std::size_t length);
+  /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile. They may take
+  /// what the text allows, and no more than `most` units beyond what each byte brings.
+  void Begin(const unsigned char* text, std::size_t length, std::int64_t most = INT64_MAX);
 
   /// Where a search begins, in the text of the latest `Begin`.
   struct Request {
@@ -119,6 +129,7 @@ class MatchLocator {
   Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int behind);
   bool FindFrom(Search& search);
   bool FindString(Search& search) const;
+  Step FindListed(Search& search);
   Step FindByAutomata(Search& search);
   bool FindStart(Search& search, const Byte* from);
   Step FindOnLines(Search& search);
@@ -143,6 +154,7 @@ class MatchLocator {
   std::optional<ForwardAutomaton> forward_;  // these are made when they are first needed
   std::optional<BackwardAutomaton> backward_;
   std::unique_ptr<LineSearch> line_;
+  std::unique_ptr<WordPlaces> places_;
   bool linesAreTooCostly_ = false;
   bool tryPlaces_ = false;   // the automaton starts at one place at a time
   int placesTooCostly_ = 0;  // how often the credit did not suffice for that
@@ -158,6 +170,7 @@ class MatchLocator {
   const Byte* required_ = nullptr;
   const Byte* requiredFrom_ = nullptr;
   const Byte* requiredLine_ = nullptr;
+  std::int64_t listCredit_ = 0;  // what may be looked at of words that are none in the end
 };
 
 }  // namespace trovex

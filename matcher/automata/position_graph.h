@@ -20,6 +20,7 @@
 #define TROVEX_MATCHER_AUTOMATA_POSITION_GRAPH_H
 
 #include "matcher/budget.h"
+#include "matcher/pattern/neighbours.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "text/byte_map.h"
 #include "text/char_set.h"
@@ -32,23 +33,6 @@
 #include <vector>
 
 namespace trovex {
-
-/// The kinds of neighbours. The edge of the text counts as a newline.
-enum class ByteKind : std::uint8_t { kOther, kLetter, kNewline };
-inline constexpr int kByteKinds = 3;
-
-/// A set of pairs of neighbours, one bit each.
-using Neighbours = std::uint16_t;
-inline constexpr int kNeighbourPairs = kByteKinds * kByteKinds;
-inline constexpr Neighbours kAnyNeighbours = 0x1FF;
-
-/// The number of a pair, from 0 to 8.
-constexpr unsigned NeighbourPair(ByteKind before, ByteKind behind) {
-  return static_cast<unsigned>(before) * kByteKinds + static_cast<unsigned>(behind);
-}
-constexpr Neighbours NeighbourBit(ByteKind before, ByteKind behind) {
-  return static_cast<Neighbours>(1U << NeighbourPair(before, behind));
-}
 
 struct PositionEdge {
   std::uint32_t position;

@@ -20,11 +20,16 @@ namespace trovex {
 
 class TextNotes {
  public:
+  TextNotes() = default;
+  /// What the searches may spend is spent from `shared`, which others spend from too.
+  explicit TextNotes(WorkCredit* shared) : shared_(shared) {}
+
   /// Whether this is the first search of the text with `locator`.
   bool IsFirstSearch(const void* locator) { return std::exchange(locator_, locator) != locator; }
 
   /// What the searches may spend together; `bytes` remain of the text.
   WorkCredit& Credit(std::size_t bytes) {
+    if (shared_ != nullptr) return *shared_;
     if (!credit_) credit_.emplace(bytes);
     return *credit_;
   }
@@ -54,6 +59,7 @@ class TextNotes {
   }
 
  private:
+  WorkCredit* shared_ = nullptr;
   std::optional<WorkCredit> credit_;
   const char* lineFrom_ = nullptr;  // a place in the line whose end is known
   const char* lineEnd_ = nullptr;

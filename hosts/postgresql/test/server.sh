@@ -12,6 +12,12 @@ createdb -T template0 -E UTF8 restored
 pg_dump server | psql -X -q -v ON_ERROR_STOP=1 -d restored >/dev/null
 is "a dump brings the queries back" "$(sql -c 'TABLE saved ORDER BY id')" "$(sql -d restored -c 'TABLE saved ORDER BY id')"
 
+# Where the server can ask whether a value would be taken (16 and later), a fault is an answer.
+if [ "$(sql -c "SELECT current_setting('server_version_num')::integer >= 160000")" = t ]; then
+  is "a fault can be asked for" "t f f The closing bracket ) is missing in a subexpression." "$(sql \
+    -c "SELECT concat_ws(' ', pg_input_is_valid('{words} Haus', 'trovex_query'), pg_input_is_valid('(Haus', 'trovex_query'), pg_input_is_valid('{word} Haus', 'trovex_query'), message) FROM pg_input_error_info('(Haus', 'trovex_query')")"
+fi
+
 # Turkish as the language of a whole database: no index is offered, and nothing is lost.
 createdb -T template0 -E UTF8 --locale-provider=icu --icu-locale=tr turkish
 is "a Turkish database finds I and i" "DATEI datei Datei" "$(sql -d turkish -c 'CREATE EXTENSION trovex' \
@@ -54,6 +60,22 @@ SQL
 )"
 is "what is too large for a value says so" "ERROR:  out of memory" "$(sql -c "SELECT length(trovex_highlight(lines, '[a-z]', '<em class=\"found\">', '</em>')) FROM long_texts" 2>&1 | head -n 1)"
 sql -c 'DROP TABLE long_texts'
+
+# Memory that runs out, in the library or around it, is an error, and the session goes on.
+sql -c "CREATE TABLE large_text AS SELECT repeat('äbcdefghij klmn ', 4000000) AS line"
+cat >"$scratch/no_memory.sql" <<'SQL'
+SELECT trovex_count('warm', 'w') AS warm, pg_backend_pid() AS pid \gset
+\setenv PID :pid
+\! prlimit --pid $PID --as=$(($(awk '/^VmSize/ { print $2 * 1024 }' /proc/$PID/status) + $ROOM * 1000000))
+SELECT line @~ '[Ä]bc &20 Haus' FROM large_text;
+SELECT length(trovex_highlight(line, 'klm')) FROM large_text;
+SELECT trovex_count('Haus', 'Haus');
+SQL
+is "memory that runs out is an error" "ERROR: out of memory ERROR: out of memory 1" \
+  "$(ROOM=120 as_owner env PATH="$PATH" psql -X -q -At -f "$scratch/no_memory.sql" 2>&1 | grep -v DETAIL | sed 's/^psql:[^ ]* //' | xargs)"
+is "and can be had in the library" "DETAIL: Failed on a search in 68000000 bytes." \
+  "$(ROOM=120 as_owner env PATH="$PATH" psql -X -q -At -f "$scratch/no_memory.sql" 2>&1 | grep 'on a search' | xargs)"
+sql -c 'DROP TABLE large_text'
 
 # Memory does not grow: with many queries one after the other, with errors, with many rows and items.
 is "memory does not grow" t "$(sql <<'SQL'

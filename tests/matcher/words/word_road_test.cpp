@@ -1,0 +1,179 @@
+// Lists of words on the whole road of a search: those of both doors against the most trivial matcher, and
+// against the engine alone.
+
+#include "matcher/matcher.h"
+#include "matcher/pattern_search.h"
+#include "tests/dice.h"
+#include "tests/heap_text.h"
+#include "tests/matcher/tree_matcher.h"
+#include "tests/matcher/words/plain_words.h"
+#include "tests/visible.h"
+#include "text/code_page.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace trovex {
+
+static bool operator==(const MatchRange& a, const MatchRange& b) {
+  return a.start == b.start && a.end == b.end;
+}
+
+namespace {
+
+using testing::Dice;
+using testing::ExactBytes;
+using testing::HeapText;
+using testing::RandomWords;
+using testing::TextOfWords;
+using testing::TreeMatcher;
+using testing::Visible;
+
+using Ranges = std::vector<ByteRange>;
+
+/// A pattern that is a list of nine words or more, in one of the ways to write one.
+std::string RandomList(Dice& dice, const std::vector<std::string>& words) {
+  std::string pattern;
+  for (const std::string& word : words) {
+    if (!pattern.empty()) pattern += '|';
+    const bool isBracket = dice.OneIn(8);
+    if (isBracket) pattern += '(';
+    pattern += word;
+    if (isBracket) pattern += ')';
+    if (dice.OneIn(8)) pattern += "(a|b)?";
+  }
+  if (dice.OneIn(5)) return "\\<(" + pattern + ")\\>";
+  if (dice.OneIn(8)) return "^(" + pattern + ")";
+  if (dice.OneIn(8)) return "(" + pattern + ")\\B";
+  return pattern;
+}
+
+std::shared_ptr<const PatternProgram> Compile(SyntaxTree tree, const ProgramOptions& options) {
+  auto result = PatternProgram::Compile(std::move(tree), options);
+  EXPECT_TRUE(std::holds_alternative<std::shared_ptr<const PatternProgram>>(result));
+  return std::get<std::shared_ptr<const PatternProgram>>(result);
+}
+
+Ranges AllMatches(const PatternProgram& program, std::string_view text) {
+  const ExactBytes bytes(text);
+  PatternSearch search(program);
+  search.Begin(bytes.View());
+  Ranges matches;
+  ByteRange match;
+  SearchOutcome outcome = SearchOutcome::kFound;
+  while ((outcome = search.Next(match)) == SearchOutcome::kFound)
+    matches.push_back(match);
+  EXPECT_EQ(outcome, SearchOutcome::kNotFound);
+  return matches;
+}
+
+TEST(WordRoad, FindsWhatTheTrivialMatcherFinds) {
+  for (std::uint32_t seed = 0; seed < 600; ++seed) {
+    Dice dice(seed);
+    const std::string_view alphabet = dice.OneIn(2) ? "ab" : "abcx";
+    const auto words = RandomWords(dice, alphabet, dice.Between(9, 20), dice.Between(1, 4), 9);
+    const std::string pattern = RandomList(dice, words);
+    const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), nullptr);
+    ProgramOptions options;
+    options.wholeWords = dice.OneIn(3);
+    options.wordBytes = CodePageWords();
+    const auto program = Compile(tree, options);
+    TreeMatcher reference(tree, options);
+    for (int round = 0; round < 3; ++round) {
+      const std::string text =
+          TextOfWords(dice, words, dice.OneIn(2) ? "ab \n-" : "abcx\n", dice.Between(0, 120));
+      ASSERT_EQ(AllMatches(*program, text), reference.AllMatches(text))
+          << "seed " << seed << " pattern " << pattern << " text " << Visible(text);
+    }
+  }
+}
+
+std::vector<MatchRange> AllMatches(CompiledPattern& pattern, const SearchConditions& conditions,
+                                   const std::string& text, char behind) {
+  std::vector<MatchRange> matches;
+  HeapText heap(text, behind);
+  int from = 0;
+  while (from < heap.Length()) {
+    const MatchResult result =
+        ExecuteMatcher(pattern, conditions, heap.Data() + from, heap.Length() - from, 0);
+    if (result.outcome != SearchOutcome::kFound) break;
+    matches.push_back({from + result.range.start, from + result.range.end});
+    from += std::max(result.range.end, result.range.start + 1);
+  }
+  return matches;
+}
+
+TEST(WordRoad, FindsWhatTheEngineFinds) {
+  for (std::uint32_t seed = 0; seed < 500; ++seed) {
+    Dice dice(seed);
+    const std::string_view alphabet = dice.OneIn(2) ? "ab" : "aBcX\xE4\xC4";
+    const auto words = RandomWords(dice, alphabet, dice.Between(9, 14), dice.Between(1, 4), 9);
+    std::string pattern;
+    for (const std::string& word : words) {
+      if (!pattern.empty()) pattern += '|';
+      pattern += word;
+    }
+    PatternOptions options;
+    options.foldCase = dice.OneIn(2);
+    options.matchWords = dice.OneIn(2);
+    const CompileResult compiled = CompileMatcher(pattern, options);
+    ASSERT_TRUE(compiled.pattern->searchable) << pattern;
+    SearchConditions conditions;
+    conditions.matchWords = options.matchWords;
+    SearchConditions engineOnly = conditions;
+    engineOnly.engineOnly = true;
+    const std::string text =
+        TextOfWords(dice, words, dice.OneIn(2) ? "ab \n-" : "abcx\n", dice.Between(1, 80));
+    const char behind = dice.Byte("a \n");
+    ASSERT_EQ(AllMatches(*compiled.pattern, conditions, text, behind),
+              AllMatches(*compiled.pattern, engineOnly, text, behind))
+        << "seed " << seed << " pattern " << Visible(pattern) << " text " << Visible(text)
+        << " behind " << behind << (options.matchWords ? " words" : "")
+        << (options.foldCase ? " folded" : "");
+  }
+}
+
+/// `count` words of a and one b each, from `shortest` bytes on.
+std::string NearlyRepeated(std::size_t shortest, std::size_t count) {
+  std::string pattern;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!pattern.empty()) pattern += '|';
+    pattern.append(shortest + i, 'a');
+    pattern += 'b';
+  }
+  return pattern;
+}
+
+TEST(WordRoad, LongWordsThatNearlyMatchEverywhereAreFound) {
+  ProgramOptions options;
+  const std::string pattern = NearlyRepeated(2000, 12);
+  const auto program = Compile(ParsePattern(pattern.data(), pattern.size(), nullptr), options);
+  std::string text(400'000, 'a');
+  EXPECT_EQ(AllMatches(*program, text).size(), 0U);
+  text += 'b';
+  const Ranges matches = AllMatches(*program, text);
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches[0].begin, 400'000U - 2011U);
+  EXPECT_EQ(matches[0].end, 400'001U);
+}
+
+TEST(WordRoad, WordsOfOneByteFromOneToManyAreFoundInATextOfThatByte) {
+  std::string pattern;
+  for (std::size_t length = 1; length <= 50; ++length) {
+    if (!pattern.empty()) pattern += '|';
+    pattern.append(length, 'a');
+  }
+  ProgramOptions options;
+  const auto program = Compile(ParsePattern(pattern.data(), pattern.size(), nullptr), options);
+  const Ranges matches = AllMatches(*program, std::string(100'020, 'a'));
+  ASSERT_EQ(matches.size(), 2001U);
+  EXPECT_EQ(matches[1999], (ByteRange{99'950, 100'000}));
+  EXPECT_EQ(matches[2000], (ByteRange{100'000, 100'020}));
+}
+
+}  // namespace
+}  // namespace trovex

@@ -1,0 +1,177 @@
+// The search for a list's words against the most trivial one.
+
+#include "matcher/words/word_scan.h"
+
+#include "tests/dice.h"
+#include "tests/matcher/words/plain_words.h"
+#include "tests/visible.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace trovex {
+namespace {
+
+using testing::AllWords;
+using testing::AsciiFold;
+using testing::Dice;
+using testing::ExactBytes;
+using testing::RandomWords;
+using testing::TextOfWords;
+using testing::Visible;
+
+using Ranges = std::vector<ByteRange>;
+
+std::string Joined(const std::vector<std::string>& words) {
+  std::string pattern;
+  for (const std::string& word : words) {
+    if (!pattern.empty()) pattern += '|';
+    pattern += word;
+  }
+  return pattern;
+}
+
+ByteMap UpperCase() {
+  ByteMap upper = kSameBytes;
+  for (unsigned c = 'a'; c <= 'z'; ++c)
+    upper[c] = static_cast<unsigned char>(c - 'a' + 'A');
+  return upper;
+}
+
+std::optional<WordScan> ScanFor(const std::string& pattern, bool folds) {
+  CompileBudget budget;
+  const ByteMap upper = UpperCase();
+  const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), folds ? &upper : nullptr);
+  const auto list = ReadWordList(tree, budget);
+  return list ? WordScan::Make(*list, budget) : std::nullopt;
+}
+
+/// All words of `text`, from `places`, which may have found others before.
+template <typename CanEnd>
+Ranges Find(const WordScan& scan, WordPlaces& places, const std::string& text,
+            const CanEnd& canEnd) {
+  const ExactBytes bytes(text);
+  const unsigned char* const begin = bytes.View().data();
+  const unsigned char* const end = begin + text.size();
+  const auto offset = [&](const unsigned char* place) {
+    return static_cast<std::size_t>(place - begin);
+  };
+  Ranges found;
+  std::int64_t work = 0;
+  places.Forget();
+  for (const unsigned char* place = begin; (place = places.Next(place, end)) != nullptr;) {
+    const std::size_t length = scan.LongestAt(
+        place, end, [&](const unsigned char* at) { return canEnd(offset(at)); }, work);
+    if (length > 0) found.push_back({offset(place), offset(place) + length});
+    place += length > 0 ? length : 1;
+  }
+  return found;
+}
+
+void Compare(const std::vector<std::string>& words, const std::vector<std::string>& texts,
+             bool folds, std::uint32_t seed) {
+  const auto scan = ScanFor(Joined(words), folds);
+  ASSERT_TRUE(scan.has_value()) << Visible(Joined(words));
+  WordPlaces places(*scan);
+  const ByteMap fold = folds ? AsciiFold() : kSameBytes;
+  for (const std::string& text : texts) {
+    const auto anywhere = [](std::size_t) { return true; };
+    ASSERT_EQ(Find(*scan, places, text, anywhere),
+              AllWords(words, text, fold, [](std::size_t, std::size_t) { return true; }))
+        << "seed " << seed << " words " << Visible(Joined(words)) << " text " << Visible(text);
+    const auto atEven = [](std::size_t end) { return end % 2 == 0; };
+    ASSERT_EQ(
+        Find(*scan, places, text, atEven),
+        AllWords(words, text, fold, [&](std::size_t, std::size_t end) { return atEven(end); }))
+        << "seed " << seed << " words " << Visible(Joined(words)) << " text " << Visible(text);
+  }
+}
+
+std::vector<std::string> AllTexts(std::string_view alphabet, std::size_t longest) {
+  std::vector<std::string> texts = {""};
+  for (std::size_t i = 0; i < texts.size() && texts[i].size() < longest; ++i) {
+    const std::string text = texts[i];
+    for (const char c : alphabet)
+      texts.push_back(text + c);
+  }
+  return texts;
+}
+
+TEST(WordScan, EveryListOfShortWordsInEveryShortText) {
+  const std::vector<std::string> texts = AllTexts("ab", 7);
+  std::vector<std::string> words = AllTexts("ab", 3);
+  words.erase(words.begin());
+  for (std::uint32_t chosen = 1; chosen < 1U << words.size(); ++chosen) {
+    std::vector<std::string> list;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+      if ((chosen >> i & 1) != 0) list.push_back(words[i]);
+    }
+    if (chosen % 16 != 1 && chosen > 4096) continue;
+    Compare(list, texts, false, chosen);
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST(WordScan, RandomListsInRandomTexts) {
+  constexpr std::string_view kAlphabets[] = {"ab",
+                                             "abc",
+                                             "abcdefgh",
+                                             "aAbBcC",
+                                             "abcdefghijklmnopqrstuvwxyz",
+                                             "a\xE4\xC4\xDF\xFF"
+                                             "b"};
+  for (std::uint32_t seed = 0; seed < 1500; ++seed) {
+    Dice dice(seed);
+    const std::string_view alphabet = kAlphabets[seed % std::size(kAlphabets)];
+    const int shortest = dice.Between(1, dice.OneIn(2) ? 12 : 3);
+    const int longest = shortest + dice.Between(0, 14);
+    const int count = dice.OneIn(20) ? 600 : dice.Between(1, 30);
+    const auto words = RandomWords(dice, alphabet, count, shortest, longest);
+    const int size = dice.OneIn(40) ? 9000 : dice.Between(0, 500);
+    Compare(words, {TextOfWords(dice, words, alphabet, size), dice.Bytes(alphabet, 40)},
+            dice.OneIn(2), seed);
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST(WordScan, WordsAtEveryDistanceFromTheEndsOfWhatIsScannedAtOnce) {
+  const std::vector<std::string> words = {"Regenbogen", "Regen", "Bogenhaus", "Birnbaum",
+                                          "Baumhaus"};
+  const auto scan = ScanFor(Joined(words), false);
+  ASSERT_TRUE(scan.has_value());
+  WordPlaces places(*scan);
+  const auto anywhere = [](std::size_t) { return true; };
+  for (std::size_t before = 0; before < 1300; ++before) {
+    for (const std::string& word : words) {
+      const std::string text = std::string(before, '.') + word;
+      ASSERT_EQ(Find(*scan, places, text, anywhere), (Ranges{{before, text.size()}})) << before;
+    }
+  }
+  for (std::size_t before = 12'000; before < 13'000; before += 7) {
+    const std::string text = std::string(before, '.') + words[0] + std::string(before, '.');
+    ASSERT_EQ(Find(*scan, places, text, anywhere), (Ranges{{before, before + 10}})) << before;
+  }
+}
+
+TEST(WordScan, PlacesThatWereFoundStayWhenTheSearchGoesOn) {
+  const auto scan = ScanFor("abcd|bcde", false);
+  ASSERT_TRUE(scan.has_value());
+  WordPlaces places(*scan);
+  const ExactBytes bytes("xabcdexx");
+  const unsigned char* const begin = bytes.View().data();
+  const unsigned char* const end = begin + bytes.View().size();
+  EXPECT_EQ(places.Next(begin, end), begin + 1);
+  EXPECT_EQ(places.Next(begin + 2, end), begin + 2);
+  EXPECT_EQ(places.Next(begin + 3, end), nullptr);
+  EXPECT_EQ(places.Next(begin, end), begin + 1);
+}
+
+TEST(WordScan, ClassesOfManyBytesAreRefused) {
+  EXPECT_FALSE(ScanFor("[0-9][0-9][0-9]a", false).has_value());
+  EXPECT_TRUE(ScanFor("[0-9]abc", false).has_value());
+}
+
+}  // namespace
+}  // namespace trovex
