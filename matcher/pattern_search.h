@@ -56,6 +56,7 @@ class PatternSearch {
  private:
   SearchOutcome NextLocated(ByteRange& match);
   SearchOutcome NextWithReferences(ByteRange& match);
+  std::size_t LineEnd(std::size_t place) const;
   void GoOnBehind(const ByteRange& match);
 
   const PatternProgram& program_;
