@@ -28,6 +28,9 @@ struct MatcherState {
   /// What the compiles of one expression share; null where a pattern is compiled alone.
   CompileBudget* expressionBudget = nullptr;
 
+  /// What the search of a text by a tree may take together; null where no tree is searched.
+  WorkCredit* textCredit = nullptr;
+
   /// The latest error that was reported through `SetCompileError`; every compile begins without one.
   MessageNumber pendingError = MessageNumber::kNone;
 };
@@ -35,16 +38,22 @@ struct MatcherState {
 /// The module's one matcher.
 MatcherState& Matcher();
 
-/// Lets the patterns that are compiled while the object lives share one budget.
+/// Lets the patterns that are compiled while the object lives share one budget. Inside of another one it
+/// changes nothing: whoever compiles a part of a tree joins the whole.
 class SharedCompileBudget {
  public:
-  SharedCompileBudget() { Matcher().expressionBudget = &budget_; }
-  ~SharedCompileBudget() { Matcher().expressionBudget = nullptr; }
+  SharedCompileBudget() : isOutermost_(Matcher().expressionBudget == nullptr) {
+    if (isOutermost_) Matcher().expressionBudget = &budget_;
+  }
+  ~SharedCompileBudget() {
+    if (isOutermost_) Matcher().expressionBudget = nullptr;
+  }
   SharedCompileBudget(const SharedCompileBudget&) = delete;
   SharedCompileBudget& operator=(const SharedCompileBudget&) = delete;
 
  private:
   CompileBudget budget_;
+  const bool isOutermost_;
 };
 
 /// The error hook: records `error` as the pending compile error, in place of any earlier one.

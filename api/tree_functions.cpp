@@ -6,9 +6,12 @@
 #include "expr/and_chain.h"
 #include "expr/expression_parser.h"
 #include "expr/item_blocks.h"
+#include "expr/text_credit.h"
 
 #include <trovex/functions.h>
 #include <trovex/search_tree.h>
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -64,6 +67,7 @@ const char* CUnarySearchTreeItem::OptimizeAndCompile(int* cost) {
     *cost = 0;
     return LoadMessageText(MessageNumber::kEmptySubexpression);
   }
+  const trovex::SharedCompileBudget budget;
   const char* error = child_->OptimizeAndCompile(cost);
   *cost += 1;
   return error;
@@ -120,6 +124,7 @@ const char* CompileOperands(CBinarySearchTreeItem* root, int* cost) {
 const char* CBinarySearchTreeItem::OptimizeAndCompile(int* cost) {
   if (cost == nullptr) return LoadMessageText(MessageNumber::kEmptySubexpression);
   *cost = 0;
+  const trovex::SharedCompileBudget budget;
   try {
     return CompileOperands(this, cost);
   } catch (const std::bad_alloc&) {
@@ -136,7 +141,21 @@ const char* CSubExpression::OptimizeAndCompile(int* cost) {
                               MatchWords(), &environmentNumber_);
 }
 
-// ---- Searching a leaf ----
+// ---- Searching ----
+
+namespace trovex {
+
+TextCredit::TextCredit(int length) : credit_(Matcher().textCredit) {
+  if (credit_ != nullptr) return;
+  credit_ = &own_.emplace(static_cast<std::size_t>(std::max(length, 0)));
+  Matcher().textCredit = credit_;
+}
+
+TextCredit::~TextCredit() {
+  if (own_) Matcher().textCredit = nullptr;
+}
+
+}  // namespace trovex
 
 namespace {
 
@@ -188,7 +207,8 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
 
     trovex::ItemMaker items;
-    trovex::TextNotes notes;
+    trovex::TextCredit credit(length);
+    trovex::TextNotes notes(&credit.Credit());
     for (int place = 0; place < length;) {
       trovex::MatchRange match{};
       if (!FindFirst(options_, text + place, length - place, group, match, notes)) {

@@ -8,15 +8,21 @@
 // operand, until one of them decides the rest or the chain ends. The second comes back up and combines
 // what was found. Where it has to do no more than unite matches, in "a & b & c", it keeps the operands'
 // results side by side and unites them at last, pair by pair: to copy everything for every operand
-// would take the square of their number.
+// would take the square of their number. Long chains with distances have a way of their own, for the same
+// reason (near_items.h).
 //
 // Every result here has one owner at a time; what is not returned is deleted on the way out.
 
 #include "expr/and_chain.h"
+#include "expr/near_items.h"
+#include "expr/text_credit.h"
+#include "matcher/limits.h"
 
 #include <trovex/search_tree.h>
+#include <cstdint>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -46,29 +52,70 @@ Result Merged(const Result& first, const Result& second, int nearBy) {
 }
 
 /// What was found right of some place of a chain: one operand's result, or the union of several, which
-/// is made when it is asked for.
+/// is made when it is asked for; or, after some ANDs with distances, items by their places.
 ///
 /// The parts of a union are positive. Which of them are united first makes no difference, as long as no
 /// part passes another: among equal starts the rightmost operand comes first. (That holds for items in
 /// any order: one that starts before those in front of it goes along with them.)
 class Found {
  public:
-  explicit Found(Result result) { parts_.push_back(std::move(result)); }
+  Found(Result result, trovex::WorkCredit& credit) : credit_(credit) {
+    parts_.push_back(std::move(result));
+  }
 
-  bool IsNegative() const { return parts_.size() == 1 && ::IsNegative(parts_[0]); }
-  bool HasItems() const { return parts_.size() > 1 || ::HasItems(parts_[0]); }
+  bool IsNegative() const {
+    return near_ ? nearIsNegative_ : parts_.size() == 1 && ::IsNegative(parts_[0]);
+  }
+  bool HasItems() const {
+    return near_ ? near_->HasItems() : parts_.size() > 1 || ::HasItems(parts_[0]);
+  }
 
   /// Unites what was found with `left`, the result of the operand on its left; both have items and are
   /// positive.
-  void UniteWith(Result left) { parts_.push_back(std::move(left)); }
+  void UniteWith(Result left) {
+    if (near_ && trovex::NearItems::CanTake(*left)) {
+      near_->Unite(std::move(left));
+      return;
+    }
+    if (near_) static_cast<void>(Made());
+    parts_.push_back(std::move(left));
+  }
+
+  /// Combines what was found with `left` by their distance.
+  void CombineNear(Result left, int nearBy) {
+    constexpr std::int64_t kUnitsOfMerge = 20;
+    const std::int64_t looked = left->GetSize() + (near_ ? 0 : Made()->GetSize());
+    if (!credit_.Spend(looked * kUnitsOfMerge)) {
+      Replace(Emptied(std::move(left)));
+    } else if (++distances_ <= kFewDistances || !HasPlaces() ||
+               !trovex::NearItems::CanTake(*left)) {
+      Replace(Merged(left, Made(), nearBy));
+    } else if (nearIsNegative_ == ::IsNegative(left)) {
+      near_->KeepNear(std::move(left), nearBy);
+      if (!credit_.Spend(near_->Looked() * kUnitsOfMerge)) {
+        Replace(std::make_unique<CFoundItemArray>());
+      }
+    } else if (near_->IsNear(*left, nearBy)) {
+      Replace(std::make_unique<CFoundItemArray>());
+    } else if (std::exchange(nearIsNegative_, false)) {
+      left->SetNegative(0);
+      Replace(std::move(left));
+    }
+  }
 
   void Replace(Result result) {
+    near_.reset();
     parts_.clear();
     parts_.push_back(std::move(result));
   }
 
   /// What was found, as one result, which stays here.
   const Result& Made() {
+    if (near_) {
+      Result taken = near_->Take();
+      taken->SetNegative(nearIsNegative_ ? 1 : 0);
+      Replace(std::move(taken));
+    }
     while (parts_.size() > 1) {
       std::size_t made = 0;
       for (std::size_t i = 0; i < parts_.size(); i += 2, ++made) {
@@ -88,8 +135,26 @@ class Found {
 
  private:
   static constexpr int kAnywhere = -1;
+  /// So many ANDs with distances are combined array by array: that is faster where little piles up.
+  static constexpr int kFewDistances = 8;
 
-  std::vector<Result> parts_;  // from right to left, never empty
+  /// Whether what was found stands by its places, or can be put there.
+  bool HasPlaces() {
+    if (near_) return true;
+    const Result& made = Made();
+    if (!trovex::NearItems::CanTake(*made)) return false;
+    nearIsNegative_ = ::IsNegative(made);
+    near_.emplace();
+    near_->Unite(std::move(parts_[0]));
+    parts_.clear();
+    return true;
+  }
+
+  trovex::WorkCredit& credit_;
+  std::vector<Result> parts_;  // from right to left; empty only with `near_`
+  std::optional<trovex::NearItems> near_;
+  bool nearIsNegative_ = false;
+  int distances_ = 0;
 };
 
 /// An AND whose left operand was searched.
@@ -111,7 +176,7 @@ struct OpenAnd {
     } else if (!found.IsNegative() && !found.HasItems()) {
       // Nothing on the right: nothing.
     } else if (!anywhere) {
-      found.Replace(Merged(left, found.Made(), node->GetNearBy()));
+      found.CombineNear(std::move(left), node->GetNearBy());
     } else if (found.IsNegative() && !IsNegative(left)) {
       // What a negative operand excludes occurs nowhere: it is empty by now.
       found.Replace(std::move(left));
@@ -126,9 +191,21 @@ void MarkTag(CFoundItemArray* result, int tagNr, int ownTagNr) {
   if (result != nullptr && tagNr >= 1 && tagNr == ownTagNr) result->SetTagMatched(1);
 }
 
+/// Whether ANDs stand so deep in left operands below `first` as they never do in a tree that was compiled:
+/// that puts the smaller operand on the left, and a search calls itself there.
+bool IsTooDeep(CAndOperator* first) {
+  int depth = 0;
+  for (CAndOperator* node = first; node != nullptr && depth <= trovex::kMaxExpressionNesting;
+       ++depth)
+    node = trovex::AsPlainAnd(node->GetLeftChild());
+  return depth > trovex::kMaxExpressionNesting;
+}
+
 /// Evaluates `first` and the ANDs that it is chained to by their right operands, up to the marking of
 /// the tag of `first`. Null when an operand is missing or has no result.
 Result SearchChain(CAndOperator* first, const char* text, int length, int tagNr) {
+  if (IsTooDeep(first)) return nullptr;
+  trovex::TextCredit credit(length);
   std::vector<OpenAnd> open;
   Result last;
   for (CAndOperator* node = first;;) {
@@ -149,7 +226,8 @@ Result SearchChain(CAndOperator* first, const char* text, int length, int tagNr)
   }
   if (last == nullptr) return nullptr;
 
-  Found found(std::move(last));
+  Found found(std::move(last), credit.Credit());
+  credit.Credit().BeginLine(0);
   for (; !open.empty(); open.pop_back()) {
     open.back().CombineInto(found);
     CAndOperator* const node = open.back().node;
@@ -167,6 +245,7 @@ CNotOperator::~CNotOperator() = default;
 
 CFoundItemArray* CNotOperator::Search(const char* text, int length, int tagNr) {
   if (GetChild() == nullptr) return nullptr;
+  const trovex::TextCredit credit(length);
   CFoundItemArray* result = GetChild()->Search(text, length, tagNr);
   if (result == nullptr) return nullptr;
   result->Negate();

@@ -4,7 +4,9 @@
 #include "expr/and_chain.h"
 
 #include <trovex/search_tree.h>
+#include <new>
 #include <utility>
+#include <vector>
 
 CSearchTreeItem::CSearchTreeItem() = default;
 CSearchTreeItem::CSearchTreeItem(const CSearchTreeItem& other) = default;
@@ -89,15 +91,35 @@ int CBinarySearchTreeItem::IsEmpty() {
   return leftChild_ == nullptr || rightChild_ == nullptr ? 1 : 0;
 }
 
-void CBinarySearchTreeItem::SetSearchOptions(unsigned long options) {
-  for (CBinarySearchTreeItem* node = this;;) {
-    if (node->leftChild_ != nullptr) node->leftChild_->SetSearchOptions(options);
-    CAndOperator* const chained = trovex::AsPlainAnd(node->rightChild_);
-    if (chained == nullptr) {
-      if (node->rightChild_ != nullptr) node->rightChild_->SetSearchOptions(options);
-      return;
+namespace {
+
+/// Hands `options` to the operands below `root`, from left to right. The ANDs on the way down to the leftmost
+/// operand wait for their turn in a list, however many of them a host has put there.
+void SetInTurn(CBinarySearchTreeItem& root, unsigned long options) {
+  std::vector<CBinarySearchTreeItem*> waiting = {&root};
+  CSearchTreeItem* next = root.GetLeftChild();
+  for (;;) {
+    if (CAndOperator* const both = trovex::AsPlainAnd(next)) {
+      waiting.push_back(both);
+      next = both->GetLeftChild();
+      continue;
     }
-    node = chained;
+    if (next != nullptr) next->SetSearchOptions(options);
+    if (waiting.empty()) return;
+    next = waiting.back()->GetRightChild();
+    waiting.pop_back();
+  }
+}
+
+}  // namespace
+
+void CBinarySearchTreeItem::SetSearchOptions(unsigned long options) {
+  try {
+    SetInTurn(*this, options);
+  } catch (const std::bad_alloc&) {
+    // Without memory for the list, each operand sees to its own.
+    if (leftChild_ != nullptr) leftChild_->SetSearchOptions(options);
+    if (rightChild_ != nullptr) rightChild_->SetSearchOptions(options);
   }
 }
 

@@ -124,6 +124,10 @@ inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
 inline constexpr std::size_t kMaxGroupNodes = 200'000;
 inline constexpr std::size_t kMaxGroupEntries = 8'000'000;
 
+/// Groups of matches that lie one inside the other: what is kept of a line that is read for them, in numbers
+/// of 4 bytes.
+inline constexpr std::size_t kMaxLineEnds = 8'000'000;
+
 }  // namespace trovex
 
 #endif  // TROVEX_MATCHER_LIMITS_H

@@ -58,6 +58,8 @@ struct CompiledPattern {
   /// in place of the engine; otherwise null.
   std::unique_ptr<const ReferenceSearch> references;
   std::unique_ptr<ReferenceRun> referenceRun;
+  /// Tells the groups of matches that lie one inside the other. Made when it is first needed.
+  std::unique_ptr<LineGroups> lineGroups;
   /// How far the automaton reads the pattern as the locator does. A line with a located match passes the
   /// automaton where both read it alike, and only otherwise has to be tried.
   Reading automatonReading = Reading::kDifferent;

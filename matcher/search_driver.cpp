@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace trovex {
 
@@ -229,9 +230,6 @@ struct LocatedMatch {
 LocatedMatch Locate(Search& search, const char* scan) {
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
   MatchLocator& locator = *search.pattern.locator;
-  if (search.notes.IsFirstSearch(&locator)) {
-    locator.Begin(bytes(search.text), static_cast<std::size_t>(search.limit - search.text));
-  }
   MatchLocator::Request request = {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
   if (locator.Words()) request.behind = *bytes(search.limit);
@@ -274,11 +272,66 @@ bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
   return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
 }
 
+/// What is found out about a text on the way holds for all its searches, and for no other text.
+void BeginText(const Search& search) {
+  MatchLocator& locator = *search.pattern.locator;
+  if (!search.notes.IsFirstSearch(&locator)) return;
+  locator.Begin(reinterpret_cast<const unsigned char*>(search.text),
+                static_cast<std::size_t>(search.limit - search.text), search.credit.Left());
+  if (search.pattern.lineGroups != nullptr) search.pattern.lineGroups->Forget();
+}
+
+/// Reads the line of `match` for the group that is wanted, where its matches lie one inside the other and
+/// were read again too often.
+void ReadLineAtOnce(const Search& search, const LocatedMatch& match) {
+  CompiledPattern& pattern = search.pattern;
+  if (!pattern.standsAlone || search.conditions.matchWords) return;
+  if (pattern.automatonReading != Reading::kAlike) return;
+  const char* const lineEnd = search.notes.LineEnd(match.start, search.limit);
+  if (!search.notes.ReadsAgain(match.start, match.end, lineEnd)) return;
+  if (pattern.lineGroups == nullptr) pattern.lineGroups = pattern.regex.MakeLineGroups();
+  if (pattern.lineGroups == nullptr) return;
+  search.BeginLine({match.start, lineEnd});
+  pattern.lineGroups->Prepare(match.start, lineEnd, search.group, search.credit);
+}
+
+/// Whether the line of `place` was read at once for the group that is wanted.
+bool IsOnReadLine(const Search& search, const char* place) {
+  const LineGroups* const lineGroups = search.pattern.lineGroups.get();
+  return search.WantsGroup() && lineGroups != nullptr && lineGroups->Covers(place, search.group);
+}
+
+/// Finds the group of the first match from `place` on, on a line that was read at once.
+bool FindOnReadLine(Search& search, const char* place) {
+  LineGroups& lineGroups = *search.pattern.lineGroups;
+  search.BeginLine({place, lineGroups.LineEnd()});
+  const LineGroups::Match match = lineGroups.Find(place, search.credit);
+  if (match.start == nullptr) return false;
+  search.IsFound(match.outcome, match.start);
+  search.Found(match.group.start >= 0
+                   ? search.RangeOf(match.start, match.group.start, match.group.end)
+                   : search.RangeOf(LineStart(match.start, search.text), -1, -1));
+  return true;
+}
+
+/// What the locator has taken on this text is spent from the credit that others share.
+void SpendWork(const Search& search) {
+  search.credit.BeginLine(0);
+  static_cast<void>(search.credit.Spend(search.pattern.locator->Work()));
+}
+
 /// Locates the match without the engine.
 void FindByLocator(Search& search) {
-  for (const char* scan = search.text;;) {
+  BeginText(search);
+  const char* scan = search.text;
+  if (IsOnReadLine(search, scan)) {
+    if (FindOnReadLine(search, scan)) return;
+    scan = search.pattern.lineGroups->LineEnd() + 1;
+    if (scan > search.limit) return;
+  }
+  for (;;) {
     const LocatedMatch match = Locate(search, scan);
-    if (match.start == nullptr) return;
+    if (match.start == nullptr) return SpendWork(search);
     if (!CertainlyPasses(search, match)) {
       const char* const line = LineStart(match.start, scan);
       const char* const place = NextPlace(search, line, search.limit);
@@ -286,6 +339,8 @@ void FindByLocator(Search& search) {
       scan = LineStart(place, line);
       if (scan != line) continue;  // a later line
     }
+    if (search.WantsGroup()) ReadLineAtOnce(search, match);
+    if (IsOnReadLine(search, match.start) && FindOnReadLine(search, match.start)) return;
     return search.Found(RangeIn(search, match));
   }
 }
@@ -333,13 +388,50 @@ void FindByEngine(Search& search, bool everyLine) {
   }
 }
 
+/// Texts of so many bytes are looked at before a search is set up.
+constexpr int kShortText = 256;
+
+bool CanLocate(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  return pattern.locator != nullptr && !conditions.matchLines &&
+         pattern.locator->Words() == conditions.matchWords;
+}
+
+/// Whether a keyword that is itself the match can be left to the locator, which keeps the places that were
+/// found beside the last match.
+bool CanLocateKeyword(const CompiledPattern& pattern) {
+  return pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words() &&
+         pattern.automatonReading == Reading::kAlike;
+}
+
+/// The first match of a short text, or that there is none, where a scan tells it.
+std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
+                                  const SearchConditions& conditions, const char* text, int length,
+                                  int group) {
+  if (!CanLocate(pattern, conditions)) return std::nullopt;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  LocatedRange match;
+  const LocatorProgram::Answer answer =
+      pattern.locatorProgram->LookAt(begin, begin + length, match);
+  if (answer == LocatorProgram::Answer::kNoMatch) return MatchResult{};
+  const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0 &&
+                       pattern.automatonReading == Reading::kAlike;
+  if (!isKnown) return std::nullopt;
+  MatchResult result;
+  result.outcome = SearchOutcome::kFound;
+  result.range = {static_cast<int>(match.start - begin), static_cast<int>(match.end - begin)};
+  return result;
+}
+
 }  // namespace
 
 MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
                            const char* text, int length, int group, TextNotes* notes) {
   if (!pattern.searchable || length <= 0) return {};
-  if (pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly) {
-    return FindKeyword(pattern, text, length);
+  const bool isKeyword = pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly;
+  if (isKeyword && !CanLocateKeyword(pattern)) return FindKeyword(pattern, text, length);
+  if (!conditions.engineOnly && length <= kShortText) {
+    if (const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, group))
+      return *result;
   }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
@@ -350,8 +442,7 @@ MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& con
                    std::max(group, 0),
                    allNotes,
                    allNotes.Credit(static_cast<std::size_t>(length))};
-  const bool located = pattern.locator != nullptr && !conditions.matchLines &&
-                       pattern.locator->Words() == conditions.matchWords;
+  const bool located = isKeyword || CanLocate(pattern, conditions);
   const bool isPlain = !conditions.matchWords && !conditions.matchLines && !conditions.engineOnly;
   if (located && !conditions.engineOnly) {
     FindByLocator(search);

@@ -29,16 +29,17 @@ class WorkCredit {
   /// Spends `units`; returns false if the line had not so many left. The work is then not to be done.
   bool Spend(std::int64_t units) {
     left_ -= units;
-    if (left_ >= reserve_) return true;
-    gaveUp_ = true;
-    return false;
+    return left_ >= reserve_;
   }
+
+  /// Whether the line has `units` left.
+  bool Affords(std::int64_t units) const { return left_ - units >= reserve_; }
 
   /// Whether the line has nothing left.
   bool IsSpent() const { return left_ < reserve_; }
 
-  /// Whether the search has given up on some line.
-  bool GaveUp() const { return gaveUp_; }
+  /// What is left, whatever the line.
+  std::int64_t Left() const { return left_; }
 
   /// What was spent so far.
   std::int64_t Spent() const { return granted_ - left_; }
@@ -47,7 +48,6 @@ class WorkCredit {
   std::int64_t left_;
   std::int64_t granted_;
   std::int64_t reserve_ = 0;
-  bool gaveUp_ = false;
 };
 
 }  // namespace trovex

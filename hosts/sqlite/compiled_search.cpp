@@ -10,7 +10,7 @@ namespace trovex::sqlite {
 namespace {
 
 constexpr std::size_t kMostEntries = 32;
-constexpr std::size_t kLongestTogether = 64 * 1024;
+constexpr std::size_t kLongestTogether = std::size_t{64} * 1024;
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 #include "hosts/sqlite/interrupt_watch.h"
 
+#include <utility>
+
 namespace trovex::sqlite {
 namespace {
 
@@ -23,11 +25,12 @@ void InterruptWatch::Attach(const CompiledSearch& search, std::size_t length,
 }
 
 bool InterruptWatch::Ask() {
+  if (!std::exchange(wasAsked_, true) || wasInterrupted_) return wasInterrupted_;
   const Clock::time_point now = Clock::now();
-  const bool isFirst = nextLook_ == Clock::time_point();
-  if (!isFirst && now < nextLook_) return wasInterrupted_;
+  if (now < nextLook_) return false;
+  const bool isFirstLook = nextLook_ == Clock::time_point();
   nextLook_ = now + kBetweenLooks;
-  if (!isFirst && RunSmallStatement()) wasInterrupted_ = true;
+  if (!isFirstLook) wasInterrupted_ = RunSmallStatement();
   return wasInterrupted_;
 }
 

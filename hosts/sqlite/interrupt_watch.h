@@ -22,12 +22,14 @@ namespace trovex::sqlite {
 class InterruptWatch {
  public:
   explicit InterruptWatch(sqlite3* connection) : connection_(connection) {}
-  ~InterruptWatch() { sqlite3_finalize(small_); }
+  ~InterruptWatch() {
+    if (small_ != nullptr) sqlite3_finalize(small_);
+  }
   InterruptWatch(const InterruptWatch&) = delete;
   InterruptWatch& operator=(const InterruptWatch&) = delete;
 
-  /// Has `options` ask this watch, if a search of a text of `length` bytes can be a long one. A pattern in
-  /// a short text never takes long, and is searched faster if nobody is asked.
+  /// Has `options` ask this watch, if there are questions in the search of a text of `length` bytes: a short
+  /// text is searched for a lone pattern in one piece, and faster if nobody is to be asked.
   void Attach(const CompiledSearch& search, std::size_t length, SearchOptions& options);
 
   bool WasInterrupted() const { return wasInterrupted_; }
@@ -40,6 +42,8 @@ class InterruptWatch {
 
   sqlite3* connection_;
   sqlite3_stmt* small_ = nullptr;
+  /// The first question comes when a search begins, and most are over before there is another.
+  bool wasAsked_ = false;
   Clock::time_point nextLook_;
   bool wasInterrupted_ = false;
 };

@@ -89,8 +89,10 @@ class Cursor : public sqlite3_vtab_cursor {
   /// SQLite's value is gone when the rows are asked for. Held only while there are rows.
   std::string text_;
   bool isBlob_ = false;
+  /// Those of the latest text, for which there is a searcher.
   std::string expression_;
-  std::optional<std::string> options_;
+  std::string options_;
+  bool hasOptions_ = false;
   /// At the begin of the item or before.
   CharacterCounter counter_;
 };
@@ -107,10 +109,10 @@ int Cursor::Filter(int plan, sqlite3_value** values) {
   // Anything else is compared by SQLite itself.
   if (tag != nullptr && sqlite3_value_type(tag) == SQLITE_INTEGER)
     onlyTag_ = sqlite3_value_int64(tag);
-  options_ = std::nullopt;
-  if (options != nullptr) options_ = BytesOf(options);
   isBlob_ = IsBlob(text);
-  const int status = Compile(BytesOf(expression), options_ ? *options_ : std::string_view());
+  hasOptions_ = options != nullptr;
+  const int status =
+      Compile(BytesOf(expression), hasOptions_ ? BytesOf(options) : std::string_view());
   return status == SQLITE_OK ? Search(BytesOf(text)) : status;
 }
 
@@ -123,15 +125,15 @@ void Cursor::Forget() {
 }
 
 int Cursor::Compile(std::string_view expression, std::string_view options) {
+  if (searcher_ && expression == expression_ && options == options_) return SQLITE_OK;
+  searcher_.reset();
   const SearchCache::Found found = Table().cache->Find(expression, options);
   if (const auto* const refusal = std::get_if<Refusal>(&found))
     return Table().Fail(refusal->sentence);
-  const auto& compiled = std::get<std::shared_ptr<CompiledSearch>>(found);
-  if (compiled == compiled_ && searcher_) return SQLITE_OK;
-  searcher_.reset();
+  compiled_ = std::get<std::shared_ptr<CompiledSearch>>(found);
   expression_ = expression;
-  searcher_.emplace(compiled->query);
-  compiled_ = compiled;
+  options_ = options;
+  searcher_.emplace(compiled_->query);
   return SQLITE_OK;
 }
 
@@ -217,8 +219,8 @@ void Cursor::Answer(sqlite3_context* context, int column) {
       AnswerBytes(context, text_);
       break;
     case kOptions:
-      if (options_) {
-        sqlite3_result_text64(context, options_->data(), options_->size(), SQLITE_TRANSIENT,
+      if (hasOptions_) {
+        sqlite3_result_text64(context, options_.data(), options_.size(), SQLITE_TRANSIENT,
                               SQLITE_UTF8);
       }
       break;

@@ -10,6 +10,7 @@
 
 #include "matcher/work_credit.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <optional>
@@ -19,13 +20,32 @@ namespace trovex {
 
 class TextNotes {
  public:
+  TextNotes() = default;
+  /// What the searches may spend is spent from `shared`, which others spend from too.
+  explicit TextNotes(WorkCredit* shared) : shared_(shared) {}
+
   /// Whether this is the first search of the text with `locator`.
   bool IsFirstSearch(const void* locator) { return std::exchange(locator_, locator) != locator; }
 
   /// What the searches may spend together; `bytes` remain of the text.
   WorkCredit& Credit(std::size_t bytes) {
+    if (shared_ != nullptr) return *shared_;
     if (!credit_) credit_.emplace(bytes);
     return *credit_;
+  }
+
+  /// Notes that a match from `start` to `end` was read, on a line that ends at `lineEnd`. Returns whether
+  /// so much of the line was read again that to read it once as a whole would have cost less.
+  bool ReadsAgain(const char* start, const char* end, const char* lineEnd) {
+    constexpr std::ptrdiff_t kLittle = 4'096;
+    if (lineEnd != matchLineEnd_) {
+      matchLineEnd_ = lineEnd;
+      readTo_ = start;
+      readAgain_ = 0;
+    }
+    if (start < readTo_) readAgain_ += std::min(readTo_, end) - start;
+    readTo_ = std::max(readTo_, end);
+    return readAgain_ > kLittle + 2 * (lineEnd - start);
   }
 
   /// The end of the line around `p` in a text that ends at `limit`.
@@ -39,10 +59,14 @@ class TextNotes {
   }
 
  private:
+  WorkCredit* shared_ = nullptr;
   std::optional<WorkCredit> credit_;
   const char* lineFrom_ = nullptr;  // a place in the line whose end is known
   const char* lineEnd_ = nullptr;
   const void* locator_ = nullptr;
+  const char* matchLineEnd_ = nullptr;  // of the line that matches were read on
+  const char* readTo_ = nullptr;        // how far
+  std::ptrdiff_t readAgain_ = 0;        // how many bytes of that more than once
 };
 
 }  // namespace trovex

@@ -2,7 +2,9 @@
 
 #include "matcher/engine/bounded_matcher.h"
 
+#include "matcher/engine/bracket_ranges.h"
 #include "matcher/engine/engine_graph.h"
+#include "matcher/engine/line_groups.h"
 
 #include <cstddef>
 #include <utility>
@@ -26,6 +28,18 @@ BoundedMatcher::~BoundedMatcher() = default;
 
 bool BoundedMatcher::HasGraph() const {
   return graph_ != nullptr && graph_->IsWhole();
+}
+
+std::unique_ptr<LineGroups> BoundedMatcher::MakeLineGroups() const {
+  return std::make_unique<LineGroups>(*this, *graph_);
+}
+
+/// A way passes `step` at `position`.
+void BoundedMatcher::PassBracket(const Step& step, int position, BracketRanges& ranges) const {
+  if (step.operation == Operation::kOpenGroup) ranges.Open(step.first, position);
+  if (step.operation == Operation::kCloseGroup) {
+    ranges.Close(step.first, position, IsOptional(step));
+  }
 }
 
 /// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.

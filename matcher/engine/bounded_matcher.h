@@ -35,7 +35,9 @@
 
 namespace trovex {
 
+class BracketRanges;
 class EngineGraph;
+class LineGroups;
 class WorkCredit;
 
 /// The text that a match must lie in.
@@ -94,6 +96,11 @@ class BoundedMatcher {
   SearchOutcome FindGroups(const BoundedText& text, GroupRange match,
                            std::vector<GroupRange>& ranges, WorkCredit& credit) const;
 
+  /// Whether `MakeLineGroups` may be asked.
+  bool CanReadLines() const { return HasGraph() && !hasAnchors_; }
+  /// What tells one group of the matches on a line, which are looked for from behind it. Uses this object.
+  std::unique_ptr<LineGroups> MakeLineGroups() const;
+
   bool HasReferences() const { return referenced_ != 0; }
   bool HasAnchors() const { return hasAnchors_; }
   bool CanBeEmpty() const { return canBeEmpty_; }
@@ -107,6 +114,7 @@ class BoundedMatcher {
   friend class EngineGraph;
   friend class GraphSearch;
   friend class GroupWalk;
+  friend class LineGroups;
 
   enum class Operation : unsigned char {
     kByte,           // first: the byte
@@ -150,6 +158,7 @@ class BoundedMatcher {
   const CharSet& SetOf(const Step& step) const {
     return tree_.sets[static_cast<std::size_t>(step.first)];
   }
+  void PassBracket(const Step& step, int position, BracketRanges& ranges) const;
   /// Whether the group that `close` closes is one that a repetition made optional.
   bool IsOptional(const Step& close) const { return At(close.second).second != 0; }
   unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }

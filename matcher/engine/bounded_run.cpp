@@ -1,6 +1,7 @@
 // Running the program of a pattern over a text.
 
 #include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/bracket_ranges.h"
 #include "matcher/engine/engine_graph.h"
 #include "matcher/engine/graph_search.h"
 #include "matcher/engine/group_walk.h"
@@ -264,25 +265,11 @@ class BoundedRun {
 
   /// The ranges of the match that was found from `start`.
   std::vector<GroupRange> Ranges(int start) const {
-    std::vector<GroupRange> ranges(static_cast<std::size_t>(matcher_.tree_.groupCount) + 1);
-    std::vector<GroupRange> accepted = ranges;
-    for (const Passage& passage : bestTrail_) {
-      const BoundedMatcher::Step& step = matcher_.At(passage.place);
-      GroupRange& range = ranges[static_cast<std::size_t>(step.first)];
-      if (step.operation == BoundedMatcher::Operation::kOpenGroup) {
-        range = {passage.position, -1};
-      } else if (range.start < passage.position) {
-        range.end = passage.position;
-        accepted = ranges;
-      } else if (matcher_.IsOptional(step) &&
-                 accepted[static_cast<std::size_t>(step.first)].start >= 0) {
-        ranges = accepted;  // an empty round that changes nothing
-      } else {
-        range.end = passage.position;
-      }
-    }
-    ranges[0] = {start, bestEnd_};
-    return ranges;
+    BracketRanges ranges(matcher_.tree_.groupCount);
+    for (const Passage& passage : bestTrail_)
+      matcher_.PassBracket(matcher_.At(passage.place), passage.position, ranges);
+    ranges.At(0) = {start, bestEnd_};
+    return ranges.All();
   }
 
  private:

@@ -1,5 +1,6 @@
 #include "matcher/engine/group_walk.h"
 
+#include "matcher/engine/bracket_ranges.h"
 #include "matcher/limits.h"
 
 #include <algorithm>
@@ -143,13 +144,12 @@ bool GroupWalk::IsNoted(Number node, const Layer& layer) const {
 // Walking.
 
 GroupWalk::Outcome GroupWalk::Walk(GroupRange match, std::vector<GroupRange>& ranges) {
-  ranges_.assign(static_cast<std::size_t>(matcher_.tree_.groupCount) + 1, {});
-  accepted_ = ranges_;
+  BracketRanges passedRanges(matcher_.tree_.groupCount);
   Number node = graph_.Start();
   int position = match.start;
   std::size_t sinceNew = 0;
   for (;;) {
-    PassBracket(StepOf(node), position);
+    matcher_.PassBracket(StepOf(node), position, passedRanges);
     if (position == match.end && node == lastNode_) break;
     if (graph_.At(node).nextCount > 0) {
       const std::size_t passedBefore = passed_.size();
@@ -164,8 +164,8 @@ GroupWalk::Outcome GroupWalk::Walk(GroupRange match, std::vector<GroupRange>& ra
     }
     if (node < 0) return Outcome::kDenied;
   }
-  ranges_[0] = match;
-  ranges = ranges_;
+  ranges = passedRanges.All();
+  ranges[0] = match;
   return Outcome::kTold;
 }
 
@@ -190,23 +190,6 @@ void GroupWalk::ForgetPassed() {
   for (const Number node : passed_)
     isPassed_[static_cast<std::size_t>(node)] = false;
   passed_.clear();
-}
-
-void GroupWalk::PassBracket(const BoundedMatcher::Step& step, int position) {
-  const bool opens = step.operation == Operation::kOpenGroup;
-  if (!opens && step.operation != Operation::kCloseGroup) return;
-  GroupRange& range = ranges_[static_cast<std::size_t>(step.first)];
-  if (opens) {
-    range = {position, -1};
-  } else if (range.start < position) {
-    range.end = position;
-    accepted_ = ranges_;
-  } else if (matcher_.IsOptional(step) &&
-             accepted_[static_cast<std::size_t>(step.first)].start >= 0) {
-    ranges_ = accepted_;  // an empty round that changes nothing
-  } else {
-    range.end = position;
-  }
 }
 
 }  // namespace trovex

@@ -69,7 +69,6 @@ class GroupWalk {
   Outcome Walk(GroupRange match, std::vector<GroupRange>& ranges);
   Number StepWithoutByte(Number node, int position);
   void ForgetPassed();
-  void PassBracket(const BoundedMatcher::Step& step, int position);
 
   static constexpr std::size_t kNoEntry = SIZE_MAX;
 
@@ -84,8 +83,6 @@ class GroupWalk {
       entryOf_;                 // by node: its latest entry, in the layer that was indexed last
   std::vector<bool> isPassed_;  // by node: whether the walk was there since the last byte
   std::vector<Number> passed_;  // the nodes for which it was
-  std::vector<GroupRange> ranges_;
-  std::vector<GroupRange> accepted_;  // as they were behind the last round that consumed something
   Number lastNode_ = -1;
   int start_ = 0;
 };

@@ -222,6 +222,11 @@ SearchOutcome RegularExpression::SearchWord(const WordRule& rule, int from, Grou
   return outcome;
 }
 
+std::unique_ptr<LineGroups> RegularExpression::MakeLineGroups() const {
+  if (hazards_.search || hazards_.groups || !Bounded().CanReadLines()) return nullptr;
+  return Bounded().MakeLineGroups();
+}
+
 SearchOutcome RegularExpression::FindGroups(const BoundedText& text, GroupRange match,
                                             MatchRegisters& registers, WorkCredit& credit) const {
   SearchOutcome outcome = SearchOutcome::kNotFound;

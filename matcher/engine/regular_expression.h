@@ -24,6 +24,7 @@
 
 #include "matcher/budget.h"
 #include "matcher/engine/bounded_matcher.h"
+#include "matcher/engine/line_groups.h"
 #include "matcher/pattern/pattern_hazards.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/search_outcome.h"
@@ -131,6 +132,10 @@ class RegularExpression {
   /// Finds the first match on the line of `rule`, at `from` or later, that the rule lets pass.
   SearchOutcome SearchWord(const WordRule& rule, int from, GroupRange& match,
                            WorkCredit& credit) const;
+
+  /// What tells one group of the matches on a line, where each is looked for from behind the group of the
+  /// one before (line_groups.h); null where the pattern does not allow it. This object must outlive it.
+  std::unique_ptr<LineGroups> MakeLineGroups() const;
 
   /// Fills `registers` for `match`, which a search of `text` has found. Without kFound, the groups took
   /// no part: the engine denies the match with its groups, or it was given up to tell them.

@@ -115,6 +115,48 @@ TEST(ExpressionLimits, AChainThatGoesOnOnTheLeftMayBeLongToo) {
   EXPECT_EQ(ItemsOfChain("a" + Times(" &3 !x", kChain)), "2");
 }
 
+/// A tree as a host makes it by hand: all ANDs in left operands, over leaves that are one letter.
+std::unique_ptr<CSearchTreeItem> LeftDeepTree(int operands) {
+  const auto leaf = [] {
+    auto made = std::make_unique<CSubExpression>();
+    made->SetSubExpression(CString("a"));
+    return made;
+  };
+  std::unique_ptr<CSearchTreeItem> tree = leaf();
+  for (int i = 1; i < operands; ++i) {
+    auto both = std::make_unique<CAndOperator>();
+    both->SetLeftChild(tree.release());
+    both->SetRightChild(leaf().release());
+    tree = std::move(both);
+  }
+  return tree;
+}
+
+TEST(ExpressionLimits, ATreeThatAHostMadeDeepOnTheLeftNeedsNoStack) {
+  OnASmallStack([] {
+    const std::unique_ptr<CSearchTreeItem> tree = LeftDeepTree(100'000);
+    tree->SetSearchOptions(kSearchModeRegularExpression);
+    const HeapText text("a b");
+    EXPECT_EQ(std::unique_ptr<CFoundItemArray>(tree->Search(text.Data(), text.Length(), 0)),
+              nullptr)
+        << "it was not compiled";
+    int cost = 0;
+    EXPECT_STREQ(tree->OptimizeAndCompile(&cost), "Memory overflow!")
+        << "all its patterns share one budget";
+  });
+  OnASmallStack([] {
+    const std::unique_ptr<CSearchTreeItem> tree = LeftDeepTree(5'000);
+    tree->SetSearchOptions(kSearchModeRegularExpression);
+    int cost = 0;
+    ASSERT_EQ(tree->OptimizeAndCompile(&cost), nullptr);
+    const HeapText text("a b");
+    const std::unique_ptr<CFoundItemArray> found(tree->Search(text.Data(), text.Length(), 0));
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->GetSize(), 5'000);
+  });
+  ResetEnvironment();
+}
+
 TEST(ExpressionLimits, AChainMayStandInBracketsAndBehindNots) {
   const std::string chain = Times("a & ", kChain / 100) + "b";
   EXPECT_EQ(ItemsOfChain("(" + chain + ") & b"), std::to_string(kChain / 50 + 2));

@@ -243,9 +243,9 @@ TEST_F(OperatorTest, HandsItsArgumentsToTheLeavesUnchanged) {
 class TreePair {
  public:
   /// A tree of any shape, or one whose first `chained` nodes are ANDs, each the right operand of the one
-  /// before, most of them without a distance.
+  /// before, most of them with a distance or most of them without.
   TreePair(Dice& dice, SearchLog& log, int chained = 0)
-      : dice_(dice), log_(log), chained_(chained) {
+      : dice_(dice), log_(log), chained_(chained), isNear_(dice.OneIn(2)) {
     Grow(chained > 0 ? chained + 1 : 4, root_, model_);
   }
 
@@ -288,7 +288,7 @@ class TreePair {
 
   void GrowAnd(int depth, std::unique_ptr<CSearchTreeItem>& node, ModelNode& model) {
     model.kind = ModelNode::Kind::kAnd;
-    const bool anywhere = chained_ > 0 ? !dice_.OneIn(5) : dice_.OneIn(2);
+    const bool anywhere = chained_ > 0 ? dice_.OneIn(5) == isNear_ : dice_.OneIn(2);
     model.nearBy = anywhere ? -dice_.Between(1, 3) : dice_.Between(0, 20);
     auto both = std::make_unique<CAndOperator>();
     both->SetNearBy(model.nearBy);
@@ -321,6 +321,7 @@ class TreePair {
   Dice& dice_;
   SearchLog& log_;
   int chained_;  // how many ANDs of the chain are yet to come
+  bool isNear_;  // whether most of them have a distance
   std::vector<std::optional<ModelArray>> prepared_;
   std::unique_ptr<CSearchTreeItem> root_;
   std::unique_ptr<ModelNode> model_;
@@ -331,7 +332,7 @@ TEST_F(OperatorTest, RandomTreesAgreeWithTheModel) {
   for (std::uint32_t seed = 1; seed <= 60000; ++seed) {
     Dice dice(seed);
     log_ = SearchLog{};
-    TreePair tree(dice, log_, dice.OneIn(3) ? dice.Between(2, 9) : 0);
+    TreePair tree(dice, log_, dice.OneIn(3) ? dice.Between(2, 18) : 0);
     const int tagNr = dice.Between(-1, 3);
     std::vector<int> modelLeaves;
     const std::optional<ModelArray> expected =

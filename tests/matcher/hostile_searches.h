@@ -111,7 +111,6 @@ inline HostileCost CostOf(CompiledPattern& pattern, const HostileSearch& search,
     place += found.range.end;
   }
   cost.units = notes.Credit(cost.bytes).Spent();
-  if (pattern.locator != nullptr) cost.units += pattern.locator->Work();
   return cost;
 }
 

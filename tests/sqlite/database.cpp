@@ -60,7 +60,7 @@ std::string Database::Load() {
   sqlite3_db_config(handle_, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 1, nullptr);
   char* message = nullptr;
   if (sqlite3_load_extension(handle_, TROVEX_EXTENSION, nullptr, &message) == SQLITE_OK) return {};
-  const std::string failure = message == nullptr ? "no memory" : message;
+  std::string failure = message == nullptr ? "no memory" : message;
   sqlite3_free(message);
   return failure;
 }

@@ -78,11 +78,21 @@ class Python(unittest.TestCase):
     def test_interrupt_ends_a_search(self):
         connection = self.connect(check_same_thread=False)
         text = "Zeile mit aller Art von Text\n" * 2_000_000
-        timer = threading.Timer(0.2, connection.interrupt)
-        timer.start()
-        with self.assertRaisesRegex(sqlite3.OperationalError, "interrupted"):
-            connection.execute("SELECT trovex_count('([a-z]+) \\1 \\1x', ?)", (text,)).fetchone()
-        timer.join()
+        is_over = threading.Event()
+
+        def interrupt():
+            # Before the statement begins, an interrupt has no effect.
+            while not is_over.wait(0.02):
+                connection.interrupt()
+
+        other = threading.Thread(target=interrupt)
+        other.start()
+        try:
+            with self.assertRaisesRegex(sqlite3.OperationalError, "interrupted"):
+                connection.execute("SELECT trovex_count('([a-z]+) \\1 \\1x', ?)", (text,)).fetchone()
+        finally:
+            is_over.set()
+            other.join()
 
     def test_a_progress_handler_ends_a_search(self):
         connection = self.connect()

@@ -1,0 +1,17 @@
+# Environments of Python for the scripts that need one. Source it behind packages.sh.
+
+# python_environment FOLDER: makes it, where it is not there, and sets PYTHON to its interpreter.
+python_environment() {
+  [ -x "$1/bin/python" ] || python3 -m venv "$1"
+  PYTHON=$PWD/$1/bin/python
+}
+
+# python_package FOLDER: builds the wheel of a host and installs it into the environment, with the build tools
+# of that, so that what has not changed need not be built again.
+python_package() {
+  if command -v ccache >/dev/null; then
+    export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+  fi
+  "$PYTHON" -m pip install --quiet 'scikit-build-core>=0.10' 'nanobind>=2.4' 'setuptools>=64'
+  "$PYTHON" -m pip install --quiet --force-reinstall --no-deps --no-build-isolation "./$1"
+}
