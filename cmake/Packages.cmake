@@ -2,7 +2,7 @@
 #
 #   libtrovexN       the shared library
 #   libtrovex-dev    headers, and what other builds find it by
-#   trovex           the program, its manual page and completions
+#   trovex           the program, which holds the library itself, its manual page and completions
 #
 # What the packages depend on is found by dpkg-shlibdeps.
 
@@ -50,7 +50,6 @@ the library by.")
 
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME trovex)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION text)
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "Trovex searches text for several patterns at once, near each other or not there at all,
 as regular expressions or by their sound, in one call and without an index.
 
