@@ -24,3 +24,6 @@ TEST_PACKAGES=(libgtest-dev nlohmann-json3-dev pkg-config locales git groff-base
 
 # What building and testing the Python package takes beside what the library takes.
 PYTHON_PACKAGES=(python3-dev python3-venv)
+
+# What Spark takes beside that.
+SPARK_PACKAGES=(default-jre-headless procps)

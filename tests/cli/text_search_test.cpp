@@ -89,7 +89,7 @@ std::string RandomExpression(testing::Dice& dice, int depth) {
   };
   switch (dice.Between(0, 6)) {
     case 0:
-      return operand().insert(0, "!");
+      return std::string("!").append(operand());
     case 1:
       return operand() + " & !" + operand();
     case 2:
@@ -99,7 +99,7 @@ std::string RandomExpression(testing::Dice& dice, int depth) {
     case 4:
       return operand() + "|" + operand();
     case 5:
-      return operand().insert(0, "!") + " & !" + operand();
+      return std::string("!").append(operand()) + " & !" + operand();
     default:
       return operand() + " & " + operand();
   }
