@@ -399,4 +399,10 @@ TEST(Searcher, LongChainsOfOperandsAreSearchedInALoop) {
   EXPECT_EQ(Found(any, "a b a"), "0..1, 4..5");
 }
 
+TEST(Library, TellsItsVersionAndWhatItSearchesWith) {
+  const trovex::LibraryFacts facts = trovex::AboutLibrary();
+  EXPECT_EQ(std::string(facts.version).find_first_not_of("0123456789."), std::string::npos);
+  EXPECT_NE(std::string(facts.vectorInstructions), "");
+}
+
 }  // namespace
