@@ -361,7 +361,7 @@ void FindByReferences(Search& search) {
     ByteRange match;
     const auto from = static_cast<std::size_t>(scan - search.text);
     const SearchOutcome outcome = run.Find(from, length, match, nullptr);
-    search.credit.BeginLine(0);
+    search.credit.BeginLine(0, search.Kept());
     const bool isPaid = search.credit.Spend(kUnits * static_cast<std::int64_t>(run.Used() - paid));
     paid = run.Used();
     if (outcome == SearchOutcome::kGaveUp) return search.GiveUpAt(search.text + run.GaveUpAt());
