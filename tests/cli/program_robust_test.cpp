@@ -113,7 +113,7 @@ TEST_F(Robust, DevicesMayBeNamed) {
 }
 
 TEST_F(Robust, LittleMemoryIsTroubleAndNeverNotFound) {
-  if (kUnderSanitizers) GTEST_SKIP() << "a sanitizer needs more than all of it";
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "a sanitizer needs more than all of it";
   Write("huge", Times(2000000, "eine Zeile mit einem Wort darin\n"));
   const RunResult whole = Shell("ulimit -v 30000; timeout 20 $TROVEX -c 'Zeile & Wort' huge");
   EXPECT_EQ(whole.status, 2);
