@@ -9,6 +9,7 @@
 #include "matcher/pattern/engine_stream.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/pattern/required_string.h"
+#include "matcher/pattern/run_pattern.h"
 #include "text/case_helpers.h"
 
 #include <algorithm>
@@ -162,7 +163,7 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
       list ? std::make_unique<LocatorProgram>(std::move(*list), words, WordBytes(words, tree),
                                               std::move(graph))
            : std::make_unique<LocatorProgram>(std::move(graph), words,
-                                              FindRequiredString(tree, budget));
+                                              FindRequiredString(tree, budget), RunsOf(tree));
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 

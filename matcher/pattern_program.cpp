@@ -2,6 +2,7 @@
 
 #include "matcher/limits.h"
 #include "matcher/pattern/required_string.h"
+#include "matcher/pattern/run_pattern.h"
 #include "text/code_page.h"
 
 #include <algorithm>
@@ -79,7 +80,7 @@ bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileB
     locator_.emplace(std::move(*list), words, options.wordBytes, std::move(graph));
     return true;
   }
-  locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget));
+  locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget), RunsOf(tree));
   return true;
 }
 

@@ -4,7 +4,8 @@
 
 namespace trovex {
 
-PatternSearch::PatternSearch(const PatternProgram& program) : program_(program) {
+PatternSearch::PatternSearch(const PatternProgram& program)
+    : program_(program), isLocated_(program.References() == nullptr) {
   if (program.Locator() != nullptr) locator_.emplace(*program.Locator());
   if (program.References() != nullptr) references_.emplace(*program.References());
 }
@@ -21,28 +22,54 @@ void PatternSearch::Begin(TextView text) {
   if (references_) references_->Begin(text_);
 }
 
-SearchOutcome PatternSearch::Next(ByteRange& match) {
-  if (outcome_ != SearchOutcome::kFound) return outcome_;
-  if (place_ > end_) return outcome_ = SearchOutcome::kNotFound;
-  outcome_ = references_ ? NextWithReferences(match) : NextLocated(match);
-  if (outcome_ == SearchOutcome::kFound) GoOnBehind(match);
+SearchOutcome PatternSearch::First(TextView text, ByteRange& match) {
+  constexpr std::size_t kShort = 256;
+  if (locator_ && text.size() <= kShort) {
+    LocatedRange found;
+    const unsigned char* const begin = text.data();
+    const auto answer = program_.Locator()->LookAt(begin, begin + text.size(), found);
+    if (answer == LocatorProgram::Answer::kNoMatch) return outcome_ = SearchOutcome::kNotFound;
+    if (answer == LocatorProgram::Answer::kMatch && isLocated_) {
+      match = {static_cast<std::size_t>(found.start - begin),
+               static_cast<std::size_t>(found.end - begin)};
+      return outcome_ = SearchOutcome::kFound;
+    }
+  }
+  Begin(text);
+  match = Next();
   return outcome_;
 }
 
-/// Where it gives up, `place_` is the place.
-SearchOutcome PatternSearch::NextLocated(ByteRange& match) {
+ByteRange PatternSearch::NextNotReady() {
+  ByteRange match;
+  if (outcome_ != SearchOutcome::kFound) return match;
+  if (place_ > end_) {
+    outcome_ = SearchOutcome::kNotFound;
+    return match;
+  }
+  if (references_) {
+    outcome_ = NextWithReferences(match);
+  } else {
+    match = NextLocated();
+  }
+  if (outcome_ == SearchOutcome::kFound) GoOnBehind(match);
+  return match;
+}
+
+/// Sets the outcome. Where it gives up, `place_` is the place.
+ByteRange PatternSearch::NextLocated() {
   const unsigned char* const begin = text_.data();
   const MatchLocator::Match found = locator_->Find(
       {.place = begin + place_, .begin = begin, .end = begin + end_, .refusesEmpty = touches_});
-  if (found.start == nullptr) {
-    const unsigned char* const gaveUpAt = locator_->GaveUpAt();
-    if (gaveUpAt == nullptr) return SearchOutcome::kNotFound;
-    place_ = static_cast<std::size_t>(gaveUpAt - begin);
-    return SearchOutcome::kGaveUp;
+  if (found.start != nullptr) {
+    outcome_ = SearchOutcome::kFound;
+    return {static_cast<std::size_t>(found.start - begin),
+            static_cast<std::size_t>(found.end - begin)};
   }
-  match.begin = static_cast<std::size_t>(found.start - begin);
-  match.end = static_cast<std::size_t>(found.end - begin);
-  return SearchOutcome::kFound;
+  const unsigned char* const gaveUpAt = locator_->GaveUpAt();
+  outcome_ = gaveUpAt == nullptr ? SearchOutcome::kNotFound : SearchOutcome::kGaveUp;
+  if (gaveUpAt != nullptr) place_ = static_cast<std::size_t>(gaveUpAt - begin);
+  return {};
 }
 
 /// Asks the locator for the next line with a place where a match could begin, and looks for the match
@@ -50,9 +77,8 @@ SearchOutcome PatternSearch::NextLocated(ByteRange& match) {
 SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
   while (place_ <= end_) {
     if (locator_) {
-      ByteRange possible;
-      const SearchOutcome outcome = NextLocated(possible);
-      if (outcome != SearchOutcome::kFound) return outcome;
+      const ByteRange possible = NextLocated();
+      if (outcome_ != SearchOutcome::kFound) return outcome_;
       touches_ = touches_ && possible.begin == place_;
       place_ = possible.begin;
     }
@@ -72,7 +98,7 @@ SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
   return SearchOutcome::kNotFound;
 }
 
-void PatternSearch::GoOnBehind(const ByteRange& match) {
+void PatternSearch::GoOnBehind(ByteRange match) {
   touches_ = match.begin < match.end;
   place_ = touches_ ? match.end : match.end + 1;
 }

@@ -40,7 +40,23 @@ class PatternSearch {
   /// The next match. With `kNotFound` there are no more, with `kGaveUp` it is not known: `GaveUpAt`
   /// says up to where all matches were found. Both stay until the next `Begin`. Throws nothing but
   /// std::bad_alloc.
-  SearchOutcome Next(ByteRange& match);
+  SearchOutcome Next(ByteRange& match) {
+    match = Next();
+    return outcome_;
+  }
+
+  /// The same in registers, for matches can be a few bytes apart: nowhere where the outcome is not kFound.
+  ByteRange Next() {
+    const MatchLocator::Match* const ready = isLocated_ ? locator_->TakeReady() : nullptr;
+    if (ready == nullptr) return NextNotReady();
+    place_ = static_cast<std::size_t>(ready->end - text_.data());
+    return {static_cast<std::size_t>(ready->start - text_.data()), place_};
+  }
+  SearchOutcome Outcome() const { return outcome_; }
+
+  /// The first match of `text` alone, as Begin and Next find it; a short text that has none is done with
+  /// before anything is begun. Afterwards, Begin comes before anything else.
+  SearchOutcome First(TextView text, ByteRange& match);
 
   /// Where the groups of `match`, a match of this text, lie: groups[g - 1] is the range of group g,
   /// nowhere if it took no part. With `kGaveUp`, where that would take too long, there are none.
@@ -54,11 +70,13 @@ class PatternSearch {
   std::int64_t Work() const;
 
  private:
-  SearchOutcome NextLocated(ByteRange& match);
+  ByteRange NextNotReady();
+  ByteRange NextLocated();
   SearchOutcome NextWithReferences(ByteRange& match);
-  void GoOnBehind(const ByteRange& match);
+  void GoOnBehind(ByteRange match);
 
   const PatternProgram& program_;
+  bool isLocated_;  // the locator's matches are the pattern's
   std::optional<MatchLocator> locator_;
   GroupFinder::Workspace groupWork_;
   std::optional<ReferenceRun> references_;

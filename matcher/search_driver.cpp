@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace trovex {
 
@@ -359,13 +360,50 @@ void FindByEngine(Search& search, bool everyLine) {
   }
 }
 
+/// Texts of so many bytes are looked at before a search is set up.
+constexpr int kShortText = 256;
+
+bool CanLocate(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  return pattern.locator != nullptr && !conditions.matchLines &&
+         pattern.locator->Words() == conditions.matchWords;
+}
+
+/// Whether a keyword that is itself the match can be left to the locator, which keeps the places that were
+/// found beside the last match.
+bool CanLocateKeyword(const CompiledPattern& pattern) {
+  return pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words() &&
+         pattern.automatonReading == Reading::kAlike;
+}
+
+/// The first match of a short text, or that there is none, where a scan tells it.
+std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
+                                  const SearchConditions& conditions, const char* text, int length,
+                                  int group) {
+  if (!CanLocate(pattern, conditions)) return std::nullopt;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  LocatedRange match;
+  const LocatorProgram::Answer answer =
+      pattern.locatorProgram->LookAt(begin, begin + length, match);
+  if (answer == LocatorProgram::Answer::kNoMatch) return MatchResult{};
+  const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0 &&
+                       pattern.automatonReading == Reading::kAlike;
+  if (!isKnown) return std::nullopt;
+  MatchResult result;
+  result.outcome = SearchOutcome::kFound;
+  result.range = {static_cast<int>(match.start - begin), static_cast<int>(match.end - begin)};
+  return result;
+}
+
 }  // namespace
 
 MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
                            const char* text, int length, int group, TextNotes* notes) {
   if (!pattern.searchable || length <= 0) return {};
-  if (pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly) {
-    return FindKeyword(pattern, text, length);
+  const bool isKeyword = pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly;
+  if (isKeyword && !CanLocateKeyword(pattern)) return FindKeyword(pattern, text, length);
+  if (!conditions.engineOnly && length <= kShortText) {
+    if (const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, group))
+      return *result;
   }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
@@ -376,8 +414,7 @@ MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& con
                    std::max(group, 0),
                    allNotes,
                    allNotes.Credit(static_cast<std::size_t>(length))};
-  const bool located = pattern.locator != nullptr && !conditions.matchLines &&
-                       pattern.locator->Words() == conditions.matchWords;
+  const bool located = isKeyword || CanLocate(pattern, conditions);
   if (located && !conditions.engineOnly) {
     FindByLocator(search);
   } else {

@@ -241,7 +241,29 @@ std::size_t Utf8Text::DecodedOffset(std::size_t source) {
   return boundary.decoded;
 }
 
+namespace {
+
+/// The same for eight bytes or more, eight at a time.
+bool IsPlainAsciiByWords(TextView text) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  const auto word = [&text](std::size_t at) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text.data() + at, sizeof bytes);
+    return bytes;
+  };
+  const std::size_t last = text.size() - sizeof(std::uint64_t);
+  std::uint64_t any = word(last);
+  for (std::size_t at = 0; at < last; at += sizeof(std::uint64_t))
+    any |= word(at);
+  return (any & kHighBits) == 0;
+}
+
+}  // namespace
+
 bool IsPlainAscii(TextView text) {
+  constexpr std::size_t kFewBytes = 64;
+  if (text.size() >= sizeof(std::uint64_t) && text.size() <= kFewBytes)
+    return IsPlainAsciiByWords(text);
   const Byte* const end = text.data() + text.size();
   return FindNonAsciiIn(ChooseUtf8Blocks(), text.data(), end) == end;
 }

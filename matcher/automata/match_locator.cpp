@@ -20,6 +20,7 @@ constexpr double kWorthwhile = 20'000;
 /// How much rarer than the leading bytes a required string must be to be of use: it takes more to go on
 /// from it.
 constexpr double kRequiredAdvantage = 4;
+constexpr double kAdvantageOverRuns = 8;
 
 /// How many leading bytes are considered.
 constexpr std::size_t kLeadingBytes = 8;
@@ -66,10 +67,12 @@ const Byte* LineEnd(const Byte* place, const Byte* end) {
 }  // namespace
 
 LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
-                               const std::vector<CharSet>& required)
+                               const std::vector<CharSet>& required, const std::vector<Run>& runs)
     : graph_(std::move(graph)), words_(words) {
   if (IsOneString(*graph_)) {
     string_.emplace(graph_->bytes);
+    isFree_ =
+        graph_->starts[0] == kAnyNeighbours && graph_->ends[graph_->size - 1] == kAnyNeighbours;
     return;
   }
   const std::vector<LeadingBytes> ways =
@@ -79,12 +82,39 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
       canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
   const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
   const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
-  if (requiredRate * kRequiredAdvantage < leadingRate) {
+  const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhile;
+  if (requiredRate * (areRuns ? kAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
   }
   if (leadingRate < (required_ ? kRare : kWorthwhile)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
   }
+  if (leading_ && !required_ && areRuns) runs_.emplace(runs);
+}
+
+LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end,
+                                              LocatedRange& match) const {
+  if (string_) {
+    const Byte* const found = string_->Find(place, end);
+    if (found == nullptr) return Answer::kNoMatch;
+    match = {found, found + string_->Length()};
+    return isFree_ ? Answer::kMatch : Answer::kUnknown;
+  }
+  if (required_ && required_->Find(place, end) == nullptr) return Answer::kNoMatch;
+  if (!leading_) return Answer::kUnknown;
+  place = leading_->Find(place, end);
+  if (place == nullptr) return Answer::kNoMatch;
+  if (!runs_) return Answer::kUnknown;
+  RunScan::Notes notes;
+  for (; place != nullptr; place = place <= end ? leading_->Find(place, end) : nullptr) {
+    const Byte* const last = runs_->EndOfMatch(place, end, notes);
+    if (last != nullptr) {
+      match = {place, last};
+      return Answer::kMatch;
+    }
+    place = runs_->NextStart(place, notes);
+  }
+  return Answer::kNoMatch;
 }
 
 LocatorProgram::LocatorProgram(WordScan scan, bool words, const CharSet& wordBytes,
@@ -118,6 +148,10 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   credit_.ForgiveDebt();
   if (bytes >= kLongText) credit_.Grant(kFirstCredit);
   passed_ = text;
+  nextReady_ = readyCount_ = 0;
+  runNotes_.Forget();
+  hits_.Reset();
+  requiredHits_.Reset();
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
   if (places_ != nullptr) places_->Forget();
@@ -128,6 +162,7 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
                                        bool refusesEmpty, int behind) {
   Search search = {place, begin, end, refusesEmpty, false, {}};
   gaveUpAt_ = nullptr;
+  if (program_.isFree_ || program_.runs_) return FindMany(search);
   if (!FindFrom(search)) return {};
   // A word ends before the byte behind the text as it really is, unless it is the whole line.
   if (behind >= 0 && program_.words_ && search.match.end == end &&
@@ -166,10 +201,10 @@ bool MatchLocator::FindFrom(Search& search) {
 }
 
 /// Goes from one occurrence of the string to the next until one has the neighbours that it needs.
-bool MatchLocator::FindString(Search& search) const {
+bool MatchLocator::FindString(Search& search) {
   const StringScan& string = *program_.string_;
   const Byte* place = search.place;
-  while ((place = string.Find(place, search.end)) != nullptr) {
+  while ((place = string.Find(place, search.end, hits_)) != nullptr) {
     const Byte* const end = place + string.Length();
     const Neighbours atStart = NeighbourBit(KindBefore(search, place), KindAt(search, place));
     const Neighbours atEnd = NeighbourBit(graph_.kindOf[end[-1]], KindAt(search, end));
@@ -182,6 +217,43 @@ bool MatchLocator::FindString(Search& search) const {
     ++place;
   }
   return false;
+}
+
+/// Finds a few matches and hands out the first. Who asks for one only is not kept waiting for more.
+MatchLocator::Match MatchLocator::FindMany(Search& search) {
+  const bool goesOn = nextReady_ == readyCount_ && readyCount_ > 0 && search.place == readyFrom_;
+  const std::size_t most = goesOn ? std::min(2 * readyCount_, kMostReady) : 1;
+  readyCount_ = program_.runs_ ? FindRuns(search, most) : FindStrings(search, most);
+  if (readyCount_ == 0) return {};
+  nextReady_ = 1;
+  readyFrom_ = ready_[0].end;
+  readyEnd_ = search.end;
+  return ready_[0];
+}
+
+std::size_t MatchLocator::FindStrings(Search& search, std::size_t most) {
+  const StringScan& string = *program_.string_;
+  const auto length = static_cast<std::ptrdiff_t>(string.Length());
+  std::size_t count = 0;
+  string.ForEach(search.place, search.end, hits_, [&](const Byte* place) -> const Byte* {
+    const Byte* const end = place + length;
+    ready_[count++] = {place, end};
+    return count < most ? end : nullptr;
+  });
+  return count;
+}
+
+std::size_t MatchLocator::FindRuns(Search& search, std::size_t most) {
+  const RunScan& runs = *program_.runs_;
+  std::size_t count = 0;
+  const auto take = [&](const Byte* place) -> const Byte* {
+    const Byte* const end = runs.EndOfMatch(place, search.end, runNotes_);
+    if (end == nullptr) return runs.NextStart(place, runNotes_);
+    ready_[count++] = {place, end};
+    return count < most ? end : nullptr;
+  };
+  hits_.ForEach(*program_.leading_, search.place, search.end, take);
+  return count;
 }
 
 /// Goes from one place where a word may stand to the next. Where that takes too much, the automata go on.
@@ -349,7 +421,7 @@ const Byte* MatchLocator::NextPlace(const Search& search, bool& isSpent) {
 
 const Byte* MatchLocator::PlaceByLeadingBytes(const Search& search) {
   for (const Byte* place = search.place;;) {
-    place = program_.leading_->Find(place, search.end);
+    place = hits_.Find(*program_.leading_, place, search.end);
     if (place == nullptr || !program_.required_) return place;
     if (NextRequired(search, place) == nullptr) return nullptr;
     if (requiredLine_ <= place) return place;
@@ -374,7 +446,7 @@ const Byte* MatchLocator::PlaceByRequired(const Search& search, bool& isSpent) {
 /// The first required string from `place` on; null if there is none.
 const Byte* MatchLocator::NextRequired(const Search& search, const Byte* place) {
   if (required_ != nullptr && requiredFrom_ <= place && place <= required_) return required_;
-  required_ = program_.required_->Find(place, search.end);
+  required_ = program_.required_->Find(place, search.end, requiredHits_);
   if (required_ == nullptr) return nullptr;
   requiredFrom_ = place;
   if (program_.leading_) {

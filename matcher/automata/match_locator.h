@@ -12,7 +12,11 @@
 //                   says from where on the text up to its end could be the beginning of a match.
 //   every place     None of these promises to leave much out.
 //
-// From there the automaton that reads forwards goes on to the end of the leftmost match; its start is
+// Where the pattern is a row of runs (run_scan.h), these are read from the leading bytes on, and there is
+// the answer, too. Strings and runs are found several at a time, where neighbours do not count, and handed
+// out one by one.
+//
+// From other places the automaton that reads forwards goes on to the end of the leftmost match; its start is
 // known from the way, or the automaton that reads backwards looks for it. Where the credit for making
 // their states, or for reading in vain, is spent, the automaton is asked at one place after the other,
 // which takes fewer states; and where that takes too much, too, the line is searched in the way that
@@ -29,10 +33,13 @@
 #include "matcher/automata/line_search.h"
 #include "matcher/automata/position_graph.h"
 #include "matcher/automata/search_credit.h"
+#include "matcher/scan/place_cursor.h"
 #include "matcher/scan/place_scan.h"
+#include "matcher/scan/run_scan.h"
 #include "matcher/scan/string_scan.h"
 #include "matcher/words/word_scan.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -41,12 +48,18 @@
 
 namespace trovex {
 
+/// Where a match lies.
+struct LocatedRange {
+  const unsigned char* start = nullptr;  // null: there is none
+  const unsigned char* end = nullptr;
+};
+
 class LocatorProgram {
  public:
   /// `words`: the graph was made for whole words. `required`: a string that every match holds; empty if
-  /// none is known.
+  /// none is known. `runs`: what RunsOf says of the pattern (run_pattern.h).
   LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
-                 const std::vector<CharSet>& required);
+                 const std::vector<CharSet>& required, const std::vector<Run>& runs = {});
 
   /// For the words of `scan`, which are found without automata. A graph of the same is of use where they are
   /// so long that looking at them could take the square of a text; null: there is none.
@@ -55,6 +68,15 @@ class LocatorProgram {
 
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
+
+  /// Whether the pattern is nothing but one string of sets.
+  bool IsString() const { return string_.has_value(); }
+
+  enum class Answer { kMatch, kNoMatch, kUnknown };
+
+  /// A look at a short text from `place` to `end`, before anything is set up for a search: the first match,
+  /// or that there is none, or, where that takes more, that it is not known. Costs as much as a scan.
+  Answer LookAt(const unsigned char* place, const unsigned char* end, LocatedRange& match) const;
 
  private:
   friend class MatchLocator;
@@ -66,6 +88,8 @@ class LocatorProgram {
   std::optional<StringScan> string_;    // set if that road is taken
   std::optional<StringScan> required_;  // set if it is of use
   std::optional<PlaceScan> leading_;    // set if the road of the leading bytes is taken
+  std::optional<RunScan> runs_;         // set if what begins with these is a row of runs
+  bool isFree_ = false;                 // matches of the string are so whatever stands beside them
   std::optional<WordScan> list_;        // set if that road is taken
   bool canDoWithoutList_ = true;
 };
@@ -77,6 +101,9 @@ class MatchLocator {
 
   /// Whether matches must be whole words.
   bool Words() const { return program_.Words(); }
+
+  /// Whether the pattern is nothing but one string of sets.
+  bool IsString() const { return program_.IsString(); }
 
   /// The searches that follow are of `length` bytes at `text`, which are not changed meanwhile. They may take
   /// what the text allows, and no more than `most` units beyond what each byte brings.
@@ -97,15 +124,26 @@ class MatchLocator {
     int behind = -1;
   };
 
-  struct Match {
-    const unsigned char* start = nullptr;  // null: there is none
-    const unsigned char* end = nullptr;
-  };
+  using Match = LocatedRange;
 
   /// The leftmost match, and of those the longest. Throws nothing but std::bad_alloc, and is then as
   /// usable as before. Taken apart and given back in registers: matches can be a few bytes apart.
   Match Find(const Request& request) {
+    if (nextReady_ < readyCount_ && request.place == readyFrom_ && request.end == readyEnd_) {
+      const Match& match = ready_[nextReady_++];
+      readyFrom_ = match.end;
+      return match;
+    }
     return Find(request.place, request.begin, request.end, request.refusesEmpty, request.behind);
+  }
+
+  /// A match that was found with the one before it, for a search that goes on from there; null if there is
+  /// none ready.
+  const Match* TakeReady() {
+    if (nextReady_ == readyCount_) return nullptr;
+    const Match& match = ready_[nextReady_++];
+    readyFrom_ = match.end;
+    return &match;
   }
 
   /// Where the latest search gave up, before a match was found; null if it did not.
@@ -128,7 +166,10 @@ class MatchLocator {
 
   Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int behind);
   bool FindFrom(Search& search);
-  bool FindString(Search& search) const;
+  bool FindString(Search& search);
+  Match FindMany(Search& search);
+  std::size_t FindStrings(Search& search, std::size_t most);
+  std::size_t FindRuns(Search& search, std::size_t most);
   Step FindListed(Search& search);
   Step FindByAutomata(Search& search);
   bool FindStart(Search& search, const Byte* from);
@@ -164,6 +205,17 @@ class MatchLocator {
   std::int64_t unitsGiven_ = 0;
   std::int64_t unitsLeft_ = 0;
   const Byte* gaveUpAt_ = nullptr;
+  /// Matches that were found and not asked for yet; the search goes on from `readyFrom_` in a text that
+  /// ends at `readyEnd_`.
+  static constexpr std::size_t kMostReady = 32;
+  std::array<Match, kMostReady> ready_;
+  std::size_t nextReady_ = 0;
+  std::size_t readyCount_ = 0;
+  const Byte* readyFrom_ = nullptr;
+  const Byte* readyEnd_ = nullptr;
+  RunScan::Notes runNotes_;
+  PlaceCursor hits_;  // of the string, or of the leading bytes
+  PlaceCursor requiredHits_;
   const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at
   // The required string that was found last, the place from which it was looked for, and the first place
   // of its line, or that place.

@@ -179,6 +179,18 @@ const Byte* FindByFirstByte(const ScanTables& tables, const Byte* begin, const B
   return nullptr;
 }
 
+/// The first hit alone, as a batch.
+template <FindPlace find>
+bool FindFirstHit(const ScanTables& tables, const Byte* begin, const Byte* end,
+                  std::ptrdiff_t /*window*/, HitBatch& batch) {
+  batch.base = find(tables, begin, end);
+  if (batch.base == nullptr) return false;
+  batch.tested = batch.base + 1;
+  batch.count = 1;
+  batch.offsets[0] = 0;
+  return true;
+}
+
 /// How many of 100,000 bytes belong to the set.
 int Frequency(const CharSet& bytes) {
   int frequency = 0;
@@ -284,8 +296,12 @@ class Chooser {
 
 PlaceScan::PlaceScan(const ScanTables& tables) : tables_(tables) {
   findPlainly_ = IsLedByByte(tables_) ? &FindByFirstByte : &FindOneByOne;
-  find_ = ChooseVectorScan(tables_);
-  if (find_ == nullptr) find_ = findPlainly_;
+  const VectorScan vectors = ChooseVectorScan(tables_);
+  find_ = vectors.findPlace != nullptr ? vectors.findPlace : findPlainly_;
+  findHits_ = vectors.findHits;
+  if (findHits_ == nullptr) {
+    findHits_ = IsLedByByte(tables_) ? &FindFirstHit<FindByFirstByte> : &FindFirstHit<FindOneByOne>;
+  }
 }
 
 PlaceScan::PlaceScan(const Probes& probes) : PlaceScan(MakeTables(probes)) {}

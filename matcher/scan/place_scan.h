@@ -19,6 +19,7 @@
 #include "text/char_set.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace trovex {
@@ -52,6 +53,15 @@ class PlaceScan {
     return find_(tables_, begin, end);
   }
 
+  /// The same for many places one after another (place_cursor.h).
+  bool FindHits(const unsigned char* begin, const unsigned char* end, std::ptrdiff_t window,
+                HitBatch& batch) const {
+    return findHits_(tables_, begin, end, window, batch);
+  }
+
+  /// Whether every hit of FindHits is a place that Find finds; otherwise AlternativesAt tells.
+  bool AreHitsExact() const { return tables_.isExact; }
+
   /// Finds the same without vector instructions.
   const unsigned char* FindPlainly(const unsigned char* begin, const unsigned char* end) const {
     return findPlainly_(tables_, begin, end);
@@ -75,6 +85,7 @@ class PlaceScan {
   ScanTables tables_;
   FindPlace findPlainly_;
   FindPlace find_;
+  trovex::FindHits findHits_;
 };
 
 /// Chooses probes for a search: of `sets[i]`, the bytes that can stand at offset i of whatever is

@@ -4,6 +4,7 @@
 #ifndef TROVEX_MATCHER_SCAN_STRING_SCAN_H
 #define TROVEX_MATCHER_SCAN_STRING_SCAN_H
 
+#include "matcher/scan/place_cursor.h"
 #include "matcher/scan/place_scan.h"
 #include "text/char_set.h"
 
@@ -29,6 +30,28 @@ class StringScan {
       if (place == nullptr || HoldsAt(place)) return place;
       begin = place + 1;
     }
+  }
+
+  /// The same, for many places one after another.
+  const unsigned char* Find(const unsigned char* begin, const unsigned char* end,
+                            PlaceCursor& cursor) const {
+    const unsigned char* found = nullptr;
+    ForEach(begin, end, cursor, [&found](const unsigned char* place) {
+      found = place;
+      return nullptr;
+    });
+    return found;
+  }
+
+  /// Calls `take(p)` for the places from `begin` on at which the string stands, as the cursor does.
+  template <typename Take>
+  void ForEach(const unsigned char* begin, const unsigned char* end, PlaceCursor& cursor,
+               Take take) const {
+    if (static_cast<std::size_t>(end - begin) < length_) return;
+    const unsigned char* const last = end - (static_cast<std::ptrdiff_t>(length_) - 1);
+    cursor.ForEach(scan_, begin, last + scan_.Reach(), [&](const unsigned char* place) {
+      return HoldsAt(place) ? take(place) : place + 1;
+    });
   }
 
   std::size_t Length() const { return length_; }

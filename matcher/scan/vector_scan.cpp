@@ -24,12 +24,19 @@
 
 #include "matcher/scan/vector_scan.h"
 
+#include <bit>
+#include <cstring>
+
 #ifndef TROVEX_USE_HIGHWAY
 
 namespace trovex {
 
-FindPlace ChooseVectorScan(const ScanTables& /*tables*/) {
-  return nullptr;
+VectorScan ChooseVectorScan(const ScanTables& /*tables*/) {
+  return {};
+}
+
+VectorFacts VectorsInUse() {
+  return {"none", ""};
 }
 
 }  // namespace trovex
@@ -52,6 +59,8 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Byte = unsigned char;
+
+constexpr std::ptrdiff_t kChunk = HitBatch::kChunk;
 
 /// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
 /// hold.
@@ -214,6 +223,106 @@ const Byte* Find(const ScanTables& tables, const Byte* begin, const Byte* end) {
   return FindInManyBlocks<Kind, LongestBlock>(tables, begin, places);
 }
 
+// Hits as bits: bit i is a hit at the i-th place of a chunk.
+
+/// The hits of as many places as a vector of `D` has.
+template <class D, class Test>
+HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
+#if HWY_TARGET <= HWY_AVX3
+  return Test::Hits(result).raw;
+#else
+  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
+  hn::StoreMaskBits(D(), Test::Hits(result), bytes);
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, bytes, sizeof bits);
+  return bits;
+#endif
+}
+
+/// The hits of the whole chunk at `block`.
+template <class D, class Test>
+HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
+  std::uint64_t bits = 0;
+  for (std::ptrdiff_t at = 0; at < kChunk; at += SizeOf(D()))
+    bits |= BitsOf<D>(test, test(block + at)) << at;
+  return bits;
+}
+
+/// Writes the hits of a chunk, whose first place is `at` places behind the base. Returns where the next one
+/// goes.
+HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::uint16_t* hits) {
+  constexpr int kAtOnce = 4;
+  std::uint16_t* const end = hits + std::popcount(bits);
+  // Without a branch for each: what is too much is written over by the next chunk.
+  for (; bits != 0; hits += kAtOnce) {
+    for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1)
+      hits[i] = static_cast<std::uint16_t>(at + (std::countr_zero(bits) & (kChunk - 1)));
+  }
+  return end;
+}
+
+/// The hits of `places` places, fewer than a chunk has.
+template <class Kind>
+bool HitsOfFewPlaces(const ScanTables& tables, const Byte* begin, std::ptrdiff_t places,
+                     HitBatch& batch) {
+  batch.base = begin;
+  batch.tested = begin + places;
+  batch.count = 0;
+  for (const Byte* place = begin; place < batch.tested; ++place) {
+    place = Find<Kind>(tables, place, batch.tested + tables.reach);
+    if (place == nullptr) break;
+    batch.offsets[batch.count++] = static_cast<std::uint16_t>(place - begin);
+  }
+  return batch.count > 0;
+}
+
+/// The first chunk from `chunk` on, which is not behind `last`, that has a hit, or `last`.
+template <class Test>
+HWY_INLINE const Byte* FirstChunk(const Test& test, const Byte* chunk, const Byte* last) {
+  using D = LongestBlock;
+  // Where hits are close together, the first chunk has one.
+  if (ChunkBits<D>(test, chunk) != 0) return chunk;
+  for (chunk += kChunk; last - chunk >= 3 * SizeOf(D()); chunk += 4 * SizeOf(D())) {
+    const auto first = test(chunk);
+    const auto second = test(chunk + SizeOf(D()));
+    const auto third = test(chunk + 2 * SizeOf(D()));
+    const auto fourth = test(chunk + 3 * SizeOf(D()));
+    const auto any = Test::Either(Test::Either(first, second), Test::Either(third, fourth));
+    if (!hn::AllFalse(D(), Test::Hits(any))) break;
+  }
+  while (chunk < last && ChunkBits<D>(test, chunk) == 0)
+    chunk += kChunk;
+  return chunk < last ? chunk : last;
+}
+
+template <class Kind>
+bool FindBatch(const ScanTables& tables, const Byte* begin, const Byte* end, std::ptrdiff_t window,
+               HitBatch& batch) {
+  using D = LongestBlock;
+  using Test = typename Kind::template Test<D>;
+  const std::ptrdiff_t places = end - begin - tables.reach;
+  if (places < kChunk) return HitsOfFewPlaces<Kind>(tables, begin, places, batch);
+  const Test test(tables);
+  const Byte* const last = begin + (places - kChunk);
+  const Byte* chunk = FirstChunk(test, begin, last);
+  const Byte* const base = chunk;
+  const Byte* const stop = last - chunk < window ? last : chunk + window;
+  std::uint16_t* hits = batch.offsets.data();
+  const std::uint16_t* const full = hits + (HitBatch::kMostHits - kChunk);
+  for (; chunk < stop && hits <= full; chunk += kChunk)
+    hits = WriteHits(ChunkBits<D>(test, chunk), chunk - base, hits);
+  batch.tested = chunk;
+  if (chunk >= last) {
+    // Of the last chunk, what was not tested yet.
+    if (chunk - last < kChunk)
+      hits = WriteHits(ChunkBits<D>(test, last) >> (chunk - last), chunk - base, hits);
+    batch.tested = last + kChunk;
+  }
+  batch.base = base;
+  batch.count = static_cast<std::size_t>(hits - batch.offsets.data());
+  return batch.count > 0;
+}
+
 /// Where the tables let some bytes too many pass, every hit is looked at once more.
 template <class Kind>
 const Byte* FindAndConfirm(const ScanTables& tables, const Byte* begin, const Byte* end) {
@@ -224,29 +333,34 @@ const Byte* FindAndConfirm(const ScanTables& tables, const Byte* begin, const By
 }
 
 template <class Kind>
-FindPlace ChooseNibbles(const ScanTables& tables) {
-  return tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>;
+VectorScan ChooseNibbles(const ScanTables& tables) {
+  return {tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>, &FindBatch<Kind>};
+}
+
+template <class Kind>
+VectorScan ChooseMasked() {
+  return {&Find<Kind>, &FindBatch<Kind>};
 }
 
 template <int kCount>
-FindPlace ChooseAmong(const ScanTables& tables) {
+VectorScan ChooseAmong(const ScanTables& tables) {
   switch (tables.form) {
     case ScanForm::kBytes:
-      return &Find<Masked<kCount, true>>;
+      return ChooseMasked<Masked<kCount, true>>();
     case ScanForm::kMasked:
-      return &Find<Masked<kCount, false>>;
+      return ChooseMasked<Masked<kCount, false>>();
     case ScanForm::kKinds:
       return ChooseNibbles<Nibbles<kCount, false>>(tables);
     case ScanForm::kAlternatives:
       return ChooseNibbles<Nibbles<kCount, true>>(tables);
   }
-  return nullptr;
+  return {};
 }
 
-FindPlace Choose(const ScanTables& tables) {
+VectorScan Choose(const ScanTables& tables) {
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
   (void)tables;
-  return nullptr;
+  return {};
 #else
   static_assert(kMaxProbes == 4);
   switch (tables.count) {
@@ -262,6 +376,16 @@ FindPlace Choose(const ScanTables& tables) {
 #endif
 }
 
+const char* Instructions() {
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+  return "none";
+#elif defined(HWY_AVX3) && HWY_TARGET <= HWY_AVX3
+  return "AVX-512";
+#else
+  return hwy::TargetName(HWY_TARGET);
+#endif
+}
+
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace trovex
@@ -273,8 +397,18 @@ namespace trovex {
 
 HWY_EXPORT(Choose);
 
-FindPlace ChooseVectorScan(const ScanTables& tables) {
+VectorScan ChooseVectorScan(const ScanTables& tables) {
   return HWY_DYNAMIC_DISPATCH(Choose)(tables);
+}
+
+HWY_EXPORT(Instructions);
+
+VectorFacts VectorsInUse() {
+#define TROVEX_TEXT_OF(number) #number
+#define TROVEX_VERSION_OF(major, minor, patch) \
+  TROVEX_TEXT_OF(major) "." TROVEX_TEXT_OF(minor) "." TROVEX_TEXT_OF(patch)
+  return {HWY_DYNAMIC_DISPATCH(Instructions)(),
+          "Highway " TROVEX_VERSION_OF(HWY_MAJOR, HWY_MINOR, HWY_PATCH)};
 }
 
 }  // namespace trovex

@@ -76,9 +76,43 @@ struct ScanTables {
 using FindPlace = const unsigned char* (*)(const ScanTables& tables, const unsigned char* begin,
                                            const unsigned char* end);
 
-/// The search of these tables with the best vector instructions that the machine has; null when it
+/// Hits one behind the other, as offsets from `base`; all of the places from `base` up to `tested`.
+struct HitBatch {
+  /// So many places are tested together; a batch is full when another chunk might not have room.
+  static constexpr std::ptrdiff_t kChunk = 64;
+  static constexpr std::size_t kMostHits = 256;
+  static constexpr std::ptrdiff_t kMostPlaces = 4096;
+
+  const unsigned char* base = nullptr;
+  const unsigned char* tested = nullptr;
+  std::size_t count = 0;
+  /// What is written behind the last hit means nothing.
+  std::array<std::uint16_t, kMostHits + kChunk> offsets{};
+};
+
+/// A search for many hits: `batch` gets those of about `window` places of [begin, end), the first of which
+/// is a hit or near one. False when there is no hit up to `end`. Nothing outside is read.
+using FindHits = bool (*)(const ScanTables& tables, const unsigned char* begin,
+                          const unsigned char* end, std::ptrdiff_t window, HitBatch& batch);
+
+/// Both searches of some tables.
+struct VectorScan {
+  FindPlace findPlace = nullptr;
+  FindHits findHits = nullptr;
+};
+
+/// The searches of these tables with the best vector instructions that the machine has; null when it
 /// has none, or the library was built without them.
-FindPlace ChooseVectorScan(const ScanTables& tables);
+VectorScan ChooseVectorScan(const ScanTables& tables);
+
+/// The vector instructions of these searches, for people: their name, or "none", and the library behind
+/// them with its version, or nothing.
+struct VectorFacts {
+  const char* instructions;
+  const char* library;
+};
+
+VectorFacts VectorsInUse();
 
 }  // namespace trovex
 

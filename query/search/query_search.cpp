@@ -16,6 +16,11 @@ namespace {
 /// scan before theirs.
 constexpr std::size_t kShortText = 4096;
 
+/// In texts up to this size, a query of up to so many streams is looked at pattern by pattern before the
+/// streams begin.
+constexpr std::size_t kLookedAt = 256;
+constexpr std::size_t kFewStreams = 64;
+
 }  // namespace
 
 QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
@@ -26,6 +31,7 @@ QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
 
 void QuerySearch::MakeStream(const PlannedStream& planned) {
   using Kind = PlannedStream::Kind;
+  patterns_.push_back(nullptr);
   std::vector<ItemStream*> operands;
   for (const std::size_t operand : planned.operands)
     operands.push_back(streams_[operand].get());
@@ -33,7 +39,8 @@ void QuerySearch::MakeStream(const PlannedStream& planned) {
   switch (planned.kind) {
     case Kind::kPattern: {
       auto pattern = std::make_unique<PatternStream>(context_, planned);
-      if (plan_.streams.size() == 1) alone_ = &pattern->Search();
+      patterns_.back() = &pattern->Search();
+      arePlain_ = arePlain_ && planned.isPlain;
       stream = std::move(pattern);
       break;
     }
@@ -78,6 +85,9 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.interrupt = options.interrupt;
   context_.interruptContext = options.interruptContext;
   context_.credit = kWorkAtLeast + kWorkPerByte * static_cast<std::int64_t>(text.size());
+  context_.askBelow = options.interrupt == nullptr
+                          ? 0
+                          : std::max<std::int64_t>(0, context_.credit - kWorkBetweenAsks);
   granted_ = context_.credit;
   for (const auto& stream : streams_)
     stream->Begin();
@@ -91,7 +101,13 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   context_.gaveUpAt = 0;
   context_.credit = 0;
   granted_ = 0;
-  if (MaySearchAlone(text, options)) return RunAlone(text, options.mostItems, visit, visitContext);
+  const bool isAlone = plan_.streams.size() == 1;
+  const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
+  if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
+    return RunAlone(text, options.mostItems, visit, visitContext);
+  if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
+    if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
+  }
   Begin(text, options);
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
@@ -106,32 +122,78 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   return isSatisfied ? Verdict::kYes : Verdict::kNo;
 }
 
-/// Whether the query is one pattern, and the text can be handed to its search as it is. Rows of a
-/// table are such texts: what is done beside the search counts there.
-bool QuerySearch::MaySearchAlone(TextView text, const SearchOptions& options) const {
-  if (alone_ == nullptr || options.tags || options.interrupt != nullptr) return false;
-  if (options.encoding == Encoding::kLatin1) return true;
+/// Whether the patterns can be looked for in the bytes of `text`. Rows of a table are such texts: what
+/// is done beside the search counts there.
+bool QuerySearch::MaySearchAsItIs(TextView text, Encoding encoding) const {
+  if (encoding == Encoding::kLatin1) return true;
   if (text.size() > kShortText) return false;
-  return IsPlainAscii(text) || (plan_.streams.back().isPlain && !MayHoldMarks(text));
+  return IsPlainAscii(text) || (arePlain_ && !MayHoldMarks(text));
+}
+
+/// A look at a short text, before anything is begun with: false only where stream `stream` has the
+/// verdict no. Most rows of a table lack the first pattern that they must hold.
+bool QuerySearch::MayBeSatisfied(std::size_t stream, TextView text) {
+  using Kind = PlannedStream::Kind;
+  const PlannedStream& planned = plan_.streams[stream];
+  const auto mayBe = [&](std::size_t operand) { return MayBeSatisfied(operand, text); };
+  switch (planned.kind) {
+    case Kind::kPattern: {
+      PatternSearch& pattern = *patterns_[stream];
+      ByteRange match;
+      return pattern.First(text, match) != SearchOutcome::kNotFound;
+    }
+    case Kind::kAnd:
+      return std::all_of(planned.operands.begin(), planned.operands.end(), mayBe);
+    case Kind::kOr:
+      return std::any_of(planned.operands.begin(), planned.operands.end(), mayBe);
+    case Kind::kNear:
+      return (planned.isLeftNegated || mayBe(planned.operands[0])) &&
+             (planned.isRightNegated || mayBe(planned.operands[1]));
+    case Kind::kStored:
+      return mayBe(planned.operands[0]);
+    case Kind::kSound:
+    case Kind::kNot:
+      break;
+  }
+  return true;
 }
 
 Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
                               void* visitContext) {
-  alone_->Begin(text);
-  ByteRange match;
-  SearchOutcome outcome = alone_->Next(match);
-  for (std::size_t items = 1; outcome == SearchOutcome::kFound; ++items) {
-    if (mostItems == 0) return Verdict::kYes;
+  PatternSearch& alone = *patterns_.front();
+  if (mostItems <= 1) return RunForOne(text, mostItems, visit, visitContext);
+  alone.Begin(text);
+  ByteRange match = alone.Next();
+  if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kNo;
+  for (std::size_t items = 1; alone.Outcome() == SearchOutcome::kFound; ++items) {
     Item item;
     item.begin = match.begin;
     item.end = match.end;
     if (!visit(visitContext, item) || items == mostItems) return Verdict::kYes;
-    outcome = alone_->Next(match);
-    if (outcome == SearchOutcome::kNotFound) return Verdict::kYes;
+    match = alone.Next();
+    if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kYes;
   }
-  if (outcome == SearchOutcome::kNotFound) return Verdict::kNo;
-  context_.GiveUp(alone_->GaveUpAt());
+  context_.GiveUp(alone.GaveUpAt());
   return Verdict::kGaveUp;
+}
+
+/// The same for the verdict alone, or the first item.
+Verdict QuerySearch::RunForOne(TextView text, std::size_t mostItems, Visit visit,
+                               void* visitContext) {
+  ByteRange match;
+  const SearchOutcome outcome = patterns_.front()->First(text, match);
+  if (outcome == SearchOutcome::kNotFound) return Verdict::kNo;
+  if (outcome == SearchOutcome::kGaveUp) {
+    context_.GiveUp(patterns_.front()->GaveUpAt());
+    return Verdict::kGaveUp;
+  }
+  if (mostItems > 0) {
+    Item item;
+    item.begin = match.begin;
+    item.end = match.end;
+    visit(visitContext, item);
+  }
+  return Verdict::kYes;
 }
 
 bool QuerySearch::Deliver(FoundPlace place, Visit visit, void* visitContext) {

@@ -40,8 +40,10 @@ class QuerySearch {
 
  private:
   void MakeStream(const PlannedStream& planned);
-  bool MaySearchAlone(TextView text, const SearchOptions& options) const;
+  bool MaySearchAsItIs(TextView text, Encoding encoding) const;
+  bool MayBeSatisfied(std::size_t stream, TextView text);
   Verdict RunAlone(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
+  Verdict RunForOne(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
 
@@ -50,8 +52,10 @@ class QuerySearch {
   std::int64_t granted_ = 0;
   std::vector<std::unique_ptr<ItemStream>> streams_;
   std::vector<StoredStream*> stored_;
-  /// The pattern, if the query is nothing else.
-  PatternSearch* alone_ = nullptr;
+  /// The patterns' own searches, by stream; null for other streams.
+  std::vector<PatternSearch*> patterns_;
+  /// Whether all patterns can be looked for in the bytes of UTF-8.
+  bool arePlain_ = true;
 };
 
 }  // namespace trovex

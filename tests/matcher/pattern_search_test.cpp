@@ -71,6 +71,10 @@ Ranges AllMatches(PatternSearch& search, TextView text) {
   while (search.Next(match) == SearchOutcome::kFound)
     matches.push_back(match);
   EXPECT_EQ(search.Next(match), SearchOutcome::kNotFound);
+  EXPECT_EQ(search.First(text, match) == SearchOutcome::kFound, !matches.empty());
+  if (!matches.empty()) {
+    EXPECT_EQ(match, matches.front());
+  }
   return matches;
 }
 

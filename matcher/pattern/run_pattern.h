@@ -1,0 +1,27 @@
+// Patterns that are a row of runs: of sets of bytes, each as often as a range of numbers says, one behind
+// the other.
+//
+//   [A-Z][a-z]+            [A-Z] once, [a-z] once or more
+//   https?://[^ ]+         "http", "s" once or not, "://", [^ ] once or more
+//   "[^"]*"                a quote, any number of other bytes, a quote
+//   a.{0,100}b             a, up to 100 bytes, b
+//
+// Where each run takes all that it can, no automaton is needed to find their matches (run_scan.h).
+
+#ifndef TROVEX_MATCHER_PATTERN_RUN_PATTERN_H
+#define TROVEX_MATCHER_PATTERN_RUN_PATTERN_H
+
+#include "matcher/pattern/pattern_syntax.h"
+#include "matcher/scan/run_scan.h"
+
+#include <vector>
+
+namespace trovex {
+
+/// The runs of `tree`, which has no back-references; none if it is nothing of the kind, if a match may be
+/// empty, or if finding out where one ends might take too long.
+std::vector<Run> RunsOf(const SyntaxTree& tree);
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_PATTERN_RUN_PATTERN_H

@@ -1,0 +1,163 @@
+#include "matcher/scan/run_scan.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace trovex {
+
+bool MeetsWhatFollows(const std::vector<Run>& runs, std::size_t index) {
+  for (std::size_t next = index + 1; next < runs.size(); ++next) {
+    if ((runs[index].bytes & runs[next].bytes).any()) return true;
+    if (runs[next].least > 0) break;
+  }
+  return false;
+}
+
+RunScan::ReadyRun::ReadyRun(const Run& run)
+    : least(run.least),
+      most(run.most),
+      isFixed(run.IsFixed()),
+      isEndless(run.most == Run::kEndless),
+      exits(Probes{{0, ~run.bytes}}) {
+  for (std::size_t c = 0; c < members.size(); ++c)
+    members[c] = run.bytes[c];
+}
+
+RunScan::RunScan(const std::vector<Run>& runs) : tried_(kMostRuns) {
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    runs_.emplace_back(runs[i]);
+    if (tried_ < i) tailLength_ += runs[i].least;
+    if (!runs[i].IsFixed() && MeetsWhatFollows(runs, i)) tried_ = i;
+  }
+  if (tried_ == kMostRuns || runs[tried_ + 1].bytes.count() != 1) return;
+  for (tailByte_ = 0; !runs[tried_ + 1].bytes[static_cast<std::size_t>(tailByte_)];)
+    ++tailByte_;
+}
+
+/// The end of what the run can take from `place` up to `limit`.
+inline const unsigned char* RunScan::EndOfRun(const ReadyRun& run, const Byte* place,
+                                              const Byte* limit) {
+  // Too few bytes for a scan.
+  constexpr std::ptrdiff_t kFew = 4;
+  if (limit - place <= kFew) {
+    while (place != limit && run.members[*place])
+      ++place;
+    return place;
+  }
+  const Byte* const exit = run.exits.Find(place, limit);
+  return exit != nullptr ? exit : limit;
+}
+
+/// The same of a run with an end; of a long one the bytes are noted, so that the next start that comes into
+/// it reads on from there.
+inline const unsigned char* RunScan::EndOfBoundedRun(std::size_t index, const Byte* place,
+                                                     const Byte* end, Notes& notes) const {
+  constexpr std::ptrdiff_t kLong = 16;
+  const ReadyRun& run = runs_[index];
+  const Byte* const limit = end - place > run.most ? place + run.most : end;
+  if (run.most < kLong) return EndOfRun(run, place, limit);
+  if (notes.isEmpty_) Prepare(notes);
+  Notes::Stretch& known = notes.known_[index];
+  if (!known.Holds(place)) {
+    known = {place, place};
+    notes.endsThere_[index] = false;
+  }
+  if (known.last < limit && !notes.endsThere_[index]) {
+    known.last = EndOfRun(run, known.last, limit);
+    notes.endsThere_[index] = known.last < limit;
+  }
+  return std::min(known.last, limit);
+}
+
+/// Whether the fixed runs behind the one that is tried stand at `place`, where they have room.
+bool RunScan::HoldsTail(const Byte* place) const {
+  for (std::size_t i = tried_ + 1; i < runs_.size(); ++i) {
+    for (std::ptrdiff_t n = 0; n < runs_[i].least; ++n) {
+      if (!runs_[i].members[*place++]) return false;
+    }
+  }
+  return true;
+}
+
+/// The end of the last occurrence in a text that ends at `end` of what follows the run that is tried, which
+/// may begin from `lowest` up to `highest`; null if there is none.
+const unsigned char* RunScan::EndOfTail(const Byte* lowest, const Byte* highest, const Byte* end,
+                                        Notes& notes) const {
+  if (end - highest < tailLength_) highest = end - tailLength_;
+  if (highest < lowest) return nullptr;
+  if (notes.isEmpty_) Prepare(notes);
+  Notes::Stretch& without = notes.withoutTail_;
+  const bool isContinued = without.Holds(lowest);
+  const Byte* const from = isContinued ? without.last + 1 : lowest;
+  for (const Byte* place = highest; place >= from; --place) {
+    if (tailByte_ >= 0) {
+      place = static_cast<const Byte*>(
+          memrchr(from, tailByte_, static_cast<std::size_t>(place - from) + 1));
+      if (place == nullptr) break;
+    }
+    if (HoldsTail(place)) return place + tailLength_;
+  }
+  if (!isContinued) without.first = lowest;
+  if (!isContinued || highest > without.last) without.last = highest;
+  return nullptr;
+}
+
+inline bool RunScan::IsNoted(std::size_t run, const Byte* place, const Notes& notes) const {
+  return !notes.isEmpty_ && notes.failures_[run].Holds(place);
+}
+
+/// Makes empty notes.
+void RunScan::Prepare(Notes& notes) const {
+  notes.isEmpty_ = false;
+  const Notes::Stretch none = {nullptr, nullptr};
+  std::fill_n(notes.failures_.begin(), runs_.size(), none);
+  std::fill_n(notes.known_.begin(), runs_.size(), none);
+  notes.withoutTail_ = none;
+}
+
+void RunScan::Note(std::size_t run, const Byte* first, const Byte* last, Notes& notes) const {
+  if (notes.isEmpty_) Prepare(notes);
+  notes.failures_[run] = {first, last};
+}
+
+void RunScan::NoteFailure(std::size_t failed, const Walk& walk, Notes& notes) const {
+  for (std::size_t i = 0; i <= failed; ++i) {
+    if (runs_[i].isEndless) Note(i, walk.entered[i], walk.left[i], notes);
+  }
+}
+
+const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Notes& notes) const {
+  Walk walk;
+  const Byte* place = start;
+  for (std::size_t i = 0; i < runs_.size(); ++i) {
+    const ReadyRun& run = runs_[i];
+    const bool isRefused = run.isEndless && IsNoted(i, place, notes);
+    const Byte* const left = isRefused       ? notes.failures_[i].last
+                             : run.isEndless ? EndOfRun(run, place, end)
+                                             : EndOfBoundedRun(i, place, end, notes);
+    walk.entered[i] = place;
+    walk.left[i] = left;
+    if (isRefused || left - place < run.least) {
+      NoteFailure(i, walk, notes);
+      return nullptr;
+    }
+    if (i == tried_) {
+      const Byte* const tail = EndOfTail(place + run.least, left, end, notes);
+      if (tail == nullptr) {
+        NoteFailure(i, walk, notes);
+      } else if (run.isEndless) {
+        Note(i, tail - tailLength_ + 1, left, notes);
+      }
+      return tail;
+    }
+    place = left;
+  }
+  return place;
+}
+
+const unsigned char* RunScan::NextStart(const Byte* start, const Notes& notes) const {
+  if (!runs_[0].isEndless || !IsNoted(0, start, notes)) return start + 1;
+  return notes.failures_[0].last + 1;
+}
+
+}  // namespace trovex

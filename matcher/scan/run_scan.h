@@ -1,0 +1,134 @@
+// Where a row of runs ends that starts at a given place. A run is a set of bytes and how many of them may
+// stand side by side.
+//
+//   [A-Z][a-z]+            [A-Z] once, [a-z] once or more
+//   https?://[^ ]+         "http", "s" once or not, "://", [^ ] once or more
+//   a.{0,100}b             a, up to 100 bytes, b
+//
+// From a given start there is one way through such a row, as long as no byte can belong to a run and to
+// what may follow it: each run takes all that it can, many bytes at a time. Only the last run of no fixed
+// length may be told from what follows by trying, as the dot from the b: of the places where that can
+// follow, the last counts.
+//
+// A start at which the row fails says something of the starts behind it: whoever comes into an endless run
+// that has been read, anywhere in it, comes out of it at the same end and fails there just the same.
+// These stretches are noted, and what is known of the bytes before a place, so that no text is read again
+// and again.
+//
+//   a[a-z]*;  in "abcabcabc."   the start at 0 reads [a-z]* from 1 to 9 and finds no ";". The starts at
+//                               3 and 6 come into that run at 4 and 7: they need not read it
+
+#ifndef TROVEX_MATCHER_SCAN_RUN_SCAN_H
+#define TROVEX_MATCHER_SCAN_RUN_SCAN_H
+
+#include "matcher/scan/place_scan.h"
+#include "text/char_set.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace trovex {
+
+struct Run {
+  /// The most of a run that has no end.
+  static constexpr std::uint32_t kEndless = UINT32_MAX;
+
+  /// Bytes of the text; no newline.
+  CharSet bytes;
+  std::uint32_t least = 1;
+  std::uint32_t most = 1;
+
+  bool IsFixed() const { return least == most; }
+};
+
+/// A row has no more runs.
+inline constexpr std::size_t kMostRuns = 32;
+
+/// Whether a byte of run `index` can also be the first of what may follow it.
+bool MeetsWhatFollows(const std::vector<Run>& runs, std::size_t index);
+
+class RunScan {
+ public:
+  /// What the searches of one text note.
+  class Notes {
+   public:
+    void Forget() { isEmpty_ = true; }
+
+   private:
+    friend class RunScan;
+    using Byte = unsigned char;
+
+    /// Places side by side; null: none. Not set by default: most notes stay empty.
+    struct Stretch {
+      const Byte* first;
+      const Byte* last;
+
+      bool Holds(const Byte* place) const { return first <= place && place <= last; }
+    };
+
+    bool isEmpty_ = true;
+    /// By endless run: who comes into it at one of these places fails.
+    std::array<Stretch, kMostRuns> failures_;
+    /// By bounded run: from the first place to the last all bytes belong to it, and whether the one at
+    /// the last does not.
+    std::array<Stretch, kMostRuns> known_;
+    std::array<bool, kMostRuns> endsThere_;
+    /// What follows the run that is tried begins at none of these places.
+    Stretch withoutTail_;
+  };
+
+  /// Takes 1 to `kMostRuns` runs, of which only the last one of no fixed length may meet what follows.
+  explicit RunScan(const std::vector<Run>& runs);
+
+  /// Where the longest match ends that starts at `start`, in a text that ends at `end`; null if there is
+  /// none. Starts come in ascending order until the notes are forgotten. Nothing outside of [start, end) is
+  /// read.
+  const unsigned char* EndOfMatch(const unsigned char* start, const unsigned char* end,
+                                  Notes& notes) const;
+
+  /// The first place behind `start`, at which EndOfMatch has just found nothing, where a match may start.
+  const unsigned char* NextStart(const unsigned char* start, const Notes& notes) const;
+
+ private:
+  using Byte = unsigned char;
+
+  /// A run as it is read.
+  struct ReadyRun {
+    explicit ReadyRun(const Run& run);
+
+    std::ptrdiff_t least;
+    std::ptrdiff_t most;
+    bool isFixed;
+    bool isEndless;
+    std::array<bool, 256> members{};
+    PlaceScan exits;  // finds the bytes that do not belong to it
+  };
+
+  /// Where the walk came into its runs and left them.
+  struct Walk {
+    std::array<const Byte*, kMostRuns> entered;
+    std::array<const Byte*, kMostRuns> left;
+  };
+
+  static const Byte* EndOfRun(const ReadyRun& run, const Byte* place, const Byte* limit);
+  const Byte* EndOfBoundedRun(std::size_t index, const Byte* place, const Byte* end,
+                              Notes& notes) const;
+  const Byte* EndOfTail(const Byte* lowest, const Byte* highest, const Byte* end,
+                        Notes& notes) const;
+  bool HoldsTail(const Byte* place) const;
+  bool IsNoted(std::size_t run, const Byte* place, const Notes& notes) const;
+  void Prepare(Notes& notes) const;
+  void Note(std::size_t run, const Byte* first, const Byte* last, Notes& notes) const;
+  void NoteFailure(std::size_t failed, const Walk& walk, Notes& notes) const;
+
+  std::vector<ReadyRun> runs_;
+  std::size_t tried_;              // the run that has to be tried from its end; kMostRuns: none
+  std::ptrdiff_t tailLength_ = 0;  // of what follows that
+  int tailByte_ = -1;              // what it begins with; below 0: with one of several bytes
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_SCAN_RUN_SCAN_H

@@ -1,0 +1,203 @@
+// Rows of runs against a walk that tries every length of every run.
+
+#include "matcher/scan/run_scan.h"
+
+#include "tests/dice.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace trovex {
+namespace {
+
+using testing::Dice;
+using Byte = unsigned char;
+using ByteRun = trovex::Run;  // the tests have a Run of their own
+
+CharSet SetOf(std::string_view bytes) {
+  CharSet set;
+  for (const char c : bytes)
+    set.set(static_cast<Byte>(c));
+  return set;
+}
+
+CharSet Without(std::string_view bytes) {
+  CharSet set = ~SetOf(bytes);
+  set.reset('\n');
+  return set;
+}
+
+/// A text in a block of exactly its length.
+class Block {
+ public:
+  explicit Block(std::string_view text) : bytes_(new Byte[text.size()]), size_(text.size()) {
+    std::copy(text.begin(), text.end(), bytes_.get());
+  }
+  const Byte* begin() const { return bytes_.get(); }
+  const Byte* end() const { return bytes_.get() + size_; }
+
+ private:
+  std::unique_ptr<Byte[]> bytes_;
+  std::size_t size_;
+};
+
+/// Where the longest match of the runs from `index` on ends; null if none does.
+const Byte* LongestEnd(const std::vector<ByteRun>& runs, std::size_t index, const Byte* place,
+                       const Byte* end) {
+  if (index == runs.size()) return place;
+  const Byte* longest = nullptr;
+  const ByteRun& run = runs[index];
+  for (std::uint32_t taken = 0;; ++taken, ++place) {
+    if (taken >= run.least) {
+      const Byte* const last = LongestEnd(runs, index + 1, place, end);
+      if (last != nullptr && (longest == nullptr || last > longest)) longest = last;
+    }
+    if (taken == run.most || place == end || !run.bytes[*place]) return longest;
+  }
+}
+
+using Ranges = std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>>;
+
+/// All matches from left to right, as a search asks for them.
+template <typename EndOf, typename NextOf>
+Ranges Matches(const Block& text, EndOf endOf, NextOf nextOf) {
+  Ranges matches;
+  for (const Byte* start = text.begin(); start < text.end();) {
+    const Byte* const end = endOf(start);
+    if (end == nullptr) {
+      start = nextOf(start);
+      continue;
+    }
+    matches.emplace_back(start - text.begin(), end - text.begin());
+    start = end;
+  }
+  return matches;
+}
+
+std::string Told(const std::vector<ByteRun>& runs, const Block& text) {
+  std::ostringstream told;
+  for (const ByteRun& run : runs) {
+    told << '[' << run.bytes.count() << " from ";
+    for (int c = '!'; c < 127 && run.bytes.count() < 30; ++c) {
+      if (run.bytes[static_cast<std::size_t>(c)]) told << static_cast<char>(c);
+    }
+    told << "]{" << run.least << ',';
+    if (run.most != ByteRun::kEndless) told << run.most;
+    told << '}';
+  }
+  told << " in " << std::string(text.begin(), text.end());
+  return told.str();
+}
+
+std::size_t Compare(const std::vector<ByteRun>& runs, std::string_view content) {
+  const Block text(content);
+  const RunScan scan(runs);
+  RunScan::Notes notes;
+  const auto found = Matches(
+      text, [&](const Byte* start) { return scan.EndOfMatch(start, text.end(), notes); },
+      [&](const Byte* start) { return scan.NextStart(start, notes); });
+  const auto expected = Matches(
+      text, [&](const Byte* start) { return LongestEnd(runs, 0, start, text.end()); },
+      [](const Byte* start) { return start + 1; });
+  EXPECT_EQ(found, expected) << Told(runs, text);
+  return found.size();
+}
+
+/// Whether a scan takes these runs: only the last one of no fixed length may meet what follows.
+bool IsTaken(const std::vector<ByteRun>& runs) {
+  bool canBeEmpty = true;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    canBeEmpty = canBeEmpty && runs[i].least == 0;
+    if (runs[i].IsFixed() || !MeetsWhatFollows(runs, i)) continue;
+    for (std::size_t next = i + 1; next < runs.size(); ++next) {
+      if (!runs[next].IsFixed()) return false;
+    }
+  }
+  return !canBeEmpty;
+}
+
+TEST(RunScan, AgreesWithTheTrivialWalkOnAllSmallRowsAndTexts) {
+  std::vector<ByteRun> choices;
+  for (const char* set : {"a", "b", "ab"}) {
+    for (const auto& [least, most] : {std::pair<std::uint32_t, std::uint32_t>{1U, 1U},
+                                      {0U, 1U},
+                                      {1U, ByteRun::kEndless},
+                                      {0U, ByteRun::kEndless},
+                                      {1U, 2U},
+                                      {2U, 2U}}) {
+      choices.push_back({SetOf(set), least, most});
+    }
+  }
+  std::vector<std::string> texts = {""};
+  for (std::size_t i = 0; i < texts.size() && texts[i].size() < 6; ++i) {
+    for (const char c : {'a', 'b', '-'})
+      texts.push_back(texts[i] + c);
+  }
+  std::size_t matches = 0;
+  const auto tryAll = [&](const std::vector<ByteRun>& runs) {
+    if (!IsTaken(runs)) return;
+    for (std::size_t i = 0; i < texts.size() && !::testing::Test::HasFailure(); ++i)
+      matches += Compare(runs, texts[i]);
+  };
+  for (const ByteRun& first : choices) {
+    tryAll({first});
+    for (const ByteRun& second : choices)
+      tryAll({first, second});
+  }
+  EXPECT_GT(matches, 100'000U);
+}
+
+TEST(RunScan, AgreesWithTheTrivialWalkAtRandom) {
+  constexpr int kRounds = 30'000;
+  const std::vector<CharSet> sets = {SetOf("a"),  SetOf("b"),    SetOf("ab"),   SetOf("-"),
+                                     SetOf("c-"), Without("-"),  Without("ab"), Without(""),
+                                     SetOf("bc"), Without("abc")};
+  for (std::uint32_t seed = 1; seed <= kRounds && !::testing::Test::HasFailure(); ++seed) {
+    Dice dice(seed);
+    std::vector<ByteRun> runs(static_cast<std::size_t>(dice.Between(1, 5)));
+    for (ByteRun& run : runs) {
+      run.bytes =
+          sets[static_cast<std::size_t>(dice.Between(0, static_cast<int>(sets.size()) - 1))];
+      run.least = static_cast<std::uint32_t>(dice.Between(0, 2));
+      run.most = dice.OneIn(3)   ? ByteRun::kEndless
+                 : dice.OneIn(2) ? std::max(run.least, 1U)
+                                 : run.least + static_cast<std::uint32_t>(dice.Between(0, 40));
+      if (run.most == 0) run.most = 1;
+    }
+    if (!IsTaken(runs)) continue;
+    const char* const alphabet = dice.OneIn(2) ? "aaaaaaaabc-" : "abc-\n";
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Compare(runs, dice.Bytes(alphabet, dice.OneIn(4) ? 300 : 60));
+  }
+}
+
+TEST(RunScan, ReadsNoTextAgainAndAgain) {
+  // With a bound on the time: each start would read the rest of the text.
+  const std::string text(4'000'000, 'a');
+  const Block block(text);
+  const std::vector<std::vector<ByteRun>> rows = {
+      {{SetOf("a"), 1, 1}, {SetOf("ab"), 0, ByteRun::kEndless}, {SetOf(";"), 1, 1}},
+      {{SetOf("a"), 1, 1}, {Without(""), 0, ByteRun::kEndless}, {SetOf("b"), 1, 1}},
+      {{SetOf("a"), 1, 1}, {Without(""), 0, 250}, {SetOf("b"), 1, 1}},
+      {{SetOf("a"), 0, ByteRun::kEndless}, {SetOf(";"), 1, 1}},
+  };
+  for (const std::vector<ByteRun>& runs : rows) {
+    const RunScan scan(runs);
+    RunScan::Notes notes;
+    for (const Byte* start = block.begin(); start < block.end();) {
+      ASSERT_EQ(scan.EndOfMatch(start, block.end(), notes), nullptr);
+      start = scan.NextStart(start, notes);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace trovex
