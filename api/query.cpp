@@ -1,5 +1,6 @@
 // The second door for C++: thin handles around what query/ makes.
 
+#include "matcher/scan/vector_scan.h"
 #include "query/compiled_query.h"
 #include "query/search/query_search.h"
 
@@ -133,6 +134,11 @@ Verdict Searcher::Stream(std::string_view text, const SearchOptions& options,
 
 std::size_t Searcher::GaveUpAt() const noexcept {
   return work_->GaveUpAt();
+}
+
+LibraryFacts AboutLibrary() noexcept {
+  const VectorFacts vectors = VectorsInUse();
+  return {TROVEX_VERSION, vectors.instructions, vectors.library};
 }
 
 }  // namespace trovex

@@ -12,5 +12,12 @@ endif()
 
 target_compile_definitions(trovex_objects PUBLIC TROVEX_USE_HIGHWAY)
 target_link_libraries(trovex_objects PUBLIC hwy::hwy)
-# By its file: what the installed library is linked with is no target of other builds.
-target_link_libraries(trovex PRIVATE $<TARGET_LINKER_FILE:hwy::hwy>)
+if(hwy_VERSION VERSION_LESS 1.1)
+  # Its library takes milliseconds to load, and the headers call but two functions of it.
+  target_sources(trovex PRIVATE ${PROJECT_SOURCE_DIR}/api/highway_functions.cpp)
+  target_include_directories(trovex PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_options(trovex PRIVATE -fvisibility=hidden)
+else()
+  # By its file: what the installed library is linked with is no target of other builds.
+  target_link_libraries(trovex PRIVATE $<TARGET_LINKER_FILE:hwy::hwy>)
+endif()

@@ -3,9 +3,13 @@
 
 include(CMakePackageConfigHelpers)
 
+# What the library, its development files and the program are made of can be installed each by itself;
+# the packages are made of these components.
 install(TARGETS trovex EXPORT TrovexTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT library NAMELINK_COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/trovex
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
@@ -26,3 +30,4 @@ file(RELATIVE_PATH TROVEX_PKGCONFIG_TO_PREFIX
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/trovex.pc.in ${PROJECT_BINARY_DIR}/trovex.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/trovex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+unset(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME)

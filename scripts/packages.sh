@@ -17,10 +17,13 @@ need() {
 }
 
 # What building the library and the command-line program takes.
-BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libhwy-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build libhwy-dev)
 
 # What the tests take beside that.
-TEST_PACKAGES=(libgtest-dev pkg-config locales libsqlite3-dev sqlite3 python3)
+TEST_PACKAGES=(libgtest-dev nlohmann-json3-dev pkg-config locales git groff-base zsh fish libsqlite3-dev sqlite3 python3)
 
 # What building and testing the Python package takes beside what the library takes.
 PYTHON_PACKAGES=(python3-dev python3-venv)
+
+# What Spark takes beside that.
+SPARK_PACKAGES=(default-jre-headless procps)

@@ -1,190 +1,262 @@
 // Options, expression, search: one after the other, each with its own way to fail.
-//
-// Little work is done in this process. Work that is worth it goes to workers.
 
 #include "hosts/cli/program.h"
 
 #include "hosts/cli/command/options.h"
-#include "hosts/cli/files/code_page.h"
+#include "hosts/cli/command/word_list.h"
 #include "hosts/cli/files/file_walk.h"
+#include "hosts/cli/files/input.h"
+#include "hosts/cli/output/fault_text.h"
+#include "hosts/cli/output/interruption.h"
+#include "hosts/cli/output/json.h"
+#include "hosts/cli/output/ordered_output.h"
 #include "hosts/cli/output/printer.h"
 #include "hosts/cli/output/progress.h"
+#include "hosts/cli/output/result_stream.h"
 #include "hosts/cli/output/terminal.h"
+#include "hosts/cli/output/visible_text.h"
+#include "hosts/cli/search/classic_search.h"
 #include "hosts/cli/search/explain.h"
 #include "hosts/cli/search/expression.h"
-#include "hosts/cli/search/file_search.h"
-#include "hosts/cli/search/query.h"
-#include "hosts/cli/search/result_stream.h"
-#include "hosts/cli/search/workers.h"
+#include "hosts/cli/search/search_pool.h"
 
-#include <sys/stat.h>
+#include <fcntl.h>
+#include <sched.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <deque>
 #include <exception>
+#include <new>
 #include <optional>
 #include <string>
-#include <thread>
 #include <utility>
 #include <variant>
+#include <vector>
 
 namespace trovex::cli {
 
 namespace {
 
-/// Below this many bytes a search is done before a worker would have been started.
-constexpr std::int64_t kSmallWork = std::int64_t{1024} * 1024;
-
 using Clock = Progress::Clock;
 
-/// The files to be searched, with a look ahead that takes nothing away.
-class WorkAhead {
+/// Ends the program as it is: threads may be waiting for a pipe, and there is nothing to lose.
+[[noreturn]] void Leave(int status) {
+  EraseTraces();
+  _exit(status);
+}
+
+void LeaveOnOutputFailure(int error) {
+  // A reader that has seen enough, as in "trovex ... | head", is no trouble to talk about.
+  if (error == EPIPE) Leave(kExitFound);
+  EraseTraces();
+  const std::string sentence =
+      std::string("trovex: the output cannot be written: ") + std::strerror(error) + "\n";
+  static_cast<void>(!write(STDERR_FILENO, sentence.data(), sentence.size()));
+  Leave(kExitTrouble);
+}
+
+void LeaveWithFound() {
+  Leave(kExitFound);
+}
+
+/// Makes sure that no file of ours gets the number of a standard stream that was closed. Whoever reads
+/// or writes it, gets the error that it is closed.
+void OccupyStandardStreams() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) >= 0) continue;
+    const int wrongWay = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    static_cast<void>(open("/dev/null", wrongWay | O_CLOEXEC));
+  }
+}
+
+int ThreadCount(const Options& options) {
+  if (options.classic) return 1;
+  if (options.threads > 0) return options.threads;
+  cpu_set_t cores;
+  if (sched_getaffinity(0, sizeof cores, &cores) != 0) return 1;
+  return std::max(1, CPU_COUNT(&cores));
+}
+
+std::string StatsText(const SearchTotals& total, double seconds) {
+  char time[32];
+  std::snprintf(time, sizeof time, "%.3f", seconds);
+  const auto line = [](std::int64_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many) + "\n";
+  };
+  return line(total.counts.matches, "match", "matches") +
+         line(total.counts.lines, "matching line", "matching lines") +
+         line(total.filesFound, "file with matches", "files with matches") +
+         line(total.files, "file searched", "files searched") +
+         line(total.binarySkipped, "binary file skipped", "binary files skipped") +
+         line(total.counts.bytes, "byte searched", "bytes searched") + time + " seconds\n";
+}
+
+/// The last record of --json. What was not asked for was not counted.
+std::string JsonSummary(const Options& options, Need need, const SearchTotals& total,
+                        double seconds) {
+  std::string text;
+  JsonObject object(text);
+  object.Text("type", "summary");
+  if (need >= Need::kMatches) object.Number("matches", total.counts.matches);
+  if (need >= Need::kCount) object.Number("matching_lines", total.counts.lines);
+  object.Number("files_with_matches", total.filesFound).Number("files_searched", total.files);
+  object.Number("binary_files_skipped", total.binarySkipped);
+  if (options.stats || need >= Need::kCount) object.Number("bytes_searched", total.counts.bytes);
+  object.Flag("trouble", total.trouble).Seconds("seconds", seconds).End();
+  return text;
+}
+
+/// The program from its options on.
+class Run {
  public:
-  explicit WorkAhead(FileWalk walk) : walk_(std::move(walk)) {}
-
-  /// Whether there are at least two files.
-  bool HasSeveral() {
-    while (ahead_.size() < 2) {
-      if (!LookFurther()) return false;
-    }
-    return true;
+  explicit Run(Options options)
+      : options_(std::move(options)),
+        encoding_(TerminalEncoding()),
+        display_(Display::OfProcess(options_, encoding_)),
+        printer_(options_, display_),
+        progress_(STDERR_FILENO, start_),
+        stream_(printer_.Separator(), &progress_, LeaveOnOutputFailure) {
+    RemoveTracesOf(progress_, display_.terminal && display_.colors);
   }
 
-  /// Whether the files together are worth the start of a worker.
-  bool IsLarge() {
-    while (bytesAhead_ < kSmallWork) {
-      if (!LookFurther()) return false;
-    }
-    return true;
-  }
-
-  std::optional<FileToSearch> Next() {
-    if (ahead_.empty()) return walk_.Next();
-    FileToSearch file = std::move(ahead_.front());
-    ahead_.pop_front();
-    return file;
+  int Execute() {
+    if (options_.task == Task::kListFiles) return ListFiles();
+    if (const auto fault = ReadExpressions()) return Refuse(*fault);
+    return options_.classic ? ExecuteClassic() : ExecuteQuery();
   }
 
  private:
-  bool LookFurther() {
-    std::optional<FileToSearch> file = walk_.Next();
-    if (!file.has_value()) return false;
-    struct stat status {};
-    if (stat(file->path.c_str(), &status) == 0) bytesAhead_ += status.st_size;
-    ahead_.push_back(std::move(*file));
-    return true;
+  int ListFiles();
+  std::optional<ExpressionFault> ReadExpressions();
+  int ExecuteQuery();
+  int ExecuteClassic();
+  int Search(const SearchPlan* plan, ClassicSearch* classic);
+  int Refuse(const ExpressionFault& fault);
+  int Explain(const std::string& text) {
+    stream_.Output(text);
+    stream_.Flush();
+    return kExitFound;
   }
 
-  FileWalk walk_;
-  std::deque<FileToSearch> ahead_;
-  std::int64_t bytesAhead_ = 0;
+  Options options_;
+  Clock::time_point start_ = Clock::now();
+  std::string encoding_;
+  Display display_;
+  Printer printer_;
+  Progress progress_;
+  ResultStream stream_;
+  std::vector<std::string> expressions_;  // in UTF-8
+  std::vector<std::string> words_;
 };
 
-int JobCount(const Options& options) {
-  if (options.jobs > 0) return options.jobs;
-  return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-}
-
-std::string_view SeparatorBetweenFiles(const Options& options, const Palette& palette,
-                                       std::string& buffer) {
-  const bool context = options.contextBefore > 0 || options.contextAfter > 0;
-  if (options.output != OutputMode::kLines || !context) return {};
-  buffer.append(palette.separator).append("--").append(palette.reset).append("\n");
-  return buffer;
-}
-
-SearchSummary SearchHere(WorkAhead& work, FileSearch& search, ResultStream& stream,
-                         Progress& progress, bool firstIsEnough) {
-  SearchSummary total;
-  while (const std::optional<FileToSearch> file = work.Next()) {
-    stream.NextFile();
-    total += search.Search(*file, stream);
-    if (firstIsEnough && total.filesFound > 0) break;
-    progress.Show(total.files, total.bytes, Clock::now());
+int Run::ListFiles() {
+  FileWalk walk(options_);
+  bool trouble = false;
+  bool any = false;
+  while (const std::optional<FileToSearch> file = walk.Next()) {
+    if (file->complaint.empty()) {
+      std::string line;
+      AppendText(DisplayName(file->path),
+                 {display_.terminal && display_.utf8, false, display_.terminal}, line);
+      line += options_.nullAfterName ? '\0' : '\n';
+      stream_.Output(line);
+      any = true;
+    } else {
+      stream_.Complaint(file->complaint);
+      trouble = true;
+    }
   }
-  return total;
+  stream_.Flush();
+  return trouble ? kExitTrouble : any ? kExitFound : kExitNotFound;
 }
 
-std::string StatsText(const SearchSummary& total, double seconds) {
-  char time[32];
-  std::snprintf(time, sizeof time, "%.3f", seconds);
-  const auto line = [](std::int64_t count, const char* what) {
-    return std::to_string(count) + " " + what + "\n";
-  };
-  return line(total.items, "matches") + line(total.lines, "matching lines") +
-         line(total.filesFound, "files with matches") + line(total.files, "files searched") +
-         line(total.bytes, "bytes searched") + time + " seconds\n";
+std::optional<ExpressionFault> Run::ReadExpressions() {
+  for (const std::string& typed : options_.expressions) {
+    auto converted = ExpressionToUtf8(typed, encoding_);
+    if (auto* fault = std::get_if<ExpressionFault>(&converted)) return std::move(*fault);
+    expressions_.push_back(std::get<std::string>(std::move(converted)));
+  }
+  for (const std::string& path : options_.wordLists) {
+    const auto content = ReadWholeFile(path);
+    if (const auto* error = std::get_if<SystemError>(&content))
+      return ExpressionFault{DisplayName(path) + ": " + std::strerror(error->number)};
+    std::vector<std::string> words = ReadWords(std::get<std::string>(content));
+    words_.insert(words_.end(), std::make_move_iterator(words.begin()),
+                  std::make_move_iterator(words.end()));
+  }
+  return std::nullopt;
 }
 
-int RunSearch(const Options& options, Query query, bool utf8Terminal) {
-  const Clock::time_point start = Clock::now();
-  const Palette palette = Palette::For(UseColors(options.color));
-  Progress progress(STDERR_FILENO, start);
-  std::string buffer;
-  ResultStream stream(SeparatorBetweenFiles(options, palette, buffer), &progress);
-  FileSearch search(options, std::move(query), Printer(options, utf8Terminal, palette));
-  WorkAhead work(FileWalk(options.files, options.hidden));
+int Run::ExecuteQuery() {
+  if (expressions_.empty() && words_.empty()) return Refuse({"There is no word in the list."});
+  auto compiled = CompileExpressions(expressions_, words_, options_);
+  if (const auto* fault = std::get_if<ExpressionFault>(&compiled)) return Refuse(*fault);
+  auto& expression = std::get<CompiledExpression>(compiled);
+  if (options_.task == Task::kExplain) return Explain(ExplainQuery(expression.query, options_));
+  const SearchPlan plan(std::move(expression.query), options_, expression.tag);
+  const bool plain =
+      plan.road == SearchPlan::Road::kItems || plan.road == SearchPlan::Road::kInverse;
+  if (options_.wholeLines && !plain)
+    return Refuse(
+        {"Whole lines (-x) can be asked for where the expression is one pattern, or several "
+         "joined by |."});
+  return Search(&plan, nullptr);
+}
 
-  const bool firstIsEnough = options.output == OutputMode::kQuiet && !options.stats;
-  const int jobs = JobCount(options);
-  const bool parallel = jobs > 1 && work.HasSeveral();
-  SearchSummary total;
-  if ((parallel || progress.IsVisible()) && work.IsLarge()) {
-    const auto searchOne = [&search](const FileToSearch& file, ResultSink& sink) {
-      return search.Search(file, sink);
-    };
-    WorkerPool pool(jobs, searchOne, stream, progress);
-    total = pool.Run([&work] { return work.Next(); }, firstIsEnough);
-  } else {
-    total = SearchHere(work, search, stream, progress, firstIsEnough);
-  }
-  stream.NextFile();
-  stream.Flush();
-  progress.Erase();
-  if (options.stats) {
-    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    stream.Note(StatsText(total, seconds));
-  }
+int Run::ExecuteClassic() {
+  if (expressions_.size() != 1 || !words_.empty())
+    return Refuse({"The classic search takes one expression."});
+  if (options_.variants || options_.wholeLines)
+    return Refuse({"The classic search knows neither --variants nor --line-regexp."});
+  std::string expression = expressions_.front();
+  if (options_.literal && !options_.phonetic) expression = EscapePatternCharacters(expression);
+  if (options_.invert) expression.insert(0, "!(").append(")");
+  auto compiled = ClassicSearch::Compile(expression, options_);
+  if (const auto* sentence = std::get_if<std::string>(&compiled))
+    return Refuse({*sentence, {}, expression});
+  auto& classic = std::get<ClassicSearch>(compiled);
+  if (options_.tag > classic.TagCount()) return Refuse(NoSuchTag(options_.tag, classic.TagCount()));
+  if (options_.task == Task::kExplain)
+    return Explain(ExplainClassic(classic, expressions_.front(), options_, true));
+  return Search(nullptr, &classic);
+}
+
+int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
+  SearchJob job{
+      options_,      printer_,
+      progress_,     plan,
+      classic,       options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
+      LeaveWithFound};
+  OrderedOutput output(stream_);
+  FileWalk walk(options_);
+  SearchPool pool(ThreadCount(options_), walk, job, output);
+  const SearchTotals total = pool.Run();
+  const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+  if (options_.json && options_.output != OutputMode::kQuiet)
+    stream_.Output(JsonSummary(options_, printer_.NeedOfSearch(), total, seconds));
+  stream_.Flush();
+  progress_.Erase();
+  if (options_.stats) stream_.Note(StatsText(total, seconds));
   if (total.trouble) return kExitTrouble;
   return total.filesFound > 0 ? kExitFound : kExitNotFound;
 }
 
-int RefuseExpression(const Options& options, const ExpressionFault& fault, ResultStream& stream) {
-  stream.Note("    " + options.expression + "\n");
-  stream.Complaint(fault.sentence);
+int Run::Refuse(const ExpressionFault& fault) {
+  const std::size_t columns = TerminalColumns(STDERR_FILENO);
+  if (fault.hasRange) {
+    stream_.Note(MarkedExpression(fault.expression, fault.begin, fault.end, columns));
+  } else if (!fault.expression.empty()) {
+    stream_.Note("    " + VisibleText(fault.expression) + "\n");
+  }
+  stream_.Complaint(fault.sentence + (fault.advice.empty() ? "" : " " + fault.advice));
   return kExitTrouble;
 }
 
-int RunOptions(const Options& options, ResultStream& stream) {
-  const std::string encoding = TerminalEncoding();
-  const bool utf8Terminal = IsUtf8Encoding(encoding);
-  auto converted = ConvertExpression(options.expression, encoding);
-  if (const auto* fault = std::get_if<ExpressionFault>(&converted)) {
-    return RefuseExpression(options, *fault, stream);
-  }
-  std::string expression = std::get<std::string>(std::move(converted));
-  if (options.literal && !options.phonetic) expression = EscapePatternCharacters(expression);
-
-  auto compiled = Query::Compile(expression, options);
-  if (const auto* fault = std::get_if<ExpressionFault>(&compiled)) {
-    return RefuseExpression(options, *fault, stream);
-  }
-  auto query = std::get<Query>(std::move(compiled));
-  if (!options.explain) return RunSearch(options, std::move(query), utf8Terminal);
-  const bool drawnInUtf8 =
-      utf8Terminal || (IsPlainAscii(encoding) && IsValidUtf8(options.expression));
-  stream.Output(ExplainQuery(query, options, drawnInUtf8));
-  stream.Flush();
-  return kExitFound;
-}
-
 int RunArguments(int argc, const char* const* argv, ResultStream& stream) {
-  const auto parsed = ParseOptions(argc, argv);
+  auto parsed = ParseOptions(argc, argv, Surroundings::OfProcess());
   if (const auto* information = std::get_if<Information>(&parsed)) {
     stream.Output(information->text);
     stream.Flush();
@@ -195,21 +267,20 @@ int RunArguments(int argc, const char* const* argv, ResultStream& stream) {
     stream.Note("Try: trovex --help\n");
     return kExitTrouble;
   }
-  return RunOptions(std::get<Options>(parsed), stream);
+  return Run(std::get<Options>(std::move(parsed))).Execute();
 }
 
 }  // namespace
 
 int RunProgram(int argc, const char* const* argv) {
-  ResultStream stream({}, nullptr);
+  OccupyStandardStreams();
+  HandleInterruptions();
+  ResultStream stream({}, nullptr, LeaveOnOutputFailure);
   try {
     return RunArguments(argc, argv, stream);
-  } catch (const OutputFailure& failure) {
-    // A reader that has seen enough, as in "trovex ... | head", is no trouble to talk about.
-    if (failure.error != EPIPE) {
-      stream.Complaint(std::string("the output cannot be written: ") +
-                       std::strerror(failure.error));
-    }
+  } catch (const std::bad_alloc&) {
+    static constexpr char kSentence[] = "trovex: there is not enough memory\n";
+    static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
   } catch (const std::exception& error) {
     stream.Complaint(error.what());
   }

@@ -269,6 +269,18 @@ class TROVEX_EXPORT Searcher {
   std::unique_ptr<SearcherWork> work_;
 };
 
+/// What the library tells of itself: texts of its own, which are never freed.
+struct LibraryFacts {
+  /// Its version, as "1.0.0".
+  const char* version = "";
+  /// The vector instructions that searches use on this machine, as "AVX2"; "none".
+  const char* vectorInstructions = "";
+  /// The library behind them with its version; empty when there is none.
+  const char* vectorLibrary = "";
+};
+
+TROVEX_EXPORT LibraryFacts AboutLibrary() noexcept;
+
 }  // namespace trovex
 
 #endif  // TROVEX_QUERY_H

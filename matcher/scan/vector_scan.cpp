@@ -35,6 +35,10 @@ VectorScan ChooseVectorScan(const ScanTables& /*tables*/) {
   return {};
 }
 
+VectorFacts VectorsInUse() {
+  return {"none", ""};
+}
+
 }  // namespace trovex
 
 #else
@@ -372,6 +376,16 @@ VectorScan Choose(const ScanTables& tables) {
 #endif
 }
 
+const char* Instructions() {
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+  return "none";
+#elif defined(HWY_AVX3) && HWY_TARGET <= HWY_AVX3
+  return "AVX-512";
+#else
+  return hwy::TargetName(HWY_TARGET);
+#endif
+}
+
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace trovex
@@ -385,6 +399,16 @@ HWY_EXPORT(Choose);
 
 VectorScan ChooseVectorScan(const ScanTables& tables) {
   return HWY_DYNAMIC_DISPATCH(Choose)(tables);
+}
+
+HWY_EXPORT(Instructions);
+
+VectorFacts VectorsInUse() {
+#define TROVEX_TEXT_OF(number) #number
+#define TROVEX_VERSION_OF(major, minor, patch) \
+  TROVEX_TEXT_OF(major) "." TROVEX_TEXT_OF(minor) "." TROVEX_TEXT_OF(patch)
+  return {HWY_DYNAMIC_DISPATCH(Instructions)(),
+          "Highway " TROVEX_VERSION_OF(HWY_MAJOR, HWY_MINOR, HWY_PATCH)};
 }
 
 }  // namespace trovex

@@ -105,6 +105,15 @@ struct VectorScan {
 /// has none, or the library was built without them.
 VectorScan ChooseVectorScan(const ScanTables& tables);
 
+/// The vector instructions of these searches, for people: their name, or "none", and the library behind
+/// them with its version, or nothing.
+struct VectorFacts {
+  const char* instructions;
+  const char* library;
+};
+
+VectorFacts VectorsInUse();
+
 }  // namespace trovex
 
 #endif  // TROVEX_MATCHER_SCAN_VECTOR_SCAN_H

@@ -85,6 +85,9 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.interrupt = options.interrupt;
   context_.interruptContext = options.interruptContext;
   context_.credit = kWorkAtLeast + kWorkPerByte * static_cast<std::int64_t>(text.size());
+  context_.askBelow = options.interrupt == nullptr
+                          ? 0
+                          : std::max<std::int64_t>(0, context_.credit - kWorkBetweenAsks);
   granted_ = context_.credit;
   for (const auto& stream : streams_)
     stream->Begin();

@@ -7,6 +7,7 @@
 #include "query/search/found_place.h"
 #include "query/search/text_blocks.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -23,6 +24,9 @@ inline constexpr std::int64_t kWorkOfTag = 16;
 inline constexpr std::int64_t kWorkOfByte = 1;
 inline constexpr std::int64_t kScannedForAUnit = 16;
 inline constexpr std::int64_t kMeasuredForAUnit = 2;
+
+/// How much is spent, a few milliseconds, before the host is asked again whether to go on.
+inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
 
 struct SearchContext {
   TextBlocks blocks;
@@ -48,6 +52,9 @@ struct SearchContext {
   /// What the search of this text may still spend on all its streams together. A long query over a text
   /// where everything is found everywhere would take the product of both.
   std::int64_t credit = INT64_MAX;
+  /// Below this credit the host is asked, or the search gives up: only then is more than a comparison
+  /// spent on it.
+  std::int64_t askBelow = 0;
 
   void GiveUp(std::size_t at) {
     if (gaveUp) return;
@@ -58,13 +65,20 @@ struct SearchContext {
   /// Spends `units` of work that was done, or is at hand, at byte `at`.
   void Spend(std::int64_t units, std::size_t at) {
     credit -= units;
-    if (credit < 0) GiveUp(at);
+    if (credit < askBelow) Ask(at);
   }
 
   /// Asks whether to go on with the text at byte `at`.
   bool MayGoOn(std::size_t at) {
     if (!gaveUp && interrupt != nullptr && interrupt(interruptContext)) GiveUp(at);
     return !gaveUp;
+  }
+
+ private:
+  void Ask(std::size_t at) {
+    if (credit < 0) return GiveUp(at);
+    askBelow = std::max<std::int64_t>(0, credit - kWorkBetweenAsks);
+    MayGoOn(at);
   }
 };
 

@@ -336,6 +336,23 @@ TEST(Searcher, IsInterruptedBetweenPiecesOfALongText) {
   EXPECT_EQ(searcher.GaveUpAt(), 0U);
 }
 
+TEST(Searcher, IsInterruptedInsideOfALongLineWhereMuchIsFound) {
+  std::string text;
+  for (int i = 0; i < 300'000; ++i)
+    text += "ab c ";
+  for (const char* const query : {"[a-z]+", "(a &> b) &20 [0-9]|c", "[a-z] &2w [b-y]"}) {
+    Searcher searcher(Compiled(query));
+    SearchOptions options;
+    int asked = 0;
+    options.interrupt = [](void* given) { return ++*static_cast<int*>(given) == 5; };
+    options.interruptContext = &asked;
+    EXPECT_EQ(searcher.Search(text, options), Verdict::kGaveUp) << query;
+    EXPECT_EQ(asked, 5) << query;
+    EXPECT_LT(searcher.GaveUpAt(), text.size()) << query;
+    EXPECT_EQ(searcher.Matches(text), Verdict::kYes) << query;
+  }
+}
+
 TEST(Searcher, FindsTheSameInPiecesOfALongText) {
   std::string text;
   std::size_t expected = 0;
@@ -380,6 +397,12 @@ TEST(Searcher, LongChainsOfOperandsAreSearchedInALoop) {
   EXPECT_EQ(Found(near, "a b a"), "0..1, 4..5");
   EXPECT_EQ(Found(all, "a b a"), "0..1, 4..5");
   EXPECT_EQ(Found(any, "a b a"), "0..1, 4..5");
+}
+
+TEST(Library, TellsItsVersionAndWhatItSearchesWith) {
+  const trovex::LibraryFacts facts = trovex::AboutLibrary();
+  EXPECT_EQ(std::string(facts.version).find_first_not_of("0123456789."), std::string::npos);
+  EXPECT_NE(std::string(facts.vectorInstructions), "");
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-// The typed expression: its conversion and the escaping of --literal.
+// The typed expression: its conversion, the escaping of --literal, several at once, and faults.
 
 #include "hosts/cli/search/expression.h"
 
-#include "hosts/cli/search/query.h"
-#include "tests/heap_text.h"
+#include "hosts/cli/output/fault_text.h"
 
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -14,37 +14,75 @@ namespace trovex::cli {
 namespace {
 
 std::string Converted(std::string_view typed, std::string_view encoding) {
-  const auto result = ConvertExpression(typed, encoding);
+  const auto result = ExpressionToUtf8(typed, encoding);
   if (const auto* fault = std::get_if<ExpressionFault>(&result)) return "fault: " + fault->sentence;
   return std::get<std::string>(result);
 }
 
-TEST(ConvertExpression, Utf8BecomesOneByteACharacter) {
-  EXPECT_EQ(Converted("Müller & €", "UTF-8"), "M\xFCller & \x80");
+TEST(ExpressionToUtf8, OtherTerminalsAreConverted) {
+  EXPECT_EQ(Converted("Müller & €", "UTF-8"), "Müller & €");
+  EXPECT_EQ(Converted("\xA4", "ISO-8859-15"), "€");
+  EXPECT_EQ(Converted("M\xFCller", "ISO-8859-1"), "Müller");
 }
 
-TEST(ConvertExpression, OtherTerminalsAreConvertedToo) {
-  EXPECT_EQ(Converted("\xA4", "ISO-8859-15"), "\x80");
-  EXPECT_EQ(Converted("M\xFCller", "ISO-8859-1"), "M\xFCller");
+/// The first match of expressions, as text; "fault" with its number of the part that is meant.
+std::string FirstMatch(std::vector<std::string> expressions, std::vector<std::string> words,
+                       const std::string& text, Options options = {}) {
+  auto compiled = CompileExpressions(std::move(expressions), words, options);
+  if (const auto* fault = std::get_if<ExpressionFault>(&compiled))
+    return "fault: " + fault->sentence;
+  const auto& expression = std::get<CompiledExpression>(compiled);
+  Searcher searcher(expression.query);
+  SearchOptions how;
+  how.tags = true;
+  if (searcher.Search(text, how) != Verdict::kYes || searcher.Items().empty()) return "nothing";
+  const Item& item = searcher.Items()[0];
+  if (expression.tag == 0) return text.substr(item.begin, item.Size());
+  const TagRange* const tag = item.Tag(expression.tag);
+  return tag == nullptr ? "no tag" : text.substr(tag->begin, tag->end - tag->begin);
 }
 
-TEST(ConvertExpression, TheCLocaleMeansUtf8WhereItIsValid) {
-  EXPECT_EQ(Converted("Müller", "ANSI_X3.4-1968"), "M\xFCller");
-  EXPECT_EQ(Converted("M\xFCller", "ANSI_X3.4-1968"), "M\xFCller");
+TEST(CompileExpressions, AnyOfSeveralIsFound) {
+  EXPECT_EQ(FirstMatch({"Haus & Hof", "Garten"}, {}, "im Garten"), "Garten");
+  EXPECT_EQ(FirstMatch({"Haus & Hof", "Garten"}, {}, "Haus"), "nothing");
+  EXPECT_EQ(FirstMatch({"x"}, {"R&B", "(a"}, "R&B"), "R&B");
 }
 
-TEST(ConvertExpression, AMissingCharacterIsNamed) {
-  EXPECT_EQ(Converted("a & Ω", "UTF-8"),
-            "fault: The expression holds the character \"Ω\" (U+03A9), which windows-1252, the "
-            "code page of the search, does not have.");
-  EXPECT_EQ(Converted("😀", "UTF-8")
-                .find("fault: The expression holds the character \"😀\" "
-                      "(U+1F600)"),
-            0U);
+TEST(CompileExpressions, BracketsAreNumberedThrough) {
+  Options options;
+  options.tag = 2;
+  EXPECT_EQ(FirstMatch({"a(b)", "x(y)z"}, {}, "xyz", options), "y");
+  options.tag = 3;
+  EXPECT_EQ(FirstMatch({"a(b)", "x(y)z"}, {}, "xyz", options),
+            "fault: There is no bracket 3: the expression has 2 brackets.");
 }
 
-TEST(ConvertExpression, InvalidBytesAreAFault) {
-  EXPECT_EQ(Converted("M\xFCller", "UTF-8"), "fault: The expression is not valid UTF-8.");
+TEST(CompileExpressions, AFaultTellsWhatIsMeant) {
+  auto compiled = CompileExpressions({"gut", "Haus & (Hof"}, {}, Options{});
+  const auto* fault = std::get_if<ExpressionFault>(&compiled);
+  ASSERT_NE(fault, nullptr);
+  EXPECT_EQ(fault->expression, "Haus & (Hof");
+  EXPECT_EQ(fault->begin, 7U);
+  EXPECT_FALSE(fault->advice.empty());
+}
+
+TEST(MarkedExpression, MarksCharactersNotBytes) {
+  EXPECT_EQ(MarkedExpression("Tür & (a", 7, 8, 80), "    Tür & (a\n          ^\n");
+  EXPECT_EQ(MarkedExpression("a &", 3, 3, 80), "    a &\n       ^\n");
+  EXPECT_EQ(MarkedExpression("a\033b", 2, 3, 80), "    a\\x1Bb\n         ^\n");
+}
+
+TEST(MarkedExpression, FitsAnyWidth) {
+  const std::string expression(500, 'x');
+  for (std::size_t place = 0; place <= 500; place += 50) {
+    for (const std::size_t columns : {40U, 80U, 132U}) {
+      const std::string marked = MarkedExpression(expression, place, place, columns);
+      const std::size_t first = marked.find('\n');
+      EXPECT_LE(first, columns);
+      EXPECT_LE(marked.size() - first - 1, columns + 1);
+      EXPECT_NE(marked.find('^'), std::string::npos);
+    }
+  }
 }
 
 TEST(EscapePatternCharacters, EscapesWhatIsSpecialInPatternsAlone) {
@@ -90,13 +128,13 @@ void FindTheMeantText(const std::vector<std::string>& pieces, const std::string&
                       int length) {
   if (!expression.empty() && !HoldsOperator(expression)) {
     const std::string text = Meant(expression);
-    auto query = Query::Compile(EscapePatternCharacters(expression), Options{});
+    auto query = Query::Compile(EscapePatternCharacters(expression));
     ASSERT_TRUE(std::holds_alternative<Query>(query)) << expression;
-    testing::HeapText heap("#" + text + "#");
-    std::vector<Match> matches;
-    std::get<Query>(query).Search(heap.Data(), heap.Length(), 0, matches);
-    const Match whole{1, 1 + static_cast<int>(text.size())};
-    ASSERT_EQ(matches, std::vector<Match>{whole}) << expression;
+    Searcher searcher(std::get<Query>(query));
+    searcher.Search("#" + text + "#");
+    ASSERT_EQ(searcher.Items().size(), 1U) << expression;
+    ASSERT_EQ(searcher.Items()[0].begin, 1U) << expression;
+    ASSERT_EQ(searcher.Items()[0].Size(), text.size()) << expression;
   }
   if (length == 0) return;
   for (const std::string& piece : pieces)

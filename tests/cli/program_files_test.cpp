@@ -33,15 +33,15 @@ TEST_F(Files, HiddenOnesAreLeftOutUnlessAskedForOrNamed) {
 }
 
 TEST_F(Files, BinaryOnesAreLeftOutOfFoldersUnlessAskedFor) {
-  Write("d/b", std::string("x\0y\n", 4));
+  Write("d/b", std::string("x\0yz\n", 5));
   EXPECT_EQ(Run({"x", "d"}).status, 1);
   EXPECT_EQ(Run({"x", "d/b"}).out, "Binary file d/b matches\n");
   EXPECT_EQ(Run({"-o", "x", "d/b"}).out, "Binary file d/b matches\n");
   EXPECT_EQ(Run({"q", "d/b"}).out, "");
   EXPECT_EQ(Run({"-c", "x", "d/b"}).out, "d/b:1\n");
   EXPECT_EQ(Run({"-l", "x", "d/b"}).out, "d/b\n");
-  EXPECT_EQ(Run({"--binary", "x", "d"}).out, std::string("d/b:1:x\0y\n", 10));
-  EXPECT_EQ(Run({"-a", "x", "d/b"}).out, std::string("d/b:1:x\0y\n", 10));
+  EXPECT_EQ(Run({"--binary", "x", "d"}).out, std::string("d/b:1:x\0yz\n", 11));
+  EXPECT_EQ(Run({"-a", "x", "d/b"}).out, std::string("d/b:1:x\0yz\n", 11));
 }
 
 TEST_F(Files, LinksBelowAFolderAreNotFollowed) {
@@ -86,14 +86,15 @@ TEST_F(Files, AFileInPlaceOfAFolderIsTold) {
   EXPECT_EQ(Run({"x", "a/b"}).err, "trovex: a/b: Not a directory\n");
 }
 
-TEST_F(Files, TwoGibibytesAreRefusedByName) {
-  Write("huge", "x\n");
-  std::filesystem::resize_file(Path("huge"), std::uintmax_t{1} << 31);
-  Write("small", "x\n");
-  const RunResult run = Run({"-c", "x", "huge", "small"});
-  EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.out, "small:1\n");
-  EXPECT_EQ(run.err, "trovex: huge: the text has 2 GiB or more and is not searched\n");
+TEST_F(Files, ALineOfManyMegabytesIsSearchedInParts) {
+  const std::string line = Times(3000000, "viele ") + "Ziel\n";
+  Write("huge", "x\n" + line + "Ziel\n");
+  for (const char* threads : {"1", "2"}) {
+    const RunResult run = Run({"-j", threads, "-o", "Ziel", "huge"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "huge:2:Ziel\nhuge:3:Ziel\n");
+    EXPECT_EQ(run.err, "trovex: huge: a line has more than 8 MB and was searched in parts\n");
+  }
 }
 
 TEST_F(Files, AFileThatTellsNoSizeIsReadToItsEnd) {

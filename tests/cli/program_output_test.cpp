@@ -19,6 +19,9 @@ std::vector<Json> JsonLines(const std::string& text) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);)
     objects.push_back(Json::parse(line));
+  // The last one tells of the search as a whole.
+  EXPECT_EQ(objects.empty() ? Json() : objects.back()["type"], "summary");
+  if (!objects.empty()) objects.pop_back();
   return objects;
 }
 
@@ -58,7 +61,8 @@ TEST_F(Output, CountCountsMatchingLinesOfEveryFile) {
   Write("a", "x x\nx\ny\n");
   Write("b", "y\n");
   const RunResult run = Run({"--count", "x", "a", "b"});
-  EXPECT_EQ(run.out, "a:2\nb:0\n");
+  EXPECT_EQ(run.out, "a:2\n");
+  EXPECT_EQ(Run({"--count", "--include-zero", "x", "a", "b"}).out, "a:2\nb:0\n");
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(Run({"-c", "x"}, "x\n").out, "1\n");
   EXPECT_EQ(Run({"-c", "x"}, "y\n").status, 1);
@@ -105,7 +109,7 @@ TEST_F(Output, ATerminalGetsColorsUnlessItsUserDoesNotWantThem) {
 TEST_F(Output, ProgressIsShownOnATerminalAndTakenAway) {
   ASSERT_EQ(mkfifo(Path("slow").c_str(), 0600), 0);
   const std::string seen = ShellOnTerminal("(sleep 1.2; echo x) > slow & $TROVEX -q y slow");
-  EXPECT_EQ(seen.find("\r\033[Ksearched 1 file, 2 bytes, "), 0U);
+  EXPECT_EQ(seen.find("\r\033[K2 bytes, "), 0U);
   EXPECT_TRUE(seen.ends_with("\r\033[K"));
 }
 
@@ -113,7 +117,10 @@ TEST_F(Output, JsonIsOneObjectAMatch) {
   Write("t", "a\nxay \"a\"\n");
   const auto matches = JsonLines(Run({"--json", "a", "t"}).out);
   ASSERT_EQ(matches.size(), 3U);
-  EXPECT_EQ(matches[1], (Json{{"file", "t"},
+  EXPECT_EQ(matches[1], (Json{{"type", "match"},
+                              {"file", "t"},
+                              {"byte_column", 2},
+                              {"line_text", "xay \"a\""},
                               {"line", 2},
                               {"column", 2},
                               {"start", 3},
@@ -124,7 +131,7 @@ TEST_F(Output, JsonIsOneObjectAMatch) {
 }
 
 TEST_F(Output, JsonTellsTheTag) {
-  const auto matches = JsonLines(Run({"--json", "-t2", "(a)(b)c"}, "abc").out);
+  const auto matches = JsonLines(Run({"--json", "--tag=2", "(a)(b)c"}, "abc").out);
   ASSERT_EQ(matches.size(), 1U);
   EXPECT_EQ(matches[0]["tag"], 2);
   EXPECT_EQ(matches[0]["text"], "b");
@@ -143,7 +150,8 @@ TEST_F(Output, JsonSurvivesAnyFileName) {
   Write("na\xFFme", "a\n");
   const auto matches = JsonLines(Run({"--json", "a", "na\xFFme"}).out);
   ASSERT_EQ(matches.size(), 1U);
-  EXPECT_EQ(matches[0]["file"], "na\xEF\xBF\xBDme");
+  EXPECT_EQ(matches[0]["file"], "naÿme");
+  EXPECT_EQ(matches[0]["file_base64"], "bmH/bWU=");
 }
 
 TEST_F(Output, QuietSaysNothing) {
@@ -158,8 +166,8 @@ TEST_F(Output, StatsGoToStandardError) {
   Write("b", "y\n");
   const RunResult run = Run({"--stats", "x", "a", "b"});
   EXPECT_EQ(run.out, "a:1:x x\na:2:x\n");
-  EXPECT_EQ(run.err.find("3 matches\n2 matching lines\n1 files with matches\n2 files searched\n"
-                         "8 bytes searched\n"),
+  EXPECT_EQ(run.err.find("3 matches\n2 matching lines\n1 file with matches\n2 files searched\n"
+                         "0 binary files skipped\n8 bytes searched\n"),
             0U);
   EXPECT_NE(run.err.find(" seconds\n"), std::string::npos);
 }

@@ -44,27 +44,26 @@ class Terminal {
 
 TEST(Progress, AppearsAfterOneSecondAndGoesAway) {
   const Terminal terminal;
-  const auto start = Progress::Clock::now();
-  Progress progress(terminal.Descriptor(), start);
-  ASSERT_TRUE(progress.IsVisible());
-  progress.Show(1, 1000, start + 900ms);
-  progress.Erase();
+  Progress young(terminal.Descriptor(), Progress::Clock::now());
+  young.Add(1, 1000);
+  young.Erase();
   EXPECT_EQ(terminal.Shown(), "");
-  progress.Show(20, 3000000, start + 2s);
-  EXPECT_EQ(terminal.Shown(), "\r\033[Ksearched 20 files, 3.0 MB, 1.5 MB/s, 2 s");
-  progress.Show(21, 3100000, start + 2010ms);
+  Progress progress(terminal.Descriptor(), Progress::Clock::now() - 2s);
+  progress.Add(20, 3000000);
+  EXPECT_EQ(terminal.Shown().find("\r\033[K3.0 MB, 20 files, 1."), 0U);
+  EXPECT_TRUE(progress.IsDrawn());
+  progress.Add(1, 100000);
   EXPECT_EQ(terminal.Shown(), "");
   progress.Erase();
   EXPECT_EQ(terminal.Shown(), "\r\033[K");
+  EXPECT_FALSE(progress.IsDrawn());
 }
 
 TEST(Progress, IsForTerminalsAlone) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
-  const auto start = Progress::Clock::now();
-  Progress progress(ends[1], start);
-  EXPECT_FALSE(progress.IsVisible());
-  progress.Show(1, 1, start + 5s);
+  Progress progress(ends[1], Progress::Clock::now() - 5s);
+  progress.Add(1, 1);
   close(ends[1]);
   char byte = 0;
   EXPECT_EQ(read(ends[0], &byte, 1), 0);
@@ -77,7 +76,12 @@ TEST(Progress, BytesAreReadable) {
   EXPECT_EQ(ReadableBytes(1500), "1.5 kB");
   EXPECT_EQ(ReadableBytes(2.5e9), "2.5 GB");
   EXPECT_EQ(ReadableBytes(2.5e13), "25000.0 GB");
-  EXPECT_EQ(ProgressText(1, 500, 0), "1 file, 500 bytes, 0 bytes/s, 0 s");
+}
+
+TEST(Progress, FitsFewColumns) {
+  EXPECT_EQ(ProgressText(1, 500, 0, 80), "500 bytes, 1 file, 0 bytes/s, 0 s");
+  EXPECT_EQ(ProgressText(123456, 987654321012, 12345, 40), "987.7 GB, 123456 files, 80.0 MB/s");
+  EXPECT_EQ(ProgressText(2, 500, 0, 20), "500 bytes, 2 files");
 }
 
 }  // namespace

@@ -63,6 +63,9 @@ const std::set<std::string> kClasses = {
     "CNotOperator",         "CAndOperator",
 };
 
+/// Functions that belong to no class.
+const std::set<std::string> kFunctions = {"trovex::AboutLibrary()"};
+
 /// Classes without virtual functions: the loader knows their members alone.
 const std::set<std::string> kPlainClasses = {"trovex::Query", "trovex::Searcher"};
 
@@ -154,7 +157,7 @@ TEST(Exports, AreThePlainFunctionsAndTheClassesAndNothingElse) {
     const bool known =
         name == symbol ? kPlainFunctions.count(name) == 1
                        : kClasses.count(ClassOf(name)) + kPlainClasses.count(ClassOf(name)) == 1;
-    EXPECT_TRUE(known) << name;
+    EXPECT_TRUE(known || kFunctions.count(name) == 1) << name;
   }
 }
 

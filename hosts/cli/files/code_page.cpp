@@ -1,4 +1,4 @@
-// Reading and writing UTF-8, and the code page's table as iconv tells it.
+// Reading and writing UTF-8, and the code page's table.
 
 #include "hosts/cli/files/code_page.h"
 
@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <stdexcept>
 
 namespace trovex::cli {
 
@@ -132,17 +131,18 @@ std::optional<std::string> ConvertToUtf8(std::string_view text, const char* enco
 }
 
 CodePage::CodePage() {
-  Converter toUtf8("UTF-8", "WINDOWS-1252");
-  if (!toUtf8.IsOpen()) throw std::runtime_error("iconv does not know the code page windows-1252");
-  for (int value = 0; value < 256; ++value) {
-    const char byte = static_cast<char>(value);
-    std::string& utf8 = utf8_[static_cast<std::size_t>(value)];
-    if (auto converted = toUtf8.Convert({&byte, 1})) {
-      utf8 = *converted;
-      if (value >= 0x80) bytes_.emplace_back(ReadUtf8(utf8).code, byte);
-    } else {
-      AppendUtf8(kReplacementCharacter, utf8);
-    }
+  // What the bytes 0x80 to 0x9F stand for; zero where there is no character.
+  constexpr std::array<char16_t, 32> kMiddle = {
+      0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,  //
+      0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,       //
+      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,  //
+      0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
+  for (char32_t value = 0; value < 256; ++value) {
+    char32_t code = value;
+    if (value >= 0x80 && value < 0xA0) code = kMiddle[value - 0x80];
+    const bool exists = code != 0 || value == 0;
+    AppendUtf8(exists ? code : kReplacementCharacter, utf8_[value]);
+    if (exists && value >= 0x80) bytes_.emplace_back(code, static_cast<char>(value));
   }
   std::sort(bytes_.begin(), bytes_.end());
 }

@@ -1,8 +1,5 @@
 // Characters and bytes: UTF-8, and the Windows Latin-1 code page that the library searches.
 //
-// iconv says once which character each of the 256 bytes of the code page stands for. That table is
-// then used in both directions, so that converting a text is a look-up per character and no call.
-//
 // Five bytes of the code page stand for no character (0x81, 0x8D, 0x8F, 0x90, 0x9D).
 
 #ifndef TROVEX_HOSTS_CLI_CODE_PAGE_H
@@ -44,7 +41,7 @@ std::optional<std::string> ConvertToUtf8(std::string_view text, const char* enco
 /// The Windows Latin-1 code page.
 class CodePage {
  public:
-  /// The one table of this process. Throws std::runtime_error when iconv lacks the code page.
+  /// The one table of this process.
   static const CodePage& Get();
 
   /// The byte that stands for `code`; null when the code page lacks the character.

@@ -1,16 +1,24 @@
 // The files that are searched, one after the other, in a settled order: names as they were given,
-// and everything below a folder sorted by name.
+// and everything below a folder sorted by name, unless another order is asked for.
 //
-// Below a folder, hidden entries are left out unless asked for, and so is what is neither a file
-// nor a folder. Symbolic links are followed where they are named, not below a folder: what they
-// point to is found where it lies.
+// Below a folder, hidden entries are left out unless asked for, what files such as .gitignore leave
+// out, and what is neither a file nor a folder. What a user names is searched whatever it is. Symbolic
+// links are followed where they are named; below a folder only on request, and never into a folder
+// that the walk is in.
 
 #ifndef TROVEX_HOSTS_CLI_FILE_WALK_H
 #define TROVEX_HOSTS_CLI_FILE_WALK_H
 
+#include "hosts/cli/command/options.h"
+#include "hosts/cli/files/file_filter.h"
+#include "hosts/cli/files/ignore_files.h"
+
+#include <sys/types.h>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace trovex::cli {
@@ -26,33 +34,71 @@ struct FileToSearch {
   std::string path;       // kStandardInput for the standard input
   bool named = false;     // it was named by the user, not met below a folder
   std::string complaint;  // why there is no file; empty when there is one
+  bool regular = false;   // it was met as a regular file, whose size its status tells
 };
 
+/// To be used by one thread at a time. Takes at most one descriptor at a time, and none between two
+/// calls.
 class FileWalk {
  public:
-  FileWalk(std::vector<std::string> names, bool hidden);
+  explicit FileWalk(const Options& options);
 
   /// The next file; null when there are no more.
   std::optional<FileToSearch> Next();
 
  private:
+  enum class EntryKind : std::uint8_t { kFile, kFolder, kOther };
+
+  /// A name in a folder. The names themselves lie one behind the other in the level.
   struct Entry {
-    std::string path;
-    bool folder;
+    std::uint32_t begin;
+    std::uint16_t length;
+    EntryKind kind;
   };
+
   /// A folder that is being walked.
   struct Level {
+    std::string path;  // as it is shown before its entries: empty, or with "/" at its end
+    std::string names;
     std::vector<Entry> entries;
     std::size_t next = 0;
+    IgnoreState ignore;
+    std::string absolutePath;  // with "/" at its end; empty when no files of rules are asked
+    dev_t device = 0;          // for the detection of loops
+    ino_t number = 0;
+
+    std::string_view Name(const Entry& entry) const {
+      return std::string_view(names).substr(entry.begin, entry.length);
+    }
   };
 
-  /// Enters the folder; returns a complaint when it cannot be read to its end.
-  std::optional<FileToSearch> Enter(const std::string& folder);
+  std::optional<FileToSearch> NextBelow();
+  std::optional<FileToSearch> Begin(const std::string& name);
+  std::optional<FileToSearch> Enter(std::string path, std::string absolutePath, IgnoreState above);
+  int ReadEntries(int folder, Level& level, IgnoreNames& names);
+  void SortEntries(Level& level) const;
+  bool IsWanted(const Level& level, std::string_view name, bool isFolder, const std::string& path);
+  bool IsInLoop(dev_t device, ino_t number) const;
+  void SortRoot();
 
   std::vector<std::string> names_;
-  std::size_t nextName_ = 0;
-  std::vector<Level> levels_;
+  bool currentFolder_;
   bool hidden_;
+  bool ignoreFiles_;
+  bool follow_;
+  std::int64_t maxFileSize_;
+  SortKey sort_;
+  bool reversed_;
+  FileFilter filter_;
+  std::optional<IgnoreRules> globalRules_;
+
+  std::size_t nextName_ = 0;
+  std::size_t rootLength_ = 0;  // of the path that is shown before what is below the folder named
+  std::vector<Level> levels_;
+  std::string scratch_;  // a path that is judged; kept for its memory
+  /// All files of one folder, where they are sorted by something else than their names.
+  std::vector<FileToSearch> sorted_;
+  std::size_t nextSorted_ = 0;
 };
 
 }  // namespace trovex::cli

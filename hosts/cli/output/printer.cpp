@@ -1,4 +1,4 @@
-// Printing one file's result.
+// Printing pieces.
 //
 // Matches may overlap or repeat each other, for the operands of an AND are searched one by one. A
 // line is printed once, its colours cover the union of its matches; where matches are shown by
@@ -6,270 +6,412 @@
 
 #include "hosts/cli/output/printer.h"
 
+#include "hosts/cli/files/decoder.h"
+#include "hosts/cli/output/json.h"
+
+#include <limits.h>
+#include <unistd.h>
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <charconv>
+#include <cstdlib>
 
 namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
-
-/// A line to be shown, with the matches that begin on it.
-struct HitLine {
-  int line;
-  std::size_t firstMatch;
-  std::size_t matchCount;
-};
-
-/// The lines of a result, each once, in order. A file that is satisfied as a whole has none.
-std::vector<HitLine> HitLines(const FileResult& result, const LineIndex& index, Scope scope) {
-  std::vector<HitLine> hits;
-  for (std::size_t i = 0; i < result.matches.size(); ++i) {
-    const int line = index.LineOf(result.matches[i].begin);
-    if (hits.empty() || hits.back().line != line) hits.push_back({line, i, 0});
-    ++hits.back().matchCount;
-  }
-  if (scope == Scope::kFile) return hits;
-  for (const Unit& unit : result.satisfied) {
-    const int last = index.LineOf(unit.end);
-    for (int line = index.LineOf(unit.begin); line <= last; ++line)
-      hits.push_back({line, 0, 0});
-  }
-  return hits;
+void AppendNumber(std::int64_t number, std::string& out) {
+  char digits[24];
+  const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  out.append(digits, static_cast<std::size_t>(end - digits));
 }
 
-std::string JsonLine(const nlohmann::ordered_json& object) {
-  return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+/// The address of a file for a link.
+std::string FileAddress(std::string_view name) {
+  char path[PATH_MAX];
+  if (realpath(std::string(name).c_str(), path) == nullptr) return {};
+  char host[256] = "";
+  if (gethostname(host, sizeof host - 1) != 0) host[0] = '\0';
+  std::string address = std::string("file://") + host;
+  constexpr std::string_view kPlain = "/-._~";
+  for (const char c : std::string_view(path)) {
+    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    if (letter || kPlain.find(c) != kPlain.npos) {
+      address += c;
+    } else {
+      constexpr std::string_view kDigits = "0123456789ABCDEF";
+      const auto byte = static_cast<unsigned char>(c);
+      address += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    }
+  }
+  return address;
 }
 
 }  // namespace
 
-/// The output for one file while it is written.
+std::uint64_t FilePiece::OffsetOf(std::size_t place) const {
+  return offset + (decoder != nullptr ? decoder->SourceLength(text.substr(0, place)) : place);
+}
+
+/// The output of one piece while it is written.
 class Printer::Page {
  public:
-  Page(const Printer& printer, std::string_view name, const SourceText& text,
-       const FileResult& result, ResultSink& sink)
-      : printer_(printer),
-        palette_(printer.palette_),
-        name_(name),
-        text_(text),
-        result_(result),
-        index_(text.File(), text.FileBegin()),
-        hits_(HitLines(result, index_, printer.scope_)),
-        sink_(sink) {}
-
-  ResultCounts Counts() const {
-    return {static_cast<std::int64_t>(result_.matches.size() + result_.satisfied.size()),
-            static_cast<std::int64_t>(hits_.size())};
-  }
-
-  void WriteFileName() {
-    Colored(palette_.fileName, name_);
-    EndLine();
-  }
-
-  void WriteCount() {
-    if (printer_.fileNames_) {
-      Colored(palette_.fileName, name_);
-      Colored(palette_.separator, ":");
-    }
-    out_ += std::to_string(result_.satisfied.empty() ? hits_.size() : result_.satisfied.size());
-    EndLine();
-  }
-
-  void WriteBinaryNotice() {
-    out_ += "Binary file ";
-    out_.append(name_).append(" matches");
-    EndLine();
+  Page(const Printer& printer, const FilePiece& piece, const Found& found, PrintState& state,
+       std::string& out)
+      : printer_(printer), piece_(piece), found_(found), state_(state), out_(out) {
+    number_ = state.linesBefore + 1;
+    if (printer.fileNames_ && !printer.heading_) printer.AppendName(piece.name, name_);
   }
 
   void WriteLines();
-  void WriteMatches();
+  void WriteWithContext();
   void WriteJson();
-  void Finish() { SendPiece(); }
 
  private:
-  void SendPiece() {
-    sink_.Output(out_);
-    out_.clear();
+  bool Enough() const { return printer_.maxCount_ >= 0 && state_.shown >= printer_.maxCount_; }
+
+  /// Makes `number_` that of the line that begins at `begin`.
+  void GoTo(std::size_t begin) {
+    number_ += CountLineFeeds(Piece(piece_.text, {counted_, begin}));
+    counted_ = begin;
   }
 
-  void EndLine() {
-    out_ += '\n';
-    if (out_.size() >= kPieceSize) SendPiece();
+  void WriteFoundLine(const FoundLine& found);
+  void WriteMatches(const FoundLine& found);
+  void WriteWhole(const FoundLine& found);
+  void WritePrefix(char separator, std::int64_t number, std::int64_t column, std::size_t place);
+  void WriteSeparator(char separator) {
+    printer_.AppendColored({&separator, 1}, printer_.palette_.separator, out_);
+  }
+  void WriteContextLine(std::string_view line, std::int64_t number, std::size_t place);
+  void WriteGap(std::int64_t first);
+
+  /// In characters, or for editors in bytes.
+  std::int64_t ColumnOf(const FoundLine& found, std::size_t place) const {
+    const std::string_view before = Piece(piece_.text, {found.line.begin, place});
+    const bool bytes = printer_.output_ == OutputMode::kVimgrep || printer_.textForm_.fromLatin1;
+    return static_cast<std::int64_t>(bytes ? before.size() : CharactersOf(before)) + 1;
   }
 
-  void Colored(std::string_view color, std::string_view text) {
-    out_.append(color).append(text);
-    if (!color.empty()) out_ += palette_.reset;
+  JsonObject Match(Range range, Range line);
+  void WriteJsonMatch(Range match, Range line);
+  void WriteJsonUnit(Range unit);
+  std::string Utf8(Range range) const {
+    std::string text;
+    AppendText(Piece(piece_.text, range), {true, printer_.textForm_.fromLatin1, false}, text);
+    return text;
   }
-
-  std::string_view FilePiece(int begin, int end) const {
-    return text_.File().substr(static_cast<std::size_t>(begin),
-                               static_cast<std::size_t>(end - begin));
-  }
-
-  /// A piece of the file in the terminal's encoding.
-  void Show(std::string_view piece, std::string_view color = {}) {
-    if (piece.empty()) return;
-    if (printer_.utf8Terminal_ && !text_.IsUtf8()) {
-      Colored(color, text_.ToUtf8(piece));
-    } else {
-      Colored(color, piece);
-    }
-  }
-
-  void WritePrefix(int line, std::string_view separator) {
-    if (printer_.fileNames_) {
-      Colored(palette_.fileName, name_);
-      Colored(palette_.separator, separator);
-    }
-    if (printer_.lineNumbers_) {
-      Colored(palette_.lineNumber, std::to_string(line + 1));
-      Colored(palette_.separator, separator);
-    }
-  }
-
-  void WriteContext(int first, int behind) {
-    for (int line = first; line < behind; ++line) {
-      const Unit range = index_.Line(line);
-      WritePrefix(line, "-");
-      Show(FilePiece(range.begin, range.end));
-      EndLine();
-    }
-  }
-
-  void WriteHit(const HitLine& hit);
-  nlohmann::ordered_json JsonObject(int begin, int end) const;
 
   const Printer& printer_;
-  const Palette& palette_;
-  std::string_view name_;
-  const SourceText& text_;
-  const FileResult& result_;
-  LineIndex index_;
-  std::vector<HitLine> hits_;
-  ResultSink& sink_;
-  std::string out_;
+  const FilePiece& piece_;
+  const Found& found_;
+  PrintState& state_;
+  std::string& out_;
+  std::string name_;
+  std::int64_t number_ = 1;
+  std::size_t counted_ = 0;
 };
 
-void Printer::Page::WriteHit(const HitLine& hit) {
-  const Unit line = index_.Line(hit.line);
-  WritePrefix(hit.line, ":");
-  int shown = line.begin;
-  for (std::size_t i = hit.firstMatch; i < hit.firstMatch + hit.matchCount; ++i) {
-    const Match& match = result_.matches[i];
-    const int begin = std::clamp(match.begin, shown, line.end);
-    const int end = std::clamp(match.end, begin, line.end);
-    Show(FilePiece(shown, begin));
-    Show(FilePiece(begin, end), palette_.match);
+void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_t column,
+                                std::size_t place) {
+  if (!name_.empty()) {
+    out_ += name_;
+    if (printer_.nullAfterName_) {
+      out_ += '\0';
+    } else {
+      WriteSeparator(separator);
+    }
+  }
+  const auto field = [&](std::int64_t value) {
+    out_ += printer_.palette_.lineNumber;
+    AppendNumber(value, out_);
+    if (!printer_.palette_.lineNumber.empty()) out_ += printer_.palette_.reset;
+    WriteSeparator(separator);
+  };
+  if (printer_.lineNumbers_) field(number);
+  if (printer_.column_ && column > 0) field(column);
+  if (printer_.byteOffset_) field(static_cast<std::int64_t>(piece_.OffsetOf(place)));
+}
+
+void Printer::Page::WriteWhole(const FoundLine& found) {
+  const Range line = found.line;
+  if (printer_.palette_.match.empty() || found.matchCount == 0) {
+    AppendText(Piece(piece_.text, line), printer_.textForm_, out_);
+    out_ += '\n';
+    return;
+  }
+  std::size_t shown = line.begin;
+  for (std::size_t i = found.firstMatch; i < found.firstMatch + found.matchCount; ++i) {
+    const Range& match = found_.matches[i];
+    const std::size_t begin = std::clamp(match.begin, shown, line.end);
+    const std::size_t end = std::clamp(match.end, begin, line.end);
+    AppendText(Piece(piece_.text, {shown, begin}), printer_.textForm_, out_);
+    if (end > begin) {
+      out_ += printer_.palette_.match;
+      AppendText(Piece(piece_.text, {begin, end}), printer_.textForm_, out_);
+      out_ += printer_.palette_.reset;
+    }
     shown = end;
   }
-  Show(FilePiece(shown, line.end));
-  EndLine();
+  AppendText(Piece(piece_.text, {shown, line.end}), printer_.textForm_, out_);
+  out_ += '\n';
+}
+
+void Printer::Page::WriteMatches(const FoundLine& found) {
+  const bool whole = printer_.output_ == OutputMode::kVimgrep;
+  for (std::size_t i = found.firstMatch; i < found.firstMatch + found.matchCount; ++i) {
+    const Range& match = found_.matches[i];
+    const Range shown{match.begin, std::min(match.end, found.line.end)};
+    if (!whole && shown.begin >= shown.end) continue;
+    WritePrefix(':', number_, printer_.column_ ? ColumnOf(found, match.begin) : 0, match.begin);
+    if (whole) {
+      WriteWhole(found);
+    } else {
+      out_ += printer_.palette_.match;
+      AppendText(Piece(piece_.text, shown), printer_.textForm_, out_);
+      if (!printer_.palette_.match.empty()) out_ += printer_.palette_.reset;
+      out_ += '\n';
+    }
+  }
+}
+
+void Printer::Page::WriteFoundLine(const FoundLine& found) {
+  ++state_.shown;
+  if (printer_.output_ != OutputMode::kLines && found.matchCount > 0) return WriteMatches(found);
+  const std::size_t place =
+      found.matchCount > 0 ? found_.matches[found.firstMatch].begin : found.line.begin;
+  WritePrefix(':', number_, printer_.column_ ? ColumnOf(found, place) : 0, found.line.begin);
+  WriteWhole(found);
+}
+
+void Printer::Page::WriteLines() {
+  for (const FoundLine& found : found_.lines) {
+    if (Enough()) return;
+    if (printer_.countsLines_) GoTo(found.line.begin);
+    WriteFoundLine(found);
+  }
+}
+
+void Printer::Page::WriteContextLine(std::string_view line, std::int64_t number,
+                                     std::size_t place) {
+  WritePrefix('-', number, 0, place);
+  AppendText(line, printer_.textForm_, out_);
+  out_ += '\n';
+  state_.behindShown = number + 1;
+}
+
+/// Marks that lines have been left out before line `first`.
+void Printer::Page::WriteGap(std::int64_t first) {
+  if (state_.behindShown == 0 || state_.behindShown >= first) return;
+  printer_.AppendColored("--", printer_.palette_.separator, out_);
+  out_ += '\n';
 }
 
 /// Lines with their context. Context that touches is joined; a gap is marked.
-void Printer::Page::WriteLines() {
-  const bool hasContext = printer_.contextBefore_ > 0 || printer_.contextAfter_ > 0;
-  int next = 0;  // the first line that is not yet shown
-  for (std::size_t i = 0; i < hits_.size(); ++i) {
-    const int line = hits_[i].line;
-    const int first = std::max(next, line - printer_.contextBefore_);
-    if (hasContext && i > 0 && first > next) {
-      Colored(palette_.separator, "--");
-      EndLine();
+void Printer::Page::WriteWithContext() {
+  auto found = found_.lines.begin();
+  std::size_t place = 0;
+  for (Range line; NextUnit(piece_.text, Scope::kLine, place, line); ++number_) {
+    const bool hit = found != found_.lines.end() && found->line.begin == line.begin && !Enough();
+    if (hit) {
+      auto& before = state_.mayBeContext;
+      const auto first = number_ - static_cast<std::int64_t>(before.size());
+      WriteGap(first);
+      for (std::int64_t i = first; i < number_; ++i)
+        WriteContextLine(before[static_cast<std::size_t>(i - first)], i, line.begin);
+      before.clear();
+      WriteFoundLine(*found++);
+      state_.behindShown = number_ + 1;
+      state_.contextToCome = printer_.contextAfter_;
+      continue;
     }
-    WriteContext(first, line);
-    WriteHit(hits_[i]);
-    const int room = (i + 1 < hits_.size() ? hits_[i + 1].line : index_.LineCount()) - line - 1;
-    next = line + 1 + std::min(printer_.contextAfter_, room);
-    WriteContext(line + 1, next);
+    if (state_.contextToCome > 0) {
+      --state_.contextToCome;
+      WriteContextLine(Piece(piece_.text, line), number_, line.begin);
+    } else if (printer_.contextBefore_ > 0) {
+      state_.mayBeContext.emplace_back(Piece(piece_.text, line));
+      if (state_.mayBeContext.size() > static_cast<std::size_t>(printer_.contextBefore_))
+        state_.mayBeContext.pop_front();
+    }
+    if (printer_.HasEnough(state_)) return;
   }
 }
 
-void Printer::Page::WriteMatches() {
-  for (const HitLine& hit : hits_) {
-    const Unit line = index_.Line(hit.line);
-    for (std::size_t i = hit.firstMatch; i < hit.firstMatch + hit.matchCount; ++i) {
-      const Match& match = result_.matches[i];
-      if (match.begin >= std::min(match.end, line.end)) continue;
-      WritePrefix(hit.line, ":");
-      Show(FilePiece(match.begin, std::min(match.end, line.end)));
-      EndLine();
-    }
-    if (hit.matchCount == 0) WriteHit(hit);  // nothing in it matched, so it is shown whole
-  }
-}
-
-nlohmann::ordered_json Printer::Page::JsonObject(int begin, int end) const {
-  nlohmann::ordered_json object;
-  object["file"] = name_;
-  const bool hasLine = index_.LineCount() > 0;
-  const int line = hasLine ? index_.LineOf(begin) : 0;
-  object["line"] = line + 1;
-  object["column"] = hasLine ? begin - index_.Line(line).begin + 1 : 1;
-  object["start"] = begin;
-  object["end"] = end;
+JsonObject Printer::Page::Match(Range range, Range line) {
+  JsonObject object(out_);
+  const Range before{line.begin, std::max(line.begin, range.begin)};
+  const auto bytes = static_cast<std::int64_t>(before.end - before.begin);
+  const std::string_view text = Piece(piece_.text, before);
+  const auto characters =
+      static_cast<std::int64_t>(printer_.textForm_.fromLatin1 ? text.size() : CharactersOf(text));
+  object.Text("type", "match").File(piece_.name).Number("line", number_);
+  object.Number("column", characters + 1).Number("byte_column", bytes + 1);
+  object.Number("start", static_cast<std::int64_t>(piece_.OffsetOf(range.begin)));
+  object.Number("end", static_cast<std::int64_t>(piece_.OffsetOf(range.end)));
   return object;
 }
 
-void Printer::Page::WriteJson() {
-  for (const Match& match : result_.matches) {
-    nlohmann::ordered_json object = JsonObject(match.begin, match.end);
-    object["text"] = text_.ToUtf8(FilePiece(match.begin, match.end));
-    object["tag"] = printer_.tag_ > 0 ? nlohmann::ordered_json(printer_.tag_) : nullptr;
-    object["negative"] = false;
-    out_ += JsonLine(object);
-    if (out_.size() >= kPieceSize) SendPiece();
+void Printer::Page::WriteJsonMatch(Range match, Range line) {
+  JsonObject object = Match(match, line);
+  object.Text("text", Utf8(match)).Text("line_text", Utf8(line));
+  if (printer_.tag_ > 0) {
+    object.Number("tag", printer_.tag_);
+  } else {
+    object.Null("tag");
   }
-  for (const Unit& unit : result_.satisfied) {
-    nlohmann::ordered_json object = JsonObject(unit.begin, unit.end);
-    // A whole file may be huge, and its reader has it.
-    if (printer_.scope_ != Scope::kFile)
-      object["text"] = text_.ToUtf8(FilePiece(unit.begin, unit.end));
-    object["tag"] = nullptr;
-    object["negative"] = true;
-    out_ += JsonLine(object);
-    if (out_.size() >= kPieceSize) SendPiece();
-  }
+  object.Flag("negative", false).End();
 }
 
-Printer::Printer(const Options& options, bool utf8Terminal, const Palette& palette)
+void Printer::Page::WriteJsonUnit(Range unit) {
+  JsonObject object = Match(unit, unit);
+  // A whole file may be huge, and its reader has it.
+  if (printer_.scope_ != Scope::kFile) {
+    object.Text("text", Utf8(unit)).Text("line_text", Utf8(LineAround(piece_.text, unit.begin)));
+  }
+  object.Null("tag").Flag("negative", true).End();
+}
+
+/// Matches, and units without one, in their order.
+void Printer::Page::WriteJson() {
+  auto unit = found_.satisfied.begin();
+  const auto writeUnits = [&](std::size_t before) {
+    for (; unit != found_.satisfied.end() && unit->begin < before && !Enough(); ++unit) {
+      GoTo(unit->begin);
+      WriteJsonUnit(*unit);
+      ++state_.shown;
+    }
+  };
+  for (const FoundLine& found : found_.lines) {
+    writeUnits(found.line.begin);
+    if (found.matchCount == 0) continue;
+    if (Enough()) return;
+    GoTo(found.line.begin);
+    for (std::size_t i = found.firstMatch; i < found.firstMatch + found.matchCount; ++i)
+      WriteJsonMatch(found_.matches[i], found.line);
+    ++state_.shown;
+  }
+  writeUnits(piece_.text.size() + 1);
+}
+
+Printer::Printer(const Options& options, const Display& display)
     : output_(options.output),
+      json_(options.json),
       scope_(options.scope),
       fileNames_(options.fileNames),
       lineNumbers_(options.lineNumbers),
+      column_(options.column || options.output == OutputMode::kVimgrep),
+      byteOffset_(options.byteOffset),
+      heading_(options.heading && !options.json),
+      includeZero_(options.includeZero),
+      nullAfterName_(options.nullAfterName),
+      links_(display.links),
+      hasContext_(options.output == OutputMode::kLines && !options.json &&
+                  (options.contextBefore > 0 || options.contextAfter > 0)),
       contextBefore_(options.contextBefore),
       contextAfter_(options.contextAfter),
+      maxCount_(options.maxCount),
       tag_(options.tag),
-      utf8Terminal_(utf8Terminal),
-      palette_(palette) {}
+      nameForm_{display.terminal && display.utf8, false, display.terminal},
+      textForm_{display.utf8, options.encoding == Encoding::kWindows1252,
+                display.terminal && !options.raw},
+      palette_(Palette::For(options.colors, display.colors)) {
+  countsLines_ = ShowsContents() && (lineNumbers_ || json_ || hasContext_);
+  need_ = FindNeed(options);
+}
 
-ResultCounts Printer::Print(std::string_view name, const SourceText& text, const FileResult& result,
-                            bool binary, ResultSink& sink) const {
-  Page page(*this, name, text, result, sink);
-  const bool found = result.Found();
-  const bool wholeFile = scope_ == Scope::kFile && !result.satisfied.empty();
-  const bool showsLines = output_ == OutputMode::kLines || output_ == OutputMode::kOnlyMatching;
-  if (output_ == OutputMode::kCount) {
-    page.WriteCount();
-  } else if (!found || output_ == OutputMode::kQuiet) {
-    return page.Counts();
-  } else if (output_ == OutputMode::kJson) {
-    page.WriteJson();
-  } else if (output_ == OutputMode::kFiles || wholeFile) {
-    page.WriteFileName();
-  } else if (showsLines && binary) {
-    page.WriteBinaryNotice();
-  } else if (output_ == OutputMode::kOnlyMatching) {
-    page.WriteMatches();
-  } else {
-    page.WriteLines();
+Need Printer::FindNeed(const Options& options) const {
+  if (ShowsContents()) {
+    const bool lines = output_ == OutputMode::kLines && !json_ && palette_.match.empty();
+    return lines && !column_ && !options.stats ? Need::kLines : Need::kMatches;
   }
-  page.Finish();
-  return page.Counts();
+  if (options.stats) return Need::kMatches;
+  return output_ == OutputMode::kCount ? Need::kCount : Need::kVerdict;
+}
+
+void Printer::AppendColored(std::string_view text, const std::string& color,
+                            std::string& out) const {
+  out.append(color).append(text);
+  if (!color.empty()) out += palette_.reset;
+}
+
+void Printer::AppendName(std::string_view name, std::string& out) const {
+  const std::string address = links_ ? FileAddress(name) : std::string();
+  if (!address.empty()) out += "\033]8;;" + address + "\033\\";
+  out += palette_.fileName;
+  AppendText(name, nameForm_, out);
+  if (!palette_.fileName.empty()) out += palette_.reset;
+  if (!address.empty()) out += "\033]8;;\033\\";
+}
+
+std::string Printer::Heading(std::string_view name) const {
+  std::string heading;
+  if (!heading_ || !ShowsContents()) return heading;
+  AppendName(name, heading);
+  heading += nullAfterName_ ? '\0' : '\n';
+  return heading;
+}
+
+std::string Printer::Separator() const {
+  if (heading_ && ShowsContents()) return "\n";
+  if (!hasContext_) return {};
+  std::string separator;
+  AppendColored("--", palette_.separator, separator);
+  return separator + "\n";
+}
+
+void Printer::PrintPiece(const FilePiece& piece, const Found& found, PrintState& state,
+                         std::string& out) const {
+  if (!ShowsContents()) {
+    state.shown += found.linesWithMatches + found.unitsWithout;
+    return;
+  }
+  if (!hasContext_ && !found.Any()) return;
+  Page page(*this, piece, found, state, out);
+  if (json_) return page.WriteJson();
+  if (hasContext_) return page.WriteWithContext();
+  page.WriteLines();
+}
+
+void Printer::PrintFile(std::string_view name, const FileCounts& counts, std::string& out) const {
+  const auto end = [&] { out += nullAfterName_ ? '\0' : '\n'; };
+  if (output_ == OutputMode::kCount) {
+    std::int64_t count = counts.lines + counts.units;
+    if (maxCount_ >= 0) count = std::min(count, maxCount_);
+    if (count == 0 && !includeZero_ && fileNames_) return;
+    if (json_) {
+      JsonObject(out).Text("type", "count").File(name).Number("count", count).End();
+      return;
+    }
+    if (fileNames_) {
+      AppendName(name, out);
+      if (nullAfterName_) {
+        out += '\0';
+      } else {
+        AppendColored(":", palette_.separator, out);
+      }
+    }
+    AppendNumber(count, out);
+    out += '\n';
+    return;
+  }
+  const bool wholeFile = ShowsContents() && scope_ == Scope::kFile && counts.units > 0;
+  const bool listed = (output_ == OutputMode::kFiles && counts.Any()) ||
+                      (output_ == OutputMode::kFilesWithout && !counts.Any());
+  if (json_) {
+    if (listed) JsonObject(out).Text("type", "file").File(name).End();
+  } else if (listed || wholeFile) {
+    AppendName(name, out);
+    end();
+  }
+}
+
+void Printer::PrintBinary(std::string_view name, std::string& out) const {
+  if (json_) {
+    JsonObject(out).Text("type", "binary").File(name).End();
+    return;
+  }
+  out += "Binary file ";
+  AppendText(name, nameForm_, out);
+  out += " matches\n";
 }
 
 }  // namespace trovex::cli

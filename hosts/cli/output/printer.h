@@ -1,60 +1,128 @@
-// What was found in one file, as the user sees it: lines with context, the matches alone, counts,
-// names or JSON.
+// What was found, as the user sees it: lines with context, the matches alone, counts, names or JSON.
+//
+// A file is printed piece by piece. What a piece has to know of those before it is carried from one
+// to the next; where that is only the number of lines, pieces can be printed at the same time.
 
 #ifndef TROVEX_HOSTS_CLI_PRINTER_H
 #define TROVEX_HOSTS_CLI_PRINTER_H
 
 #include "hosts/cli/command/options.h"
-#include "hosts/cli/files/source_text.h"
 #include "hosts/cli/output/terminal.h"
-#include "hosts/cli/search/line_index.h"
-#include "hosts/cli/search/query.h"
-#include "hosts/cli/search/result_stream.h"
-#include "hosts/cli/search/units.h"
+#include "hosts/cli/output/visible_text.h"
+#include "hosts/cli/search/found.h"
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace trovex::cli {
 
-/// What was found in one file. All ranges are of the file's own bytes.
-struct FileResult {
-  /// In the order of their starts; they may overlap. Each lies on one line.
-  std::vector<Match> matches;
-  /// The units that satisfy the expression because nothing in them breaks it.
-  std::vector<Unit> satisfied;
+class Decoder;
 
-  bool Found() const { return !matches.empty() || !satisfied.empty(); }
+/// What was found in a file, or in several.
+struct FileCounts {
+  std::int64_t matches = 0;  // and units that satisfy the expression without one
+  std::int64_t lines = 0;
+  std::int64_t units = 0;  // those without a match
+  std::int64_t bytes = 0;
+
+  bool Any() const { return lines > 0 || units > 0; }
+
+  FileCounts& operator+=(const FileCounts& other) {
+    matches += other.matches;
+    lines += other.lines;
+    units += other.units;
+    bytes += other.bytes;
+    return *this;
+  }
 };
 
-/// How much was found in one file.
-struct ResultCounts {
-  std::int64_t items = 0;  // matches, and satisfied units
-  std::int64_t lines = 0;  // lines that they lie on; none for a file that is satisfied as a whole
+/// A piece of a file, of whole lines.
+struct FilePiece {
+  std::string_view name;
+  std::string_view text;
+  /// Where it begins in the file.
+  std::uint64_t offset = 0;
+  /// What made the text of the file's bytes; null where they are the same.
+  const Decoder* decoder = nullptr;
+
+  /// Where the byte at `place` of the text stands in the file.
+  std::uint64_t OffsetOf(std::size_t place) const;
+};
+
+/// What the output of a piece has to know of the pieces before it.
+struct PrintState {
+  /// How many lines they have. Not changed by printing.
+  std::int64_t linesBefore = 0;
+  /// How many lines that were found have been shown.
+  std::int64_t shown = 0;
+  /// The lines in front that may become context, and how many lines of context are still to come.
+  std::deque<std::string> mayBeContext;
+  std::int64_t contextToCome = 0;
+  /// The number of the line behind the last one that was shown; 0: none was.
+  std::int64_t behindShown = 0;
 };
 
 class Printer {
  public:
-  Printer(const Options& options, bool utf8Terminal, const Palette& palette);
+  Printer(const Options& options, const Display& display);
 
-  /// Shows the result of the file that is called `name`. With `binary`, lines are not shown, only
-  /// that there are some.
-  ResultCounts Print(std::string_view name, const SourceText& text, const FileResult& result,
-                     bool binary, ResultSink& sink) const;
+  /// What has to be known of each text.
+  Need NeedOfSearch() const { return need_; }
+  /// Whether a piece can be printed only when all before it are.
+  bool InOrder() const { return hasContext_ || maxCount_ >= 0; }
+  /// Whether lines have to be counted.
+  bool CountsLines() const { return countsLines_; }
+  /// Whether no further line is asked for.
+  bool HasEnough(const PrintState& state) const {
+    return maxCount_ >= 0 && state.shown >= maxCount_ && state.contextToCome == 0;
+  }
+  /// What stands above the output of a file.
+  std::string Heading(std::string_view name) const;
+  /// What stands between the outputs of two files.
+  std::string Separator() const;
+
+  /// Appends what is to be seen of a piece. With InOrder(), pieces come in order.
+  void PrintPiece(const FilePiece& piece, const Found& found, PrintState& state,
+                  std::string& out) const;
+  /// Appends what is told of a file as a whole, when it is searched.
+  void PrintFile(std::string_view name, const FileCounts& counts, std::string& out) const;
+  /// Appends that a binary file has matches, where lines would be shown.
+  void PrintBinary(std::string_view name, std::string& out) const;
+  /// Whether lines or matches are shown.
+  bool ShowsContents() const {
+    return output_ == OutputMode::kLines || output_ == OutputMode::kOnlyMatching ||
+           output_ == OutputMode::kVimgrep;
+  }
 
  private:
   class Page;
 
+  Need FindNeed(const Options& options) const;
+  void AppendName(std::string_view name, std::string& out) const;
+  void AppendColored(std::string_view text, const std::string& color, std::string& out) const;
+
   OutputMode output_;
+  bool json_;
   Scope scope_;
   bool fileNames_;
   bool lineNumbers_;
-  int contextBefore_;
-  int contextAfter_;
+  bool column_;
+  bool byteOffset_;
+  bool heading_;
+  bool includeZero_;
+  bool nullAfterName_;
+  bool links_;
+  bool hasContext_;
+  std::int64_t contextBefore_;
+  std::int64_t contextAfter_;
+  std::int64_t maxCount_;
   int tag_;
-  bool utf8Terminal_;
+  bool countsLines_;
+  Need need_;
+  TextForm nameForm_;
+  TextForm textForm_;
   Palette palette_;
 };
 

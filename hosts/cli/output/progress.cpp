@@ -2,6 +2,8 @@
 
 #include "hosts/cli/output/progress.h"
 
+#include "hosts/cli/output/terminal.h"
+
 #include <unistd.h>
 #include <cstdio>
 
@@ -34,11 +36,21 @@ std::string ReadableBytes(double bytes) {
   return text;
 }
 
-std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds) {
+std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds,
+                         std::size_t columns) {
   const double rate = seconds > 0 ? static_cast<double>(bytes) / seconds : 0;
-  return std::to_string(files) + (files == 1 ? " file, " : " files, ") +
-         ReadableBytes(static_cast<double>(bytes)) + ", " + ReadableBytes(rate) + "/s, " +
-         std::to_string(static_cast<int>(seconds)) + " s";
+  const std::string parts[] = {
+      ReadableBytes(static_cast<double>(bytes)),
+      ", " + std::to_string(files) + (files == 1 ? " file" : " files"),
+      ", " + ReadableBytes(rate) + "/s",
+      ", " + std::to_string(static_cast<std::int64_t>(seconds)) + " s",
+  };
+  std::string text;
+  for (const std::string& part : parts) {
+    if (text.size() + part.size() >= columns) break;
+    text += part;
+  }
+  return text;
 }
 
 Progress::Progress(int descriptor, Clock::time_point start)
@@ -47,18 +59,21 @@ Progress::Progress(int descriptor, Clock::time_point start)
       start_(start),
       nextDraw_(start + kPatience) {}
 
-void Progress::Show(std::int64_t files, std::int64_t bytes, Clock::time_point now) {
-  if (!visible_ || now < nextDraw_) return;
+void Progress::Show(Clock::time_point now) {
+  const std::unique_lock lock(mutex_, std::try_to_lock);
+  if (!lock.owns_lock() || now < nextDraw_) return;
   const double seconds = std::chrono::duration<double>(now - start_).count();
-  WriteTo(descriptor_, "\r\033[Ksearched " + ProgressText(files, bytes, seconds));
   drawn_ = true;
+  WriteTo(descriptor_,
+          "\r\033[K" + ProgressText(files_, bytes_, seconds, TerminalColumns(descriptor_)));
   nextDraw_ = now + kRedrawInterval;
 }
 
 void Progress::Erase() {
   if (!drawn_) return;
+  const std::lock_guard lock(mutex_);
+  if (!drawn_.exchange(false)) return;
   WriteTo(descriptor_, "\r\033[K");
-  drawn_ = false;
 }
 
 }  // namespace trovex::cli

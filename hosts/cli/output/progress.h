@@ -4,12 +4,16 @@
 #ifndef TROVEX_HOSTS_CLI_PROGRESS_H
 #define TROVEX_HOSTS_CLI_PROGRESS_H
 
+#include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 namespace trovex::cli {
 
+/// May be used by several threads.
 class Progress {
  public:
   using Clock = std::chrono::steady_clock;
@@ -17,24 +21,36 @@ class Progress {
   /// Progress of work that begins at `start`, shown on `descriptor` if that is a terminal.
   Progress(int descriptor, Clock::time_point start);
 
-  /// Whether there is a terminal to show it on.
-  bool IsVisible() const { return visible_; }
-
-  /// Shows these counts, if enough time has passed since the last showing.
-  void Show(std::int64_t files, std::int64_t bytes, Clock::time_point now);
+  /// So much more is done: files, and bytes of the files at hand. Shows it, if enough time has passed
+  /// since the last showing.
+  void Add(std::int64_t files, std::int64_t bytes) {
+    files_ += files;
+    bytes_ += bytes;
+    if (visible_) Show(Clock::now());
+  }
   /// Takes the line away.
   void Erase();
 
+  /// Whether a line may stand on the terminal: for a signal's handler.
+  bool IsDrawn() const { return drawn_; }
+
  private:
+  void Show(Clock::time_point now);
+
   int descriptor_;
   bool visible_;
-  bool drawn_ = false;
   Clock::time_point start_;
+  std::mutex mutex_;
+  std::atomic<bool> drawn_{false};
   Clock::time_point nextDraw_;
+  std::atomic<std::int64_t> files_{0};
+  std::atomic<std::int64_t> bytes_{0};
 };
 
-/// The line's text: files and bytes that are done, their rate, and the time since the start.
-std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds);
+/// The line's text, in less than `columns`: files and bytes that are done, their rate, and the time
+/// since the start.
+std::string ProgressText(std::int64_t files, std::int64_t bytes, double seconds,
+                         std::size_t columns);
 
 /// A number of bytes in the largest unit that keeps it above 1: "950 bytes", "1.5 MB".
 std::string ReadableBytes(double bytes);

@@ -11,6 +11,7 @@
 #include "hosts/cli/search/explain.h"
 
 #include "hosts/cli/files/code_page.h"
+#include "hosts/cli/output/visible_text.h"
 
 #include <algorithm>
 #include <string_view>
@@ -127,6 +128,7 @@ std::string TreeDrawing::Finish() {
 std::string Mode(const Options& options) {
   std::string mode = options.phonetic ? "Searched by sound" : "Searched as regular expressions";
   if (options.literal && !options.phonetic) mode += " with their special characters made ordinary";
+  if (options.variants) mode += ", in all spellings";
   if (options.words) mode += ", whole words only";
   if (!options.phonetic) mode += options.caseSensitive ? ", case sensitive" : ", in either case";
   return mode + ".\n";
@@ -134,10 +136,15 @@ std::string Mode(const Options& options) {
 
 }  // namespace
 
-std::string ExplainQuery(const Query& query, const Options& options, bool utf8) {
-  TreeDrawing drawing(options, query.TagCount(), utf8);
-  drawing.Draw(query.Root(), "", "");
-  return options.expression + "\n" + Mode(options) + "\n" + drawing.Finish();
+std::string ExplainQuery(const Query& query, const Options& options) {
+  return VisibleText(query.Expression()) + "\n" + Mode(options) + "\n" + query.Describe();
+}
+
+std::string ExplainClassic(const ClassicSearch& search, std::string_view expression,
+                           const Options& options, bool utf8) {
+  TreeDrawing drawing(options, search.TagCount(), utf8);
+  drawing.Draw(search.Root(), "", "");
+  return VisibleText(expression) + "\n" + Mode(options) + "\n" + drawing.Finish();
 }
 
 }  // namespace trovex::cli

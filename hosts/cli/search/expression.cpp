@@ -1,58 +1,110 @@
-// Conversion and escaping of the typed expression.
+// Conversion, escaping, and what to do about faults.
 
 #include "hosts/cli/search/expression.h"
 
+#include "hosts/cli/command/word_list.h"
 #include "hosts/cli/files/code_page.h"
 #include "hosts/cli/output/terminal.h"
+#include "hosts/cli/search/search_plan.h"
 
-#include <cstdio>
-#include <optional>
+#include <algorithm>
+#include <utility>
 
 namespace trovex::cli {
 
 namespace {
 
-constexpr std::string_view kPatternCharacters = ".[]*+?{}|^$";
+constexpr std::string_view kPatternCharacters = ".[]*+?{}|^$~";
 constexpr std::string_view kOperators = "&!()";
 
-ExpressionFault MissingCharacter(std::string_view character, char32_t code) {
-  char number[16];
-  std::snprintf(number, sizeof number, "U+%04X", static_cast<unsigned>(code));
-  std::string sentence = "The expression holds the character \"";
-  sentence.append(character).append("\" (").append(number);
-  sentence += "), which windows-1252, the code page of the search, does not have.";
-  return {sentence};
+/// What a person can do about the fault of this number.
+std::string_view Advice(int number) {
+  switch (number) {
+    case 9802:
+      return "Only characters of the Windows Latin-1 code page can be searched; \".\" finds any.";
+    case 9803:
+      return "Names are alpha, digit, alnum, upper, lower, space, blank, punct and others.";
+    case 9804:
+      return "Write \\\\ for a backslash.";
+    case 9805:
+      return "\\1 to \\9 repeat a bracket that is complete before them.";
+    case 9806:
+      return "Close it with ], or write \\[ for the character.";
+    case 9807:
+      return "Close it with ), or write \\( for the character.";
+    case 9808:
+    case 9809:
+      return "Write {3}, {2,} or {2,5}; \\{ is the character.";
+    case 9810:
+      return "A range is written as in [a-z]; a \"-\" at either end of a set is itself.";
+    case 9814:
+      return "Put a list of words into a file and search with --file.";
+    case 9815:
+      return "Write \\) for the character.";
+    case 9816:
+      return "Write \\ before it for the character.";
+    case 9819:
+      return "Type something there, or leave the operator out.";
+    case 9820:
+      return "Write \"& !\" for a NOT, or \\! for the character.";
+    case 9821:
+    case 9822:
+    case 9823:
+      return "Type an operand there, or write \\ before the operator for the character.";
+    case 9850:
+      return "Leave the backslash out, or write \\\\ for a backslash.";
+    case 9851:
+    case 9852:
+      return "Write \"&\" or \"|\" between them.";
+    case 9853:
+      return "Only a bracket of a pattern, without & and !, can be repeated.";
+    case 9854:
+      return "Search the parts with ~ one by one, joined by \"&\".";
+    case 9855:
+    case 9856:
+      return "Use \"&\" without a distance there.";
+    default:
+      return {};
+  }
 }
 
-std::variant<std::string, ExpressionFault> FromUtf8(std::string_view utf8) {
-  const CodePage& codePage = CodePage::Get();
-  std::string result;
-  while (!utf8.empty()) {
-    const Utf8Character character = ReadUtf8(utf8);
-    const std::string_view bytes = utf8.substr(0, static_cast<std::size_t>(character.length));
-    if (!character.valid) return ExpressionFault{"The expression is not valid UTF-8."};
-    const std::optional<char> byte = codePage.ByteFor(character.code);
-    if (!byte.has_value()) return MissingCharacter(bytes, character.code);
-    result += *byte;
-    utf8.remove_prefix(bytes.size());
-  }
+ExpressionFault WithRange(const Fault& fault, std::string expression, std::size_t begin,
+                          std::size_t end) {
+  return {
+      fault.sentence, std::string(Advice(fault.number)), std::move(expression), begin, end, true};
+}
+
+/// A literal phonetic word is found by its sound all the same.
+bool IsEscaped(const Options& options) {
+  return options.literal && !options.phonetic;
+}
+
+ExpressionOptions OptionsOfExpression(const Options& options) {
+  ExpressionOptions result;
+  result.words = options.words;
+  result.caseSensitive = options.caseSensitive;
+  result.phonetic = options.phonetic;
+  result.variants = options.variants;
   return result;
 }
 
 }  // namespace
 
-std::variant<std::string, ExpressionFault> ConvertExpression(std::string_view typed,
-                                                             std::string_view encoding) {
-  if (IsUtf8Encoding(encoding)) return FromUtf8(typed);
-  if (IsPlainAscii(encoding)) {
-    return IsValidUtf8(typed) ? FromUtf8(typed) : std::string(typed);
-  }
+std::variant<std::string, ExpressionFault> ExpressionToUtf8(std::string_view typed,
+                                                            std::string_view encoding) {
+  if (IsUtf8Encoding(encoding) || IsPlainAscii(encoding)) return std::string(typed);
   const std::string name(encoding);
-  const std::optional<std::string> utf8 = ConvertToUtf8(typed, name.c_str());
-  if (!utf8.has_value()) {
-    return ExpressionFault{"The expression is not valid in the terminal's encoding, " + name + "."};
-  }
-  return FromUtf8(*utf8);
+  std::optional<std::string> utf8 = ConvertToUtf8(typed, name.c_str());
+  if (utf8.has_value()) return *std::move(utf8);
+  return ExpressionFault{"The expression is not valid in the terminal's encoding, " + name + "."};
+}
+
+ExpressionFault NoSuchTag(int tag, int tagCount) {
+  std::string sentence = "There is no bracket " + std::to_string(tag) + ": the expression has ";
+  sentence += tagCount == 0   ? "no bracket."
+              : tagCount == 1 ? "one bracket."
+                              : std::to_string(tagCount) + " brackets.";
+  return {sentence};
 }
 
 std::string EscapePatternCharacters(std::string_view expression) {
@@ -72,6 +124,41 @@ std::string EscapePatternCharacters(std::string_view expression) {
     result += c;
   }
   return result;
+}
+
+std::variant<CompiledExpression, ExpressionFault> CompileExpressions(
+    std::vector<std::string> expressions, const std::vector<std::string>& words,
+    const Options& options) {
+  const ExpressionOptions how = OptionsOfExpression(options);
+  std::vector<int> tagCounts;
+  const bool single = expressions.size() == 1 && words.empty();
+  for (std::string& expression : expressions) {
+    if (IsEscaped(options)) expression = EscapePatternCharacters(expression);
+    // Each for itself, so that a fault of one does not look like that of another.
+    auto compiled = Query::Compile(expression, how);
+    if (const auto* fault = std::get_if<Fault>(&compiled))
+      return WithRange(*fault, expression, fault->begin, fault->end);
+    Query& query = std::get<Query>(compiled);
+    tagCounts.push_back(query.TagCount());
+    if (single && options.tag > query.TagCount()) return NoSuchTag(options.tag, query.TagCount());
+    if (single && !options.invert) return CompiledExpression{std::move(query), options.tag};
+  }
+  JoinedExpression joined = JoinExpressions(expressions, words);
+  std::string text = joined.text;
+  int tag = 0;
+  if (options.tag > 0) {
+    const auto inJoined = TagInJoined(options.tag, tagCounts, joined.bracketed);
+    int total = 0;
+    for (const int count : tagCounts)
+      total += count;
+    if (!inJoined.has_value()) return NoSuchTag(options.tag, total);
+    tag = *inJoined + (options.invert ? 1 : 0);
+  }
+  if (options.invert) text.insert(0, "!(").append(")");
+  auto compiled = Query::Compile(text, how);
+  if (const auto* fault = std::get_if<Fault>(&compiled))
+    return WithRange(*fault, text, fault->begin, fault->end);
+  return CompiledExpression{std::get<Query>(std::move(compiled)), tag};
 }
 
 }  // namespace trovex::cli

@@ -1,8 +1,13 @@
-// Searching one file.
+// Roads and pieces.
 
 #include "hosts/cli/search/file_search.h"
 
-#include <unistd.h>
+#include "hosts/cli/files/decoder.h"
+#include "hosts/cli/files/encodings.h"
+#include "hosts/cli/search/classic_search.h"
+
+#include <algorithm>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -10,98 +15,464 @@ namespace trovex::cli {
 
 namespace {
 
-/// Whether `match` is an empty match between a carriage return and its line feed. Flattened line
-/// ends show an empty line there, which the file does not have.
-bool LiesInLineEnd(const SourceText& text, const Match& match) {
-  if (match.begin != match.end || match.begin == 0 || match.begin >= text.Length()) return false;
-  const char* const place = text.Data() + match.begin;
-  if (place[0] != '\n' || place[-1] != '\n') return false;
-  return text.File()[static_cast<std::size_t>(text.FileOffset(match.begin - 1))] == '\r';
+constexpr std::size_t kBlock = std::size_t{256} * 1024;
+/// A line or paragraph that is longer is searched in parts, so that memory is bounded.
+constexpr std::size_t kLongestUnit = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
+/// What is read behind a stretch, for the end of its last line.
+constexpr std::size_t kNearEnd = 4096;
+constexpr std::size_t kEncodingLookAhead = std::size_t{64} * 1024;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+/// The first bytes of the byte order marks.
+constexpr std::string_view kMarkBegins("\xEF\xFE\xFF\0", 4);
+
+bool LooksBinary(std::string_view text) {
+  const std::string_view begin = text.substr(0, kBinaryLookAhead);
+  return !begin.empty() && std::memchr(begin.data(), '\0', begin.size()) != nullptr;
+}
+
+std::string Reason(SystemError error) {
+  return std::strerror(error.number);
+}
+
+/// Where a unit is parted that is too long: behind a blank, if there is one near.
+std::size_t ForcedCut(std::string_view text) {
+  const std::size_t blank = text.rfind(' ');
+  return blank != text.npos && blank + 1024 > text.size() ? blank + 1 : text.size();
+}
+
+std::string PartedSentence(std::string_view name, Scope scope) {
+  const char* const unit = scope == Scope::kParagraph ? "paragraph" : "line";
+  return std::string(name) + ": a " + unit + " has more than 8 MB and was searched in parts";
 }
 
 }  // namespace
 
-SearchSummary& SearchSummary::operator+=(const SearchSummary& other) {
-  files += other.files;
-  filesFound += other.filesFound;
-  bytes += other.bytes;
-  items += other.items;
-  lines += other.lines;
-  trouble = trouble || other.trouble;
-  return *this;
+/// A file while it is searched.
+struct FileSearch::CurrentFile {
+  std::string name;
+  OrderedOutput::Channel& channel;
+  Input& input;
+  bool named;
+  bool binary = false;
+  Need need = Need::kVerdict;
+  PrintState print{};
+  FileCounts counts{};
+
+  bool Decided() const { return need == Need::kVerdict && counts.Any(); }
+};
+
+/// The text of a file, block by block.
+class FileSearch::Blocks {
+ public:
+  /// From where `input` stands.
+  Blocks(Input& input, Buffer& buffer) : input_(input), buffer_(buffer) {}
+  /// From `begin` on, of a regular file.
+  Blocks(const Input& input, Buffer& buffer, std::uint64_t begin)
+      : input_(const_cast<Input&>(input)), buffer_(buffer), readAt_(begin), offset_(begin) {}
+
+  /// Reads the first block, of a regular file as much as there is, and sees how it is encoded.
+  std::optional<SystemError> Begin(const EncodingChoice& encoding) {
+    do {
+      if (const auto error = ReadMore()) return error;
+    } while (!atEnd_ && (input_.IsRegular() ? end_ < kBlock : MayBeMark()));
+    decoder_ = ChooseDecoder(Text().substr(0, kEncodingLookAhead), encoding);
+    if (decoder_ != nullptr) {
+      const std::string bytes(Text());
+      end_ = 0;
+      offset_ = decoder_->MarkLength();
+      Append(bytes);
+    } else if (Text().starts_with(kByteOrderMark)) {
+      Take(kByteOrderMark.size());
+    }
+    return std::nullopt;
+  }
+
+  std::optional<SystemError> ReadAll() {
+    while (!atEnd_) {
+      if (const auto error = ReadMore()) return error;
+    }
+    return std::nullopt;
+  }
+
+  /// What has been read and not been taken, and where it begins in the file.
+  std::string_view Text() const { return buffer_.View(begin_, end_); }
+  std::uint64_t Offset() const { return offset_; }
+  bool AtEnd() const { return atEnd_; }
+  /// Null where texts are bytes of the file as they are.
+  const Decoder* Decoding() const { return decoder_.get(); }
+
+  std::string_view Take(std::size_t size) {
+    const std::string_view piece = Text().substr(0, size);
+    begin_ += size;
+    offset_ += decoder_ != nullptr ? decoder_->SourceLength(piece) : size;
+    return piece;
+  }
+
+  /// Writes how many bytes of the text are whole units, and at least one where there is any; reads on
+  /// where there is none. `parted` tells whether a unit was too long and has to be parted.
+  std::optional<SystemError> FindUnits(Scope scope, std::size_t& size, bool& parted) {
+    parted = false;
+    std::size_t known = 0;
+    for (;;) {
+      const std::string_view text = Text();
+      size = text.size();
+      if (atEnd_) return std::nullopt;
+      // An empty line shows in the three bytes around it.
+      const std::size_t from = known < 3 ? 0 : known - 3;
+      if (const std::size_t cut = LastCut(text.substr(from), scope); cut > 0) {
+        size = from + cut;
+        return std::nullopt;
+      }
+      known = text.size();
+      if (text.size() >= kLongestUnit) {
+        parted = true;
+        size = ForcedCut(text);
+        return std::nullopt;
+      }
+      MoveToFront();
+      if (const auto error = ReadMore()) return error;
+    }
+  }
+
+ private:
+  /// Whether the bytes of a pipe could be the beginning of a byte order mark.
+  bool MayBeMark() const {
+    const std::string_view text = Text();
+    return text.size() < 4 && kMarkBegins.find(text.front()) != kMarkBegins.npos;
+  }
+
+  void MoveToFront() {
+    if (begin_ == 0) return;
+    std::memmove(buffer_.Data(), buffer_.Data() + begin_, end_ - begin_);
+    end_ -= begin_;
+    begin_ = 0;
+  }
+
+  void MakeRoom(std::size_t room) {
+    if (buffer_.Capacity() - end_ >= room) return;
+    buffer_.Reserve(std::max(end_ + 2 * room, end_ + end_ / 2));
+  }
+
+  void Append(std::string_view bytes) {
+    decoded_.clear();
+    decoder_->Decode(bytes, atEnd_, decoded_);
+    MakeRoom(decoded_.size() + 1);
+    std::memcpy(buffer_.Data() + end_, decoded_.data(), decoded_.size());
+    end_ += decoded_.size();
+  }
+
+  std::optional<SystemError> ReadMore() {
+    std::string bytes;
+    char* place = nullptr;
+    std::size_t room = kBlock / 2;
+    if (decoder_ != nullptr) {
+      bytes.resize(room);
+      place = bytes.data();
+    } else {
+      MakeRoom(room);
+      place = buffer_.Data() + end_;
+      room = buffer_.Capacity() - end_;
+    }
+    const auto count =
+        readAt_.has_value() ? input_.ReadAt(place, room, *readAt_) : input_.Read(place, room);
+    if (const auto* error = std::get_if<SystemError>(&count)) return *error;
+    const std::size_t size = std::get<std::size_t>(count);
+    if (readAt_.has_value()) *readAt_ += size;
+    atEnd_ = size == 0;
+    if (decoder_ != nullptr) {
+      Append(std::string_view(bytes).substr(0, size));
+    } else {
+      end_ += size;
+    }
+    return std::nullopt;
+  }
+
+  Input& input_;
+  Buffer& buffer_;
+  std::optional<std::uint64_t> readAt_;
+  std::unique_ptr<Decoder> decoder_;
+  std::uint64_t offset_ = 0;  // of the text that was not taken, in the file
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+  bool atEnd_ = false;
+  std::string decoded_;
+};
+
+FileSearch::FileSearch(SearchJob& job, int threads, ShareWork share)
+    : job_(job), threads_(threads), share_(std::move(share)) {
+  if (job.plan != nullptr) search_.emplace(*job.plan);
 }
 
-FileSearch::FileSearch(const Options& options, Query query, const Printer& printer)
-    : scope_(options.scope),
-      encoding_(options.encoding),
-      phonetic_(options.phonetic),
-      searchBinary_(options.binary),
-      firstUnitIsEnough_(!options.stats && (options.output == OutputMode::kFiles ||
-                                            options.output == OutputMode::kQuiet)),
-      query_(std::move(query)),
-      printer_(printer) {}
+void FileSearch::Complain(OrderedOutput::Channel& channel, const std::string& sentence) {
+  channel.Complaint(sentence);
+  totals_.trouble = true;
+}
 
-SearchSummary FileSearch::Search(const FileToSearch& file, ResultSink& sink) {
-  const auto fail = [&sink](const std::string& sentence) {
-    sink.Complaint(sentence);
-    SearchSummary summary;
-    summary.trouble = true;
-    return summary;
-  };
-  if (!file.complaint.empty()) return fail(file.complaint);
+void FileSearch::Search(const FileToSearch& file, OrderedOutput::Channel& channel) {
+  if (!file.complaint.empty()) return Complain(channel, file.complaint);
   try {
-    auto bytes = file.path == kStandardInput ? ReadDescriptor(STDIN_FILENO) : ReadFile(file.path);
-    if (const auto* error = std::get_if<ReadError>(&bytes)) {
-      return fail(DisplayName(file.path) + ": " + error->reason);
-    }
-    return SearchBytes(file, std::get<FileBytes>(std::move(bytes)), sink);
+    SearchInput(file, channel);
   } catch (const std::bad_alloc&) {
-    return fail(DisplayName(file.path) + ": there is not enough memory for this file");
+    buffer_.Trim(0);
+    Complain(channel, DisplayName(file.path) + ": there is not enough memory to search this file");
   }
 }
 
-SearchSummary FileSearch::SearchBytes(const FileToSearch& file, FileBytes bytes, ResultSink& sink) {
-  SearchSummary summary;
-  const bool binary = !searchBinary_ && LooksBinary(bytes.View());
-  if (binary && !file.named) return summary;
+void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& channel) {
+  auto opened = Input::Open(file);
+  if (const auto* error = std::get_if<SystemError>(&opened))
+    return Complain(channel, DisplayName(file.path) + ": " + Reason(*error));
+  Input& input = std::get<Input>(opened);
+  CurrentFile current{DisplayName(file.path), channel, input, file.named};
+  Blocks blocks(input, buffer_);
+  const EncodingChoice encoding{job_.options.encoding, job_.options.encodingName};
+  if (const auto error = blocks.Begin(encoding))
+    return Complain(channel, current.name + ": " + Reason(*error));
+  current.binary = !job_.options.binary && LooksBinary(blocks.Text());
+  if (current.binary && !file.named) {
+    ++totals_.binarySkipped;
+    return;
+  }
+  ++totals_.files;
+  current.need = job_.printer.NeedOfSearch();
+  if (current.binary && job_.printer.ShowsContents()) current.need = Need::kCount;
 
-  SourceText text(std::move(bytes), encoding_, phonetic_);
-  const FileResult result = SearchUnits(text);
-  const ResultCounts counts = printer_.Print(DisplayName(file.path), text, result, binary, sink);
-  summary.files = 1;
-  summary.filesFound = result.Found() ? 1 : 0;
-  summary.bytes = static_cast<std::int64_t>(text.File().size());
-  summary.items = counts.items;
-  summary.lines = counts.lines;
-  return summary;
+  const std::string heading = job_.printer.Heading(current.name);
+  channel.NextFile(heading);
+  SearchByRoad(current, blocks);
+  FinishFile(current);
+  buffer_.Trim(4 * kBlock);
 }
 
-FileResult FileSearch::SearchUnits(SourceText& text) {
-  FileResult result;
-  UnitWalker walker({text.Data(), static_cast<std::size_t>(text.Length())}, scope_);
-  for (Unit unit{}; walker.Next(unit);) {
-    char* const begin = text.Data() + unit.begin;
-    const int length = unit.end - unit.begin;
-    FlattenLineEnds(begin, length);
-    found_.clear();
-    const Answer answer = query_.Search(begin, length, unit.begin, found_);
-    if (answer == Answer::kMatches) AddMatches(text, result);
-    if (answer == Answer::kSatisfied) {
-      result.satisfied.push_back({text.FileOffset(unit.begin), text.FileOffset(unit.end)});
+void FileSearch::SearchByRoad(CurrentFile& file, Blocks& blocks) {
+  if (blocks.AtEnd() || job_.plan == nullptr || !job_.plan->InPieces())
+    return SearchWhole(file, blocks);
+  SearchBlocks(file, blocks);
+}
+
+void FileSearch::SearchWhole(CurrentFile& file, Blocks& blocks) {
+  if (const auto error = blocks.ReadAll())
+    return Complain(file.channel, file.name + ": " + Reason(*error));
+  SearchText(file, {file.name, blocks.Text(), blocks.Offset(), blocks.Decoding()});
+}
+
+void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
+  bool told = false;
+  for (;;) {
+    bool parted = false;
+    std::size_t size = 0;
+    if (const auto error = blocks.FindUnits(job_.plan->scope, size, parted))
+      return Complain(file.channel, file.name + ": " + Reason(*error));
+    if (size == 0 || job_.stop) return;
+    if (parted && !std::exchange(told, true))
+      Complain(file.channel, PartedSentence(file.name, job_.plan->scope));
+    const std::uint64_t offset = blocks.Offset();
+    SearchText(file, {file.name, blocks.Take(size), offset, blocks.Decoding()});
+    if (!file.input.IsRegular()) file.channel.Flush();
+    if (file.Decided() || job_.printer.HasEnough(file.print)) return;
+    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks);
+  }
+}
+
+/// Whether the rest of the file can be searched by several threads at the same time.
+bool FileSearch::IsSharable(const CurrentFile& file, const Blocks& blocks) const {
+  return threads_ > 1 && file.input.IsRegular() && blocks.Decoding() == nullptr && !file.binary &&
+         !job_.printer.InOrder() && file.input.Size() > blocks.Offset() + kBlock;
+}
+
+/// The rest of a large file, with whoever has nothing to do.
+void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks) {
+  LargeFile large(file.name, file.input, blocks.Offset(),
+                  std::max(blocks.Offset(), file.input.Size()), file.print.linesBefore, threads_,
+                  file.channel);
+  share_(large);
+  file.counts += large.Wait();
+}
+
+void FileSearch::RunSearch(std::string_view text, Need need) {
+  if (job_.classic != nullptr) {
+    job_.classic->Search(text, need, found_);
+  } else {
+    search_->Search(text, need, found_);
+  }
+}
+
+FileCounts FileSearch::CountFound(std::string_view text) const {
+  FileCounts counts;
+  counts.lines = found_.linesWithMatches;
+  counts.units = found_.unitsWithout;
+  counts.matches = static_cast<std::int64_t>(found_.matches.size()) + found_.unitsWithout;
+  counts.bytes = static_cast<std::int64_t>(text.size());
+  return counts;
+}
+
+/// `linesBefore` is null where lines are not counted.
+std::string FileSearch::GaveUpSentence(const FilePiece& piece, std::size_t place,
+                                       const std::int64_t* linesBefore) const {
+  std::string where = ", byte " + std::to_string(piece.offset + place);
+  if (linesBefore != nullptr) {
+    const std::int64_t line = *linesBefore + CountLineFeeds(piece.text.substr(0, place)) + 1;
+    where = ", line " + std::to_string(line);
+  }
+  return std::string(piece.name) + where +
+         ": the search gave up here, so it is not known whether this is found";
+}
+
+/// Searches whole units of a file and shows what is found.
+void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
+  RunSearch(piece.text, file.need);
+  for (const std::size_t place : found_.gaveUp)
+    Complain(file.channel, GaveUpSentence(piece, place, &file.print.linesBefore));
+  if (!file.binary) {
+    out_.clear();
+    job_.printer.PrintPiece(piece, found_, file.print, out_);
+    file.channel.Output(out_);
+  }
+  file.counts += CountFound(piece.text);
+  file.print.linesBefore += CountLineFeedsIfNeeded(piece.text);
+  job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
+}
+
+std::int64_t FileSearch::CountLineFeedsIfNeeded(std::string_view text) const {
+  return job_.printer.CountsLines() ? CountLineFeeds(text) : 0;
+}
+
+void FileSearch::FinishFile(CurrentFile& file) {
+  out_.clear();
+  const bool any = file.counts.Any();
+  const bool wholeFile = job_.options.scope == Scope::kFile && file.counts.units > 0;
+  if (file.binary && job_.printer.ShowsContents() && any && !wholeFile) {
+    job_.printer.PrintBinary(file.name, out_);
+  } else {
+    job_.printer.PrintFile(file.name, file.counts, out_);
+  }
+  file.channel.Output(out_);
+  totals_.counts += file.counts;
+  if (any) ++totals_.filesFound;
+  job_.progress.Add(1, 0);
+}
+
+void FileSearch::SearchPieces(LargeFile& file) {
+  while (const std::optional<std::size_t> index = file.Take()) {
+    try {
+      SearchStretch(file, *index);
+    } catch (const std::bad_alloc&) {
+      stretch_.Trim(0);
+      totals_.trouble = true;
+      file.TellLines(*index, 0);
+      file.Finish(*index, {{},
+                           {std::string(file.Name()) +
+                            ": there is not enough memory to search all of this file"},
+                           {}});
     }
-    if (firstUnitIsEnough_ && result.Found()) break;
+    if (job_.stop) file.Stop();
   }
-  return result;
 }
 
-/// Adds what was found in a unit, as ranges of the file.
-void FileSearch::AddMatches(const SourceText& text, FileResult& result) {
-  for (const Match& match : found_) {
-    if (LiesInLineEnd(text, match)) continue;
-    const int begin = text.FileOffset(match.begin);
-    const int end = match.end == match.begin ? begin : text.FileOffset(match.end);
-    result.matches.push_back({begin, end});
+/// Reads the units that begin in a stretch. Returns false, with what has been read, where one of them
+/// is too long.
+bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch,
+                             FilePiece& piece, std::vector<std::string>& complaints) {
+  const Scope scope = job_.plan->scope;
+  // What stands before the stretch shows whether a unit begins with it.
+  const std::size_t before = stretch.first ? 0 : 3;
+  const std::uint64_t readFrom = stretch.begin - before;
+  const auto wanted = static_cast<std::size_t>(stretch.end - readFrom);
+  std::size_t size = 0;
+  bool atEnd = false;
+  const auto readTo = [&](std::size_t target) {
+    stretch_.Reserve(target);
+    while (size < target && !atEnd) {
+      const auto count = file.File().ReadAt(stretch_.Data() + size, target - size, readFrom + size);
+      if (const auto* error = std::get_if<SystemError>(&count))
+        complaints.push_back(std::string(file.Name()) + ": " + Reason(*error));
+      const auto* const read = std::get_if<std::size_t>(&count);
+      atEnd = read == nullptr || *read == 0;
+      size += atEnd ? 0 : *read;
+    }
+  };
+  readTo(stretch.last ? wanted : wanted + kNearEnd);
+
+  const auto take = [&](std::size_t begin, std::size_t end) {
+    piece = {file.Name(), stretch_.View(begin, std::max(begin, end)), readFrom + begin};
+  };
+  const std::size_t begin = FirstCut(stretch_.View(0, size), scope, before);
+  // Units that begin behind the stretch are of the next one.
+  if (begin >= std::min(size, wanted)) return take(size, size), true;
+  if (stretch.last) return take(begin, std::min(size, wanted)), true;
+  std::size_t from = wanted;
+  for (;;) {
+    const std::size_t end = FirstCut(stretch_.View(0, size), scope, from);
+    if (end != std::string_view::npos) return take(begin, end), true;
+    if (atEnd) return take(begin, size), true;
+    if (size - begin >= kLongestUnit) return take(begin, begin), false;
+    from = std::max(wanted, size - 2);
+    readTo(size * 2);
   }
+}
+
+/// Searches whole units of a large file and adds what is to be shown.
+void FileSearch::SearchPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
+                               std::int64_t linesBeforeIt, LargeFile::Result& result) {
+  const Printer& printer = job_.printer;
+  RunSearch(piece.text, printer.NeedOfSearch());
+  if (found_.Any() || !found_.gaveUp.empty()) {
+    PrintState state;
+    if (printer.CountsLines()) state.linesBefore = file.LinesBefore(index) + linesBeforeIt;
+    for (const std::size_t place : found_.gaveUp) {
+      result.complaints.push_back(
+          GaveUpSentence(piece, place, printer.CountsLines() ? &state.linesBefore : nullptr));
+    }
+    printer.PrintPiece(piece, found_, state, result.output);
+  }
+  result.counts += CountFound(piece.text);
+  job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
+}
+
+/// Searches the units that begin in a stretch.
+void FileSearch::SearchStretch(LargeFile& file, std::size_t index) {
+  const LargeFile::Stretch stretch = file.StretchOf(index);
+  LargeFile::Result result;
+  FilePiece piece;
+  if (ReadStretch(file, stretch, piece, result.complaints)) {
+    // Those that come later need to know this before anything is searched.
+    if (job_.printer.CountsLines()) file.TellLines(index, CountLineFeeds(piece.text));
+    SearchPieceOf(file, index, piece, 0, result);
+  } else {
+    SearchLongUnits(file, index, piece.offset, result);
+    stretch_.Trim(0);
+  }
+  if (!result.complaints.empty()) totals_.trouble = true;
+  const bool decided = job_.printer.NeedOfSearch() == Need::kVerdict && result.counts.Any();
+  file.Finish(index, std::move(result));
+  if (decided) file.Stop();
+}
+
+/// The same, from `begin` on, where units have to be parted.
+void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64_t begin,
+                                 LargeFile::Result& result) {
+  const Scope scope = job_.plan->scope;
+  const std::uint64_t end = file.StretchOf(index).end;
+  result.complaints.push_back(PartedSentence(file.Name(), scope));
+  Blocks blocks(file.File(), stretch_, begin);
+  std::int64_t lines = 0;
+  bool parted = false;
+  while (blocks.Offset() < end || parted) {
+    std::size_t size = 0;
+    if (const auto error = blocks.FindUnits(scope, size, parted)) {
+      result.complaints.push_back(std::string(file.Name()) + ": " + Reason(*error));
+      break;
+    }
+    if (size == 0) break;
+    const std::uint64_t offset = blocks.Offset();
+    const std::size_t least = offset < end ? static_cast<std::size_t>(end - offset) : 1;
+    if (!parted) size = std::min(size, FirstCut(blocks.Text(), scope, least));
+    const FilePiece piece{file.Name(), blocks.Take(size), offset};
+    SearchPieceOf(file, index, piece, lines, result);
+    lines += CountLineFeedsIfNeeded(piece.text);
+  }
+  if (job_.printer.CountsLines()) file.TellLines(index, lines);
 }
 
 }  // namespace trovex::cli

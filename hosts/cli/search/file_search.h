@@ -1,51 +1,83 @@
-// The road of one file: read, decode, cut into units, search, show.
+// The road of one file: open, read, search, show. One thread's.
+//
+//   a small file          is read and searched at once
+//   a large one           is searched in pieces, by all threads that have nothing else to do
+//   a pipe, a device, a text that is decoded, and whatever is shown in an order (context)
+//                         is read in blocks, each searched as soon as it is there
+//   one that is searched as a whole
+//                         is read into memory first
 
 #ifndef TROVEX_HOSTS_CLI_FILE_SEARCH_H
 #define TROVEX_HOSTS_CLI_FILE_SEARCH_H
 
-#include "hosts/cli/command/options.h"
 #include "hosts/cli/files/file_walk.h"
-#include "hosts/cli/files/source_text.h"
-#include "hosts/cli/output/printer.h"
-#include "hosts/cli/search/query.h"
-#include "hosts/cli/search/result_stream.h"
+#include "hosts/cli/files/input.h"
+#include "hosts/cli/output/ordered_output.h"
+#include "hosts/cli/search/large_file.h"
+#include "hosts/cli/search/search_job.h"
+#include "hosts/cli/search/text_search.h"
 
-#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace trovex::cli {
 
-/// What became of one file, or of several. Sent from process to process as it is.
-struct SearchSummary {
-  std::int64_t files = 0;  // that were searched
-  std::int64_t filesFound = 0;
-  std::int64_t bytes = 0;
-  std::int64_t items = 0;
-  std::int64_t lines = 0;
-  bool trouble = false;
-
-  SearchSummary& operator+=(const SearchSummary& other);
-};
-
 class FileSearch {
  public:
-  FileSearch(const Options& options, Query query, const Printer& printer);
+  /// Has threads that are free help with a large file until all its pieces are taken, and returns
+  /// when none of them is at it any longer; called on the thread that began it.
+  using ShareWork = std::function<void(LargeFile&)>;
 
-  /// Searches `file` and puts what is to be seen into `sink`.
-  SearchSummary Search(const FileToSearch& file, ResultSink& sink);
+  /// `threads` tells whether there is anybody to share with. `job` outlives this.
+  FileSearch(SearchJob& job, int threads, ShareWork share);
+
+  /// Searches `file` and shows what is to be seen.
+  void Search(const FileToSearch& file, OrderedOutput::Channel& channel);
+  /// Searches pieces of `file` until none is left.
+  void SearchPieces(LargeFile& file);
+
+  const SearchTotals& Totals() const { return totals_; }
 
  private:
-  SearchSummary SearchBytes(const FileToSearch& file, FileBytes bytes, ResultSink& sink);
-  FileResult SearchUnits(SourceText& text);
-  void AddMatches(const SourceText& text, FileResult& result);
+  struct CurrentFile;
+  class Blocks;
 
-  Scope scope_;
-  Encoding encoding_;
-  bool phonetic_;
-  bool searchBinary_;
-  bool firstUnitIsEnough_;
-  Query query_;
-  Printer printer_;
-  std::vector<Match> found_;  // of one unit; kept for its memory
+  void SearchInput(const FileToSearch& file, OrderedOutput::Channel& channel);
+  void SearchByRoad(CurrentFile& file, Blocks& blocks);
+  void SearchWhole(CurrentFile& file, Blocks& blocks);
+  void SearchBlocks(CurrentFile& file, Blocks& blocks);
+  bool IsSharable(const CurrentFile& file, const Blocks& blocks) const;
+  void SearchShared(CurrentFile& file, const Blocks& blocks);
+  void SearchText(CurrentFile& file, const FilePiece& piece);
+  void SearchStretch(LargeFile& file, std::size_t index);
+  bool ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
+                   std::vector<std::string>& complaints);
+  void SearchPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
+                     std::int64_t linesBeforeIt, LargeFile::Result& result);
+  void SearchLongUnits(LargeFile& file, std::size_t index, std::uint64_t begin,
+                       LargeFile::Result& result);
+  std::int64_t CountLineFeedsIfNeeded(std::string_view text) const;
+  void FinishFile(CurrentFile& file);
+
+  void RunSearch(std::string_view text, Need need);
+  FileCounts CountFound(std::string_view text) const;
+  std::string GaveUpSentence(const FilePiece& piece, std::size_t place,
+                             const std::int64_t* linesBefore) const;
+  void Complain(OrderedOutput::Channel& channel, const std::string& sentence);
+
+  SearchJob& job_;
+  int threads_;
+  ShareWork share_;
+  std::optional<TextSearch> search_;
+  SearchTotals totals_;
+  // Kept for their memory.
+  Buffer buffer_;
+  Buffer stretch_;
+  Found found_;
+  std::string out_;
 };
 
 }  // namespace trovex::cli

@@ -1,72 +1,169 @@
-// Lines, paragraphs and line ends.
+// Lines, paragraphs, and the places between them.
 
 #include "hosts/cli/search/units.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace trovex::cli {
 
-Unit LineAt(std::string_view text, int begin) {
-  const auto from = static_cast<std::size_t>(begin);
-  std::size_t end = text.find('\n', from);
-  if (end == std::string_view::npos) return {begin, static_cast<int>(text.size())};
-  if (end > from && text[end - 1] == '\r') --end;
-  return {begin, static_cast<int>(end)};
+namespace {
+
+constexpr std::size_t npos = std::string_view::npos;
+
+/// Whether the line that begins at `place` is empty.
+bool IsEmptyLine(std::string_view text, std::size_t place) {
+  if (place >= text.size()) return true;
+  return text[place] == '\n' || (text[place] == '\r' && text.substr(place, 2) == "\r\n");
 }
 
-int NextLineBegin(std::string_view text, Unit line) {
-  auto position = static_cast<std::size_t>(line.end);
-  if (position >= text.size()) return static_cast<int>(text.size());
-  if (text[position] == '\r') ++position;
-  return static_cast<int>(position + 1);
+std::size_t LineBegin(std::string_view text, std::size_t place) {
+  if (place == 0) return 0;
+  const void* const feed = memrchr(text.data(), '\n', place);
+  if (feed == nullptr) return 0;
+  return static_cast<std::size_t>(static_cast<const char*>(feed) - text.data()) + 1;
 }
 
-bool UnitWalker::Next(Unit& unit) {
-  switch (scope_) {
-    case Scope::kFile:
-      return NextFile(unit);
-    case Scope::kParagraph:
-      return NextParagraph(unit);
-    case Scope::kLine:
-      return NextLine(unit);
+std::size_t FindLineFeed(std::string_view text, std::size_t from) {
+  if (from >= text.size()) return npos;
+  const void* const feed = std::memchr(text.data() + from, '\n', text.size() - from);
+  if (feed == nullptr) return npos;
+  return static_cast<std::size_t>(static_cast<const char*>(feed) - text.data());
+}
+
+Range LineFrom(std::string_view text, std::size_t begin) {
+  std::size_t end = FindLineFeed(text, begin);
+  if (end == npos) return {begin, text.size()};
+  if (end > begin && text[end - 1] == '\r') --end;
+  return {begin, end};
+}
+
+std::int64_t CountPlainly(const char* text, std::size_t size) {
+  std::int64_t count = 0;
+  for (std::size_t i = 0; i < size; ++i)
+    count += text[i] == '\n' ? 1 : 0;
+  return count;
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+// Thirty-two bytes at a time. A lane of the sum holds up to 255 before it is emptied.
+typedef signed char Lanes __attribute__((vector_size(32)));
+
+__attribute__((target("avx2"))) std::int64_t CountWide(const char* text, std::size_t size) {
+  std::int64_t count = 0;
+  std::size_t i = 0;
+  while (size - i >= sizeof(Lanes)) {
+    const std::size_t steps = std::min<std::size_t>((size - i) / sizeof(Lanes), 255);
+    Lanes sum = {};
+    for (std::size_t step = 0; step < steps; ++step, i += sizeof(Lanes)) {
+      Lanes bytes;
+      std::memcpy(&bytes, text + i, sizeof bytes);
+      sum -= (bytes == '\n');
+    }
+    for (std::size_t lane = 0; lane < sizeof(Lanes); ++lane)
+      count += static_cast<unsigned char>(sum[lane]);
   }
+  return count + CountPlainly(text + i, size - i);
+}
+
+bool HasWide() {
+  static const bool has = __builtin_cpu_supports("avx2") != 0;
+  return has;
+}
+#else
+std::int64_t CountWide(const char* text, std::size_t size) {
+  return CountPlainly(text, size);
+}
+bool HasWide() {
   return false;
 }
+#endif
 
-bool UnitWalker::NextFile(Unit& unit) {
-  if (fileDone_) return false;
-  fileDone_ = true;
-  std::string_view content = text_;
-  if (content.ends_with('\n')) content.remove_suffix(content.ends_with("\r\n") ? 2 : 1);
-  unit = {0, static_cast<int>(content.size())};
+bool NextLine(std::string_view text, std::size_t& place, Range& line) {
+  if (place >= text.size()) return false;
+  line = LineFrom(text, place);
+  place = NextLineBegin(text, line.end);
   return true;
 }
 
-bool UnitWalker::NextLine(Unit& unit) {
-  if (AtEnd()) return false;
-  unit = LineAt(text_, position_);
-  position_ = NextLineBegin(text_, unit);
-  return true;
-}
-
-bool UnitWalker::NextParagraph(Unit& unit) {
-  Unit line{};
+bool NextParagraph(std::string_view text, std::size_t& place, Range& unit) {
+  Range line{};
   do {
-    if (!NextLine(line)) return false;
+    if (!NextLine(text, place, line)) return false;
   } while (line.begin == line.end);
   unit = line;
-  while (NextLine(line) && line.begin != line.end)
+  while (NextLine(text, place, line) && line.begin != line.end)
     unit.end = line.end;
   return true;
 }
 
-void FlattenLineEnds(char* text, int length) {
-  char* const end = text + length;
-  for (char* p = text; p < end; ++p) {
-    p = static_cast<char*>(std::memchr(p, '\r', static_cast<std::size_t>(end - p)));
-    if (p == nullptr) return;
-    if (p + 1 < end && p[1] == '\n') *p = '\n';
+}  // namespace
+
+std::string_view WithoutLineEnd(std::string_view text) {
+  if (text.ends_with('\n')) text.remove_suffix(text.ends_with("\r\n") ? 2 : 1);
+  return text;
+}
+
+Range LineAround(std::string_view text, std::size_t place) {
+  return LineFrom(text, LineBegin(text, place));
+}
+
+std::size_t NextLineBegin(std::string_view text, std::size_t place) {
+  const std::size_t feed = FindLineFeed(text, place);
+  return feed == npos ? text.size() : feed + 1;
+}
+
+std::int64_t CountLineFeeds(std::string_view text) {
+  return HasWide() ? CountWide(text.data(), text.size()) : CountPlainly(text.data(), text.size());
+}
+
+bool NextUnit(std::string_view text, Scope scope, std::size_t& place, Range& unit) {
+  switch (scope) {
+    case Scope::kFile:
+      if (place > text.size()) return false;
+      unit = {place, WithoutLineEnd(text).size()};
+      place = text.size() + 1;
+      return true;
+    case Scope::kParagraph:
+      return NextParagraph(text, place, unit);
+    case Scope::kLine:
+      return NextLine(text, place, unit);
   }
+  return false;
+}
+
+Range UnitAround(std::string_view text, Scope scope, std::size_t place) {
+  Range unit = LineAround(text, place);
+  if (scope == Scope::kLine || unit.begin == unit.end) return unit;
+  while (unit.begin > 0) {
+    const Range before = LineAround(text, unit.begin - 1);
+    if (before.begin == before.end) break;
+    unit.begin = before.begin;
+  }
+  std::size_t next = NextLineBegin(text, unit.end);
+  for (Range line{}; NextLine(text, next, line) && line.begin != line.end;)
+    unit.end = line.end;
+  return unit;
+}
+
+std::size_t FirstCut(std::string_view text, Scope scope, std::size_t from) {
+  if (from == 0) return 0;
+  for (std::size_t feed = from - 1; (feed = FindLineFeed(text, feed)) != npos; ++feed) {
+    if (scope != Scope::kParagraph || IsEmptyLine(text, LineBegin(text, feed))) return feed + 1;
+  }
+  return npos;
+}
+
+std::size_t LastCut(std::string_view text, Scope scope) {
+  std::size_t place = text.size();
+  while (place > 0) {
+    const void* const feed = memrchr(text.data(), '\n', place);
+    if (feed == nullptr) return 0;
+    const auto at = static_cast<std::size_t>(static_cast<const char*>(feed) - text.data());
+    if (scope != Scope::kParagraph || IsEmptyLine(text, LineBegin(text, at))) return at + 1;
+    place = at;
+  }
+  return 0;
 }
 
 }  // namespace trovex::cli

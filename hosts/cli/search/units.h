@@ -1,57 +1,61 @@
-// Cutting a text into the pieces that are searched one by one: the whole file, its paragraphs or
-// its lines.
+// Cutting texts: into lines and paragraphs, and a long text into pieces that can be searched one by
+// one.
 //
 // A line ends in a line feed, or in a carriage return and a line feed, which are one line end. A
 // paragraph is a run of lines that are not empty. No unit holds the end of its last line, so that
-// the text after the last line end is not taken for one more line.
+// what stands behind the last line end is not taken for one more line.
 
 #ifndef TROVEX_HOSTS_CLI_UNITS_H
 #define TROVEX_HOSTS_CLI_UNITS_H
 
 #include "hosts/cli/command/options.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace trovex::cli {
 
-/// A range of a text, its end exclusive.
-struct Unit {
-  int begin;
-  int end;
+/// A range of a text in bytes, its end exclusive.
+struct Range {
+  std::size_t begin = 0;
+  std::size_t end = 0;
 
-  friend bool operator==(const Unit&, const Unit&) = default;
+  friend bool operator==(const Range&, const Range&) = default;
 };
 
-/// The line of `text` that begins at `begin`, without its end.
-Unit LineAt(std::string_view text, int begin);
+inline std::string_view Piece(std::string_view text, Range range) {
+  return text.substr(range.begin, range.end - range.begin);
+}
 
-/// Where the line after `line` begins; after the text when there is none.
-int NextLineBegin(std::string_view text, Unit line);
+/// `text` without the line end that it may end with.
+std::string_view WithoutLineEnd(std::string_view text);
 
-/// Steps through the units of a text. A whole file is one unit, also when it is empty.
-class UnitWalker {
- public:
-  /// `text` outlives the walker. Bytes of units that were returned may be changed.
-  UnitWalker(std::string_view text, Scope scope) : text_(text), scope_(scope) {}
+/// The line that holds the byte at `place`, without its end. A line end belongs to the line before
+/// it.
+Range LineAround(std::string_view text, std::size_t place);
 
-  /// Writes the next unit. Returns false after the last one.
-  bool Next(Unit& unit);
+/// Where the line behind the one of `place` begins; the end of `text` when there is none.
+std::size_t NextLineBegin(std::string_view text, std::size_t place);
 
- private:
-  bool NextFile(Unit& unit);
-  bool NextParagraph(Unit& unit);
-  bool NextLine(Unit& unit);
-  bool AtEnd() const { return position_ >= static_cast<int>(text_.size()); }
+/// The number of line feeds in `text`.
+std::int64_t CountLineFeeds(std::string_view text);
 
-  std::string_view text_;
-  Scope scope_;
-  int position_ = 0;
-  bool fileDone_ = false;
-};
+/// Steps through the units of a text, from `place`, where one begins. Writes the next unit and moves
+/// `place` behind it; returns false after the last one. A whole file is one unit, also when it is
+/// empty, and steps to one behind the text.
+bool NextUnit(std::string_view text, Scope scope, std::size_t& place, Range& unit);
 
-/// Makes the carriage return of every line end in `length` bytes at `text` a line feed, so that "$"
-/// matches before it and no offset changes. Other carriage returns stay.
-void FlattenLineEnds(char* text, int length);
+/// The unit, a line or a paragraph, that holds the byte at `place`. A place on an empty line is of no
+/// paragraph: the range is that of the line.
+Range UnitAround(std::string_view text, Scope scope, std::size_t place);
+
+/// The first place at or behind `from` where `text` may be parted so that no line, or with
+/// Scope::kParagraph no paragraph, is; `npos` when there is none. `text` begins with a line.
+std::size_t FirstCut(std::string_view text, Scope scope, std::size_t from);
+
+/// The last such place in the text, behind its begin; 0 when there is none.
+std::size_t LastCut(std::string_view text, Scope scope);
 
 }  // namespace trovex::cli
 

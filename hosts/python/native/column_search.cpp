@@ -23,8 +23,9 @@ namespace trovex::python {
 namespace {
 
 constexpr std::size_t kMostRowsOfBlock = 1024;
-/// A thread is started for so many rows at least.
-constexpr std::size_t kRowsOfThread = 512;
+/// A thread is started for so many bytes at least, of which a row has some more than those of its text.
+constexpr std::size_t kBytesOfThread = 1 << 17;
+constexpr std::size_t kBytesOfRow = 32;
 
 struct Block {
   const TextChunk* chunk;
@@ -49,6 +50,18 @@ std::vector<Block> BlocksOf(const TextColumn& column, std::size_t threads) {
     }
   }
   return blocks;
+}
+
+/// How many threads are worth their start.
+std::size_t ThreadsFor(const TextColumn& column, std::size_t most) {
+  std::size_t bytes = 0;
+  for (const TextChunk& chunk : column.chunks) {
+    for (std::int64_t row = 0; row < chunk.Length(); ++row) {
+      bytes += kBytesOfRow + (chunk.IsNull(row) ? 0 : chunk.At(row).size());
+      if (bytes >= most * kBytesOfThread) return most;
+    }
+  }
+  return std::max<std::size_t>(1, bytes / kBytesOfThread);
 }
 
 void ReadRows(const Block& block, Rows& rows) {
@@ -173,6 +186,8 @@ struct BlockResult {
   std::vector<std::int64_t> itemEnds;
   std::vector<std::int64_t> starts;
   std::vector<std::int64_t> ends;
+  std::string texts;
+  std::vector<std::int64_t> textEnds;
   std::vector<std::int64_t> tagEnds;
   std::vector<std::int32_t> tags;
   std::vector<std::int64_t> tagStarts;
@@ -209,8 +224,8 @@ BlockResult MatchBlock(RowSearch& search, const Block& block, bool counted) {
 /// Writes items down in the positions of their rows.
 class ItemWriter {
  public:
-  ItemWriter(const Rows& rows, bool counted, BlockResult& result)
-      : rows_(rows), counted_(counted), result_(result) {
+  ItemWriter(const Rows& rows, bool counted, bool texts, BlockResult& result)
+      : rows_(rows), counted_(counted), texts_(texts), result_(result) {
     result.itemEnds.reserve(rows.size());
   }
 
@@ -218,6 +233,10 @@ class ItemWriter {
     if (row != row_ || !positions_) Begin(row);
     result_.starts.push_back(Signed(positions_->Advance(item.begin)));
     result_.ends.push_back(Signed(positions_->From(item.end)));
+    if (texts_) {
+      result_.texts += rows_[row].substr(item.begin, item.Size());
+      result_.textEnds.push_back(Signed(result_.texts.size()));
+    }
     for (std::size_t i = 0; i < item.tagCount; ++i) {
       result_.tags.push_back(item.tags[i].tag);
       result_.tagStarts.push_back(Signed(positions_->From(item.tags[i].begin)));
@@ -245,19 +264,21 @@ class ItemWriter {
 
   const Rows& rows_;
   bool counted_;
+  bool texts_;
   BlockResult& result_;
   std::size_t row_ = 0;
   std::optional<Positions> positions_;
 };
 
-BlockResult FindBlock(RowSearch& search, const Block& block, bool counted, bool tags) {
+BlockResult FindBlock(RowSearch& search, const Block& block, bool counted,
+                      const ColumnOptions& options) {
   Rows rows;
   ReadRows(block, rows);
   BlockResult result;
   NoteRows(block, rows, result);
-  ItemWriter writer(rows, counted, result);
+  ItemWriter writer(rows, counted, options.texts, result);
   search.Find(
-      rows, tags, [&](std::size_t row, const Item& item) { writer.Add(row, item); },
+      rows, options.tags, [&](std::size_t row, const Item& item) { writer.Add(row, item); },
       result.verdicts.data());
   writer.End();
   NoteGaveUp(block, rows, counted, search, result);
@@ -268,6 +289,7 @@ struct Searched {
   std::vector<Block> blocks;
   std::vector<BlockResult> results;
   std::size_t rows = 0;
+  bool isString = true;
   Nulls nulls;
   std::vector<std::size_t> gaveUp;
 };
@@ -298,10 +320,10 @@ Searched SearchBlocks(const Query& query, nb::handle object, const ColumnOptions
                       const Work& work) {
   const TextColumn column = ReadColumn(object);
   const Encoding encoding = column.isString ? Encoding::kUtf8 : options.encoding;
-  const std::size_t threads =
-      std::clamp<std::size_t>(column.rows / kRowsOfThread, 1, options.threads);
+  const std::size_t threads = ThreadsFor(column, options.threads);
   Searched searched;
   searched.rows = column.rows;
+  searched.isString = column.isString;
   {
     const nb::gil_scoped_release released;
     const RowPlan plan(query, encoding);
@@ -330,9 +352,10 @@ ArrowData Values(const std::vector<std::int64_t>& values) {
   return {static_cast<std::int64_t>(values.size()), 0, {nullptr, values.data()}, {}};
 }
 
-ArrowType ItemsType(bool tags) {
+ArrowType ItemsType(bool isString, const ColumnOptions& options) {
   ArrowType item{"+s", "item", false, {Int64Type("start"), Int64Type("end")}};
-  if (tags) {
+  if (options.texts) item.children.push_back({isString ? "U" : "Z", "text", false, {}});
+  if (options.tags) {
     ArrowType tag{
         "+s", "item", false, {{"i", "tag", false, {}}, Int64Type("start"), Int64Type("end")}};
     item.children.push_back({"+L", "tags", false, {std::move(tag)}});
@@ -346,6 +369,8 @@ struct ItemBuffers {
   std::vector<std::int64_t> rowOffsets{0};
   std::vector<std::int64_t> starts;
   std::vector<std::int64_t> ends;
+  std::string texts;
+  std::vector<std::int64_t> textOffsets{0};
   std::vector<std::int64_t> tagOffsets{0};
   std::vector<std::int32_t> tags;
   std::vector<std::int64_t> tagStarts;
@@ -363,6 +388,10 @@ void Append(ItemBuffers& all, BlockResult& block) {
   const std::int64_t items = all.rowOffsets.back(), tags = all.tagOffsets.back();
   for (const std::int64_t end : block.itemEnds)
     all.rowOffsets.push_back(items + end);
+  const auto texts = static_cast<std::int64_t>(all.texts.size());
+  for (const std::int64_t end : block.textEnds)
+    all.textOffsets.push_back(texts + end);
+  all.texts += std::exchange(block.texts, {});
   for (const std::int64_t end : block.tagEnds)
     all.tagOffsets.push_back(tags + end);
   Append(all.starts, block.starts);
@@ -372,10 +401,14 @@ void Append(ItemBuffers& all, BlockResult& block) {
   Append(all.tagStops, block.tagStops);
 }
 
-ArrowData ItemsData(const ItemBuffers& buffers, std::size_t rows, bool tags) {
+ArrowData ItemsData(const ItemBuffers& buffers, std::size_t rows, const ColumnOptions& options) {
   const auto items = static_cast<std::int64_t>(buffers.starts.size());
   ArrowData item{items, 0, {nullptr}, {Values(buffers.starts), Values(buffers.ends)}};
-  if (tags) {
+  if (options.texts) {
+    item.children.push_back(
+        {items, 0, {nullptr, buffers.textOffsets.data(), buffers.texts.data()}, {}});
+  }
+  if (options.tags) {
     const auto count = static_cast<std::int64_t>(buffers.tags.size());
     ArrowData numbers{count, 0, {nullptr, buffers.tags.data()}, {}};
     ArrowData tag{count,
@@ -408,6 +441,16 @@ nb::list TagsToList(const ArrowData& tags, std::size_t item) {
   return list;
 }
 
+nb::object TextAt(const ArrowData& texts, bool isString, std::size_t item) {
+  const std::int64_t begin = NumberAt(texts, item);
+  const char* const text = static_cast<const char*>(texts.buffers[2]) + begin;
+  const auto length = static_cast<Py_ssize_t>(NumberAt(texts, item + 1) - begin);
+  PyObject* const object = isString ? PyUnicode_DecodeUTF8(text, length, "replace")
+                                    : PyBytes_FromStringAndSize(text, length);
+  if (object == nullptr) throw nb::python_error();
+  return nb::steal(object);
+}
+
 }  // namespace
 
 nb::list BooleanColumn::ToList() const {
@@ -438,7 +481,14 @@ nb::list ItemsColumn::ToList() const {
       nb::dict one;
       one["start"] = NumberAt(item.children[0], i);
       one["end"] = NumberAt(item.children[1], i);
-      if (item.children.size() > 2) one["tags"] = TagsToList(item.children[2], i);
+      for (std::size_t more = 2; more < item.children.size(); ++more) {
+        const ArrowType& type = arrow.type.children[0].children[more];
+        if (type.name == "tags") {
+          one["tags"] = TagsToList(item.children[more], i);
+        } else {
+          one["text"] = TextAt(item.children[more], type.format == "U", i);
+        }
+      }
       items.append(one);
     }
     list.append(items);
@@ -474,7 +524,7 @@ BooleanColumn SearchMatches(const Query& query, nb::handle object, const ColumnO
 
 ItemsColumn SearchItems(const Query& query, nb::handle object, const ColumnOptions& options) {
   const auto find = [&](RowSearch& search, const Block& block, bool counted) {
-    return FindBlock(search, block, counted, options.tags);
+    return FindBlock(search, block, counted, options);
   };
   Searched searched = SearchBlocks(query, object, options, find);
   auto buffers = std::make_shared<ItemBuffers>();
@@ -487,8 +537,8 @@ ItemsColumn SearchItems(const Query& query, nb::handle object, const ColumnOptio
   buffers->nulls = std::move(searched.nulls);
   ItemsColumn column;
   column.gaveUp = std::move(searched.gaveUp);
-  column.arrow.type = ItemsType(options.tags);
-  column.arrow.data = ItemsData(*buffers, searched.rows, options.tags);
+  column.arrow.type = ItemsType(searched.isString, options);
+  column.arrow.data = ItemsData(*buffers, searched.rows, options);
   column.arrow.owner = std::move(buffers);
   return column;
 }

@@ -26,6 +26,8 @@ struct ColumnOptions {
   bool nullWhereGaveUp = false;
   /// Whether items bring the ranges of their tags.
   bool tags = false;
+  /// Whether items bring what stands there.
+  bool texts = false;
 };
 
 /// A column as Python holds it: what Arrow's readers are given, and the rows without an answer.
@@ -41,7 +43,8 @@ struct BooleanColumn : ResultColumn {
   nb::list ToList() const;
 };
 
-/// Lists of {start, end} or {start, end, tags}, where tags is a list of {tag, start, end}.
+/// Lists of {start, end}, with the text and the tags where they were asked for; tags is a list of {tag, start,
+/// end}.
 struct ItemsColumn : ResultColumn {
   nb::list ToList() const;
 };

@@ -38,7 +38,7 @@ std::size_t Processors() {
 }
 
 ColumnOptions MakeColumnOptions(std::string_view encoding, std::optional<int> threads,
-                                std::string_view gaveUp, bool tags) {
+                                std::string_view gaveUp, bool tags, bool texts) {
   ColumnOptions options;
   options.encoding = EncodingNamed(encoding);
   if (threads && *threads < 1) throw nb::value_error("threads must be at least 1");
@@ -47,6 +47,7 @@ ColumnOptions MakeColumnOptions(std::string_view encoding, std::optional<int> th
     throw nb::value_error("gave_up must be \"raise\" or \"null\"");
   options.nullWhereGaveUp = gaveUp == "null";
   options.tags = tags;
+  options.texts = texts;
   return options;
 }
 
@@ -188,7 +189,8 @@ void DefineQuery(nb::module_& module) {
           "matches_column",
           [](PythonQuery& self, nb::handle column, std::string_view encoding,
              std::optional<int> threads, std::string_view gaveUp) {
-            return self.MatchesColumn(column, MakeColumnOptions(encoding, threads, gaveUp, false));
+            return self.MatchesColumn(column,
+                                      MakeColumnOptions(encoding, threads, gaveUp, false, false));
           },
           "column"_a.none(), nb::kw_only(), "encoding"_a = kUtf8, "threads"_a.none() = nb::none(),
           "gave_up"_a = "raise",
@@ -196,11 +198,12 @@ void DefineQuery(nb::module_& module) {
       .def(
           "items_column",
           [](PythonQuery& self, nb::handle column, std::string_view encoding,
-             std::optional<int> threads, std::string_view gaveUp, bool tags) {
-            return self.FindColumn(column, MakeColumnOptions(encoding, threads, gaveUp, tags));
+             std::optional<int> threads, std::string_view gaveUp, bool tags, bool texts) {
+            return self.FindColumn(column,
+                                   MakeColumnOptions(encoding, threads, gaveUp, tags, texts));
           },
           "column"_a.none(), nb::kw_only(), "encoding"_a = kUtf8, "threads"_a.none() = nb::none(),
-          "gave_up"_a = "raise", "tags"_a = false,
+          "gave_up"_a = "raise", "tags"_a = false, "texts"_a = false,
           "The items of each row of an Arrow column of texts.")
       .def("explain", &PythonQuery::Explain, "How the expression is understood, in lines.")
       .def("required", RequiredOf,

@@ -86,6 +86,11 @@ def test_a_column_is_its_rows(expression: str, kind: Any) -> None:
     assert pa.array(matches).to_pylist() == want, where
     items = query.items_column(column, threads=threads, tags=True)
     assert items.to_list() == pa.array(items).to_pylist() == items_one_by_one(query, rows, True), where
+    texts = query.items_column(column, threads=threads, texts=True)
+    assert texts.to_list() == pa.array(texts).to_pylist(), where
+    assert [None if row is None else [item["text"] for item in row] for row in texts.to_list()] == [
+        None if row is None else [item.text for item in query.findall(row)] for row in rows
+    ], where
     plain = query.items_column(column, threads=threads)
     assert plain.to_list() == pa.array(plain).to_pylist() == items_one_by_one(query, rows, False), where
 
@@ -147,6 +152,10 @@ def test_binaries_have_an_encoding_and_positions_in_bytes() -> None:
         assert query.items_column(column).to_list() == items_one_by_one(
             query, [text.encode() for text in texts], False
         )
+        assert [item["text"] for item in query.items_column(column, texts=True).to_list()[0] or []] == [
+            "Tür".encode(),
+            b"Haus",
+        ]
     latin = [text.replace("→", "€").encode("cp1252") for text in texts]
     items = query.items_column(pa.array(latin, pa.binary()), encoding="windows-1252").to_list()
     assert items[0] == [{"start": 1, "end": 4}, {"start": 6, "end": 10}]

@@ -72,7 +72,8 @@ class BooleanColumn(_Column):
 class ItemsColumn(_Column):
     """One list of items a row, for whoever reads Arrow's C interfaces.
 
-    An item is a struct of start, end and, where they are asked for, tags: a list of structs of tag, start, end.
+    An item is a struct of start, end and, where they are asked for, text, and tags: a list of structs of tag,
+    start, end.
     """
 
     def to_list(self) -> list[Optional[list[dict[str, Any]]]]: ...
@@ -145,6 +146,7 @@ class Query:
         threads: Optional[int] = None,
         gave_up: Literal["raise", "null"] = "raise",
         tags: bool = False,
+        texts: bool = False,
     ) -> ItemsColumn:
         """The items of each row of an Arrow column of texts; null where a row is null."""
 

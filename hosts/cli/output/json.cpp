@@ -1,0 +1,98 @@
+// Members and their escapes.
+
+#include "hosts/cli/output/json.h"
+
+#include "hosts/cli/files/code_page.h"
+#include "hosts/cli/output/visible_text.h"
+
+#include <cstdio>
+
+namespace trovex::cli {
+
+namespace {
+
+void AppendString(std::string_view text, std::string& out) {
+  out += '"';
+  for (const char c : text) {
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += c;
+    } else if (c == '\n') {
+      out += "\\n";
+    } else if (c == '\t') {
+      out += "\\t";
+    } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      char number[8];
+      std::snprintf(number, sizeof number, "\\u%04X", static_cast<unsigned>(c));
+      out += number;
+    } else {
+      out += c;
+    }
+  }
+  out += '"';
+}
+
+std::string Base64(std::string_view bytes) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const std::string_view group = bytes.substr(i, 3);
+    unsigned bits = 0;
+    for (std::size_t k = 0; k < 3; ++k)
+      bits = bits << 8 | (k < group.size() ? static_cast<unsigned char>(group[k]) : 0U);
+    for (std::size_t k = 0; k < 4; ++k)
+      text += k <= group.size() ? kDigits[bits >> (18 - 6 * k) & 63U] : '=';
+  }
+  return text;
+}
+
+}  // namespace
+
+void JsonObject::Name(std::string_view name) {
+  if (!first_) out_ += ',';
+  first_ = false;
+  AppendString(name, out_);
+  out_ += ':';
+}
+
+JsonObject& JsonObject::Text(std::string_view name, std::string_view value) {
+  Name(name);
+  AppendString(value, out_);
+  return *this;
+}
+
+JsonObject& JsonObject::Number(std::string_view name, std::int64_t value) {
+  Name(name);
+  out_ += std::to_string(value);
+  return *this;
+}
+
+JsonObject& JsonObject::Seconds(std::string_view name, double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f", value);
+  Name(name);
+  out_ += text;
+  return *this;
+}
+
+JsonObject& JsonObject::Flag(std::string_view name, bool value) {
+  Name(name);
+  out_ += value ? "true" : "false";
+  return *this;
+}
+
+JsonObject& JsonObject::Null(std::string_view name) {
+  Name(name);
+  out_ += "null";
+  return *this;
+}
+
+JsonObject& JsonObject::File(std::string_view name) {
+  if (IsValidUtf8(name)) return Text("file", name);
+  std::string utf8;
+  AppendText(name, {true, false, false}, utf8);
+  return Text("file", utf8).Text("file_base64", Base64(name));
+}
+
+}  // namespace trovex::cli

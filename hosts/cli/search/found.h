@@ -1,0 +1,58 @@
+// What a search finds in a text: matches, and the lines that they lie on.
+
+#ifndef TROVEX_HOSTS_CLI_FOUND_H
+#define TROVEX_HOSTS_CLI_FOUND_H
+
+#include "hosts/cli/search/units.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace trovex::cli {
+
+/// How much somebody wants to know. Each includes what stands before it.
+enum class Need {
+  kVerdict,  // whether there is anything: the search ends with the first
+  kCount,    // how many lines
+  kLines,    // which lines
+  kMatches,  // where the matches are
+};
+
+/// A line that is found, without its line end, and the matches that begin on it; none where something
+/// did not occur and nothing more was asked.
+struct FoundLine {
+  Range line;
+  std::size_t firstMatch = 0;
+  std::size_t matchCount = 0;
+};
+
+/// What was found in one text. All ranges are of its bytes.
+struct Found {
+  /// For Need::kLines, each once, in order.
+  std::vector<FoundLine> lines;
+  /// For Need::kMatches, those of a line after those of the line before it; they may overlap.
+  std::vector<Range> matches;
+  /// For Need::kLines: the units that satisfy the expression without a match. Their lines are among
+  /// `lines`, unless the unit is the whole file.
+  std::vector<Range> satisfied;
+  /// How many lines matches begin on, and how many units satisfy the expression without a match.
+  std::int64_t linesWithMatches = 0;
+  std::int64_t unitsWithout = 0;
+  /// Where searches ended without an answer.
+  std::vector<std::size_t> gaveUp;
+
+  bool Any() const { return linesWithMatches > 0 || unitsWithout > 0; }
+  void Clear() {
+    lines.clear();
+    matches.clear();
+    satisfied.clear();
+    linesWithMatches = unitsWithout = 0;
+    gaveUp.clear();
+  }
+};
+
+}  // namespace trovex::cli
+
+#endif  // TROVEX_HOSTS_CLI_FOUND_H

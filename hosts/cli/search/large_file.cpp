@@ -1,0 +1,92 @@
+// Pieces and their order.
+
+#include "hosts/cli/search/large_file.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace trovex::cli {
+
+namespace {
+
+/// What is searched while it is still in the cache of a core.
+constexpr std::uint64_t kStretch = std::uint64_t{256} * 1024;
+constexpr std::size_t kPiecesAThread = 8;
+
+}  // namespace
+
+LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t begin,
+                     std::uint64_t end, std::int64_t linesBefore, int threads,
+                     OrderedOutput::Channel& channel)
+    : name_(name),
+      input_(input),
+      begin_(begin),
+      end_(end),
+      count_(static_cast<std::size_t>((end - begin + kStretch - 1) / kStretch)),
+      window_(static_cast<std::size_t>(threads) * kPiecesAThread),
+      channel_(channel),
+      linesBefore_(linesBefore) {
+  linesBeforePiece_[0] = linesBefore;
+}
+
+LargeFile::Stretch LargeFile::StretchOf(std::size_t index) const {
+  const std::uint64_t begin = begin_ + index * kStretch;
+  return {begin, std::min(end_, begin + kStretch), index == 0, begin + kStretch >= end_};
+}
+
+std::optional<std::size_t> LargeFile::Take() {
+  std::unique_lock lock(mutex_);
+  moved_.wait(lock, [this] { return next_ >= count_ || next_ < shown_ + window_; });
+  if (next_ >= count_) return std::nullopt;
+  return next_++;
+}
+
+void LargeFile::TellLines(std::size_t index, std::int64_t lines) {
+  const std::lock_guard lock(mutex_);
+  slots_[index].lines = lines;
+  for (auto slot = slots_.find(counted_); slot != slots_.end() && slot->second.lines >= 0;
+       slot = slots_.find(counted_)) {
+    linesBefore_ += slot->second.lines;
+    linesBeforePiece_[++counted_] = linesBefore_;
+  }
+  moved_.notify_all();
+}
+
+std::int64_t LargeFile::LinesBefore(std::size_t index) {
+  std::unique_lock lock(mutex_);
+  moved_.wait(lock, [&] { return counted_ >= index; });
+  return linesBeforePiece_.at(index);
+}
+
+void LargeFile::Finish(std::size_t index, Result result) {
+  const std::lock_guard lock(mutex_);
+  Slot& finished = slots_[index];
+  finished.result = std::move(result);
+  finished.done = true;
+  for (auto slot = slots_.find(shown_); slot != slots_.end() && slot->second.done;
+       slot = slots_.find(shown_)) {
+    const Result& ready = slot->second.result;
+    channel_.Output(ready.output);
+    for (const std::string& sentence : ready.complaints)
+      channel_.Complaint(sentence);
+    counts_ += ready.counts;
+    slots_.erase(slot);
+    linesBeforePiece_.erase(shown_);
+    ++shown_;
+  }
+  moved_.notify_all();
+}
+
+void LargeFile::Stop() {
+  const std::lock_guard lock(mutex_);
+  count_ = std::min(count_, next_);
+  moved_.notify_all();
+}
+
+FileCounts LargeFile::Wait() {
+  std::unique_lock lock(mutex_);
+  moved_.wait(lock, [this] { return shown_ >= next_ && next_ >= count_; });
+  return counts_;
+}
+
+}  // namespace trovex::cli

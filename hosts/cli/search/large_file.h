@@ -1,0 +1,92 @@
+// A large file on its way through several threads: pieces that are taken in order, searched at the
+// same time, and shown in order.
+//
+// Piece k has the units (lines, or paragraphs) that begin in the k-th stretch of the file; the last
+// one of them is read to its end, wherever that is. So each thread finds its piece alone.
+
+#ifndef TROVEX_HOSTS_CLI_LARGE_FILE_H
+#define TROVEX_HOSTS_CLI_LARGE_FILE_H
+
+#include "hosts/cli/files/input.h"
+#include "hosts/cli/output/ordered_output.h"
+#include "hosts/cli/output/printer.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace trovex::cli {
+
+class LargeFile {
+ public:
+  /// What became of a piece.
+  struct Result {
+    std::string output;
+    std::vector<std::string> complaints;
+    FileCounts counts;
+  };
+
+  /// The file from `begin` on, where a unit begins, to `end`. `linesBefore` lines stand before it.
+  LargeFile(std::string_view name, const Input& input, std::uint64_t begin, std::uint64_t end,
+            std::int64_t linesBefore, int threads, OrderedOutput::Channel& channel);
+
+  std::string_view Name() const { return name_; }
+  const Input& File() const { return input_; }
+
+  /// The stretch of piece `index`.
+  struct Stretch {
+    std::uint64_t begin;
+    std::uint64_t end;
+    bool first;
+    bool last;
+  };
+  Stretch StretchOf(std::size_t index) const;
+
+  /// The next piece that nobody has taken; waits where too many are on their way. Null when there is
+  /// none left.
+  std::optional<std::size_t> Take();
+  /// Tells how many line feeds piece `index` has.
+  void TellLines(std::size_t index, std::int64_t lines);
+  /// The lines before piece `index`; waits until they are told.
+  std::int64_t LinesBefore(std::size_t index);
+  /// Ends a piece that was taken. All that it shows appears in the order of the pieces.
+  void Finish(std::size_t index, Result result);
+  /// Further pieces are not wanted.
+  void Stop();
+  /// Waits until all pieces that were taken are finished, and returns what they have.
+  FileCounts Wait();
+
+ private:
+  struct Slot {
+    std::int64_t lines = -1;
+    bool done = false;
+    Result result;
+  };
+
+  std::string_view name_;
+  const Input& input_;
+  std::uint64_t begin_;
+  std::uint64_t end_;
+  std::size_t count_;
+  std::size_t window_;
+  OrderedOutput::Channel& channel_;
+
+  std::mutex mutex_;
+  std::condition_variable moved_;
+  std::size_t next_ = 0;
+  std::size_t shown_ = 0;    // pieces that are finished and shown
+  std::size_t counted_ = 0;  // pieces whose lines are in linesBefore_
+  std::int64_t linesBefore_;
+  std::map<std::size_t, Slot> slots_;
+  std::map<std::size_t, std::int64_t> linesBeforePiece_;
+  FileCounts counts_;
+};
+
+}  // namespace trovex::cli
+
+#endif  // TROVEX_HOSTS_CLI_LARGE_FILE_H

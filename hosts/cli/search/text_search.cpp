@@ -1,0 +1,248 @@
+// The four roads, and how matches become lines.
+
+#include "hosts/cli/search/text_search.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace trovex::cli {
+
+namespace {
+
+/// Finding a further match takes about as long as reading so many bytes line by line.
+constexpr std::size_t kBytesPerMatch = 32;
+constexpr std::size_t kManyMatches = 256;
+
+/// Whether `place` lies between the carriage return and the line feed of a line end.
+bool LiesInLineEnd(std::string_view text, std::size_t place) {
+  return place > 0 && place < text.size() && text[place - 1] == '\r' && text[place] == '\n';
+}
+
+/// Writes `text` with a line feed for each carriage return of a line end, so that "$" matches before
+/// it and no offset changes.
+void Flatten(std::string_view text, std::string& flattened) {
+  flattened.assign(text);
+  char* const end = flattened.data() + flattened.size();
+  for (char* p = flattened.data(); p < end; ++p) {
+    p = static_cast<char*>(std::memchr(p, '\r', static_cast<std::size_t>(end - p)));
+    if (p == nullptr) return;
+    if (p + 1 < end && p[1] == '\n') *p = '\n';
+  }
+}
+
+bool HoldsCarriageReturn(std::string_view text) {
+  return !text.empty() && std::memchr(text.data(), '\r', text.size()) != nullptr;
+}
+
+}  // namespace
+
+TextSearch::TextSearch(const SearchPlan& plan)
+    : plan_(plan), picky_(plan.tag > 0 || plan.wholeLines), searcher_(plan.query) {
+  if (plan.probe.has_value()) probe_.emplace(*plan.probe);
+  options_.encoding = plan.encoding;
+  options_.tags = plan.tag > 0;
+}
+
+void TextSearch::Search(std::string_view text, Need need, Found& found) {
+  found.Clear();
+  found_ = &found;
+  need_ = need;
+  nextLine_ = 0;
+  text_ = text;
+  searched_ = text;
+  if (HoldsCarriageReturn(text)) {
+    Flatten(text, flattened_);
+    searched_ = flattened_;
+  }
+  switch (plan_.road) {
+    case SearchPlan::Road::kItems:
+      if (!text.empty()) SearchItems();
+      break;
+    case SearchPlan::Road::kInverse:
+      SearchInverse();
+      break;
+    case SearchPlan::Road::kCandidates:
+      SearchCandidates();
+      break;
+    case SearchPlan::Road::kUnits:
+      SearchUnits();
+      break;
+  }
+  FinishLine();
+}
+
+/// The matches of all lines at once.
+void TextSearch::SearchItems() {
+  const bool everyMatch = picky_ || need_ == Need::kMatches;
+  if (dense_ && !everyMatch) return SearchLineByLine(0);
+  std::size_t count = 0;
+  const Verdict verdict = searcher_.ForEach(searched_, options_, [&](const Item& item) {
+    ++count;
+    if (!everyMatch && nextLine_ > item.begin) {
+      dense_ = count > kManyMatches && count * kBytesPerMatch > item.begin;
+      return !dense_;
+    }
+    Range match;
+    if (Takes(item, 0, match)) AddMatch(match);
+    return !Enough();
+  });
+  if (verdict == Verdict::kGaveUp) {
+    found_->Clear();
+    nextLine_ = 0;
+    SearchUnits();
+  } else if (dense_ && !everyMatch && !Enough()) {
+    SearchLineByLine(nextLine_);
+  }
+}
+
+void TextSearch::SearchLineByLine(std::size_t from) {
+  std::size_t lines = 0;
+  std::size_t hits = 0;
+  for (Range line; NextUnit(text_, Scope::kLine, from, line); ++lines) {
+    const Verdict verdict = searcher_.Matches(Piece(searched_, line), plan_.encoding);
+    if (verdict == Verdict::kGaveUp) found_->gaveUp.push_back(line.begin);
+    if (verdict != Verdict::kYes) continue;
+    ++hits;
+    AddLine(line);
+    if (Enough()) return;
+  }
+  if (lines > 0) dense_ = hits * 4 > lines;
+}
+
+/// Writes the units in which the probe is found; returns false when that is not known.
+bool TextSearch::CollectUnits() {
+  units_.clear();
+  std::size_t behind = 0;  // the last of these units
+  SearchOptions options;
+  options.encoding = plan_.encoding;
+  const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
+    if (!units_.empty() && item.begin <= behind) return;
+    if (!IsInLine({item.begin, item.end})) return;
+    const Range unit = UnitAround(text_, plan_.scope, item.begin);
+    if (plan_.scope == Scope::kParagraph && unit.begin == unit.end) return;
+    units_.push_back(unit);
+    behind = unit.end;
+  });
+  return verdict != Verdict::kGaveUp;
+}
+
+void TextSearch::SearchInverse() {
+  if (text_.empty()) return;
+  if (!CollectUnits()) return SearchUnits();
+  auto found = units_.begin();
+  std::size_t place = 0;
+  for (Range unit; NextUnit(text_, plan_.scope, place, unit);) {
+    if (found != units_.end() && found->begin == unit.begin) {
+      ++found;
+      continue;
+    }
+    AddSatisfied(unit);
+    if (Enough()) return;
+  }
+}
+
+void TextSearch::SearchCandidates() {
+  if (text_.empty()) return;
+  if (!CollectUnits()) return SearchUnits();
+  for (const Range unit : units_) {
+    SearchUnit(unit);
+    if (Enough()) return;
+  }
+}
+
+void TextSearch::SearchUnits() {
+  // A pattern is searched in units only where it gave up, and then line by line.
+  const Scope scope = plan_.road == SearchPlan::Road::kItems ? Scope::kLine : plan_.scope;
+  std::size_t place = 0;
+  for (Range unit; NextUnit(text_, scope, place, unit);) {
+    SearchUnit(unit);
+    if (Enough()) return;
+  }
+}
+
+void TextSearch::SearchUnit(Range unit) {
+  // The library knows that no line stands behind the last line end.
+  const std::string_view text =
+      plan_.scope == Scope::kFile && plan_.road == SearchPlan::Road::kUnits
+          ? searched_
+          : Piece(searched_, unit);
+  const bool verdictIsEnough =
+      need_ == Need::kVerdict || (plan_.scope == Scope::kLine && need_ <= Need::kLines);
+  Verdict verdict;
+  bool anyItem = false;
+  if (verdictIsEnough && !picky_) {
+    verdict = searcher_.Matches(text, plan_.encoding);
+    if (verdict == Verdict::kYes) AddLine(unit);
+  } else {
+    verdict = searcher_.ForEach(text, options_, [&](const Item& item) {
+      anyItem = true;
+      Range match;
+      if (Takes(item, unit.begin, match)) AddMatch(match);
+      return !Enough();
+    });
+    if (verdict == Verdict::kYes && !anyItem) AddSatisfied(unit);
+  }
+  if (verdict == Verdict::kGaveUp) found_->gaveUp.push_back(unit.begin + searcher_.GaveUpAt());
+}
+
+/// Whether a match counts where it lies: not in a line end nor behind the last one, and, where whole
+/// lines are asked for, from end to end of its line.
+bool TextSearch::IsInLine(Range match) const {
+  if (match.begin == match.end) {
+    if (LiesInLineEnd(text_, match.begin)) return false;
+    if (match.begin == text_.size() && text_.ends_with('\n')) return false;
+  }
+  return !plan_.wholeLines || match == LineAround(text_, match.begin);
+}
+
+/// Whether an item of the text that begins at `base` is asked for; if so, writes its range, or that
+/// of its tag.
+bool TextSearch::Takes(const Item& item, std::size_t base, Range& match) const {
+  match = {base + item.begin, base + item.end};
+  if (!IsInLine(match)) return false;
+  if (plan_.tag == 0) return true;
+  const TagRange* const tag = item.Tag(plan_.tag);
+  if (tag == nullptr) return false;
+  match = {base + tag->begin, base + tag->end};
+  return true;
+}
+
+void TextSearch::AddMatch(Range match) {
+  if (match.begin >= nextLine_) {
+    FinishLine();
+    AddLine(LineAround(text_, match.begin));
+  }
+  if (need_ != Need::kMatches) return;
+  found_->matches.push_back(match);
+  ++found_->lines.back().matchCount;
+}
+
+void TextSearch::AddLine(Range line) {
+  ++found_->linesWithMatches;
+  nextLine_ = NextLineBegin(text_, line.end);
+  // Also a last line without an end is left behind.
+  if (nextLine_ == text_.size()) ++nextLine_;
+  if (need_ >= Need::kLines) found_->lines.push_back({line, found_->matches.size(), 0});
+}
+
+/// Tags may come out of order.
+void TextSearch::FinishLine() {
+  if (plan_.tag == 0 || need_ != Need::kMatches || found_->lines.empty()) return;
+  const auto first =
+      found_->matches.begin() + static_cast<std::ptrdiff_t>(found_->lines.back().firstMatch);
+  std::stable_sort(first, found_->matches.end(), [](Range a, Range b) {
+    return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
+  });
+}
+
+void TextSearch::AddSatisfied(Range unit) {
+  ++found_->unitsWithout;
+  if (need_ < Need::kLines) return;
+  found_->satisfied.push_back(unit);
+  if (plan_.scope == Scope::kFile) return;
+  std::size_t place = unit.begin;
+  for (Range line; place <= unit.end && NextUnit(text_, Scope::kLine, place, line);)
+    found_->lines.push_back({line, found_->matches.size(), 0});
+}
+
+}  // namespace trovex::cli

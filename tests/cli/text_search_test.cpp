@@ -1,0 +1,223 @@
+// A text by lines, paragraphs or as a whole, on every road, held against the plainest search: one
+// searcher's search of one unit after the other.
+
+#include "hosts/cli/search/text_search.h"
+
+#include "tests/dice.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace trovex::cli {
+namespace {
+
+/// What the plainest search finds.
+struct Plain {
+  std::vector<std::size_t> lines;  // their begins
+  std::vector<Range> matches;
+  std::int64_t linesWithMatches = 0;
+  std::int64_t unitsWithout = 0;
+};
+
+/// The text with line feeds for the carriage returns of line ends.
+std::string Flattened(std::string text) {
+  for (std::size_t i = 0; i + 1 < text.size(); ++i)
+    if (text[i] == '\r' && text[i + 1] == '\n') text[i] = '\n';
+  return text;
+}
+
+Plain SearchPlainly(const Query& query, const std::string& text, Scope scope, int tag) {
+  Plain plain;
+  const std::string flattened = Flattened(text);
+  std::size_t place = 0;
+  for (Range unit; NextUnit(text, scope, place, unit);) {
+    const std::string piece(scope == Scope::kFile ? std::string_view(flattened)
+                                                  : Piece(flattened, unit));
+    Searcher searcher(query);
+    SearchOptions options;
+    options.tags = true;
+    if (searcher.Search(piece, options) != Verdict::kYes) continue;
+    std::vector<Range> matches;
+    for (const Item& item : searcher.Items()) {
+      const TagRange* const range = item.Tag(tag);
+      if (tag > 0 && range == nullptr) continue;
+      Range match{unit.begin + item.begin, unit.begin + item.end};
+      const bool inLineEnd = match.begin == match.end && match.begin > 0 &&
+                             match.begin < text.size() && text[match.begin - 1] == '\r' &&
+                             text[match.begin] == '\n';
+      const bool behindAll =
+          match.begin == match.end && match.begin == text.size() && text.ends_with('\n');
+      if (inLineEnd || behindAll) continue;
+      if (tag > 0) match = {unit.begin + range->begin, unit.begin + range->end};
+      matches.push_back(match);
+    }
+    if (searcher.Items().empty()) {
+      ++plain.unitsWithout;
+      std::size_t next = unit.begin;
+      for (Range line;
+           scope != Scope::kFile && next <= unit.end && NextUnit(text, Scope::kLine, next, line);)
+        plain.lines.push_back(line.begin);
+    }
+    std::stable_sort(matches.begin(), matches.end(), [](Range a, Range b) {
+      return std::pair(a.begin, a.end) < std::pair(b.begin, b.end);
+    });
+    for (const Range match : matches) {
+      const std::size_t line = LineAround(text, match.begin).begin;
+      if (plain.lines.empty() || plain.lines.back() != line) {
+        plain.lines.push_back(line);
+        ++plain.linesWithMatches;
+      }
+      plain.matches.push_back(match);
+    }
+  }
+  return plain;
+}
+
+std::string RandomExpression(testing::Dice& dice, int depth) {
+  static const std::vector<std::string> kTerms = {
+      "a",    "ab",    "b",        "ä",    "aä", "c+", "^a",   "b$",  "^$",    "a*",
+      "(a)b", "[ab]c", "(a|b)\\1", "~aba", ".",  "x",  "\\<b", "c|b", "(a)(ä)"};
+  if (depth == 0 || dice.OneIn(3)) return dice.OneOf(kTerms);
+  const auto operand = [&] {
+    std::string inner = RandomExpression(dice, depth - 1);
+    const bool bare = !dice.OneIn(3) && inner.find('&') == inner.npos && inner.front() != '!';
+    return bare ? inner : inner.insert(0, 1, '(').append(")");
+  };
+  switch (dice.Between(0, 6)) {
+    case 0:
+      return std::string("!").append(operand());
+    case 1:
+      return operand() + " & !" + operand();
+    case 2:
+      return operand() + " &3 " + operand();
+    case 3:
+      return operand() + " &2w " + operand();
+    case 4:
+      return operand() + "|" + operand();
+    case 5:
+      return std::string("!").append(operand()) + " & !" + operand();
+    default:
+      return operand() + " & " + operand();
+  }
+}
+
+/// An empty line seems to stand in a flattened line end. What is searched line by line has no such
+/// thing, so only there texts hold carriage returns.
+std::string RandomText(testing::Dice& dice, bool carriageReturns) {
+  static const std::vector<std::string> kAll = {
+      "a",  "b",   "c",    "ä", "x",  " ",     "\n",   "a",        "ab",
+      "\n", "aba", "\n\n", "Ω", "\r", "\xE4 ", "\r\n", "\r\n\r\n", "a\xCC\x88"};
+  static const std::vector<std::string> kPlain(kAll.begin(), kAll.begin() + 13);
+  const std::vector<std::string>& pieces = carriageReturns ? kAll : kPlain;
+  std::string text;
+  for (int i = dice.Between(0, 40); i > 0; --i)
+    text += dice.OneOf(pieces);
+  return text;
+}
+
+std::vector<std::size_t> Begins(const Found& found) {
+  std::vector<std::size_t> begins;
+  for (const FoundLine& line : found.lines)
+    begins.push_back(line.line.begin);
+  return begins;
+}
+
+void HoldAgainstPlain(std::uint32_t seed) {
+  testing::Dice dice(seed);
+  Options options;
+  options.scope = std::vector{Scope::kFile, Scope::kParagraph, Scope::kLine,
+                              Scope::kLine}[static_cast<std::size_t>(dice.Between(0, 3))];
+  const std::string expression = RandomExpression(dice, 2);
+  auto compiled = Query::Compile(expression);
+  if (std::holds_alternative<Fault>(compiled)) return;
+  const Query query = std::get<Query>(compiled);
+  const int tag = query.TagCount() > 0 && dice.OneIn(3) ? dice.Between(1, query.TagCount()) : 0;
+  const SearchPlan plan(query, options, tag);
+  TextSearch search(plan);
+  for (int i = 0; i < 3; ++i) {
+    const std::string text = RandomText(dice, options.scope == Scope::kLine);
+    // A pattern in a file is found in its lines; an empty text has none.
+    const bool byLine = plan.road == SearchPlan::Road::kItems;
+    const Plain plain = SearchPlainly(query, text, byLine ? Scope::kLine : options.scope, tag);
+    const auto where = [&] {
+      return "seed " + std::to_string(seed) + ": " + expression + " tag " + std::to_string(tag) +
+             " scope " + std::to_string(static_cast<int>(options.scope)) + " in " +
+             ::testing::PrintToString(text);
+    };
+    Found found;
+    search.Search(text, Need::kMatches, found);
+    ASSERT_EQ(found.matches, plain.matches) << where();
+    ASSERT_EQ(Begins(found), plain.lines) << where();
+    ASSERT_EQ(found.linesWithMatches, plain.linesWithMatches) << where();
+    ASSERT_EQ(found.unitsWithout, plain.unitsWithout) << where();
+    search.Search(text, Need::kLines, found);
+    ASSERT_EQ(Begins(found), plain.lines) << where();
+    search.Search(text, Need::kCount, found);
+    ASSERT_EQ(found.linesWithMatches + found.unitsWithout,
+              plain.linesWithMatches + plain.unitsWithout)
+        << where();
+    search.Search(text, Need::kVerdict, found);
+    ASSERT_EQ(found.Any(), !plain.lines.empty() || plain.unitsWithout > 0) << where();
+  }
+}
+
+TEST(TextSearch, FindsWhatASearchOfEachUnitFinds) {
+  for (std::uint32_t seed = 1; seed <= 6000; ++seed) {
+    HoldAgainstPlain(seed);
+    if (HasFatalFailure()) return;
+  }
+}
+
+/// Dense matches and long texts: the search goes line by line where that is cheaper, and back.
+TEST(TextSearch, FindsTheSameLinesHoweverDenseTheMatchesAre) {
+  testing::Dice dice(7);
+  const Query query = std::get<Query>(Query::Compile("e"));
+  Options options;
+  const SearchPlan plan(query, options, 0);
+  TextSearch search(plan);
+  for (int round = 0; round < 30; ++round) {
+    std::string text;
+    const bool dense = dice.OneIn(2);
+    for (int i = 0; i < 3000; ++i)
+      text += dice.OneIn(dense ? 2 : 40) ? "ein Meer der Seen\n" : "kalt und hart\r\n";
+    Found found;
+    search.Search(text, Need::kLines, found);
+    ASSERT_EQ(Begins(found), SearchPlainly(query, text, Scope::kLine, 0).lines) << round;
+  }
+}
+
+TEST(TextSearch, WholeLinesAreMatchesFromEndToEnd) {
+  Options options;
+  options.scope = Scope::kLine;
+  options.wholeLines = true;
+  const SearchPlan plan(std::get<Query>(Query::Compile("ab+|c")), options, 0);
+  TextSearch search(plan);
+  Found found;
+  search.Search("abb\r\nxab\nc\nab c\n", Need::kMatches, found);
+  EXPECT_EQ(found.matches, (std::vector<Range>{{0, 3}, {9, 10}}));
+  const SearchPlan inverse(std::get<Query>(Query::Compile("!(ab+|c)")), options, 0);
+  TextSearch(inverse).Search("abb\r\nxab\nc\nab c\n", Need::kLines, found);
+  EXPECT_EQ(Begins(found), (std::vector<std::size_t>{5, 11}));
+}
+
+TEST(SearchPlan, TakesTheRoadThatLeavesMostOut) {
+  const auto roadOf = [](const char* expression, Scope scope) {
+    Options options;
+    options.scope = scope;
+    return SearchPlan(std::get<Query>(Query::Compile(expression)), options, 0).road;
+  };
+  using Road = SearchPlan::Road;
+  EXPECT_EQ(roadOf("a|~Meier", Scope::kFile), Road::kItems);
+  EXPECT_EQ(roadOf("a & b", Scope::kFile), Road::kUnits);
+  EXPECT_EQ(roadOf("a & b", Scope::kLine), Road::kCandidates);
+  EXPECT_EQ(roadOf("(a & b)|(c & !d)", Scope::kLine), Road::kCandidates);
+  EXPECT_EQ(roadOf("(a & b)|(!c)", Scope::kLine), Road::kUnits);
+  EXPECT_EQ(roadOf("!a & !(b|c)", Scope::kParagraph), Road::kInverse);
+}
+
+}  // namespace
+}  // namespace trovex::cli
