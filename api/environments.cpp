@@ -28,6 +28,17 @@ const char* CPatternEnvironment::Compile(const char* pattern, int caseSensitive,
   return nullptr;
 }
 
+bool CPatternEnvironment::IsKnownToLack(const char* text, int length) {
+  // A pattern that is active already is put back in another way.
+  if (compiled_ == nullptr || saved_ != nullptr) return false;
+  const MatcherState& matcher = Matcher();
+  const SearchConditions conditions = {matcher.options.matchWords, matcher.options.matchLines,
+                                       matcher.engineOnly};
+  if (!LacksMatch(*compiled_, conditions, text, length)) return false;
+  restored_ = matcher.installed;
+  return true;
+}
+
 void CPatternEnvironment::Activate() {
   saved_ = std::move(Matcher().installed);
   restored_ = saved_;

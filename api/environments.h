@@ -29,6 +29,9 @@ class CEnvironment {
   virtual ~CEnvironment() = default;
   /// Compiles `pattern` and keeps the result. Returns the error's message text, or null.
   virtual const char* Compile(const char* pattern, int caseSensitive, int matchWords);
+  /// Whether a look at a short text tells that the kept pattern has no match in it. Then nothing is to be
+  /// searched, and what an activation and its end would leave behind is done.
+  virtual bool IsKnownToLack(const char* /*text*/, int /*length*/) { return false; }
   /// Installs the kept pattern in its matcher.
   virtual void Activate() {}
   /// Puts back what was installed before.
@@ -45,6 +48,7 @@ class CPatternEnvironment : public CEnvironment {
  public:
   /// Takes the compiled pattern out of the matcher, which is left empty.
   const char* Compile(const char* pattern, int caseSensitive, int matchWords) override;
+  bool IsKnownToLack(const char* text, int length) override;
   void Activate() override;
   void Restore() override;
 

@@ -1,6 +1,7 @@
 // The module's side of a search tree: what makes a tree, compiles it and searches its leaves. All of it
 // works on the environments, or answers with a sentence.
 
+#include "api/environments.h"
 #include "api/matcher_state.h"
 #include "api/messages.h"
 #include "expr/and_chain.h"
@@ -190,12 +191,20 @@ bool FindFirst(std::uint32_t options, const char* text, int length, int group,
   }
 }
 
+/// Whether it is known without a search that environment `number` finds nothing.
+bool IsKnownToLack(int number, const char* text, int length) {
+  trovex::CEnvironment* const environment = trovex::Environments().GetAt(number);
+  return environment != nullptr && environment->IsKnownToLack(text, length);
+}
+
 }  // namespace
 
 CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr) {
   if (text == nullptr) return nullptr;
   try {
     auto found = std::make_unique<CFoundItemArray>();
+    if (RegularExpression() != 0 && IsKnownToLack(environmentNumber_, text, length))
+      return found.release();
     const ActiveEnvironment environment(environmentNumber_);
     if (!environment.IsActive()) return nullptr;
 

@@ -210,13 +210,14 @@ Result SearchChain(CAndOperator* first, const char* text, int length, int tagNr)
   Result last;
   for (CAndOperator* node = first;;) {
     if (node->GetLeftChild() == nullptr || node->GetRightChild() == nullptr) return nullptr;
-    open.push_back({node, Result(node->GetLeftChild()->Search(text, length, tagNr))});
-    if (open.back().left == nullptr) return nullptr;
-    if (open.back().IsDecided()) {
-      last = Emptied(std::move(open.back().left));
-      open.pop_back();
+    OpenAnd both = {node, Result(node->GetLeftChild()->Search(text, length, tagNr))};
+    if (both.left == nullptr) return nullptr;
+    if (both.IsDecided()) {
+      last = Emptied(std::move(both.left));
+      if (open.empty()) return last;  // of most short texts
       break;
     }
+    open.push_back(std::move(both));
     if (CAndOperator* const next = trovex::AsPlainAnd(node->GetRightChild())) {
       node = next;
       continue;

@@ -120,6 +120,10 @@ struct MatchResult {
 MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
                            const char* text, int length, int group, TextNotes* notes = nullptr);
 
+/// Whether a scan tells that ExecuteMatcher finds nothing in a text, which it is asked for short ones only.
+bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
+                const char* text, int length);
+
 }  // namespace trovex
 
 #endif  // TROVEX_MATCHER_MATCHER_H

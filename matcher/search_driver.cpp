@@ -428,6 +428,16 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 
 }  // namespace
 
+bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
+                const char* text, int length) {
+  if (!pattern.searchable || length <= 0 || length > kShortText || conditions.engineOnly) {
+    return false;
+  }
+  if (pattern.keywordsAreExact && !CanLocateKeyword(pattern)) return false;
+  const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, 0);
+  return result && result->outcome == SearchOutcome::kNotFound;
+}
+
 MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
                            const char* text, int length, int group, TextNotes* notes) {
   if (!pattern.searchable || length <= 0) return {};

@@ -68,7 +68,7 @@ class PeerEngine : public Engine {
     return matches;
   }
 
-  std::optional<Range> First(std::string_view text) final {
+  std::optional<Range> First(std::string_view text) override {
     std::optional<Range> first;
     Self().ForEachMatch(text, [&first](std::size_t start, std::size_t end) {
       first = MakeRange(start, end);

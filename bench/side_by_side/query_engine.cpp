@@ -28,6 +28,17 @@ class QueryEngine : public PeerEngine<QueryEngine> {
       throw std::runtime_error("query.h gives up");
   }
 
+  std::optional<Range> First(std::string_view text) override {
+    SearchOptions options = options_;
+    options.mostItems = 1;
+    searcher_.Search(text, options);
+    if (searcher_.Items().empty()) return std::nullopt;
+    const Item& item = searcher_.Items()[0];
+    if (group_ == 0) return MakeRange(item.begin, item.end);
+    const TagRange* const tag = item.Tag(group_);
+    return tag == nullptr ? std::nullopt : std::optional(MakeRange(tag->begin, tag->end));
+  }
+
  private:
   Searcher searcher_;
   SearchOptions options_;

@@ -162,8 +162,11 @@ Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
                               void* visitContext) {
   PatternSearch& alone = *patterns_.front();
   if (mostItems <= 1) return RunForOne(text, mostItems, visit, visitContext);
+  ByteRange match;
+  if (text.size() <= kLookedAt && alone.First(text, match) == SearchOutcome::kNotFound)
+    return Verdict::kNo;
   alone.Begin(text);
-  ByteRange match = alone.Next();
+  match = alone.Next();
   if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kNo;
   for (std::size_t items = 1; alone.Outcome() == SearchOutcome::kFound; ++items) {
     Item item;
