@@ -43,8 +43,12 @@ inline constexpr int kMaxPatternNesting = 200;
 /// bytes for each.
 inline constexpr double kMaxPatternSize = 60'000;
 
-/// The same for alternatives without repetitions and back-references, of the second door: a list of words is
-/// large only because it was typed so.
+/// A list of words that is larger is not given to the engine, which would take a millisecond for each hundred
+/// words, and more memory than there is for 10,000.
+inline constexpr double kMaxEngineListSize = 20'000;
+
+/// The size of alternatives without repetitions and back-references in the second door, and of lists of words in
+/// both: they are large only because they were typed so.
 inline constexpr double kMaxListSize = 400'000;
 
 /// Steps that lead through a pattern without a byte of text, one after the other, as in "a?b?c?":

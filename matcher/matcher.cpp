@@ -3,6 +3,7 @@
 #include "matcher/matcher.h"
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/engine/pattern_limits.h"
 #include "matcher/limits.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/line_filter/automaton_parser.h"
@@ -167,6 +168,50 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
   compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
+/// Makes the search for a pattern with back-references, where it can answer for the engine.
+void BuildReferences(CompiledPattern& compiled, const SyntaxTree& tree,
+                     const PatternOptions& options, CompileBudget& budget) {
+  constexpr std::size_t kMostNodes = 1'000;
+  constexpr std::int64_t kStepsPerNode = 1'000;
+  constexpr std::int64_t kBytesPerNode = 500;
+  const bool hasReferences =
+      std::any_of(tree.nodes.begin(), tree.nodes.end(),
+                  [](const SyntaxNode& node) { return node.kind == SyntaxKind::kBackReference; });
+  // Which shorter match is a whole word, or a whole line, only the engine knows.
+  if (!hasReferences || options.matchLines || options.matchWords) return;
+  if (tree.nodes.size() > kMostNodes) return;
+  const auto nodes = static_cast<std::int64_t>(tree.nodes.size());
+  budget.ChargeSteps(kStepsPerNode * nodes);
+  budget.ChargeBytes(kBytesPerNode * nodes);
+  const ReferenceOptions references = {.wordBytes = WordBytes(false, tree),
+                                       .comparedAs = tree.translate};
+  auto search = std::make_unique<const ReferenceSearch>(tree, references);
+  if (!search->IsFast()) return;
+  compiled.references = std::move(search);
+  compiled.referenceRun = std::make_unique<ReferenceRun>(*compiled.references);
+}
+
+/// Makes the locator alone of a list of words that the engine would take long for, or could not be given. It
+/// leaves nothing to ask the engine: there are no groups. False where the pattern is none.
+bool BuildListAlone(CompiledPattern& compiled, const SyntaxTree& tree,
+                    const PatternOptions& options, CompileBudget& budget) {
+  const bool isPlain =
+      std::none_of(tree.nodes.begin(), tree.nodes.end(),
+                   [](const SyntaxNode& node) { return node.kind == SyntaxKind::kAnchor; });
+  if (!isPlain || options.matchLines || tree.faulty || tree.groupCount > 0) return false;
+  const double size = MeasurePattern(tree).size;
+  if (size <= kMaxEngineListSize || size > kMaxListSize) return false;
+  std::optional<WordScan> list = MakeWordScan(tree, options.matchWords, budget);
+  if (!list || list->Longest() > kLongestWordAlone) return false;
+  compiled.automatonReading = Reading::kAlike;
+  compiled.standsAlone = true;
+  compiled.locatorProgram = std::make_unique<LocatorProgram>(
+      std::move(*list), options.matchWords, WordBytes(options.matchWords, tree), nullptr);
+  compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
+  compiled.searchable = true;
+  return true;
+}
+
 /// Makes the automaton that throws out lines, for the pattern `wrapped` in its conditions. Where that
 /// would be too much, every line goes to the engine.
 void BuildLineFilter(PatternAutomaton& automaton, const std::string& wrapped,
@@ -198,6 +243,7 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
       ParsePattern(pattern.data(), pattern.size(), options.foldCase ? &upperCase : nullptr));
   budget.ChargeBytes(static_cast<std::int64_t>(tree->nodes.size() * sizeof(SyntaxNode) +
                                                tree->sets.size() * sizeof(CharSet)));
+  if (BuildListAlone(compiled, *tree, options, budget)) return MessageNumber::kNone;
   MessageNumber fault = compiled.regex.Compile(pattern, tree, budget);
   if (fault != MessageNumber::kNone) return fault;
 
@@ -208,7 +254,10 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   fault = compiled.automaton->fault;
   BuildKeywordPrefilter(compiled, options.foldCase, fault, budget);
   compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
-  if (compiled.searchable) BuildLocator(compiled, pattern, *tree, options, budget);
+  if (compiled.searchable) {
+    BuildLocator(compiled, pattern, *tree, options, budget);
+    BuildReferences(compiled, *tree, options, budget);
+  }
   return fault;
 }
 

@@ -11,6 +11,7 @@
 #include "matcher/automata/text_notes.h"
 #include "matcher/budget.h"
 #include "matcher/engine/regular_expression.h"
+#include "matcher/groups/reference_search.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
 #include "matcher/search_outcome.h"
@@ -38,7 +39,8 @@ enum class Reading : unsigned char {
 /// Everything that one pattern was compiled into. Owned by whoever may still search with it: the
 /// matcher, where it is installed, and the environment that it was compiled for.
 struct CompiledPattern {
-  /// The pattern exactly as the host gave it: the authority on what matches, and where.
+  /// The pattern exactly as the host gave it: the authority on what matches, and where. It is not compiled for
+  /// long lists of words, which the locator alone is made for.
   RegularExpression regex;
   /// The pattern, wrapped so that it takes in the word and line conditions: decides whether a line
   /// can hold a match at all.
@@ -52,6 +54,10 @@ struct CompiledPattern {
   std::unique_ptr<const LocatorProgram> locatorProgram;
   /// Says where a match lies, in place of the engine. Null when only the engine can.
   std::unique_ptr<MatchLocator> locator;
+  /// Of a pattern with back-references of which one way at most is open at each place, what finds its matches
+  /// in place of the engine; otherwise null.
+  std::unique_ptr<const ReferenceSearch> references;
+  std::unique_ptr<ReferenceRun> referenceRun;
   /// Tells the groups of matches that lie one inside the other. Made when it is first needed.
   std::unique_ptr<LineGroups> lineGroups;
   /// How far the automaton reads the pattern as the locator does. A line with a located match passes the
@@ -86,7 +92,8 @@ struct MatchRange {
 };
 
 /// What is asked of a match when it is searched. A pattern may be searched under other conditions than
-/// those it was compiled for: the stages that took these in then keep to them.
+/// those it was compiled for: the stages that took these in then keep to them. A pattern without the engine
+/// is searched under its own alone; otherwise the search gives up.
 struct SearchConditions {
   bool matchWords = false;
   bool matchLines = false;

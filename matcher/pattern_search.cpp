@@ -72,21 +72,25 @@ ByteRange PatternSearch::NextLocated() {
   return {};
 }
 
+/// The end of the line that `place` belongs to.
+std::size_t PatternSearch::LineEnd(std::size_t place) const {
+  const void* const feed = std::memchr(text_.data() + place, '\n', end_ - place);
+  if (feed == nullptr) return end_;
+  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text_.data());
+}
+
 /// Asks the locator for the next line with a place where a match could begin, and looks for the match
-/// from there to the line's end.
+/// from there to the line's end; or in the rest of the text, where that is faster.
 SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
+  const bool looksForPlaces = locator_.has_value() && !program_.References()->IsFast();
   while (place_ <= end_) {
-    if (locator_) {
+    if (looksForPlaces) {
       const ByteRange possible = NextLocated();
       if (outcome_ != SearchOutcome::kFound) return outcome_;
       touches_ = touches_ && possible.begin == place_;
       place_ = possible.begin;
     }
-    const void* const feed = std::memchr(text_.data() + place_, '\n', end_ - place_);
-    const std::size_t lineEnd =
-        feed == nullptr
-            ? end_
-            : static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text_.data());
+    const std::size_t lineEnd = looksForPlaces ? LineEnd(place_) : end_;
     const SearchOutcome outcome = references_->Find(place_, lineEnd, match, nullptr);
     if (outcome == SearchOutcome::kGaveUp) place_ = references_->GaveUpAt();
     if (outcome == SearchOutcome::kGaveUp) return outcome;

@@ -73,6 +73,7 @@ class PatternSearch {
   ByteRange NextNotReady();
   ByteRange NextLocated();
   SearchOutcome NextWithReferences(ByteRange& match);
+  std::size_t LineEnd(std::size_t place) const;
   void GoOnBehind(ByteRange match);
 
   const PatternProgram& program_;

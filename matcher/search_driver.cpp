@@ -1,11 +1,12 @@
 // The road of one search.
 //
-// A match never crosses a line end. Three roads lead to the first one, and the first that will do is
+// A match never crosses a line end. Four roads lead to the first one, and the first that will do is
 // taken:
 //
 //   keyword       Every match is the same fixed string: where it stands is the answer.
 //   locator       Automata find the match on their own, where they can answer for the engine. Only the
 //                 ranges of groups are asked of the engine, which gets the known match.
+//   references    A pattern with back-references that leaves one way open at each place is followed there.
 //   engine        Line by line. The keyword set leaps to lines that hold a string of every match, the
 //                 automaton throws out those that cannot hold one, the engine says where on the line
 //                 the match lies, and what is no whole word, or not the whole line, is refused: shorter
@@ -348,6 +349,33 @@ void FindByLocator(Search& search) {
   }
 }
 
+/// Finds a match with back-references without the engine. It counts on a line that the automaton lets pass.
+void FindByReferences(Search& search) {
+  constexpr std::int64_t kUnits = 10;  // in one of those that the run counts
+  ReferenceRun& run = *search.pattern.referenceRun;
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(search.text);
+  const auto length = static_cast<std::size_t>(search.limit - search.text);
+  run.Begin({bytes, length});
+  std::uint64_t paid = 0;
+  for (const char* scan = search.text;;) {
+    ByteRange match;
+    const auto from = static_cast<std::size_t>(scan - search.text);
+    const SearchOutcome outcome = run.Find(from, length, match, nullptr);
+    search.credit.BeginLine(0, search.Kept());
+    const bool isPaid = search.credit.Spend(kUnits * static_cast<std::int64_t>(run.Used() - paid));
+    paid = run.Used();
+    if (outcome == SearchOutcome::kGaveUp) return search.GiveUpAt(search.text + run.GaveUpAt());
+    if (outcome == SearchOutcome::kNotFound) return;
+    const char* const start = search.text + match.begin;
+    const char* const line = LineStart(start, scan);
+    const char* const place = NextPlace(search, line, search.limit);
+    if (place == nullptr || !isPaid) return isPaid ? void() : search.GiveUpAt(line);
+    scan = LineStart(place, line);
+    if (scan != line) continue;  // a later line
+    return search.Found(RangeIn(search, {start, search.text + match.end}));
+  }
+}
+
 /// Takes the lines that can hold a match to the engine, or all of them.
 void FindByEngine(Search& search, bool everyLine) {
   LineMatch match{};
@@ -419,8 +447,13 @@ MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& con
                    allNotes,
                    allNotes.Credit(static_cast<std::size_t>(length))};
   const bool located = isKeyword || CanLocate(pattern, conditions);
+  const bool isPlain = !conditions.matchWords && !conditions.matchLines && !conditions.engineOnly;
   if (located && !conditions.engineOnly) {
     FindByLocator(search);
+  } else if (pattern.referenceRun != nullptr && isPlain) {
+    FindByReferences(search);
+  } else if (!pattern.regex.IsCompiled()) {
+    search.GiveUpAt(text);
   } else {
     FindByEngine(search, conditions.engineOnly);
   }

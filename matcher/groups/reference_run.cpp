@@ -64,6 +64,7 @@ SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRa
     gaveUpAt_ = from;
     return SearchOutcome::kGaveUp;
   }
+  if (search_.doubled_) return FindDoubled(from, lastStart, match, groups);
   while (from <= lastStart) {
     if (search_.walk_ && search_.walk_->LooksForPlaces()) {
       from = search_.walk_->NextPlace(text_, from, lastStart);
@@ -79,6 +80,21 @@ SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRa
     from = lineEnd_ + 1;
   }
   return SearchOutcome::kNotFound;
+}
+
+SearchOutcome ReferenceRun::FindDoubled(std::size_t from, std::size_t lastStart, ByteRange& match,
+                                        std::vector<ByteRange>* groups) {
+  std::size_t half = 0;
+  const std::size_t start =
+      search_.doubled_->Next(text_, from, lastStart, half, used_, budget_, same_);
+  if (start == kNowhere) return SearchOutcome::kNotFound;
+  if (half == 0) {
+    gaveUpAt_ = start;
+    return SearchOutcome::kGaveUp;
+  }
+  match = {start, start + 2 * half};
+  if (groups != nullptr) groups->assign(1, {start, start + half});
+  return SearchOutcome::kFound;
 }
 
 /// Goes the only way that the pattern leaves open: from `from` alone if places

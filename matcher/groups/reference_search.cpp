@@ -22,6 +22,7 @@ ReferenceSearch::ReferenceSearch(const SyntaxTree& tree, const ReferenceOptions&
   NoteReferencedGroups();
   isTooLarge_ = graph_.isTooLarge || slotCount_ > kMaxReferenced;
   if (isTooLarge_) return;
+  if (!options.wholeWords) doubled_ = DoubledRun::Make(tree, options.comparedAs);
   NoteWhatIsAskedFor();
   NoteStart();
   walk_ = ReferenceWalk::Make(graph_, {options.wholeWords, options.wordBytes, options.comparedAs});

@@ -6,7 +6,8 @@
 // part, it matches nowhere. Of the ways to the longest match the one counts
 // that POSIX wants (way_graph.h).
 //
-// Where the text leaves only one way open, it is followed (reference_walk.h).
+// Where the text leaves only one way open, it is followed (reference_walk.h), and
+// a run of bytes that stands twice is looked for as such (doubled_run.h).
 // In general nothing is known that does it fast. From a place where a match
 // could begin the ways are tried one after another; what became of a step of
 // the pattern at a place of the text, with the same ranges of the groups that
@@ -21,6 +22,7 @@
 #ifndef TROVEX_MATCHER_GROUPS_REFERENCE_SEARCH_H
 #define TROVEX_MATCHER_GROUPS_REFERENCE_SEARCH_H
 
+#include "matcher/groups/doubled_run.h"
 #include "matcher/groups/reference_walk.h"
 #include "matcher/groups/way_graph.h"
 #include "matcher/pattern/pattern_syntax.h"
@@ -67,6 +69,10 @@ class ReferenceSearch {
   /// Only what the search needs is kept of `tree`.
   ReferenceSearch(const SyntaxTree& tree, const ReferenceOptions& options);
 
+  /// Whether it goes through a text fast, with nobody looking for places
+  /// beforehand: at most one way is open at each of them.
+  bool IsFast() const { return walk_.has_value() || doubled_.has_value(); }
+
  private:
   friend class ReferenceRun;
 
@@ -90,6 +96,7 @@ class ReferenceSearch {
   bool canBeEmpty_ = false;
   bool isTooLarge_ = false;
   std::optional<ReferenceWalk> walk_;  // set if the pattern leaves only one way open
+  std::optional<DoubledRun> doubled_;  // set if the pattern is one
 };
 
 /// One thread's work space for a search. After the first texts it allocates
@@ -164,6 +171,8 @@ class ReferenceRun {
   };
 
   bool EnterLine(std::size_t place);
+  SearchOutcome FindDoubled(std::size_t from, std::size_t lastStart, ByteRange& match,
+                            std::vector<ByteRange>* groups);
   SearchOutcome FindInLine(std::size_t from, std::size_t lastStart, ByteRange& match,
                            std::vector<ByteRange>* groups);
   SearchOutcome Walk(std::size_t& from, std::size_t lastStart, ByteRange& match,
@@ -211,6 +220,7 @@ class ReferenceRun {
   std::vector<Change> changes_;
   std::vector<std::size_t> opened_;
   ReferenceWalk::Captures walkCaptures_;
+  std::vector<std::size_t> same_;
 };
 
 }  // namespace trovex

@@ -66,6 +66,7 @@ std::optional<ReferenceWalk> ReferenceWalk::Make(const WayGraph& graph, const Op
   if (graph.steps.size() * walk.classCount_ > kMaxLinks || !walk.Fill(graph, *paths)) return {};
   walk.NoteRepeats(graph, *paths);
   walk.NoteStarts();
+  walk.NoteFirstRun();
   return walk;
 }
 
@@ -159,7 +160,70 @@ void ReferenceWalk::NoteRepeats(const WayGraph& graph, const std::vector<WayPath
 
 std::size_t ReferenceWalk::EndOfMatch(TextView text, std::size_t start, std::size_t lineEnd,
                                       Captures& captures, std::uint64_t& used) const {
+  if (beginsWithRun_ && !CanGoOnBehindRun(text, start, lineEnd, used)) return kNowhere;
   return Follow(text, start, lineEnd, kNowhere, captures, used);
+}
+
+/// Notes whether the pattern begins as "([a-z]+) \1" does. At most places it is seen from the byte behind the
+/// run, and the one behind that, that nothing matches.
+void ReferenceWalk::NoteFirstRun() {
+  const auto links = [&](State state) { return links_.data() + state * classCount_; };
+  const auto isMark = [](const WayMark& mark, WayKind kind, int group) {
+    return mark.kind == kind && mark.value == group;
+  };
+  State run = kNoState;
+  for (std::size_t c = 0; c < classCount_; ++c) {
+    const Link& link = links(first_)[c];
+    if (link.to == kNoState) continue;
+    if (run != kNoState && link.to != run) return;
+    run = link.to;
+  }
+  if (run == kNoState || isSpecial_[first_] || isSpecial_[run]) return;
+  std::vector<InRun> ofClass(classCount_, InRun::kNo);
+  for (std::size_t c = 0; c < classCount_; ++c) {
+    const Link& link = links(run)[c];
+    if (link.to == kNoState) continue;
+    if (link.to == run) {
+      if (link.marks != 0) return;
+      ofClass[c] = InRun::kRun;
+      continue;
+    }
+    const Link& reference = references_[link.to];
+    if (reference.to == kNoState || ends_[link.to].to != kNoState) return;
+    const int group = groups_[reference.to];
+    const auto& closing = marks_[link.marks];
+    const bool closes = std::any_of(closing.begin(), closing.end(), [&](const WayMark& mark) {
+      return isMark(mark, WayKind::kClose, group);
+    });
+    const bool opensAgain =
+        std::any_of(marks_[reference.marks].begin(), marks_[reference.marks].end(),
+                    [&](const WayMark& mark) { return mark.kind != WayKind::kAnchor; });
+    if (!closes || opensAgain) return;
+    for (std::size_t first = 0; first < classCount_; ++first) {
+      const Link& opening = links(first_)[first];
+      if (opening.to == kNoState) continue;
+      const auto& marks = marks_[opening.marks];
+      const bool opens = std::any_of(marks.begin(), marks.end(), [&](const WayMark& mark) {
+        return isMark(mark, WayKind::kOpen, group);
+      });
+      if (!opens) return;
+    }
+    ofClass[c] = InRun::kBehind;
+  }
+  for (std::size_t b = 0; b < inRun_.size(); ++b)
+    inRun_[b] = ofClass[classOf_[b]];
+  beginsWithRun_ = true;
+}
+
+/// Whether behind the run at `start` stands what may stand there, and then the first byte of the run again.
+bool ReferenceWalk::CanGoOnBehindRun(TextView text, std::size_t start, std::size_t lineEnd,
+                                     std::uint64_t& used) const {
+  std::size_t end = start + 1;
+  while (end < lineEnd && inRun_[text[end]] == InRun::kRun)
+    ++end;
+  used += (end - start) / 4 + 1;
+  if (end + 1 >= lineEnd || inRun_[text[end]] != InRun::kBehind) return false;
+  return options_.comparedAs[text[end + 1]] == options_.comparedAs[text[start]];
 }
 
 void ReferenceWalk::FindGroups(TextView text, const ByteRange& match, Captures& captures,

@@ -90,8 +90,10 @@ std::string ProgramTest::ShellOnTerminal(const std::string& command) const {
   return seen;
 }
 
-/// Makes the process, which is a new one, stand where a run begins.
+/// Makes the process, which is a new one, stand where a run begins. What the runner of the tests left open
+/// is no business of the program's.
 void ProgramTest::EnterFolder() const {
+  close_range(STDERR_FILENO + 1, ~0U, 0);
   setenv("LC_ALL", locale_.c_str(), 1);
   setenv("TERM", "xterm", 1);
   unsetenv("NO_COLOR");

@@ -50,7 +50,8 @@ TEST(WordList, AQuotedTextFindsItself) {
     std::string text(1, dice.Byte("ab!~ \t\\("));
     text += dice.Bytes("aA1&!()|~\\[]{}.*+?^$ \t'`<>,-\"#%/:;=@_", 6);
     if (text.find_first_not_of(" \t") == std::string::npos) continue;
-    const std::string around = "x" + text + "y";
+    std::string around("x");
+    around.append(text).append("y");
     ASSERT_EQ(Found(QuoteTerm(text), text), (Places{{0, text.size()}})) << "seed " << seed << text;
     ASSERT_EQ(Found(QuoteTerm(text), around).size(), 1U) << "seed " << seed << text;
   }

@@ -3,6 +3,8 @@
 
 #include "hosts/cli/files/file_walk.h"
 
+#include "hosts/cli/files/input.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -181,7 +183,7 @@ std::optional<FileToSearch> FileWalk::Enter(std::string path, std::string absolu
                                             IgnoreState above) {
   const std::string name = NameOfFolder(path);
   const int descriptor =
-      open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+      OpenWaiting(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOCTTY | O_NONBLOCK);
   if (descriptor < 0) return Complaint(name, errno);
 
   Level level;

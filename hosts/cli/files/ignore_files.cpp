@@ -2,6 +2,8 @@
 
 #include "hosts/cli/files/ignore_files.h"
 
+#include "hosts/cli/files/input.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,7 +18,7 @@ namespace {
 
 std::string ContentOf(const std::string& path) {
   std::string content;
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+  const int file = OpenWaiting(path.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK);
   if (file < 0) return content;
   char block[4096];
   for (;;) {

@@ -17,24 +17,8 @@ namespace trovex::cli {
 
 namespace {
 
-/// Inputs of this process that are open and will be closed.
-std::atomic<int> openInputs{0};
-
-/// Opens a file; while others are open, waits for a descriptor.
-int OpenWaiting(const char* path) {
-  for (;;) {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    if (descriptor >= 0) return descriptor;
-    const int error = errno;
-    if (error == EINTR) continue;
-    const bool scarce = error == EMFILE || error == ENFILE;
-    if (!scarce || openInputs.load() == 0) {
-      errno = error;
-      return -1;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-}
+/// Whether waiting for a descriptor has been in vain, so that nobody waits again.
+std::atomic<bool> waitedInVain{false};
 
 bool IsRegularFile(int descriptor) {
   struct stat status {};
@@ -42,6 +26,23 @@ bool IsRegularFile(int descriptor) {
 }
 
 }  // namespace
+
+int OpenWaiting(const char* path, int flags) {
+  constexpr int kMostTries = 1000;
+  for (int tries = 0;; ++tries) {
+    const int descriptor = open(path, flags | O_CLOEXEC);
+    if (descriptor >= 0) return descriptor;
+    const int error = errno;
+    if (error == EINTR) continue;
+    const bool scarce = error == EMFILE || error == ENFILE;
+    if (tries == kMostTries) waitedInVain = true;
+    if (!scarce || waitedInVain) {
+      errno = error;
+      return -1;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
 
 void Buffer::Reserve(std::size_t capacity) {
   if (capacity <= capacity_) return;
@@ -64,9 +65,8 @@ std::variant<Input, SystemError> Input::Open(const FileToSearch& file) {
     const bool fromBegin = lseek(STDIN_FILENO, 0, SEEK_CUR) == 0;
     return Input(STDIN_FILENO, false, fromBegin && IsRegularFile(STDIN_FILENO));
   }
-  const int descriptor = OpenWaiting(file.path.c_str());
+  const int descriptor = OpenWaiting(file.path.c_str(), O_RDONLY | O_NOCTTY);
   if (descriptor < 0) return SystemError{errno};
-  ++openInputs;
   return Input(descriptor, true, file.regular || IsRegularFile(descriptor));
 }
 
@@ -76,9 +76,7 @@ Input::Input(Input&& other) noexcept
       regular_(other.regular_) {}
 
 Input::~Input() {
-  if (!owned_) return;
-  close(descriptor_);
-  --openInputs;
+  if (owned_) close(descriptor_);
 }
 
 std::uint64_t Input::Size() const {

@@ -43,11 +43,14 @@ struct SystemError {
   int number;
 };
 
+/// Opens a file or folder, as open() does. Where no descriptor is left, waits for another thread to
+/// close one; if that is in vain for a second, nobody waits again.
+int OpenWaiting(const char* path, int flags);
+
 /// An open file.
 class Input {
  public:
-  /// Opens the file, or takes the standard input, which stays open afterwards. Where no descriptor is
-  /// left, waits for other inputs of this process to be closed.
+  /// Opens the file, or takes the standard input, which stays open afterwards.
   static std::variant<Input, SystemError> Open(const FileToSearch& file);
 
   Input(Input&& other) noexcept;

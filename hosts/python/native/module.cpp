@@ -97,6 +97,58 @@ bool ItemsEqual(const PythonItem& a, const PythonItem& b) {
          a.text.equal(b.text);
 }
 
+/// Query.matches(text, encoding="utf-8"), in Python's own calling convention: a call on a short text costs
+/// not much more than its search, so what finds the arguments counts.
+PyObject* Matches(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                  PyObject* names) noexcept {
+  constexpr std::string_view kNames[] = {"text", "encoding"};
+  PyObject* given[] = {nullptr, nullptr};
+  const Py_ssize_t named = names == nullptr ? 0 : PyTuple_GET_SIZE(names);
+  if (count + named > 2) {
+    PyErr_SetString(PyExc_TypeError, "matches() takes a text and an encoding");
+    return nullptr;
+  }
+  std::copy(arguments, arguments + count, given);
+  try {
+    for (Py_ssize_t i = 0; i < named; ++i) {
+      const auto name = nb::cast<std::string_view>(nb::handle(PyTuple_GET_ITEM(names, i)));
+      const auto* const known = std::find(std::begin(kNames), std::end(kNames), name);
+      if (known == std::end(kNames) || given[known - kNames] != nullptr) {
+        PyErr_Format(PyExc_TypeError, "matches() got an unexpected or repeated argument: %U",
+                     PyTuple_GET_ITEM(names, i));
+        return nullptr;
+      }
+      given[known - kNames] = arguments[count + i];
+    }
+    if (given[0] == nullptr) {
+      PyErr_SetString(PyExc_TypeError, "matches() takes a text");
+      return nullptr;
+    }
+    trovex::Encoding encoding = trovex::Encoding::kUtf8;
+    if (given[1] != nullptr) {
+      if (!PyUnicode_Check(given[1])) {
+        PyErr_SetString(PyExc_TypeError, "the encoding is a str");
+        return nullptr;
+      }
+      encoding = EncodingNamed(nb::cast<std::string_view>(nb::handle(given[1])));
+    }
+    return PyBool_FromLong(nb::inst_ptr<PythonQuery>(self)->Matches(given[0], encoding));
+  } catch (nb::python_error& error) {
+    error.restore();
+  } catch (const std::bad_alloc&) {
+    PyErr_NoMemory();
+  }
+  return nullptr;
+}
+
+PyMethodDef queryMethods[] = {
+    {"matches", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(Matches)),
+     METH_FASTCALL | METH_KEYWORDS,
+     "matches($self, text, encoding='utf-8')\n--\n\nWhether a text satisfies the query."},
+    {nullptr, nullptr, 0, nullptr}};
+
+PyType_Slot querySlots[] = {{Py_tp_methods, queryMethods}, {0, nullptr}};
+
 template <typename Column>
 void DefineColumn(nb::class_<Column>&& type) {
   type.def("__len__", &Column::Rows)
@@ -140,13 +192,8 @@ void DefineItems(nb::module_& module) {
 }
 
 void DefineQuery(nb::module_& module) {
-  nb::class_<PythonQuery>(module, "Query", "An expression, compiled. Made by trovex.compile().")
-      .def(
-          "matches",
-          [](PythonQuery& self, nb::handle text, std::string_view encoding) {
-            return self.Matches(text, EncodingNamed(encoding));
-          },
-          "text"_a.none(), "encoding"_a = kUtf8, "Whether a text satisfies the query.")
+  nb::class_<PythonQuery>(module, "Query", nb::type_slots(querySlots),
+                          "An expression, compiled. Made by trovex.compile().")
       .def(
           "search",
           [](PythonQuery& self, nb::object text, std::string_view encoding, bool tags) {

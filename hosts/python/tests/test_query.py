@@ -178,6 +178,27 @@ def test_what_is_no_text_is_refused(text: Any) -> None:
             call(text)
 
 
+def test_matches_takes_its_arguments_as_every_function() -> None:
+    query = trovex.compile("tür")
+    raw = "TÜR".encode("cp1252")
+    assert query.matches(raw, "cp1252") and query.matches(raw, encoding="cp1252")
+    assert query.matches(text=raw, encoding="cp1252") and query.matches(encoding="cp1252", text=raw)
+    call: Any = query.matches
+    for arguments, named in [
+        ((), {}),
+        ((raw, "utf-8", 1), {}),
+        ((raw,), {"text": raw}),
+        ((raw,), {"words": True}),
+        ((raw, 7), {}),
+        ((raw,), {"encoding": None}),
+        ((), {"encoding": "utf-8"}),
+    ]:
+        with pytest.raises(TypeError):
+            call(*arguments, **named)
+    with pytest.raises(TypeError):
+        trovex.Query.matches("tür", raw)  # type: ignore[arg-type]
+
+
 def test_unknown_encodings_are_refused() -> None:
     with pytest.raises(LookupError, match="utf-32"):
         trovex.compile("Haus").matches(b"Haus", "utf-32")

@@ -25,7 +25,7 @@ def free_port() -> int:
         return int(probe.getsockname()[1])
 
 
-def wait_until(done: Callable[[], bool], what: str, seconds: float = 120) -> None:
+def wait_until(done: Callable[[], bool], what: str, seconds: float = 400) -> None:
     deadline = time.monotonic() + seconds
     while not done():
         if time.monotonic() > deadline:

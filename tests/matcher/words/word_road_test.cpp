@@ -137,6 +137,40 @@ TEST(WordRoad, FindsWhatTheEngineFinds) {
   }
 }
 
+TEST(WordRoad, AListThatTheEngineIsNotGivenIsFoundLikeOthers) {
+  // The same words as a list that the engine has, and as one that is too large for it.
+  for (const bool words : {false, true}) {
+    for (const bool folds : {false, true}) {
+      Dice dice(words ? 1 : 2);
+      const auto list = RandomWords(dice, "abcdefgh", 300, 3, 12);
+      std::string pattern;
+      for (const std::string& word : list) {
+        if (!pattern.empty()) pattern += '|';
+        pattern += word;
+      }
+      std::string large = pattern;
+      while (large.size() < 70'000)
+        large.append("|").append(pattern);
+      const PatternOptions options = {.foldCase = folds, .matchWords = words};
+      const CompileResult small = CompileMatcher(pattern, options);
+      const CompileResult alone = CompileMatcher(large, options);
+      ASSERT_TRUE(small.pattern->searchable && alone.pattern->searchable);
+      EXPECT_TRUE(small.pattern->regex.IsCompiled());
+      EXPECT_FALSE(alone.pattern->regex.IsCompiled());
+      const SearchConditions conditions = {.matchWords = words};
+      const std::string text = TextOfWords(dice, list, "abcDEF \n", 3000);
+      ASSERT_EQ(AllMatches(*alone.pattern, conditions, text, 'a'),
+                AllMatches(*small.pattern, conditions, text, 'a'));
+      const SearchConditions others = {.matchWords = !words};
+      const HeapText heap(text);
+      const MatchResult result =
+          ExecuteMatcher(*alone.pattern, others, heap.Data(), heap.Length(), 0);
+      EXPECT_EQ(result.outcome, SearchOutcome::kGaveUp);
+      EXPECT_EQ(result.gaveUpAt, 0);
+    }
+  }
+}
+
 /// `count` words of a and one b each, from `shortest` bytes on.
 std::string NearlyRepeated(std::size_t shortest, std::size_t count) {
   std::string pattern;

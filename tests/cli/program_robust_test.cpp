@@ -1,0 +1,141 @@
+// What goes wrong around the program: closed streams, few descriptors and threads, little memory, pipes
+// that end, files that change, signals.
+
+#include "tests/cli/run_program.h"
+#include "tests/sanitizers.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <algorithm>
+#include <string>
+
+namespace trovex::testing {
+namespace {
+
+class Robust : public ProgramTest {
+ protected:
+  /// A file of three megabytes, and forty small ones.
+  void WriteSome() const {
+    Write("large", Times(100000, "eine Zeile mit einem Wort darin\n"));
+    for (int i = 0; i < 40; ++i)
+      Write("many/" + std::to_string(i), Times(i, "Wort\n"));
+  }
+};
+
+TEST_F(Robust, StandardStreamsMayBeClosed) {
+  WriteSome();
+  EXPECT_EQ(Shell("timeout 20 $TROVEX -c Wort large <&-").out, "large:100000\n");
+  EXPECT_EQ(Shell("timeout 20 $TROVEX -c Wort large 2>&-").out, "large:100000\n");
+  const RunResult input = Shell("timeout 20 $TROVEX Wort - <&-");
+  EXPECT_EQ(input.status, 2);
+  EXPECT_EQ(input.err, "trovex: (standard input): Bad file descriptor\n");
+  const RunResult output = Shell("timeout 20 $TROVEX -c Wort large >&-");
+  EXPECT_EQ(output.status, 2);
+  EXPECT_EQ(output.err, "trovex: the output cannot be written: Bad file descriptor\n");
+  EXPECT_EQ(Shell("timeout 20 $TROVEX -c Wort large <&- >&- 2>&-").status, 2);
+  EXPECT_EQ(Shell("timeout 20 $TROVEX -q Wort large <&- >&- 2>&-").status, 0);
+}
+
+TEST_F(Robust, OneDescriptorIsEnough) {
+  WriteSome();
+  const std::string all = Run({"-c", "Wort", "many", "large"}).out;
+  EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 40);
+  const RunResult run = Shell("ulimit -n 4; timeout 60 $TROVEX -j4 -c Wort many large");
+  EXPECT_EQ(run.out, all);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.status, 0);
+}
+
+TEST_F(Robust, OutputBeginsWithTheFirstLineThatIsThere) {
+  ASSERT_EQ(mkfifo(Path("log").c_str(), 0600), 0);
+  // The writer goes on only when the first line has been shown.
+  const RunResult run = Shell(
+      "(timeout 20 $TROVEX Fehler < log > seen) & exec 3> log; echo Fehler eins >&3\n"
+      "for i in $(seq 200); do [ -s seen ] && break; sleep 0.05; done\n"
+      "cp seen early; echo nichts >&3; echo Fehler zwei >&3; exec 3>&-; wait; cat early; cat seen");
+  EXPECT_EQ(run.out, "1:Fehler eins\n1:Fehler eins\n3:Fehler zwei\n");
+}
+
+TEST_F(Robust, AReaderThatHasSeenEnoughEndsAnEndlessSearch) {
+  EXPECT_EQ(Shell("yes | timeout 20 $TROVEX -S line y | head -n 1").out, "1:y\n");
+  EXPECT_EQ(Shell("yes | timeout 20 $TROVEX -q y").status, 0);
+  EXPECT_EQ(Shell("yes | timeout 20 $TROVEX -m 2 y").out, "1:y\n2:y\n");
+  EXPECT_EQ(Shell("yes | timeout 20 $TROVEX -l y").out, "(standard input)\n");
+}
+
+TEST_F(Robust, QuietDoesNotWaitForAPipeWhenItKnows) {
+  WriteSome();
+  ASSERT_EQ(mkfifo(Path("silent").c_str(), 0600), 0);
+  EXPECT_EQ(Shell("timeout 20 $TROVEX -j4 -q Wort many many many/30 silent").status, 0);
+}
+
+TEST_F(Robust, AnInterruptedSearchEndsByTheSignal) {
+  ASSERT_EQ(mkfifo(Path("silent").c_str(), 0600), 0);
+  const RunResult run = Shell(
+      "exec 3<> silent; $TROVEX x silent & sleep 0.3; kill -INT $!; kill -TERM $!; wait $!; echo "
+      "$?");
+  EXPECT_TRUE(run.out == "130\n" || run.out == "143\n") << run.out;
+}
+
+TEST_F(Robust, AnInterruptedSearchTakesItsTracesFromTheTerminal) {
+  ASSERT_EQ(mkfifo(Path("slow").c_str(), 0600), 0);
+  const std::string seen = ShellOnTerminal(
+      "(echo y; sleep 1.3; echo y; sleep 0.5) > slow & $TROVEX -q x slow & sleep 1.6; kill -TERM "
+      "$!; wait $!");
+  ASSERT_NE(seen.find(" bytes, "), std::string::npos) << seen;
+  EXPECT_GT(seen.rfind("\r\033[K"), seen.rfind(" bytes, ")) << seen;
+}
+
+TEST_F(Robust, FullDisksAreTroubleForAllThreads) {
+  WriteSome();
+  for (const char* arguments :
+       {"Wort large", "-j4 Wort many", "-c Wort large", "--json Wort large"}) {
+    const RunResult run = Shell("timeout 20 $TROVEX " + std::string(arguments) + " > /dev/full");
+    EXPECT_EQ(run.status, 2) << arguments;
+    EXPECT_EQ(run.err, "trovex: the output cannot be written: No space left on device\n");
+  }
+}
+
+TEST_F(Robust, AFileThatShrinksIsSearchedAsFarAsItGoes) {
+  Write("shrinking", Times(400000, "eine Zeile mit einem Wort darin\n"));
+  const RunResult run =
+      Shell("timeout 20 $TROVEX -c Wort shrinking & truncate -s 1000000 shrinking; wait $!");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Robust, PathsBeyondTheLimitAreTold) {
+  const RunResult run = Run({"x", std::string(5000, 'x')});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_TRUE(run.err.ends_with(": File name too long\n"));
+}
+
+TEST_F(Robust, DevicesMayBeNamed) {
+  EXPECT_EQ(Run({"-c", "--include-zero", "x", "/dev/null"}).out, "/dev/null:0\n");
+  EXPECT_EQ(Shell("timeout 20 $TROVEX -a -q -e '[^a]' /dev/zero").status, 0);
+}
+
+TEST_F(Robust, LittleMemoryIsTroubleAndNeverNotFound) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "a sanitizer needs more than all of it";
+  Write("huge", Times(2000000, "eine Zeile mit einem Wort darin\n"));
+  const RunResult whole = Shell("ulimit -v 30000; timeout 20 $TROVEX -c 'Zeile & Wort' huge");
+  EXPECT_EQ(whole.status, 2);
+  EXPECT_EQ(whole.err, "trovex: huge: there is not enough memory to search this file\n");
+  EXPECT_EQ(Shell("ulimit -v 30000; timeout 20 $TROVEX -S line -c 'Zeile & Wort' huge").out,
+            "huge:2000000\n");
+}
+
+TEST_F(Robust, NothingThatATerminalObeysReachesIt) {
+  Write("t\033[31m", "x\033]0;title\007\n");
+  const std::string seen = ShellOnTerminal(
+      "$TROVEX --color never x t*; $TROVEX x no$(printf '\\033[32m'); $TROVEX "
+      "\"($(printf '\\033[33m')\"; $TROVEX --no$(printf '\\033[34m')");
+  EXPECT_EQ(seen.find('\033'), std::string::npos) << seen;
+  EXPECT_EQ(seen.find('\007'), std::string::npos);
+  EXPECT_NE(seen.find("x\\x1B]0;title\\x07"), std::string::npos) << seen;
+  EXPECT_NE(ShellOnTerminal("$TROVEX --raw --color never x t*").find("x\033]0;title\007"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace trovex::testing
