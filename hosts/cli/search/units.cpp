@@ -47,7 +47,7 @@ std::int64_t CountPlainly(const char* text, std::size_t size) {
 
 #if defined(__x86_64__) && defined(__GNUC__)
 // Thirty-two bytes at a time. A lane of the sum holds up to 255 before it is emptied.
-typedef signed char Lanes __attribute__((vector_size(32)));
+typedef unsigned char Lanes __attribute__((vector_size(32)));
 
 __attribute__((target("avx2"))) std::int64_t CountWide(const char* text, std::size_t size) {
   std::int64_t count = 0;
@@ -58,10 +58,11 @@ __attribute__((target("avx2"))) std::int64_t CountWide(const char* text, std::si
     for (std::size_t step = 0; step < steps; ++step, i += sizeof(Lanes)) {
       Lanes bytes;
       std::memcpy(&bytes, text + i, sizeof bytes);
-      sum -= (bytes == '\n');
+      sum -=
+          reinterpret_cast<Lanes>(bytes == static_cast<unsigned char>('\n'));  // -1 where it is one
     }
     for (std::size_t lane = 0; lane < sizeof(Lanes); ++lane)
-      count += static_cast<unsigned char>(sum[lane]);
+      count += sum[lane];
   }
   return count + CountPlainly(text + i, size - i);
 }
