@@ -184,7 +184,7 @@ def test_matches_takes_its_arguments_as_every_function() -> None:
     assert query.matches(raw, "cp1252") and query.matches(raw, encoding="cp1252")
     assert query.matches(text=raw, encoding="cp1252") and query.matches(encoding="cp1252", text=raw)
     call: Any = query.matches
-    for arguments, named in [
+    refused: list[tuple[tuple[Any, ...], dict[str, Any]]] = [
         ((), {}),
         ((raw, "utf-8", 1), {}),
         ((raw,), {"text": raw}),
@@ -192,7 +192,8 @@ def test_matches_takes_its_arguments_as_every_function() -> None:
         ((raw, 7), {}),
         ((raw,), {"encoding": None}),
         ((), {"encoding": "utf-8"}),
-    ]:
+    ]
+    for arguments, named in refused:
         with pytest.raises(TypeError):
             call(*arguments, **named)
     with pytest.raises(TypeError):
