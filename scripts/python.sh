@@ -12,6 +12,6 @@ python_package() {
   if command -v ccache >/dev/null; then
     export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
   fi
-  "$PYTHON" -m pip install --quiet 'scikit-build-core>=0.10' 'nanobind>=2.4' 'setuptools>=64'
+  "$PYTHON" -m pip install --quiet 'scikit-build-core>=0.10' 'nanobind>=2.4' 'setuptools>=70.1'
   "$PYTHON" -m pip install --quiet --force-reinstall --no-deps --no-build-isolation "./$1"
 }
