@@ -19,7 +19,7 @@
 
 namespace {
 
-/// The text, with a zero byte behind it, shared by all benchmarks.
+/// The text, with a zero byte after it, shared by all benchmarks.
 std::string text;
 
 using Result = std::unique_ptr<CFoundItemArray>;

@@ -64,14 +64,14 @@ void HoldUnits(std::string_view text, Scope scope) {
             "a unit is found again from its end");
     last = unit.end;
   }
-  Require(IsLineEnds(text.substr(last)), "only line ends lie behind the last unit");
+  Require(IsLineEnds(text.substr(last)), "only line ends lie after the last unit");
   Require(scope != Scope::kFile || units == 1, "a file is one unit");
 }
 
 /// A text that is cut is as good as whole.
 void HoldCut(std::string_view text, Scope scope) {
   const std::size_t cut = LastCut(text, scope);
-  Require(cut <= text.size() && (cut == 0 || text[cut - 1] == '\n'), "a cut lies behind a line");
+  Require(cut <= text.size() && (cut == 0 || text[cut - 1] == '\n'), "a cut lies after a line");
   HoldUnits(text.substr(0, cut), scope);
   HoldUnits(text.substr(cut), scope);
 }

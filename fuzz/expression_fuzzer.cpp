@@ -1,6 +1,6 @@
 // Typed expressions from end to end: parse, compile, search a text, step through what was found.
 //
-//     input:  switches, byte behind the text, tag, expression, 0, text
+//     input:  switches, byte after the text, tag, expression, 0, text
 //
 // The parser, the tree and the evaluation of its operators are held against the models that the
 // tests use, in which a leaf is searched with the plain functions. Beside that, every result has to
@@ -98,18 +98,18 @@ void RequireSteps(CFoundItemArray& found, const std::vector<Range>& ranges, int 
     Require(next == nullptr && previous == nullptr, "nothing found is nothing to step to");
     return;
   }
-  auto behind = std::find_if(ranges.begin(), ranges.end(),
-                             [=](const Range& range) { return range.start > position; });
-  if (behind == ranges.end()) behind = ranges.begin();
+  auto after = std::find_if(ranges.begin(), ranges.end(),
+                            [=](const Range& range) { return range.start > position; });
+  if (after == ranges.end()) after = ranges.begin();
   auto before = std::find_if(ranges.rbegin(), ranges.rend(),
                              [=](const Range& range) { return range.start < position; });
   if (before == ranges.rend()) before = ranges.rbegin();
-  Require(next->GetStartPos() == behind->start, "a step forward goes to the next start");
+  Require(next->GetStartPos() == after->start, "a step forward goes to the next start");
   Require(previous->GetStartPos() == before->start, "a step back goes to the previous start");
 }
 
 /// Whether a leaf may count more brackets than the parser, which gives it the tags below 1 as well:
-/// behind "\\&" or "\\!" the leaf takes the next byte for escaped, and a backslash there escapes
+/// after "\\&" or "\\!" the leaf takes the next byte for escaped, and a backslash there escapes
 /// nothing.
 bool MayCountEscapedBrackets(std::string_view expression) {
   return expression.find("\\&\\") != std::string_view::npos ||
@@ -184,14 +184,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace trovex::fuzz;
   Input input(data, size);
   const Switches switches(input.Byte());
-  const char behind = static_cast<char>(input.Byte());
+  const char after = static_cast<char>(input.Byte());
   const int tag = input.SignedByte();
   const std::string expression = input.UpToZero();
   const std::string bytes = input.Rest();
 
   ExpressionModel model(expression);
   if (HasHugeNumber(expression)) return 0;
-  HeapText text(bytes, switches.ByCode() ? '\0' : behind);
+  HeapText text(bytes, switches.ByCode() ? '\0' : after);
   HoldExpression(expression, model, switches, text, tag);
   ResetEnvironment();
   return 0;

@@ -1,6 +1,6 @@
 // Patterns through the whole road of a search, held against the engine alone.
 //
-//     input:  flags, byte behind the text, group, pattern, 0, text
+//     input:  flags, byte after the text, group, pattern, 0, text
 //
 // The keyword set and the automaton only keep lines off the engine, so both roads must give the same
 // answer. Where they are known to read a pattern differently, both still run, for what the
@@ -61,7 +61,7 @@ constexpr bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-/// Whether `pattern` holds a backslash and one of `escaped` behind it.
+/// Whether `pattern` holds a backslash and one of `escaped` after it.
 bool HasEscaped(std::string_view pattern, std::string_view escaped) {
   for (std::size_t i = 0; i + 1 < pattern.size(); ++i) {
     if (pattern[i] == '\\' && escaped.find(pattern[i + 1]) != std::string_view::npos) return true;
@@ -146,12 +146,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace trovex::fuzz;
   Input input(data, size);
   const Flags flags(input.Byte());
-  const char behind = static_cast<char>(input.Byte());
+  const char after = static_cast<char>(input.Byte());
   const int group = input.SignedByte();
   const std::string pattern = input.UpToZero();
   const std::string bytes = input.Rest();
 
-  HeapText text(bytes, behind);
+  HeapText text(bytes, after);
   const char* const message = Compile(pattern.c_str(), flags.fold ? 1 : 0, flags.words ? 1 : 0);
   const Answer whole = Find(text, group, false);
   const Answer plain = Find(text, group, true);

@@ -23,7 +23,7 @@
 namespace trovex {
 
 struct ProgramOptions {
-  /// A match counts only where the bytes before and behind it belong to no word; an empty one, too.
+  /// A match counts only where the bytes before and after it belong to no word; an empty one, too.
   bool wholeWords = false;
   /// The bytes that words are made of, for this and for the anchors.
   CharSet wordBytes;

@@ -52,7 +52,7 @@ ByteRange PatternSearch::NextNotReady() {
   } else {
     match = NextLocated();
   }
-  if (outcome_ == SearchOutcome::kFound) GoOnBehind(match);
+  if (outcome_ == SearchOutcome::kFound) GoOnAfter(match);
   return match;
 }
 
@@ -102,7 +102,7 @@ SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
   return SearchOutcome::kNotFound;
 }
 
-void PatternSearch::GoOnBehind(ByteRange match) {
+void PatternSearch::GoOnAfter(ByteRange match) {
   touches_ = match.begin < match.end;
   place_ = touches_ ? match.end : match.end + 1;
 }

@@ -6,7 +6,7 @@
 //   x*     in "axxb"      empty at 0, "xx" at 1, empty at 4; not at 3, where "xx" ends
 //   ^|b$   in "ab\nb"     empty at 0, "b" at 1, "b" at 3
 //
-// A line feed ends a line; what stands behind the last one is a line if it is not empty. A text of no
+// A line feed ends a line; what stands after the last one is a line if it is not empty. A text of no
 // bytes has one line, the empty one.
 
 #ifndef TROVEX_MATCHER_PATTERN_SEARCH_H
@@ -74,7 +74,7 @@ class PatternSearch {
   ByteRange NextLocated();
   SearchOutcome NextWithReferences(ByteRange& match);
   std::size_t LineEnd(std::size_t place) const;
-  void GoOnBehind(ByteRange match);
+  void GoOnAfter(ByteRange match);
 
   const PatternProgram& program_;
   bool isLocated_;  // the locator's matches are the pattern's

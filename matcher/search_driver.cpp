@@ -235,7 +235,7 @@ LocatedMatch Locate(Search& search, const char* scan) {
   MatchLocator& locator = *search.pattern.locator;
   MatchLocator::Request request = {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
-  if (locator.Words()) request.behind = *bytes(search.limit);
+  if (locator.Words()) request.after = *bytes(search.limit);
   const MatchLocator::Match match = locator.Find(request);
   if (const unsigned char* const gaveUpAt = locator.GaveUpAt()) {
     search.GiveUpAt(reinterpret_cast<const char*>(gaveUpAt));

@@ -72,7 +72,7 @@ class PatternReader {
   void Refuse(MessageNumber number, TypedRange typed) { fault_ = QueryFault{number, typed}; }
   void RefuseToken(MessageNumber number) { Refuse(number, tokens_.RangeOf(place_, place_)); }
 
-  /// Reads what stands at the place and goes on behind it.
+  /// Reads what stands at the place and goes on after it.
   void ReadToken() {
     const Token& token = Current();
     switch (token.kind) {
@@ -135,14 +135,14 @@ class PatternReader {
 
   /// Reads all blanks that stand here: they count, but at the ends of a term.
   void ReadBlanks() {
-    std::size_t behind = place_;
-    while (behind < end_ && tokens_[behind].Is(TokenKind::kBlank))
-      ++behind;
+    std::size_t after = place_;
+    while (after < end_ && tokens_[after].Is(TokenKind::kBlank))
+      ++after;
     const Level& level = Innermost();
-    const bool atEnd = behind == end_ || tokens_[behind].Is(TokenKind::kBar) ||
-                       tokens_[behind].Is(TokenKind::kClose);
+    const bool atEnd =
+        after == end_ || tokens_[after].Is(TokenKind::kBar) || tokens_[after].Is(TokenKind::kClose);
     const bool counts = !level.isTerms || (!level.sequence.empty() && !atEnd);
-    for (; place_ < behind; ++place_) {
+    for (; place_ < after; ++place_) {
       if (counts) AppendByte(Current().value);
     }
   }
@@ -160,11 +160,11 @@ class PatternReader {
 
   /// How many typed letters stand here before one that is repeated, or before anything else.
   std::size_t LettersWithSpellings() const {
-    std::size_t behind = place_;
-    while (behind < end_ && tokens_[behind].IsPlainLetter())
-      ++behind;
-    const bool repeated = behind < end_ && tokens_[behind].Is(TokenKind::kRepetition);
-    return behind == place_ ? 0 : behind - place_ - (repeated ? 1 : 0);
+    std::size_t after = place_;
+    while (after < end_ && tokens_[after].IsPlainLetter())
+      ++after;
+    const bool repeated = after < end_ && tokens_[after].Is(TokenKind::kRepetition);
+    return after == place_ ? 0 : after - place_ - (repeated ? 1 : 0);
   }
 
   void AppendSpellingsOf(std::size_t run) {
@@ -254,7 +254,7 @@ class PatternReader {
            tokens_.RangeOf(before, place_ < end_ ? place_ : place_ - 1));
   }
 
-  /// "!" is ordinary directly behind a character of the pattern.
+  /// "!" is ordinary directly after a character of the pattern.
   void ReadNot() {
     if (Current().beginsOperand) return RefuseOperator();
     const TokenKind before =
@@ -274,22 +274,22 @@ class PatternReader {
       if (const auto before = ItemBefore(open, levels_[i - 1].begin)) {
         return Refuse(MessageNumber::kMissingOperatorBeforeBracket, tokens_.RangeOf(*before, open));
       }
-      if (const auto behind = ItemBehind(close)) {
-        return RefuseBeside(close, *behind);
+      if (const auto after = ItemAfter(close)) {
+        return RefuseBeside(close, *after);
       }
     }
     RefuseToken(MessageNumber::kInvalidSyntax);
   }
 
-  /// Refuses what stands behind a bracket that holds an operator.
-  void RefuseBeside(std::size_t close, std::size_t behind) {
-    MessageNumber number = MessageNumber::kMissingOperatorBehindBracket;
-    if (tokens_[behind].Is(TokenKind::kRepetition)) number = MessageNumber::kRepeatedOperands;
-    if (tokens_[behind].Is(TokenKind::kNot)) number = MessageNumber::kNotWithoutAnd;
-    Refuse(number, tokens_.RangeOf(close, behind));
+  /// Refuses what stands after a bracket that holds an operator.
+  void RefuseBeside(std::size_t close, std::size_t after) {
+    MessageNumber number = MessageNumber::kMissingOperatorAfterBracket;
+    if (tokens_[after].Is(TokenKind::kRepetition)) number = MessageNumber::kRepeatedOperands;
+    if (tokens_[after].Is(TokenKind::kNot)) number = MessageNumber::kNotWithoutAnd;
+    Refuse(number, tokens_.RangeOf(close, after));
   }
 
-  /// What stands before the bracket in its alternative, which begins at `begin` or behind a "|".
+  /// What stands before the bracket in its alternative, which begins at `begin` or after a "|".
   std::optional<std::size_t> ItemBefore(std::size_t open, std::size_t begin) const {
     std::size_t before = open;
     while (before > begin && tokens_[before - 1].Is(TokenKind::kBlank))
@@ -297,15 +297,15 @@ class PatternReader {
     if (before == begin || tokens_[before - 1].Is(TokenKind::kBar)) return std::nullopt;
     return before - 1;
   }
-  std::optional<std::size_t> ItemBehind(std::size_t close) const {
-    std::size_t behind = close + 1;
-    while (behind < end_ && tokens_[behind].Is(TokenKind::kBlank))
-      ++behind;
-    if (behind == end_ || tokens_[behind].Is(TokenKind::kBar) ||
-        tokens_[behind].Is(TokenKind::kClose)) {
+  std::optional<std::size_t> ItemAfter(std::size_t close) const {
+    std::size_t after = close + 1;
+    while (after < end_ && tokens_[after].Is(TokenKind::kBlank))
+      ++after;
+    if (after == end_ || tokens_[after].Is(TokenKind::kBar) ||
+        tokens_[after].Is(TokenKind::kClose)) {
       return std::nullopt;
     }
-    return behind;
+    return after;
   }
 
   void CheckExtent() {

@@ -11,7 +11,7 @@
 //     a{,3}  a{,}         0 to 3; any number
 //     a{0}                the empty string, and a group inside takes no part
 //     \1                  the pattern's own first group, which must be complete at that place
-//     !  behind a blank   refused; directly behind a character it is ordinary
+//     !  after a blank   refused; directly after a character it is ordinary
 //     &  in a piece       refused: the operator is missing beside the bracket
 //
 // Letters stand in the tree with everything that an option says of them: without regard to case as

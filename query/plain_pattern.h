@@ -3,7 +3,7 @@
 // All bytes of a sequence of UTF-8 are above those of ASCII. So a pattern that matches nothing but ASCII
 // finds in the bytes just what it finds in the characters, and there it stands, too. There are two
 // exceptions. A condition on words asks what kind of character stands beside the match. And a letter
-// with a combining mark behind it is another letter: texts with such marks have to be decoded.
+// with a combining mark after it is another letter: texts with such marks have to be decoded.
 
 #ifndef TROVEX_QUERY_PLAIN_PATTERN_H
 #define TROVEX_QUERY_PLAIN_PATTERN_H

@@ -81,8 +81,8 @@ class QueryParser {
     return tokens_.RangeOf(first, last);
   }
 
-  /// The first token behind token `i` that is no blank; there is one.
-  std::size_t ItemBehind(std::size_t i) const {
+  /// The first token after token `i` that is no blank; there is one.
+  std::size_t ItemAfter(std::size_t i) const {
     ++i;
     while (tokens_[i].Is(TokenKind::kBlank))
       ++i;
@@ -139,7 +139,7 @@ Operand QueryParser::ParseChain() {
   return JoinChain(std::move(operands), signs, TypedFrom(begin));
 }
 
-/// Refuses the place of an operand that is missing: behind the token `sign`, if there is one.
+/// Refuses the place of an operand that is missing: after the token `sign`, if there is one.
 Operand QueryParser::MissingOperand(std::optional<std::size_t> sign) {
   if (sign) {
     return Refuse(MessageNumber::kMissingRightAndOperand, tokens_.RangeOf(*sign, *sign));
@@ -174,7 +174,7 @@ Operand QueryParser::JoinChain(std::vector<Operand> operands, const std::vector<
       }
       if (!joined.hasItems && !rightNegates) {
         return Refuse(MessageNumber::kOperandWithoutPlaces,
-                      {tokens_[ItemBehind(signs[i])].begin, typed.end});
+                      {tokens_[ItemAfter(signs[i])].begin, typed.end});
       }
       joined.hasItems = true;
     } else {
@@ -274,13 +274,13 @@ bool QueryParser::TermIsPattern() const {
     return place_ + 1 == tokens_.Size() || !tokens_[place_ + 1].IsPlainLetter();
   }
   if (!options_.phonetic || !first.IsPlainLetter()) return true;
-  std::size_t behind = place_;
-  while (behind < tokens_.Size() && tokens_[behind].IsPlainLetter())
-    ++behind;
-  return behind != EndOfTerm();
+  std::size_t after = place_;
+  while (after < tokens_.Size() && tokens_[after].IsPlainLetter())
+    ++after;
+  return after != EndOfTerm();
 }
 
-/// Where the term that begins here ends, without the blanks behind it.
+/// Where the term that begins here ends, without the blanks after it.
 std::size_t QueryParser::EndOfTerm() const {
   std::size_t end = place_;
   for (std::size_t i = place_; i < tokens_.Size();) {

@@ -46,7 +46,7 @@ struct AndLink {
   /// The greatest distance, 0 or more. Numbers that are too large are the largest.
   std::optional<std::int64_t> distance;
   DistanceUnit unit = DistanceUnit::kCharacters;
-  /// Whether the right operand's item must begin at or behind the end of the left one's: "&>".
+  /// Whether the right operand's item must begin at or after the end of the left one's: "&>".
   bool ordered = false;
 
   /// Whether pairs of items decide: a distance, an order, or both. Otherwise the operands may lie

@@ -55,7 +55,7 @@ constexpr Message kMessages[] = {
 
 constexpr Message kMessagesOfQueries[] = {
     {MessageNumber::kUnknownEscape, "A backslash \\ before this letter or digit has no meaning."},
-    {MessageNumber::kMissingOperatorBehindBracket,
+    {MessageNumber::kMissingOperatorAfterBracket,
      "An operator (& or |) is missing behind the closing bracket ) of operands."},
     {MessageNumber::kMissingOperatorBeforeBracket,
      "An operator (& or |) is missing before the opening bracket ( of operands."},

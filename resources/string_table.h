@@ -47,7 +47,7 @@ enum class MessageNumber : unsigned {
   kLast = kNothingToCode,
   // What only the second door says.
   kUnknownEscape = 9850,
-  kMissingOperatorBehindBracket = 9851,
+  kMissingOperatorAfterBracket = 9851,
   kMissingOperatorBeforeBracket = 9852,
   kRepeatedOperands = 9853,
   kInvalidSoundWord = 9854,

@@ -1,4 +1,4 @@
-# Finds or installs PostgreSQL with what extensions are built with. Source it behind packages.sh, and call
+# Finds or installs PostgreSQL with what extensions are built with. Source it after packages.sh, and call
 # need_postgresql: it sets PG_CONFIG, to that of the newest version here unless it is set already.
 
 need_postgresql() {

@@ -1,4 +1,4 @@
-# Environments of Python for the scripts that need one. Source it behind packages.sh.
+# Environments of Python for the scripts that need one. Source it after packages.sh.
 
 # python_environment FOLDER: makes it, where it is not there, and sets PYTHON to its interpreter.
 python_environment() {

@@ -13,17 +13,17 @@ namespace trovex::testing {
 
 class HeapText {
  public:
-  /// A copy of `text` with `behind` as the byte behind it.
-  explicit HeapText(std::string_view text, char behind = '\0')
+  /// A copy of `text` with `after` as the byte after it.
+  explicit HeapText(std::string_view text, char after = '\0')
       : bytes_(std::make_unique<char[]>(text.size() + 1)), length_(static_cast<int>(text.size())) {
     if (!text.empty()) std::memcpy(bytes_.get(), text.data(), text.size());
-    bytes_[text.size()] = behind;
+    bytes_[text.size()] = after;
   }
 
   char* Data() { return bytes_.get(); }
   const char* Data() const { return bytes_.get(); }
   int Length() const { return length_; }
-  char Behind() const { return bytes_[static_cast<std::size_t>(length_)]; }
+  char After() const { return bytes_[static_cast<std::size_t>(length_)]; }
 
  private:
   std::unique_ptr<char[]> bytes_;

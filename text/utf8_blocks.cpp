@@ -1,4 +1,4 @@
-// A block is as many bytes, one behind the other, as a vector has. Beside it the three vectors are
+// A block is as many bytes, one after the other, as a vector has. Beside it the three vectors are
 // loaded that begin one, two and three bytes before it, so that each byte has at hand what stands
 // before it:
 //
@@ -6,15 +6,15 @@
 //   one before           f   C3  BC  r   _   E2  80
 //   two before               f   C3  BC  r   _   E2
 //
-// A character is written where its last byte stands, so a block needs nothing from behind it; a
-// sequence that goes on behind the block is written with the next one.
+// A character is written where its last byte stands, so a block needs nothing from after it; a
+// sequence that goes on after the block is written with the next one.
 //
 //   last bytes       f       BC  r   _           93
 //   their bytes      f       FC  r   _           96
 //
 // The bytes of the last places are then moved together. Nearly all that German texts hold is ASCII or a
 // sequence of two that begins with C2 or C3, of which the byte of the code page is the second byte, with
-// one bit more behind C3. Next come the signs that typographers set, which begin with E2. The page has
+// one bit more after C3. Next come the signs that typographers set, which begin with E2. The page has
 // nine more characters, and the combining marks are few: a block with a sequence that may be one of
 // these is left to the decoder of single characters.
 //
@@ -44,7 +44,7 @@ Utf8Blocks ChooseUtf8Blocks() {
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "text/utf8_blocks.cpp"
 #include <hwy/foreach_target.h>
-// Must come behind it.
+// Must come after it.
 #include <hwy/highway.h>
 
 #include <array>
@@ -82,13 +82,13 @@ constexpr FaultTables MakeFaultTables() {
   constexpr unsigned kTooShort = 1, kTooLong = 2, kOverlong2 = 4, kOverlong3 = 8, kSurrogate = 16,
                      kOverlong4 = 32, kTooLarge = 64, kTwoContinuations = 128;
 
-  // A lead with no continuation behind it.
+  // A lead with no continuation after it.
   Put(tables.firstHigh, 0xC, 0xF, kTooShort);
   Put(tables.firstLow, 0x0, 0xF, kTooShort);
   Put(tables.secondHigh, 0x0, 0x7, kTooShort);
   Put(tables.secondHigh, 0xC, 0xF, kTooShort);
 
-  // A continuation behind ASCII.
+  // A continuation after ASCII.
   Put(tables.firstHigh, 0x0, 0x7, kTooLong);
   Put(tables.firstLow, 0x0, 0xF, kTooLong);
   Put(tables.secondHigh, 0x8, 0xB, kTooLong);
@@ -112,7 +112,7 @@ constexpr FaultTables MakeFaultTables() {
   Put(tables.firstLow, 0xD, 0xD, kSurrogate);
   Put(tables.secondHigh, 0xA, 0xB, kSurrogate);
 
-  // F0, and 80 to 8F; the same behind F5 to FF, which begin nothing.
+  // F0, and 80 to 8F; the same after F5 to FF, which begin nothing.
   Put(tables.firstHigh, 0xF, 0xF, kOverlong4);
   Put(tables.firstLow, 0x0, 0x0, kOverlong4);
   Put(tables.firstLow, 0x5, 0xF, kOverlong4);
@@ -277,34 +277,34 @@ HWY_INLINE bool NeedsCloseLook(V bytes) {
 }
 
 /// `decoded`, with the signs put in that begin with E2.
-HWY_INLINE V PutSigns(const Neighbours& block, hn::Mask<D> behindE2, V decoded) {
-  const hn::Mask<D> behind80 = hn::And(behindE2, hn::Eq(block.before, Same(0x80)));
+HWY_INLINE V PutSigns(const Neighbours& block, hn::Mask<D> afterE2, V decoded) {
+  const hn::Mask<D> after80 = hn::And(afterE2, hn::Eq(block.before, Same(0x80)));
   const V low = LowHalves(block.bytes);
-  const auto isSign = hn::And(behind80, hn::Eq(block.bytes, Lookup(kSigns.third, low)));
+  const auto isSign = hn::And(after80, hn::Eq(block.bytes, Lookup(kSigns.third, low)));
   decoded = hn::IfThenElse(isSign, Lookup(kSigns.byte, low), decoded);
-  const auto isFromB0 = hn::And(behind80, hn::Eq(block.bytes, Lookup(kSigns.thirdFromB0, low)));
+  const auto isFromB0 = hn::And(after80, hn::Eq(block.bytes, Lookup(kSigns.thirdFromB0, low)));
   decoded = hn::IfThenElse(isFromB0, Lookup(kSigns.byteFromB0, low), decoded);
 
   const auto isEuro = hn::And(hn::Eq(block.before, Same(0x82)), hn::Eq(block.bytes, Same(0xAC)));
-  decoded = hn::IfThenElse(hn::And(behindE2, isEuro), Same(0x80), decoded);
+  decoded = hn::IfThenElse(hn::And(afterE2, isEuro), Same(0x80), decoded);
   const auto isTrade = hn::And(hn::Eq(block.before, Same(0x84)), hn::Eq(block.bytes, Same(0xA2)));
-  return hn::IfThenElse(hn::And(behindE2, isTrade), Same(0x99), decoded);
+  return hn::IfThenElse(hn::And(afterE2, isTrade), Same(0x99), decoded);
 }
 
 /// Where characters end, their bytes of the code page.
 HWY_INLINE V DecodeEnds(const Neighbours& block, V substitute) {
   const V bytes = block.bytes;
   V decoded = hn::IfThenElse(HighBits(bytes), substitute, bytes);
-  const auto behindC3 = hn::Eq(block.before, Same(0xC3));
-  decoded = hn::IfThenElse(behindC3, hn::Or(bytes, Same(0x40)), decoded);
-  const auto behindC2 = hn::And(hn::Eq(block.before, Same(0xC2)), hn::Gt(bytes, Same(0x9F)));
-  decoded = hn::IfThenElse(behindC2, bytes, decoded);
-  const auto behindE2 = hn::Eq(block.twoBefore, Same(0xE2));
-  if (!hn::AllFalse(D(), behindE2)) decoded = PutSigns(block, behindE2, decoded);
+  const auto afterC3 = hn::Eq(block.before, Same(0xC3));
+  decoded = hn::IfThenElse(afterC3, hn::Or(bytes, Same(0x40)), decoded);
+  const auto afterC2 = hn::And(hn::Eq(block.before, Same(0xC2)), hn::Gt(bytes, Same(0x9F)));
+  decoded = hn::IfThenElse(afterC2, bytes, decoded);
+  const auto afterE2 = hn::Eq(block.twoBefore, Same(0xE2));
+  if (!hn::AllFalse(D(), afterE2)) decoded = PutSigns(block, afterE2, decoded);
   return decoded;
 }
 
-/// Which bytes have more of their sequence behind them: leads, the second of three or four, the third
+/// Which bytes have more of their sequence after them: leads, the second of three or four, the third
 /// of four.
 HWY_INLINE hn::Mask<D> GoesOn(const Neighbours& block) {
   const V lead = hn::SaturatedSub(block.bytes, Same(0xC0 - 0x80));

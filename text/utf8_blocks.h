@@ -15,7 +15,7 @@ struct Utf8Decoding {
   unsigned char substitute = 0;
 };
 
-/// A decoder of blocks writes up to this many bytes behind what it says it has written.
+/// A decoder of blocks writes up to this many bytes after what it says it has written.
 inline constexpr std::size_t kUtf8Slack = 64;
 
 /// A decoder of blocks looks at this many bytes before the place where it begins.
@@ -28,7 +28,7 @@ struct Utf8Blocks {
   const unsigned char* (*findNonAscii)(const unsigned char* begin,
                                        const unsigned char* end) = nullptr;
 
-  /// Decodes block after block, up to `stop` and nothing behind it. It leaves off before a block with a
+  /// Decodes block after block, up to `stop` and nothing after it. It leaves off before a block with a
   /// sequence that is not well-formed, or with one that needs looking at closely, and then returns
   /// false; true when there is no whole block left before `stop`. Either way `decoding` stands between
   /// two characters (a letter and its mark taken for two). At first the byte before `at` must be ASCII

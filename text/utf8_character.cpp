@@ -11,7 +11,7 @@ namespace {
 
 struct Mark {
   char32_t codePoint;
-  /// Letters, each with the character that it is together with the mark behind it.
+  /// Letters, each with the character that it is together with the mark after it.
   std::string_view pairs;
 };
 

@@ -3,9 +3,9 @@
 // A sequence is well-formed as Unicode has it: no longer than it need be, no surrogate, nothing above
 // U+10FFFF. A byte that belongs to no such sequence is a character by itself, that of its number in the
 // code page. As the bytes that begin a sequence never continue one, where characters begin is settled
-// by the few bytes there, and one bad byte changes nothing behind it.
+// by the few bytes there, and one bad byte changes nothing after it.
 //
-// A base letter and the combining mark behind it are one character where the code page has it. All
+// A base letter and the combining mark after it are one character where the code page has it. All
 // such letters are ASCII, so a mark needs to look at no more than the byte before it.
 
 #ifndef TROVEX_TEXT_UTF8_CHARACTER_H
@@ -41,7 +41,7 @@ inline std::size_t SequenceLength(unsigned char first) {
   return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
 }
 
-/// Whether `second` may stand behind `first`, which begins a sequence of two bytes or more.
+/// Whether `second` may stand after `first`, which begins a sequence of two bytes or more.
 inline bool MaySecond(unsigned char first, unsigned char second) {
   switch (first) {
     case 0xE0:
@@ -88,7 +88,7 @@ inline unsigned char ComposedWithLast(const unsigned char* begin, const unsigned
   return Compose(at[-1], sequence.codePoint);
 }
 
-/// Writes `codePoint`, which is one of the code page, behind `to` as UTF-8.
+/// Writes `codePoint`, which is one of the code page, after `to` as UTF-8.
 void AppendUtf8(char32_t codePoint, std::string& to);
 
 }  // namespace trovex

@@ -174,7 +174,7 @@ bool Utf8Text::IsMarkOfLast(const Byte* at) const {
   return at != End() && *at >= 0x80 && ComposedWithLast(Begin(), at, ReadSequence(at, End())) != 0;
 }
 
-/// The boundary behind the character that stands at `boundary`.
+/// The boundary after the character that stands at `boundary`.
 Utf8Text::Boundary Utf8Text::After(Boundary boundary) const {
   const Byte* next = Begin() + boundary.source;
   next += ReadSequence(next, End()).length;
@@ -182,7 +182,7 @@ Utf8Text::Boundary Utf8Text::After(Boundary boundary) const {
   return {OffsetOf(next), boundary.decoded + 1};
 }
 
-/// Passes ASCII from `boundary` on, at most `distance` bytes. Where a mark may stand behind them, the
+/// Passes ASCII from `boundary` on, at most `distance` bytes. Where a mark may stand after them, the
 /// last one is left.
 Utf8Text::Boundary Utf8Text::PassAscii(Boundary boundary, std::size_t distance) const {
   while (distance >= kWord && text_.size() - boundary.source > kWord) {
@@ -199,15 +199,15 @@ Utf8Text::Boundary Utf8Text::PassAscii(Boundary boundary, std::size_t distance) 
 }
 
 /// From the last of the boundaries that are no further than `goal`, or from the latest answer if that
-/// is behind it and no further; `kPlace` tells which of the two offsets is meant.
+/// is after it and no further; `kPlace` tells which of the two offsets is meant.
 template <std::size_t Utf8Text::Boundary::*kPlace>
 Utf8Text::Boundary Utf8Text::Nearest(std::size_t goal) const {
   const bool isLatestBefore = latest_.*kPlace <= goal;
   if (isLatestBefore && goal - latest_.*kPlace <= kMostBetween) return latest_;
-  const auto behind = std::upper_bound(
+  const auto after = std::upper_bound(
       boundaries_.begin(), boundaries_.end(), goal,
       [](std::size_t place, const Boundary& boundary) { return place < boundary.*kPlace; });
-  return *std::prev(behind);
+  return *std::prev(after);
 }
 
 std::size_t Utf8Text::SourceOffset(std::size_t decoded) {

@@ -6,7 +6,7 @@
 //   lacks it.
 // - Every byte that belongs to no well-formed sequence is a character by itself, that of the code page.
 //   It changes nothing for the rest of the text.
-// - A base letter with a combining diaeresis, acute, grave, circumflex, tilde, ring or cedilla behind it
+// - A base letter with a combining diaeresis, acute, grave, circumflex, tilde, ring or cedilla after it
 //   is one character, the composed one, where the code page has it. A mark that makes no character of
 //   the page with what stands before it is a character by itself, which the page lacks.
 // - Line feeds are line feeds. What stands between two of them is decoded the same with and without the

@@ -18,7 +18,7 @@ bool AreNear(const Range& earlier, const Range& later, int nearBy) {
 }
 
 /// The matches of both lists, in the order of the text, whose neighbour in the other list, before or
-/// behind, is within `nearBy`.
+/// after, is within `nearBy`.
 std::vector<Range> NearOnes(const std::vector<Range>& left, const std::vector<Range>& right,
                             int nearBy) {
   std::vector<Range> near;
@@ -28,9 +28,9 @@ std::vector<Range> NearOnes(const std::vector<Range>& left, const std::vector<Ra
     const bool takeLeft = r == right.end() || (l != left.end() && StartsEarlier(*l, *r));
     const Range& item = takeLeft ? *l : *r;
     const auto& other = takeLeft ? right : left;
-    const auto behind = takeLeft ? r : l;
-    if ((behind != other.begin() && AreNear(behind[-1], item, nearBy)) ||
-        (behind != other.end() && AreNear(item, *behind, nearBy))) {
+    const auto after = takeLeft ? r : l;
+    if ((after != other.begin() && AreNear(after[-1], item, nearBy)) ||
+        (after != other.end() && AreNear(item, *after, nearBy))) {
       near.push_back(item);
     }
     ++(takeLeft ? l : r);

@@ -17,7 +17,7 @@
 namespace trovex::bench {
 
 /// Where one match lies, or the group that is asked for: the offset of its first byte, and the one
-/// behind its last.
+/// after its last.
 struct Range {
   std::int32_t start;
   std::int32_t end;

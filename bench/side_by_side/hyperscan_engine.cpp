@@ -6,7 +6,7 @@
 //
 // From the reports of one pattern the matches that do not overlap are picked as they come in: a report
 // that begins where the last match did makes it longer, one that overlaps it otherwise is none, one
-// behind it is the next. Of many words the one that begins first may be reported after one that it
+// after it is the next. Of many words the one that begins first may be reported after one that it
 // overlaps: their reports are kept, and sorted where that is so, before the matches are picked.
 
 #include "bench/side_by_side/contestants.h"

@@ -21,7 +21,7 @@ const char* NameOf(Form form) {
   return "";
 }
 
-/// `line` with a line feed behind every kRowSize bytes; a rest that fills no row is left out.
+/// `line` with a line feed after every kRowSize bytes; a rest that fills no row is left out.
 std::string CutIntoRows(const std::string& line) {
   std::string rows;
   rows.reserve(line.size() / kRowSize * (kRowSize + 1));

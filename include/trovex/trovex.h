@@ -14,7 +14,7 @@
 // - Texts and patterns are bytes of the Windows Latin-1 code page (ä 228, ö 246, ü 252, Ä 196,
 //   Ö 214, Ü 220, ß 223). A text is made of lines that end in a line feed (10).
 // - Positions are byte offsets from the start of the buffer that was passed in; ends are exclusive.
-// - Nothing is ever written to a searched text. Nothing outside of it is read, but for the byte behind it,
+// - Nothing is ever written to a searched text. Nothing outside of it is read, but for the byte after it,
 //   text[length]: it must exist where whole words are wanted, and a phonetic search needs a zero there.
 // - Flags are ints: zero is false, every other value is true.
 // - A failure is a message text: one English sentence, zero-terminated, in a buffer that belongs to

@@ -33,8 +33,8 @@ BackwardAutomaton::BackwardAutomaton(const PositionGraph& graph, SearchCredit& c
   entry_.fill(-1);
 }
 
-BackwardAutomaton::Answer BackwardAutomaton::StartOfMatch(const Stretch& stretch, ByteKind behind) {
-  return Go(stretch, EntryState(graph_.End(), behind));
+BackwardAutomaton::Answer BackwardAutomaton::StartOfMatch(const Stretch& stretch, ByteKind after) {
+  return Go(stretch, EntryState(graph_.End(), after));
 }
 
 BackwardAutomaton::Answer BackwardAutomaton::StartOfPrefix(const Stretch& stretch) {
@@ -42,13 +42,13 @@ BackwardAutomaton::Answer BackwardAutomaton::StartOfPrefix(const Stretch& stretc
 }
 
 /// The state that holds `node` alone.
-BackwardAutomaton::Number BackwardAutomaton::EntryState(std::uint32_t node, ByteKind behind) {
+BackwardAutomaton::Number BackwardAutomaton::EntryState(std::uint32_t node, ByteKind after) {
   if (generation_ != cache_.Generation()) {
     generation_ = cache_.Generation();
     entry_.fill(-1);
   }
-  Number& entry = entry_[static_cast<std::size_t>(behind) + (node == Anything() ? kByteKinds : 0)];
-  if (entry < 0) entry = cache_.NumberOf({{node}, static_cast<std::uint32_t>(behind)});
+  Number& entry = entry_[static_cast<std::size_t>(after) + (node == Anything() ? kByteKinds : 0)];
+  if (entry < 0) entry = cache_.NumberOf({{node}, static_cast<std::uint32_t>(after)});
   return entry;
 }
 

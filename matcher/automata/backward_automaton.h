@@ -39,8 +39,8 @@ class BackwardAutomaton {
   using Answer = std::optional<const unsigned char*>;
 
   /// The leftmost start of a match that ends at the end of `stretch`, after which a byte of kind
-  /// `behind` stands.
-  Answer StartOfMatch(const Stretch& stretch, ByteKind behind);
+  /// `after` stands.
+  Answer StartOfMatch(const Stretch& stretch, ByteKind after);
 
   /// The leftmost place from which the rest of `stretch` can be the beginning of a match. Conditions on
   /// neighbours inside the stretch are not all looked at: the match may turn out impossible.
@@ -50,7 +50,7 @@ class BackwardAutomaton {
   using Number = StateCache::Number;
   using Entry = StateCache::Entry;
 
-  Number EntryState(std::uint32_t node, ByteKind behind);
+  Number EntryState(std::uint32_t node, ByteKind after);
   Answer Go(const Stretch& stretch, Number state);
   Entry Resolve(Number from, unsigned char byte);
   bool Step(Number from, unsigned char byte, StateCache::State& to);

@@ -21,18 +21,18 @@ bool CanEnd(const PositionGraph& graph, const Way& way) {
 }
 
 /// The positions after `way`, those with the lowest bytes first.
-std::vector<std::uint32_t> PositionsBehind(const PositionGraph& graph, const Way& way) {
-  std::vector<std::uint32_t> behind;
+std::vector<std::uint32_t> PositionsAfter(const PositionGraph& graph, const Way& way) {
+  std::vector<std::uint32_t> after;
   for (const std::uint32_t node : way.nodes) {
     for (const PositionEdge& edge : graph.next[node])
-      behind.push_back(edge.position);
+      after.push_back(edge.position);
   }
-  std::sort(behind.begin(), behind.end());
-  behind.erase(std::unique(behind.begin(), behind.end()), behind.end());
-  std::stable_sort(behind.begin(), behind.end(), [&](std::uint32_t a, std::uint32_t b) {
+  std::sort(after.begin(), after.end());
+  after.erase(std::unique(after.begin(), after.end()), after.end());
+  std::stable_sort(after.begin(), after.end(), [&](std::uint32_t a, std::uint32_t b) {
     return graph.bytes[a]._Find_first() < graph.bytes[b]._Find_first();
   });
-  return behind;
+  return after;
 }
 
 /// Adds `way` with one more offset, at which `positions` are reached, to `ways`; where it looks like one
@@ -57,18 +57,18 @@ void AddWay(const PositionGraph& graph, const Way& way, const std::vector<std::u
 /// too many, into as many as it has a share in `mostWays`.
 std::vector<Way> Lengthened(const PositionGraph& graph, const std::vector<Way>& ways,
                             std::size_t mostWays) {
-  std::vector<std::vector<std::uint32_t>> behind;
+  std::vector<std::vector<std::uint32_t>> after;
   std::size_t count = 0;
   for (const Way& way : ways) {
-    behind.push_back(PositionsBehind(graph, way));
-    count += behind.back().size();
+    after.push_back(PositionsAfter(graph, way));
+    count += after.back().size();
   }
   std::vector<Way> longer;
   for (std::size_t i = 0; i < ways.size(); ++i) {
-    const std::size_t parts = count <= mostWays ? behind[i].size() : mostWays / ways.size();
-    const std::size_t size = parts == 0 ? 1 : (behind[i].size() + parts - 1) / parts;
-    for (auto part = behind[i].begin(); part != behind[i].end();) {
-      const auto left = static_cast<std::size_t>(behind[i].end() - part);
+    const std::size_t parts = count <= mostWays ? after[i].size() : mostWays / ways.size();
+    const std::size_t size = parts == 0 ? 1 : (after[i].size() + parts - 1) / parts;
+    for (auto part = after[i].begin(); part != after[i].end();) {
+      const auto left = static_cast<std::size_t>(after[i].end() - part);
       const auto end = part + static_cast<std::ptrdiff_t>(std::min(size, left));
       AddWay(graph, ways[i], {part, end}, longer);
       part = end;

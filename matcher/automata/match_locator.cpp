@@ -159,14 +159,14 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
 }
 
 MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, const Byte* end,
-                                       bool refusesEmpty, int behind) {
+                                       bool refusesEmpty, int after) {
   Search search = {place, begin, end, refusesEmpty, false, {}};
   gaveUpAt_ = nullptr;
   if (program_.isFree_ || program_.runs_) return FindMany(search);
   if (!FindFrom(search)) return {};
-  // A word ends before the byte behind the text as it really is, unless it is the whole line.
-  if (behind >= 0 && program_.words_ && search.match.end == end &&
-      graph_.kindOf[static_cast<std::size_t>(behind)] == ByteKind::kLetter &&
+  // A word ends before the byte after the text as it really is, unless it is the whole line.
+  if (after >= 0 && program_.words_ && search.match.end == end &&
+      graph_.kindOf[static_cast<std::size_t>(after)] == ByteKind::kLetter &&
       KindBefore(search, search.match.start) != ByteKind::kNewline) {
     search.place = search.match.start;
     search.refusesLineEnd = true;
@@ -260,9 +260,9 @@ std::size_t MatchLocator::FindRuns(Search& search, std::size_t most) {
 MatchLocator::Step MatchLocator::FindListed(Search& search) {
   const WordScan& list = *program_.list_;
   const auto canEnd = [&](const Byte* end) {
-    const ByteKind behind = KindAt(search, end);
-    if (search.refusesLineEnd && behind == ByteKind::kNewline) return false;
-    return (list.Stops() & NeighbourBit(graph_.kindOf[end[-1]], behind)) != 0;
+    const ByteKind after = KindAt(search, end);
+    if (search.refusesLineEnd && after == ByteKind::kNewline) return false;
+    return (list.Stops() & NeighbourBit(graph_.kindOf[end[-1]], after)) != 0;
   };
   std::int64_t work = 0;
   const Byte* place = search.place;

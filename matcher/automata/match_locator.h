@@ -115,13 +115,13 @@ class MatchLocator {
     const unsigned char* place;
     /// Before it nothing is looked at: a line begins there.
     const unsigned char* begin;
-    /// The end of the last line: nothing behind it is looked at.
+    /// The end of the last line: nothing after it is looked at.
     const unsigned char* end;
     /// Whether no empty match counts at `place` itself.
     bool refusesEmpty = false;
     /// The byte at `end` where it decides whether a word ends there that is not the whole line; below 0:
     /// the end of the text is the end of any word.
-    int behind = -1;
+    int after = -1;
   };
 
   using Match = LocatedRange;
@@ -134,7 +134,7 @@ class MatchLocator {
       readyFrom_ = match.end;
       return match;
     }
-    return Find(request.place, request.begin, request.end, request.refusesEmpty, request.behind);
+    return Find(request.place, request.begin, request.end, request.refusesEmpty, request.after);
   }
 
   /// A match that was found with the one before it, for a search that goes on from there; null if there is
@@ -164,7 +164,7 @@ class MatchLocator {
     kSpent,  // not known: the credit is spent
   };
 
-  Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int behind);
+  Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int after);
   bool FindFrom(Search& search);
   bool FindString(Search& search);
   Match FindMany(Search& search);

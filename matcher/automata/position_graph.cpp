@@ -1,6 +1,6 @@
 // Making the graph, in two steps. First the tree is written out as a net of states: each leaf leads
 // from one state to another with a byte, and links lead on without one, some under the condition of an
-// anchor. Then, from the state behind each position, all states that can be reached without a byte
+// anchor. Then, from the state after each position, all states that can be reached without a byte
 // are found, with the pairs of neighbours between which they can: what grows only, until nothing
 // changes any more, so that links may go round in any way, with anchors or without.
 //
@@ -57,8 +57,8 @@ class StateNet {
   std::size_t Size() const { return states_.size(); }
 
   std::vector<CharSet>& Bytes() { return bytes_; }
-  /// The state behind each position.
-  const std::vector<std::uint32_t>& Behind() const { return behind_; }
+  /// The state after each position.
+  const std::vector<std::uint32_t>& After() const { return after_; }
 
  private:
   /// Recurses as deep as the pattern is nested, which is limited before.
@@ -91,7 +91,7 @@ class StateNet {
     const Piece piece = {NewState(), NewState()};
     states_[piece.in].position = static_cast<std::uint32_t>(bytes_.size());
     bytes_.push_back(bytes);
-    behind_.push_back(piece.out);
+    after_.push_back(piece.out);
     if (bytes_.size() > options_.mostPositions) isTooLarge_ = true;
     return piece;
   }
@@ -185,7 +185,7 @@ class StateNet {
   std::vector<State> states_;
   std::vector<Link> links_;
   std::vector<CharSet> bytes_;  // by position
-  std::vector<std::uint32_t> behind_;
+  std::vector<std::uint32_t> after_;
   Piece whole_{};
   bool isTooLarge_ = false;
 };
@@ -229,7 +229,7 @@ std::unique_ptr<const PositionGraph> GraphMaker::Make() {
   graph.bytes = std::move(net_.Bytes());
   graph.size = static_cast<std::uint32_t>(graph.bytes.size());
   reached_.resize(net_.Size(), 0);
-  for (const std::uint32_t state : net_.Behind()) {
+  for (const std::uint32_t state : net_.After()) {
     if (!AddNode(state)) return nullptr;
   }
   if (!AddNode(net_.Whole().in)) return nullptr;
@@ -241,7 +241,7 @@ std::unique_ptr<const PositionGraph> GraphMaker::Make() {
   return std::move(graph_);
 }
 
-/// Adds the edges of the next node, behind which `state` stands.
+/// Adds the edges of the next node, after which `state` stands.
 bool GraphMaker::AddNode(std::uint32_t state) {
   Neighbours ends = 0;
   const std::size_t stepsBefore = steps_;
@@ -298,7 +298,7 @@ void GraphMaker::DemandWords() {
   for (PositionEdge& edge : graph_->next.Latest())
     edge.neighbours &= kNoLetterBefore;
   for (Neighbours& end : graph_->ends)
-    end &= kNoLetterBehind;
+    end &= kNoLetterAfter;
   graph_->ends[graph_->Start()] &= kNoLetterBefore;
 }
 

@@ -1,9 +1,9 @@
 // A pattern as a graph of positions: which byte of it can follow which in a match.
 //
 // Every byte and every set of the pattern is a position. An edge from one to another says that the
-// second can match the byte behind the one that the first matched; the start and the end of a match
+// second can match the byte after the one that the first matched; the start and the end of a match
 // are two more ends of edges. Anchors are gone: what they demand stands on the edges that lead past
-// them, as the pairs of neighbours (the byte before the place and the byte behind it) between which
+// them, as the pairs of neighbours (the byte before the place and the byte after it) between which
 // the edge may be taken. There are three kinds of bytes, so nine pairs, and a set of pairs says
 // exactly what any mix of anchors on any number of ways says.
 //
@@ -14,7 +14,7 @@
 // neighbour outside of the match belongs to no word.
 //
 // A counted repetition is written out: x{2,4} is x x (x (x)?)?, one inside the other, so that each copy
-// leads to the next and behind the last and the edges do not multiply.
+// leads to the next and after the last and the edges do not multiply.
 
 #ifndef TROVEX_MATCHER_AUTOMATA_POSITION_GRAPH_H
 #define TROVEX_MATCHER_AUTOMATA_POSITION_GRAPH_H
@@ -41,7 +41,7 @@ struct PositionEdge {
   bool operator==(const PositionEdge&) const = default;
 };
 
-/// Lists of edges, one behind the other.
+/// Lists of edges, one after the other.
 class EdgeLists {
  public:
   /// Ends the list that edges are being added to; the next one begins.
@@ -66,7 +66,7 @@ class EdgeLists {
 };
 
 struct PositionGraph {
-  /// The number of positions. The start is one more node, numbered behind them; so is, where edges
+  /// The number of positions. The start is one more node, numbered after them; so is, where edges
   /// are followed backwards, the end.
   std::uint32_t size = 0;
   std::uint32_t Start() const { return size; }
@@ -76,7 +76,7 @@ struct PositionGraph {
   std::vector<CharSet> bytes;
   /// The edges from each node to positions, in ascending order of these.
   EdgeLists next;
-  /// Between which neighbours a match can end behind each node.
+  /// Between which neighbours a match can end after each node.
   std::vector<Neighbours> ends;
 
   /// The same backwards: the edges into each position from positions, and those into the end.

@@ -14,8 +14,8 @@ constexpr Conditions kNoWordBefore = 0x02;
 constexpr Conditions kLineStartsHere = 0x04;
 constexpr Conditions kTextStartsHere = 0x08;
 // ... and on the byte after.
-constexpr Conditions kWordBehind = 0x10;
-constexpr Conditions kNoWordBehind = 0x20;
+constexpr Conditions kWordAfter = 0x10;
+constexpr Conditions kNoWordAfter = 0x20;
 constexpr Conditions kLineEndsHere = 0x40;
 constexpr Conditions kTextEndsHere = 0x80;
 
@@ -36,13 +36,13 @@ Demands DemandsOf(Anchor anchor) {
     case Anchor::kTextEnd:
       return {kTextEndsHere};
     case Anchor::kWordStart:
-      return {kNoWordBefore | kWordBehind};
+      return {kNoWordBefore | kWordAfter};
     case Anchor::kWordEnd:
-      return {kWordBefore | kNoWordBehind};
+      return {kWordBefore | kNoWordAfter};
     case Anchor::kWordEdge:
-      return {kNoWordBefore | kWordBehind, kWordBefore | kNoWordBehind};
+      return {kNoWordBefore | kWordAfter, kWordBefore | kNoWordAfter};
     case Anchor::kNotWordEdge:
-      return {kWordBefore | kWordBehind, kNoWordBefore | kNoWordBehind};
+      return {kWordBefore | kWordAfter, kNoWordBefore | kNoWordAfter};
   }
   return {0};
 }
@@ -51,7 +51,7 @@ Demands DemandsOf(Anchor anchor) {
 
 Conditions EngineGraph::Holding(const TextReader& text, int position) {
   Conditions holding = text.IsWordAt(position - 1) ? kWordBefore : kNoWordBefore;
-  holding |= text.IsWordAt(position) ? kWordBehind : kNoWordBehind;
+  holding |= text.IsWordAt(position) ? kWordAfter : kNoWordAfter;
   if (text.Holds(Anchor::kLineStart, position)) holding |= kLineStartsHere;
   if (text.Holds(Anchor::kTextStart, position)) holding |= kTextStartsHere;
   if (text.Holds(Anchor::kLineEnd, position)) holding |= kLineEndsHere;

@@ -550,9 +550,9 @@ class EngineRehearsal {
     for (std::size_t i = 0; i < reached.size(); ++i) {
       if (!At(reached[i]).isBackReference || At(reached[i]).wayCount == 0) continue;
       references.push_back(reached[i]);
-      const NodeList& behind = ListOf(At(reached[i]).ways[0]);
-      budget_.ChargeSteps(static_cast<std::int64_t>(behind.size()));
-      for (const NodeNumber node : behind) {
+      const NodeList& after = ListOf(At(reached[i]).ways[0]);
+      budget_.ChargeSteps(static_cast<std::int64_t>(after.size()));
+      for (const NodeNumber node : after) {
         if (isReached[static_cast<std::size_t>(node)]) continue;
         isReached[static_cast<std::size_t>(node)] = true;
         reached.push_back(node);

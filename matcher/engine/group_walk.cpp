@@ -88,10 +88,10 @@ bool GroupWalk::NoteBackwards(GroupRange match) {
   KeepWays(layers_.back());
   for (int position = match.end - 1; position >= match.start; --position) {
     const Layer& layer = LayerAt(position);
-    const Layer& behind = LayerAt(position + 1);
+    const Layer& after = LayerAt(position + 1);
     for (std::size_t i = layer.begin; i < layer.end; ++i) {
       const Number next = AfterByte(reached_[i], position);
-      leadsOn_[i] = next >= 0 && IsNoted(next, behind);
+      leadsOn_[i] = next >= 0 && IsNoted(next, after);
     }
     Index(layer);
     KeepWays(layer);

@@ -34,7 +34,7 @@ class TextReader {
 
   bool Holds(Anchor anchor, int position) const {
     const bool wordBefore = IsWordAt(position - 1);
-    const bool wordBehind = IsWordAt(position);
+    const bool wordAfter = IsWordAt(position);
     switch (anchor) {
       case Anchor::kLineStart:
         return position == 0 || ByteAt(position - 1) == '\n';
@@ -45,13 +45,13 @@ class TextReader {
       case Anchor::kTextEnd:
         return IsEnd(position);
       case Anchor::kWordStart:
-        return !wordBefore && wordBehind;
+        return !wordBefore && wordAfter;
       case Anchor::kWordEnd:
-        return wordBefore && !wordBehind;
+        return wordBefore && !wordAfter;
       case Anchor::kWordEdge:
-        return wordBefore != wordBehind;
+        return wordBefore != wordAfter;
       case Anchor::kNotWordEdge:
-        return wordBefore == wordBehind;
+        return wordBefore == wordAfter;
     }
     return false;
   }

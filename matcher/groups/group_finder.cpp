@@ -36,7 +36,7 @@ void ClearBit(std::uint64_t* words, std::size_t bit) {
   words[bit / kWordBits] &= ~(std::uint64_t{1} << (bit % kWordBits));
 }
 
-/// Lists of sources, one behind the other, from pairs of a source and its target.
+/// Lists of sources, one after the other, from pairs of a source and its target.
 void MakeLists(std::size_t targets, const std::vector<std::pair<int, int>>& links,
                std::vector<std::uint32_t>& sources, std::vector<std::uint32_t>& first) {
   first.assign(targets + 1, 0);
@@ -98,7 +98,7 @@ class GroupPass {
     for (std::size_t stretch = StretchCount(); stretch-- > 0;) {
       if (!ReadStretch(stretch)) return SearchOutcome::kGaveUp;
     }
-    if (!TestBit(work_.aliveBehind_.data(), static_cast<std::size_t>(graph_.start))) {
+    if (!TestBit(work_.aliveAfter_.data(), static_cast<std::size_t>(graph_.start))) {
       return SearchOutcome::kNotFound;
     }
     return Follow(groups) ? SearchOutcome::kFound : SearchOutcome::kGaveUp;
@@ -114,9 +114,9 @@ class GroupPass {
   void Prepare() {
     const std::size_t kept = StretchCount() - 1;
     work_.alive_.assign(stateWords_, 0);
-    work_.aliveBehind_.assign(stateWords_, 0);
+    work_.aliveAfter_.assign(stateWords_, 0);
     GrowTo(work_.ends_, finder_.endCount_);
-    GrowTo(work_.endsBehind_, finder_.endCount_);
+    GrowTo(work_.endsAfter_, finder_.endCount_);
     GrowTo(work_.choices_, choiceWords_ * std::min(kStretch, length_ + 1));
     GrowTo(work_.keptAlive_, kept * stateWords_);
     GrowTo(work_.keptEnds_, kept * finder_.endCount_);
@@ -128,7 +128,7 @@ class GroupPass {
   }
 
   /// Reads a stretch from its end to its start and notes the choices at each of its places. The state
-  /// behind it is at hand, or kept from the first time.
+  /// after it is at hand, or kept from the first time.
   bool ReadStretch(std::size_t stretch) {
     const std::size_t begin = stretch * kStretch;
     std::fill_n(work_.choices_.begin(), (StretchEnd(stretch) - begin) * choiceWords_, 0);
@@ -139,12 +139,12 @@ class GroupPass {
     return true;
   }
 
-  /// Keeps the state at the start of `stretch`, which is the one behind the stretch before it.
+  /// Keeps the state at the start of `stretch`, which is the one after the stretch before it.
   void Keep(std::size_t stretch) {
     const std::size_t at = stretch - 1;
-    std::copy_n(work_.aliveBehind_.begin(), stateWords_,
+    std::copy_n(work_.aliveAfter_.begin(), stateWords_,
                 work_.keptAlive_.begin() + Offset(at * stateWords_));
-    std::copy_n(work_.endsBehind_.begin(), finder_.endCount_,
+    std::copy_n(work_.endsAfter_.begin(), finder_.endCount_,
                 work_.keptEnds_.begin() + Offset(at * finder_.endCount_));
   }
 
@@ -167,8 +167,8 @@ class GroupPass {
       }
     }
     used_ += stateWords_;
-    work_.alive_.swap(work_.aliveBehind_);
-    work_.ends_.swap(work_.endsBehind_);
+    work_.alive_.swap(work_.aliveAfter_);
+    work_.ends_.swap(work_.endsAfter_);
     if (place > 0 && place % kStretch == 0 && !isFollowing_) Keep(place / kStretch);
   }
 
@@ -176,7 +176,7 @@ class GroupPass {
   void ReviveByteSteps(std::size_t place) {
     const unsigned char byte = text_[match_.begin + place];
     for (std::size_t word = 0; word < stateWords_; ++word) {
-      for (std::uint64_t open = work_.aliveBehind_[word]; open != 0; open &= open - 1) {
+      for (std::uint64_t open = work_.aliveAfter_[word]; open != 0; open &= open - 1) {
         const std::size_t target =
             word * kWordBits + static_cast<std::size_t>(std::countr_zero(open));
         const std::uint32_t last = finder_.firstByteSource_[target + 1];
@@ -201,7 +201,7 @@ class GroupPass {
       case WayKind::kReference:
         break;
       case WayKind::kBytes:
-        std::copy_n(endsOf(work_.endsBehind_, step.next), depth, ends);
+        std::copy_n(endsOf(work_.endsAfter_, step.next), depth, ends);
         break;
       case WayKind::kAnchor:
         if (!AnchorHolds(static_cast<Anchor>(step.value), text_, match_.begin + place,
@@ -292,9 +292,9 @@ class GroupPass {
   bool ReadAgain(std::size_t stretch) {
     if (stretch + 1 < StretchCount()) {
       std::copy_n(work_.keptAlive_.begin() + Offset(stretch * stateWords_), stateWords_,
-                  work_.aliveBehind_.begin());
+                  work_.aliveAfter_.begin());
       std::copy_n(work_.keptEnds_.begin() + Offset(stretch * finder_.endCount_), finder_.endCount_,
-                  work_.endsBehind_.begin());
+                  work_.endsAfter_.begin());
     }
     return ReadStretch(stretch);
   }

@@ -49,9 +49,9 @@ class GroupFinder {
     friend class GroupPass;
 
     std::vector<std::uint64_t> alive_;
-    std::vector<std::uint64_t> aliveBehind_;
+    std::vector<std::uint64_t> aliveAfter_;
     std::vector<std::uint32_t> ends_;
-    std::vector<std::uint32_t> endsBehind_;
+    std::vector<std::uint32_t> endsAfter_;
     std::vector<std::uint64_t> choices_;
     std::vector<std::uint64_t> keptAlive_;
     std::vector<std::uint32_t> keptEnds_;

@@ -68,21 +68,21 @@ void ReferenceSearch::NoteWhatIsAskedFor() {
 
 std::uint64_t ReferenceSearch::AskedBefore(const WayStep& step, std::uint64_t next,
                                            std::uint64_t other) const {
-  const std::uint64_t behind = next | other;
+  const std::uint64_t after = next | other;
   switch (step.kind) {
     case WayKind::kReference:
-      return behind | RangeBit(SlotOf(step.value));
+      return after | RangeBit(SlotOf(step.value));
     case WayKind::kClose: {
       const int slot = SlotOf(step.value);
-      if (slot < 0 || (behind & RangeBit(slot)) == 0) return behind;
-      return (behind & ~RangeBit(slot)) | OpeningBit(slot);
+      if (slot < 0 || (after & RangeBit(slot)) == 0) return after;
+      return (after & ~RangeBit(slot)) | OpeningBit(slot);
     }
     case WayKind::kOpen: {
       const int slot = SlotOf(step.value);
-      return slot < 0 ? behind : behind & ~OpeningBit(slot);
+      return slot < 0 ? after : after & ~OpeningBit(slot);
     }
     default:
-      return behind;
+      return after;
   }
 }
 

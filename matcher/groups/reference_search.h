@@ -47,7 +47,7 @@ constexpr ByteMap IdentityMap() {
 }
 
 struct ReferenceOptions {
-  /// A match counts only if neither the byte before nor the one behind it
+  /// A match counts only if neither the byte before nor the one after it
   /// belongs to a word.
   bool wholeWords = false;
   /// The bytes of which words are made.
@@ -210,7 +210,7 @@ class ReferenceRun {
   std::size_t gaveUpAt_ = 0;
 
   std::vector<Capture> captures_;       // of the way that is being tried, by slot
-  std::vector<Capture> knownCaptures_;  // all that were met at splits, one set behind the other
+  std::vector<Capture> knownCaptures_;  // all that were met at splits, one set after the other
   std::vector<std::uint32_t> captureSlots_;
   std::vector<Outcome> outcomes_;
   std::vector<std::uint32_t> outcomeSlots_;

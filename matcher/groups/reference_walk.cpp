@@ -160,12 +160,12 @@ void ReferenceWalk::NoteRepeats(const WayGraph& graph, const std::vector<WayPath
 
 std::size_t ReferenceWalk::EndOfMatch(TextView text, std::size_t start, std::size_t lineEnd,
                                       Captures& captures, std::uint64_t& used) const {
-  if (beginsWithRun_ && !CanGoOnBehindRun(text, start, lineEnd, used)) return kNowhere;
+  if (beginsWithRun_ && !CanGoOnAfterRun(text, start, lineEnd, used)) return kNowhere;
   return Follow(text, start, lineEnd, kNowhere, captures, used);
 }
 
-/// Notes whether the pattern begins as "([a-z]+) \1" does. At most places it is seen from the byte behind the
-/// run, and the one behind that, that nothing matches.
+/// Notes whether the pattern begins as "([a-z]+) \1" does. At most places it is seen from the byte after the
+/// run, and the one after that, that nothing matches.
 void ReferenceWalk::NoteFirstRun() {
   const auto links = [&](State state) { return links_.data() + state * classCount_; };
   const auto isMark = [](const WayMark& mark, WayKind kind, int group) {
@@ -208,21 +208,21 @@ void ReferenceWalk::NoteFirstRun() {
       });
       if (!opens) return;
     }
-    ofClass[c] = InRun::kBehind;
+    ofClass[c] = InRun::kAfter;
   }
   for (std::size_t b = 0; b < inRun_.size(); ++b)
     inRun_[b] = ofClass[classOf_[b]];
   beginsWithRun_ = true;
 }
 
-/// Whether behind the run at `start` stands what may stand there, and then the first byte of the run again.
-bool ReferenceWalk::CanGoOnBehindRun(TextView text, std::size_t start, std::size_t lineEnd,
-                                     std::uint64_t& used) const {
+/// Whether after the run at `start` stands what may stand there, and then the first byte of the run again.
+bool ReferenceWalk::CanGoOnAfterRun(TextView text, std::size_t start, std::size_t lineEnd,
+                                    std::uint64_t& used) const {
   std::size_t end = start + 1;
   while (end < lineEnd && inRun_[text[end]] == InRun::kRun)
     ++end;
   used += (end - start) / 4 + 1;
-  if (end + 1 >= lineEnd || inRun_[text[end]] != InRun::kBehind) return false;
+  if (end + 1 >= lineEnd || inRun_[text[end]] != InRun::kAfter) return false;
   return options_.comparedAs[text[end + 1]] == options_.comparedAs[text[start]];
 }
 
@@ -343,7 +343,7 @@ void ReferenceWalk::NoteStarts() {
     if (canStartAnywhere_ || link.to == kNoState) continue;
     const std::vector<WayMark>& marks = marks_[link.marks];
     const bool beginsItsWord = std::any_of(marks.begin(), marks.end(), beginsWord);
-    if (beginsItsWord || options_.wholeWords) starts_[b] = Start::kBehindNoWord;
+    if (beginsItsWord || options_.wholeWords) starts_[b] = Start::kAfterNoWord;
   }
 }
 

@@ -80,12 +80,12 @@ class ReferenceWalk {
     std::size_t second;
   };
 
-  enum class Start : unsigned char { kNever, kBehindNoWord, kAlways };
+  enum class Start : unsigned char { kNever, kAfterNoWord, kAlways };
 
   void NoteStarts();
   void NoteFirstRun();
-  bool CanGoOnBehindRun(TextView text, std::size_t start, std::size_t lineEnd,
-                        std::uint64_t& used) const;
+  bool CanGoOnAfterRun(TextView text, std::size_t start, std::size_t lineEnd,
+                       std::uint64_t& used) const;
   bool Fill(const WayGraph& graph, const std::vector<WayPath>& paths);
   void NoteRepeats(const WayGraph& graph, const std::vector<WayPath>& paths);
   bool Pass(std::uint16_t list, TextView text, std::size_t place, Captures& captures) const;
@@ -110,8 +110,8 @@ class ReferenceWalk {
   std::array<Start, 256> starts_{};  // by the byte at the place
   bool canStartAnywhere_ = false;
   /// What each byte is to a first group that is a run of bytes, if the pattern begins with one, and with a
-  /// back-reference to it behind the next byte: part of the run, or that byte.
-  enum class InRun : unsigned char { kNo, kRun, kBehind };
+  /// back-reference to it after the next byte: part of the run, or that byte.
+  enum class InRun : unsigned char { kNo, kRun, kAfter };
   bool beginsWithRun_ = false;
   std::array<InRun, 256> inRun_{};
   std::vector<Repeat> repeats_;

@@ -255,7 +255,7 @@ class WayBuilder {
     VisitPiece(node.firstChild, frame.depth, child.hasGroup && !child.isFixed && node.max != 1);
   }
 
-  /// Joins the round that was just written out to those behind it.
+  /// Joins the round that was just written out to those after it.
   void EndRound(const Frame& frame, const SyntaxNode& node) {
     const bool canBeEmpty = Traits(node.firstChild).canBeEmpty;
     const int round = entry_;
@@ -354,7 +354,7 @@ class WayBuilder {
                                          : byteSets_[static_cast<std::size_t>(node.value & 0xFF)];
   }
 
-  /// Leaves the steps that the start leads to, each behind those that it leads to without a byte.
+  /// Leaves the steps that the start leads to, each after those that it leads to without a byte.
   void Sort() {
     const std::vector<WayStep> steps = std::move(graph_.steps);
     graph_.steps.clear();

@@ -61,7 +61,7 @@ class ReferenceRemover {
     return first;
   }
 
-  /// Adds what the group can match. A group that ends only behind the
+  /// Adds what the group can match. A group that ends only after the
   /// back-reference, or not at all, can match anything.
   int AddLanguageOf(int group) {
     const int body = group <= tree_.groupCount ? bodyOf_[static_cast<std::size_t>(group)] : kNoNode;

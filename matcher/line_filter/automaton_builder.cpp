@@ -256,8 +256,8 @@ struct StatesByByte {
 
 /// The states of `positions` where the bytes of `label` lead there. A context gets a state of its
 /// own only if some position depends on it.
-StatesByByte StatesBehind(PatternAutomaton& automaton, const PositionSet& positions,
-                          const CharSet& label) {
+StatesByByte StatesAfter(PatternAutomaton& automaton, const PositionSet& positions,
+                         const CharSet& label) {
   const StateNumber plain = StateFor(automaton, positions, {});
   StatesByByte states = {plain, plain, plain};
   if (label[kNewline] && AnyDepends(positions, DependsOnNewlineBefore)) {
@@ -347,7 +347,7 @@ void FillWithDefault(PatternAutomaton& automaton, TransitionTable& table) {
   table.fill(kNoState);
   if (!automaton.searchFlag) return;
   const PositionSet start = automaton.states[0].positions;
-  const StatesByByte states = StatesBehind(automaton, start, CharSet().set());
+  const StatesByByte states = StatesAfter(automaton, start, CharSet().set());
   for (std::size_t byte = 0; byte < table.size(); ++byte)
     table[byte] = states.For(automaton, byte);
 }
@@ -357,7 +357,7 @@ void FillTable(PatternAutomaton& automaton, StateNumber number, TransitionTable&
   const State& state = automaton.states[static_cast<std::size_t>(number)];
   for (const ByteGroup& group : GroupBytes(automaton, state)) {
     const PositionSet next = NextPositions(automaton, group.matched);
-    const StatesByByte states = StatesBehind(automaton, next, group.label);
+    const StatesByByte states = StatesAfter(automaton, next, group.label);
     for (std::size_t byte = 0; byte < table.size(); ++byte) {
       if (group.label[byte]) table[byte] = states.For(automaton, byte);
     }

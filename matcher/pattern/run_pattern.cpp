@@ -62,7 +62,7 @@ class Reader {
     return bytes;
   }
 
-  /// Adds `run` behind `runs`; of the same bytes, both are one.
+  /// Adds `run` after `runs`; of the same bytes, both are one.
   static void Append(Runs& runs, const Run& run) {
     if (run.most == 0) return;
     if (runs.empty() || runs.back().bytes != run.bytes) {
@@ -107,8 +107,8 @@ class Reader {
   std::array<CharSet, 256> sources_;  // the bytes of the text that are compared as each byte
 };
 
-/// Whether all runs behind `index` have a fixed length, and how long they are together.
-std::optional<std::uint32_t> FixedLengthBehind(const Runs& runs, std::size_t index) {
+/// Whether all runs after `index` have a fixed length, and how long they are together.
+std::optional<std::uint32_t> FixedLengthAfter(const Runs& runs, std::size_t index) {
   std::uint32_t length = 0;
   for (std::size_t next = index + 1; next < runs.size(); ++next) {
     if (!runs[next].IsFixed() || runs[next].least > kMostBounded) return std::nullopt;
@@ -121,7 +121,7 @@ bool CanBeWalked(const Runs& runs, std::size_t index) {
   const Run& run = runs[index];
   if (run.most != Run::kEndless && run.most > kMostBounded) return false;
   if (run.IsFixed() || !MeetsWhatFollows(runs, index)) return true;
-  const std::optional<std::uint32_t> tail = FixedLengthBehind(runs, index);
+  const std::optional<std::uint32_t> tail = FixedLengthAfter(runs, index);
   return tail && *tail <= kMostTailBytes && (run.most == Run::kEndless || run.most <= kMostTried);
 }
 

@@ -1,4 +1,4 @@
-// Patterns that are a row of runs: of sets of bytes, each as often as a range of numbers says, one behind
+// Patterns that are a row of runs: of sets of bytes, each as often as a range of numbers says, one after
 // the other.
 //
 //   [A-Z][a-z]+            [A-Z] once, [a-z] once or more

@@ -25,7 +25,7 @@ class PlaceCursor {
     window_ = HitBatch::kChunk;
   }
 
-  /// What `scan.Find(place, end)` returns. It is quickest where `place` is behind the place that was found
+  /// What `scan.Find(place, end)` returns. It is quickest where `place` is after the place that was found
   /// last.
   const unsigned char* Find(const PlaceScan& scan, const unsigned char* place,
                             const unsigned char* end) {
@@ -38,7 +38,7 @@ class PlaceCursor {
   }
 
   /// Calls `take(p)` for the places that `scan` finds from `place` on, one after another. It returns from
-  /// where on the next one counts, which is behind p; null: no more are wanted.
+  /// where on the next one counts, which is after p; null: no more are wanted.
   template <typename Take>
   void ForEach(const PlaceScan& scan, const unsigned char* place, const unsigned char* end,
                Take take) {

@@ -285,7 +285,7 @@ class Chooser {
 
   const std::vector<std::vector<CharSet>>& alternatives_;
   std::size_t offsets_;
-  /// For every alternative one behind the other: the shares of its sets.
+  /// For every alternative one after the other: the shares of its sets.
   std::vector<double> shares_;
   /// For every alternative: at which share of all places its probes hold.
   std::vector<double> rates_;

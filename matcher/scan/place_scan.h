@@ -3,7 +3,7 @@
 // The stages of the matcher look closely at a place of a text only if a match may be there. Which
 // bytes can stand at a fixed distance from the start of a match is often known: at the start of
 // "Hinweis", case ignored, an h or an H, two bytes further an n or an N, and so on. A few such
-// conditions on the bytes at and behind a place, called probes, are tested together on many places
+// conditions on the bytes at and after a place, called probes, are tested together on many places
 // at a time, with the vector instructions of the machine (vector_scan.h) where it has some.
 //
 // What is looked for may be one of several things, "Fehler", "Warnung" or "Hinweis". Each of them

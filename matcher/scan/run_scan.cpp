@@ -69,7 +69,7 @@ inline const unsigned char* RunScan::EndOfBoundedRun(std::size_t index, const By
   return std::min(known.last, limit);
 }
 
-/// Whether the fixed runs behind the one that is tried stand at `place`, where they have room.
+/// Whether the fixed runs after the one that is tried stand at `place`, where they have room.
 bool RunScan::HoldsTail(const Byte* place) const {
   for (std::size_t i = tried_ + 1; i < runs_.size(); ++i) {
     for (std::ptrdiff_t n = 0; n < runs_[i].least; ++n) {

@@ -10,7 +10,7 @@
 // length may be told from what follows by trying, as the dot from the b: of the places where that can
 // follow, the last counts.
 //
-// A start at which the row fails says something of the starts behind it: whoever comes into an endless run
+// A start at which the row fails says something of the starts after it: whoever comes into an endless run
 // that has been read, anywhere in it, comes out of it at the same end and fails there just the same.
 // These stretches are noted, and what is known of the bytes before a place, so that no text is read again
 // and again.
@@ -88,7 +88,7 @@ class RunScan {
   const unsigned char* EndOfMatch(const unsigned char* start, const unsigned char* end,
                                   Notes& notes) const;
 
-  /// The first place behind `start`, at which EndOfMatch has just found nothing, where a match may start.
+  /// The first place after `start`, at which EndOfMatch has just found nothing, where a match may start.
   const unsigned char* NextStart(const unsigned char* start, const Notes& notes) const;
 
  private:

@@ -248,7 +248,7 @@ HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
   return bits;
 }
 
-/// Writes the hits of a chunk, whose first place is `at` places behind the base. Returns where the next one
+/// Writes the hits of a chunk, whose first place is `at` places after the base. Returns where the next one
 /// goes.
 HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::uint16_t* hits) {
   constexpr int kAtOnce = 4;
@@ -276,7 +276,7 @@ bool HitsOfFewPlaces(const ScanTables& tables, const Byte* begin, std::ptrdiff_t
   return batch.count > 0;
 }
 
-/// The first chunk from `chunk` on, which is not behind `last`, that has a hit, or `last`.
+/// The first chunk from `chunk` on, which is not after `last`, that has a hit, or `last`.
 template <class Test>
 HWY_INLINE const Byte* FirstChunk(const Test& test, const Byte* chunk, const Byte* last) {
   using D = LongestBlock;

@@ -76,7 +76,7 @@ struct ScanTables {
 using FindPlace = const unsigned char* (*)(const ScanTables& tables, const unsigned char* begin,
                                            const unsigned char* end);
 
-/// Hits one behind the other, as offsets from `base`; all of the places from `base` up to `tested`.
+/// Hits one after the other, as offsets from `base`; all of the places from `base` up to `tested`.
 struct HitBatch {
   /// So many places are tested together; a batch is full when another chunk might not have room.
   static constexpr std::ptrdiff_t kChunk = 64;
@@ -86,7 +86,7 @@ struct HitBatch {
   const unsigned char* base = nullptr;
   const unsigned char* tested = nullptr;
   std::size_t count = 0;
-  /// What is written behind the last hit means nothing.
+  /// What is written after the last hit means nothing.
   std::array<std::uint16_t, kMostHits + kChunk> offsets{};
 };
 

@@ -4,7 +4,7 @@
 //   stride 3                              Gart  tenh  haus  ...
 //
 // Bytes move within sixteen bytes only, so words of four bytes are first moved to where their windows are
-// made: windows that begin less than sixteen bytes behind one another take 4 * stride bytes of the text.
+// made: windows that begin less than sixteen bytes after one another take 4 * stride bytes of the text.
 
 #include "matcher/words/window_scan.h"
 
@@ -17,7 +17,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "matcher/words/window_scan.cpp"
 #include <hwy/foreach_target.h>
-// Must come behind it.
+// Must come after it.
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -113,7 +113,7 @@ std::size_t Find(const WindowTable& table, const unsigned char* first, std::size
     place += kLanes * table.stride;
   }
   if (window >= count || place >= textSize) return found;
-  // The rest, from a copy with zeros behind it.
+  // The rest, from a copy with zeros after it.
   HWY_ALIGN std::uint8_t rest[12 * kLanes] = {};
   const std::size_t restBegin = place;
   const std::size_t bytes = std::min(textSize - place, 8 * kLanes);

@@ -19,7 +19,7 @@
 
 namespace trovex {
 
-/// A window as two words of memory, the bytes behind its end zero.
+/// A window as two words of memory, the bytes after its end zero.
 struct Window {
   std::uint32_t first = 0;
   std::uint32_t second = 0;
@@ -30,7 +30,7 @@ struct WindowTable {
   std::size_t stride = 1;
   /// The bytes of a window: 1 to 8; 7 with a stride of 3, 4 with one of 4.
   std::size_t length = 1;
-  /// What counts of a window's bytes: nothing behind its end, nor the bit in which upper and lower case
+  /// What counts of a window's bytes: nothing after its end, nor the bit in which upper and lower case
   /// differ, if case is no matter.
   Window mask;
   /// A window's hash has 32 - `shift` bits.
@@ -52,7 +52,7 @@ struct WindowTable {
     bits[hash / 32] |= std::uint32_t{1} << (hash % 32);
   }
 
-  /// The window at `place` in a text that ends at `end`; bytes behind that are zero. `kIsInside`: eight bytes
+  /// The window at `place` in a text that ends at `end`; bytes after that are zero. `kIsInside`: eight bytes
   /// can be read.
   template <bool kIsInside>
   Window At(const unsigned char* place, const unsigned char* end) const {
@@ -69,7 +69,7 @@ struct WindowTable {
 };
 
 /// Looks at `count` windows, from the one at `first` on in a text that ends at `end`, and writes to `hits`
-/// how far behind `first` each of those begins that the table has, in order. Reads nothing behind `end`; no
+/// how far after `first` each of those begins that the table has, in order. Reads nothing after `end`; no
 /// window begins there. `hits` has room for `count` and kWindowsAtOnce more. Returns how many were written.
 using FindWindows = std::size_t (*)(const WindowTable& table, const unsigned char* first,
                                     std::size_t count, const unsigned char* end,

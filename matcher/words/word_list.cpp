@@ -21,7 +21,7 @@ constexpr int kMostRounds = 8;
 struct Draft {
   std::string classes;
   Neighbours starts = kAnyNeighbours;
-  /// What the anchors behind the latest byte demand.
+  /// What the anchors after the latest byte demand.
   Neighbours stops = kAnyNeighbours;
   /// A byte of it can be none.
   bool isImpossible = false;
@@ -146,7 +146,7 @@ class WordListReader {
     if (!Charge(drafts.size() * classes.size(), drafts.size() * (classes.size() - 1))) return false;
     const std::size_t count = drafts.size();
     for (std::size_t i = 0; i < count; ++i) {
-      // A byte behind an anchor that looks at it.
+      // A byte after an anchor that looks at it.
       if (drafts[i].stops != kAnyNeighbours) return false;
       for (std::size_t more = 1; more < classes.size(); ++more) {
         if (!ChargeCopy(drafts[i])) return false;

@@ -28,7 +28,7 @@ struct WordList {
   ByteMap classOf{};
   /// The bytes of each class.
   std::vector<CharSet> bytesOf;
-  /// The words as classes, one behind the other, and where each ends. None is empty.
+  /// The words as classes, one after the other, and where each ends. None is empty.
   std::string classes;
   std::vector<std::uint32_t> ends;
   /// Between which neighbours a match may start, and end.

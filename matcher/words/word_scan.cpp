@@ -28,7 +28,7 @@ constexpr std::array<std::size_t, 6> kCuts = {2, 3, 4, 5, 6, 8};
 constexpr double kCostOfWindow = 0.9;
 constexpr double kCostOfLongWindow = 1.1;
 constexpr double kCostOfHit = 20;
-/// How much more often than by chance a byte comes behind the one before it that it has in a word: measured on
+/// How much more often than by chance a byte comes after the one before it that it has in a word: measured on
 /// German words in German text.
 constexpr double kCorrelation = 1.9;
 
@@ -36,7 +36,7 @@ constexpr double kCorrelation = 1.9;
 constexpr std::size_t kMostWindows = 1 << 20;
 constexpr std::size_t kMostVariants = 64;
 
-/// So many bytes behind a start are looked at.
+/// So many bytes after a start are looked at.
 constexpr std::size_t kRoom = kLongestWindow + 1;
 
 /// The longest window with this stride of which all can lie within so many bytes of a word; 0: none.
@@ -303,7 +303,7 @@ class WordScanMaker {
     return true;
   }
 
-  /// The kinds of bytes that stand behind the first `length` bytes of `words`; all of them, if one of the words
+  /// The kinds of bytes that stand after the first `length` bytes of `words`; all of them, if one of the words
   /// ends there.
   std::uint32_t FollowersOf(std::span<const std::string_view> words, std::size_t length) const {
     std::uint32_t followers = 0;
@@ -340,7 +340,7 @@ std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, Compile
   if (!list || list->Count() < kFewestListedWords) return std::nullopt;
   if (words) {
     list->starts = static_cast<Neighbours>(list->starts & kNoLetterBefore);
-    list->stops = static_cast<Neighbours>(list->stops & kNoLetterBehind);
+    list->stops = static_cast<Neighbours>(list->stops & kNoLetterAfter);
   }
   CompileBudget part = budget.Part(kMaxWordListSteps, kMaxWordListBytes);
   std::optional<WordScan> scan;

@@ -6,7 +6,7 @@
 //                bits (window_scan.h), many places of the text at a time.
 //   beginnings   Where the table has them, the bytes from each place on at which the word could start are
 //                looked up in another one: as many as the shortest word has, at most eight, and the one
-//                behind them.
+//                after them.
 //   words        From a place that is left, these bytes lead to the words that begin with them
 //                (word_trie.h).
 //
@@ -97,7 +97,7 @@ class WordScan {
 
     std::size_t SlotOf(std::uint64_t key) const { return (key * kFactor) >> slotShift; }
     std::size_t KeyHash(std::uint64_t key) const { return (key * kFactor) >> keyShift; }
-    /// 1 where a word may stand that begins with the bytes of `key`, with `follower` behind them, else 0.
+    /// 1 where a word may stand that begins with the bytes of `key`, with `follower` after them, else 0.
     std::uint64_t MayStand(std::uint64_t key, Byte follower) const {
       return followers[KeyHash(key)] >> (follower % kFollowers) & 1;
     }

@@ -242,8 +242,8 @@ class TokenReader {
   static bool BeginsTerm(TokenKind before) {
     return before == TokenKind::kOpen || before == TokenKind::kBar || before == TokenKind::kAnd;
   }
-  static bool EndsTerm(TokenKind behind) {
-    return behind == TokenKind::kClose || behind == TokenKind::kBar || behind == TokenKind::kAnd;
+  static bool EndsTerm(TokenKind after) {
+    return after == TokenKind::kClose || after == TokenKind::kBar || after == TokenKind::kAnd;
   }
 
   const ExpressionText& text_;

@@ -110,7 +110,7 @@ class SetReader {
     return text_.characters[place_++];
   }
 
-  /// Where the letters behind a "[" and the delimiter end, if the delimiter and a "]" stand there.
+  /// Where the letters after a "[" and the delimiter end, if the delimiter and a "]" stand there.
   std::optional<std::size_t> NameEnd(unsigned char delimiter) const {
     if (!At(0, '[') || !At(1, delimiter)) return std::nullopt;
     std::size_t end = place_ + 2;

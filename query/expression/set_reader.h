@@ -24,7 +24,7 @@ namespace trovex {
 /// A set, or why there is none.
 struct SetReading {
   CharSet set;
-  /// Behind the "]".
+  /// After the "]".
   std::size_t end = 0;
   MessageNumber fault = MessageNumber::kNone;
   /// What the fault is about, in characters.

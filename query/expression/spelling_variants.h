@@ -18,7 +18,7 @@
 
 namespace trovex {
 
-/// In so many "s" one behind the other each place of a "ß" is found; a longer run is no word, and is
+/// In so many "s" one after the other each place of a "ß" is found; a longer run is no word, and is
 /// cut into pieces of that length, so that its tree does not grow with the square of the run's.
 inline constexpr std::size_t kLongestSharpRun = 16;
 

@@ -159,26 +159,26 @@ bool NearStream::HasPartner(const FoundPlace& place, bool isLeft) {
   return next != nullptr && IsInReach(place, *next);
 }
 
-/// Whether `behind`, which does not begin before `before`, begins at most the distance behind its end.
-bool NearStream::IsInReach(const FoundPlace& before, const FoundPlace& behind) {
-  if (!link_.distance.has_value() || behind.begin <= before.end) return true;
+/// Whether `after`, which does not begin before `before`, begins at most the distance after its end.
+bool NearStream::IsInReach(const FoundPlace& before, const FoundPlace& after) {
+  if (!link_.distance.has_value() || after.begin <= before.end) return true;
   const auto most = static_cast<std::size_t>(*link_.distance);
-  const std::size_t bytes = behind.begin - before.end;
+  const std::size_t bytes = after.begin - before.end;
   TextBlocks& blocks = Context().blocks;
   if (link_.unit == DistanceUnit::kWords) {
     if (bytes / 2 < most) return true;  // a word and what parts it from the next take two bytes
     const std::size_t begun = blocks.WordsBefore(before.block) + before.wordsBegun;
-    const std::size_t ended = blocks.WordsBefore(behind.block) + behind.wordsEnded;
+    const std::size_t ended = blocks.WordsBefore(after.block) + after.wordsEnded;
     return ended <= begun || ended - begun <= most;
   }
   if (bytes <= most) return true;
   if (bytes / kMostBytesOfCharacter > most) return false;
   if (!Context().wantsCharacters) {
-    Context().Spend(static_cast<std::int64_t>(bytes) / kMeasuredForAUnit, behind.begin);
-    return blocks.CharactersIn({before.end, behind.begin}) <= most;
+    Context().Spend(static_cast<std::int64_t>(bytes) / kMeasuredForAUnit, after.begin);
+    return blocks.CharactersIn({before.end, after.begin}) <= most;
   }
   const std::size_t from = blocks.CharactersBefore(before.block) + before.charEnd;
-  const std::size_t to = blocks.CharactersBefore(behind.block) + behind.charBegin;
+  const std::size_t to = blocks.CharactersBefore(after.block) + after.charBegin;
   return to - from <= most;
 }
 

@@ -3,12 +3,12 @@
 //
 // Both operands come by begin, so one walk over them decides each place when its turn comes. Of the
 // places of the other operand that begin before it, only the one that ends last counts, for no other
-// is as near; of those that begin behind, only the first. So nothing is compared in pairs, and nothing
+// is as near; of those that begin after, only the first. So nothing is compared in pairs, and nothing
 // waits but the next place of each operand.
 //
 // Where the order counts, the left place has to end before the right one begins. For a left place the
-// first right one at or behind its end counts: the right operand is read that far ahead. For a right
-// place the left one that ends last, but not behind its begin, counts: left places that have begun wait
+// first right one at or after its end counts: the right operand is read that far ahead. For a right
+// place the left one that ends last, but not after its begin, counts: left places that have begun wait
 // for their ends.
 
 #ifndef TROVEX_QUERY_SEARCH_NEAR_STREAM_H
@@ -32,7 +32,7 @@ class Lookahead {
   /// The next place, or null.
   const FoundPlace* Head();
   FoundPlace Take();
-  /// The first place ahead that begins at or behind `byte`, or null.
+  /// The first place ahead that begins at or after `byte`, or null.
   const FoundPlace* FirstFrom(std::size_t byte);
 
  private:
@@ -79,7 +79,7 @@ class NearStream : public ItemStream {
   void TakeHere(Side& side, std::size_t at);
   void EndLeftPlaces(std::size_t at);
   bool HasPartner(const FoundPlace& place, bool isLeft);
-  bool IsInReach(const FoundPlace& before, const FoundPlace& behind);
+  bool IsInReach(const FoundPlace& before, const FoundPlace& after);
   void Keep(Side& side, bool isLeft);
   void GoPast(Side& side);
 

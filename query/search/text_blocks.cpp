@@ -14,7 +14,7 @@ namespace {
 /// How many blocks that nobody has are kept at least, before one is used for another part of the text.
 constexpr std::size_t kKeptBlocks = 4;
 
-/// The end of the line that holds `byte`, behind its line feed.
+/// The end of the line that holds `byte`, after its line feed.
 std::size_t LineEnd(TextView text, std::size_t byte) {
   const void* const feed = std::memchr(text.data() + byte, '\n', text.size() - byte);
   if (feed == nullptr) return text.size();
@@ -69,8 +69,8 @@ ByteRange TextBlocks::RangeOf(std::size_t number) {
 std::size_t TextBlocks::Holding(std::size_t byte) {
   while (begins_.back() <= byte)
     Has(places_.size());
-  const auto behind = std::upper_bound(begins_.begin(), begins_.end(), byte);
-  return static_cast<std::size_t>(behind - begins_.begin()) - 1;
+  const auto after = std::upper_bound(begins_.begin(), begins_.end(), byte);
+  return static_cast<std::size_t>(after - begins_.begin()) - 1;
 }
 
 OpenBlock& TextBlocks::Open(std::size_t number) {

@@ -554,8 +554,8 @@ std::optional<Range> Place(const ModelPattern& pattern, bool matchWords) {
     for (std::size_t i = 0; i < length; ++i)
       here = here && SameByte(kProbe[at + i], pattern.word[i], pattern.foldCase);
     const bool wordBefore = at > 0 && BelongsToWord(kProbe[at - 1]);
-    const bool wordBehind = at + length < kProbe.size() && BelongsToWord(kProbe[at + length]);
-    if (here && !(matchWords && (wordBefore || wordBehind)))
+    const bool wordAfter = at + length < kProbe.size() && BelongsToWord(kProbe[at + length]);
+    if (here && !(matchWords && (wordBefore || wordAfter)))
       return Range{static_cast<int>(at), static_cast<int>(at + length)};
   }
   return std::nullopt;

@@ -157,7 +157,7 @@ TEST(ExpressionLimits, ATreeThatAHostMadeDeepOnTheLeftNeedsNoStack) {
   ResetEnvironment();
 }
 
-TEST(ExpressionLimits, AChainMayStandInBracketsAndBehindNots) {
+TEST(ExpressionLimits, AChainMayStandInBracketsAndAfterNots) {
   const std::string chain = Times("a & ", kChain / 100) + "b";
   EXPECT_EQ(ItemsOfChain("(" + chain + ") & b"), std::to_string(kChain / 50 + 2));
   EXPECT_EQ(ItemsOfChain("!(" + chain + ")"), std::to_string(kChain / 50 + 1));

@@ -132,7 +132,7 @@ TEST(Expression, AndsGroupToTheRight) {
   ExpectTree("a & b & c", 0, And(-1, 0, Leaf("a"), And(-1, 0, Leaf("b"), Leaf("c"))));
 }
 
-TEST(Expression, ANumberBehindAndIsADistance) {
+TEST(Expression, ANumberAfterAndIsADistance) {
   ExpectTree("a &12 b", 0, And(12, 0, Leaf("a"), Leaf("b")));
   ExpectTree("a & 12b", 0, And(12, 0, Leaf("a"), Leaf("b")));
   ExpectTree("a &+7 b", 0, And(7, 0, Leaf("a"), Leaf("b")));
@@ -214,14 +214,14 @@ TEST(Expression, NotOfBrackets) {
   ExpectTree("(!a)", 1, Not(1, Leaf("a", 1)));
 }
 
-TEST(Expression, NotBehindContentNeedsAnAnd) {
+TEST(Expression, NotAfterContentNeedsAnAnd) {
   ExpectFault("cat !dog", kNotNeedsAnd);
   ExpectFault("(a & b) !c", kNotNeedsAnd);
   ExpectFault("(a) !c", kNotNeedsAnd);
   ExpectFault("!a !b", kNotNeedsAnd);
 }
 
-TEST(Expression, NotBehindABlankThatWasEscapedHasNoContentBeforeIt) {
+TEST(Expression, NotAfterABlankThatWasEscapedHasNoContentBeforeIt) {
   ExpectTree("\\ !a", 0, Not(0, Leaf("a")));
 }
 

@@ -2,7 +2,7 @@
 //
 // The merged order of both arrays is written out as a list first. An item's neighbours in the other
 // array are then looked up in that list: the last entry of the other array before it and the first
-// one behind it. Nothing is remembered from one item to the next.
+// one after it. Nothing is remembered from one item to the next.
 
 #ifndef TROVEX_TESTS_EXPR_FOUND_ITEMS_MODEL_H
 #define TROVEX_TESTS_EXPR_FOUND_ITEMS_MODEL_H

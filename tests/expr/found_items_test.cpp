@@ -154,7 +154,7 @@ TEST(FoundItemArray, DeletingUntaggedItemsMayEmptyTheArray) {
 
 // ---- The host's step ----
 
-TEST(FoundItemArrayGetItem, GoesForwardToTheFirstItemBehindThePosition) {
+TEST(FoundItemArrayGetItem, GoesForwardToTheFirstItemAfterThePosition) {
   auto array = MakeArray(Ranges({{3, 4}, {10, 11}, {20, 21}}));
   EXPECT_EQ(array->GetItem(10, 1), array->GetAt(2));
   EXPECT_EQ(array->GetItem(9, 1), array->GetAt(1));

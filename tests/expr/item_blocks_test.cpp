@@ -73,7 +73,7 @@ TEST_F(ItemBlocks, HoldTheItemsAsTheyWereMade) {
   }
 }
 
-TEST_F(ItemBlocks, AreBegunBehindTheItemsThatAreAllocatedSingly) {
+TEST_F(ItemBlocks, AreBegunAfterTheItemsThatAreAllocatedSingly) {
   MakeItems(kSingleItems);
   EXPECT_EQ(StockedItemBlocks(), 0U);
   MakeItems(kSingleItems + 1);

@@ -174,7 +174,7 @@ TEST_F(OperatorTest, AndWithADistanceKeepsWhatLiesWithinIt) {
   EXPECT_EQ(Found(*far), "negative 0:");
 }
 
-TEST_F(OperatorTest, AndWithADistanceSearchesTheRightOperandBehindAnExcludedOne) {
+TEST_F(OperatorTest, AndWithADistanceSearchesTheRightOperandAfterAnExcludedOne) {
   auto node = And(Not(Stub(1, Ranges({{20, 21}}))), Stub(2, Ranges({{0, 1}})), 5);
   EXPECT_EQ(Found(*node), "negative 0: [0,1)0");
   EXPECT_EQ(log_.leaves, (std::vector<int>{1, 2}));

@@ -57,7 +57,7 @@ TEST(SetSubExpression, KeepsABackslashThatEndsTheSlice) {
   EXPECT_EQ(Sliced("a\\", 0), Expected("a\\", 0, 0, 0));
 }
 
-TEST(SetSubExpression, LooksAtNothingBehindTheSlice) {
+TEST(SetSubExpression, LooksAtNothingAfterTheSlice) {
   const HeapText text("a\\&b");
   CSubExpression leaf;
   leaf.SetSubExpression(text.Data(), 2, 0);
@@ -70,12 +70,12 @@ TEST(SetSubExpression, CountsUnescapedBracketsOnly) {
   EXPECT_EQ(Sliced("\\\\(x", 1), Expected("\\\\(x", 0, 1, 0));
 }
 
-TEST(SetSubExpression, CountsABracketBehindAnEscapedOperatorAsEscaped) {
+TEST(SetSubExpression, CountsABracketAfterAnEscapedOperatorAsEscaped) {
   EXPECT_EQ(Sliced("\\&(x", 5), Expected("&(x", 5, 0, 0));
   EXPECT_EQ(Sliced("\\&y(x", 5), Expected("&y(x", 4, 1, 0));
 }
 
-TEST(SetSubExpression, SkipsOnlyBlanksInFrontAndAllWhiteSpaceBehind) {
+TEST(SetSubExpression, SkipsOnlyBlanksInFrontAndAllWhiteSpaceAfter) {
   EXPECT_EQ(Sliced(" \ta\n \t\v\f\r", 0), Expected("\ta", 0, 0, 0));
   EXPECT_EQ(Sliced("\n ", 0), Expected("", 0, 0, 0));
 }
@@ -270,7 +270,7 @@ TEST_F(LeafTest, MarksTheTagsThatLieInItsSlice) {
 }
 
 TEST_F(LeafTest, ATagNumberBelowOneAsksForNoneWhereTheTagBaseIsBelowZeroToo) {
-  // The bracket is escaped, but counted: it stands behind an escaped operator.
+  // The bracket is escaped, but counted: it stands after an escaped operator.
   ASSERT_EQ(Build("a\\&\\(b", 0, kSearchModeRegularExpression), nullptr);
   ASSERT_EQ(Describe(&leaf_), Expected("a&\\(b", -1, 1, 0));
   for (const int tag : {0, -1, -2, 1, INT_MIN})
@@ -289,13 +289,13 @@ TEST_F(LeafTest, AGroupThatTookNoPartEndsTheSearchOnTheFirstLine) {
   EXPECT_EQ(Found("xab", 1), "negative 0: [1,2)1");
 }
 
-TEST_F(LeafTest, LeavesTheByteBehindTheTextAsItWas) {
+TEST_F(LeafTest, LeavesTheByteAfterTheTextAsItWas) {
   ASSERT_EQ(Build("a", 0, kSearchModeRegularExpression), nullptr);
   HeapText text("bab", 'a');
   const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), 3, 0));
   ASSERT_NE(found, nullptr);
   EXPECT_EQ(Describe(*found), "negative 0: [1,2)0");
-  EXPECT_EQ(text.Behind(), 'a');
+  EXPECT_EQ(text.After(), 'a');
 }
 
 TEST_F(LeafTest, AgreesWithTheModelOnPatternsAndTexts) {

@@ -17,7 +17,7 @@ enum class Owner { kCLibrary, kOthers, kAnybody };
 /// How many blocks of `owner` are allocated at this moment.
 long LiveBlocks(Owner owner);
 
-/// Which allocations fail: the n-th alone, or the n-th and all behind it.
+/// Which allocations fail: the n-th alone, or the n-th and all after it.
 enum class FailureKind { kOnce, kFromThenOn };
 
 /// While it lives, allocations of `owner` fail; the next one is number 1.

@@ -18,7 +18,7 @@ inline std::size_t PageSize() {
 }
 
 /// On which side of the bytes the forbidden page lies.
-enum class Guard { kBehind, kInFront };
+enum class Guard { kAfter, kInFront };
 
 /// Bytes of which the last, or the first, is the last one before a forbidden page. On the other
 /// side, too, lies such a page, as near as whole pages allow.
@@ -33,7 +33,7 @@ class GuardedBytes {
     memory_ = static_cast<char*>(memory);
     char* const begin = memory_ + page;
     if (room > 0 && mprotect(begin, room, PROT_READ | PROT_WRITE) != 0) std::abort();
-    data_ = guard == Guard::kBehind ? begin + room - bytes.size() : begin;
+    data_ = guard == Guard::kAfter ? begin + room - bytes.size() : begin;
     std::memcpy(data_, bytes.data(), bytes.size());
   }
   ~GuardedBytes() { munmap(memory_, size_); }

@@ -1,8 +1,8 @@
 // Texts and patterns that end, or begin, at the border of what the host may touch: as a text does
-// whose length is a multiple of the page, with one byte more behind it and nothing behind that.
+// whose length is a multiple of the page, with one byte more after it and nothing after that.
 //
 // Each entry point must give the same answer there as on an ordinary text, and touch nothing
-// beyond the byte behind the text. A pattern, an expression and a text for the phonetic search end
+// beyond the byte after the text. A pattern, an expression and a text for the phonetic search end
 // with their zero byte; a slice ends with its last.
 
 #include "tests/host/guarded_text.h"
@@ -28,7 +28,7 @@ using trovex::testing::GuardedBytes;
 using trovex::testing::HeapText;
 using trovex::testing::PageSize;
 
-constexpr Guard kGuards[] = {Guard::kBehind, Guard::kInFront};
+constexpr Guard kGuards[] = {Guard::kAfter, Guard::kInFront};
 
 /// Lengths with and without a page border at one end or at both.
 std::vector<std::size_t> Lengths() {
@@ -72,17 +72,17 @@ Found FindSoundex(const char* text) {
 }
 
 /// Calls `check(text, guarded)` with texts of all lengths that hold `needle` somewhere, or not,
-/// with `behind` as the byte behind them.
+/// with `after` as the byte after them.
 template <typename Check>
-void ForEveryText(std::string_view needle, char behind, const Check& check) {
+void ForEveryText(std::string_view needle, char after, const Check& check) {
   for (const std::size_t length : Lengths()) {
     for (const int place : {0, 1, 2}) {
       const std::string text = TextOf(length, needle, place);
       for (const Guard guard : kGuards) {
-        GuardedBytes guarded(text + behind, guard);
+        GuardedBytes guarded(text + after, guard);
         SCOPED_TRACE(::testing::Message() << "length " << length << ", place " << place);
         check(text, guarded.Data());
-        EXPECT_EQ(guarded.Data()[length], behind);
+        EXPECT_EQ(guarded.Data()[length], after);
         EXPECT_EQ(std::string_view(guarded.Data(), length), text);
       }
     }
@@ -120,9 +120,9 @@ const PatternCase kPatterns[] = {
 };
 
 TEST(GuardedTextDeathTest, EndsTheProcessWhereAByteIsTouchedThatIsNotIts) {
-  GuardedBytes behind("ab", Guard::kBehind);
+  GuardedBytes after("ab", Guard::kAfter);
   GuardedBytes inFront("ab", Guard::kInFront);
-  EXPECT_DEATH(behind.Data()[2] = 'c', "");
+  EXPECT_DEATH(after.Data()[2] = 'c', "");
   EXPECT_DEATH(inFront.Data()[-1] = 'c', "");
 }
 
@@ -130,9 +130,9 @@ TEST(GuardedText, IsSearchedForAPatternWithinItsBounds) {
   for (const PatternCase& c : kPatterns) {
     SCOPED_TRACE(c.pattern);
     ASSERT_EQ(Compile(c.pattern, c.foldCase, c.matchWords), nullptr);
-    for (const char behind : {'\0', 'a', '\n'}) {
-      ForEveryText(c.needle, behind, [&](const std::string& text, const char* guarded) {
-        const HeapText ordinary(text, behind);
+    for (const char after : {'\0', 'a', '\n'}) {
+      ForEveryText(c.needle, after, [&](const std::string& text, const char* guarded) {
+        const HeapText ordinary(text, after);
         for (int group = 0; group <= GetSubExpressionCount() + 1; ++group) {
           EXPECT_EQ(FindPattern(guarded, text.size(), group),
                     FindPattern(ordinary.Data(), text.size(), group))
@@ -297,7 +297,7 @@ TEST(GuardedPattern, IsParsedAsAnExpressionWithinItsBounds) {
   ResetEnvironment();
 }
 
-TEST(GuardedPattern, IsTakenAsASliceWithNoByteBehindIt) {
+TEST(GuardedPattern, IsTakenAsASliceWithNoByteAfterIt) {
   for (const std::string typed : kTypedTexts) {
     CSubExpression plain;
     plain.SetSubExpression(typed.c_str(), static_cast<int>(typed.size()), 3);

@@ -236,7 +236,7 @@ TEST_F(MemoryFailure, OfACompileIsItsSentenceAndNothingIsFound) {
   }
 }
 
-TEST_F(MemoryFailure, OfACompileHidesNoFaultOfThePatternButBehindItsSentence) {
+TEST_F(MemoryFailure, OfACompileHidesNoFaultOfThePatternButAfterItsSentence) {
   for (const PatternCase& c : kFaultyPatterns) {
     SCOPED_TRACE(c.pattern);
     const Message expected(Compile(c.pattern, c.foldCase, c.matchWords));
@@ -267,7 +267,7 @@ TEST_F(MemoryFailure, OfASearchIsNotFoundAndTheNextSearchFinds) {
                     [&](const std::string& where) {
                       EXPECT_TRUE(found == expected || found == kNothing)
                           << where << ": " << found.start << "-" << found.end;
-                      EXPECT_EQ(text.Behind(), '\0') << where;
+                      EXPECT_EQ(text.After(), '\0') << where;
                       EXPECT_EQ(Find(text, c.group), expected) << where;
                       Reset();
                     }},

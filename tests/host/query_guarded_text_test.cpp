@@ -45,7 +45,7 @@ TEST_P(GuardedQuery, NeitherWritesATextNorReadsOutsideOfIt) {
     ASSERT_TRUE(std::holds_alternative<Query>(compiled));
     Searcher searcher(std::get<Query>(compiled));
     for (const std::string& text : texts) {
-      for (const Guard guard : {Guard::kBehind, Guard::kInFront}) {
+      for (const Guard guard : {Guard::kAfter, Guard::kInFront}) {
         GuardedBytes bytes(text, guard);
         bytes.MakeReadOnly();
         for (const Encoding encoding : {Encoding::kUtf8, Encoding::kLatin1}) {

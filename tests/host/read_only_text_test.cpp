@@ -1,5 +1,5 @@
 // Texts in memory that nobody can write, on every road of a search: nothing is written to a text, nor is
-// anything outside of it read, except, for whole words, the byte behind it.
+// anything outside of it read, except, for whole words, the byte after it.
 
 #include "tests/dice.h"
 #include "tests/heap_text.h"
@@ -81,11 +81,11 @@ void ExpectTheSameInReadOnlyMemory(const char* pattern, int fold, int words) {
   for (int round = 0; round < 12; ++round) {
     const std::string text = RandomText(dice);
     const auto length = static_cast<int>(text.size());
-    const char behind = dice.Byte("a \n");
-    const HeapText ordinary(text, behind);
+    const char after = dice.Byte("a \n");
+    const HeapText ordinary(text, after);
     const std::string expected = Answers(*tree, pattern, fold, words, ordinary.Data(), length);
-    for (const Guard guard : {Guard::kBehind, Guard::kInFront}) {
-      GuardedBytes bytes(words != 0 || text.empty() ? text + behind : text, guard);
+    for (const Guard guard : {Guard::kAfter, Guard::kInFront}) {
+      GuardedBytes bytes(words != 0 || text.empty() ? text + after : text, guard);
       bytes.MakeReadOnly();
       ASSERT_EQ(Answers(*tree, pattern, fold, words, bytes.Data(), length), expected)
           << pattern << " fold " << fold << " words " << words << " round " << round;

@@ -272,7 +272,7 @@ class ReadOnlyText {
   unsigned char* memory_ = nullptr;
 };
 
-TEST(PatternSearchTest, NothingIsWrittenAndNothingBehindIsRead) {
+TEST(PatternSearchTest, NothingIsWrittenAndNothingAfterItIsRead) {
   std::string text;
   for (int i = 0; i < 300; ++i)
     text += "Das Haus in der Datei 12-34 aab\n";

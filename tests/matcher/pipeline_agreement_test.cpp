@@ -2,7 +2,7 @@
 // the engine must never change an answer.
 //
 // The same compiled pattern is searched for twice in the same text, once with everything in front of
-// the engine and once without, with every group and with any byte behind the text. Every small pattern
+// the engine and once without, with every group and with any byte after the text. Every small pattern
 // over small alphabets is tried with every small text; then patterns and texts come at random. What the
 // two roads are known to read differently (docs/pattern-readings.md) is left out where it can occur, and
 // nothing else.
@@ -73,14 +73,14 @@ bool Prepare(const std::string& pattern, Flags flags) {
 }
 
 /// Searches `text` on both roads for `group`; returns whether the answers are the same.
-bool Agree(const std::string& pattern, Flags flags, std::string_view text, char behind, int group) {
-  HeapText heap(text, behind);
+bool Agree(const std::string& pattern, Flags flags, std::string_view text, char after, int group) {
+  HeapText heap(text, after);
   const auto whole = Find(heap, group, false);
   const auto plain = Find(heap, group, true);
   EXPECT_EQ(whole, plain) << "pattern " << Visible(pattern) << " fold " << flags.fold << " words "
-                          << flags.words << " text " << Visible(text) << " behind "
-                          << Visible({&behind, 1}) << " group " << group;
-  EXPECT_EQ(heap.Behind(), behind);
+                          << flags.words << " text " << Visible(text) << " after "
+                          << Visible({&after, 1}) << " group " << group;
+  EXPECT_EQ(heap.After(), after);
   EXPECT_EQ(std::string_view(heap.Data(), text.size()), text);
   return whole == plain;
 }
@@ -132,7 +132,7 @@ TEST_F(PipelineAgreement, WordAnchors) {
 }
 
 TEST_F(PipelineAgreement, EndOfTheTextInAShortenedLine) {
-  // "b" is found behind the refused "b\xFC": the shortened line ends there. The end of the whole line
+  // "b" is found after the refused "b\xFC": the shortened line ends there. The end of the whole line
   // holds no whole word.
   const std::string text =
       "\tb\xFC"
@@ -210,7 +210,7 @@ class RandomCases {
   }
 
   Flags AnyFlags() { return {dice_.OneIn(2), dice_.OneIn(2)}; }
-  char Behind() { return dice_.Byte(std::string_view("\0a1\n \xE4", 6)); }
+  char After() { return dice_.Byte(std::string_view("\0a1\n \xE4", 6)); }
   int Group(int count) { return dice_.Between(-1, count + 1); }
 
  private:
@@ -287,7 +287,7 @@ TEST_F(PipelineAgreement, RandomPatternsInRandomTexts) {
       const std::string text = cases.Text();
       if (MeetsUnderscoreReading(pattern, text)) continue;
       const int group = GroupsAreSafe(pattern) ? cases.Group(GetSubExpressionCount()) : 0;
-      ASSERT_TRUE(Agree(pattern, flags, text, cases.Behind(), group));
+      ASSERT_TRUE(Agree(pattern, flags, text, cases.After(), group));
       HeapText heap(text);
       found += Find(heap, 0, false) ? 1 : 0;
       ++compared;

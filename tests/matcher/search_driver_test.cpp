@@ -58,24 +58,24 @@ MessageNumber CompileWith(std::string_view pattern, const Flags& flags) {
   return result.fault;
 }
 
-/// What the installed pattern finds. A search may use the byte behind the text, but must leave text
+/// What the installed pattern finds. A search may use the byte after the text, but must leave text
 /// and byte as they were, and it writes nothing when it finds nothing.
-std::optional<MatchRange> Execute(std::string_view text, int group = 0, char behind = '\0') {
+std::optional<MatchRange> Execute(std::string_view text, int group = 0, char after = '\0') {
   constexpr MatchRange kUntouched{-4711, -4712};
-  const HeapText heap(text, behind);
+  const HeapText heap(text, after);
   MatchRange range = kUntouched;
   const bool found = SearchInstalled(heap.Data(), heap.Length(), group, range);
   EXPECT_EQ(std::string_view(heap.Data(), text.size()), text) << "the text was changed";
-  EXPECT_EQ(heap.Behind(), behind) << "the byte behind the text was changed";
+  EXPECT_EQ(heap.After(), after) << "the byte after the text was changed";
   if (found) return range;
   EXPECT_EQ(range, kUntouched) << "a range was written without a match";
   return std::nullopt;
 }
 
 std::optional<MatchRange> Find(std::string_view pattern, std::string_view text,
-                               const Flags& flags = kNoFlags, int group = 0, char behind = '\0') {
+                               const Flags& flags = kNoFlags, int group = 0, char after = '\0') {
   EXPECT_EQ(CompileWith(pattern, flags), MessageNumber::kNone) << pattern;
-  return Execute(text, group, behind);
+  return Execute(text, group, after);
 }
 
 MatchRange At(int start, int end) {
@@ -92,7 +92,7 @@ using GroupRange = SearchDriver;
 using WordSearch = SearchDriver;
 using WholeLineSearch = SearchDriver;
 using FoldedSearch = SearchDriver;
-using ByteBehind = SearchDriver;
+using ByteAfter = SearchDriver;
 
 /// The plain road alone: how the faster one compares with it is pipeline_agreement_test.cpp's affair.
 class DriverModel : public SearchDriver {
@@ -149,7 +149,7 @@ TEST_F(LineSearch, AnEmptyLineBetweenOthersIsFound) {
   EXPECT_EQ(Find("^$", "\na"), At(0, 0));
 }
 
-TEST_F(LineSearch, TheEmptyLineBehindTheLastLineFeedIsALine) {
+TEST_F(LineSearch, TheEmptyLineAfterTheLastLineFeedIsALine) {
   EXPECT_EQ(Find("^$", "a\n"), At(2, 2));
   EXPECT_EQ(Find("^b*$", "a\n"), At(2, 2));
   EXPECT_EQ(Find("^$", "a\nb"), std::nullopt);
@@ -215,7 +215,7 @@ TEST_F(LineSearch, ALateMatchInALongTextIsFound) {
 
 // ---- Groups ----
 
-TEST_F(LineSearch, ThatGivesALineUpSaysWhereAndGoesOnBehindIt) {
+TEST_F(LineSearch, ThatGivesALineUpSaysWhereAndGoesOnAfterIt) {
   ASSERT_EQ(CompileWith("(.*)(.*)(.*)(.*)\\1\\2\\3\\4x", kNoFlags), MessageNumber::kNone);
   std::string hard;
   for (int i = 0; i < 500; ++i)
@@ -228,9 +228,9 @@ TEST_F(LineSearch, ThatGivesALineUpSaysWhereAndGoesOnBehindIt) {
   EXPECT_EQ(resultFor("ab\n").gaveUpAt, -1);
   EXPECT_EQ(resultFor(hard + "x").outcome, SearchOutcome::kGaveUp);
   EXPECT_EQ(resultFor(hard + "x").gaveUpAt, 0);
-  const MatchResult behind = resultFor("\n" + hard + "y x\nabx");
-  EXPECT_EQ(behind.outcome, SearchOutcome::kFound);
-  EXPECT_EQ(behind.gaveUpAt, 1);
+  const MatchResult after = resultFor("\n" + hard + "y x\nabx");
+  EXPECT_EQ(after.outcome, SearchOutcome::kFound);
+  EXPECT_EQ(after.gaveUpAt, 1);
 }
 
 TEST_F(GroupRange, IsTheRangeOfTheGroup) {
@@ -338,10 +338,10 @@ TEST_F(WordSearch, TheEndsOfALineEndAWord) {
 }
 
 TEST_F(WordSearch, AMatchThatFillsItsLineIsAWord) {
-  EXPECT_EQ(Find("cat", "cat", kWords, 0, 's'), At(0, 3)) << "the byte behind is not looked at";
+  EXPECT_EQ(Find("cat", "cat", kWords, 0, 's'), At(0, 3)) << "the byte after is not looked at";
 }
 
-TEST_F(WordSearch, OnTheLastLineTheByteBehindTheTextCounts) {
+TEST_F(WordSearch, OnTheLastLineTheByteAfterTheTextCounts) {
   EXPECT_EQ(Find("cat", "a cat", kWords, 0, '\0'), At(2, 5));
   EXPECT_EQ(Find("cat", "a cat", kWords, 0, ' '), At(2, 5));
   EXPECT_EQ(Find("cat", "a cat", kWords, 0, '\xE4'), At(2, 5));
@@ -351,7 +351,7 @@ TEST_F(WordSearch, OnTheLastLineTheByteBehindTheTextCounts) {
 }
 
 TEST_F(WordSearch, TheLineEndIsNoLineEndForAShortenedMatch) {
-  // "ab" is refused, "a" would need the line to end behind it.
+  // "ab" is refused, "a" would need the line to end after it.
   EXPECT_EQ(Find("ab?$", "x ab", kWords, 0, 'c'), std::nullopt);
 }
 
@@ -463,25 +463,25 @@ TEST_F(FoldedSearch, KeepsTheLettersOfTheLocaleItWasCompiledIn) {
   EXPECT_EQ(Execute("\xE9\xC9"), At(0, 2));
 }
 
-// ---- The byte behind the text ----
+// ---- The byte after the text ----
 
-TEST_F(ByteBehind, HoldsItsOldValueAfterEverySearch) {
+TEST_F(ByteAfter, HoldsItsOldValueAfterEverySearch) {
   // Execute checks it; here for matches, for none, and for every value.
-  for (int behind = 0; behind <= 255; ++behind) {
-    EXPECT_EQ(Find("b+", "a\nabb", kNoFlags, 0, static_cast<char>(behind)), At(3, 5));
-    EXPECT_EQ(Find("(b)+", "a\nabb", kNoFlags, 1, static_cast<char>(behind)), At(4, 5));
-    EXPECT_EQ(Find("c", "a\nabb", kNoFlags, 0, static_cast<char>(behind)), std::nullopt);
+  for (int after = 0; after <= 255; ++after) {
+    EXPECT_EQ(Find("b+", "a\nabb", kNoFlags, 0, static_cast<char>(after)), At(3, 5));
+    EXPECT_EQ(Find("(b)+", "a\nabb", kNoFlags, 1, static_cast<char>(after)), At(4, 5));
+    EXPECT_EQ(Find("c", "a\nabb", kNoFlags, 0, static_cast<char>(after)), std::nullopt);
   }
 }
 
-TEST_F(ByteBehind, BelongsToNoMatch) {
+TEST_F(ByteAfter, BelongsToNoMatch) {
   EXPECT_EQ(Find("ab", "xa", kNoFlags, 0, 'b'), std::nullopt);
   EXPECT_EQ(Find("b*", "b", kNoFlags, 0, 'b'), At(0, 1));
   EXPECT_EQ(Find("b$", "ab", kNoFlags, 0, 'c'), At(1, 2)) << "the text ends its last line";
   EXPECT_EQ(Find("b\\>", "ab", kNoFlags, 0, 'c'), At(1, 2));
 }
 
-TEST_F(ByteBehind, IsNoLineOfItsOwn) {
+TEST_F(ByteAfter, IsNoLineOfItsOwn) {
   EXPECT_EQ(Find("^c", "ab\n", kNoFlags, 0, 'c'), std::nullopt);
   EXPECT_EQ(Find("^$", "ab", kNoFlags, 0, '\n'), std::nullopt);
 }
@@ -533,7 +533,7 @@ bool ModelWordByte(char c) {
 }
 
 /// Whether the line holds a match that satisfies the flags; it is then in the registers. `line` is
-/// a part of a longer block: the byte behind it may be read.
+/// a part of a longer block: the byte after it may be read.
 bool ModelMatchesLine(ModelRegex& regex, std::string_view line, const Flags& flags,
                       re_registers& registers) {
   const int lineLength = static_cast<int>(line.size());
@@ -613,7 +613,7 @@ class Generator {
     return text;
   }
 
-  char Behind() {
+  char After() {
     constexpr std::array<char, 6> kBytes = {'\0', 'a', '1', '\n', '\xE4', ' '};
     return kBytes.at(static_cast<std::size_t>(Below(6)));
   }
@@ -733,13 +733,13 @@ void ExpectAgreement(unsigned seed) {
   ASSERT_EQ(CompileWith(pattern, flags), MessageNumber::kNone);
   for (int i = 0; i < 6; ++i) {
     const std::string text = generator.Text();
-    const char behind = generator.Behind();
+    const char after = generator.After();
     const int group = generator.Group(model.GroupCount());
-    const HeapText heap(text, behind);
-    ASSERT_EQ(Execute(text, group, behind), ModelExecute(model, heap, flags, group))
+    const HeapText heap(text, after);
+    ASSERT_EQ(Execute(text, group, after), ModelExecute(model, heap, flags, group))
         << "seed " << seed << ", pattern " << Visible(pattern) << ", text " << Visible(text)
-        << ", behind " << Visible({&behind, 1}) << ", group " << group << ", fold "
-        << flags.foldCase << ", words " << flags.matchWords << ", lines " << flags.matchLines;
+        << ", after " << Visible({&after, 1}) << ", group " << group << ", fold " << flags.foldCase
+        << ", words " << flags.matchWords << ", lines " << flags.matchLines;
   }
 }
 
@@ -789,11 +789,11 @@ TEST_F(DriverModel, AllShortTextsAgree) {
       ModelRegex model(pattern, flags.foldCase);
       ASSERT_EQ(CompileWith(pattern, flags), MessageNumber::kNone);
       for (const std::string& text : texts) {
-        for (const char behind : {'\0', 'b'}) {
-          const HeapText heap(text, behind);
-          ASSERT_EQ(Execute(text, 1, behind), ModelExecute(model, heap, flags, 1))
+        for (const char after : {'\0', 'b'}) {
+          const HeapText heap(text, after);
+          ASSERT_EQ(Execute(text, 1, after), ModelExecute(model, heap, flags, 1))
               << pattern << " on " << Visible(text);
-          ASSERT_EQ(Execute(text, 0, behind), ModelExecute(model, heap, flags, 0))
+          ASSERT_EQ(Execute(text, 0, after), ModelExecute(model, heap, flags, 0))
               << pattern << " on " << Visible(text);
         }
       }

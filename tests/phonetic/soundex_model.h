@@ -123,7 +123,7 @@ struct ModelCandidate {
 
 /// Walks from `begin`, where the code's first letter may stand. A blank, a line feed or the end
 /// gives a candidate up where it stands; a letter that refutes it sends the walk back to the byte
-/// behind its beginning.
+/// after its beginning.
 inline ModelCandidate ModelWalkFrom(const std::string& text, std::size_t begin,
                                     const ModelCode& code) {
   const ModelCandidate refuted{false, begin + 1};

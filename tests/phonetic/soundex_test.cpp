@@ -236,7 +236,7 @@ TEST(SoundexAnywhere, AByteOpensACandidateByTheFirstLetterOfItsSpellingOnly) {
   EXPECT_EQ(FoundAnywhere("Eins", "1"), "0-1");
 }
 
-TEST(SoundexAnywhere, ResumesBehindARefutedCandidate) {
+TEST(SoundexAnywhere, ResumesAfterARefutedCandidate) {
   EXPECT_EQ(FoundAnywhere("M\xFCller", "MtMLR"), "2-5");
   EXPECT_EQ(FoundAnywhere("Abr", "AtAbr"), "2-5");
 }

@@ -135,7 +135,7 @@ TEST(QueryParser, InASetNoOperatorCounts) {
   EXPECT_EQ(Trees("[(]|[|~]"), "'<(|[|~]>'");
 }
 
-TEST(QueryParser, ADistanceStandsDirectlyBehindTheSign) {
+TEST(QueryParser, ADistanceStandsDirectlyAfterTheSign) {
   EXPECT_EQ(Read("a &20 b"), "{'a' &20 'b'}");
   EXPECT_EQ(Read("a & 20 b"), "{'a' & '20 b'}");
   EXPECT_EQ(Read("a &20Haus"), "{'a' &20 'Haus'}");
@@ -210,7 +210,7 @@ TEST(QueryParser, WithThePhoneticOptionEveryWordIsASound) {
   EXPECT_EQ(Read("ein Haus", Phonetic()), "'ein Haus'");
 }
 
-TEST(QueryParser, ANotIsOrdinaryDirectlyBehindACharacter) {
+TEST(QueryParser, ANotIsOrdinaryDirectlyAfterACharacter) {
   EXPECT_EQ(Trees("Ha!"), "'<Ha!>'");
   EXPECT_EQ(Trees("a!!b"), "'<a!!b>'");
   EXPECT_EQ(Trees("(a)!"), "'1:<1(a)!>'");

@@ -83,7 +83,7 @@ TEST(QueryPattern, ALineFeedIsMatchedByNothing) {
   EXPECT_EQ(Bytes("[\t-\r]"), Of("\t\v\f\r"));
 }
 
-TEST(QueryPattern, ClassesBehindABackslashAreOfTheCodePage) {
+TEST(QueryPattern, ClassesAfterABackslashAreOfTheCodePage) {
   EXPECT_EQ(Bytes("\\w"), CodePageWords());
   EXPECT_EQ(Bytes("\\W"), AllBut(CodePageWords()));
   EXPECT_EQ(Bytes("\\d"), Of("0123456789"));

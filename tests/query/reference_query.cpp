@@ -54,7 +54,7 @@ std::string TypePiece(const Piece& piece, bool utf8) {
       return "(" + TypePiece(piece.children[0], utf8) + ")";
     case PieceKind::kSequence:
       for (const Piece& child : piece.children) {
-        // Directly behind a character "!" is an ordinary one.
+        // Directly after a character "!" is an ordinary one.
         const bool isBang = child.kind == PieceKind::kCharacter && child.code == '!' &&
                             !typed.empty() && typed.back() >= 'a' && typed.back() <= 'z';
         typed += isBang ? "!" : TypePiece(child, utf8);

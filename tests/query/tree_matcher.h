@@ -84,7 +84,7 @@ class TreeMatcher {
 
   bool Holds(Anchor anchor, std::size_t place) const {
     const bool before = place > 0 && WordAt(place - 1);
-    const bool behind = WordAt(place);
+    const bool after = WordAt(place);
     switch (anchor) {
       case Anchor::kLineStart:
       case Anchor::kTextStart:
@@ -93,13 +93,13 @@ class TreeMatcher {
       case Anchor::kTextEnd:
         return place == text_.size();
       case Anchor::kWordStart:
-        return !before && behind;
+        return !before && after;
       case Anchor::kWordEnd:
-        return before && !behind;
+        return before && !after;
       case Anchor::kWordEdge:
-        return before != behind;
+        return before != after;
       case Anchor::kNotWordEdge:
-        return before == behind;
+        return before == after;
     }
     return false;
   }

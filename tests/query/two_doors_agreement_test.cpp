@@ -176,7 +176,7 @@ class SecondDoor {
 enum class TagKind {
   /// The bracket may take no part, or its operand is negated.
   kNone,
-  /// The bracket takes part in every match, which goes on behind it: the first door then searches on
+  /// The bracket takes part in every match, which goes on after it: the first door then searches on
   /// inside the match, so only its first place is the same.
   kFirst,
   /// Every match ends with the bracket.
@@ -199,7 +199,7 @@ class ExpressionMaker {
     Expression made;
     made.text = Conjunction(2, true);
     made.tags = tags_;
-    // The first door miscounts brackets directly behind an escaped operator.
+    // The first door miscounts brackets directly after an escaped operator.
     for (const char* const escaped : {"\\&", "\\!"})
       if (made.text.find(escaped) != std::string::npos) made.tags.clear();
     return made;
@@ -228,7 +228,7 @@ class ExpressionMaker {
   }
 
   /// A pattern, perhaps all of it in brackets. One that begins and ends with different brackets is
-  /// mutilated at the first door, where a number is a distance also behind a blank; blanks beside a "|"
+  /// mutilated at the first door, where a number is a distance also after a blank; blanks beside a "|"
   /// do not count at the second.
   std::string Pattern(bool reported) {
     if (dice_.OneIn(4)) {

@@ -188,13 +188,13 @@ TEST_F(Utf8TextTest, DecodesEveryCutOfEverySequence) {
                                               "\xC0\x80",
                                               "\xC1\xBF",
                                               "\xFF\xFE"};
-  const std::vector<std::string> behind = {"",     "x",  "\x80", "\xC3\xA4", "\xE2\x80\x9C",
-                                           "\xF0", "\n", "\xC3", "\x88"};
+  const std::vector<std::string> after = {"",     "x",  "\x80", "\xC3\xA4", "\xE2\x80\x9C",
+                                          "\xF0", "\n", "\xC3", "\x88"};
   std::size_t place = 0;
   for (const std::string& sequence : sequences) {
     for (std::size_t begin = 0; begin < sequence.size(); ++begin) {
       for (std::size_t end = begin + 1; end <= sequence.size(); ++end) {
-        for (const std::string& next : behind) {
+        for (const std::string& next : after) {
           const std::string piece = sequence.substr(begin, end - begin) + next;
           ExpectDecoded(piece);
           for (int i = 0; i < 8; ++i)

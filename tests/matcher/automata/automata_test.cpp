@@ -44,11 +44,11 @@ class Reading {
 
   /// The leftmost start of a match that ends at `end`.
   std::optional<std::ptrdiff_t> StartOf(std::ptrdiff_t end) {
-    const ByteKind behind = end == static_cast<std::ptrdiff_t>(size_)
-                                ? ByteKind::kNewline
-                                : graph_->kindOf[bytes_[static_cast<std::size_t>(end)]];
+    const ByteKind after = end == static_cast<std::ptrdiff_t>(size_)
+                               ? ByteKind::kNewline
+                               : graph_->kindOf[bytes_[static_cast<std::size_t>(end)]];
     const auto start =
-        backward_.StartOfMatch({bytes_.get(), ByteKind::kNewline, bytes_.get() + end}, behind);
+        backward_.StartOfMatch({bytes_.get(), ByteKind::kNewline, bytes_.get() + end}, after);
     return start ? std::optional(Offset(*start)) : std::nullopt;
   }
   std::ptrdiff_t StartOfPrefix(std::ptrdiff_t end) {

@@ -1,4 +1,4 @@
-// Matches located by automata against the engine alone: all matches of a text, one behind the other as
+// Matches located by automata against the engine alone: all matches of a text, one after the other as
 // the leaves of a search tree ask for them, in texts long enough for every road and every leap.
 
 #include "api/matcher_state.h"
@@ -70,16 +70,16 @@ Ranges MatchesOnPassedLines(HeapText& text) {
 }
 
 /// Holds all matches of `pattern` against the engine's; returns how many there are.
-std::size_t Compare(const std::string& pattern, Flags flags, std::string_view text, char behind) {
+std::size_t Compare(const std::string& pattern, Flags flags, std::string_view text, char after) {
   EXPECT_STREQ(Compile(pattern.c_str(), flags.fold, flags.words), nullptr) << Visible(pattern);
-  HeapText heap(text, behind);
+  HeapText heap(text, after);
   const Ranges located = AllMatches(heap, 0, false);
   const Ranges expected = MeetsUnderscoreReading(pattern, text) ? MatchesOnPassedLines(heap)
                                                                 : AllMatches(heap, 0, true);
   EXPECT_EQ(located, expected) << "pattern " << Visible(pattern) << " fold " << flags.fold
-                               << " words " << flags.words << " text " << Visible(text)
-                               << " behind " << Visible({&behind, 1});
-  EXPECT_EQ(heap.Behind(), behind);
+                               << " words " << flags.words << " text " << Visible(text) << " after "
+                               << Visible({&after, 1});
+  EXPECT_EQ(heap.After(), after);
   return located.size();
 }
 
@@ -179,11 +179,11 @@ TEST_F(MatchLocatorTest, PassesOverLinesWithoutTheKeywordThatEveryMatchHolds) {
   }
 }
 
-TEST_F(MatchLocatorTest, AWordAtTheEndOfTheTextEndsBeforeTheByteBehindIt) {
+TEST_F(MatchLocatorTest, AWordAtTheEndOfTheTextEndsBeforeTheByteAfterIt) {
   for (const char* pattern : {"und", "[a-z]+", "u[a-z ]*", "nd|und|n", "(und|d) ?", "^und|und$"}) {
     for (const char* text : {"und", " und", "und und", "hund\nund", "u", "hund\n und", "un d"}) {
-      for (const char behind : {'\0', 'x', ' ', '_', '\n', '\xE4'}) {
-        Compare(pattern, {false, true}, text, behind);
+      for (const char after : {'\0', 'x', ' ', '_', '\n', '\xE4'}) {
+        Compare(pattern, {false, true}, text, after);
       }
     }
   }
@@ -267,7 +267,7 @@ class RandomTexts {
   }
 
   Flags AnyFlags() { return {dice_.OneIn(2), dice_.OneIn(3)}; }
-  char Behind() { return dice_.Byte(std::string_view("\0a_\n ", 5)); }
+  char After() { return dice_.Byte(std::string_view("\0a_\n ", 5)); }
 
  private:
   std::string Sequence(int depth) {
@@ -305,7 +305,7 @@ TEST_F(MatchLocatorTest, RandomPatternsInLongRandomTexts) {
     const Flags flags = cases.AnyFlags();
     const std::string text = cases.Text();
     if (!IsLocated(pattern, flags)) continue;
-    matches += Compare(pattern, flags, text, cases.Behind());
+    matches += Compare(pattern, flags, text, cases.After());
     if (HasFailure()) return;
   }
   EXPECT_GT(matches, 4000U);

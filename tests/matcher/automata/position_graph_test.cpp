@@ -56,16 +56,16 @@ TEST(PositionGraphTest, PreviousEdgesAreTheNextOnesBackwards) {
 }
 
 TEST(PositionGraphTest, AnchorsBecomeConditionsWhereverTheyStand) {
-  const Neighbours behindNewline =
+  const Neighbours afterNewline =
       static_cast<Neighbours>(NeighbourBit(ByteKind::kNewline, ByteKind::kOther) |
                               NeighbourBit(ByteKind::kNewline, ByteKind::kLetter) |
                               NeighbourBit(ByteKind::kNewline, ByteKind::kNewline));
   const auto graph = GraphOf("(a|^b)*c");
   ASSERT_EQ(graph->next[graph->Start()].size(), 3U);
   EXPECT_EQ(graph->next[graph->Start()][0], (PositionEdge{0, kAnyNeighbours}));
-  EXPECT_EQ(graph->next[graph->Start()][1], (PositionEdge{1, behindNewline}));
+  EXPECT_EQ(graph->next[graph->Start()][1], (PositionEdge{1, afterNewline}));
   EXPECT_EQ(graph->next[graph->Start()][2], (PositionEdge{2, kAnyNeighbours}));
-  EXPECT_EQ(graph->next[0][1], (PositionEdge{1, behindNewline}));
+  EXPECT_EQ(graph->next[0][1], (PositionEdge{1, afterNewline}));
 }
 
 TEST(PositionGraphTest, AnchorsThatExcludeEachOtherLeadNowhere) {

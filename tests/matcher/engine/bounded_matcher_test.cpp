@@ -287,7 +287,7 @@ TEST(BoundedMatcher, ComesBackWhereTheEngineDoesNot) {
 }
 
 TEST(BoundedMatcher, TheEnginesMatchStandsWhereItIsNone) {
-  // The engine takes the "a" for one behind a line start. No group can be told for such a match.
+  // The engine takes the "a" for one after a line start. No group can be told for such a match.
   EXPECT_EQ(FoundByExpression("b(c*|^a)+", "xbcca"), (Ranges{{1, 5}, {-1, -1}}));
 }
 

@@ -128,9 +128,9 @@ TEST(LineGroups, OfAllMatchesThatEndAtOnePlaceAreFound) {
   const AllFound all = FindAll("(Haus).*Katze", line + "Katze");
   EXPECT_EQ(all.count, kCount);
   EXPECT_FALSE(all.gaveUp);
-  const AllFound behind = FindAll("(Haus).*Katze", line + "Katze\n\nHaus, Katze\n");
-  EXPECT_EQ(behind.count, kCount + 1);
-  EXPECT_EQ(behind.lastStart, static_cast<int>(line.size()) + 7);
+  const AllFound after = FindAll("(Haus).*Katze", line + "Katze\n\nHaus, Katze\n");
+  EXPECT_EQ(after.count, kCount + 1);
+  EXPECT_EQ(after.lastStart, static_cast<int>(line.size()) + 7);
 }
 
 TEST(LineGroups, OfMatchesThatReachFarIntoTheNextAreFound) {

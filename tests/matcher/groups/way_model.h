@@ -60,7 +60,7 @@ class WayModel {
     return ModelMatch{{begin, best->end}, best->groups};
   }
 
-  /// The leftmost longest match that begins from `from` to `lastStart`. There is none behind the last
+  /// The leftmost longest match that begins from `from` to `lastStart`. There is none after the last
   /// line feed of a text.
   std::optional<ModelMatch> Find(std::size_t from, std::size_t lastStart) const {
     for (std::size_t begin = from; begin <= lastStart && begin <= text_.size(); ++begin) {
@@ -86,7 +86,7 @@ class WayModel {
 
   bool Holds(Anchor anchor, std::size_t at) const {
     const bool before = IsWord(at, -1);
-    const bool behind = IsWord(at, 0);
+    const bool after = IsWord(at, 0);
     switch (anchor) {
       case Anchor::kLineStart:
       case Anchor::kTextStart:
@@ -95,13 +95,13 @@ class WayModel {
       case Anchor::kTextEnd:
         return at == text_.size() || text_[at] == '\n';
       case Anchor::kWordStart:
-        return !before && behind;
+        return !before && after;
       case Anchor::kWordEnd:
-        return before && !behind;
+        return before && !after;
       case Anchor::kWordEdge:
-        return before != behind;
+        return before != after;
       case Anchor::kNotWordEdge:
-        return before == behind;
+        return before == after;
     }
     return false;
   }

@@ -131,7 +131,7 @@ TEST(AutomatonAgreement, NoLineIsTurnedAwayForItsIntervals) {
                   Agreement::kNeverTurnsAway, 20000);
 }
 
-TEST(AutomatonAgreement, IntervalsBehindAnOperandAreReadAlike) {
+TEST(AutomatonAgreement, IntervalsAfterAnOperandAreReadAlike) {
   ExpectAgreement({{"a{2}", "a{1,2}", "b{2,}", "(", "){2}", "){,2}", "|", "a"}, 5, {"a", "b"}, 5},
                   Agreement::kSame, 2000);
 }
@@ -309,7 +309,7 @@ TEST(AutomatonReadings, CollatingElementIsASetOfItsCharacters) {
   EXPECT_EQ(ReadingOf("[[=a=]]", "a"), kTurnedAway);
 }
 
-TEST(AutomatonReadings, EndsBehindSeveralAnchorsAreAcceptedUnderAnyOfTheirConditions) {
+TEST(AutomatonReadings, EndsAfterSeveralAnchorsAreAcceptedUnderAnyOfTheirConditions) {
   EXPECT_EQ(ReadingOf("\\B|a^", "a"), kCandidate);
 }
 

@@ -321,7 +321,7 @@ TEST(AutomatonParser, PostfixOperatorWithoutAnOperandIsOrdinary) {
   EXPECT_EQ(TakeError(), MessageNumber::kNone);
 }
 
-TEST(AutomatonParser, PostfixOperatorHasAnOperandBehindEveryAtom) {
+TEST(AutomatonParser, PostfixOperatorHasAnOperandAfterEveryAtom) {
   for (const std::string atom : {"a", ".", "[a]", "\\w", "\\s", "\\1", "()", "a{1}"}) {
     const PatternAutomaton automaton =
         Parsed(atom + "*", RE_NO_BK_PARENS | RE_INTERVALS | RE_NO_BK_BRACES);

@@ -171,7 +171,7 @@ TEST(AutomatonRecord, TakesAnotherPatternInPlaceOfTheOneItHeld) {
 
 // Execution.
 
-TEST(AutomatonExecution, ReturnsThePlaceBehindTheFirstMatch) {
+TEST(AutomatonExecution, ReturnsThePlaceAfterTheFirstMatch) {
   EXPECT_EQ(End("abc", "xxabcabc"), 5);
   EXPECT_EQ(End("ab|abc", "xabc"), 3);
   EXPECT_EQ(End("a.c", "abxaxc"), 6);
@@ -190,12 +190,12 @@ TEST(AutomatonExecution, EmptyTextMatchesWhatMatchesNothing) {
   EXPECT_EQ(End("x", ""), -1);
 }
 
-TEST(AutomatonExecution, WritesANewlineBehindTheText) {
+TEST(AutomatonExecution, WritesANewlineAfterTheText) {
   PatternAutomaton automaton = Compiled("abc");
   HeapText text("xyz", 'c');
   EXPECT_EQ(AutomatonExecute(automaton, text.Data(), text.Data() + 3, false, nullptr, nullptr),
             nullptr);
-  EXPECT_EQ(text.Behind(), '\n');
+  EXPECT_EQ(text.After(), '\n');
 }
 
 TEST(AutomatonExecution, LinesAreMatchedByThemselves) {
@@ -306,7 +306,7 @@ TEST(AutomatonExecution, BackrefOutputIsUntouchedWithoutAMatch) {
   EXPECT_TRUE(backref);
 }
 
-TEST(AutomatonExecution, MultilineMatchGoesOnBehindANewline) {
+TEST(AutomatonExecution, MultilineMatchGoesOnAfterANewline) {
   EXPECT_EQ(End("a\\\nb", "a\nb", true), 3);
   EXPECT_EQ(End("a\\Wb", "a\nb", true), 3);
   EXPECT_EQ(End("a\\W^b", "a\nb", true), 3);
@@ -406,8 +406,8 @@ TEST(AutomatonExecution, FaultyPatternsCompileWithoutHarm) {
 constexpr std::string_view kManyStates = "(a|b)*a(a|b){14}c";
 constexpr std::size_t kReach = 15;
 
-/// Whether a match of kManyStates ends behind the byte at `c`.
-bool MatchEndsBehind(const std::string& text, std::size_t c) {
+/// Whether a match of kManyStates ends after the byte at `c`.
+bool MatchEndsAfter(const std::string& text, std::size_t c) {
   if (text[c] != 'c' || c < kReach || text[c - kReach] != 'a') return false;
   for (std::size_t i = c - kReach; i < c; ++i) {
     if (text[i] != 'a' && text[i] != 'b') return false;
@@ -426,7 +426,7 @@ std::string TextWithoutMatch(std::size_t length, unsigned seed) {
     if (die >> 16 == 0) text[i] = '\n';
     if ((die >> 1 & 0xFF) == 0) {
       text[i] = 'c';
-      if (MatchEndsBehind(text, i)) text[i] = 'b';
+      if (MatchEndsAfter(text, i)) text[i] = 'b';
     }
   }
   return text;
@@ -442,7 +442,7 @@ TEST(AutomatonGrowth, MatchesRightlyFarBeyondTheMostTables) {
 
     const std::size_t c = 1000 + random() % (text.size() - 1000);
     text.replace(c - kReach, kReach + 1, "abababababababac");
-    ASSERT_TRUE(MatchEndsBehind(text, c));
+    ASSERT_TRUE(MatchEndsAfter(text, c));
     EXPECT_EQ(EndOfMatch(automaton, text), static_cast<std::ptrdiff_t>(c + 1))
         << "seed " << kSeed << ", round " << round;
     EXPECT_LE(CountTables(automaton), kMaxBuiltTables);
@@ -484,7 +484,7 @@ TEST(AutomatonGrowth, MultilineScanSurvivesTheFlush) {
   std::string text;
   while (text.size() < 60000) {
     text += (random() & 1) != 0 ? 'a' : 'b';
-    // A line that ends in such a way that no match goes on behind it.
+    // A line that ends in such a way that no match goes on after it.
     if (random() % 500 == 0)
       text += text.size() > 12 && text[text.size() - 13] == 'a' ? "\na" : "\n";
   }

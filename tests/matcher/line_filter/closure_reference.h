@@ -87,7 +87,7 @@ class FollowReference {
   std::vector<Entry> stack_;
 };
 
-/// The constraint that each anchor puts on what stands behind it, as the automaton's head draws it.
+/// The constraint that each anchor puts on what stands after it, as the automaton's head draws it.
 inline Constraint ConstraintOf(Token anchor) {
   static const std::map<Token, Constraint> kConstraints = {
       {TokLineStart, Constraint{0xCF}}, {TokLineEnd, Constraint{0xAF}},

@@ -93,7 +93,7 @@ TEST(PatternSyntax, StopsAtAFault) {
   }
 }
 
-TEST(PatternSyntax, TranslatesBytesButNotThoseBehindABackslash) {
+TEST(PatternSyntax, TranslatesBytesButNotThoseAfterABackslash) {
   ByteMap upper{};
   for (int c = 0; c < 256; ++c) {
     const bool lower = c >= 'a' && c <= 'z';

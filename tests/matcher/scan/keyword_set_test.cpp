@@ -36,7 +36,7 @@ struct Found {
   }
 };
 
-/// A text in a heap block of exactly its length: a keyword search reads nothing behind it.
+/// A text in a heap block of exactly its length: a keyword search reads nothing after it.
 class ExactText {
  public:
   explicit ExactText(std::string_view text)
@@ -625,7 +625,7 @@ class RandomSearches {
  public:
   RandomSearches(const Recipe& recipe, unsigned seed) : recipe_(recipe), random_(seed) {}
 
-  /// Builds one set and one text and searches the text again and again, behind every start found.
+  /// Builds one set and one text and searches the text again and again, after every start found.
   /// Returns the number of searches.
   int HoldAgainstTrivialSearch() {
     const ByteMap table = RandomMap();

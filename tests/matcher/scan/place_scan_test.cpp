@@ -183,7 +183,7 @@ TEST(PlaceScan, FindsAPlaceWhereverItIsInATextOfAnyLength) {
   }
 }
 
-TEST(PlaceScan, FindsEveryPlaceWhenTheyAreOneBehindTheOther) {
+TEST(PlaceScan, FindsEveryPlaceWhenTheyAreOneAfterTheOther) {
   for (const Probes& probes : ProbesOfEveryKind()) {
     const Scans scans(probes);
     for (const char* const bytes : {"d", "D", "dD", "\xFC", "A\xE4", "D1\xFC"}) {
@@ -296,7 +296,7 @@ TEST(PlaceScan, TouchesNothingOutsideOfTheText) {
     const Scans scans(probes);
     for (std::size_t length = 0; length <= 700; length += length < 150 ? 1 : 31) {
       const std::string bytes = TextWithPlace(probes, length, length / 2);
-      for (const Guard guard : {Guard::kBehind, Guard::kInFront}) {
+      for (const Guard guard : {Guard::kAfter, Guard::kInFront}) {
         GuardedBytes text(bytes, guard);
         const auto* const begin = reinterpret_cast<const Byte*>(text.Data());
         scans.Expect(TrivialPlaces(probes, bytes), begin, begin + length);
@@ -406,7 +406,7 @@ TEST(PlaceScan, AlternativesTouchNothingOutsideOfTheText) {
   for (std::size_t length = 0; length <= 300; ++length) {
     std::string bytes(length, 'b');
     if (length >= 3) bytes.replace(length - 3, 3, "BCD");
-    for (const Guard guard : {Guard::kBehind, Guard::kInFront}) {
+    for (const Guard guard : {Guard::kAfter, Guard::kInFront}) {
       GuardedBytes text(bytes, guard);
       const auto* const begin = reinterpret_cast<const Byte*>(text.Data());
       scans.Expect(TrivialPlaces(alternatives, bytes), begin, begin + length);
@@ -495,7 +495,7 @@ TEST(ChooseProbes, TakesForAlternativesTheOffsetsThatAreRareForAllOfThem) {
   }
 }
 
-TEST(ChooseProbes, TakesARareByteBehindOneThatNeverComes) {
+TEST(ChooseProbes, TakesARareByteAfterOneThatNeverComes) {
   const Probes probes = ChooseProbes(SetsOf({"e", std::string_view("\0", 1), "n", "q"}));
   ASSERT_GE(probes.size(), 2U);
   EXPECT_EQ(probes[0].offset, 1);

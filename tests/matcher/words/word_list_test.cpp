@@ -69,7 +69,7 @@ TEST(WordList, TooManyWordsAreNoList) {
 }
 
 TEST(WordList, AWordWithAByteThatNothingMatchesIsLeftOut) {
-  // Without regard to case a byte behind a backslash stays as it was typed, and is never met.
+  // Without regard to case a byte after a backslash stays as it was typed, and is never met.
   ByteMap upper = kSameBytes;
   for (unsigned c = 'a'; c <= 'z'; ++c)
     upper[c] = static_cast<unsigned char>(c - 'a' + 'A');

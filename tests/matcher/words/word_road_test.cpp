@@ -93,9 +93,9 @@ TEST(WordRoad, FindsWhatTheTrivialMatcherFinds) {
 }
 
 std::vector<MatchRange> AllMatches(CompiledPattern& pattern, const SearchConditions& conditions,
-                                   const std::string& text, char behind) {
+                                   const std::string& text, char after) {
   std::vector<MatchRange> matches;
-  HeapText heap(text, behind);
+  HeapText heap(text, after);
   int from = 0;
   while (from < heap.Length()) {
     const MatchResult result =
@@ -128,11 +128,11 @@ TEST(WordRoad, FindsWhatTheEngineFinds) {
     engineOnly.engineOnly = true;
     const std::string text =
         TextOfWords(dice, words, dice.OneIn(2) ? "ab \n-" : "abcx\n", dice.Between(1, 80));
-    const char behind = dice.Byte("a \n");
-    ASSERT_EQ(AllMatches(*compiled.pattern, conditions, text, behind),
-              AllMatches(*compiled.pattern, engineOnly, text, behind))
+    const char after = dice.Byte("a \n");
+    ASSERT_EQ(AllMatches(*compiled.pattern, conditions, text, after),
+              AllMatches(*compiled.pattern, engineOnly, text, after))
         << "seed " << seed << " pattern " << Visible(pattern) << " text " << Visible(text)
-        << " behind " << behind << (options.matchWords ? " words" : "")
+        << " after " << after << (options.matchWords ? " words" : "")
         << (options.foldCase ? " folded" : "");
   }
 }

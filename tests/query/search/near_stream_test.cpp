@@ -65,7 +65,7 @@ TEST(NearStream, KeepsWhatHasAPartnerInReachOnEitherSide) {
 }
 
 TEST(NearStream, MeasuresFromTheEndThatLiesFarthest) {
-  // The first left place ends behind the second: it is the nearer one.
+  // The first left place ends after the second: it is the nearer one.
   const Ranges left = {{0, 30}, {5, 6}};
   EXPECT_EQ(Join(kPlain, left, {{33, 34}}, Within(3)).ranges, (Ranges{{0, 30}, {33, 34}}));
 }
@@ -92,7 +92,7 @@ TEST(NearStream, CountsOnlyWordsThatLieWhollyBetween) {
   EXPECT_EQ(words(1).size(), 0U);
 }
 
-TEST(NearStream, WithAnOrderLooksForTheFirstPlaceBehind) {
+TEST(NearStream, WithAnOrderLooksForTheFirstPlaceAfter) {
   const Ranges left = {{0, 10}, {2, 4}};
   EXPECT_EQ(Join(kPlain, left, {{5, 6}}, Within(3, true)).ranges, (Ranges{{2, 4}, {5, 6}}));
   EXPECT_EQ(Join(kPlain, {{10, 12}}, {{5, 6}}, Within(30, true)).ranges, Ranges{});
@@ -118,7 +118,7 @@ TEST(NearStream, ReadsNoFurtherThanItNeeds) {
   const Joined first = Join(kPlain, many, {{3, 4}, {150, 151}}, Within(1), false, 1);
   EXPECT_LE(first.leftAsked, 3U);
   EXPECT_LE(first.rightAsked, 2U);
-  // Behind the reach of the only right place nothing can stay.
+  // After the reach of the only right place nothing can stay.
   EXPECT_LE(Join(kPlain, many, {{3, 4}}, Within(1)).leftAsked, 6U);
 }
 

@@ -78,9 +78,9 @@ std::vector<ByteRange> MakeItems(const Text& text, Dice& dice) {
   const int last = static_cast<int>(text.begins.size()) - 1;
   for (int i = 0; i < count; ++i) {
     const int begin = dice.Between(0, last);
-    const bool isLineBehindLast =
+    const bool isLineAfterLast =
         begin == last && last > 0 && text.isFeed[static_cast<std::size_t>(last - 1)];
-    if (isLineBehindLast) continue;
+    if (isLineAfterLast) continue;
     int end = begin;
     for (int more = dice.Between(0, 5);
          more > 0 && end < last && !text.isFeed[static_cast<std::size_t>(end)]; --more)
@@ -154,11 +154,11 @@ bool IsNear(const Text& text, const AndLink& link, const Range& left, const Rang
   const Range& a = left <= right ? left : right;
   const Range& b = left <= right ? right : left;
   const Range& before = link.ordered ? left : a;
-  const Range& behind = link.ordered ? right : b;
-  if (behind.first <= before.second || !link.distance.has_value()) return true;
+  const Range& after = link.ordered ? right : b;
+  if (after.first <= before.second || !link.distance.has_value()) return true;
   const std::size_t between = link.unit == DistanceUnit::kWords
-                                  ? WordsBetween(text, before.second, behind.first)
-                                  : CharactersBetween(text, before.second, behind.first);
+                                  ? WordsBetween(text, before.second, after.first)
+                                  : CharactersBetween(text, before.second, after.first);
   return between <= static_cast<std::size_t>(*link.distance);
 }
 
