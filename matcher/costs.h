@@ -9,6 +9,7 @@
 #ifndef TROVEX_MATCHER_COSTS_H
 #define TROVEX_MATCHER_COSTS_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace trovex {
@@ -34,6 +35,23 @@ inline constexpr std::int64_t kFilterPositionUnits = 40;
 inline constexpr std::int64_t kFilterFollowUnits = 3;
 /// An item or a place that is looked at where two operands are combined by their distance.
 inline constexpr std::int64_t kMergeUnits = 20;
+/// The automata: to make a state in any case, and for each edge that is looked at on the way, which includes the
+/// share of sorting and storing what is reached.
+inline constexpr std::int64_t kStateUnits = 1'500;
+inline constexpr std::int64_t kEdgeUnits = 10;
+/// Sets of positions: a step over a byte in any case and for each group of edges, to choose how edges are grouped.
+inline constexpr std::int64_t kSimulatedStepCost = 4;
+inline constexpr std::int64_t kSimulatedGroupCost = 3;
+/// Back-references: how much a unit is that they are counted in, what it takes to remember an outcome, in these,
+/// and how many halves of a run are looked at for one.
+inline constexpr std::int64_t kReferenceUnits = 10;
+inline constexpr std::uint64_t kUnitsPerOutcome = 10;
+inline constexpr std::size_t kLookedForAUnit = 8;
+/// Lists of words, in nanoseconds: to look up a window, one of more than four bytes, and to look at one that the
+/// table has.
+inline constexpr double kCostOfWindow = 0.9;
+inline constexpr double kCostOfLongWindow = 1.1;
+inline constexpr double kCostOfHit = 20;
 
 // Compiling, in steps and bytes.
 
@@ -50,8 +68,29 @@ inline constexpr std::int64_t kEngineMovedPerStep = 3;
 /// The line filter: to carry the condition of an anchor on, and to sort a position.
 inline constexpr std::int64_t kFilterStepsPerAnchor = 30;
 inline constexpr std::int64_t kFilterStepsToSortOne = 4;
-/// A node of the tree, in the search for a string that every match holds.
+/// A node of the tree, in the search for a string that every match holds, a set whose bytes are counted there,
+/// and how many bytes are compared or copied in a step, where the line filter's is looked for.
 inline constexpr std::int64_t kRequiredStringStepsPerNode = 100;
+inline constexpr std::int64_t kRarityStepsPerSet = 8;
+inline constexpr std::size_t kMustBytesPerStep = 16;
+/// The first door: any pattern, a byte of it, and a byte of its keyword.
+inline constexpr std::int64_t kStepsPerPattern = 5'000;
+inline constexpr std::int64_t kBytesPerPattern = 10 << 10;
+inline constexpr std::int64_t kStepsPerPatternByte = 60;
+inline constexpr std::int64_t kBytesPerKeywordByte = 200;
+/// The graph of positions: a state of the net it is made from, with its links, an edge of it, which stands in both
+/// directions, and a set of the pattern.
+inline constexpr std::int64_t kGraphStepsPerState = 8;
+inline constexpr std::int64_t kGraphBytesPerState = 80;
+inline constexpr std::size_t kGraphStepsPerEdge = 8;
+inline constexpr std::int64_t kGraphStepsPerSet = 1'000;
+/// The search for back-references: a node of the tree.
+inline constexpr std::int64_t kWalkStepsPerNode = 1'000;
+inline constexpr std::int64_t kWalkBytesPerNode = 500;
+/// A list of words: to write out a word, to sort it, and a node of the tree of words.
+inline constexpr std::size_t kListStepsPerWord = 10;
+inline constexpr std::int64_t kSortStepsPerWord = 100;
+inline constexpr std::int64_t kTrieStepsPerNode = 4;
 
 }  // namespace trovex
 

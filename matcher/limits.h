@@ -65,6 +65,11 @@ inline constexpr std::size_t kMaxListedBytes = 1'000'000;
 /// looked for with automata at hand: many of them that nearly match, at every place, would take too long.
 inline constexpr std::size_t kFewestListedWords = 9;
 inline constexpr std::size_t kLongestWordAlone = 64;
+/// How often something in a word may be repeated, and how many bytes one of its sets may have, to be written out.
+inline constexpr int kMaxListedRounds = 8;
+inline constexpr std::size_t kMaxListedSet = 16;
+/// How many windows a table of words is made for.
+inline constexpr std::size_t kMaxWindows = 1 << 20;
 
 /// The automata that locate matches: how many pairs of bytes of the pattern that may stand side by
 /// side they are made for, how many tables each of them has at most at one time (1 KB each), and how
@@ -72,6 +77,15 @@ inline constexpr std::size_t kLongestWordAlone = 64;
 inline constexpr std::size_t kMaxLocatorEdges = 200'000;
 inline constexpr std::size_t kMaxLocatorTables = 1'024;
 inline constexpr std::size_t kMaxLocatorPositions = std::size_t{1} << 20;
+
+/// The net that the locator's graph is made from: how many states it has for each position that the graph may
+/// have, and how many steps it takes for each edge.
+inline constexpr std::size_t kMaxStatesPerPosition = 8;
+inline constexpr std::size_t kMaxGraphStepsPerEdge = 16;
+
+/// A row of runs: how many, and how often a row in a bracket is written out.
+inline constexpr std::size_t kMaxRuns = 32;
+inline constexpr int kMaxRowCopies = 16;
 
 /// A pattern for the library's own automata, with no engine behind it: how deep its tree may be, over which
 /// recursions go, and how many positions and edges its graph may have when repetitions are written out,
@@ -92,16 +106,14 @@ inline constexpr std::int64_t kCreditPerByte = 32;
 inline constexpr std::int64_t kMaxCredit = 4'000'000;
 /// A text of so many bytes has a first credit of its own; shorter ones share theirs.
 inline constexpr std::int64_t kLongText = 65'536;
-/// What making a state costs in any case, and for each edge that is looked at on the way, which includes
-/// the share of sorting and storing what is reached.
-inline constexpr std::int64_t kStateUnits = 1'500;
-inline constexpr std::int64_t kEdgeUnits = 10;
 
 /// How much a step over a set of positions may cost. Three steps are taken for each byte; measured, they
 /// take less than twice the cost of one, as it is estimated.
 inline constexpr std::int64_t kMaxStepCost = 950;
 /// What such a search may keep of a line: words of 64 positions. 128 MB.
 inline constexpr std::size_t kMaxLineWords = std::size_t{1} << 24;
+/// Of larger graphs it is not even tried how much a step would cost.
+inline constexpr std::size_t kMaxSimulatedEdges = 500'000;
 
 /// The line filter: how many transition tables exist at most at one time, of 1 KB each, and how many
 /// positions the states may hold together when all tables are thrown away; with more, the states go too.
@@ -140,6 +152,30 @@ inline constexpr std::size_t kMaxBoundedCaptures = 200'000;
 /// noted at all positions of the match together (5 bytes each).
 inline constexpr std::size_t kMaxGroupNodes = 200'000;
 inline constexpr std::size_t kMaxGroupEntries = 8'000'000;
+
+/// All ways through a pattern: larger patterns are not written out, the first where groups are asked for, the
+/// second where the pattern has back-references. Their groups then took no part, their searches give up at once.
+inline constexpr int kMaxGroupSteps = 200'000;
+inline constexpr int kMaxReferenceSteps = 100'000;
+/// What telling the groups of a match may take: steps of one to two nanoseconds for each byte, and so many more.
+inline constexpr std::uint64_t kGroupStepsPerByte = 1'000;
+inline constexpr std::uint64_t kGroupStepsPerMatch = 20'000;
+/// Patterns that leave one way open at each place: how many ways and links of their tables they have, and how
+/// many steps are taken to find them. Others are not walked so.
+inline constexpr std::size_t kMaxWays = 1'000;
+inline constexpr std::size_t kMaxWayLinks = 1 << 16;
+inline constexpr std::size_t kMaxWayVisits = 20'000;
+/// Back-references: what the search of a text may take for each byte, and in any case, in units of about 10 ns.
+inline constexpr std::uint64_t kReferenceUnitsPerByte = 200;
+inline constexpr std::uint64_t kReferenceUnitsPerText = 100'000'000;
+/// What such a search remembers: outcomes (about 150 MB), ends of pieces, ranges of groups.
+inline constexpr std::size_t kMaxReferenceOutcomes = 3'000'000;
+inline constexpr std::size_t kMaxReferenceEnds = 12'000'000;
+inline constexpr std::size_t kMaxReferenceCaptures = 6'000'000;
+/// Beyond so many nodes, what a back-reference stands for is "any bytes", where it is looked for without.
+inline constexpr std::size_t kMaxReferencedNodes = 4'000;
+/// Trees of more nodes are left to the engine's road, where the first door searches for back-references.
+inline constexpr std::size_t kMaxWalkedNodes = 1'000;
 
 /// Groups of matches that lie one inside the other: what is kept of a line that is read for them, in numbers
 /// of 4 bytes.

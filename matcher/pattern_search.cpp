@@ -1,5 +1,8 @@
 #include "matcher/pattern_search.h"
 
+#include "matcher/costs.h"
+#include "matcher/tuning.h"
+
 #include <cstring>
 
 namespace trovex {
@@ -23,8 +26,7 @@ void PatternSearch::Begin(TextView text) {
 }
 
 SearchOutcome PatternSearch::First(TextView text, ByteRange& match) {
-  constexpr std::size_t kShort = 256;
-  if (locator_ && text.size() <= kShort) {
+  if (locator_ && text.size() <= kLookedAtText) {
     LocatedRange found;
     const unsigned char* const begin = text.data();
     const auto answer = program_.Locator()->LookAt(begin, begin + text.size(), found);
@@ -108,9 +110,8 @@ void PatternSearch::GoOnAfter(ByteRange match) {
 }
 
 std::int64_t PatternSearch::Work() const {
-  constexpr std::int64_t kUnitOfReferences = 10;
   std::int64_t work = locator_ ? locator_->Work() : 0;
-  if (references_) work += kUnitOfReferences * static_cast<std::int64_t>(references_->Used());
+  if (references_) work += kReferenceUnits * static_cast<std::int64_t>(references_->Used());
   return work;
 }
 

@@ -42,9 +42,9 @@ const std::map<std::string, Rooms>& Arrows() {
 constexpr std::string_view kMatcherRooms[] = {
     "matcher/scan",        "matcher/pattern", "matcher/words",  "matcher/automata",
     "matcher/line_filter", "matcher/groups",  "matcher/engine", "matcher"};
-constexpr std::string_view kLowHeaders[] = {"matcher/limits.h", "matcher/costs.h",
-                                            "matcher/budget.h", "matcher/search_outcome.h",
-                                            "matcher/work_credit.h"};
+constexpr std::string_view kLowHeaders[] = {"matcher/limits.h",         "matcher/costs.h",
+                                            "matcher/tuning.h",         "matcher/budget.h",
+                                            "matcher/search_outcome.h", "matcher/work_credit.h"};
 
 constexpr std::size_t kMostUnits = 11;
 

@@ -1,5 +1,6 @@
 #include "matcher/automata/backward_automaton.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 
 #include <algorithm>

@@ -1,6 +1,8 @@
 #include "matcher/automata/forward_automaton.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <limits>
@@ -282,7 +284,6 @@ inline const PlaceScan* ForwardAutomaton::LeapOf(Number state) const {
 
 /// Gives `state`, which some byte leads back to itself, a leap if only rare bytes lead elsewhere.
 void ForwardAutomaton::ConsiderLeaps(Number state) {
-  constexpr double kRareExit = 2'000;  // in 100,000
   const auto slot = static_cast<std::size_t>(state);
   if (slot < leapsConsidered_.size() && leapsConsidered_[slot]) return;
   if (IsIdle(cache_.At(state))) return;

@@ -1,6 +1,7 @@
 // The bytes with which matches can begin.
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <utility>
@@ -82,8 +83,7 @@ std::vector<Way> Lengthened(const PositionGraph& graph, const std::vector<Way>& 
 std::vector<LeadingBytes> LeadingWays(const PositionGraph& graph, std::size_t mostWays,
                                       std::size_t mostOffsets) {
   const auto isLast = [&](const Way& way) {
-    constexpr std::size_t kWidest = 256;  // more positions abreast tell nothing
-    return way.nodes.size() > kWidest || CanEnd(graph, way);
+    return way.nodes.size() > kMostAbreast || CanEnd(graph, way);
   };
   std::vector<Way> ways = {{{}, {graph.Start()}}};
   for (std::size_t offset = 0; offset < mostOffsets; ++offset) {

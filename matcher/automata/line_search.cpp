@@ -1,6 +1,7 @@
 #include "matcher/automata/line_search.h"
 
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <bit>
@@ -22,7 +23,6 @@ LineSearch::LineSearch(const PositionGraph& graph)
       following_(simulation_.Words()) {}
 
 bool LineSearch::Prepare(const Byte* begin, const Byte* end, ByteKind before, bool refusesEnd) {
-  constexpr std::size_t kLeastBlock = 64;
   const std::size_t words = simulation_.Words();
   begin_ = nullptr;
   length_ = static_cast<std::size_t>(end - begin);

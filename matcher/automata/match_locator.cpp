@@ -1,6 +1,7 @@
 #include "matcher/automata/match_locator.h"
 
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,18 +13,8 @@ namespace {
 
 using Byte = unsigned char;
 
-/// How many of 100,000 places a way to places may leave, in German text, so that it is taken in any
-/// case, and so that it is taken rather than every place.
+/// The rate of all places.
 constexpr double kEveryPlace = 100'000;
-constexpr double kRare = 200;
-constexpr double kWorthwhile = 20'000;
-/// How much rarer than the leading bytes a required string must be to be of use: it takes more to go on
-/// from it.
-constexpr double kRequiredAdvantage = 4;
-constexpr double kAdvantageOverRuns = 8;
-
-/// How many leading bytes are considered.
-constexpr std::size_t kLeadingBytes = 8;
 
 /// At how many of 100,000 places one of the ways to begin a match is to be expected.
 double ExpectedRate(const std::vector<Probes>& ways) {
@@ -36,12 +27,12 @@ double ExpectedRate(const std::vector<Probes>& ways) {
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
 /// saves. A short string needs them.
 std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
-  constexpr std::size_t kShort = 3;
-  constexpr double kCommon = 50'000;
-  const auto isCommon = [](const CharSet& set) { return ExpectedRate(Probes{{0, set}}) > kCommon; };
-  while (string.size() > kShort && isCommon(string.back()))
+  const auto isCommon = [](const CharSet& set) {
+    return ExpectedRate(Probes{{0, set}}) > kCommonSet;
+  };
+  while (string.size() > kShortString && isCommon(string.back()))
     string.pop_back();
-  while (string.size() > kShort && isCommon(string.front()))
+  while (string.size() > kShortString && isCommon(string.front()))
     string.erase(string.begin());
   return string;
 }
@@ -82,11 +73,11 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
       canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
   const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
   const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
-  const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhile;
-  if (requiredRate * (areRuns ? kAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
+  const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhileLead;
+  if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
   }
-  if (leadingRate < (required_ ? kRare : kWorthwhile)) {
+  if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
   }
   if (leading_ && !required_ && areRuns) runs_.emplace(runs);
@@ -328,10 +319,9 @@ bool MatchLocator::FindStart(Search& search, const Byte* from) {
 
 /// Whether it is worth a try to ask for matches at one place after the other; there is then new credit.
 bool MatchLocator::TryPlaces() {
-  constexpr int kTries = 3;
-  if (!program_.leading_ || placesTooCostly_ == kTries) return false;
+  if (!program_.leading_ || placesTooCostly_ == kTriesByPlace) return false;
   if (std::exchange(tryPlaces_, true)) {
-    tryPlaces_ = ++placesTooCostly_ < kTries;
+    tryPlaces_ = ++placesTooCostly_ < kTriesByPlace;
     ChooseCreditPerByte();
     return false;
   }

@@ -37,6 +37,7 @@
 #include "matcher/scan/place_scan.h"
 #include "matcher/scan/run_scan.h"
 #include "matcher/scan/string_scan.h"
+#include "matcher/tuning.h"
 #include "matcher/words/word_scan.h"
 
 #include <array>
@@ -207,7 +208,6 @@ class MatchLocator {
   const Byte* gaveUpAt_ = nullptr;
   /// Matches that were found and not asked for yet; the search goes on from `readyFrom_` in a text that
   /// ends at `readyEnd_`.
-  static constexpr std::size_t kMostReady = 32;
   std::array<Match, kMostReady> ready_;
   std::size_t nextReady_ = 0;
   std::size_t readyCount_ = 0;

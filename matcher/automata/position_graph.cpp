@@ -8,6 +8,9 @@
 
 #include "matcher/automata/position_graph.h"
 
+#include "matcher/costs.h"
+#include "matcher/limits.h"
+
 #include <algorithm>
 #include <unordered_set>
 #include <utility>
@@ -153,13 +156,11 @@ class StateNet {
   }
 
   std::uint32_t NewState() {
-    constexpr std::int64_t kStateBytes = 80;  // with its links and its share of a position
     if (options_.budget != nullptr) {
-      options_.budget->ChargeSteps(8);
-      options_.budget->ChargeBytes(kStateBytes);
+      options_.budget->ChargeSteps(kGraphStepsPerState);
+      options_.budget->ChargeBytes(kGraphBytesPerState);
     }
-    constexpr std::size_t kStatesPerPosition = 8;
-    if (states_.size() > kStatesPerPosition * options_.mostPositions) isTooLarge_ = true;
+    if (states_.size() > kMaxStatesPerPosition * options_.mostPositions) isTooLarge_ = true;
     states_.emplace_back();
     return static_cast<std::uint32_t>(states_.size() - 1);
   }
@@ -270,17 +271,15 @@ bool GraphMaker::AddNode(std::uint32_t state) {
     graph_->next.Add(edge);
   graph_->next.EndList();
   graph_->ends.push_back(ends);
-  constexpr std::size_t kStepsPerEdge = 16;
   return graph_->next.EdgeCount() <= options_.mostEdges &&
-         steps_ <= kStepsPerEdge * options_.mostEdges;
+         steps_ <= kMaxGraphStepsPerEdge * options_.mostEdges;
 }
 
 /// Charges for what the node that is being added took, and for its edges in both directions.
 void GraphMaker::Charge(std::size_t steps) {
   if (options_.budget == nullptr) return;
-  constexpr std::size_t kStepsPerEdge = 8;
   options_.budget->ChargeSteps(
-      static_cast<std::int64_t>(2 * steps + kStepsPerEdge * edges_.size()));
+      static_cast<std::int64_t>(2 * steps + kGraphStepsPerEdge * edges_.size()));
   options_.budget->ChargeBytes(static_cast<std::int64_t>(2 * sizeof(PositionEdge) * edges_.size()));
 }
 

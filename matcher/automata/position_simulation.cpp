@@ -1,5 +1,8 @@
 #include "matcher/automata/position_simulation.h"
 
+#include "matcher/costs.h"
+#include "matcher/tuning.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -76,14 +79,12 @@ std::int64_t Span(const std::vector<std::uint32_t>& nodes) {
 std::int64_t CostOf(const Sides& sides) {
   std::int64_t cost = 0;
   for (const auto& [side, nodes] : sides)
-    cost += 3 + (Span(side.second) + Span(nodes)) / 2;
+    cost += kSimulatedGroupCost + (Span(side.second) + Span(nodes)) / 2;
   return cost;
 }
 
 /// The distances over which so many edges lead that a shift costs less than groups of them.
 std::vector<std::uint32_t> CommonDistances(const PositionGraph& graph) {
-  constexpr std::size_t kMost = 8;
-  constexpr std::uint32_t kGroupCost = 3;
   std::array<std::uint32_t, kBits> counts{};
   for (std::uint32_t node = 0; node < graph.size; ++node) {
     for (const PositionEdge& edge : graph.next[node]) {
@@ -93,11 +94,12 @@ std::vector<std::uint32_t> CommonDistances(const PositionGraph& graph) {
   }
   std::vector<std::uint32_t> distances;
   for (std::uint32_t distance = 0; distance < kBits; ++distance) {
-    if (kGroupCost * counts[distance] > graph.size / kBits + 4) distances.push_back(distance);
+    if (kSimulatedGroupCost * counts[distance] > graph.size / kBits + kSimulatedStepCost)
+      distances.push_back(distance);
   }
   std::stable_sort(distances.begin(), distances.end(),
                    [&](std::uint32_t a, std::uint32_t b) { return counts[a] > counts[b]; });
-  if (distances.size() > kMost) distances.resize(kMost);
+  if (distances.size() > kMostShifts) distances.resize(kMostShifts);
   return distances;
 }
 
@@ -123,7 +125,7 @@ void PositionSimulation::AddEdges() {
       Sides sides = GroupEdges(graph_, distances, byTargets);
       const auto words = static_cast<std::int64_t>(words_);
       const std::int64_t shifts = static_cast<std::int64_t>(distances.size()) * (2 + words);
-      const std::int64_t cost = 4 + words + shifts + CostOf(sides);
+      const std::int64_t cost = kSimulatedStepCost + words + shifts + CostOf(sides);
       if (cost >= stepCost_) continue;
       stepCost_ = cost;
       best = distances;

@@ -41,8 +41,7 @@ class PositionSimulation {
   bool IsTooCostly() const { return stepCost_ > kMaxStepCost; }
   /// Whether it is certain beforehand that it is.
   static bool IsTooLarge(const PositionGraph& graph) {
-    constexpr std::size_t kMostEdges = 500'000;
-    return graph.size / 64 > kMaxStepCost || graph.next.EdgeCount() > kMostEdges;
+    return graph.size / 64 > kMaxStepCost || graph.next.EdgeCount() > kMaxSimulatedEdges;
   }
 
   /// Makes `to` the positions that match `byte` after those of `from`. `pair` is the number of the

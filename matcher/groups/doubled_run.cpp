@@ -1,5 +1,8 @@
 #include "matcher/groups/doubled_run.h"
 
+#include "matcher/costs.h"
+#include "matcher/tuning.h"
+
 #include <algorithm>
 
 namespace trovex {
@@ -39,8 +42,6 @@ std::optional<DoubledRun> DoubledRun::Make(const SyntaxTree& tree, const ByteMap
 std::size_t DoubledRun::Next(TextView text, std::size_t from, std::size_t lastStart,
                              std::size_t& half, std::uint64_t& used, std::uint64_t most,
                              std::vector<std::size_t>& same) const {
-  constexpr std::size_t kLookedForAUnit = 8;
-  constexpr std::size_t kLongRun = 64;
   half = 0;
   std::size_t runEnd = from;
   std::size_t looked = 0;
@@ -52,9 +53,9 @@ std::size_t DoubledRun::Next(TextView text, std::size_t from, std::size_t lastSt
         ++runEnd;
     }
     const std::size_t run = runEnd - place;
-    if (run > kLongRun) looked += run;
-    half = run > kLongRun ? HalfAtLongRun(text.data() + place, run, same)
-                          : HalfAt(text.data() + place, run, looked);
+    if (run > kLongDoubledRun) looked += run;
+    half = run > kLongDoubledRun ? HalfAtLongRun(text.data() + place, run, same)
+                                 : HalfAt(text.data() + place, run, looked);
     if (half > 0 || used + looked / kLookedForAUnit > most) {
       used += looked / kLookedForAUnit;
       return place;

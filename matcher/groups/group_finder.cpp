@@ -1,5 +1,8 @@
 #include "matcher/groups/group_finder.h"
 
+#include "matcher/limits.h"
+#include "matcher/tuning.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -11,15 +14,6 @@
 namespace trovex {
 
 namespace {
-
-/// Larger patterns are not written out: their groups are not found.
-constexpr int kMaxSteps = 200'000;
-/// A step that is looked at takes about a nanosecond or two.
-constexpr std::uint64_t kStepsPerByte = 1000;
-/// For short matches of large patterns.
-constexpr std::uint64_t kStepsPerMatch = 20'000;
-/// How many bytes of a match are one stretch.
-constexpr std::size_t kStretch = std::size_t{1} << 15;
 
 constexpr std::size_t kWordBits = 64;
 
@@ -53,7 +47,9 @@ void MakeLists(std::size_t targets, const std::vector<std::pair<int, int>>& link
 }  // namespace
 
 GroupFinder::GroupFinder(const SyntaxTree& tree, const GroupOptions& options)
-    : graph_(MakeWayGraph(tree, kMaxSteps)), options_(options), single_(SingleWay::Make(graph_)) {
+    : graph_(MakeWayGraph(tree, kMaxGroupSteps)),
+      options_(options),
+      single_(SingleWay::Make(graph_)) {
   if (!single_) LinkSteps();
 }
 
@@ -91,7 +87,7 @@ class GroupPass {
         work_(work),
         stateWords_(WordsFor(graph_.steps.size())),
         choiceWords_(WordsFor(finder.splitCount_)),
-        budget_(length_ * kStepsPerByte + kStepsPerMatch) {}
+        budget_(length_ * kGroupStepsPerByte + kGroupStepsPerMatch) {}
 
   SearchOutcome Run(std::vector<ByteRange>& groups) {
     Prepare();
@@ -105,10 +101,10 @@ class GroupPass {
   }
 
  private:
-  /// Stretch s has the places from s * kStretch up to the next stretch, the last one also the end.
-  std::size_t StretchCount() const { return length_ / kStretch + 1; }
+  /// Stretch s has the places from s * kGroupStretch up to the next stretch, the last one also the end.
+  std::size_t StretchCount() const { return length_ / kGroupStretch + 1; }
   std::size_t StretchEnd(std::size_t stretch) const {
-    return std::min((stretch + 1) * kStretch, length_ + 1);
+    return std::min((stretch + 1) * kGroupStretch, length_ + 1);
   }
 
   void Prepare() {
@@ -117,7 +113,7 @@ class GroupPass {
     work_.aliveAfter_.assign(stateWords_, 0);
     GrowTo(work_.ends_, finder_.endCount_);
     GrowTo(work_.endsAfter_, finder_.endCount_);
-    GrowTo(work_.choices_, choiceWords_ * std::min(kStretch, length_ + 1));
+    GrowTo(work_.choices_, choiceWords_ * std::min(kGroupStretch, length_ + 1));
     GrowTo(work_.keptAlive_, kept * stateWords_);
     GrowTo(work_.keptEnds_, kept * finder_.endCount_);
   }
@@ -130,7 +126,7 @@ class GroupPass {
   /// Reads a stretch from its end to its start and notes the choices at each of its places. The state
   /// after it is at hand, or kept from the first time.
   bool ReadStretch(std::size_t stretch) {
-    const std::size_t begin = stretch * kStretch;
+    const std::size_t begin = stretch * kGroupStretch;
     std::fill_n(work_.choices_.begin(), (StretchEnd(stretch) - begin) * choiceWords_, 0);
     for (std::size_t place = StretchEnd(stretch); place-- > begin;) {
       ReadPlace(place, work_.choices_.data() + (place - begin) * choiceWords_);
@@ -169,7 +165,7 @@ class GroupPass {
     used_ += stateWords_;
     work_.alive_.swap(work_.aliveAfter_);
     work_.ends_.swap(work_.endsAfter_);
-    if (place > 0 && place % kStretch == 0 && !isFollowing_) Keep(place / kStretch);
+    if (place > 0 && place % kGroupStretch == 0 && !isFollowing_) Keep(place / kGroupStretch);
   }
 
   /// The steps that consume the byte at `place` and then go on alive.
@@ -257,8 +253,8 @@ class GroupPass {
     std::size_t stretch = 0;
     int at = graph_.start;
     while (true) {
-      if (place / kStretch != stretch) {
-        stretch = place / kStretch;
+      if (place / kGroupStretch != stretch) {
+        stretch = place / kGroupStretch;
         if (!ReadAgain(stretch)) return false;
       }
       const WayStep& step = graph_.Step(at);
@@ -279,7 +275,7 @@ class GroupPass {
         case WayKind::kSplit: {
           const std::size_t index = static_cast<std::size_t>(&step - graph_.steps.data());
           const std::uint64_t* const choices =
-              work_.choices_.data() + place % kStretch * choiceWords_;
+              work_.choices_.data() + place % kGroupStretch * choiceWords_;
           if (TestBit(choices, finder_.choiceOf_[index])) at = step.other;
           break;
         }

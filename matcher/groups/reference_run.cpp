@@ -5,7 +5,10 @@
 // there, the match itself being the outermost, and a piece's end refers to that
 // of the piece around it, so that ways share what they have in common.
 
+#include "matcher/costs.h"
 #include "matcher/groups/reference_search.h"
+#include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -17,19 +20,6 @@
 namespace trovex {
 
 namespace {
-
-// The budget counts in units of about 10 ns.
-constexpr std::uint64_t kUnitsPerByte = 200;
-constexpr std::uint64_t kUnitsPerText = 100'000'000;
-constexpr std::uint64_t kUnitsPerOutcome = 10;
-/// What may be spent at one place without remembering anything.
-constexpr std::uint64_t kMaxProbeUnits = 500;
-/// How many outcomes are remembered at most: about 150 MB.
-constexpr std::size_t kMaxOutcomes = 3'000'000;
-/// How many ends of pieces are remembered at most.
-constexpr std::size_t kMaxEnds = 12'000'000;
-/// How many ranges of groups are remembered at most.
-constexpr std::size_t kMaxCaptures = 6'000'000;
 
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint32_t kDead = kNone;
@@ -55,7 +45,7 @@ void ReferenceRun::Begin(TextView text) {
   text_ = text;
   hasLine_ = false;
   used_ = 0;
-  budget_ = text.size() * kUnitsPerByte + kUnitsPerText;
+  budget_ = text.size() * kReferenceUnitsPerByte + kReferenceUnitsPerText;
 }
 
 SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRange& match,
@@ -209,7 +199,7 @@ SearchOutcome ReferenceRun::TryAllWays(Place start, Place& end) {
       captures_[changes_.back().slot] = changes_.back().before;
     Place place = branch.place;
     for (int at = branch.step; at != kNoStep;) {
-      if (++units > kMaxProbeUnits) {
+      if (++units > kMostProbeUnits) {
         used_ += units;
         return SearchOutcome::kGaveUp;
       }
@@ -247,8 +237,8 @@ bool ReferenceRun::CanEndAt(Place place) const {
 }
 
 SearchOutcome ReferenceRun::From(Place start, Place& end) {
-  if (outcomes_.size() > kMaxOutcomes / 2 || knownCaptures_.size() > kMaxCaptures / 2 ||
-      ends_.size() > kMaxEnds / 2) {
+  if (outcomes_.size() > kMaxReferenceOutcomes / 2 ||
+      knownCaptures_.size() > kMaxReferenceCaptures / 2 || ends_.size() > kMaxReferenceEnds / 2) {
     Forget();
   }
   const Value value = BestValue(start);
@@ -265,8 +255,8 @@ ReferenceRun::Value ReferenceRun::BestValue(Place start) {
   frames_.clear();
   Value value = Descend(graph_.start, start);
   while (!frames_.empty()) {
-    if (used_ > budget_ || outcomes_.size() > kMaxOutcomes ||
-        knownCaptures_.size() > kMaxCaptures || ends_.size() > kMaxEnds) {
+    if (used_ > budget_ || outcomes_.size() > kMaxReferenceOutcomes ||
+        knownCaptures_.size() > kMaxReferenceCaptures || ends_.size() > kMaxReferenceEnds) {
       return kUnknown;
     }
     if (ReturnTo(frames_.back(), value)) continue;

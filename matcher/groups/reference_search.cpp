@@ -2,6 +2,8 @@
 
 #include "matcher/groups/reference_search.h"
 
+#include "matcher/limits.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -10,15 +12,13 @@ namespace trovex {
 
 namespace {
 
-/// Larger patterns are not written out; their searches give up at once.
-constexpr int kMaxSteps = 100'000;
 /// Of how many groups the ranges fit into a set of bits.
 constexpr int kMaxReferenced = 32;
 
 }  // namespace
 
 ReferenceSearch::ReferenceSearch(const SyntaxTree& tree, const ReferenceOptions& options)
-    : graph_(MakeWayGraph(tree, kMaxSteps)), options_(options) {
+    : graph_(MakeWayGraph(tree, kMaxReferenceSteps)), options_(options) {
   NoteReferencedGroups();
   isTooLarge_ = graph_.isTooLarge || slotCount_ > kMaxReferenced;
   if (isTooLarge_) return;

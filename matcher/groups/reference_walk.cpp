@@ -1,5 +1,8 @@
 #include "matcher/groups/reference_walk.h"
 
+#include "matcher/limits.h"
+#include "matcher/tuning.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -11,10 +14,6 @@
 namespace trovex {
 
 namespace {
-
-constexpr std::size_t kMaxLinks = 1 << 16;
-/// More repeated bytes than these do not make a place rarer that is worth it.
-constexpr std::size_t kMaxRepeats = 4;
 
 /// Whether `group` can match nothing, anchors and back-references taken to
 /// hold.
@@ -63,7 +62,7 @@ std::optional<ReferenceWalk> ReferenceWalk::Make(const WayGraph& graph, const Op
   ReferenceWalk walk;
   walk.options_ = options;
   walk.classCount_ = MakeByteClasses(graph, walk.classOf_);
-  if (graph.steps.size() * walk.classCount_ > kMaxLinks || !walk.Fill(graph, *paths)) return {};
+  if (graph.steps.size() * walk.classCount_ > kMaxWayLinks || !walk.Fill(graph, *paths)) return {};
   walk.NoteRepeats(graph, *paths);
   walk.NoteStarts();
   walk.NoteFirstRun();
@@ -134,7 +133,7 @@ void ReferenceWalk::NoteRepeats(const WayGraph& graph, const std::vector<WayPath
   }
   std::size_t offset = 0;
   std::size_t state = first_;
-  while (repeats_.size() < kMaxRepeats && pathCounts[state] == 1) {
+  while (repeats_.size() < kMostRepeatedBytes && pathCounts[state] == 1) {
     const WayPath& path = *pathFrom[state];
     for (const WayMark& mark : path.marks) {
       const auto group = static_cast<std::size_t>(mark.value);
@@ -150,7 +149,8 @@ void ReferenceWalk::NoteRepeats(const WayGraph& graph, const std::vector<WayPath
     }
     const ByteRange range = ranges[static_cast<std::size_t>(to.value)];
     if (range.end == kNowhere) return;
-    for (std::size_t at = range.begin; at < range.end && repeats_.size() < kMaxRepeats; ++at) {
+    for (std::size_t at = range.begin; at < range.end && repeats_.size() < kMostRepeatedBytes;
+         ++at) {
       reach_ = std::max(reach_, offset + at - range.begin);
       repeats_.push_back({at, offset + at - range.begin});
     }

@@ -1,5 +1,7 @@
 #include "matcher/groups/single_way.h"
 
+#include "matcher/limits.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,12 +13,6 @@
 namespace trovex {
 
 namespace {
-
-/// More ways than these are not worth tables.
-constexpr std::size_t kMaxPaths = 1000;
-constexpr std::size_t kMaxLinks = 1 << 16;
-/// The steps that are taken at most to find them.
-constexpr std::size_t kMaxVisits = 20'000;
 
 class PathFinder {
  public:
@@ -48,7 +44,7 @@ class PathFinder {
       branches.pop_back();
       marks.resize(branch.marks, {WayKind::kOpen, 0});
       for (int at = branch.step; at != kNoStep;) {
-        if (++visits_ > kMaxVisits) return false;
+        if (++visits_ > kMaxWayVisits) return false;
         const WayStep& step = graph_.Step(at);
         switch (step.kind) {
           case WayKind::kBytes:
@@ -57,7 +53,7 @@ class PathFinder {
             [[fallthrough]];
           case WayKind::kMatch:
             paths_.push_back({isStart ? kNoStep : source, at, marks});
-            if (paths_.size() > kMaxPaths) return false;
+            if (paths_.size() > kMaxWays) return false;
             at = kNoStep;
             continue;
           case WayKind::kSplit:
@@ -115,13 +111,13 @@ std::size_t MakeByteClasses(const WayGraph& graph, ByteMap& classOf) {
 }
 
 std::optional<SingleWay> SingleWay::Make(const WayGraph& graph) {
-  if (graph.hasReferences || graph.sets.size() > kMaxPaths) return {};
+  if (graph.hasReferences || graph.sets.size() > kMaxWays) return {};
   const auto paths = PathsOf(graph, false);
   if (!paths.has_value()) return {};
   SingleWay way;
   way.groupCount_ = graph.groupCount;
   way.classCount_ = MakeByteClasses(graph, way.classOf_);
-  if (graph.steps.size() * way.classCount_ > kMaxLinks) return {};
+  if (graph.steps.size() * way.classCount_ > kMaxWayLinks) return {};
   way.marks_.emplace_back();
   for (const WayPath& path : *paths) {
     if (!path.marks.empty()) way.marks_.push_back(path.marks);

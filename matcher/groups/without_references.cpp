@@ -2,6 +2,7 @@
 // least as much.
 
 #include "matcher/groups/reference_search.h"
+#include "matcher/limits.h"
 
 #include <cstddef>
 #include <utility>
@@ -10,9 +11,6 @@
 namespace trovex {
 
 namespace {
-
-/// Beyond this many nodes, what a back-reference stands for is "any bytes".
-constexpr std::size_t kMaxNodes = 4000;
 
 class ReferenceRemover {
  public:
@@ -73,7 +71,7 @@ class ReferenceRemover {
   bool Collect(int root) {
     collected_.assign(1, root);
     for (std::size_t i = 0; i < collected_.size(); ++i) {
-      if (result_.nodes.size() + collected_.size() > kMaxNodes) return false;
+      if (result_.nodes.size() + collected_.size() > kMaxReferencedNodes) return false;
       const int first = result_.Node(collected_[i]).firstChild;
       for (int c = first; c != kNoNode; c = result_.Node(c).nextSibling)
         collected_.push_back(c);

@@ -6,6 +6,7 @@
 #include "matcher/costs.h"
 #include "matcher/limits.h"
 #include "matcher/scan/byte_frequency.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,9 +20,6 @@ namespace {
 
 using SetString = std::vector<CharSet>;
 
-/// Longer strings are cut.
-constexpr std::size_t kLongest = 24;
-
 struct Required {
   bool isWhole = false;  // every match is `prefix`, and nothing else
   SetString prefix;
@@ -30,13 +28,13 @@ struct Required {
 };
 
 SetString Prefix(SetString string) {
-  if (string.size() > kLongest) string.resize(kLongest);
+  if (string.size() > kLongestRequired) string.resize(kLongestRequired);
   return string;
 }
 
 SetString Suffix(SetString string) {
-  if (string.size() > kLongest) {
-    string.erase(string.begin(), string.end() - static_cast<std::ptrdiff_t>(kLongest));
+  if (string.size() > kLongestRequired) {
+    string.erase(string.begin(), string.end() - static_cast<std::ptrdiff_t>(kLongestRequired));
   }
   return string;
 }
@@ -48,10 +46,9 @@ SetString Joined(SetString left, const SetString& right) {
 
 /// How rare a string is, by its rarest sets: the more, the rarer. Charges for each byte looked at.
 double Rarity(const SetString& string, CompileBudget& budget) {
-  constexpr std::size_t kCounted = 4;  // as many as are looked at together
   std::vector<double> rarities;
   for (const CharSet& set : string) {
-    budget.ChargeSteps(8 + static_cast<std::int64_t>(set.count()));
+    budget.ChargeSteps(kRarityStepsPerSet + static_cast<std::int64_t>(set.count()));
     double frequency = 0.5;
     for (std::size_t c = set._Find_first(); c < set.size(); c = set._Find_next(c))
       frequency += kByteFrequency[c];
@@ -59,7 +56,7 @@ double Rarity(const SetString& string, CompileBudget& budget) {
   }
   std::sort(rarities.rbegin(), rarities.rend());
   double rarity = 0;
-  for (std::size_t i = 0; i < std::min(kCounted, rarities.size()); ++i)
+  for (std::size_t i = 0; i < std::min(kCountedSets, rarities.size()); ++i)
     rarity += rarities[i];
   return rarity;
 }
@@ -127,8 +124,8 @@ class RequiredStringFinder {
     if (!left.isWhole || !right.isWhole) {
       both.best = Rarer(std::move(both.best), Joined(left.suffix, right.prefix));
     }
-    both.isWhole =
-        left.isWhole && right.isWhole && left.prefix.size() + right.prefix.size() <= kLongest;
+    both.isWhole = left.isWhole && right.isWhole &&
+                   left.prefix.size() + right.prefix.size() <= kLongestRequired;
     both.prefix = left.isWhole ? Prefix(Joined(left.prefix, right.prefix)) : left.prefix;
     both.suffix = right.isWhole ? Suffix(Joined(left.suffix, right.suffix)) : right.suffix;
     return both;
@@ -163,7 +160,7 @@ class RequiredStringFinder {
     const Required body = Take(node.firstChild);
     if (node.min == 0) return {};
     Required all = body;
-    const int copies = std::min(node.min, static_cast<int>(kLongest));
+    const int copies = std::min(node.min, static_cast<int>(kLongestRequired));
     for (int copy = 1; copy < copies; ++copy)
       all = Concat(std::move(all), body);
     if (node.max == node.min && node.min == copies) return all;

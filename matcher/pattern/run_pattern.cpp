@@ -1,5 +1,8 @@
 #include "matcher/pattern/run_pattern.h"
 
+#include "matcher/limits.h"
+#include "matcher/tuning.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -9,14 +12,6 @@
 namespace trovex {
 
 namespace {
-
-/// A bounded run that may have more bytes is left to the automata, for each start reads as many again. Where
-/// what follows is tried, that is to be multiplied by its length.
-constexpr std::uint32_t kMostBounded = 1'000;
-constexpr std::uint32_t kMostTried = 256;
-constexpr std::uint32_t kMostTailBytes = 8;
-/// How often a row in a bracket is written out.
-constexpr int kMostCopies = 16;
 
 using Runs = std::vector<Run>;
 
@@ -79,7 +74,7 @@ class Reader {
     Runs runs;
     for (int child = node.firstChild; child != kNoNode; child = tree_.Node(child).nextSibling) {
       const std::optional<Runs> more = Read(child);
-      if (!more || runs.size() > kMostRuns) return std::nullopt;
+      if (!more || runs.size() > kMaxRuns) return std::nullopt;
       for (const Run& run : *more)
         Append(runs, run);
     }
@@ -89,9 +84,9 @@ class Reader {
   std::optional<Runs> ReadRepeat(const SyntaxNode& node) const {
     std::optional<Runs> body = Read(node.firstChild);
     if (!body || body->empty() || node.max == 0) return std::nullopt;
-    if (node.min == node.max && node.max <= kMostCopies) {
+    if (node.min == node.max && node.max <= kMaxRowCopies) {
       Runs runs;
-      for (int copy = 0; copy < node.min && runs.size() <= kMostRuns; ++copy) {
+      for (int copy = 0; copy < node.min && runs.size() <= kMaxRuns; ++copy) {
         for (const Run& run : *body)
           Append(runs, run);
       }
@@ -111,7 +106,7 @@ class Reader {
 std::optional<std::uint32_t> FixedLengthAfter(const Runs& runs, std::size_t index) {
   std::uint32_t length = 0;
   for (std::size_t next = index + 1; next < runs.size(); ++next) {
-    if (!runs[next].IsFixed() || runs[next].least > kMostBounded) return std::nullopt;
+    if (!runs[next].IsFixed() || runs[next].least > kMostBoundedRun) return std::nullopt;
     length += runs[next].least;
   }
   return length;
@@ -119,17 +114,18 @@ std::optional<std::uint32_t> FixedLengthAfter(const Runs& runs, std::size_t inde
 
 bool CanBeWalked(const Runs& runs, std::size_t index) {
   const Run& run = runs[index];
-  if (run.most != Run::kEndless && run.most > kMostBounded) return false;
+  if (run.most != Run::kEndless && run.most > kMostBoundedRun) return false;
   if (run.IsFixed() || !MeetsWhatFollows(runs, index)) return true;
   const std::optional<std::uint32_t> tail = FixedLengthAfter(runs, index);
-  return tail && *tail <= kMostTailBytes && (run.most == Run::kEndless || run.most <= kMostTried);
+  return tail && *tail <= kMostTailBytes &&
+         (run.most == Run::kEndless || run.most <= kMostTriedRun);
 }
 
 }  // namespace
 
 std::vector<Run> RunsOf(const SyntaxTree& tree) {
   std::optional<Runs> runs = Reader(tree).Read(tree.Root());
-  if (!runs || runs->size() > kMostRuns) return {};
+  if (!runs || runs->size() > kMaxRuns) return {};
   const bool isNeverEmpty =
       std::any_of(runs->begin(), runs->end(), [](const Run& run) { return run.least > 0; });
   if (!isNeverEmpty) return {};

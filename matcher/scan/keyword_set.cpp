@@ -34,6 +34,7 @@
 #include "matcher/scan/chunk_arena.h"
 #include "matcher/scan/keyword_trie.h"
 #include "matcher/scan/place_scan.h"
+#include "matcher/tuning.h"
 #include "text/char_set.h"
 
 #include <algorithm>
@@ -263,8 +264,7 @@ const Target* LongestAt(const KeywordSet& set, const Byte* start, const Byte* li
 /// Where the places come too close together for this to pay, the search is not settled, and no
 /// keyword starts before `text`, which has moved on.
 bool SearchByPlaces(const KeywordSet& set, const Byte*& text, const Byte* limit, Found& found) {
-  constexpr std::ptrdiff_t kPriceOfAStop = 32;  // in bytes passed
-  std::ptrdiff_t credit = 1024;
+  std::ptrdiff_t credit = kFirstCreditForStops;
   if (limit - text < set.minLength) return true;
   // Where a place is found, the shortest keyword must have room.
   const Byte* const end = limit - (set.minLength - 1 - set.places->Reach());

@@ -11,6 +11,7 @@
 #define TROVEX_MATCHER_SCAN_PLACE_CURSOR_H
 
 #include "matcher/scan/place_scan.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -44,7 +45,7 @@ class PlaceCursor {
                Take take) {
     const std::ptrdiff_t reach = scan.Reach();
     if (end - place <= reach) return;
-    if (batch_.tested == nullptr && end - place < kShort) {
+    if (batch_.tested == nullptr && end - place < kShortStretch) {
       TakeFew(scan, place, end, take);
       return;
     }
@@ -69,12 +70,9 @@ class PlaceCursor {
   }
 
  private:
-  static constexpr std::ptrdiff_t kShort = 256;
-
   /// Tests a stretch from `place` on. False where there is no hit up to `end`.
   bool Test(const PlaceScan& scan, const unsigned char* place, const unsigned char* end) {
-    window_ =
-        place == batch_.tested ? std::min(2 * window_, HitBatch::kMostPlaces) : HitBatch::kChunk;
+    window_ = place == batch_.tested ? std::min(2 * window_, kMostPlacesAtOnce) : HitBatch::kChunk;
     next_ = 0;
     if (scan.FindHits(place, end, window_, batch_)) return true;
     Reset();

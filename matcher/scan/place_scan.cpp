@@ -3,6 +3,7 @@
 #include "matcher/scan/place_scan.h"
 
 #include "matcher/scan/byte_frequency.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <array>
@@ -201,7 +202,6 @@ int Frequency(const CharSet& bytes) {
 
 /// Whether it pays to look for the first probe's byte alone.
 bool IsLedByByte(const ScanTables& tables) {
-  constexpr int kRareFirstByte = 5000;  // in 100,000
   if (tables.form == ScanForm::kAlternatives) return false;
   if (tables.form == ScanForm::kBytes && tables.count == 1) return true;
   const auto& members = tables.members[0];
@@ -227,16 +227,11 @@ class Chooser {
   }
 
   std::vector<Probes> Choose() {
-    // Far less than would pay if bytes came independently of each other; they do not.
-    constexpr double kRareEnough = 0.00001;
-    // What a probe must leave over: after the first two, most places have been refused already, and a
-    // class such as [a-z] takes longer to look for than a byte.
-    constexpr double kHelps = 0.95;
-    constexpr double kHelpsMuch = 0.5;
     while (offsets_ > 0 && Count() < PlaceScan::kMaxProbes) {
       if (Count() >= 2 && Rate() < kRareEnough) break;
       const std::size_t offset = BestOffset();
-      const bool hardlyHelps = RateWith(offset) > (Count() < 2 ? kHelps : kHelpsMuch) * Rate();
+      const bool hardlyHelps =
+          RateWith(offset) > (Count() < 2 ? kProbeHelps : kLaterProbeHelps) * Rate();
       if (Count() > 0 && hardlyHelps) break;
       Take(offset);
     }

@@ -1,5 +1,7 @@
 #include "matcher/scan/run_scan.h"
 
+#include "matcher/tuning.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -23,13 +25,13 @@ RunScan::ReadyRun::ReadyRun(const Run& run)
     members[c] = run.bytes[c];
 }
 
-RunScan::RunScan(const std::vector<Run>& runs) : tried_(kMostRuns) {
+RunScan::RunScan(const std::vector<Run>& runs) : tried_(kMaxRuns) {
   for (std::size_t i = 0; i < runs.size(); ++i) {
     runs_.emplace_back(runs[i]);
     if (tried_ < i) tailLength_ += runs[i].least;
     if (!runs[i].IsFixed() && MeetsWhatFollows(runs, i)) tried_ = i;
   }
-  if (tried_ == kMostRuns || runs[tried_ + 1].bytes.count() != 1) return;
+  if (tried_ == kMaxRuns || runs[tried_ + 1].bytes.count() != 1) return;
   for (tailByte_ = 0; !runs[tried_ + 1].bytes[static_cast<std::size_t>(tailByte_)];)
     ++tailByte_;
 }
@@ -37,9 +39,7 @@ RunScan::RunScan(const std::vector<Run>& runs) : tried_(kMostRuns) {
 /// The end of what the run can take from `place` up to `limit`.
 inline const unsigned char* RunScan::EndOfRun(const ReadyRun& run, const Byte* place,
                                               const Byte* limit) {
-  // Too few bytes for a scan.
-  constexpr std::ptrdiff_t kFew = 4;
-  if (limit - place <= kFew) {
+  if (limit - place <= kFewRunBytes) {
     while (place != limit && run.members[*place])
       ++place;
     return place;
@@ -52,10 +52,9 @@ inline const unsigned char* RunScan::EndOfRun(const ReadyRun& run, const Byte* p
 /// it reads on from there.
 inline const unsigned char* RunScan::EndOfBoundedRun(std::size_t index, const Byte* place,
                                                      const Byte* end, Notes& notes) const {
-  constexpr std::ptrdiff_t kLong = 16;
   const ReadyRun& run = runs_[index];
   const Byte* const limit = end - place > run.most ? place + run.most : end;
-  if (run.most < kLong) return EndOfRun(run, place, limit);
+  if (run.most < kLongRun) return EndOfRun(run, place, limit);
   if (notes.isEmpty_) Prepare(notes);
   Notes::Stretch& known = notes.known_[index];
   if (!known.Holds(place)) {

@@ -21,6 +21,7 @@
 #ifndef TROVEX_MATCHER_SCAN_RUN_SCAN_H
 #define TROVEX_MATCHER_SCAN_RUN_SCAN_H
 
+#include "matcher/limits.h"
 #include "matcher/scan/place_scan.h"
 #include "text/char_set.h"
 
@@ -42,9 +43,6 @@ struct Run {
 
   bool IsFixed() const { return least == most; }
 };
-
-/// A row has no more runs.
-inline constexpr std::size_t kMostRuns = 32;
 
 /// Whether a byte of run `index` can also be the first of what may follow it.
 bool MeetsWhatFollows(const std::vector<Run>& runs, std::size_t index);
@@ -70,16 +68,16 @@ class RunScan {
 
     bool isEmpty_ = true;
     /// By endless run: who comes into it at one of these places fails.
-    std::array<Stretch, kMostRuns> failures_;
+    std::array<Stretch, kMaxRuns> failures_;
     /// By bounded run: from the first place to the last all bytes belong to it, and whether the one at
     /// the last does not.
-    std::array<Stretch, kMostRuns> known_;
-    std::array<bool, kMostRuns> endsThere_;
+    std::array<Stretch, kMaxRuns> known_;
+    std::array<bool, kMaxRuns> endsThere_;
     /// What follows the run that is tried begins at none of these places.
     Stretch withoutTail_;
   };
 
-  /// Takes 1 to `kMostRuns` runs, of which only the last one of no fixed length may meet what follows.
+  /// Takes 1 to `kMaxRuns` runs, of which only the last one of no fixed length may meet what follows.
   explicit RunScan(const std::vector<Run>& runs);
 
   /// Where the longest match ends that starts at `start`, in a text that ends at `end`; null if there is
@@ -108,8 +106,8 @@ class RunScan {
 
   /// Where the walk came into its runs and left them.
   struct Walk {
-    std::array<const Byte*, kMostRuns> entered;
-    std::array<const Byte*, kMostRuns> left;
+    std::array<const Byte*, kMaxRuns> entered;
+    std::array<const Byte*, kMaxRuns> left;
   };
 
   static const Byte* EndOfRun(const ReadyRun& run, const Byte* place, const Byte* limit);
@@ -124,7 +122,7 @@ class RunScan {
   void NoteFailure(std::size_t failed, const Walk& walk, Notes& notes) const;
 
   std::vector<ReadyRun> runs_;
-  std::size_t tried_;              // the run that has to be tried from its end; kMostRuns: none
+  std::size_t tried_;              // the run that has to be tried from its end; kMaxRuns: none
   std::ptrdiff_t tailLength_ = 0;  // of what follows that
   int tailByte_ = -1;              // what it begins with; below 0: with one of several bytes
 };

@@ -24,6 +24,8 @@
 
 #include "matcher/scan/vector_scan.h"
 
+#include "matcher/tuning.h"
+
 #include <bit>
 #include <cstring>
 
@@ -308,7 +310,7 @@ bool FindBatch(const ScanTables& tables, const Byte* begin, const Byte* end, std
   const Byte* const base = chunk;
   const Byte* const stop = last - chunk < window ? last : chunk + window;
   std::uint16_t* hits = batch.offsets.data();
-  const std::uint16_t* const full = hits + (HitBatch::kMostHits - kChunk);
+  const std::uint16_t* const full = hits + (kMostHits - kChunk);
   for (; chunk < stop && hits <= full; chunk += kChunk)
     hits = WriteHits(ChunkBits<D>(test, chunk), chunk - base, hits);
   batch.tested = chunk;

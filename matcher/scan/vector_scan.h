@@ -7,6 +7,8 @@
 #ifndef TROVEX_MATCHER_SCAN_VECTOR_SCAN_H
 #define TROVEX_MATCHER_SCAN_VECTOR_SCAN_H
 
+#include "matcher/tuning.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -80,8 +82,6 @@ using FindPlace = const unsigned char* (*)(const ScanTables& tables, const unsig
 struct HitBatch {
   /// So many places are tested together; a batch is full when another chunk might not have room.
   static constexpr std::ptrdiff_t kChunk = 64;
-  static constexpr std::size_t kMostHits = 256;
-  static constexpr std::ptrdiff_t kMostPlaces = 4096;
 
   const unsigned char* base = nullptr;
   const unsigned char* tested = nullptr;

@@ -3,6 +3,7 @@
 
 #include "matcher/words/word_list.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 
 #include <algorithm>
@@ -13,9 +14,6 @@
 namespace trovex {
 
 namespace {
-
-/// How often something may be repeated at most.
-constexpr int kMostRounds = 8;
 
 /// A word, or the part of one that has been read.
 struct Draft {
@@ -52,7 +50,7 @@ class WordListReader {
   bool IsListed() {
     budget_.ChargeSteps(static_cast<std::int64_t>(tree_.nodes.size()));
     return std::all_of(tree_.nodes.begin(), tree_.nodes.end(), [](const SyntaxNode& node) {
-      if (node.kind == SyntaxKind::kRepeat) return node.max >= 0 && node.max <= kMostRounds;
+      if (node.kind == SyntaxKind::kRepeat) return node.max >= 0 && node.max <= kMaxListedRounds;
       return node.kind != SyntaxKind::kBackReference;
     });
   }
@@ -76,7 +74,7 @@ class WordListReader {
       if (node.kind != SyntaxKind::kByte && node.kind != SyntaxKind::kSet) continue;
       CharSet bytes = BytesOf(node);
       bytes.reset('\n');
-      if (bytes.count() > kLargestSet) return false;
+      if (bytes.count() > kMaxListedSet) return false;
       if (seen.insert(bytes).second) SplitClasses(bytes);
     }
     for (std::size_t number = 0; number < list_.bytesOf.size(); ++number) {
@@ -202,8 +200,7 @@ class WordListReader {
   bool Charge(std::size_t classes, std::size_t drafts) {
     classes_ += classes;
     drafts_ += drafts;
-    constexpr std::size_t kStepsPerDraft = 10;
-    budget_.ChargeSteps(static_cast<std::int64_t>(classes + kStepsPerDraft * drafts));
+    budget_.ChargeSteps(static_cast<std::int64_t>(classes + kListStepsPerWord * drafts));
     return classes_ <= kMaxListedBytes && drafts_ <= kMaxListedWords;
   }
 
@@ -219,8 +216,6 @@ class WordListReader {
     list_.ends.push_back(static_cast<std::uint32_t>(list_.classes.size()));
     return true;
   }
-
-  static constexpr std::size_t kLargestSet = 16;
 
   const SyntaxTree& tree_;
   CompileBudget& budget_;

@@ -2,8 +2,10 @@
 
 #include "matcher/words/word_scan.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 #include "matcher/scan/byte_frequency.h"
+#include "matcher/tuning.h"
 
 #include <cmath>
 #include <limits>
@@ -20,21 +22,6 @@ constexpr std::size_t kLongestWindow = 8;
 constexpr std::size_t kMostStride = 4;
 /// What longer words offer beyond this makes no difference: windows of eight bytes at four offsets.
 constexpr std::size_t kLongLength = kLongestWindow + kMostStride - 1;
-/// The lengths at which a group of words may begin.
-constexpr std::array<std::size_t, 6> kCuts = {2, 3, 4, 5, 6, 8};
-
-/// What the steps of a scan cost, in about a nanosecond: looking up a window, and looking at one that the
-/// table has. For a choice, they need not be exact.
-constexpr double kCostOfWindow = 0.9;
-constexpr double kCostOfLongWindow = 1.1;
-constexpr double kCostOfHit = 20;
-/// How much more often than by chance a byte comes after the one before it that it has in a word: measured on
-/// German words in German text.
-constexpr double kCorrelation = 1.9;
-
-/// How many windows a table is made for at most, and how many values one place of a word may have there.
-constexpr std::size_t kMostWindows = 1 << 20;
-constexpr std::size_t kMostVariants = 64;
 
 /// So many bytes after a start are looked at.
 constexpr std::size_t kRoom = kLongestWindow + 1;
@@ -82,8 +69,7 @@ class WordScanMaker {
   using Lengths = std::pair<std::size_t, std::size_t>;
 
   void SortWords() {
-    constexpr std::int64_t kStepsPerWord = 100;
-    budget_.ChargeSteps(kStepsPerWord * static_cast<std::int64_t>(list_.Count()));
+    budget_.ChargeSteps(kSortStepsPerWord * static_cast<std::int64_t>(list_.Count()));
     budget_.ChargeBytes(static_cast<std::int64_t>(sizeof(std::string_view) * list_.Count()));
     for (std::size_t i = 0; i < list_.Count(); ++i)
       words_.push_back(list_.Word(i));
@@ -170,14 +156,14 @@ class WordScanMaker {
   std::vector<Lengths> ChooseGroups() const {
     std::vector<Lengths> best;
     double bestCost = std::numeric_limits<double>::infinity();
-    for (unsigned cuts = 0; cuts < 1U << kCuts.size(); ++cuts) {
+    for (unsigned cuts = 0; cuts < 1U << kWordCuts.size(); ++cuts) {
       std::vector<Lengths> groups;
       double cost = 0;
       std::size_t to = kLongLength + 1;
-      for (std::size_t i = kCuts.size() + 1; i-- > 0;) {
+      for (std::size_t i = kWordCuts.size() + 1; i-- > 0;) {
         const bool isCut = i == 0 || (cuts >> (i - 1) & 1) != 0;
         if (!isCut) continue;
-        const std::size_t from = i == 0 ? 1 : kCuts[i - 1];
+        const std::size_t from = i == 0 ? 1 : kWordCuts[i - 1];
         const bool hasWords = std::any_of(counts_.begin() + static_cast<std::ptrdiff_t>(from),
                                           counts_.begin() + static_cast<std::ptrdiff_t>(to),
                                           [](std::size_t count) { return count > 0; });
@@ -222,7 +208,7 @@ class WordScanMaker {
       if (variants > kMostVariants) return false;
     }
     made_ += variants;
-    if (made_ > kMostWindows) return false;
+    if (made_ > kMaxWindows) return false;
     budget_.ChargeSteps(static_cast<std::int64_t>(4 * variants));
     for (std::size_t variant = 0; variant < variants; ++variant) {
       std::array<char, kLongestWindow> bytes{};
@@ -357,7 +343,7 @@ void WordPlaces::Scan(const Byte* from, const Byte* textEnd) {
   begin_ = from;
   textEnd_ = textEnd;
   size_ = nextSize_;
-  nextSize_ = std::min(2 * nextSize_, kLargestSize);
+  nextSize_ = std::min(2 * nextSize_, kLargestWordStretch);
   std::fill_n(marks_.begin(), size_ / 64, 0);
   for (const WordScan::Group& group : scan_.groups_) {
     const std::size_t stride = group.windows.stride;

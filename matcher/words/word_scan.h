@@ -21,6 +21,7 @@
 #define TROVEX_MATCHER_WORDS_WORD_SCAN_H
 
 #include "matcher/pattern/neighbours.h"
+#include "matcher/tuning.h"
 #include "matcher/words/window_scan.h"
 #include "matcher/words/word_list.h"
 #include "matcher/words/word_trie.h"
@@ -143,7 +144,7 @@ class WordPlaces {
   void Forget() {
     begin_ = nullptr;
     size_ = 0;
-    nextSize_ = kFirstSize;
+    nextSize_ = kFirstWordStretch;
   }
 
   /// The first place from `from` on, in a text that ends at `textEnd`, at which a word may stand; null where
@@ -164,10 +165,6 @@ class WordPlaces {
   }
 
  private:
-  // Both are multiples of 64, and of every stride.
-  static constexpr std::size_t kFirstSize = 192;
-  static constexpr std::size_t kLargestSize = 6144;
-
   bool Covers(const Byte* from, const Byte* textEnd) const {
     return begin_ != nullptr && textEnd == textEnd_ && from >= begin_ &&
            static_cast<std::size_t>(from - begin_) < size_;
@@ -181,10 +178,10 @@ class WordPlaces {
   const Byte* begin_ = nullptr;
   std::size_t size_ = 0;
   const Byte* textEnd_ = nullptr;
-  std::size_t nextSize_ = kFirstSize;
+  std::size_t nextSize_ = kFirstWordStretch;
   /// A bit for each of these bytes at which a word may start.
-  std::array<std::uint64_t, kLargestSize / 64> marks_{};
-  std::array<std::uint32_t, kLargestSize + kWindowsAtOnce> hits_;
+  std::array<std::uint64_t, kLargestWordStretch / 64> marks_{};
+  std::array<std::uint32_t, kLargestWordStretch + kWindowsAtOnce> hits_;
 };
 
 }  // namespace trovex

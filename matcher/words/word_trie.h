@@ -6,6 +6,7 @@
 #ifndef TROVEX_MATCHER_WORDS_WORD_TRIE_H
 #define TROVEX_MATCHER_WORDS_WORD_TRIE_H
 
+#include "matcher/costs.h"
 #include "text/byte_map.h"
 
 #include <cstddef>
@@ -44,7 +45,7 @@ class WordTrie {
       std::uint32_t same = 0;
       while (same < node->length && classOf_[at[same]] == label[same])
         ++same;
-      work += same + kNodeWork;
+      work += same + kTrieStepsPerNode;
       if (same < node->length) break;
       at += same;
       if (node->isWord && canEnd(at)) longest = static_cast<std::size_t>(at - place);
@@ -58,8 +59,6 @@ class WordTrie {
   std::size_t Bytes() const { return nodes_.size() * sizeof(Node) + labels_.size(); }
 
  private:
-  static constexpr std::int64_t kNodeWork = 4;
-
   /// A piece of words up to where they part, or one of them ends.
   struct Node {
     std::uint32_t label = 0;  // where it begins in `labels_`

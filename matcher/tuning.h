@@ -1,0 +1,115 @@
+// Numbers that choose between ways to the same answer, in one place. None of them changes what is found.
+//
+// What may be typed and what work may take stands in limits.h, what a piece of work costs in costs.h.
+
+#ifndef TROVEX_MATCHER_TUNING_H
+#define TROVEX_MATCHER_TUNING_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace trovex {
+
+// How often bytes come is told in places of 100,000 of German text (scan/byte_frequency.h).
+
+// Short texts.
+
+/// Texts up to this size are looked at with a scan before a search is set up.
+inline constexpr std::size_t kLookedAtText = 256;
+/// In stretches up to this size places are found one by one, and nothing is kept beside them.
+inline constexpr std::ptrdiff_t kShortStretch = 256;
+
+// Scans for places.
+
+/// So many hits are kept at most, and so many places tested together at most.
+inline constexpr std::size_t kMostHits = 256;
+inline constexpr std::ptrdiff_t kMostPlacesAtOnce = 4096;
+/// Without vector instructions: a byte that is rarer than this is looked for alone.
+inline constexpr int kRareFirstByte = 5'000;
+/// Probes are added until a place is left over as rarely as this, as long as each leaves over no more than
+/// such a part of what those before it do; after the second, no more than such a part.
+inline constexpr double kRareEnough = 0.00001;
+inline constexpr double kProbeHelps = 0.95;
+inline constexpr double kLaterProbeHelps = 0.5;
+/// A set of keywords is looked for place by place for as long as there are no more places than one in so many
+/// bytes; so many bytes are granted beforehand.
+inline constexpr std::ptrdiff_t kPriceOfAStop = 32;
+inline constexpr std::ptrdiff_t kFirstCreditForStops = 1'024;
+/// A line end is looked for so far before the rest of the text is taken for the line.
+inline constexpr std::ptrdiff_t kNearLineEnd = 4'096;
+
+// Rows of runs.
+
+/// Up to so many bytes of a run are looked at one by one.
+inline constexpr std::ptrdiff_t kFewRunBytes = 4;
+/// Runs that may take so many bytes are noted, for starts that come into them.
+inline constexpr std::ptrdiff_t kLongRun = 16;
+/// Longer bounded runs are left to the automata, for each start reads as many bytes again; where what follows
+/// is tried in them, so are those that are longer than the second or that more fixed bytes follow than the third.
+inline constexpr std::uint32_t kMostBoundedRun = 1'000;
+inline constexpr std::uint32_t kMostTriedRun = 256;
+inline constexpr std::uint32_t kMostTailBytes = 8;
+
+// The locator.
+
+/// At how many of 100,000 places the leading bytes, or a required string, may stand, so that they are looked
+/// for in any case, and so that they are rather than trying every place.
+inline constexpr double kRareLead = 200;
+inline constexpr double kWorthwhileLead = 20'000;
+/// How much rarer than the leading bytes a required string must be to be of use, and where a row of runs is read
+/// from these: it takes more to go on from it.
+inline constexpr double kRequiredAdvantage = 4;
+inline constexpr double kRequiredAdvantageOverRuns = 8;
+/// How many leading bytes are considered, and from how many positions abreast they tell nothing.
+inline constexpr std::size_t kLeadingBytes = 8;
+inline constexpr std::size_t kMostAbreast = 256;
+/// A string of so many bytes is cut at its ends where sets stand that more bytes than this belong to.
+inline constexpr std::size_t kShortString = 3;
+inline constexpr double kCommonSet = 50'000;
+/// Required strings are cut to this; so many of their rarest sets are counted, which is how many are probed.
+inline constexpr std::size_t kLongestRequired = 24;
+inline constexpr std::size_t kCountedSets = 4;
+/// How many matches are found together.
+inline constexpr std::size_t kMostReady = 32;
+/// A state is leapt out of with a scan where bytes that lead elsewhere are no more frequent than this.
+inline constexpr double kRareExit = 2'000;
+/// How often a text is tried place by place once more after the credit for it was spent.
+inline constexpr int kTriesByPlace = 3;
+/// What is noted of a line that is searched over sets of positions is worked out again for so many places at
+/// least at a time.
+inline constexpr std::size_t kLeastBlock = 64;
+/// How many distances become shifts of a whole set of positions.
+inline constexpr std::size_t kMostShifts = 8;
+
+// Lists of words.
+
+/// The lengths at which a group of words may begin.
+inline constexpr std::array<std::size_t, 6> kWordCuts = {2, 3, 4, 5, 6, 8};
+/// How much more often than by chance a byte comes after the one before it that it has in a word.
+inline constexpr double kCorrelation = 1.9;
+/// How many values one place of a word may have in a table of windows.
+inline constexpr std::size_t kMostVariants = 64;
+/// A stretch is scanned for places of words at a time, first of the one size, then doubled up to the other. Both
+/// are multiples of 64 and of every stride.
+inline constexpr std::size_t kFirstWordStretch = 192;
+inline constexpr std::size_t kLargestWordStretch = 6'144;
+
+// Groups and back-references.
+
+/// What a line is read at once for is kept at one place in so many, and worked out again in between.
+inline constexpr int kLineStretch = 256;
+/// The choices of ways are noted for so many bytes of a match at a time.
+inline constexpr std::size_t kGroupStretch = std::size_t{1} << 15;
+/// Runs that are longer are compared by suffixes, not half by half.
+inline constexpr std::size_t kLongDoubledRun = 64;
+/// What may be spent at one place before outcomes are remembered, in units of back-references.
+inline constexpr std::uint64_t kMostProbeUnits = 500;
+/// More repeated bytes than these do not make a place rarer that is worth it.
+inline constexpr std::size_t kMostRepeatedBytes = 4;
+/// How much the bounded matcher does before it spends it.
+inline constexpr std::int64_t kSpentAtOnce = 10'000;
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_TUNING_H
