@@ -34,7 +34,7 @@ bool CPatternEnvironment::IsKnownToLack(const char* text, int length) {
   const MatcherState& matcher = Matcher();
   const SearchConditions conditions = {matcher.options.matchWords, matcher.options.matchLines,
                                        matcher.engineOnly};
-  if (!LacksMatch(*compiled_, conditions, text, length)) return false;
+  if (!LacksMatch(*compiled_->pattern, conditions, text, length)) return false;
   restored_ = matcher.installed;
   return true;
 }

@@ -53,11 +53,11 @@ class CPatternEnvironment : public CEnvironment {
   void Restore() override;
 
  private:
-  std::shared_ptr<CompiledPattern> compiled_;
+  std::shared_ptr<PatternWork> compiled_;
   // What was installed before the latest activation: kept alive until it is put back, and from then on
   // no longer, so that freeing the matcher frees it. Restoring again puts it back if it still lives.
-  std::shared_ptr<CompiledPattern> saved_;
-  std::weak_ptr<CompiledPattern> restored_;
+  std::shared_ptr<PatternWork> saved_;
+  std::weak_ptr<PatternWork> restored_;
 };
 
 class CSoundexEnvironment : public CEnvironment {

@@ -60,7 +60,7 @@ const char* Compile(const char* pattern, int foldCase, int matchWords) {
     trovex::CompileBudget& budget =
         matcher.expressionBudget != nullptr ? *matcher.expressionBudget : alone;
     trovex::CompileResult result = trovex::CompileMatcher(pattern, matcher.options, budget);
-    matcher.installed = std::move(result.pattern);
+    matcher.installed = std::make_shared<trovex::PatternWork>(std::move(result.pattern));
     if (result.fault != MessageNumber::kNone) trovex::SetCompileError(result.fault);
     return trovex::MessageTextOrNull(matcher.pendingError);
   } catch (const std::bad_alloc&) {
@@ -83,7 +83,7 @@ int Search(const char* text, int length, int* start, int* end, int subexpression
 
 int GetSubExpressionCount(void) {
   const MatcherState& matcher = Matcher();
-  return matcher.installed ? static_cast<int>(matcher.installed->regex.GroupCount()) : 0;
+  return matcher.installed ? static_cast<int>(matcher.installed->pattern->regex.GroupCount()) : 0;
 }
 
 void FreeBuffersInTrovexDll(void) {

@@ -14,8 +14,9 @@ namespace trovex {
 
 /// All state of the pattern matcher that outlives a call.
 struct MatcherState {
-  /// The installed pattern; null when there is none.
-  std::shared_ptr<CompiledPattern> installed;
+  /// The installed pattern, with the work space of the one thread that the module serves; null when there is
+  /// none.
+  std::shared_ptr<PatternWork> installed;
 
   /// What the latest compile was asked for. An environment does not keep it: a search judges words and
   /// lines as the latest compile left them, whichever pattern is installed. No host can ask for whole

@@ -85,7 +85,7 @@ void Whole(benchmark::State& state, const Case& c, bool engineOnly) {
 
 void KeywordSetAlone(benchmark::State& state, const Case& c) {
   Compile(c.pattern, c.foldCase, 0);
-  const trovex::KeywordSet* keywords = trovex::Matcher().installed->keywords.get();
+  const trovex::KeywordSet* keywords = trovex::Matcher().installed->pattern->keywords.get();
   if (keywords == nullptr) {
     state.SkipWithError("no keyword");
     return;
@@ -106,7 +106,9 @@ void KeywordSetAlone(benchmark::State& state, const Case& c) {
 
 void AutomatonAlone(benchmark::State& state, const Case& c) {
   Compile(c.pattern, c.foldCase, 0);
-  trovex::PatternAutomaton& automaton = *trovex::Matcher().installed->automaton;
+  const trovex::PatternAutomatonPtr copy =
+      trovex::CopyAutomaton(trovex::Matcher().installed->pattern->lineFilter);
+  trovex::PatternAutomaton& automaton = *copy;
   long found = 0;
   for (auto _ : state) {
     found = 0;

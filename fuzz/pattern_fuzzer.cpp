@@ -136,7 +136,7 @@ bool MayBeReadDifferently(std::string_view pattern, std::string_view text, Flags
   // The engine forgets anchors in the copies that it makes of a repeated group: it finds "+a" by
   // "(\B.){2}", but not by "\B.\B.".
   if (HasAnchor(pattern) && NestedCopies(pattern) > 1) return true;
-  return !testing::ClosuresAreComplete(*Matcher().installed->automaton);
+  return !testing::ClosuresAreComplete(Matcher().installed->pattern->lineFilter);
 }
 
 }  // namespace

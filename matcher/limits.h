@@ -130,7 +130,7 @@ inline constexpr std::int64_t kWorkPerByte = 2'000;
 /// others need it not: of 3,690 searches made to be slow (bench/hostile/, 1,500 random patterns on 40, 200
 /// and 1,000 bytes), all that end within 1,000,000,000 units end within 300,000,000, and all but three within
 /// 100,000,000.
-inline constexpr std::int64_t kWorkForReferences = 700'000'000;
+inline constexpr std::int64_t kWorkForReferences = 900'000'000;
 
 /// Matches that lie one inside the other, with a group asked for: so many bytes of a line may be read again,
 /// and so many times what remains of it, before it is read as a whole.

@@ -3,6 +3,7 @@
 #include "matcher/matcher.h"
 
 #include "matcher/automata/position_graph.h"
+#include "matcher/costs.h"
 #include "matcher/engine/pattern_limits.h"
 #include "matcher/limits.h"
 #include "matcher/line_filter/automaton_compiler.h"
@@ -46,10 +47,10 @@ ByteMap LowerCaseMap() {
   return map;
 }
 
-/// The pattern as the automaton gets it, with the word or line condition around it. The engine gets
+/// The pattern as the line filter gets it, with the word or line condition around it. The engine gets
 /// it bare, so that the groups keep their numbers. Where both conditions are asked for, the prefix
 /// is that of words and the suffix that of lines.
-std::string AutomatonPattern(std::string_view pattern, const PatternOptions& options) {
+std::string LineFilterPattern(std::string_view pattern, const PatternOptions& options) {
   if (!options.matchWords && !options.matchLines) return std::string(pattern);
   std::string wrapped = options.matchWords ? "(^|[^0-9A-Za-z_])(" : "^(";
   wrapped += pattern;
@@ -63,14 +64,13 @@ bool IsExact(const MustEntry& entry) {
   return entry.exact && entry.text.find('\n') == std::string::npos;
 }
 
-/// Makes the keyword set of the automaton's required strings. A fault of it takes the place of any
+/// Makes the keyword set of the line filter's required strings. A fault of it takes the place of any
 /// earlier one.
 void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumber& fault,
                            CompileBudget& budget) {
-  const std::vector<MustEntry>& entries = compiled.automaton->mustList;
+  const std::vector<MustEntry>& entries = compiled.lineFilter.mustList;
   if (entries.empty()) return;
-  constexpr std::size_t kBytesPerKeywordByte = 200;
-  budget.ChargeBytes(static_cast<std::int64_t>(entries[0].text.size() * kBytesPerKeywordByte));
+  budget.ChargeBytes(static_cast<std::int64_t>(entries[0].text.size()) * kBytesPerKeywordByte);
   const ByteMap lowerCase = foldCase ? LowerCaseMap() : ByteMap{};
   compiled.keywords = KeywordSetCreate(foldCase ? &lowerCase : nullptr);
   if (compiled.keywords == nullptr) {
@@ -86,17 +86,17 @@ void BuildKeywordPrefilter(CompiledPattern& compiled, bool foldCase, MessageNumb
   KeywordSetPrepare(*compiled.keywords);
 }
 
-/// How the automaton reads the pattern that `stream` is the engine's reading of.
+/// How the line filter reads the pattern that `stream` is the engine's reading of.
 Reading ReadingOf(const TokenStream& stream, std::string_view pattern,
                   const PatternOptions& options, const CompiledPattern& compiled) {
-  if (compiled.automaton->isOpen)
+  if (compiled.lineFilter.isOpen)
     return Reading::kAlike;  // every line passes, wherever a match lies
-  if (!compiled.automaton->anchorsAreComplete) return Reading::kDifferent;
+  if (!compiled.lineFilter.anchorsAreComplete) return Reading::kDifferent;
   PatternAutomaton bare;  // without the word condition around it
-  bare.syntax = compiled.automaton->syntax;
+  bare.syntax = compiled.lineFilter.syntax;
   const bool isWrapped = options.matchWords || options.matchLines;
   if (isWrapped) AutomatonParse(pattern.data(), pattern.size(), bare);
-  const PatternAutomaton& automaton = isWrapped ? bare : *compiled.automaton;
+  const PatternAutomaton& automaton = isWrapped ? bare : compiled.lineFilter;
   if (stream.tokens != automaton.tokens || stream.sets != automaton.sets) {
     return Reading::kDifferent;
   }
@@ -124,8 +124,8 @@ std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, cons
     graph = MakePositionGraph(tree, options);
   } catch (const BudgetExhausted&) {
   }
-  constexpr std::int64_t kStepsPerSet = 1'000;
-  budget.ChargeSteps(part.StepsUsed() + kStepsPerSet * static_cast<std::int64_t>(tree.sets.size()));
+  budget.ChargeSteps(part.StepsUsed() +
+                     kGraphStepsPerSet * static_cast<std::int64_t>(tree.sets.size()));
   if (graph != nullptr) budget.ChargeBytes(part.BytesHeld());
   return graph;
 }
@@ -146,7 +146,7 @@ std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, bool word
 /// Makes the locator, where automata can answer for the engine.
 void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const SyntaxTree& tree,
                   const PatternOptions& options, CompileBudget& budget) {
-  if (options.matchLines) return;  // the automaton alone knows that condition
+  if (options.matchLines) return;  // the line filter alone knows that condition
   const std::optional<TokenStream> stream = WriteTokenStream(tree);
   if (!stream) return;
   // Shortened lines, in which words are looked for again, end where no anchor but "$" is told so.
@@ -159,36 +159,31 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
     if (graph == nullptr) return;
   }
   compiled.standsAlone = !stream->hasAnchors;
-  compiled.automatonReading = ReadingOf(*stream, pattern, options, compiled);
-  compiled.locatorProgram =
+  compiled.lineFilterReading = ReadingOf(*stream, pattern, options, compiled);
+  compiled.locator =
       list ? std::make_unique<LocatorProgram>(std::move(*list), words, WordBytes(words, tree),
                                               std::move(graph))
            : std::make_unique<LocatorProgram>(std::move(graph), words,
                                               FindRequiredString(tree, budget), RunsOf(tree));
-  compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
 }
 
 /// Makes the search for a pattern with back-references, where it can answer for the engine.
 void BuildReferences(CompiledPattern& compiled, const SyntaxTree& tree,
                      const PatternOptions& options, CompileBudget& budget) {
-  constexpr std::size_t kMostNodes = 1'000;
-  constexpr std::int64_t kStepsPerNode = 1'000;
-  constexpr std::int64_t kBytesPerNode = 500;
   const bool hasReferences =
       std::any_of(tree.nodes.begin(), tree.nodes.end(),
                   [](const SyntaxNode& node) { return node.kind == SyntaxKind::kBackReference; });
   // Which shorter match is a whole word, or a whole line, only the engine knows.
   if (!hasReferences || options.matchLines || options.matchWords) return;
-  if (tree.nodes.size() > kMostNodes) return;
+  if (tree.nodes.size() > kMaxWalkedNodes) return;
   const auto nodes = static_cast<std::int64_t>(tree.nodes.size());
-  budget.ChargeSteps(kStepsPerNode * nodes);
-  budget.ChargeBytes(kBytesPerNode * nodes);
+  budget.ChargeSteps(kWalkStepsPerNode * nodes);
+  budget.ChargeBytes(kWalkBytesPerNode * nodes);
   const ReferenceOptions references = {.wordBytes = WordBytes(false, tree),
                                        .comparedAs = tree.translate};
   auto search = std::make_unique<const ReferenceSearch>(tree, references);
   if (!search->IsFast()) return;
   compiled.references = std::move(search);
-  compiled.referenceRun = std::make_unique<ReferenceRun>(*compiled.references);
 }
 
 /// Makes the locator alone of a list of words that the engine would take long for, or could not be given. It
@@ -203,16 +198,15 @@ bool BuildListAlone(CompiledPattern& compiled, const SyntaxTree& tree,
   if (size <= kMaxEngineListSize || size > kMaxListSize) return false;
   std::optional<WordScan> list = MakeWordScan(tree, options.matchWords, budget);
   if (!list || list->Longest() > kLongestWordAlone) return false;
-  compiled.automatonReading = Reading::kAlike;
+  compiled.lineFilterReading = Reading::kAlike;
   compiled.standsAlone = true;
-  compiled.locatorProgram = std::make_unique<LocatorProgram>(
-      std::move(*list), options.matchWords, WordBytes(options.matchWords, tree), nullptr);
-  compiled.locator = std::make_unique<MatchLocator>(*compiled.locatorProgram);
+  compiled.locator = std::make_unique<LocatorProgram>(std::move(*list), options.matchWords,
+                                                      WordBytes(options.matchWords, tree), nullptr);
   compiled.searchable = true;
   return true;
 }
 
-/// Makes the automaton that throws out lines, for the pattern `wrapped` in its conditions. Where that
+/// Makes the line filter, for the pattern `wrapped` in its conditions. Where that
 /// would be too much, every line goes to the engine.
 void BuildLineFilter(PatternAutomaton& automaton, const std::string& wrapped,
                      CompileBudget& budget) {
@@ -230,11 +224,8 @@ void BuildLineFilter(PatternAutomaton& automaton, const std::string& wrapped,
 /// Compiles `pattern` into `compiled`, which is empty, and returns the fault. Throws BudgetExhausted.
 MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
                             const PatternOptions& options, CompiledPattern& compiled) {
-  // What any pattern takes.
-  constexpr std::int64_t kStepsPerPattern = 5'000;
-  constexpr std::int64_t kBytesPerPattern = 10 << 10;
-  constexpr std::int64_t kStepsPerByte = 60;
-  budget.ChargeSteps(kStepsPerPattern + kStepsPerByte * static_cast<std::int64_t>(pattern.size()));
+  budget.ChargeSteps(kStepsPerPattern +
+                     kStepsPerPatternByte * static_cast<std::int64_t>(pattern.size()));
   budget.ChargeBytes(kBytesPerPattern + static_cast<std::int64_t>(pattern.size()));
 
   // The table follows the host's locale; the engine itself must not.
@@ -247,11 +238,11 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   MessageNumber fault = compiled.regex.Compile(pattern, tree, budget);
   if (fault != MessageNumber::kNone) return fault;
 
-  AutomatonSetSyntax(*compiled.automaton, kPatternSyntax, options.foldCase);
+  AutomatonSetSyntax(compiled.lineFilter, kPatternSyntax, options.foldCase);
   // A match that is no whole word is looked for again in a shortened line.
-  compiled.automaton->syntax.endIsOpen = options.matchWords;
-  BuildLineFilter(*compiled.automaton, AutomatonPattern(pattern, options), budget);
-  fault = compiled.automaton->fault;
+  compiled.lineFilter.syntax.endIsOpen = options.matchWords;
+  BuildLineFilter(compiled.lineFilter, LineFilterPattern(pattern, options), budget);
+  fault = compiled.lineFilter.fault;
   BuildKeywordPrefilter(compiled, options.foldCase, fault, budget);
   compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
   if (compiled.searchable) {
@@ -263,12 +254,19 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
 
 }  // namespace
 
+PatternWork::PatternWork(std::shared_ptr<const CompiledPattern> compiled)
+    : pattern(std::move(compiled)) {
+  if (pattern->locator != nullptr) locator = std::make_unique<MatchLocator>(*pattern->locator);
+  if (pattern->references != nullptr)
+    references = std::make_unique<ReferenceRun>(*pattern->references);
+}
+
 CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& options,
                              CompileBudget& budget) {
-  CompileResult result{std::make_shared<CompiledPattern>()};
+  const auto compiled = std::make_shared<CompiledPattern>();
   try {
-    result.fault = CompileWithin(budget, pattern, options, *result.pattern);
-    return result;
+    const MessageNumber fault = CompileWithin(budget, pattern, options, *compiled);
+    return {compiled, fault};
   } catch (const BudgetExhausted&) {
     return {std::make_shared<CompiledPattern>(), MessageNumber::kMemoryOverflow};
   }

@@ -1,7 +1,7 @@
 // The pattern matcher: compiles one pattern and finds its first match in a text.
 //
 // This header is what the rest of the library sees of it: what a pattern is compiled into, and the two
-// operations, which keep nothing from one call to the next but what that pattern owns. The road of a
+// operations, which keep nothing from one call to the next but what a work space owns. The road of a
 // search is told in search_driver.cpp.
 
 #ifndef TROVEX_MATCHER_MATCHER_H
@@ -36,43 +36,53 @@ enum class Reading : unsigned char {
   kDifferent,
 };
 
-/// Everything that one pattern was compiled into. Owned by whoever may still search with it: the
-/// matcher, where it is installed, and the environment that it was compiled for.
+/// Everything that one pattern was compiled into. It never changes: any number of threads search with it, each
+/// with a work space of its own (PatternWork).
 struct CompiledPattern {
   /// The pattern exactly as the host gave it: the authority on what matches, and where. It is not compiled for
   /// long lists of words, which the locator alone is made for.
   RegularExpression regex;
-  /// The pattern, wrapped so that it takes in the word and line conditions: decides whether a line
-  /// can hold a match at all.
-  PatternAutomatonPtr automaton{new PatternAutomaton};
+  /// The line filter: the pattern, wrapped so that it takes in the word and line conditions. It decides whether
+  /// a line can hold a match at all. No table is built in it; searches do that in a copy.
+  PatternAutomaton lineFilter;
   /// Strings of which every match contains one: finds the places that are worth a look. Null when
   /// the pattern promises no such string.
   KeywordSetPtr keywords;
   /// Whether every occurrence of a keyword is a match, and every match is one.
   bool keywordsAreExact = false;
-  /// What the locator is made of.
-  std::unique_ptr<const LocatorProgram> locatorProgram;
-  /// Says where a match lies, in place of the engine. Null when only the engine can.
-  std::unique_ptr<MatchLocator> locator;
+  /// What a locator is made of, which says where a match lies, in place of the engine. Null when only the
+  /// engine can.
+  std::unique_ptr<const LocatorProgram> locator;
   /// Of a pattern with back-references of which one way at most is open at each place, what finds its matches
   /// in place of the engine; otherwise null.
   std::unique_ptr<const ReferenceSearch> references;
-  std::unique_ptr<ReferenceRun> referenceRun;
-  /// Tells the groups of matches that lie one inside the other. Made when it is first needed.
-  std::unique_ptr<LineGroups> lineGroups;
-  /// How far the automaton reads the pattern as the locator does. A line with a located match passes the
-  /// automaton where both read it alike, and only otherwise has to be tried.
-  Reading automatonReading = Reading::kDifferent;
+  /// How far the line filter reads the pattern as the locator does. A line with a located match passes the
+  /// filter where both read it alike, and only otherwise has to be tried.
+  Reading lineFilterReading = Reading::kDifferent;
   /// Whether a match is one by itself, cut out of its line: the pattern holds no anchors.
   bool standsAlone = false;
   /// False when compiling ended in an error: searching then finds nothing.
   bool searchable = false;
 };
 
+/// A compiled pattern, and what the searches of one thread remember of it and of their texts.
+struct PatternWork {
+  explicit PatternWork(std::shared_ptr<const CompiledPattern> compiled);
+
+  const std::shared_ptr<const CompiledPattern> pattern;
+  /// Null where the pattern has none.
+  std::unique_ptr<MatchLocator> locator;
+  std::unique_ptr<ReferenceRun> references;
+  // These are made when they are first needed: the line filter with the tables of this thread's texts, and what
+  // tells the groups of matches that lie one inside the other.
+  PatternAutomatonPtr lineFilter;
+  std::unique_ptr<LineGroups> lineGroups;
+};
+
 /// What compiling gives: what was made of the pattern, never null, and the number of what is wrong with
 /// it, or kNone. A faulty pattern is not searchable, but may be asked for the number of its groups.
 struct CompileResult {
-  std::shared_ptr<CompiledPattern> pattern;
+  std::shared_ptr<const CompiledPattern> pattern;
   MessageNumber fault = MessageNumber::kNone;
 };
 
@@ -97,7 +107,7 @@ struct MatchRange {
 struct SearchConditions {
   bool matchWords = false;
   bool matchLines = false;
-  /// Tries every line with the engine in turn, past the keyword set and the automaton: the plain
+  /// Tries every line with the engine in turn, past the keyword set and the line filter: the plain
   /// road, which the faster one is held against.
   bool engineOnly = false;
 };
@@ -112,13 +122,13 @@ struct MatchResult {
   int gaveUpAt = -1;
 };
 
-/// Finds the first match of `pattern` in `length` bytes at `text`, and the range of `group` (0 or less: the
-/// whole match). Where the search must give up on a line, it goes on with the next. Nothing is written to
+/// Finds the first match of the pattern of `work` in `length` bytes at `text`, and the range of `group` (0 or
+/// less: the whole match). Where the search must give up on a line, it goes on with the next. Nothing is written to
 /// the text; with whole words the byte at text[length] is read. `notes` are those of the searches of this
 /// text, or of the text that it is the rest of, with this pattern; null when the text may have changed
 /// since. Throws std::bad_alloc when memory runs out.
-MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
-                           const char* text, int length, int group, TextNotes* notes = nullptr);
+MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
+                           int length, int group, TextNotes* notes = nullptr);
 
 /// Whether a scan tells that ExecuteMatcher finds nothing in a text, which it is asked for short ones only.
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,

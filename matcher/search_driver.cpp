@@ -8,20 +8,22 @@
 //                 ranges of groups are asked of the engine, which gets the known match.
 //   references    A pattern with back-references that leaves one way open at each place is followed there.
 //   engine        Line by line. The keyword set leaps to lines that hold a string of every match, the
-//                 automaton throws out those that cannot hold one, the engine says where on the line
+//                 line filter throws out those that cannot hold one, the engine says where on the line
 //                 the match lies, and what is no whole word, or not the whole line, is refused: shorter
 //                 matches at the same start and later ones are tried in its place.
 //
-// Where automaton and engine read a pattern differently, both must let a line pass. The engine's road
+// Where line filter and engine read a pattern differently, both must let a line pass. The engine's road
 // sees to that by itself; a located match, which follows the engine's reading, counts only on a line
-// that the automaton lets pass.
+// that the line filter lets pass.
 //
 // When a search is told to take every line to the engine in turn, the same matches are found: that
 // plain road is the yardstick that the tests hold the others against.
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 #include "matcher/line_filter/automaton_executor.h"
 #include "matcher/matcher.h"
+#include "matcher/tuning.h"
 #include "matcher/work_credit.h"
 #include "text/case_helpers.h"
 
@@ -56,8 +58,7 @@ const char* LineStart(const char* p, const char* begin) {
 /// The end of the line around `p`, if it is not too far to look for; otherwise `limit`, the end of the
 /// text.
 const char* NearLineEnd(const char* p, const char* limit) {
-  constexpr std::ptrdiff_t kNear = 4096;
-  const char* const near = limit - p > kNear ? p + kNear : limit;
+  const char* const near = limit - p > kNearLineEnd ? p + kNearLineEnd : limit;
   const char* const end = LineFrom(p, near).end;
   return end == near ? limit : end;
 }
@@ -76,7 +77,8 @@ struct LineMatch {
 
 /// One search: a pattern, a text and what is wanted. What it comes to is gathered in `result`.
 struct Search {
-  CompiledPattern& pattern;
+  PatternWork& work;
+  const CompiledPattern& pattern;
   const SearchConditions& conditions;
   const char* text;
   const char* limit;
@@ -126,13 +128,15 @@ struct Search {
 };
 
 /// A place in the next line that can hold a match, from `scan`, the start of a line, up to `limit`; or
-/// null. With keywords that line holds one, wherever the automaton stopped looking for its end.
+/// null. With keywords that line holds one, wherever the line filter stopped looking for its end.
 const char* NextPlace(Search& search, const char* scan, const char* limit) {
-  CompiledPattern& pattern = search.pattern;
+  const CompiledPattern& pattern = search.pattern;
+  PatternAutomatonPtr& lineFilter = search.work.lineFilter;
+  if (lineFilter == nullptr) lineFilter = CopyAutomaton(pattern.lineFilter);
   search.credit.BeginLine(0, search.Kept());
   const char* place = nullptr;
   if (pattern.keywords == nullptr) {
-    search.IsFound(FindCandidate(*pattern.automaton, scan, limit, search.credit, place), scan);
+    search.IsFound(FindCandidate(*lineFilter, scan, limit, search.credit, place), scan);
     return place;
   }
   for (;;) {
@@ -142,12 +146,33 @@ const char* NextPlace(Search& search, const char* scan, const char* limit) {
     const char* const lineStart = LineStart(keyword.start, scan);
     const char* const lineEnd = NearLineEnd(keyword.start, limit);
     const SearchOutcome outcome =
-        FindCandidate(*pattern.automaton, lineStart, lineEnd, search.credit, place);
+        FindCandidate(*lineFilter, lineStart, lineEnd, search.credit, place);
     search.IsFound(outcome, lineStart);
     if (place == nullptr && (lineEnd == limit || outcome == SearchOutcome::kGaveUp)) return nullptr;
     if (place != nullptr && IsOnLineOf(keyword.start, place)) return place;
     scan = place != nullptr ? LineStart(place, keyword.start) : lineEnd + 1;
   }
+}
+
+/// Shortens `match`, which is refused because a word goes on after it, to the longest match at its start that is
+/// not; by all means to a shorter one, which may be refused too. False where there is none but the empty one.
+bool Shorten(Search& search, const WordRule& rule, LineMatch& match) {
+  const RegularExpression& regex = search.pattern.regex;
+  if (match.end == match.start) return false;
+  if (regex.CanMatchWord(rule.length)) {
+    GroupRange word;
+    const SearchOutcome outcome = regex.MatchWord(rule, match.start, word, search.credit);
+    if (!search.IsFound(outcome, rule.line) || word.end == match.start) return false;
+    match = {word.start, word.end, {rule.line, word.end, false}};
+    return true;
+  }
+  MatchRegisters whole(true);
+  match.searched = {rule.line, match.end - 1, false};
+  const SearchOutcome shorter =
+      regex.MatchWithin(rule.line, match.end - 1, match.start, whole, search.credit);
+  if (!search.IsFound(shorter, rule.line) || whole.End(0) == match.start) return false;
+  match.end = whole.End(0);
+  return true;
 }
 
 /// Finds the first match on `line` that stands as a whole word, beginning with `match`. Each round judges
@@ -162,15 +187,7 @@ bool FindWholeWord(Search& search, const Line& line, LineMatch& match) {
   for (;;) {
     if (rule.CanStartAt(match.start)) {
       if (rule.CanEndAt(match.end, match.start)) return true;
-      if (match.end > match.start) {
-        match.searched = {line.begin, match.end - 1, false};
-        const SearchOutcome shorter =
-            regex.MatchWithin(line.begin, match.end - 1, match.start, whole, search.credit);
-        if (search.IsFound(shorter, line.begin) && whole.End(0) > match.start) {
-          match.end = whole.End(0);
-          continue;
-        }
-      }
+      if (Shorten(search, rule, match)) continue;
     }
     int from = match.start + 1;
     while (from <= rule.length && !rule.CanStartAt(from))
@@ -232,7 +249,7 @@ struct LocatedMatch {
 /// The first match from `scan` on, the start of a line, that the locator finds.
 LocatedMatch Locate(Search& search, const char* scan) {
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
-  MatchLocator& locator = *search.pattern.locator;
+  MatchLocator& locator = *search.work.locator;
   MatchLocator::Request request = {
       .place = bytes(scan), .begin = bytes(scan), .end = bytes(search.limit)};
   if (locator.Words()) request.after = *bytes(search.limit);
@@ -264,11 +281,11 @@ MatchRange RangeIn(Search& search, const LocatedMatch& match) {
   return tookPart ? group : search.RangeOf(lineBegin, -1, -1);
 }
 
-/// Whether it is certain that the automaton lets the line of `match` pass: reading the pattern as the
+/// Whether it is certain that the line filter lets the line of `match` pass: reading the pattern as the
 /// locator does, it finds the same match there. Anchors see no further than one byte beyond it.
 bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
-  if (search.pattern.automatonReading != Reading::kAlikeButForUnderscores) {
-    return search.pattern.automatonReading == Reading::kAlike;
+  if (search.pattern.lineFilterReading != Reading::kAlikeButForUnderscores) {
+    return search.pattern.lineFilterReading == Reading::kAlike;
   }
   const char* const begin = match.start - (match.start > search.text ? 1 : 0);
   const char* const end = match.end + (match.end < search.limit ? 1 : 0);
@@ -277,39 +294,55 @@ bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
 
 /// What is found out about a text on the way holds for all its searches, and for no other text.
 void BeginText(const Search& search) {
-  MatchLocator& locator = *search.pattern.locator;
+  MatchLocator& locator = *search.work.locator;
   if (!search.notes.IsFirstSearch(&locator)) return;
   locator.Begin(reinterpret_cast<const unsigned char*>(search.text),
                 static_cast<std::size_t>(search.limit - search.text),
                 search.credit.Left() - search.Kept());
-  if (search.pattern.lineGroups != nullptr) search.pattern.lineGroups->Forget();
+  if (search.work.lineGroups != nullptr) search.work.lineGroups->Forget();
+}
+
+/// Whether the line filter is certain to let a line pass from `begin` to `end` that holds a located match.
+bool CertainlyPassesLine(const Search& search, const char* begin, const char* end) {
+  const Reading reading = search.pattern.lineFilterReading;
+  if (reading != Reading::kAlikeButForUnderscores) return reading == Reading::kAlike;
+  return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
+}
+
+/// Whether the line from `begin` to `end` can be read at once. Of whole words in patterns with anchors only the
+/// engine knows the shorter matches; and a word that fills the line may go on after it.
+bool CanReadAtOnce(const Search& search, const char* begin, const char* end) {
+  if (!CertainlyPassesLine(search, begin, end)) return false;
+  if (!search.conditions.matchWords) return true;
+  return search.pattern.standsAlone && !IsWordConstituent(static_cast<unsigned char>(*end));
 }
 
 /// Reads the line of `match` for the group that is wanted, where its matches lie one inside the other and
 /// were read again too often.
 void ReadLineAtOnce(const Search& search, const LocatedMatch& match) {
-  CompiledPattern& pattern = search.pattern;
-  if (!pattern.standsAlone || search.conditions.matchWords) return;
-  if (pattern.automatonReading != Reading::kAlike) return;
   const char* const lineEnd = search.notes.LineEnd(match.start, search.limit);
   if (!search.notes.ReadsAgain(match.start, match.end, lineEnd)) return;
-  if (pattern.lineGroups == nullptr) pattern.lineGroups = pattern.regex.MakeLineGroups();
-  if (pattern.lineGroups == nullptr) return;
-  search.BeginLine({match.start, lineEnd});
-  pattern.lineGroups->Prepare(match.start, lineEnd, search.group, search.credit);
+  const char* const lineBegin = LineStart(match.start, search.text);
+  if (!CanReadAtOnce(search, lineBegin, lineEnd)) return;
+  std::unique_ptr<LineGroups>& lineGroups = search.work.lineGroups;
+  if (lineGroups == nullptr) lineGroups = search.pattern.regex.MakeLineGroups();
+  if (lineGroups == nullptr) return;
+  search.BeginLine({lineBegin, lineEnd});
+  lineGroups->Prepare(lineBegin, lineEnd, search.group, search.conditions.matchWords,
+                      search.credit);
 }
 
 /// Whether the line of `place` was read at once for the group that is wanted.
 bool IsOnReadLine(const Search& search, const char* place) {
-  const LineGroups* const lineGroups = search.pattern.lineGroups.get();
+  const LineGroups* const lineGroups = search.work.lineGroups.get();
   return search.WantsGroup() && lineGroups != nullptr && lineGroups->Covers(place, search.group);
 }
 
 /// Finds the group of the first match from `place` on, on a line that was read at once.
 bool FindOnReadLine(Search& search, const char* place) {
-  LineGroups& lineGroups = *search.pattern.lineGroups;
+  LineGroups& lineGroups = *search.work.lineGroups;
   search.BeginLine({place, lineGroups.LineEnd()});
-  const LineGroups::Match match = lineGroups.Find(place, search.credit);
+  const LineGroups::Match match = lineGroups.Find(place, place == search.text, search.credit);
   if (match.start == nullptr) return false;
   search.IsFound(match.outcome, match.start);
   search.Found(match.group.start >= 0
@@ -321,7 +354,7 @@ bool FindOnReadLine(Search& search, const char* place) {
 /// What the locator has taken on this text is spent from the credit that others share.
 void SpendWork(const Search& search) {
   search.credit.BeginLine(0, 0);
-  static_cast<void>(search.credit.Spend(search.pattern.locator->Work()));
+  static_cast<void>(search.credit.Spend(search.work.locator->Work()));
 }
 
 /// Locates the match without the engine.
@@ -330,7 +363,7 @@ void FindByLocator(Search& search) {
   const char* scan = search.text;
   if (IsOnReadLine(search, scan)) {
     if (FindOnReadLine(search, scan)) return;
-    scan = search.pattern.lineGroups->LineEnd() + 1;
+    scan = search.work.lineGroups->LineEnd() + 1;
     if (scan > search.limit) return;
   }
   for (;;) {
@@ -349,10 +382,9 @@ void FindByLocator(Search& search) {
   }
 }
 
-/// Finds a match with back-references without the engine. It counts on a line that the automaton lets pass.
+/// Finds a match with back-references without the engine. It counts on a line that the line filter lets pass.
 void FindByReferences(Search& search) {
-  constexpr std::int64_t kUnits = 10;  // in one of those that the run counts
-  ReferenceRun& run = *search.pattern.referenceRun;
+  ReferenceRun& run = *search.work.references;
   const auto* const bytes = reinterpret_cast<const unsigned char*>(search.text);
   const auto length = static_cast<std::size_t>(search.limit - search.text);
   run.Begin({bytes, length});
@@ -362,7 +394,8 @@ void FindByReferences(Search& search) {
     const auto from = static_cast<std::size_t>(scan - search.text);
     const SearchOutcome outcome = run.Find(from, length, match, nullptr);
     search.credit.BeginLine(0, search.Kept());
-    const bool isPaid = search.credit.Spend(kUnits * static_cast<std::int64_t>(run.Used() - paid));
+    const bool isPaid =
+        search.credit.Spend(kReferenceUnits * static_cast<std::int64_t>(run.Used() - paid));
     paid = run.Used();
     if (outcome == SearchOutcome::kGaveUp) return search.GiveUpAt(search.text + run.GaveUpAt());
     if (outcome == SearchOutcome::kNotFound) return;
@@ -392,33 +425,28 @@ void FindByEngine(Search& search, bool everyLine) {
   }
 }
 
-/// Texts of so many bytes are looked at before a search is set up.
-constexpr int kShortText = 256;
-
-bool CanLocate(const CompiledPattern& pattern, const SearchConditions& conditions) {
-  return pattern.locator != nullptr && !conditions.matchLines &&
-         pattern.locator->Words() == conditions.matchWords;
+bool CanLocate(const LocatorProgram& locator, const SearchConditions& conditions) {
+  return !conditions.matchLines && locator.Words() == conditions.matchWords;
 }
 
 /// Whether a keyword that is itself the match can be left to the locator, which keeps the places that were
 /// found beside the last match.
 bool CanLocateKeyword(const CompiledPattern& pattern) {
   return pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words() &&
-         pattern.automatonReading == Reading::kAlike;
+         pattern.lineFilterReading == Reading::kAlike;
 }
 
 /// The first match of a short text, or that there is none, where a scan tells it.
 std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
                                   const SearchConditions& conditions, const char* text, int length,
                                   int group) {
-  if (!CanLocate(pattern, conditions)) return std::nullopt;
+  if (pattern.locator == nullptr || !CanLocate(*pattern.locator, conditions)) return std::nullopt;
   const auto* const begin = reinterpret_cast<const unsigned char*>(text);
   LocatedRange match;
-  const LocatorProgram::Answer answer =
-      pattern.locatorProgram->LookAt(begin, begin + length, match);
+  const LocatorProgram::Answer answer = pattern.locator->LookAt(begin, begin + length, match);
   if (answer == LocatorProgram::Answer::kNoMatch) return MatchResult{};
   const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0 &&
-                       pattern.automatonReading == Reading::kAlike;
+                       pattern.lineFilterReading == Reading::kAlike;
   if (!isKnown) return std::nullopt;
   MatchResult result;
   result.outcome = SearchOutcome::kFound;
@@ -430,7 +458,8 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
                 const char* text, int length) {
-  if (!pattern.searchable || length <= 0 || length > kShortText || conditions.engineOnly) {
+  if (!pattern.searchable || length <= 0 || length > static_cast<int>(kLookedAtText) ||
+      conditions.engineOnly) {
     return false;
   }
   if (pattern.keywordsAreExact && !CanLocateKeyword(pattern)) return false;
@@ -438,29 +467,30 @@ bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditio
   return result && result->outcome == SearchOutcome::kNotFound;
 }
 
-MatchResult ExecuteMatcher(CompiledPattern& pattern, const SearchConditions& conditions,
-                           const char* text, int length, int group, TextNotes* notes) {
+MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
+                           int length, int group, TextNotes* notes) {
+  const CompiledPattern& pattern = *work.pattern;
   if (!pattern.searchable || length <= 0) return {};
+  const bool mayLocate = work.locator != nullptr && !conditions.engineOnly;
   const bool isKeyword = pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly;
-  if (isKeyword && !CanLocateKeyword(pattern)) return FindKeyword(pattern, text, length);
-  if (!conditions.engineOnly && length <= kShortText) {
+  if (isKeyword && !(mayLocate && CanLocateKeyword(pattern))) {
+    return FindKeyword(pattern, text, length);
+  }
+  if (mayLocate && length <= static_cast<int>(kLookedAtText)) {
     if (const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, group))
       return *result;
   }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
-  Search search = {pattern,
-                   conditions,
-                   text,
-                   text + length,
-                   std::max(group, 0),
-                   allNotes,
-                   allNotes.Credit(static_cast<std::size_t>(length))};
-  const bool located = isKeyword || CanLocate(pattern, conditions);
+  Search search = {work,          pattern,
+                   conditions,    text,
+                   text + length, std::max(group, 0),
+                   allNotes,      allNotes.Credit(static_cast<std::size_t>(length))};
+  const bool isLocated = isKeyword || (mayLocate && CanLocate(*pattern.locator, conditions));
   const bool isPlain = !conditions.matchWords && !conditions.matchLines && !conditions.engineOnly;
-  if (located && !conditions.engineOnly) {
+  if (isLocated) {
     FindByLocator(search);
-  } else if (pattern.referenceRun != nullptr && isPlain) {
+  } else if (work.references != nullptr && isPlain) {
     FindByReferences(search);
   } else if (!pattern.regex.IsCompiled()) {
     search.GiveUpAt(text);

@@ -22,6 +22,7 @@ BoundedMatcher::BoundedMatcher(std::shared_ptr<const SyntaxTree> tree)
   if (referenced_ != 0) NoteWhatReferencesSee();
   NoteStart();
   if (referenced_ == 0) graph_ = std::make_unique<EngineGraph>(*this);
+  canReadLines_ = HasGraph() && LineGroups::Suits(*this, *graph_);
 }
 
 BoundedMatcher::~BoundedMatcher() = default;
@@ -34,30 +35,30 @@ std::unique_ptr<LineGroups> BoundedMatcher::MakeLineGroups() const {
   return std::make_unique<LineGroups>(*this, *graph_);
 }
 
-/// A way passes `step` at `position`.
-void BoundedMatcher::PassBracket(const Step& step, int position, BracketRanges& ranges) const {
-  if (step.operation == Operation::kOpenGroup) ranges.Open(step.first, position);
+/// A way passes `step` at `place`.
+void BoundedMatcher::PassBracket(const Step& step, int place, BracketRanges& ranges) const {
+  if (step.operation == Operation::kOpenGroup) ranges.Open(step.first, place);
   if (step.operation == Operation::kCloseGroup) {
-    ranges.Close(step.first, position, IsOptional(step));
+    ranges.Close(step.first, place, IsOptional(step));
   }
 }
 
-/// Notes, place by place, the groups whose range as it is there a back-reference may still ask for.
+/// Notes, address by address, the groups whose range as it is there a back-reference may still ask for.
 void BoundedMatcher::NoteWhatReferencesSee() {
   seen_.resize(program_.size());
   bool changed = true;
   while (changed) {
     changed = false;
-    for (std::size_t place = program_.size(); place-- > 0;) {
-      const unsigned seen = SeenFrom(static_cast<int>(place));
-      changed = changed || seen != seen_[place];
-      seen_[place] = seen;
+    for (std::size_t address = program_.size(); address-- > 0;) {
+      const unsigned seen = SeenFrom(static_cast<int>(address));
+      changed = changed || seen != seen_[address];
+      seen_[address] = seen;
     }
   }
 }
 
-unsigned BoundedMatcher::SeenFrom(int place) const {
-  const Step& step = At(place);
+unsigned BoundedMatcher::SeenFrom(int address) const {
+  const Step& step = At(address);
   switch (step.operation) {
     case Operation::kMatch:
       return 0;
@@ -66,11 +67,11 @@ unsigned BoundedMatcher::SeenFrom(int place) const {
     case Operation::kSplit:
       return SeenAt(step.first) | SeenAt(step.second);
     case Operation::kBackReference:
-      return SeenAt(place + 1) | GroupBit(step.first);
+      return SeenAt(address + 1) | GroupBit(step.first);
     case Operation::kOpenGroup:
-      return SeenAt(place + 1) & ~GroupBit(step.first);
+      return SeenAt(address + 1) & ~GroupBit(step.first);
     default:
-      return SeenAt(place + 1);
+      return SeenAt(address + 1);
   }
 }
 
@@ -79,33 +80,33 @@ void BoundedMatcher::NoteStart() {
   unsigned before = 0;
   do {
     before = emptyAtStart_;
-    for (const int place : Closure(0)) {
-      const Step& step = At(place);
+    for (const int address : Closure(0)) {
+      const Step& step = At(address);
       if (step.operation == Operation::kCloseGroup) emptyAtStart_ |= GroupBit(step.first);
     }
   } while (emptyAtStart_ != before);
 
-  for (const int place : Closure(0)) {
-    const Step& step = At(place);
+  for (const int address : Closure(0)) {
+    const Step& step = At(address);
     if (step.operation == Operation::kByte) firstBytes_.set(static_cast<std::size_t>(step.first));
     if (step.operation == Operation::kSet) firstBytes_ |= SetOf(step);
     if (step.operation == Operation::kMatch) canBeEmpty_ = true;
   }
 }
 
-/// All places that are reached from `from` without a byte, if every anchor on the way holds.
+/// All addresses that are reached from `from` without a byte, if every anchor on the way holds.
 std::vector<int> BoundedMatcher::Closure(int from) const {
-  std::vector<int> places{from};
+  std::vector<int> addresses{from};
   std::vector<bool> isReached(program_.size());
-  const auto reach = [&](int place) {
-    if (isReached[static_cast<std::size_t>(place)]) return;
-    isReached[static_cast<std::size_t>(place)] = true;
-    places.push_back(place);
+  const auto reach = [&](int address) {
+    if (isReached[static_cast<std::size_t>(address)]) return;
+    isReached[static_cast<std::size_t>(address)] = true;
+    addresses.push_back(address);
   };
   std::size_t followed = 0;
-  while (followed < places.size()) {
-    const int place = places[followed++];
-    const Step& step = At(place);
+  while (followed < addresses.size()) {
+    const int address = addresses[followed++];
+    const Step& step = At(address);
     switch (step.operation) {
       case Operation::kByte:
       case Operation::kSet:
@@ -119,24 +120,24 @@ std::vector<int> BoundedMatcher::Closure(int from) const {
         reach(step.second);
         break;
       case Operation::kBackReference:
-        if (from == 0 && (emptyAtStart_ & GroupBit(step.first)) != 0) reach(place + 1);
+        if (from == 0 && (emptyAtStart_ & GroupBit(step.first)) != 0) reach(address + 1);
         break;
       default:
-        reach(place + 1);
+        reach(address + 1);
     }
   }
-  return places;
+  return addresses;
 }
 
 int BoundedMatcher::Append(Operation operation, int first, int second) {
   program_.push_back({operation, first, second});
   const bool isBracket = operation == Operation::kOpenGroup || operation == Operation::kCloseGroup;
   isCopy_.push_back(emitsCopy_ && !isBracket);
-  const int place = Here() - 1;
+  const int address = Here() - 1;
   // Of the engine's nodes a branch is the one after its sides.
   if (operation != Operation::kJump && operation != Operation::kSplit)
-    engineOrder_.push_back(place);
-  return place;
+    engineOrder_.push_back(address);
+  return address;
 }
 
 // Recurses once per level of nesting, which is limited.

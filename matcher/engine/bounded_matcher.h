@@ -4,7 +4,7 @@
 // The pattern becomes a program of small steps. A run of the program tries one way through it and
 // keeps the other ways for later, on a stack of its own. Ways are tried in the engine's order: as
 // much as possible for repetitions, alternatives from the left. What was tried once, at the same
-// place of program and text and with the same ranges of the groups that back-references name, is
+// address of the program and place of the text and with the same ranges of the groups that back-references name, is
 // never tried again; so a run ends, and for a pattern without back-references its time is at most
 // the length of the program times that of the text.
 //
@@ -61,12 +61,11 @@ struct WordRule {
   const char* line;
   int length;
 
-  bool CanStartAt(int position) const {
-    return position == 0 || !IsWordConstituent(static_cast<unsigned char>(line[position - 1]));
+  bool CanStartAt(int place) const {
+    return place == 0 || !IsWordConstituent(static_cast<unsigned char>(line[place - 1]));
   }
-  bool CanEndAt(int position, int start) const {
-    return position - start == length ||
-           !IsWordConstituent(static_cast<unsigned char>(line[position]));
+  bool CanEndAt(int place, int start) const {
+    return place - start == length || !IsWordConstituent(static_cast<unsigned char>(line[place]));
   }
 };
 
@@ -97,7 +96,7 @@ class BoundedMatcher {
                            std::vector<GroupRange>& ranges, WorkCredit& credit) const;
 
   /// Whether `MakeLineGroups` may be asked.
-  bool CanReadLines() const { return HasGraph() && !hasAnchors_; }
+  bool CanReadLines() const { return canReadLines_; }
   /// What tells one group of the matches on a line (line_groups.h). Uses this object.
   std::unique_ptr<LineGroups> MakeLineGroups() const;
 
@@ -124,7 +123,7 @@ class BoundedMatcher {
     kSplit,          // first, then second
     kJump,           // first
     kOpenGroup,      // first: the group; second: whether a repetition made it optional
-    kCloseGroup,     // first: the group; second: the place of its opening bracket
+    kCloseGroup,     // first: the group; second: the address of its opening bracket
     kMatch,
   };
   struct Step {
@@ -148,20 +147,20 @@ class BoundedMatcher {
   bool IsNothing(int index) const;
   int Append(Operation operation, int first, int second = 0);
   void NoteWhatReferencesSee();
-  unsigned SeenFrom(int place) const;
+  unsigned SeenFrom(int address) const;
   void NoteStart();
   std::vector<int> Closure(int from) const;
 
   int Here() const { return static_cast<int>(program_.size()); }
-  Step& At(int place) { return program_[static_cast<std::size_t>(place)]; }
-  const Step& At(int place) const { return program_[static_cast<std::size_t>(place)]; }
+  Step& At(int address) { return program_[static_cast<std::size_t>(address)]; }
+  const Step& At(int address) const { return program_[static_cast<std::size_t>(address)]; }
   const CharSet& SetOf(const Step& step) const {
     return tree_.sets[static_cast<std::size_t>(step.first)];
   }
-  void PassBracket(const Step& step, int position, BracketRanges& ranges) const;
+  void PassBracket(const Step& step, int place, BracketRanges& ranges) const;
   /// Whether the group that `close` closes is one that a repetition made optional.
   bool IsOptional(const Step& close) const { return At(close.second).second != 0; }
-  unsigned SeenAt(int place) const { return seen_[static_cast<std::size_t>(place)]; }
+  unsigned SeenAt(int address) const { return seen_[static_cast<std::size_t>(address)]; }
 
   /// Sets of groups are bits. Only the groups 1 to 9 can be referred to.
   static unsigned GroupBit(int group) { return group <= 9 ? 1U << group : 0; }
@@ -169,18 +168,20 @@ class BoundedMatcher {
   const std::shared_ptr<const SyntaxTree> sharedTree_;
   const SyntaxTree& tree_;
   std::vector<Step> program_;
-  std::vector<int> engineOrder_;  // the places in the order of the engine's nodes, without jumps
-  std::vector<bool> isCopy_;  // by place: whether it belongs to a writing-out that is not the first
+  std::vector<int> engineOrder_;  // the addresses in the order of the engine's nodes, without jumps
+  std::vector<bool>
+      isCopy_;  // by address: whether it belongs to a writing-out that is not the first
   bool emitsCopy_ = false;
   unsigned referenced_ = 0;                   // the groups that back-references name
   unsigned writtenOut_ = 0;                   // the groups that stand in the program
   unsigned copied_ = 0;                       // those that stand there more than once
   unsigned emptyAtStart_ = 0;                 // those that can close before the first byte
-  std::vector<unsigned> seen_;                // by place: whose present range is asked for later
+  std::vector<unsigned> seen_;                // by address: whose present range is asked for later
   std::unique_ptr<const EngineGraph> graph_;  // tells groups; null with back-references
   CharSet firstBytes_;                        // what a match can begin with, unless it can be empty
   bool canBeEmpty_ = false;
   bool hasAnchors_ = false;
+  bool canReadLines_ = false;
 };
 
 }  // namespace trovex

@@ -8,6 +8,7 @@
 #include "matcher/engine/group_walk.h"
 #include "matcher/engine/text_reader.h"
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 #include "matcher/work_credit.h"
 
 #include <algorithm>
@@ -21,9 +22,6 @@
 namespace trovex {
 
 namespace {
-
-/// How much is done before it is spent.
-constexpr std::int64_t kSpentAtOnce = 10'000;
 
 /// The ranges of the groups 1 to 9, which decide what a back-reference matches.
 using Captures = std::array<GroupRange, 10>;
@@ -43,11 +41,11 @@ class TriedSet {
   TriedSet() : slots_(kFirstSize) {}
 
   /// Adds a triple; returns false if it was there.
-  bool Add(std::uint32_t place, std::uint32_t position, std::uint32_t captures) {
+  bool Add(std::uint32_t address, std::uint32_t place, std::uint32_t captures) {
     if ((used_.size() + 1) * 2 > slots_.size()) Grow();
-    const Triple triple{place + 1, position, captures};
+    const Triple triple{address + 1, place, captures};
     Triple& slot = slots_[SlotOf(triple)];
-    if (slot.place != 0) return false;
+    if (slot.address != 0) return false;
     used_.push_back(static_cast<std::uint32_t>(&slot - slots_.data()));
     slot = triple;
     return true;
@@ -61,19 +59,18 @@ class TriedSet {
 
  private:
   struct Triple {
-    std::uint32_t place = 0;  // 0: a free slot
-    std::uint32_t position = 0;
+    std::uint32_t address = 0;  // 0: a free slot
+    std::uint32_t place = 0;
     std::uint32_t captures = 0;
     bool operator==(const Triple&) const = default;
   };
   static constexpr std::size_t kFirstSize = 64;  // sizes are powers of two
 
   std::size_t SlotOf(const Triple& triple) const {
-    std::uint64_t hash =
-        (std::uint64_t{triple.place} << 32 | triple.position) * 0x9E3779B97F4A7C15U;
+    std::uint64_t hash = (std::uint64_t{triple.address} << 32 | triple.place) * 0x9E3779B97F4A7C15U;
     hash = (hash ^ (hash >> 32) ^ triple.captures) * 0xD6E8FEB86659FD93U;
     std::size_t slot = (hash >> 32) & (slots_.size() - 1);
-    while (slots_[slot].place != 0 && slots_[slot] != triple) {
+    while (slots_[slot].address != 0 && slots_[slot] != triple) {
       slot = (slot + 1) & (slots_.size() - 1);
     }
     return slot;
@@ -115,18 +112,18 @@ class CopiedBrackets {
     int first = kNone;
     int last = kNone;
   };
-  /// The first and the last closing bracket of `group` that is reached at `position`.
-  Closes ClosesOf(int group, int position) {
-    return At(position).closes[static_cast<std::size_t>(group)];
+  /// The first and the last closing bracket of `group` that is reached at `place`.
+  Closes ClosesOf(int group, int place) {
+    return At(place).closes[static_cast<std::size_t>(group)];
   }
 
-  /// Whether the opening bracket at `place` is reached at `position`.
-  bool Opens(int place, int position) {
-    const std::vector<int>& opens = At(position).opens;
-    return std::binary_search(opens.begin(), opens.end(), place);
+  /// Whether the opening bracket at `address` is reached at `place`.
+  bool Opens(int address, int place) {
+    const std::vector<int>& opens = At(place).opens;
+    return std::binary_search(opens.begin(), opens.end(), address);
   }
 
-  /// At how many positions the brackets are known.
+  /// At how many places the brackets are known.
   std::size_t Size() const { return brackets_.size(); }
 
   /// The steps that were taken since the object was made.
@@ -140,40 +137,40 @@ class CopiedBrackets {
     std::vector<int> opens;         // in the program's order
   };
 
-  const Brackets& At(int position) {
-    while (start_ + static_cast<int>(brackets_.size()) <= position)
+  const Brackets& At(int place) {
+    while (start_ + static_cast<int>(brackets_.size()) <= place)
       ReadOn();
-    return brackets_[static_cast<std::size_t>(position - start_)];
+    return brackets_[static_cast<std::size_t>(place - start_)];
   }
 
-  /// Finds all that is reached at the next position, and what is reached first at the one after.
+  /// Finds all that is reached at the next place, and what is reached first at the one after.
   void ReadOn() {
-    const int position = start_ + static_cast<int>(brackets_.size());
+    const int place = start_ + static_cast<int>(brackets_.size());
     Brackets& brackets = brackets_.emplace_back();
-    for (const int place : reached_)
-      isReached_[static_cast<std::size_t>(place)] = true;
+    for (const int address : reached_)
+      isReached_[static_cast<std::size_t>(address)] = true;
     std::size_t followed = 0;
     while (followed < reached_.size())
-      Follow(reached_[followed++], position, brackets);
+      Follow(reached_[followed++], place, brackets);
     std::sort(brackets.opens.begin(), brackets.opens.end());
     steps_ += static_cast<std::int64_t>(reached_.size()) + 1;
-    for (const int place : reached_)
-      isReached_[static_cast<std::size_t>(place)] = false;
+    for (const int address : reached_)
+      isReached_[static_cast<std::size_t>(address)] = false;
     reached_.swap(next_);
     next_.clear();
   }
 
-  void Follow(int place, int position, Brackets& brackets) {
-    const BoundedMatcher::Step& step = matcher_.At(place);
+  void Follow(int address, int place, Brackets& brackets) {
+    const BoundedMatcher::Step& step = matcher_.At(address);
     switch (step.operation) {
       case Operation::kByte:
-        if (text_.IsByteAt(position, step.first)) next_.push_back(place + 1);
+        if (text_.IsByteAt(place, step.first)) next_.push_back(address + 1);
         return;
       case Operation::kSet:
-        if (text_.IsInSetAt(position, matcher_.SetOf(step))) next_.push_back(place + 1);
+        if (text_.IsInSetAt(place, matcher_.SetOf(step))) next_.push_back(address + 1);
         return;
       case Operation::kAnchor:
-        if (text_.Holds(static_cast<Anchor>(step.first), position)) Reach(place + 1);
+        if (text_.Holds(static_cast<Anchor>(step.first), place)) Reach(address + 1);
         return;
       case Operation::kSplit:
         Reach(step.first);
@@ -183,16 +180,16 @@ class CopiedBrackets {
         Reach(step.first);
         return;
       case Operation::kOpenGroup:
-        if (IsCopied(step.first)) brackets.opens.push_back(place);
-        Reach(place + 1);
+        if (IsCopied(step.first)) brackets.opens.push_back(address);
+        Reach(address + 1);
         return;
       case Operation::kCloseGroup:
         if (IsCopied(step.first)) {
           Closes& closes = brackets.closes[static_cast<std::size_t>(step.first)];
-          if (closes.first == kNone || place < closes.first) closes.first = place;
-          closes.last = std::max(closes.last, place);
+          if (closes.first == kNone || address < closes.first) closes.first = address;
+          closes.last = std::max(closes.last, address);
         }
-        Reach(place + 1);
+        Reach(address + 1);
         return;
       case Operation::kBackReference:
       case Operation::kMatch:
@@ -204,19 +201,19 @@ class CopiedBrackets {
     return (matcher_.copied_ & BoundedMatcher::GroupBit(group)) != 0;
   }
 
-  void Reach(int place) {
-    if (isReached_[static_cast<std::size_t>(place)]) return;
-    isReached_[static_cast<std::size_t>(place)] = true;
-    reached_.push_back(place);
+  void Reach(int address) {
+    if (isReached_[static_cast<std::size_t>(address)]) return;
+    isReached_[static_cast<std::size_t>(address)] = true;
+    reached_.push_back(address);
   }
 
   const BoundedMatcher& matcher_;
   const TextReader& text_;
   int start_ = 0;
-  std::vector<Brackets> brackets_;  // by position, from the start on
-  std::vector<int> reached_;        // at the position after those
+  std::vector<Brackets> brackets_;  // by place, from the start on
+  std::vector<int> reached_;        // at the place after those
   std::vector<int> next_;           // at the one after that
-  std::vector<bool> isReached_;     // by place: whether it stands in `reached_`
+  std::vector<bool> isReached_;     // by address: whether it stands in `reached_`
   std::int64_t steps_ = 0;
 };
 
@@ -267,7 +264,7 @@ class BoundedRun {
   std::vector<GroupRange> Ranges(int start) const {
     BracketRanges ranges(matcher_.tree_.groupCount);
     for (const Passage& passage : bestTrail_)
-      matcher_.PassBracket(matcher_.At(passage.place), passage.position, ranges);
+      matcher_.PassBracket(matcher_.At(passage.address), passage.place, ranges);
     ranges.At(0) = {start, bestEnd_};
     return ranges.All();
   }
@@ -275,13 +272,13 @@ class BoundedRun {
  private:
   /// A bracket that a way has passed.
   struct Passage {
+    int address;
     int place;
-    int position;
   };
   /// A way: where it stands, and what it has passed.
   struct Way {
+    int address;
     int place;
-    int position;
     std::uint32_t trail;     // how long the trail is
     std::uint32_t captures;  // number of its captures
   };
@@ -326,20 +323,20 @@ class BoundedRun {
 
   /// Takes one step; returns false where the way ends.
   bool TakeStep() {
-    const BoundedMatcher::Step& step = matcher_.At(way_.place);
+    const BoundedMatcher::Step& step = matcher_.At(way_.address);
     switch (step.operation) {
       case BoundedMatcher::Operation::kByte:
-        return text_.IsByteAt(way_.position, step.first) && Advance(1);
+        return text_.IsByteAt(way_.place, step.first) && Advance(1);
       case BoundedMatcher::Operation::kSet:
-        return text_.IsInSetAt(way_.position, matcher_.SetOf(step)) && Advance(1);
+        return text_.IsInSetAt(way_.place, matcher_.SetOf(step)) && Advance(1);
       case BoundedMatcher::Operation::kAnchor:
-        return text_.Holds(static_cast<Anchor>(step.first), way_.position) && Advance(0);
+        return text_.Holds(static_cast<Anchor>(step.first), way_.place) && Advance(0);
       case BoundedMatcher::Operation::kBackReference:
         return TakeBackReference(step.first);
       case BoundedMatcher::Operation::kSplit:
         return TakeSplit(step);
       case BoundedMatcher::Operation::kJump:
-        way_.place = step.first;
+        way_.address = step.first;
         return true;
       case BoundedMatcher::Operation::kOpenGroup:
       case BoundedMatcher::Operation::kCloseGroup:
@@ -353,59 +350,58 @@ class BoundedRun {
   }
 
   bool Advance(int bytes) {
-    way_.position += bytes;
-    ++way_.place;
+    way_.place += bytes;
+    ++way_.address;
     return true;
   }
 
   /// Each branch is tried once. Coming to the split again, as a loop does that consumed nothing,
   /// takes the second.
   bool TakeSplit(const BoundedMatcher::Step& step) {
-    if (Try(way_.place, 0)) {
+    if (Try(way_.address, 0)) {
       ways_.push_back(way_);
       ways_.back().trail = static_cast<std::uint32_t>(trail_.size());
-      way_.place = step.first;
+      way_.address = step.first;
       return true;
     }
     return TakeSecondBranch();
   }
 
   bool TakeSecondBranch() {
-    if (!Try(way_.place, 1)) return false;
-    way_.place = matcher_.At(way_.place).second;
+    if (!Try(way_.address, 1)) return false;
+    way_.address = matcher_.At(way_.address).second;
     return true;
   }
 
-  bool Try(int place, int branch) {
-    return tried_.Add(static_cast<std::uint32_t>(place * 2 + branch),
-                      static_cast<std::uint32_t>(way_.position), way_.captures);
+  bool Try(int address, int branch) {
+    return tried_.Add(static_cast<std::uint32_t>(address * 2 + branch),
+                      static_cast<std::uint32_t>(way_.place), way_.captures);
   }
 
   bool TakeBackReference(int group) {
-    if (way_.position == start_ &&
-        (matcher_.emptyAtStart_ & BoundedMatcher::GroupBit(group)) != 0) {
+    if (way_.place == start_ && (matcher_.emptyAtStart_ & BoundedMatcher::GroupBit(group)) != 0) {
       return Advance(0);
     }
     const GroupRange range = (*captures_[way_.captures])[static_cast<std::size_t>(group)];
     if (range.end < 0) return false;
     const int length = range.end - range.start;
-    if (length > text_.Length() - way_.position) return false;
+    if (length > text_.Length() - way_.place) return false;
     for (int i = 0; i < length; ++i) {
-      if (text_.ByteAt(range.start + i) != text_.ByteAt(way_.position + i)) return false;
+      if (text_.ByteAt(range.start + i) != text_.ByteAt(way_.place + i)) return false;
     }
     steps_ += length / 8;  // a comparison is less than a step
     return Advance(length);
   }
 
   void PassBracket(const BoundedMatcher::Step& step) {
-    trail_.push_back({way_.place, way_.position});
+    trail_.push_back({way_.address, way_.place});
     if ((matcher_.referenced_ & BoundedMatcher::GroupBit(step.first)) == 0) return;
     Captures captures = *captures_[way_.captures];
     GroupRange& range = captures[static_cast<std::size_t>(step.first)];
     if (step.operation == BoundedMatcher::Operation::kOpenGroup) {
-      range = {way_.position, -1};
+      range = {way_.place, -1};
     } else {
-      range.end = IsSeen(step.first, range.start) ? way_.position : -1;
+      range.end = IsSeen(step.first, range.start) ? way_.place : -1;
     }
     way_.captures = NumberOf(captures);
   }
@@ -417,13 +413,13 @@ class BoundedRun {
   bool IsSeen(int group, int start) {
     if ((matcher_.copied_ & BoundedMatcher::GroupBit(group)) == 0) return true;
     const std::int64_t before = brackets_.Steps();
-    const auto [first, last] = brackets_.ClosesOf(group, way_.position);
+    const auto [first, last] = brackets_.ClosesOf(group, way_.place);
     steps_ += brackets_.Steps() - before;
     if (first == CopiedBrackets::kNone) return true;
     if (!brackets_.Opens(matcher_.At(first).second, start) ||
         (matcher_.SeenAt(first) & BoundedMatcher::GroupBit(group)) == 0)
       return false;
-    return start == way_.position || LeadsTo(way_.place, last) || LeadsTo(last, way_.place);
+    return start == way_.place || LeadsTo(way_.address, last) || LeadsTo(last, way_.address);
   }
 
   /// Whether the program can go from `from` to `to` without a byte.
@@ -443,10 +439,10 @@ class BoundedRun {
   }
 
   void NoteMatch() {
-    longestEnd_ = std::max(longestEnd_, way_.position);
-    if (words_ != nullptr && !words_->CanEndAt(way_.position, start_)) return;
-    if (requiredEnd_ >= 0 ? way_.position != requiredEnd_ : way_.position <= bestEnd_) return;
-    bestEnd_ = way_.position;
+    longestEnd_ = std::max(longestEnd_, way_.place);
+    if (words_ != nullptr && !words_->CanEndAt(way_.place, start_)) return;
+    if (requiredEnd_ >= 0 ? way_.place != requiredEnd_ : way_.place <= bestEnd_) return;
+    bestEnd_ = way_.place;
     bestTrail_ = trail_;
   }
 

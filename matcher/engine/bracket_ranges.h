@@ -17,18 +17,18 @@ class BracketRanges {
   explicit BracketRanges(int groupCount)
       : ranges_(static_cast<std::size_t>(groupCount) + 1), accepted_(ranges_) {}
 
-  void Open(int group, int position) { At(group) = {position, -1}; }
+  void Open(int group, int place) { At(group) = {place, -1}; }
 
   /// `isOptional`: a repetition made the group optional.
-  void Close(int group, int position, bool isOptional) {
+  void Close(int group, int place, bool isOptional) {
     GroupRange& range = At(group);
-    if (range.start < position) {
-      range.end = position;
+    if (range.start < place) {
+      range.end = place;
       accepted_ = ranges_;
     } else if (isOptional && accepted_[static_cast<std::size_t>(group)].start >= 0) {
       ranges_ = accepted_;  // an empty round that changes nothing
     } else {
-      range.end = position;
+      range.end = place;
     }
   }
 

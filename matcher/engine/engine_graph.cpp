@@ -49,20 +49,28 @@ Demands DemandsOf(Anchor anchor) {
 
 }  // namespace
 
-Conditions EngineGraph::Holding(const TextReader& text, int position) {
-  Conditions holding = text.IsWordAt(position - 1) ? kWordBefore : kNoWordBefore;
-  holding |= text.IsWordAt(position) ? kWordAfter : kNoWordAfter;
-  if (text.Holds(Anchor::kLineStart, position)) holding |= kLineStartsHere;
-  if (text.Holds(Anchor::kTextStart, position)) holding |= kTextStartsHere;
-  if (text.Holds(Anchor::kLineEnd, position)) holding |= kLineEndsHere;
-  if (text.Holds(Anchor::kTextEnd, position)) holding |= kTextEndsHere;
+Conditions EngineGraph::Holding(const TextReader& text, int place) {
+  Conditions holding = text.IsWordAt(place - 1) ? kWordBefore : kNoWordBefore;
+  holding |= text.IsWordAt(place) ? kWordAfter : kNoWordAfter;
+  if (text.Holds(Anchor::kLineStart, place)) holding |= kLineStartsHere;
+  if (text.Holds(Anchor::kTextStart, place)) holding |= kTextStartsHere;
+  if (text.Holds(Anchor::kLineEnd, place)) holding |= kLineEndsHere;
+  if (text.Holds(Anchor::kTextEnd, place)) holding |= kTextEndsHere;
   return holding;
+}
+
+bool EngineGraph::AreExclusive(Conditions one, Conditions other) {
+  const Conditions both = one | other;
+  const auto hasBoth = [&](Conditions a, Conditions b) {
+    return (both & a) != 0 && (both & b) != 0;
+  };
+  return hasBoth(kWordBefore, kNoWordBefore) || hasBoth(kWordAfter, kNoWordAfter);
 }
 
 EngineGraph::EngineGraph(const BoundedMatcher& matcher) : nodeOf_(matcher.program_.size(), -1) {
   AddSteps(matcher);
   Link(matcher);
-  start_ = NodeOfPlace(matcher, 0);
+  start_ = NodeOfAddress(matcher, 0);
   CopyAfterAnchors();
 }
 
@@ -73,11 +81,11 @@ EngineGraph::Number EngineGraph::AddNode(const Node& node) {
 }
 
 void EngineGraph::AddSteps(const BoundedMatcher& matcher) {
-  for (const int place : matcher.engineOrder_) {
-    const BoundedMatcher::Step& step = matcher.At(place);
+  for (const int address : matcher.engineOrder_) {
+    const BoundedMatcher::Step& step = matcher.At(address);
     Node node;
-    node.place = place;
-    node.isCopy = matcher.isCopy_[static_cast<std::size_t>(place)];
+    node.address = address;
+    node.isCopy = matcher.isCopy_[static_cast<std::size_t>(address)];
     if (step.operation == BoundedMatcher::Operation::kAnchor) {
       const Demands demands = DemandsOf(static_cast<Anchor>(step.first));
       node.conditions = demands.first;
@@ -91,36 +99,36 @@ void EngineGraph::AddSteps(const BoundedMatcher& matcher) {
         node.next = {first, first + 1};
       }
     }
-    nodeOf_[static_cast<std::size_t>(place)] = AddNode(node);
+    nodeOf_[static_cast<std::size_t>(address)] = AddNode(node);
   }
 }
 
 void EngineGraph::Link(const BoundedMatcher& matcher) {
   for (Node& node : nodes_) {
-    const BoundedMatcher::Step& step = matcher.At(node.place);
+    const BoundedMatcher::Step& step = matcher.At(node.address);
     switch (step.operation) {
       case BoundedMatcher::Operation::kByte:
       case BoundedMatcher::Operation::kSet:
-        node.afterByte = NodeOfPlace(matcher, node.place + 1);
+        node.afterByte = NodeOfAddress(matcher, node.address + 1);
         break;
       case BoundedMatcher::Operation::kSplit:
-        node.next = {NodeOfPlace(matcher, step.first), NodeOfPlace(matcher, step.second)};
+        node.next = {NodeOfAddress(matcher, step.first), NodeOfAddress(matcher, step.second)};
         node.nextCount = node.next[0] == node.next[1] ? 1 : 2;
         break;
       case BoundedMatcher::Operation::kMatch:
         break;
       default:
         if (node.nextCount == 2) break;
-        node.next[0] = NodeOfPlace(matcher, node.place + 1);
+        node.next[0] = NodeOfAddress(matcher, node.address + 1);
         node.nextCount = 1;
     }
   }
 }
 
-EngineGraph::Number EngineGraph::NodeOfPlace(const BoundedMatcher& matcher, int place) const {
-  while (matcher.At(place).operation == BoundedMatcher::Operation::kJump)
-    place = matcher.At(place).first;
-  return nodeOf_[static_cast<std::size_t>(place)];
+EngineGraph::Number EngineGraph::NodeOfAddress(const BoundedMatcher& matcher, int address) const {
+  while (matcher.At(address).operation == BoundedMatcher::Operation::kJump)
+    address = matcher.At(address).first;
+  return nodeOf_[static_cast<std::size_t>(address)];
 }
 
 void EngineGraph::CopyAfterAnchors() {

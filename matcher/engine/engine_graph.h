@@ -30,7 +30,7 @@ class EngineGraph {
   using Conditions = std::uint32_t;  // bits; see `Holding`
 
   struct Node {
-    int place = 0;  // in the program
+    int address = 0;  // in the program
     Conditions conditions = 0;
     bool isCopy = false;
     int nextCount = 0;
@@ -47,16 +47,18 @@ class EngineGraph {
   const Node& At(Number number) const { return nodes_[static_cast<std::size_t>(number)]; }
   std::size_t Size() const { return nodes_.size(); }
 
-  /// The conditions that hold at `position`. Those of a node on the byte before must hold for the node to
+  /// The conditions that hold at `place`. Those of a node on the byte before must hold for the node to
   /// be there at all, those on the byte after for what it stands for to match.
-  static Conditions Holding(const TextReader& text, int position);
+  static Conditions Holding(const TextReader& text, int place);
   static constexpr Conditions kOnByteBefore = 0x0F;
+  /// Whether the one conditions and the other can never hold at the same place.
+  static bool AreExclusive(Conditions one, Conditions other);
 
  private:
   Number AddNode(const Node& node);
   void AddSteps(const BoundedMatcher& matcher);
   void Link(const BoundedMatcher& matcher);
-  Number NodeOfPlace(const BoundedMatcher& matcher, int place) const;
+  Number NodeOfAddress(const BoundedMatcher& matcher, int address) const;
   void CopyAfterAnchors();
   void Visit(Number root, std::vector<bool>& isVisited);
   void CopyAfter(Number anchor);
@@ -64,7 +66,7 @@ class EngineGraph {
   Number KnownCopy(Number original, Conditions conditions) const;
 
   std::vector<Node> nodes_;
-  std::vector<Number> nodeOf_;                              // by place
+  std::vector<Number> nodeOf_;                              // by address
   std::map<std::pair<Number, Conditions>, Number> copies_;  // the latest
   Number start_ = 0;
   bool isWhole_ = true;

@@ -1,7 +1,7 @@
 // Finds the match that the engine finds, for patterns without back-references, in one pass over a line.
 //
 // The engine tries one start after the other, which costs the square of a long line. Here all starts are
-// followed at the same time, along the engine's own graph (engine_graph.h): at every position, each node
+// followed at the same time, along the engine's own graph (engine_graph.h): at every place, each node
 // that is reached knows the leftmost start from which it is. The time is at most that of the line times
 // the nodes that are reached, and is spent from a credit while it passes.
 
@@ -37,19 +37,19 @@ class GraphSearch {
     int start;
   };
 
-  void Enter(Number node, int start, int position);
-  void Reach(Number node, int start, int position);
-  void NoteEnd(int position, const WordRule* words, GroupRange& match) const;
-  void FollowByte(int position);
-  int SkipTo(int position, int lastStart) const;
+  void Enter(Number node, int start, int place);
+  void Reach(Number node, int start, int place);
+  void NoteEnd(int place, const WordRule* words, GroupRange& match) const;
+  void FollowByte(int place);
+  int SkipTo(int place, int lastStart) const;
 
   const BoundedMatcher& matcher_;
   const EngineGraph& graph_;
   const TextReader text_;
   WorkCredit& credit_;
-  std::vector<Thread> reached_;  // at the present position, by their starts
+  std::vector<Thread> reached_;  // at the present place, by their starts
   std::vector<Thread> next_;     // after its byte
-  std::vector<int> reachedAt_;   // by node: the position at which it was last reached
+  std::vector<int> reachedAt_;   // by node: the place at which it was last reached
   EngineGraph::Conditions holding_ = 0;
 };
 

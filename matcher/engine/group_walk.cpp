@@ -35,14 +35,14 @@ GroupWalk::Outcome GroupWalk::Go(GroupRange match, std::vector<GroupRange>& rang
   return Walk(match, ranges);
 }
 
-/// The node after the byte at `position`, if `node` stands for it; otherwise -1.
-GroupWalk::Number GroupWalk::AfterByte(Number node, int position) const {
+/// The node after the byte at `place`, if `node` stands for it; otherwise -1.
+GroupWalk::Number GroupWalk::AfterByte(Number node, int place) const {
   const BoundedMatcher::Step& step = StepOf(node);
   const bool matches =
       step.operation == Operation::kByte
-          ? text_.IsByteAt(position, step.first)
-          : step.operation == Operation::kSet && text_.IsInSetAt(position, matcher_.SetOf(step));
-  if (!matches || !Hold(graph_.At(node).conditions, LayerAt(position).holding)) return -1;
+          ? text_.IsByteAt(place, step.first)
+          : step.operation == Operation::kSet && text_.IsInSetAt(place, matcher_.SetOf(step));
+  if (!matches || !Hold(graph_.At(node).conditions, LayerAt(place).holding)) return -1;
   return graph_.At(node).afterByte;
 }
 
@@ -52,7 +52,7 @@ GroupWalk::Number GroupWalk::AfterByte(Number node, int position) const {
 /// returns false if that is too much.
 bool GroupWalk::NoteForwards(GroupRange match) {
   std::vector<Number> first{graph_.Start()};
-  for (int position = match.start; position <= match.end; ++position) {
+  for (int place = match.start; place <= match.end; ++place) {
     const std::size_t begin = reached_.size();
     const auto reach = [&](Number node) {
       std::size_t& entry = entryOf_[static_cast<std::size_t>(node)];
@@ -69,10 +69,10 @@ bool GroupWalk::NoteForwards(GroupRange match) {
     if (reached_.size() > kMaxGroupEntries) return false;
     const auto count = static_cast<std::int64_t>(reached_.size() - begin);
     if (!credit_.Spend((count + 2) * kGroupEntryUnits)) return false;
-    layers_.push_back({begin, reached_.size(), EngineGraph::Holding(text_, position)});
+    layers_.push_back({begin, reached_.size(), EngineGraph::Holding(text_, place)});
     first.clear();
-    for (std::size_t i = begin; i < reached_.size() && position < match.end; ++i) {
-      const Number next = AfterByte(reached_[i], position);
+    for (std::size_t i = begin; i < reached_.size() && place < match.end; ++i) {
+      const Number next = AfterByte(reached_[i], place);
       if (next >= 0) first.push_back(next);
     }
   }
@@ -86,11 +86,11 @@ bool GroupWalk::NoteBackwards(GroupRange match) {
   Index(layers_.back());
   leadsOn_[entryOf_[static_cast<std::size_t>(lastNode_)]] = true;
   KeepWays(layers_.back());
-  for (int position = match.end - 1; position >= match.start; --position) {
-    const Layer& layer = LayerAt(position);
-    const Layer& after = LayerAt(position + 1);
+  for (int place = match.end - 1; place >= match.start; --place) {
+    const Layer& layer = LayerAt(place);
+    const Layer& after = LayerAt(place + 1);
     for (std::size_t i = layer.begin; i < layer.end; ++i) {
-      const Number next = AfterByte(reached_[i], position);
+      const Number next = AfterByte(reached_[i], place);
       leadsOn_[i] = next >= 0 && IsNoted(next, after);
     }
     Index(layer);
@@ -144,19 +144,19 @@ bool GroupWalk::IsNoted(Number node, const Layer& layer) const {
 GroupWalk::Outcome GroupWalk::Walk(GroupRange match, std::vector<GroupRange>& ranges) {
   BracketRanges passedRanges(matcher_.tree_.groupCount);
   Number node = graph_.Start();
-  int position = match.start;
+  int place = match.start;
   std::size_t sinceNew = 0;
   for (;;) {
-    matcher_.PassBracket(StepOf(node), position, passedRanges);
-    if (position == match.end && node == lastNode_) break;
+    matcher_.PassBracket(StepOf(node), place, passedRanges);
+    if (place == match.end && node == lastNode_) break;
     if (graph_.At(node).nextCount > 0) {
       const std::size_t passedBefore = passed_.size();
-      node = StepWithoutByte(node, position);
+      node = StepWithoutByte(node, place);
       sinceNew = passed_.size() > passedBefore ? 0 : sinceNew + 1;
       if (sinceNew > graph_.Size()) return Outcome::kEndless;
     } else {
-      node = position < match.end ? AfterByte(node, position) : -1;
-      if (node >= 0) Index(LayerAt(++position));
+      node = place < match.end ? AfterByte(node, place) : -1;
+      if (node >= 0) Index(LayerAt(++place));
       ForgetPassed();
       sinceNew = 0;
     }
@@ -168,7 +168,7 @@ GroupWalk::Outcome GroupWalk::Walk(GroupRange match, std::vector<GroupRange>& ra
 }
 
 /// Where the walk goes on from `number`, which leads on without a byte; -1 if nothing noted is there.
-GroupWalk::Number GroupWalk::StepWithoutByte(Number number, int position) {
+GroupWalk::Number GroupWalk::StepWithoutByte(Number number, int place) {
   if (!isPassed_[static_cast<std::size_t>(number)]) {
     isPassed_[static_cast<std::size_t>(number)] = true;
     passed_.push_back(number);
@@ -177,7 +177,7 @@ GroupWalk::Number GroupWalk::StepWithoutByte(Number number, int position) {
   Number chosen = -1;
   for (int n = 0; n < node.nextCount; ++n) {
     const Number next = node.next[static_cast<std::size_t>(n)];
-    if (!IsNoted(next, LayerAt(position))) continue;
+    if (!IsNoted(next, LayerAt(place))) continue;
     if (chosen >= 0) return isPassed_[static_cast<std::size_t>(chosen)] ? next : chosen;
     chosen = next;
   }

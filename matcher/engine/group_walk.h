@@ -1,6 +1,6 @@
 // Tells the groups of a known match as the engine does, for patterns without back-references.
 //
-// The engine first notes, at every position of the match, the nodes of its graph (engine_graph.h) that lie
+// The engine first notes, at every place of the match, the nodes of its graph (engine_graph.h) that lie
 // on any way from the start to the end. Then it walks once, without ever turning back, along noted nodes:
 // at a branch it takes the first side that is noted, and the second if it has passed the first since
 // the last byte. A group is what was passed between its brackets last.
@@ -46,7 +46,7 @@ class GroupWalk {
   using Number = EngineGraph::Number;
   using Operation = BoundedMatcher::Operation;
 
-  /// What is reached at one position: a part of `reached_`.
+  /// What is reached at one place: a part of `reached_`.
   struct Layer {
     std::size_t begin;
     std::size_t end;
@@ -54,12 +54,12 @@ class GroupWalk {
   };
 
   const BoundedMatcher::Step& StepOf(Number node) const {
-    return matcher_.At(graph_.At(node).place);
+    return matcher_.At(graph_.At(node).address);
   }
-  const Layer& LayerAt(int position) const {
-    return layers_[static_cast<std::size_t>(position - start_)];
+  const Layer& LayerAt(int place) const {
+    return layers_[static_cast<std::size_t>(place - start_)];
   }
-  Number AfterByte(Number node, int position) const;
+  Number AfterByte(Number node, int place) const;
   bool NoteForwards(GroupRange match);
   bool NoteBackwards(GroupRange match);
   bool FindLastNode(const Layer& layer);
@@ -67,7 +67,7 @@ class GroupWalk {
   void Index(const Layer& layer);
   bool IsNoted(Number node, const Layer& layer) const;
   Outcome Walk(GroupRange match, std::vector<GroupRange>& ranges);
-  Number StepWithoutByte(Number node, int position);
+  Number StepWithoutByte(Number node, int place);
   void ForgetPassed();
 
   static constexpr std::size_t kNoEntry = SIZE_MAX;
@@ -76,7 +76,7 @@ class GroupWalk {
   const EngineGraph& graph_;
   const TextReader text_;
   WorkCredit& credit_;
-  std::vector<Layer> layers_;    // by position, from the start of the match on
+  std::vector<Layer> layers_;    // by place, from the start of the match on
   std::vector<Number> reached_;  // the nodes of all layers
   std::vector<bool> leadsOn_;    // by entry of `reached_`: whether the end is reached from it
   std::vector<std::size_t>

@@ -2,6 +2,7 @@
 
 #include "matcher/costs.h"
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,11 +12,42 @@ namespace trovex {
 
 namespace {
 
-/// At how many positions what the nodes know is worked out again.
-constexpr int kStretch = 256;
 constexpr std::size_t kBits = 64;
 
+bool Hold(EngineGraph::Conditions conditions, EngineGraph::Conditions holding) {
+  return (conditions & ~holding) == 0;
+}
+
 }  // namespace
+
+bool LineGroups::Suits(const BoundedMatcher& matcher, const EngineGraph& graph) {
+  std::vector<bool> isReached(graph.Size());
+  std::vector<Number> reached;
+  const auto reach = [&](Number number) {
+    if (isReached[static_cast<std::size_t>(number)]) return;
+    isReached[static_cast<std::size_t>(number)] = true;
+    reached.push_back(number);
+  };
+  std::vector<Conditions> ends;
+  reach(graph.Start());
+  for (std::size_t i = 0; i < reached.size(); ++i) {
+    const EngineGraph::Node& node = graph.At(reached[i]);
+    if (matcher.At(node.address).operation == Operation::kMatch) ends.push_back(node.conditions);
+    for (int n = 0; n < node.nextCount; ++n) {
+      const Number next = node.next[static_cast<std::size_t>(n)];
+      if (!Hold(node.conditions, graph.At(next).conditions)) return false;
+      reach(next);
+    }
+    if (node.afterByte >= 0) reach(node.afterByte);
+  }
+  // The engine ends at one node where it could at several.
+  for (std::size_t i = 0; i < ends.size(); ++i) {
+    for (std::size_t j = i + 1; j < ends.size(); ++j) {
+      if (!EngineGraph::AreExclusive(ends[i], ends[j])) return false;
+    }
+  }
+  return true;
+}
 
 LineGroups::LineGroups(const BoundedMatcher& matcher, const EngineGraph& graph)
     : matcher_(matcher), graph_(graph), leadsToBracket_(graph.Size()), isPassed_(graph.Size()) {
@@ -59,7 +91,7 @@ void LineGroups::NoteWhatLeadsToBrackets() {
     for (const Number number : order_) {
       if (leads(number)) continue;
       const EngineGraph::Node& node = graph_.At(number);
-      const BoundedMatcher::Step& step = matcher_.At(node.place);
+      const BoundedMatcher::Step& step = matcher_.At(node.address);
       const bool isBracket =
           step.operation == Operation::kOpenGroup || step.operation == Operation::kCloseGroup;
       bool does = isBracket && step.first == group_;
@@ -72,12 +104,14 @@ void LineGroups::NoteWhatLeadsToBrackets() {
   }
 }
 
-bool LineGroups::Prepare(const char* begin, const char* end, int group, WorkCredit& credit) {
+bool LineGroups::Prepare(const char* begin, const char* end, int group, bool words,
+                         WorkCredit& credit) {
   begin_ = nullptr;
   loaded_ = -1;
+  textBegin_ = -1;
   const std::size_t nodes = graph_.Size();
   const auto length = static_cast<std::size_t>(end - begin);
-  if ((length / kStretch + 1 + kStretch + 1) * nodes > kMaxLineEnds) return false;
+  if ((length / kLineStretch + 1 + kLineStretch + 1) * nodes > kMaxLineEnds) return false;
   // What is worked out is worked out once more where a walk comes there.
   const std::int64_t units = static_cast<std::int64_t>((length + 1) * nodes) * kLineEndUnits;
   if (!credit.Affords(3 * units)) return false;
@@ -85,44 +119,64 @@ bool LineGroups::Prepare(const char* begin, const char* end, int group, WorkCred
   if (group != std::exchange(group_, group)) NoteWhatLeadsToBrackets();
 
   starts_.assign(length / kBits + 1, 0);
-  kept_.resize((length / kStretch + 1) * nodes);
-  stretch_.resize((kStretch + 1) * nodes);
+  kept_.resize((length / kLineStretch + 1) * nodes);
+  stretch_.resize((kLineStretch + 1) * nodes);
   begin_ = begin;
   end_ = end;
   length_ = static_cast<int>(length);
+  words_ = words;
   End* ends = stretch_.data();
   End* following = stretch_.data() + nodes;
-  for (int position = length_; position >= 0; --position) {
+  for (int offset = length_; offset >= 0; --offset) {
     std::swap(ends, following);
-    StepBack(position, following, ends);
-    const auto place = static_cast<std::size_t>(position);
-    if (ends[graph_.Start()] >= 0) starts_[place / kBits] |= std::uint64_t{1} << place % kBits;
-    if (position % kStretch == 0) std::copy_n(ends, nodes, &kept_[place / kStretch * nodes]);
+    StepBack(offset, HoldingAt(offset), following, ends);
+    const auto place = static_cast<std::size_t>(offset);
+    if (ends[graph_.Start()] >= 0 && CanStartAt(offset))
+      starts_[place / kBits] |= std::uint64_t{1} << place % kBits;
+    if (offset % kLineStretch == 0) std::copy_n(ends, nodes, &kept_[place / kLineStretch * nodes]);
   }
   return true;
 }
 
-bool LineGroups::MatchesByte(const BoundedMatcher::Step& step, int position) const {
-  const int byte = matcher_.tree_.translate[static_cast<unsigned char>(begin_[position])];
+/// What anchors see at `offset`.
+LineGroups::Conditions LineGroups::HoldingAt(int offset) const {
+  if (!matcher_.HasAnchors()) return 0;
+  return EngineGraph::Holding(TextReader(matcher_.tree_, {begin_, length_, true}), offset);
+}
+
+bool LineGroups::CanStartAt(int offset) const {
+  return !words_ || WordRule{begin_, length_}.CanStartAt(offset);
+}
+
+bool LineGroups::CanEndAt(int offset) const {
+  return !words_ || offset == length_ ||
+         !IsWordConstituent(static_cast<unsigned char>(begin_[offset]));
+}
+
+bool LineGroups::MatchesByte(const BoundedMatcher::Step& step, int offset) const {
+  const int byte = matcher_.tree_.translate[static_cast<unsigned char>(begin_[offset])];
   return step.operation == Operation::kByte
              ? byte == step.first
              : matcher_.SetOf(step).test(static_cast<std::size_t>(byte));
 }
 
-/// Works out the ends at `position` from those at the position after it.
-void LineGroups::StepBack(int position, const End* following, End* ends) const {
+/// Works out the ends at `offset`, where the conditions `holding` hold, from those at the offset after it.
+void LineGroups::StepBack(int offset, Conditions holding, const End* following, End* ends) const {
   if (hasLoops_) std::fill_n(ends, graph_.Size(), End{-1});
   for (const Number number : order_) {
     const EngineGraph::Node& node = graph_.At(number);
-    const BoundedMatcher::Step& step = matcher_.At(node.place);
+    const BoundedMatcher::Step& step = matcher_.At(node.address);
     End end = -1;
     if (node.nextCount > 0) {
+      // What it leads to stands under its conditions, too.
       for (int n = 0; n < node.nextCount; ++n)
         end = std::max(end, ends[node.next[static_cast<std::size_t>(n)]]);
+    } else if (!Hold(node.conditions, holding)) {
+      end = -1;
     } else if (step.operation == Operation::kMatch) {
-      end = position;
-    } else if (node.afterByte >= 0 && position < length_ && following[node.afterByte] >= 0 &&
-               MatchesByte(step, position)) {
+      end = CanEndAt(offset) ? offset : -1;
+    } else if (node.afterByte >= 0 && offset < length_ && following[node.afterByte] >= 0 &&
+               MatchesByte(step, offset)) {
       end = following[node.afterByte];
     }
     ends[number] = end;
@@ -141,11 +195,12 @@ void LineGroups::StepBack(int position, const End* following, End* ends) const {
   }
 }
 
-/// The first position from `position` on at which a match starts; beyond the line if there is none.
-int LineGroups::NextStart(int position) const {
-  std::size_t word = static_cast<std::size_t>(position) / kBits;
+/// The first offset from `offset` on at which a match starts; beyond the line if there is none.
+int LineGroups::NextStart(int offset) const {
+  if (offset > length_) return offset;
+  std::size_t word = static_cast<std::size_t>(offset) / kBits;
   std::uint64_t bits = starts_[word] & ~std::uint64_t{0}
-                                           << static_cast<std::size_t>(position) % kBits;
+                                           << static_cast<std::size_t>(offset) % kBits;
   while (bits == 0) {
     if (++word == starts_.size()) return length_ + 1;
     bits = starts_[word];
@@ -153,39 +208,59 @@ int LineGroups::NextStart(int position) const {
   return static_cast<int>(word * kBits) + std::countr_zero(bits);
 }
 
-/// Makes the ends at `position` known. Returns false if the credit does not allow it.
-bool LineGroups::Load(int position, WorkCredit& credit) {
-  const int number = position / kStretch;
+/// The same where a text begins at `offset`; -1 if the credit does not allow it.
+int LineGroups::FirstStart(int offset, WorkCredit& credit) {
+  const bool isAlike = offset == 0 || !(words_ || matcher_.HasAnchors());
+  if (isAlike) return NextStart(offset);
+  if (!Load(offset, credit)) return -1;
+  if (!credit.Spend(static_cast<std::int64_t>(graph_.Size()) * kLineEndUnits)) return -1;
+  const TextReader rest(matcher_.tree_, {begin_ + offset, length_ - offset, true});
+  const End* const following = offset < length_ ? EndsAt(offset) + graph_.Size() : nullptr;
+  endsAtBegin_.resize(graph_.Size());
+  StepBack(offset, EngineGraph::Holding(rest, 0), following, endsAtBegin_.data());
+  textBegin_ = offset;
+  return endsAtBegin_[static_cast<std::size_t>(graph_.Start())] >= 0 ? offset
+                                                                     : NextStart(offset + 1);
+}
+
+/// Makes the ends at `offset` known. Returns false if the credit does not allow it.
+bool LineGroups::Load(int offset, WorkCredit& credit) {
+  const int number = offset / kLineStretch;
   if (number == loaded_) return true;
   const std::size_t nodes = graph_.Size();
-  const int first = number * kStretch;
-  const int last = std::min(first + kStretch, length_);
+  const int first = number * kLineStretch;
+  const int last = std::min(first + kLineStretch, length_);
   const auto rowOf = [&](int of) {
     return &stretch_[static_cast<std::size_t>(of - first) * nodes];
   };
   if (!credit.Spend(static_cast<std::int64_t>(nodes) * (last - first + 1) * kLineEndUnits))
     return false;
-  if (last % kStretch == 0) {
-    std::copy_n(&kept_[static_cast<std::size_t>(last / kStretch) * nodes], nodes, rowOf(last));
+  if (last % kLineStretch == 0) {
+    std::copy_n(&kept_[static_cast<std::size_t>(last / kLineStretch) * nodes], nodes, rowOf(last));
   } else {
-    StepBack(last, nullptr, rowOf(last));
+    StepBack(last, HoldingAt(last), nullptr, rowOf(last));
   }
   for (int at = last - 1; at >= first; --at)
-    StepBack(at, rowOf(at + 1), rowOf(at));
+    StepBack(at, HoldingAt(at), rowOf(at + 1), rowOf(at));
   loaded_ = number;
   return true;
 }
 
-const LineGroups::End* LineGroups::EndsAt(int position) const {
-  return &stretch_[static_cast<std::size_t>(position % kStretch) * graph_.Size()];
+/// The ends at `offset`, which is loaded. Those at the offset after it follow.
+const LineGroups::End* LineGroups::EndsAt(int offset) const {
+  if (offset == textBegin_) return endsAtBegin_.data();
+  return &stretch_[static_cast<std::size_t>(offset % kLineStretch) * graph_.Size()];
 }
 
-LineGroups::Match LineGroups::Find(const char* place, WorkCredit& credit) {
-  const int start = NextStart(static_cast<int>(place - begin_));
+LineGroups::Match LineGroups::Find(const char* place, bool beginsText, WorkCredit& credit) {
+  const auto from = static_cast<int>(place - begin_);
+  textBegin_ = -1;
+  const int start = beginsText ? FirstStart(from, credit) : NextStart(from);
   if (start > length_) return {};
   Match match;
-  match.start = begin_ + start;
-  match.outcome = Walk(start, credit, match.group) ? SearchOutcome::kFound : SearchOutcome::kGaveUp;
+  match.start = begin_ + std::max(start, from);
+  match.outcome = start >= 0 && Walk(start, credit, match.group) ? SearchOutcome::kFound
+                                                                 : SearchOutcome::kGaveUp;
   return match;
 }
 
@@ -198,20 +273,20 @@ bool LineGroups::Walk(int start, WorkCredit& credit, GroupRange& group) {
   BracketRanges ranges(matcher_.tree_.groupCount);
   std::int64_t steps = 0;
   Number number = graph_.Start();
-  for (int position = start;;) {
+  for (int offset = start;;) {
     const EngineGraph::Node& node = graph_.At(number);
-    const BoundedMatcher::Step& step = matcher_.At(node.place);
-    matcher_.PassBracket(step, position - start, ranges);
+    const BoundedMatcher::Step& step = matcher_.At(node.address);
+    matcher_.PassBracket(step, offset - start, ranges);
     if (step.operation == Operation::kMatch) break;
     if (!leadsToBracket_[static_cast<std::size_t>(number)] && ranges.IsSettled(group_)) break;
     ++steps;
     if (node.nextCount > 0) {
-      number = StepWithoutByte(number, EndsAt(position), end);
+      number = StepWithoutByte(number, EndsAt(offset), end);
       continue;
     }
     number = node.afterByte;
     ForgetPassed();
-    if (!Load(++position, credit)) return false;
+    if (!Load(++offset, credit)) return false;
   }
   group = ranges.At(group_);
   return credit.Spend(steps * kLineWalkUnits);

@@ -220,6 +220,16 @@ SearchOutcome RegularExpression::SearchWord(const WordRule& rule, int from, Grou
   return outcome;
 }
 
+bool RegularExpression::CanMatchWord(int length) const {
+  return !hazards_.search && !IsForEngine(length) && !Bounded().HasAnchors();
+}
+
+SearchOutcome RegularExpression::MatchWord(const WordRule& rule, int start, GroupRange& match,
+                                           WorkCredit& credit) const {
+  const BoundedText text{rule.line, rule.length, true};
+  return Bounded().FindWhole(text, start, start, match, credit, &rule);
+}
+
 std::unique_ptr<LineGroups> RegularExpression::MakeLineGroups() const {
   if (hazards_.search || hazards_.groups || !Bounded().CanReadLines()) return nullptr;
   return Bounded().MakeLineGroups();

@@ -136,6 +136,12 @@ class RegularExpression {
   SearchOutcome SearchWord(const WordRule& rule, int from, GroupRange& match,
                            WorkCredit& credit) const;
 
+  /// Whether `MatchWord` may be asked on a line of `length` bytes.
+  bool CanMatchWord(int length) const;
+  /// Finds the longest match at `start` on the line of `rule` that the rule lets pass, in one pass.
+  SearchOutcome MatchWord(const WordRule& rule, int start, GroupRange& match,
+                          WorkCredit& credit) const;
+
   /// What tells one group of the matches on a line, where each is looked for from the end of the group of the
   /// one before (line_groups.h); null where the pattern does not allow it. This object must outlive it.
   std::unique_ptr<LineGroups> MakeLineGroups() const;

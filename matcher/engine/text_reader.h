@@ -16,34 +16,32 @@ class TextReader {
   TextReader(const SyntaxTree& tree, const BoundedText& text) : tree_(tree), text_(text) {}
 
   int Length() const { return text_.length; }
-  bool IsEnd(int position) const { return position == text_.length; }
-  int ByteAt(int position) const {
-    return tree_.translate[static_cast<unsigned char>(text_.begin[position])];
+  bool IsEnd(int place) const { return place == text_.length; }
+  int ByteAt(int place) const {
+    return tree_.translate[static_cast<unsigned char>(text_.begin[place])];
   }
-  bool IsByteAt(int position, int byte) const {
-    return !IsEnd(position) && ByteAt(position) == byte;
-  }
-  bool IsInSetAt(int position, const CharSet& set) const {
-    return !IsEnd(position) && set.test(static_cast<std::size_t>(ByteAt(position)));
+  bool IsByteAt(int place, int byte) const { return !IsEnd(place) && ByteAt(place) == byte; }
+  bool IsInSetAt(int place, const CharSet& set) const {
+    return !IsEnd(place) && set.test(static_cast<std::size_t>(ByteAt(place)));
   }
 
-  /// Whether a byte of a word stands at `position`, which may lie beyond either end.
-  bool IsWordAt(int position) const {
-    return position >= 0 && position < text_.length && IsEngineWordByte(ByteAt(position));
+  /// Whether a byte of a word stands at `place`, which may lie beyond either end.
+  bool IsWordAt(int place) const {
+    return place >= 0 && place < text_.length && IsEngineWordByte(ByteAt(place));
   }
 
-  bool Holds(Anchor anchor, int position) const {
-    const bool wordBefore = IsWordAt(position - 1);
-    const bool wordAfter = IsWordAt(position);
+  bool Holds(Anchor anchor, int place) const {
+    const bool wordBefore = IsWordAt(place - 1);
+    const bool wordAfter = IsWordAt(place);
     switch (anchor) {
       case Anchor::kLineStart:
-        return position == 0 || ByteAt(position - 1) == '\n';
+        return place == 0 || ByteAt(place - 1) == '\n';
       case Anchor::kLineEnd:
-        return IsEnd(position) ? text_.endsLine : ByteAt(position) == '\n';
+        return IsEnd(place) ? text_.endsLine : ByteAt(place) == '\n';
       case Anchor::kTextStart:
-        return position == 0;
+        return place == 0;
       case Anchor::kTextEnd:
-        return IsEnd(position);
+        return IsEnd(place);
       case Anchor::kWordStart:
         return !wordBefore && wordAfter;
       case Anchor::kWordEnd:

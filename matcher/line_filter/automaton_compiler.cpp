@@ -83,4 +83,11 @@ void CompileOpenAutomaton(PatternAutomaton& automaton) {
   AnalyseAutomaton(automaton, true);
 }
 
+PatternAutomatonPtr CopyAutomaton(const PatternAutomaton& automaton) {
+  PatternAutomatonPtr copy{new PatternAutomaton};
+  static_cast<AutomatonRecord&>(*copy) = automaton;
+  copy->failTables.resize(automaton.failTables.size());
+  return copy;
+}
+
 }  // namespace trovex

@@ -30,6 +30,9 @@ using PatternAutomatonPtr = std::unique_ptr<PatternAutomaton, PatternAutomatonDe
 void AutomatonCompile(const char* pattern, std::size_t length, PatternAutomaton& automaton,
                       bool searchFlag);
 
+/// A copy of `automaton`, which was compiled and not executed yet: it has no tables.
+PatternAutomatonPtr CopyAutomaton(const PatternAutomaton& automaton);
+
 /// Makes an automaton of `automaton`, in place of whatever it held, that lets every line pass, for a
 /// pattern whose own would be too large: the engine alone decides then.
 void CompileOpenAutomaton(PatternAutomaton& automaton);

@@ -6,6 +6,7 @@
 
 #include "matcher/line_filter/must_string.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
 
 #include <algorithm>
@@ -19,9 +20,6 @@
 namespace trovex {
 
 namespace {
-
-/// How many bytes are compared or copied in the time of a step.
-constexpr std::size_t kBytesAtOnce = 16;
 
 /// Strings of which none contains another.
 using StringList = std::vector<std::string>;
@@ -62,7 +60,7 @@ class Evaluation {
 bool Evaluation::Holds(std::string_view text, std::string_view part) {
   if (part.size() > text.size()) return false;
   // In the worst case everything but the last byte of `part` occurs everywhere.
-  Charge(1 + (text.size() - part.size() + 1) * (1 + part.size() / kBytesAtOnce) / 2);
+  Charge(1 + (text.size() - part.size() + 1) * (1 + part.size() / kMustBytesPerStep) / 2);
   return text.find(part) != std::string_view::npos;
 }
 
@@ -136,7 +134,7 @@ void Evaluation::Concatenate(Operand& left, const Operand& right) {
       AddString(left.in, contained);
     if (!left.right.empty() && !right.left.empty()) AddString(left.in, left.right + right.left);
   }
-  Charge((right.left.size() + right.right.size()) / kBytesAtOnce + 1);
+  Charge((right.left.size() + right.right.size()) / kMustBytesPerStep + 1);
 
   if (!left.is.empty()) left.left += right.left;
   if (right.is.empty()) left.right.clear();

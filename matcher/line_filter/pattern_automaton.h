@@ -113,7 +113,8 @@ struct MustEntry {
   bool exact = false;  // the string is the whole of every match
 };
 
-struct PatternAutomaton {
+/// The record but for the tables that lie apart.
+struct AutomatonRecord {
   /// What making the record may cost: charged by all that fill it, which throw BudgetExhausted. A
   /// record that was not filled to the end must not be used.
   CompileBudget budget = CompileBudget::Unlimited();
@@ -150,9 +151,8 @@ struct PatternAutomaton {
   // after the other, 256 steps each.
 
   std::vector<Step> transitions;
-  std::vector<StateNumber> transitionOwners;  // per table of `transitions`: its state
-  std::vector<Step> transitionsOf;            // per state: where its table begins, or kNoTable
-  std::vector<std::unique_ptr<TransitionTable>> failTables;  // per state
+  std::vector<StateNumber> transitionOwners;    // per table of `transitions`: its state
+  std::vector<Step> transitionsOf;              // per state: where its table begins, or kNoTable
   std::vector<std::uint8_t> successBits;        // context classes before which the state accepts
   std::vector<StateNumber> newlineTransitions;  // the state after a newline
   int builtTableCount = 0;                      // how many tables exist
@@ -160,6 +160,10 @@ struct PatternAutomaton {
   // Filled by the extraction of the must string; a new entry goes to the front.
 
   std::vector<MustEntry> mustList;
+};
+
+struct PatternAutomaton : AutomatonRecord {
+  std::vector<std::unique_ptr<TransitionTable>> failTables;  // per state
 };
 
 }  // namespace trovex

@@ -298,7 +298,7 @@ TEST_F(PatternEnvironments, WhatWasRestoredIsFreedWithTheMatchersBuffers) {
   const int a = PatternEnvironment("a");
   const int b = PatternEnvironment("b");
   ASSERT_EQ(Compile("x", 0, 0), nullptr);
-  const std::weak_ptr<CompiledPattern> installed = Matcher().installed;
+  const std::weak_ptr<PatternWork> installed = Matcher().installed;
   for (const int number : {a, b, a}) {
     ASSERT_EQ(ActivateEnvironment(number), 1);
     ASSERT_EQ(RestoreEnvironment(number), 1);

@@ -37,7 +37,8 @@ TEST(HostileSearch, TakesNoMoreWorkThanTheTextAllows) {
     SCOPED_TRACE(search.pattern);
     const CompileResult compiled = Compiled(search);
     ASSERT_EQ(compiled.fault, MessageNumber::kNone);
-    const HostileCost cost = CostOf(*compiled.pattern, search, 4 * search.bytes);
+    PatternWork pattern(compiled.pattern);
+    const HostileCost cost = CostOf(pattern, search, 4 * search.bytes);
     EXPECT_LE(cost.units, UnitsAtMost(search, cost.bytes));
   }
 }
@@ -54,8 +55,9 @@ TEST(HostileSearch, RandomOnesTakeNoMoreEither) {
     SCOPED_TRACE(::testing::Message() << "seed " << seed << ", pattern " << search.pattern);
     const CompileResult compiled = Compiled(search);
     if (compiled.fault != MessageNumber::kNone) continue;
-    const HostileCost once = CostOf(*compiled.pattern, search, search.bytes);
-    const HostileCost fourTimes = CostOf(*compiled.pattern, search, 4 * search.bytes);
+    PatternWork pattern(compiled.pattern);
+    const HostileCost once = CostOf(pattern, search, search.bytes);
+    const HostileCost fourTimes = CostOf(pattern, search, 4 * search.bytes);
     EXPECT_LE(fourTimes.units, UnitsAtMost(search, fourTimes.bytes));
     const double perByte =
         static_cast<double>(fourTimes.units) / static_cast<double>(fourTimes.bytes);

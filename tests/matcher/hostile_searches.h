@@ -94,8 +94,7 @@ struct HostileCost {
 };
 
 /// Searches all matches of a text of about `bytes` bytes, as a host does.
-inline HostileCost CostOf(CompiledPattern& pattern, const HostileSearch& search,
-                          std::size_t bytes) {
+inline HostileCost CostOf(PatternWork& pattern, const HostileSearch& search, std::size_t bytes) {
   const HeapText text(search.text(bytes));
   const SearchConditions conditions = {.matchWords = search.words};
   TextNotes notes;

@@ -69,7 +69,7 @@ std::optional<MatchRange> Find(HeapText& text, int group, bool engineOnly) {
 /// known to be cut short.
 bool Prepare(const std::string& pattern, Flags flags) {
   if (Compile(pattern.c_str(), flags.fold, flags.words) != nullptr) return false;
-  return ClosuresAreComplete(*Matcher().installed->automaton);
+  return ClosuresAreComplete(Matcher().installed->pattern->lineFilter);
 }
 
 /// Searches `text` on both roads for `group`; returns whether the answers are the same.

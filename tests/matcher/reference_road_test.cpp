@@ -22,7 +22,7 @@ using testing::Dice;
 using testing::HeapText;
 using testing::Visible;
 
-std::vector<MatchRange> AllMatches(CompiledPattern& pattern, const HeapText& text, int group,
+std::vector<MatchRange> AllMatches(PatternWork& pattern, const HeapText& text, int group,
                                    bool engineOnly) {
   SearchConditions conditions;
   conditions.engineOnly = engineOnly;
@@ -45,11 +45,11 @@ void Compare(const std::string& pattern, bool folds, const std::vector<std::stri
   options.foldCase = folds;
   const CompileResult compiled = CompileMatcher(pattern, options);
   ASSERT_TRUE(compiled.pattern->searchable) << pattern;
+  PatternWork work(compiled.pattern);
   for (const std::string& text : texts) {
     const HeapText heap(text);
     for (int group = 0; group <= 2; ++group) {
-      ASSERT_EQ(AllMatches(*compiled.pattern, heap, group, false),
-                AllMatches(*compiled.pattern, heap, group, true))
+      ASSERT_EQ(AllMatches(work, heap, group, false), AllMatches(work, heap, group, true))
           << Visible(pattern) << (folds ? " folded" : "") << " group " << group << " in "
           << Visible(text);
     }

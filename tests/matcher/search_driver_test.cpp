@@ -54,7 +54,7 @@ constexpr Flags kLines{false, false, true};
 MessageNumber CompileWith(std::string_view pattern, const Flags& flags) {
   CompileResult result = CompileMatcher(pattern, flags);
   Matcher().options = flags;
-  Matcher().installed = std::move(result.pattern);
+  Matcher().installed = std::make_shared<PatternWork>(std::move(result.pattern));
   return result.fault;
 }
 

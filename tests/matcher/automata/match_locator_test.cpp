@@ -91,7 +91,8 @@ bool IsLocated(const std::string& pattern, Flags flags = {}) {
 }
 
 bool IsReadAlike(const std::string& pattern, Flags flags = {}) {
-  return IsLocated(pattern, flags) && Matcher().installed->automatonReading == Reading::kAlike;
+  return IsLocated(pattern, flags) &&
+         Matcher().installed->pattern->lineFilterReading == Reading::kAlike;
 }
 
 TEST_F(MatchLocatorTest, OrdinaryPatternsAreReadAlikeAndNeedNoEngine) {

@@ -92,7 +92,7 @@ TEST(WordRoad, FindsWhatTheTrivialMatcherFinds) {
   }
 }
 
-std::vector<MatchRange> AllMatches(CompiledPattern& pattern, const SearchConditions& conditions,
+std::vector<MatchRange> AllMatches(PatternWork& pattern, const SearchConditions& conditions,
                                    const std::string& text, char after) {
   std::vector<MatchRange> matches;
   HeapText heap(text, after);
@@ -122,6 +122,7 @@ TEST(WordRoad, FindsWhatTheEngineFinds) {
     options.matchWords = dice.OneIn(2);
     const CompileResult compiled = CompileMatcher(pattern, options);
     ASSERT_TRUE(compiled.pattern->searchable) << pattern;
+    PatternWork work(compiled.pattern);
     SearchConditions conditions;
     conditions.matchWords = options.matchWords;
     SearchConditions engineOnly = conditions;
@@ -129,8 +130,7 @@ TEST(WordRoad, FindsWhatTheEngineFinds) {
     const std::string text =
         TextOfWords(dice, words, dice.OneIn(2) ? "ab \n-" : "abcx\n", dice.Between(1, 80));
     const char after = dice.Byte("a \n");
-    ASSERT_EQ(AllMatches(*compiled.pattern, conditions, text, after),
-              AllMatches(*compiled.pattern, engineOnly, text, after))
+    ASSERT_EQ(AllMatches(work, conditions, text, after), AllMatches(work, engineOnly, text, after))
         << "seed " << seed << " pattern " << Visible(pattern) << " text " << Visible(text)
         << " after " << after << (options.matchWords ? " words" : "")
         << (options.foldCase ? " folded" : "");
@@ -157,14 +157,15 @@ TEST(WordRoad, AListThatTheEngineIsNotGivenIsFoundLikeOthers) {
       ASSERT_TRUE(small.pattern->searchable && alone.pattern->searchable);
       EXPECT_TRUE(small.pattern->regex.IsCompiled());
       EXPECT_FALSE(alone.pattern->regex.IsCompiled());
+      PatternWork workSmall(small.pattern);
+      PatternWork workAlone(alone.pattern);
       const SearchConditions conditions = {.matchWords = words};
       const std::string text = TextOfWords(dice, list, "abcDEF \n", 3000);
-      ASSERT_EQ(AllMatches(*alone.pattern, conditions, text, 'a'),
-                AllMatches(*small.pattern, conditions, text, 'a'));
+      ASSERT_EQ(AllMatches(workAlone, conditions, text, 'a'),
+                AllMatches(workSmall, conditions, text, 'a'));
       const SearchConditions others = {.matchWords = !words};
       const HeapText heap(text);
-      const MatchResult result =
-          ExecuteMatcher(*alone.pattern, others, heap.Data(), heap.Length(), 0);
+      const MatchResult result = ExecuteMatcher(workAlone, others, heap.Data(), heap.Length(), 0);
       EXPECT_EQ(result.outcome, SearchOutcome::kGaveUp);
       EXPECT_EQ(result.gaveUpAt, 0);
     }
