@@ -1,5 +1,6 @@
 #include "query/required_strings.h"
 
+#include "query/tuning.h"
 #include "text/char_set.h"
 
 #include <algorithm>
@@ -11,18 +12,6 @@
 namespace trovex {
 
 namespace {
-
-/// Beyond these, strings are cut up or given up: long ones say no more, many ones say little.
-constexpr std::size_t kMostStrings = 16;
-constexpr std::size_t kLongestString = 24;
-constexpr std::size_t kMostClauses = 8;
-constexpr std::size_t kMostQueryClauses = 64;
-/// The largest set of characters that is written out as so many strings.
-constexpr std::size_t kMostOfSet = 4;
-/// How many rounds of a repetition are written out.
-constexpr int kMostRounds = 4;
-/// At how many of 100,000 places a scan may stop and still be worth its time.
-constexpr double kMostCandidates = 500;
 
 char Folded(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -95,7 +84,7 @@ class Sequence {
 
   /// `piece`, `min` times or more, up to `max`; at least once.
   void AppendRepeated(const Knowledge& piece, int min, int max) {
-    const int rounds = std::min(min, kMostRounds);
+    const int rounds = std::min(min, kMostWrittenRounds);
     for (int round = 0; round < rounds; ++round)
       Append(piece);
     if (max == rounds) return;

@@ -2,6 +2,7 @@
 
 #include "matcher/budget.h"
 #include "query/plain_pattern.h"
+#include "query/tuning.h"
 #include "text/code_page.h"
 
 #include <algorithm>
@@ -16,18 +17,9 @@ namespace {
 
 using Kind = PlannedStream::Kind;
 
-/// How many streams at most are asked through one another.
-constexpr int kMostNested = 64;
-
 /// Up to this distance the characters between two places are counted when they are compared. There are at
 /// most four times as many bytes, so that takes less than a microsecond.
 constexpr std::int64_t kMostCountedDistance = 256;
-
-/// What a verdict costs, roughly: a pattern with a scan is cheap, one without has to look at all of
-/// the text.
-constexpr double kCostOfScan = 1;
-constexpr double kCostOfPattern = 4;
-constexpr double kCostOfSound = 16;
 
 constexpr std::size_t kNoLeaf = SIZE_MAX;
 
@@ -94,7 +86,7 @@ class Planner {
   Planned Add(QueryNode& node, bool bringsTags) {
     Planned planned = AddWithoutTags(node, bringsTags);
     if (bringsTags) AddTags(plan_.streams[planned.stream].tags, node.tags);
-    if (planned.height >= kMostNested) Store(planned);
+    if (planned.height >= kMostNestedStreams) Store(planned);
     return planned;
   }
 
@@ -131,7 +123,7 @@ class Planner {
     planned.stream = Last();
     planned.required = RequiredInMatch(pattern.tree, plan_.foldsCase);
     stream.scan = ScanForClauses(planned.required, plan_.foldsCase);
-    planned.cost = stream.scan.has_value() ? kCostOfScan : kCostOfPattern;
+    planned.cost = stream.scan.has_value() ? kVerdictByScan : kVerdictByPattern;
     stream.isPlain = !options_.wholeWords && IsPlainPattern(pattern.tree);
     const auto [known, isNew] = programs_.try_emplace(Written(pattern.tree));
     if (isNew) known->second = {Compiled(std::move(pattern.tree), node.typed), leafCount_++};
@@ -156,7 +148,7 @@ class Planner {
     stream.soundKey = MakeSoundKey(node.word);
     Planned planned;
     planned.stream = Last();
-    planned.cost = kCostOfSound;
+    planned.cost = kVerdictBySound;
     const auto [known, isNew] = sounds_.try_emplace(stream.soundKey.sounds, leafCount_);
     if (isNew) ++leafCount_;
     planned.leaf = known->second;
@@ -232,7 +224,7 @@ class Planner {
       required.push_back(std::move(operand.required));
     Planned planned = Merge(Kind::kAnd, std::move(operands.list));
     planned.required = AllOfClauses(std::move(required));
-    if (planned.height >= kMostNested) Store(planned);
+    if (planned.height >= kMostNestedStreams) Store(planned);
     return planned;
   }
 
@@ -297,7 +289,7 @@ class Planner {
     required.push_back(std::move(left.required));
     required.push_back(std::move(right.required));
     planned.required = AllOfClauses(std::move(required));
-    if (planned.height >= kMostNested) Store(planned);
+    if (planned.height >= kMostNestedStreams) Store(planned);
     return planned;
   }
 

@@ -1,6 +1,7 @@
 #include "query/search/leaf_stream.h"
 
 #include "query/plain_pattern.h"
+#include "query/tuning.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,9 +9,6 @@
 namespace trovex {
 
 namespace {
-
-/// How many bytes are scanned before the search may be interrupted.
-constexpr std::size_t kScanStep = std::size_t{1} << 20;
 
 /// Where the line of `text` begins that holds the place `at`.
 std::size_t LineStart(TextView text, std::size_t at) {

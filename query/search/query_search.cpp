@@ -1,9 +1,11 @@
 #include "query/search/query_search.h"
 
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 #include "query/plain_pattern.h"
 #include "query/search/leaf_stream.h"
 #include "query/search/near_stream.h"
+#include "query/tuning.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,11 +17,6 @@ namespace {
 /// A text of plain ASCII that is not longer is searched as it is: the patterns do not need another
 /// scan before theirs.
 constexpr std::size_t kShortText = 4096;
-
-/// In texts up to this size, a query of up to so many streams is looked at pattern by pattern before the
-/// streams begin.
-constexpr std::size_t kLookedAt = 256;
-constexpr std::size_t kFewStreams = 64;
 
 }  // namespace
 
@@ -105,7 +102,7 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
     return RunAlone(text, options.mostItems, visit, visitContext);
-  if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
+  if (asItIs && text.size() <= kLookedAtText && plan_.streams.size() <= kFewStreams) {
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
@@ -163,7 +160,7 @@ Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
   PatternSearch& alone = *patterns_.front();
   if (mostItems <= 1) return RunForOne(text, mostItems, visit, visitContext);
   ByteRange match;
-  if (text.size() <= kLookedAt && alone.First(text, match) == SearchOutcome::kNotFound)
+  if (text.size() <= kLookedAtText && alone.First(text, match) == SearchOutcome::kNotFound)
     return Verdict::kNo;
   alone.Begin(text);
   match = alone.Next();

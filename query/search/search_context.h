@@ -6,27 +6,13 @@
 
 #include "query/search/found_place.h"
 #include "query/search/text_blocks.h"
+#include "query/tuning.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 namespace trovex {
-
-/// What one step of a search costs, in units of about a nanosecond: an operand or an operator finds a
-/// place; the walk of a distance decides one; a merge compares two; a tag is written, or given to the
-/// host; a byte is searched by a pattern; and so many bytes are scanned, or looked at to measure a
-/// distance.
-inline constexpr std::int64_t kWorkOfPlace = 48;
-inline constexpr std::int64_t kWorkOfDecision = 64;
-inline constexpr std::int64_t kWorkOfComparison = 4;
-inline constexpr std::int64_t kWorkOfTag = 16;
-inline constexpr std::int64_t kWorkOfByte = 1;
-inline constexpr std::int64_t kScannedForAUnit = 16;
-inline constexpr std::int64_t kMeasuredForAUnit = 2;
-
-/// How much is spent, a few milliseconds, before the host is asked again whether to go on.
-inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
 
 struct SearchContext {
   TextBlocks blocks;

@@ -11,9 +11,6 @@ namespace trovex {
 
 namespace {
 
-/// How many blocks that nobody has are kept at least, before one is used for another part of the text.
-constexpr std::size_t kKeptBlocks = 4;
-
 /// The end of the line that holds `byte`, after its line feed.
 std::size_t LineEnd(TextView text, std::size_t byte) {
   const void* const feed = std::memchr(text.data() + byte, '\n', text.size() - byte);

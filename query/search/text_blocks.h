@@ -12,6 +12,7 @@
 #ifndef TROVEX_QUERY_SEARCH_TEXT_BLOCKS_H
 #define TROVEX_QUERY_SEARCH_TEXT_BLOCKS_H
 
+#include "query/tuning.h"
 #include "text/byte_range.h"
 #include "text/utf8_text.h"
 
@@ -20,10 +21,6 @@
 #include <vector>
 
 namespace trovex {
-
-/// The least bytes of a block, unless the text ends with it. A block is longer by the rest of its last
-/// line.
-inline constexpr std::size_t kBlockSize = std::size_t{1} << 16;
 
 /// A block that was opened.
 class OpenBlock {

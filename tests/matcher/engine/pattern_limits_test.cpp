@@ -165,10 +165,10 @@ class BoundedProcess {
     const auto& [pattern, line] = *static_cast<const Work*>(argument);
     const CompileResult compiled = CompileMatcher(pattern, {});
     if (compiled.fault != MessageNumber::kNone) _exit(2);
-    PatternWork pattern(compiled.pattern);
+    PatternWork own(compiled.pattern);
     const HeapText text(line);
     for (const int group : {0, 1})
-      ExecuteMatcher(pattern, {}, text.Data(), text.Length(), group);
+      ExecuteMatcher(own, {}, text.Data(), text.Length(), group);
     _exit(0);
   }
 };

@@ -1,0 +1,64 @@
+// Numbers that choose between ways to the same answer, in one place, for what is built of patterns. Those of a
+// single pattern stand in matcher/tuning.h.
+
+#ifndef TROVEX_QUERY_TUNING_H
+#define TROVEX_QUERY_TUNING_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace trovex {
+
+// The plan.
+
+/// What a verdict costs, roughly: a pattern with a scan is cheap, one without has to look at all of the text, and
+/// a sound at all of its words.
+inline constexpr double kVerdictByScan = 1;
+inline constexpr double kVerdictByPattern = 4;
+inline constexpr double kVerdictBySound = 16;
+/// How many streams at most are asked through one another: beyond, operands are read beforehand, so that the
+/// stack stays small.
+inline constexpr int kMostNestedStreams = 64;
+
+// Required strings.
+
+/// Beyond these, strings are cut up or given up: long ones say no more, many ones say little. Strings of a clause,
+/// bytes of a string, clauses of a pattern and of a query.
+inline constexpr std::size_t kMostStrings = 16;
+inline constexpr std::size_t kLongestString = 24;
+inline constexpr std::size_t kMostClauses = 8;
+inline constexpr std::size_t kMostQueryClauses = 64;
+/// The largest set of characters that is written out as so many strings, and how many rounds of a repetition are.
+inline constexpr std::size_t kMostOfSet = 4;
+inline constexpr int kMostWrittenRounds = 4;
+/// At how many of 100,000 places a scan may stop and still be worth its time.
+inline constexpr double kMostCandidates = 500;
+
+// The search.
+
+/// Queries of up to so many streams are looked at pattern by pattern in a short text (kLookedAtText).
+inline constexpr std::size_t kFewStreams = 64;
+/// The least bytes of a block, unless the text ends with it. A block is longer by the rest of its last line.
+inline constexpr std::size_t kBlockSize = std::size_t{1} << 16;
+/// How many blocks that nobody has are kept at least, before one is used for another part of the text.
+inline constexpr std::size_t kKeptBlocks = 4;
+/// How many bytes are scanned before the search may be interrupted, and how much is spent, a few milliseconds,
+/// before the host is asked again whether to go on.
+inline constexpr std::size_t kScanStep = std::size_t{1} << 20;
+inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
+
+/// What one step of a search costs, in units of about a nanosecond: an operand or an operator finds a
+/// place; the walk of a distance decides one; a merge compares two; a tag is written, or given to the
+/// host; a byte is searched by a pattern; and so many bytes are scanned, or looked at to measure a
+/// distance.
+inline constexpr std::int64_t kWorkOfPlace = 48;
+inline constexpr std::int64_t kWorkOfDecision = 64;
+inline constexpr std::int64_t kWorkOfComparison = 4;
+inline constexpr std::int64_t kWorkOfTag = 16;
+inline constexpr std::int64_t kWorkOfByte = 1;
+inline constexpr std::int64_t kScannedForAUnit = 16;
+inline constexpr std::int64_t kMeasuredForAUnit = 2;
+
+}  // namespace trovex
+
+#endif  // TROVEX_QUERY_TUNING_H
