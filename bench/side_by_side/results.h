@@ -22,9 +22,9 @@ using Refusals = std::vector<bool>;
 /// One row searched in one text.
 struct RowResult {
   const Row* row;
-  std::optional<std::int64_t> matches = std::nullopt;
-  bool agree = true;  // all contestants found the same
-  Columns rates;      // GB/s
+  std::optional<std::int64_t> matches = std::nullopt;  // that all read alike
+  bool agree = true;                                   // all contestants found the same
+  Columns rates;                                       // GB/s
   Refusals refused;
 
   /// The rate of a door of the library in multiples of the best peer's; none without either.

@@ -62,8 +62,8 @@ void TellDifference(const Row& row, const char* name, const std::vector<Range>& 
                match.end, other.start, other.end);
 }
 
-/// Counts the matches and holds those of all entrants against those of the first, in which the row is
-/// read as by all.
+/// Counts the compared matches and holds those of all entrants against those of the first; the one that
+/// reads the row otherwise is left out.
 void CheckMatches(const std::vector<Entrant>& entrants, const Text& text, RowResult* result) {
   const Entrant* first = nullptr;
   std::vector<Range> expected;
