@@ -47,6 +47,12 @@ inline constexpr std::size_t kKeptBlocks = 4;
 inline constexpr std::size_t kScanStep = std::size_t{1} << 20;
 inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
 
+/// Strings that are searched together: longer ones are compared in vain too often; so many places are one cluster at
+/// most; longer distances would make one cluster of nearly everything.
+inline constexpr std::size_t kLongestSearched = 64;
+inline constexpr std::size_t kLargestCluster = 4'096;
+inline constexpr std::int64_t kLongestClustered = 1 << 16;
+
 /// What one step of a search costs, in units of about a nanosecond: an operand or an operator finds a
 /// place; the walk of a distance decides one; a merge compares two; a tag is written, or given to the
 /// host; a byte is searched by a pattern; and so many bytes are scanned, or looked at to measure a
