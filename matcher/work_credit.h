@@ -1,5 +1,5 @@
 // What the searches of one text may spend on the roads that are not the automata's alone: the engine, the
-// library's own matcher, and the automaton that throws out lines.
+// library's own matcher, and the line filter.
 //
 // A unit is about a nanosecond; whoever works spends first. The credit is one for all matches of a text:
 // so much in any case, and so much for each byte. A line may spend what is left but for half the share of

@@ -51,7 +51,7 @@ ForwardAutomaton::ForwardAutomaton(const PositionGraph& graph, bool stopsWhenIdl
   idle_.fill(-1);
 }
 
-// The road through the states.
+// Running through the states.
 
 /// Reads on from `state` until a first match has ended; `state` is then the one after it. Or to where
 /// nothing has begun, or after the end of the text.

@@ -1,7 +1,7 @@
 // Finds where the leftmost match lies, and of those the longest, in time that grows with the bytes looked
 // at and no faster, on texts and lines of any length.
 //
-// One of five roads leads to the places from which a match can start:
+// One of five leads tells at which places a match can start:
 //
 //   string          The pattern is nothing but one string of sets: where it stands is the answer.
 //   words           The pattern is a list of words (words/word_scan.h): so it is with them.
@@ -98,12 +98,12 @@ class LocatorProgram {
 
   const std::unique_ptr<const PositionGraph> graph_;
   const bool words_;
-  std::optional<StringScan> string_;    // set if that road is taken
+  std::optional<StringScan> string_;    // set if that lead is followed
   std::optional<StringScan> required_;  // set if it is of use
-  std::optional<PlaceScan> leading_;    // set if the road of the leading bytes is taken
+  std::optional<PlaceScan> leading_;    // set if these lead
   std::optional<RunScan> runs_;         // set if what begins with these is a row of runs
   bool isFree_ = false;                 // matches of the string are so whatever stands beside them
-  std::optional<WordScan> list_;        // set if that road is taken
+  std::optional<WordScan> list_;        // set if that lead is followed
   bool canDoWithoutList_ = true;
 };
 

@@ -2,7 +2,7 @@
 // that match, earlier pieces take the longest; of alternatives that take the same range, the first
 // counts; a group has the range of the last round in which it took part.
 //
-// Two roads lead there. Often a byte leaves only one way open, read from the front or from the back
+// There are two methods. Often a byte leaves only one way open, read from the front or from the back
 // (single_way.h): then one pass over the match finds it. Otherwise the match is read once from its end to
 // its start. At every place, the steps of the pattern (way_graph.h) from which a way leads to the end are
 // kept, with the ends of the pieces that are open there, on the best of these ways; where two branches

@@ -184,7 +184,7 @@ SearchOutcome ReferenceRun::LongestFrom(Place start, Place& end, bool withGroups
   return From(start, end);
 }
 
-/// Tries all ways from `start` without remembering anything, which is the faster road where they are few:
+/// Tries all ways from `start` without remembering anything, which is faster where they are few:
 /// kGaveUp if they are many. Finds only the end of the longest match.
 SearchOutcome ReferenceRun::TryAllWays(Place start, Place& end) {
   std::fill(captures_.begin(), captures_.end(), Capture{kNone, kNone, kNone});

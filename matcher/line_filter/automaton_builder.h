@@ -1,4 +1,4 @@
-// The builder of the automaton: works out what can follow what in a match, and makes the states and
+// The builder of the line filter's automaton: works out what can follow what in a match, and makes the states and
 // their tables when the executor asks for them.
 //
 // The number of states can be exponential in the length of the pattern, so nothing is made in

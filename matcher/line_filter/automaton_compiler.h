@@ -1,4 +1,4 @@
-// Compiling a pattern into an automaton: parser, must string and analysis in their order.
+// Compiling a pattern into the line filter's automaton: parser, must string and analysis in their order.
 
 #ifndef TROVEX_MATCHER_LINE_FILTER_AUTOMATON_COMPILER_H
 #define TROVEX_MATCHER_LINE_FILTER_AUTOMATON_COMPILER_H

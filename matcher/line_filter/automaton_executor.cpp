@@ -1,4 +1,4 @@
-// The road through the states.
+// Running through the states.
 //
 // The fast loop is  table = tables[table + byte].  A step leads straight to the next state's table, and
 // the loop makes no test but one: whether there is one. All that is out of the ordinary has none:

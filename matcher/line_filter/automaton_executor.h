@@ -1,4 +1,4 @@
-// The executor of the automaton: runs it over a text and says where the first match ends.
+// The executor of the line filter's automaton: runs it over a text and says where the first match ends.
 //
 // The automaton reads each byte once. Its answer is "no line matches" or a place in the first line
 // that may: what it cannot decide (a back-reference) it accepts, so that whoever asked looks

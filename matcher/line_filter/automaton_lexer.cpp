@@ -2,7 +2,7 @@
 //
 // A token is a byte, or a backslash and the byte after it; brackets and intervals read on to their
 // end. The same byte may be an operator plain or backslashed, as the syntax bits say, so the two
-// roads (`PlainToken`, `BackslashedToken`) meet in `SharedOperator` for the bytes whose backslash
+// branches (`PlainToken`, `BackslashedToken`) meet in `SharedOperator` for the bytes whose backslash
 // is a matter of syntax. A byte that is no operator where it stands is an ordinary byte.
 
 #include "matcher/line_filter/automaton_lexer.h"

@@ -1,4 +1,4 @@
-// The lexer of the automaton's parser: reads a pattern byte by byte under a set of syntax bits and
+// The lexer of the line filter's parser: reads a pattern byte by byte under a set of syntax bits and
 // gives one token after the other.
 //
 // The syntax bits are the RE_... values of the regular-expression interface (regex.h). All of them

@@ -1,4 +1,4 @@
-// The parser of the automaton: turns a pattern into the token stream of a `PatternAutomaton`.
+// The parser of the line filter: turns a pattern into the token stream of a `PatternAutomaton`.
 //
 //   alternation     concatenation { "|" concatenation }
 //   concatenation   closure { closure }

@@ -1,4 +1,4 @@
-// The record of one automaton: what the parser, the builder and the executor share.
+// The record of the line filter for one pattern: what the parser, the builder and the executor share.
 //
 // A pattern becomes an automaton in three steps, and each of them fills its part of the record.
 //

@@ -1,6 +1,6 @@
 // A pattern as the regular-expression engine reads it, written as a token stream.
 //
-// The automaton's own parser writes such a stream too. Where both write the same one, automaton and
+// The line filter's parser writes such a stream too. Where both write the same one, line filter and
 // engine read the pattern alike, and what automata say about a match is what the engine would say.
 
 #ifndef TROVEX_MATCHER_PATTERN_ENGINE_STREAM_H
