@@ -21,6 +21,9 @@ constexpr double kWorthwhile = 20'000;
 /// from it.
 constexpr double kRequiredAdvantage = 4;
 constexpr double kAdvantageOverRuns = 8;
+/// How rare a required string must be, in 100,000 places, to be looked for in short texts at least: they
+/// mostly lack it then, and what it saves there is a search that must be set up.
+constexpr double kWorthALook = 2'000;
 
 /// How many leading bytes are considered.
 constexpr std::size_t kLeadingBytes = 8;
@@ -85,6 +88,8 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhile;
   if (requiredRate * (areRuns ? kAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
+  } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
+    rarer_.emplace(WithoutCommonEnds(required));
   }
   if (leadingRate < (required_ ? kRare : kWorthwhile)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
@@ -100,10 +105,13 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
     match = {found, found + string_->Length()};
     return isFree_ ? Answer::kMatch : Answer::kUnknown;
   }
-  if (required_ && required_->Find(place, end) == nullptr) return Answer::kNoMatch;
+  const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
+  const Byte* const held = required != nullptr ? required->Find(place, end) : end;
+  if (held == nullptr) return Answer::kNoMatch;
   if (!leading_) return Answer::kUnknown;
   place = leading_->Find(place, end);
   if (place == nullptr) return Answer::kNoMatch;
+  if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   if (!runs_) return Answer::kUnknown;
   RunScan::Notes notes;
   for (; place != nullptr; place = place <= end ? leading_->Find(place, end) : nullptr) {
