@@ -20,6 +20,7 @@ void PatternSearch::Begin(TextView text) {
   outcome_ = SearchOutcome::kFound;
   if (locator_) locator_->Begin(text_.data(), text_.size());
   if (references_) references_->Begin(text_);
+  groupWork_.Begin();
 }
 
 SearchOutcome PatternSearch::First(TextView text, ByteRange& match) {
@@ -110,6 +111,7 @@ void PatternSearch::GoOnBehind(ByteRange match) {
 std::int64_t PatternSearch::Work() const {
   constexpr std::int64_t kUnitOfReferences = 10;
   std::int64_t work = locator_ ? locator_->Work() : 0;
+  work += static_cast<std::int64_t>(groupWork_.Used());
   if (references_) work += kUnitOfReferences * static_cast<std::int64_t>(references_->Used());
   return work;
 }

@@ -17,7 +17,7 @@ constexpr int kMaxSteps = 200'000;
 /// A step that is looked at takes about a nanosecond or two.
 constexpr std::uint64_t kStepsPerByte = 1000;
 /// For short matches of large patterns.
-constexpr std::uint64_t kStepsPerMatch = 20'000;
+constexpr std::uint64_t kStepsPerMatch = 200'000;
 /// How many bytes of a match are one stretch.
 constexpr std::size_t kStretch = std::size_t{1} << 15;
 
@@ -92,6 +92,10 @@ class GroupPass {
         stateWords_(WordsFor(graph_.steps.size())),
         choiceWords_(WordsFor(finder.splitCount_)),
         budget_(length_ * kStepsPerByte + kStepsPerMatch) {}
+
+  ~GroupPass() { work_.used_ += used_; }
+  GroupPass(const GroupPass&) = delete;
+  GroupPass& operator=(const GroupPass&) = delete;
 
   SearchOutcome Run(std::vector<ByteRange>& groups) {
     Prepare();
