@@ -87,7 +87,7 @@ class SearcherWork {
 
  private:
   void Keep(const Item& item) {
-    tags_.insert(tags_.end(), item.tags, item.tags + item.tagCount);
+    if (item.tagCount != 0) tags_.insert(tags_.end(), item.tags, item.tags + item.tagCount);
     items_.push_back(item);
   }
 

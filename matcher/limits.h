@@ -159,7 +159,7 @@ inline constexpr int kMaxGroupSteps = 200'000;
 inline constexpr int kMaxReferenceSteps = 100'000;
 /// What telling the groups of a match may take: steps of one to two nanoseconds for each byte, and so many more.
 inline constexpr std::uint64_t kGroupStepsPerByte = 1'000;
-inline constexpr std::uint64_t kGroupStepsPerMatch = 20'000;
+inline constexpr std::uint64_t kGroupStepsPerMatch = 200'000;
 /// Patterns that leave one way open at each place: how many ways and links of their tables they have, and how
 /// many steps are taken to find them. Others are not walked so.
 inline constexpr std::size_t kMaxWays = 1'000;

@@ -23,6 +23,7 @@ void PatternSearch::Begin(TextView text) {
   outcome_ = SearchOutcome::kFound;
   if (locator_) locator_->Begin(text_.data(), text_.size());
   if (references_) references_->Begin(text_);
+  groupWork_.Begin();
 }
 
 SearchOutcome PatternSearch::First(TextView text, ByteRange& match) {
@@ -111,6 +112,7 @@ void PatternSearch::GoOnAfter(ByteRange match) {
 
 std::int64_t PatternSearch::Work() const {
   std::int64_t work = locator_ ? locator_->Work() : 0;
+  work += static_cast<std::int64_t>(groupWork_.Used());
   if (references_) work += kReferenceUnits * static_cast<std::int64_t>(references_->Used());
   return work;
 }

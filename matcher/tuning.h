@@ -61,6 +61,9 @@ inline constexpr double kWorthwhileLead = 20'000;
 /// from these: it takes more to go on from it.
 inline constexpr double kRequiredAdvantage = 4;
 inline constexpr double kRequiredAdvantageOverRuns = 8;
+/// How rare a required string must be, in 100,000 places, to be looked for in short texts at least: they
+/// mostly lack it then, and what it saves there is a search that must be set up.
+inline constexpr double kWorthALook = 2'000;
 /// How many leading bytes are considered, and from how many positions abreast they tell nothing.
 inline constexpr std::size_t kLeadingBytes = 8;
 inline constexpr std::size_t kMostAbreast = 256;

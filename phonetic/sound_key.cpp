@@ -1,7 +1,7 @@
 // Reading words by the rules of sound.
 //
-// A search compares while it reads: at the first sound that differs from the key's it gives a word up,
-// and most words are given up before, at a first letter from which the key's first sound cannot come.
+// Words are compared while they are read: at the first sound that differs from the key's a word is given
+// up. Most need not be looked at, for from their first letter the key's first sound cannot come.
 
 #include "phonetic/sound_key.h"
 
@@ -9,9 +9,7 @@
 #include "text/code_page.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
-#include <cstdint>
 #include <utility>
 
 namespace trovex {
@@ -246,14 +244,15 @@ bool SoundsLike(std::string_view word, std::string_view key) {
 bool CanSoundAs(char letter, char sound) {
   const RuleRange range = kRulesOf[IndexOf(letter)];
   return std::any_of(
-      kSoundRules + range.begin, kSoundRules + range.end,
-      [&](const SoundRule& rule) { return rule.sounds.empty() || rule.sounds.front() == sound; });
+      kSoundRules + range.begin, kSoundRules + range.end, [&](const SoundRule& rule) {
+        const bool mayFit = rule.before == Before::kAnything || rule.before == Before::kBeginning;
+        return mayFit && (rule.sounds.empty() || rule.sounds.front() == sound);
+      });
 }
 
-// The kinds of bytes in a search.
-constexpr unsigned char kOfWord = 1;     // belongs to words
-constexpr unsigned char kLetter = 2;     // a letter that sounds
-constexpr unsigned char kCandidate = 4;  // a letter with which a word may begin that sounds alike
+// The kinds of bytes.
+constexpr unsigned char kOfWord = 1;  // belongs to words
+constexpr unsigned char kLetter = 2;  // a letter that sounds
 
 }  // namespace
 
@@ -286,72 +285,26 @@ std::string DescribeSoundKey(const SoundKey& key) {
   return described;
 }
 
-SoundSearch::SoundSearch(SoundKey key) : key_(std::move(key)) {
+SoundMatcher::SoundMatcher(SoundKey key) : key_(std::move(key)) {
   for (std::size_t byte = 0; byte < kinds_.size(); ++byte) {
     const auto c = static_cast<unsigned char>(byte);
     const char letter = ReadLetter(c);
     unsigned char kind = IsCodePageWord(c) ? kOfWord : 0;
-    if (letter != kNoLetter) {
-      kind |= kLetter;
-      if (!key_.sounds.empty() && CanSoundAs(letter, key_.sounds.front())) kind |= kCandidate;
-    }
+    if (letter != kNoLetter) kind |= kLetter;
     kinds_[byte] = kind;
+    beginnings_[byte] =
+        letter != kNoLetter && !key_.sounds.empty() && CanSoundAs(letter, key_.sounds.front());
   }
 }
 
-void SoundSearch::Begin(TextView text) {
-  text_ = text;
-  block_ = 0;
-  beginnings_ = BeginningsInBlock();
-}
-
-/// The bits of the bytes of the block from `block_` on at which a word begins that may sound alike.
-std::uint64_t SoundSearch::BeginningsInBlock() const {
-  const unsigned char* const bytes = text_.data() + block_;
-  std::uint64_t ofWord = 0;
-  std::uint64_t candidates = 0;
-  const auto add = [&](std::size_t i) {
-    const std::uint64_t kind = kinds_[bytes[i]];
-    ofWord |= (kind & kOfWord) << i;
-    candidates |= ((kind & kCandidate) / kCandidate) << i;
-  };
-  const std::size_t size = std::min(kBlock, text_.size() - block_);
-  std::size_t i = 0;
-  for (; i + 8 <= size; i += 8) {  // written out, so that no byte waits for the one before
-    add(i), add(i + 1), add(i + 2), add(i + 3);
-    add(i + 4), add(i + 5), add(i + 6), add(i + 7);
-  }
-  for (; i < size; ++i)
-    add(i);
-  const bool isInWord = block_ > 0 && (kinds_[bytes[-1]] & kOfWord) != 0;
-  return candidates & ~((ofWord << 1) | (isInWord ? 1U : 0U));
-}
-
-/// The end of the word that begins at `begin` if it holds letters only and sounds alike; else `kNowhere`.
-std::size_t SoundSearch::EndIfAlike(std::size_t begin) const {
+std::size_t SoundMatcher::EndIfAlike(TextView text, std::size_t begin) const {
   std::size_t end = begin;
   unsigned kinds = kLetter;  // what all its bytes have in common
-  for (; end < text_.size() && (kinds_[text_[end]] & kOfWord) != 0; ++end)
-    kinds &= kinds_[text_[end]];
-  const char* const letters = reinterpret_cast<const char*>(text_.data() + begin);
+  for (; end < text.size() && (kinds_[text[end]] & kOfWord) != 0; ++end)
+    kinds &= kinds_[text[end]];
+  const char* const letters = reinterpret_cast<const char*>(text.data() + begin);
   const bool isAlike = kinds != 0 && SoundsLike({letters, end - begin}, key_.sounds);
   return isAlike ? end : kNowhere;
-}
-
-bool SoundSearch::Next(ByteRange& word) {
-  for (;;) {
-    while (beginnings_ != 0) {
-      const std::size_t begin = block_ + static_cast<std::size_t>(std::countr_zero(beginnings_));
-      beginnings_ &= beginnings_ - 1;
-      const std::size_t end = EndIfAlike(begin);
-      if (end == kNowhere) continue;
-      word = {begin, end};
-      return true;
-    }
-    if (text_.size() - block_ <= kBlock) return false;
-    block_ += kBlock;
-    beginnings_ = BeginningsInBlock();
-  }
 }
 
 }  // namespace trovex

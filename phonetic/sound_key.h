@@ -10,10 +10,10 @@
 #define TROVEX_PHONETIC_SOUND_KEY_H
 
 #include "text/byte_range.h"
+#include "text/char_set.h"
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -34,31 +34,24 @@ SoundKey MakeSoundKey(std::string_view word);
 /// "ng", apart by blanks.
 std::string DescribeSoundKey(const SoundKey& key);
 
-/// Finds all words of a text that sound alike. A word is a whole one, from an edge of letters, digits and
-/// underscores of the code page to the next, and holds letters only.
-class SoundSearch {
+/// Says of words whether they sound like one. A word is a whole one, from an edge of letters, digits and
+/// underscores of the code page to the next, and holds letters only. Never changes.
+class SoundMatcher {
  public:
-  /// Finds nothing if `key` is empty.
-  explicit SoundSearch(SoundKey key);
+  /// No word sounds like it if `key` is empty.
+  explicit SoundMatcher(SoundKey key);
 
-  /// Takes `text`, which must stay as it is while it is searched.
-  void Begin(TextView text);
-  /// Goes on to the next word that sounds alike and writes its range; false if there is none. Allocates
-  /// nothing.
-  bool Next(ByteRange& word);
+  /// The letters with which a word may begin that sounds alike.
+  const CharSet& Beginnings() const { return beginnings_; }
+
+  /// The end of the word of `text` that begins at `begin`, with one of `Beginnings()`, if it sounds alike;
+  /// else kNowhere.
+  std::size_t EndIfAlike(TextView text, std::size_t begin) const;
 
  private:
-  static constexpr std::size_t kBlock = 64;
-
-  std::uint64_t BeginningsInBlock() const;
-  std::size_t EndIfAlike(std::size_t begin) const;
-
   SoundKey key_;
+  CharSet beginnings_;
   std::array<unsigned char, 256> kinds_{};  // of each byte; see sound_key.cpp
-  TextView text_;
-  std::size_t block_ = 0;  // where the block at hand begins
-  std::uint64_t beginnings_ =
-      0;  // of words in it that are still to be looked at, a bit for each byte
 };
 
 }  // namespace trovex

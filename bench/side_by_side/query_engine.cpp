@@ -15,6 +15,8 @@ class QueryEngine : public PeerEngine<QueryEngine> {
   QueryEngine(const Query& query, int group) : searcher_(query), group_(group) {
     options_.encoding = Encoding::kLatin1;
     options_.tags = group != 0;
+    first_ = options_;
+    first_.mostItems = 1;
   }
 
   template <class Take>
@@ -29,19 +31,21 @@ class QueryEngine : public PeerEngine<QueryEngine> {
   }
 
   std::optional<Range> First(std::string_view text) override {
-    SearchOptions options = options_;
-    options.mostItems = 1;
-    searcher_.Search(text, options);
-    if (searcher_.Items().empty()) return std::nullopt;
-    const Item& item = searcher_.Items()[0];
-    if (group_ == 0) return MakeRange(item.begin, item.end);
-    const TagRange* const tag = item.Tag(group_);
-    return tag == nullptr ? std::nullopt : std::optional(MakeRange(tag->begin, tag->end));
+    std::optional<Range> first;
+    searcher_.ForEach(text, first_, [this, &first](const Item& item) {
+      if (group_ == 0) {
+        first = MakeRange(item.begin, item.end);
+      } else if (const TagRange* const tag = item.Tag(group_)) {
+        first = MakeRange(tag->begin, tag->end);
+      }
+    });
+    return first;
   }
 
  private:
   Searcher searcher_;
   SearchOptions options_;
+  SearchOptions first_;  // for the first item alone
   int group_;
 };
 

@@ -76,6 +76,8 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhileLead;
   if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
+  } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
+    rarer_.emplace(WithoutCommonEnds(required));
   }
   if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
     leading_.emplace(PlaceScan::ForAlternatives(probes));
@@ -101,10 +103,13 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
     match = {found, found + string_->Length()};
     return isFree_ ? Answer::kMatch : Answer::kUnknown;
   }
-  if (required_ && required_->Find(place, end) == nullptr) return Answer::kNoMatch;
+  const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
+  const Byte* const held = required != nullptr ? required->Find(place, end) : end;
+  if (held == nullptr) return Answer::kNoMatch;
   if (!leading_) return Answer::kUnknown;
   place = leading_->Find(place, end);
   if (place == nullptr) return Answer::kNoMatch;
+  if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   if (!runs_) return Answer::kUnknown;
   RunScan::Notes notes;
   for (; place != nullptr; place = place <= end ? leading_->Find(place, end) : nullptr) {

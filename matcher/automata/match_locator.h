@@ -100,6 +100,7 @@ class LocatorProgram {
   const bool words_;
   std::optional<StringScan> string_;    // set if that lead is followed
   std::optional<StringScan> required_;  // set if it is of use
+  std::optional<StringScan> rarer_;     // else one that is of use in short texts, if there is any
   std::optional<PlaceScan> leading_;    // set if these lead
   std::optional<RunScan> runs_;         // set if what begins with these is a row of runs
   bool isFree_ = false;                 // matches of the string are so whatever stands beside them

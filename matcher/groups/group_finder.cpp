@@ -89,6 +89,10 @@ class GroupPass {
         choiceWords_(WordsFor(finder.splitCount_)),
         budget_(length_ * kGroupStepsPerByte + kGroupStepsPerMatch) {}
 
+  ~GroupPass() { work_.used_ += used_; }
+  GroupPass(const GroupPass&) = delete;
+  GroupPass& operator=(const GroupPass&) = delete;
+
   SearchOutcome Run(std::vector<ByteRange>& groups) {
     Prepare();
     for (std::size_t stretch = StretchCount(); stretch-- > 0;) {

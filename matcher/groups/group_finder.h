@@ -44,6 +44,11 @@ class GroupFinder {
   /// What a search needs beside the text. It grows to what the pattern and the longest matches need;
   /// after that a search allocates nothing. One work space serves any number of finders in turn.
   class Workspace {
+   public:
+    /// What has been spent on matches since Begin, in units of about a nanosecond.
+    std::uint64_t Used() const { return used_; }
+    void Begin() { used_ = 0; }
+
    private:
     friend class GroupFinder;
     friend class GroupPass;
@@ -56,6 +61,7 @@ class GroupFinder {
     std::vector<std::uint64_t> keptAlive_;
     std::vector<std::uint32_t> keptEnds_;
     std::vector<std::size_t> opened_;
+    std::uint64_t used_ = 0;
   };
 
   /// Writes the ranges of the groups of `match`, a match of the pattern in `text` as a search found it,

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
+#include <map>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -29,11 +31,13 @@ std::vector<NodeTraits> TraitsOf(const SyntaxTree& tree) {
     NodeTraits& own = traits[i];
     bool allEmpty = true;
     bool anyEmpty = false;
+    int children = 0;
     for (int c = node.firstChild; c != kNoNode; c = tree.Node(c).nextSibling) {
       const NodeTraits& child = traits[static_cast<std::size_t>(c)];
       own.hasGroup = own.hasGroup || child.hasGroup;
       own.isFixed = own.isFixed && child.isFixed;
       own.size += child.size;
+      ++children;
       allEmpty = allEmpty && child.canBeEmpty;
       anyEmpty = anyEmpty || child.canBeEmpty;
     }
@@ -57,7 +61,7 @@ std::vector<NodeTraits> TraitsOf(const SyntaxTree& tree) {
       case SyntaxKind::kAlternate:
         own.canBeEmpty = anyEmpty;
         own.isFixed = false;
-        own.size *= 2;
+        own.size += static_cast<double>(children);  // the splits that lead to them
         break;
       case SyntaxKind::kRepeat: {
         const int rounds = node.max == kUnbounded ? std::max(node.min, 1) : node.max;
@@ -323,7 +327,12 @@ class WayBuilder {
     if (next == kNoStep) return kNoStep;
     step.next = next;
     step.other = other;
-    return Append(step);
+    // Repetitions inside one another copy the same steps again and again; from equal steps, the same
+    // ways lead on.
+    const auto [copy, isNew] =
+        known_.try_emplace({step.kind, step.value, step.next, step.other, step.depth}, kNoStep);
+    if (isNew) copy->second = Append(step);
+    return copy->second;
   }
 
   /// One set per byte or set of the tree; a byte has one of its own where it first stands.
@@ -407,6 +416,7 @@ class WayBuilder {
   std::vector<int> children_;
   std::vector<int> entries_;
   std::vector<int> copies_;
+  std::map<std::tuple<WayKind, int, int, int, int>, int> known_;  // the copies, by what they are
   std::vector<int> byteSets_;
 };
 

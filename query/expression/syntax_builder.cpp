@@ -81,7 +81,7 @@ SyntaxExtent MeasureExtent(const SyntaxTree& tree) {
         ++extent.nesting;
         break;
       case SyntaxKind::kRepeat:
-        extent.size *= node.max == kUnbounded ? node.min + 1 : node.max;
+        extent.size *= node.max == kUnbounded ? std::max(node.min, 1) : node.max;
         ++extent.size;
         ++extent.nesting;
         break;

@@ -224,6 +224,21 @@ TEST(PatternSearchTest, RandomPatternsInRandomTexts) {
   }
 }
 
+TEST(PatternSearchTest, ShortTextsThatLackWhatEveryMatchHolds) {
+  const unsigned seed = std::random_device{}();
+  Dice dice(seed);
+  std::vector<std::string> texts;
+  for (int t = 0; t < 3'000; ++t)
+    texts.push_back(dice.Bytes("aaaaabAnn \n", 40));
+  for (const char* pattern :
+       {"a.{0,20}b", "a[an]*b|ab", "[A-Z][a-z]+ [A-Z][a-z]+", "n.*A", "ab.*n b"}) {
+    for (const bool words : {false, true}) {
+      CompareAll(pattern, words, texts);
+      if (HasFatalFailure()) FAIL() << "seed " << seed;
+    }
+  }
+}
+
 TEST(PatternSearchTest, LongTextsWithLeapsAndScans) {
   const unsigned seed = std::random_device{}();
   Dice dice(seed);

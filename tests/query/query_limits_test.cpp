@@ -87,6 +87,8 @@ TEST(QueryLimits, PatternsHaveASize) {
   EXPECT_EQ(Read(Repeated("a", 60'001)).number, MessageNumber::kExpressionTooLong);
   EXPECT_EQ(Read("(a{200}){297}").number, MessageNumber::kNone);
   EXPECT_EQ(Read("(a{200}){298}").number, MessageNumber::kExpressionTooLong);
+  // A repetition without an end is one round that comes back.
+  EXPECT_EQ(Read(Repeated("(", 150) + "a" + Repeated(")+", 150)).number, MessageNumber::kNone);
   EXPECT_EQ(Read("x((a{32767}){32767}){32767}").number, MessageNumber::kExpressionTooLong);
   EXPECT_EQ(Read(Repeated("a|", 29'999) + "a").number, MessageNumber::kNone);
   EXPECT_EQ(Read(Repeated("a|", 199'999) + "a").number, MessageNumber::kNone);

@@ -194,13 +194,25 @@ TEST(GroupFinder, TellsTheGroupsOfHostilePatternsOnLongMatches) {
 }
 
 TEST(GroupFinder, NestingOfAnyDepthNeedsNoStack) {
-  for (const std::string tail : {"", "+", "?", "*"}) {
-    const std::size_t depth = tail == "*" ? 30 : 200;  // as many times the whole is written out
+  for (const std::string tail : {"", "+", "?", "*", "|b"}) {
+    const std::size_t depth = 200;
     const std::string pattern = Repeated("(", depth) + "a" + Repeated(")" + tail, depth);
     const Groups groups = GroupsOf(pattern, "a");
     ASSERT_EQ(groups.size(), depth);
     for (const ByteRange& group : groups)
       EXPECT_EQ(group, (ByteRange{0, 1})) << tail;
+  }
+}
+
+TEST(GroupFinder, TellsTheGroupsOfRepetitionsInsideOneAnother) {
+  constexpr std::size_t kDepth = 200;
+  const std::string stars = Repeated("(", kDepth) + "a" + Repeated(")*", kDepth);
+  const std::string choices = Repeated("(", kDepth) + "a" + Repeated("|)*", kDepth);
+  for (const std::string& pattern : {stars, choices}) {
+    const Groups groups = GroupsOf(pattern + "b", "aaab");
+    ASSERT_EQ(groups.size(), kDepth);
+    EXPECT_EQ(groups.back(), (ByteRange{2, 3}));  // the innermost: its last round
+    EXPECT_EQ(groups.front(), (ByteRange{0, 3}));
   }
 }
 
