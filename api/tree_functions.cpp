@@ -21,6 +21,7 @@
 #include <vector>
 
 using trovex::LoadMessageText;
+using trovex::Matcher;
 using trovex::MessageNumber;
 
 namespace {
@@ -191,6 +192,31 @@ bool FindFirst(std::uint32_t options, const char* text, int length, int group,
   }
 }
 
+/// The locator that finds the matches of the active environment one after another; null where they have to be
+/// asked for one by one.
+trovex::MatchLocator* LocatorOfActive(std::uint32_t options) {
+  const trovex::MatcherState& matcher = Matcher();
+  if ((options & kSearchModeMask) != kSearchModeRegularExpression) return nullptr;
+  if (matcher.installed == nullptr) return nullptr;
+  return trovex::FreeLocator(*matcher.installed, {matcher.options.matchWords,
+                                                  matcher.options.matchLines, matcher.engineOnly});
+}
+
+/// Makes items of all matches that `locator` finds.
+void AppendAll(trovex::MatchLocator& locator, const char* text, int length,
+               trovex::ItemMaker& items, CFoundItemArray& found) {
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  const unsigned char* const end = begin + length;
+  locator.Begin(begin, static_cast<std::size_t>(length));
+  for (const unsigned char* place = begin; place < end;) {
+    const auto match = locator.Find({.place = place, .begin = begin, .end = end});
+    if (match.start == nullptr) return;
+    items.Append(found, static_cast<int>(match.start - begin), static_cast<int>(match.end - begin),
+                 0);
+    place = match.end;
+  }
+}
+
 /// Whether it is known without a search that environment `number` finds nothing.
 bool IsKnownToLack(int number, const char* text, int length) {
   trovex::CEnvironment* const environment = trovex::Environments().GetAt(number);
@@ -216,6 +242,11 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
 
     trovex::ItemMaker items;
+    trovex::MatchLocator* const locator = tagMatched ? nullptr : LocatorOfActive(options_);
+    if (locator != nullptr) {
+      AppendAll(*locator, text, length, items, *found);
+      return found.release();
+    }
     trovex::TextCredit credit(length);
     trovex::TextNotes notes(&credit.Credit());
     for (int place = 0; place < length;) {

@@ -16,8 +16,10 @@ namespace trovex {
 /// `node` if it is an AND of the library's own, else null. A class that a host derived has operations
 /// of its own, which must be called.
 inline CAndOperator* AsPlainAnd(CSearchTreeItem* node) {
-  return node != nullptr && typeid(*node) == typeid(CAndOperator) ? static_cast<CAndOperator*>(node)
-                                                                  : nullptr;
+  // There is one description of the library's own class, so its address tells; names are long to compare.
+  return node != nullptr && &typeid(*node) == &typeid(CAndOperator)
+             ? static_cast<CAndOperator*>(node)
+             : nullptr;
 }
 
 }  // namespace trovex

@@ -456,6 +456,14 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 
 }  // namespace
 
+MatchLocator* FreeLocator(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  if (!pattern.searchable || conditions.engineOnly || !CanLocate(pattern, conditions))
+    return nullptr;
+  if (pattern.automatonReading != Reading::kAlike || !pattern.locatorProgram->IsFree())
+    return nullptr;
+  return pattern.locator.get();
+}
+
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
                 const char* text, int length) {
   if (!pattern.searchable || length <= 0 || length > static_cast<int>(kLookedAtText) ||

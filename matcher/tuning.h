@@ -28,8 +28,10 @@ inline constexpr std::ptrdiff_t kMostPlacesAtOnce = 4096;
 /// Without vector instructions: a byte that is rarer than this is looked for alone.
 inline constexpr int kRareFirstByte = 5'000;
 /// Probes are added until a place is left over as rarely as this, as long as each leaves over no more than
-/// such a part of what those before it do; after the second, no more than such a part.
-inline constexpr double kRareEnough = 0.00001;
+/// such a part of what those before it do; after the second, no more than such a part: most places have been
+/// refused by then, and a class such as [a-z] takes longer to look for than a byte. The first is less than would
+/// pay if bytes came independently of each other; they do not.
+inline constexpr double kRareEnough = 0.0001;
 inline constexpr double kProbeHelps = 0.95;
 inline constexpr double kLaterProbeHelps = 0.5;
 /// A set of keywords is looked for place by place for as long as there are no more places than one in so many

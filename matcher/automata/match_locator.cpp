@@ -168,7 +168,7 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
                                        bool refusesEmpty, int after) {
   Search search = {place, begin, end, refusesEmpty, false, {}};
   gaveUpAt_ = nullptr;
-  if (program_.isFree_ || program_.runs_) return FindMany(search);
+  if (program_.IsFree()) return FindMany(search);
   if (!FindFrom(search)) return {};
   // A word ends before the byte after the text as it really is, unless it is the whole line.
   if (after >= 0 && program_.words_ && search.match.end == end &&

@@ -73,6 +73,10 @@ class LocatorProgram {
   /// Whether the pattern is nothing but one string of sets.
   bool IsString() const { return string_.has_value(); }
 
+  /// Whether matches are so whatever stands beside them, and none is empty: from the end of one on, they are
+  /// those of what is left of the text alone.
+  bool IsFree() const { return isFree_ || runs_.has_value(); }
+
   /// The sets of this string.
   const std::vector<CharSet>& StringSets() const { return graph_->bytes; }
 

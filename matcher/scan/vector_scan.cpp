@@ -26,6 +26,7 @@
 
 #include "matcher/tuning.h"
 
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -63,6 +64,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Byte = unsigned char;
 
 constexpr std::ptrdiff_t kChunk = HitBatch::kChunk;
+/// As many as a window has, and one that is not written.
+constexpr std::size_t kChunksAtOnce = static_cast<std::size_t>(kMostPlacesAtOnce) / kChunk + 1;
 
 /// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
 /// hold.
@@ -309,10 +312,21 @@ bool FindBatch(const ScanTables& tables, const Byte* begin, const Byte* end, std
   const Byte* chunk = FirstChunk(test, begin, last);
   const Byte* const base = chunk;
   const Byte* const stop = last - chunk < window ? last : chunk + window;
+  // First all chunks, then the hits of those that have some: a processor that asks after each chunk guesses
+  // wrong for nearly every hit.
+  std::array<std::uint64_t, kChunksAtOnce> hitsOf;
+  std::array<std::ptrdiff_t, kChunksAtOnce> startOf;
+  std::size_t filled = 0;
+  std::size_t count = 0;
+  for (; chunk < stop && count <= kMostHits - kChunk; chunk += kChunk) {
+    hitsOf[filled] = ChunkBits<D>(test, chunk);
+    startOf[filled] = chunk - base;
+    count += static_cast<std::size_t>(std::popcount(hitsOf[filled]));
+    filled += hitsOf[filled] != 0 ? 1 : 0;
+  }
   std::uint16_t* hits = batch.offsets.data();
-  const std::uint16_t* const full = hits + (kMostHits - kChunk);
-  for (; chunk < stop && hits <= full; chunk += kChunk)
-    hits = WriteHits(ChunkBits<D>(test, chunk), chunk - base, hits);
+  for (std::size_t i = 0; i < filled; ++i)
+    hits = WriteHits(hitsOf[i], startOf[i], hits);
   batch.tested = chunk;
   if (chunk >= last) {
     // Of the last chunk, what was not tested yet.

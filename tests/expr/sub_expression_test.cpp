@@ -330,5 +330,30 @@ TEST_F(LeafTest, AgreesWithTheModelOnPatternsAndTexts) {
   EXPECT_GT(searched, 10000);
 }
 
+TEST_F(LeafTest, AgreesWithTheModelOnLongTextsOfManyMatches) {
+  for (std::uint32_t seed = 1; seed <= 300; ++seed) {
+    Dice dice(seed);
+    const std::string slice =
+        dice.OneOf({"a", "ab", "aa", "[ab]c", "[A-Z][a-z]+", "a+b?", "\"[^\"]*\"", "a[b ]*c",
+                    "[0-9]+", "^a", "b$", "\\<a", "(a)", "ab|c", "aab|b|ca", "[^a]b{2}"});
+    const unsigned long options = kSearchModeRegularExpression |
+                                  (dice.OneIn(4) ? kSearchMatchWords : 0UL) |
+                                  (dice.OneIn(2) ? kSearchCaseSensitive : 0UL);
+    std::string bytes;
+    while (bytes.size() < 5000) {
+      bytes += dice.Bytes("aaabbcAB  \"7\n", 40);
+      if (dice.OneIn(9)) bytes += std::string(static_cast<std::size_t>(dice.Between(0, 700)), '-');
+    }
+    const HeapText text(bytes);
+    const auto model = ModelLeaf(slice, 0);
+    ASSERT_EQ(CompileModelLeaf(*model, options), "");
+    ResetEnvironment();
+    ASSERT_EQ(Build(slice, 0, options), nullptr);
+    ASSERT_EQ(Found(text.Data(), 0),
+              Describe(SearchModelLeaf(*model, options, text.Data(), text.Length(), 0)))
+        << "seed " << seed << ", slice " << slice;
+  }
+}
+
 }  // namespace
 }  // namespace trovex::testing

@@ -457,8 +457,16 @@ TEST(ChooseProbes, TakesMoreWhenTheBytesAreCommon) {
 }
 
 TEST(ChooseProbes, TakesNoMoreThanAScanCanHold) {
-  const std::vector<CharSet> sets(30, SetOf("en rstia"));
+  const std::vector<CharSet> sets(30, SetOf("e"));
   EXPECT_EQ(ChooseProbes(sets).size(), PlaceScan::kMaxProbes);
+}
+
+TEST(ChooseProbes, TakesAByteRatherThanAClassAgain) {
+  const CharSet digits = SetOf("0123456789");
+  const Probes probes =
+      ChooseProbes({digits, digits, SetOf("-"), digits, digits, SetOf("-"), digits});
+  const auto isByte = [](const Probe& probe) { return probe.offset == 2 || probe.offset == 5; };
+  EXPECT_EQ(std::count_if(probes.begin(), probes.end(), isByte), 2);
 }
 
 TEST(ChooseProbes, TakesNoPlaceAtWhichEveryByteCanStand) {
