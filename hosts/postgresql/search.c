@@ -12,11 +12,15 @@
 #define MOST_ITEMS_AT_ONCE 64
 #define MOST_TAGS_AT_ONCE 256
 
-/* Asked by the library: only what would surely end the query ends the search. */
-static int MustStop(void* context) {
+bool MustEnd(void* context) {
   (void)context;
   return InterruptPending && (QueryCancelPending || ProcDiePending) &&
          INTERRUPTS_CAN_BE_PROCESSED();
+}
+
+/* Asked by the library. */
+static int MustStop(void* context) {
+  return MustEnd(context);
 }
 
 static trovex_searcher* SearcherOf(CompiledQuery* compiled, size_t textLength) {

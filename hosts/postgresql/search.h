@@ -28,4 +28,7 @@ typedef struct ItemsWanted {
 extern void EachItem(CompiledQuery* compiled, SearchedText text, ItemsWanted wanted, ItemSink sink,
                      void* context);
 
+/* Whether the query will surely end at the next CHECK_FOR_INTERRUPTS. Raises nothing. */
+extern bool MustEnd(void* context);
+
 #endif /* TROVEX_POSTGRESQL_SEARCH_H */

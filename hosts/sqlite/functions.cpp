@@ -3,10 +3,10 @@
 
 #include "hosts/sqlite/functions.h"
 
+#include "hosts/common/snippet.h"
 #include "hosts/sqlite/interrupt_watch.h"
 #include "hosts/sqlite/marked_text.h"
 #include "hosts/sqlite/sentences.h"
-#include "hosts/sqlite/snippet.h"
 #include "hosts/sqlite/values.h"
 
 #include <trovex/query.h>
@@ -144,7 +144,7 @@ void AnswerCount(const Call& call) {
 
 /// The items of `text`; false when there is no verdict, which has been answered then.
 bool FindItems(const Call& call, CompiledSearch& compiled, std::string_view text,
-               std::vector<Range>& items) {
+               std::vector<TextRange>& items) {
   Verdict verdict{};
   return HasVerdict(call, compiled, text, verdict, [&](const SearchOptions& options) {
     return compiled.searcher.ForEach(text, options, [&](const Item& item) {
@@ -183,7 +183,7 @@ void AnswerHighlight(const Call& call) {
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
   const std::string_view text = call.Text();
-  std::vector<Range> items;
+  std::vector<TextRange> items;
   if (!FindItems(call, *compiled, text, items)) return;
   const Marks marks{call.Bytes(2), call.Bytes(3)};
   AnswerPieces(call, call.Argument(kText), [&](auto&& emit) {
@@ -200,11 +200,13 @@ void AnswerSnippet(const Call& call) {
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
   const std::string_view text = call.Text();
-  std::vector<Range> items;
+  std::vector<TextRange> items;
   if (!FindItems(call, *compiled, text, items)) return;
   const Marks marks{call.Bytes(2), call.Bytes(3)};
   const std::string_view ellipsis = call.Bytes(4);
-  const Snippet snippet = ChooseSnippet(text, items, static_cast<std::size_t>(words));
+  Snippet snippet{};
+  ChooseSnippet(text.data(), text.size(), items.data(), items.size(),
+                static_cast<std::size_t>(words), nullptr, nullptr, &snippet);
   AnswerPieces(call, call.Argument(kText), [&](auto&& emit) {
     if (snippet.isCutBefore) emit(ellipsis);
     ForEachPiece(text, snippet.part, items, marks, emit);

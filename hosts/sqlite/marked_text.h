@@ -3,18 +3,13 @@
 #ifndef TROVEX_HOSTS_SQLITE_MARKED_TEXT_H
 #define TROVEX_HOSTS_SQLITE_MARKED_TEXT_H
 
-#include <algorithm>
+#include "hosts/common/snippet.h"
+
 #include <cstddef>
 #include <string_view>
 #include <vector>
 
 namespace trovex::sqlite {
-
-/// A range of a text in bytes, its end exclusive.
-struct Range {
-  std::size_t begin = 0;
-  std::size_t end = 0;
-};
 
 struct Marks {
   std::string_view before;
@@ -25,19 +20,18 @@ struct Marks {
 /// `items`, which come by their begin. Where items overlap, a later one is marked from where the earlier one
 /// ends. An empty one has no marks.
 template <typename Emit>
-void ForEachPiece(std::string_view text, Range part, const std::vector<Range>& items,
+void ForEachPiece(std::string_view text, TextRange part, const std::vector<TextRange>& items,
                   const Marks& marks, Emit&& emit) {
   std::size_t done = part.begin;
-  for (const Range& item : items) {
+  for (const TextRange& item : items) {
     if (item.begin >= part.end) break;
-    const std::size_t begin = std::max(done, item.begin);
-    const std::size_t end = std::min(part.end, item.end);
-    if (end <= begin) continue;
-    emit(text.substr(done, begin - done));
+    const TextRange marked = PartToMark(item, done, part.end);
+    if (marked.begin == marked.end) continue;
+    emit(text.substr(done, marked.begin - done));
     emit(marks.before);
-    emit(text.substr(begin, end - begin));
+    emit(text.substr(marked.begin, marked.end - marked.begin));
     emit(marks.after);
-    done = end;
+    done = marked.end;
   }
   emit(text.substr(done, part.end - done));
 }

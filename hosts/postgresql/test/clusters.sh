@@ -26,7 +26,7 @@ stop_everything() {
 
 # use_server PG_CONFIG PACKAGE: the server that clusters run. PostgreSQL finds its files from where its
 # program stands, so a copy of the programs with links to the rest is a server of its own, into which
-# the package of the extension is unpacked.
+# the package of the extension is unpacked, or copied where it is a folder.
 use_server() {
   local pg_config=$1 package=$2
   clusters_folder=$(mktemp -d /tmp/trovex-postgresql.XXXXXX)
@@ -43,22 +43,35 @@ use_server() {
   cp -rs "$("$pg_config" --sharedir)"/. "$share/"
   cp -rs "$("$pg_config" --pkglibdir)"/. "$lib/"
   rm -f "$lib/trovex.so" "$share"/extension/trovex[.-]*
-  dpkg-deb -x "$package" "$server"
+  if [ -d "$package" ]; then
+    cp -r "$package"/. "$server/"
+  else
+    dpkg-deb -x "$package" "$server"
+  fi
+  if [ -n "${SERVER_PRELOAD:-}" ]; then
+    gcc -shared -fPIC -Wl,-z,initfirst -o "$clusters_folder/first_allocation.so" \
+      "$(dirname "${BASH_SOURCE[0]}")/first_allocation.c"
+  fi
   chmod 755 "$clusters_folder"
   [ "$(id -u)" -ne 0 ] || chown -R "$clusters_user" "$clusters_folder"
   export PGHOST=$clusters_folder PGUSER=postgres PGDATABASE=postgres PGCONNECT_TIMEOUT=20
   unset PGPORT PGSERVICE PGPASSWORD
 }
 
-# start_cluster NAME PORT [INITDB-OPTION...]: the port names the socket in the folder, and is opened on
-# 127.0.0.1.
+# The port of each cluster, by its name.
+declare -A port_of
+
+# start_cluster NAME [INITDB-OPTION...]: its port names the socket in the folder, and is opened on 127.0.0.1. It is
+# one that nobody listens on, and should somebody have taken it by the time the server starts, another one. A
+# cluster that was stopped gets the one it had.
 start_cluster() {
-  local name=$1 port=$2
-  shift 2
+  local name=$1 attempt preload=()
+  shift
+  # Leaks are not looked for: a server leaves its memory to the end of the process.
+  [ -z "${SERVER_PRELOAD:-}" ] || preload=(env "LD_PRELOAD=$SERVER_PRELOAD $clusters_folder/first_allocation.so" ASAN_OPTIONS=detect_leaks=0)
   if [ ! -d "$clusters_folder/$name" ]; then
     as_owner "$bin/initdb" -D "$clusters_folder/$name" -U postgres -A trust --no-sync "$@" >/dev/null
     cat >>"$clusters_folder/$name/postgresql.conf" <<CONF
-port = $port
 listen_addresses = '127.0.0.1'
 unix_socket_directories = '$clusters_folder'
 fsync = off
@@ -66,21 +79,31 @@ max_connections = 40
 shared_buffers = 64MB
 lc_messages = 'C'
 CONF
+    clusters_running+=("$name")
   fi
-  clusters_running+=("$name")
-  as_owner "$bin/pg_ctl" -D "$clusters_folder/$name" -l "$clusters_folder/$name.log" -w start >/dev/null ||
-    { cat "$clusters_folder/$name.log" >&2; return 1; }
+  for attempt in {1..20}; do
+    local port=${port_of[$name]:-$(free_port)}
+    if as_owner "${preload[@]}" "$bin/pg_ctl" -D "$clusters_folder/$name" -o "-p $port" -l "$clusters_folder/$name.log" -t 600 -w start \
+      >/dev/null; then
+      port_of[$name]=$port
+      return
+    fi
+    sleep 1
+  done
+  cat "$clusters_folder/$name.log" >&2
+  return 1
 }
 
 # stop_cluster NAME [MODE]
 stop_cluster() {
-  as_owner "$bin/pg_ctl" -D "$clusters_folder/$1" -m "${2:-fast}" -w stop >/dev/null
+  as_owner "$bin/pg_ctl" -D "$clusters_folder/$1" -m "${2:-fast}" -t 600 -w stop >/dev/null
 }
 
-# A port of 127.0.0.1 that nobody listens on, and of which the next ones are hoped to be free too.
+# A port of 127.0.0.1 that nobody listens on now.
 free_port() {
   local port
   for port in $(shuf -i 20000-29900 -n 50); do
+    [ ! -e "$clusters_folder/.s.PGSQL.$port" ] || continue
     (: <"/dev/tcp/127.0.0.1/$port") 2>/dev/null || { echo "$port"; return; }
   done
   return 1

@@ -5,8 +5,8 @@ from __future__ import annotations
 
 import ctypes
 import os
+import re
 import signal
-import socket
 import subprocess
 import sys
 import time
@@ -19,13 +19,8 @@ import pyspark
 HOST = "127.0.0.1"
 
 
-def free_port() -> int:
-    with socket.socket() as probe:
-        probe.bind((HOST, 0))
-        return int(probe.getsockname()[1])
-
-
-def wait_until(done: Callable[[], bool], what: str, seconds: float = 400) -> None:
+def wait_until(done: Callable[[], bool], what: str, seconds: float = 1000) -> None:
+    """Waits for what comes for certain, however busy the machine is; an error says what did not."""
     deadline = time.monotonic() + seconds
     while not done():
         if time.monotonic() > deadline:
@@ -63,13 +58,21 @@ class Daemon:
                 preexec_fn=end_with_parent,
             )
 
-    def wait_for(self, words: str) -> None:
-        def said() -> bool:
-            if self.process.poll() is not None:
-                raise RuntimeError(f"ended early: {self.log.read_text('utf-8', 'replace')[-2000:]}")
-            return words in self.log.read_text("utf-8", "replace")
+    def wait_for(self, pattern: str) -> str:
+        """What the log says, from the first place where `pattern` is found."""
+        found = ""
 
-        wait_until(said, f"{self.log.name}: {words!r}")
+        def said() -> bool:
+            nonlocal found
+            log = self.log.read_text("utf-8", "replace")
+            if self.process.poll() is not None:
+                raise RuntimeError(f"ended early: {log[-2000:]}")
+            match = re.search(pattern, log)
+            found = match.group() if match else ""
+            return match is not None
+
+        wait_until(said, f"{self.log.name}: {pattern!r}")
+        return found
 
     def kill(self) -> None:
         """Ends it and its executors at once, as a power failure would."""
@@ -85,8 +88,6 @@ class Cluster:
 
     def __init__(self, folder: Path, workers: int, memory: str = "640m") -> None:
         self.folder = folder
-        self.port = free_port()
-        self.url = f"spark://{HOST}:{self.port}"
         self.memory = memory
         self.daemons: list[Daemon] = []
         self.workers: list[Daemon] = []
@@ -98,9 +99,11 @@ class Cluster:
 
     def _start(self, workers: int) -> None:
         package = "org.apache.spark.deploy"
-        address = ["--host", HOST, "--port", str(self.port), "--webui-port", "0"]
+        # The system chooses the port, and the master tells it.
+        address = ["--host", HOST, "--port", "0", "--webui-port", "0"]
         master = Daemon(self.folder, "master", f"{package}.master.Master", *address)
         self.daemons.append(master)
+        self.url = master.wait_for(rf"spark://{re.escape(HOST)}:[1-9][0-9]*")
         master.wait_for("New state: ALIVE")
         for number in range(workers):
             work = self.folder / f"work-{number}"

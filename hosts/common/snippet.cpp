@@ -1,8 +1,9 @@
-#include "hosts/sqlite/snippet.h"
+#include "hosts/common/snippet.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string_view>
 
-namespace trovex::sqlite {
 namespace {
 
 /// The characters of one word; a longer run is parted.
@@ -60,10 +61,32 @@ struct Word {
   std::size_t end = 0;
 };
 
+/// Counts the words that are gone through, and asks now and then whether to go on.
+class Asker {
+ public:
+  Asker(bool (*mustStop)(void*), void* context) : mustStop_(mustStop), context_(context) {}
+
+  /// Called at each word. False when nothing more is to be done, from then on.
+  bool MayGoOn() {
+    constexpr std::size_t kWordsBetween = 16384;
+    if (++words_ % kWordsBetween == 0 && mustStop_ != nullptr && !isStopped_)
+      isStopped_ = mustStop_(context_);
+    return !isStopped_;
+  }
+
+  bool IsStopped() const { return isStopped_; }
+
+ private:
+  bool (*mustStop_)(void*);
+  void* context_;
+  std::size_t words_ = 0;
+  bool isStopped_ = false;
+};
+
 /// The word of `text` in which the byte `place` stands, or the last one before it; `word` is one that begins
 /// before.
-Word WordAt(std::string_view text, Word word, std::size_t place) {
-  while (word.end <= place) {
+Word WordAt(std::string_view text, Word word, std::size_t place, Asker& asker) {
+  while (word.end <= place && asker.MayGoOn()) {
     const std::size_t next = SkipBlanks(text, word.end);
     if (next > place || next == text.size()) break;
     word = {word.number + 1, next, EndOfWord(text, next)};
@@ -71,25 +94,26 @@ Word WordAt(std::string_view text, Word word, std::size_t place) {
   return word;
 }
 
-/// The words in which the items begin.
-std::vector<Word> WordsOf(std::string_view text, const std::vector<Range>& items) {
-  std::vector<Word> words;
-  words.reserve(items.size());
-  const std::size_t begin = BeginOfWord(text, items.front().begin);
-  Word word{0, begin, EndOfWord(text, begin)};
-  for (const Range& item : items)
-    words.push_back(word = WordAt(text, word, item.begin));
-  return words;
-}
-
-/// The first and the last of the items in the best `words` words.
-Range BestItems(const std::vector<Word>& begins, std::size_t words) {
-  Range best;
+/// Items side by side, and the word in which the first of them begins.
+struct Chosen {
   std::size_t first = 0;
-  for (std::size_t last = 0; last < begins.size(); ++last) {
-    while (begins[last].number - begins[first].number >= words)
-      ++first;
-    if (last - first > best.end - best.begin) best = {first, last};
+  std::size_t last = 0;
+  Word word;
+};
+
+/// Those that begin in the best `words` words.
+Chosen ChooseItems(std::string_view text, const TextRange* items, std::size_t count,
+                   std::size_t words, Asker& asker) {
+  const std::size_t begin = BeginOfWord(text, items[0].begin);
+  Word front = WordAt(text, {0, begin, EndOfWord(text, begin)}, items[0].begin, asker);
+  Word back = front;
+  Chosen best{0, 0, front};
+  std::size_t first = 0;
+  for (std::size_t last = 0; last < count && !asker.IsStopped(); ++last) {
+    back = WordAt(text, back, items[last].begin, asker);
+    while (back.number - front.number >= words && !asker.IsStopped())
+      front = WordAt(text, front, items[++first].begin, asker);
+    if (last - first > best.last - best.first || last == 0) best = {first, last, front};
   }
   return best;
 }
@@ -114,25 +138,23 @@ std::size_t LengthenedBack(std::string_view text, std::size_t begin, std::size_t
   return begin;
 }
 
-Snippet Cut(std::string_view text, Range part) {
+Snippet Cut(std::string_view text, TextRange part) {
   return {part, SkipBlanksBack(text, part.begin) > 0, SkipBlanks(text, part.end) < text.size()};
 }
 
-}  // namespace
+Snippet FirstWords(std::string_view text, std::size_t words) {
+  const std::size_t begin = SkipBlanks(text, 0);
+  return Cut(text, {begin, Lengthened(text, begin, words)});
+}
 
-Snippet ChooseSnippet(std::string_view text, const std::vector<Range>& items, std::size_t words) {
-  if (items.empty()) {
-    const std::size_t begin = SkipBlanks(text, 0);
-    return Cut(text, {begin, Lengthened(text, begin, words)});
-  }
-  const std::vector<Word> begins = WordsOf(text, items);
-  const Range chosen = BestItems(begins, words);
-  const Word first = begins[chosen.begin];
+Snippet Around(std::string_view text, const TextRange* items, const Chosen& chosen,
+               std::size_t words, Asker& asker) {
   std::size_t left = words - 1;
-  Word last = first;
-  const std::size_t lastByte = std::max(items[chosen.end].end, items[chosen.end].begin + 1) - 1;
+  Word last = chosen.word;
+  const TextRange lastItem = items[chosen.last];
+  const std::size_t lastByte = std::max(lastItem.end, lastItem.begin + 1) - 1;
   while (left > 0) {
-    const Word next = WordAt(text, last, SkipBlanks(text, last.end));
+    const Word next = WordAt(text, last, SkipBlanks(text, last.end), asker);
     if (next.number == last.number || next.begin > lastByte) break;
     last = next;
     --left;
@@ -141,9 +163,23 @@ Snippet ChooseSnippet(std::string_view text, const std::vector<Range>& items, st
   std::size_t behind = left - before;
   std::size_t end = Lengthened(text, last.end, behind);
   before += behind;
-  const std::size_t begin = LengthenedBack(text, first.begin, before);
+  const std::size_t begin = LengthenedBack(text, chosen.word.begin, before);
   end = Lengthened(text, end, before);
   return Cut(text, {begin, end});
 }
 
-}  // namespace trovex::sqlite
+}  // namespace
+
+bool ChooseSnippet(const char* bytes, size_t length, const TextRange* items, size_t count,
+                   size_t words, bool (*mustStop)(void* context), void* context, Snippet* snippet) {
+  const std::string_view text(bytes, length);
+  if (count == 0) {
+    *snippet = FirstWords(text, words);
+    return true;
+  }
+  Asker asker(mustStop, context);
+  const Chosen chosen = ChooseItems(text, items, count, words, asker);
+  if (asker.IsStopped()) return false;
+  *snippet = Around(text, items, chosen, words, asker);
+  return !asker.IsStopped();
+}

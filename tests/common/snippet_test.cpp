@@ -1,10 +1,7 @@
-// Which words a snippet shows, held against trying every window; and how characters are counted, held against
-// SQLite's own functions.
+// Which words a snippet shows, held against trying every window; and what of it is marked.
 
-#include "hosts/sqlite/snippet.h"
-#include "hosts/sqlite/characters.h"
+#include "hosts/common/snippet.h"
 #include "tests/dice.h"
-#include "tests/sqlite/database.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -12,30 +9,31 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
 
-using trovex::sqlite::CharacterCounter;
-using trovex::sqlite::ChooseSnippet;
-using trovex::sqlite::Range;
-using trovex::sqlite::Snippet;
-using trovex::testing::Blob;
-using trovex::testing::Database;
 using trovex::testing::Dice;
-using trovex::testing::Value;
 
 /// The places of `sought` in `text`.
-std::vector<Range> Places(std::string_view text, std::string_view sought) {
-  std::vector<Range> places;
+std::vector<TextRange> Places(std::string_view text, std::string_view sought) {
+  std::vector<TextRange> places;
   for (std::size_t at = text.find(sought); at != std::string_view::npos;
        at = text.find(sought, at + sought.size()))
     places.push_back({at, at + sought.size()});
   return places;
 }
 
+Snippet Choose(std::string_view text, const std::vector<TextRange>& items, std::size_t words) {
+  Snippet snippet{};
+  EXPECT_TRUE(ChooseSnippet(text.data(), text.size(), items.data(), items.size(), words, nullptr,
+                            nullptr, &snippet));
+  return snippet;
+}
+
 std::string Shown(std::string_view text, std::string_view sought, std::size_t words) {
-  const Snippet snippet = ChooseSnippet(text, Places(text, sought), words);
+  const Snippet snippet = Choose(text, Places(text, sought), words);
   const std::string_view part =
       text.substr(snippet.part.begin, snippet.part.end - snippet.part.begin);
   return (snippet.isCutBefore ? "..." : "") + std::string(part) +
@@ -97,8 +95,8 @@ TEST(Snippets, OfAnItemThatIsLongerShowItsBegin) {
 }
 
 /// The words of a text without long runs.
-std::vector<Range> Words(std::string_view text) {
-  std::vector<Range> words;
+std::vector<TextRange> Words(std::string_view text) {
+  std::vector<TextRange> words;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == ' ') continue;
     const std::size_t end = std::min(text.find(' ', i), text.size());
@@ -109,13 +107,13 @@ std::vector<Range> Words(std::string_view text) {
 }
 
 /// The most items whose begin stands in `count` words side by side.
-std::size_t MostItems(const std::vector<Range>& words, const std::vector<Range>& items,
+std::size_t MostItems(const std::vector<TextRange>& words, const std::vector<TextRange>& items,
                       std::size_t count) {
   std::size_t most = 0;
   for (std::size_t i = 0; i < words.size(); ++i) {
-    const Range window = {words[i].begin, words[std::min(i + count, words.size()) - 1].end};
+    const TextRange window = {words[i].begin, words[std::min(i + count, words.size()) - 1].end};
     most = std::max(most, static_cast<std::size_t>(
-                              std::count_if(items.begin(), items.end(), [&](const Range& item) {
+                              std::count_if(items.begin(), items.end(), [&](const TextRange& item) {
                                 return window.begin <= item.begin && item.begin < window.end;
                               })));
   }
@@ -128,16 +126,16 @@ TEST(Snippets, AreAsGoodAsTheBestOfAll) {
     const std::string text = dice.Bytes("ab   X", 40);
     const auto items = Places(text, "X");
     const auto count = static_cast<std::size_t>(dice.Between(1, 6));
-    const Snippet snippet = ChooseSnippet(text, items, count);
-    const std::vector<Range> words = Words(text);
+    const Snippet snippet = Choose(text, items, count);
+    const std::vector<TextRange> words = Words(text);
     SCOPED_TRACE("seed " + std::to_string(seed) + " \"" + text + "\" " + std::to_string(count));
-    const auto shown =
-        static_cast<std::size_t>(std::count_if(words.begin(), words.end(), [&](const Range& word) {
+    const auto shown = static_cast<std::size_t>(
+        std::count_if(words.begin(), words.end(), [&](const TextRange& word) {
           return snippet.part.begin <= word.begin && word.end <= snippet.part.end;
         }));
     ASSERT_EQ(shown, std::min(count, words.size()));
-    const auto found =
-        static_cast<std::size_t>(std::count_if(items.begin(), items.end(), [&](const Range& item) {
+    const auto found = static_cast<std::size_t>(
+        std::count_if(items.begin(), items.end(), [&](const TextRange& item) {
           return snippet.part.begin <= item.begin && item.begin < snippet.part.end;
         }));
     ASSERT_EQ(found, MostItems(words, items, count));
@@ -147,28 +145,34 @@ TEST(Snippets, AreAsGoodAsTheBestOfAll) {
   }
 }
 
-TEST(Characters, AreCountedAsSqliteCountsThem) {
-  const Database database;
-  for (std::uint32_t seed = 0; seed < 3000; ++seed) {
-    Dice dice(seed);
-    // Whole characters, and what is none.
-    std::string text = dice.Bytes("ab\x80\xBF\xC3\xE2\xF0\xFF", 30);
-    if (seed % 100 == 0) text = std::string(5000, 'a') + text + std::string(5000, '\xBF') + text;
-    CharacterCounter counter(text);
-    std::size_t counted = 0;
-    const sqlite3_int64 all =
-        std::get<sqlite3_int64>(database.One("SELECT length(?)", {Value(text)}));
-    for (std::size_t place = 0; place < text.size();) {
-      place = std::min(text.size(), place + static_cast<std::size_t>(dice.Between(0, 6)));
-      if (seed % 100 == 0) place = std::min(text.size(), place + 700);
-      counted = counter.CountTo(place);
-      if (seed % 100 == 0) continue;
-      // A cut character counts once, so the beginnings before a place are the length of what is before.
-      ASSERT_EQ(Value(static_cast<sqlite3_int64>(counted)),
-                database.One("SELECT length(?)", {Value(text.substr(0, place))}))
-          << "seed " << seed << " place " << place;
-    }
-    ASSERT_EQ(static_cast<sqlite3_int64>(counted), all) << "seed " << seed;
+TEST(Snippets, StopWhenTheyAreTold) {
+  std::string text = "X";
+  for (int i = 0; i < 100'000; ++i)
+    text += " a";
+  text += " X";
+  const std::vector<TextRange> items = Places(text, "X");
+  int questions = 0;
+  const auto stopAtThird = [](void* count) { return ++*static_cast<int*>(count) == 3; };
+  Snippet snippet{};
+  EXPECT_FALSE(ChooseSnippet(text.data(), text.size(), items.data(), items.size(), 5, stopAtThird,
+                             &questions, &snippet));
+  EXPECT_EQ(questions, 3);
+  EXPECT_TRUE(ChooseSnippet(text.data(), text.size(), items.data(), items.size(), 5, nullptr,
+                            nullptr, &snippet));
+  EXPECT_EQ(snippet.part.end, 9U);
+}
+
+TEST(Marks, AreAroundEachByteOnce) {
+  const auto part = [](TextRange item, std::size_t done, std::size_t end) {
+    const TextRange marked = PartToMark(item, done, end);
+    return std::pair(marked.begin, marked.end);
+  };
+  EXPECT_EQ(part({3, 5}, 0, 10), std::pair(3UL, 5UL));
+  EXPECT_EQ(part({3, 5}, 4, 10), std::pair(4UL, 5UL));
+  EXPECT_EQ(part({3, 12}, 4, 10), std::pair(4UL, 10UL));
+  for (const TextRange nothing : {TextRange{3, 5}, TextRange{3, 7}, TextRange{5, 5}}) {
+    const TextRange marked = PartToMark(nothing, 7, 10);
+    EXPECT_EQ(marked.begin, marked.end);
   }
 }
 
