@@ -133,7 +133,7 @@ MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions
 /// The locator that finds all matches of a text as ExecuteMatcher would, asked for the whole match from the
 /// end of each on: where what stands beside a match makes no difference, and nobody else has a say. Null
 /// otherwise.
-MatchLocator* FreeLocator(const CompiledPattern& pattern, const SearchConditions& conditions);
+MatchLocator* FreeLocator(PatternWork& work, const SearchConditions& conditions);
 
 /// Whether a scan tells that ExecuteMatcher finds nothing in a text, which it is asked for short ones only.
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,

@@ -456,12 +456,12 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 
 }  // namespace
 
-MatchLocator* FreeLocator(const CompiledPattern& pattern, const SearchConditions& conditions) {
-  if (!pattern.searchable || conditions.engineOnly || !CanLocate(pattern, conditions))
-    return nullptr;
-  if (pattern.automatonReading != Reading::kAlike || !pattern.locatorProgram->IsFree())
-    return nullptr;
-  return pattern.locator.get();
+MatchLocator* FreeLocator(PatternWork& work, const SearchConditions& conditions) {
+  const CompiledPattern& pattern = *work.pattern;
+  if (!pattern.searchable || conditions.engineOnly || pattern.locator == nullptr) return nullptr;
+  if (!CanLocate(*pattern.locator, conditions)) return nullptr;
+  if (pattern.lineFilterReading != Reading::kAlike || !pattern.locator->IsFree()) return nullptr;
+  return work.locator.get();
 }
 
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
