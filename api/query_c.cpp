@@ -6,6 +6,7 @@
 #include <trovex/query_c.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -91,7 +92,7 @@ bool IsEncoding(int value) {
 
 /// Whether there are bytes to be read.
 bool IsText(const char* text, std::size_t length) {
-  return text != nullptr || length == 0;
+  return length == 0 || (text != nullptr && length <= PTRDIFF_MAX);
 }
 
 std::string_view Bytes(const char* text, std::size_t length) {

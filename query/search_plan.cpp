@@ -18,7 +18,9 @@ namespace {
 using Kind = PlannedStream::Kind;
 
 /// Up to this distance the characters between two places are counted when they are compared. There are at
-/// most four times as many bytes, so that takes less than a microsecond.
+/// most four times as many bytes, so that takes less than a microsecond. In 10 MB of German text in UTF-8
+/// it takes 0.73 of the time of counting all characters beforehand at a distance of 64, 0.79 at 256, and
+/// 1.35 at 512 (geometric mean of four queries).
 constexpr std::int64_t kMostCountedDistance = 256;
 
 constexpr std::size_t kNoLeaf = SIZE_MAX;

@@ -44,7 +44,8 @@ enum {
   TROVEX_OK = 0,
   /* The expression was refused; the fault says why. */
   TROVEX_REFUSED = -1,
-  /* The call itself makes no sense: a null pointer, a value that does not exist. */
+  /* The call itself makes no sense: a null pointer, a value that does not exist, a length that no
+     object has. */
   TROVEX_BAD_ARGUMENT = -2,
   TROVEX_NO_MEMORY = -3
 };

@@ -4,6 +4,7 @@
 
 #include <trovex/query_c.h>
 
+#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -57,6 +58,7 @@ static void test_compiling(void) {
   EXPECT(strcmp(fault.sentence,
                 "An argument of the call is missing or has a value that does not exist.") == 0);
   EXPECT(trovex_compile("a", 1, NULL, NULL, NULL) == TROVEX_BAD_ARGUMENT);
+  EXPECT(trovex_compile("a", (size_t)-1, NULL, &query, NULL) == TROVEX_BAD_ARGUMENT);
   options.encoding = 2;
   EXPECT(trovex_compile("a", 1, &options, &query, NULL) == TROVEX_BAD_ARGUMENT);
   options.encoding = -1;
@@ -176,6 +178,10 @@ static void test_searching(void) {
   EXPECT(trovex_search(NULL, text, 1, NULL) == TROVEX_BAD_ARGUMENT);
   EXPECT(trovex_matches(searcher, NULL, 1, NULL) == TROVEX_BAD_ARGUMENT);
   EXPECT(trovex_matches(NULL, text, 1, NULL) == TROVEX_BAD_ARGUMENT);
+  /* A negative number that was taken for a length. */
+  EXPECT(trovex_search(searcher, text, (size_t)-1, NULL) == TROVEX_BAD_ARGUMENT);
+  EXPECT(trovex_matches(searcher, text, (size_t)-1, NULL) == TROVEX_BAD_ARGUMENT);
+  EXPECT(trovex_search(searcher, text, SIZE_MAX / 2 + 1, NULL) == TROVEX_BAD_ARGUMENT);
   options.encoding = 77;
   EXPECT(trovex_search(searcher, text, 1, &options) == TROVEX_BAD_ARGUMENT);
   EXPECT(trovex_matches(searcher, text, 1, &options) == TROVEX_BAD_ARGUMENT);
@@ -219,6 +225,7 @@ static void test_visiting(void) {
   EXPECT(trovex_search_each(NULL, "x", 1, NULL, see, &seen) == TROVEX_BAD_ARGUMENT);
   EXPECT(trovex_search_each(searcher, NULL, 1, NULL, see, &seen) == TROVEX_BAD_ARGUMENT);
   EXPECT(trovex_search_each(searcher, "x", 1, NULL, NULL, &seen) == TROVEX_BAD_ARGUMENT);
+  EXPECT(trovex_search_each(searcher, "x", (size_t)-1, NULL, see, &seen) == TROVEX_BAD_ARGUMENT);
   options.encoding = 9;
   EXPECT(trovex_search_each(searcher, "x", 1, &options, see, &seen) == TROVEX_BAD_ARGUMENT);
   trovex_searcher_free(searcher);
