@@ -1,5 +1,6 @@
 #include "matcher/pattern_search.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace trovex {
@@ -105,6 +106,13 @@ SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
 void PatternSearch::GoOnBehind(ByteRange match) {
   touches_ = match.begin < match.end;
   place_ = touches_ ? match.end : match.end + 1;
+}
+
+void PatternSearch::SkipLine(const ByteRange& match) {
+  // Behind an empty match at the end of a line, the search has gone on to the next one already.
+  place_ = std::max(place_, LineEnd(match.end) + 1);
+  touches_ = false;
+  if (locator_) locator_->SkipReady(text_.data() + place_);
 }
 
 std::int64_t PatternSearch::Work() const {

@@ -21,6 +21,13 @@ constexpr std::size_t kShortText = 4096;
 constexpr std::size_t kLookedAt = 256;
 constexpr std::size_t kFewStreams = 64;
 
+/// Where the line behind that of `place` begins; behind the last line, no place is before it.
+std::size_t NextLine(TextView text, std::size_t place) {
+  if (place >= text.size()) return kNowhere;
+  const std::size_t next = LineEndBehind(text, place);
+  return text[next - 1] == '\n' ? next : kNowhere;
+}
+
 }  // namespace
 
 QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
@@ -77,6 +84,8 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.blocks.Begin(text, isUtf8 ? TextBlocks::Reading::kUtf8 : TextBlocks::Reading::kPlain,
                         plan_.substitute);
   context_.tagLists.Reset();
+  context_.skipsLines =
+      options.firstOfLine && plan_.streams.size() == 1 && patterns_.front() != nullptr;
   context_.wantsTags = options.tags && options.mostItems > 0;
   context_.wantsPositions = options.mostItems > 0 || plan_.measuresDistances;
   context_.wantsCharacters = plan_.countsCharacters;
@@ -104,16 +113,24 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool isAlone = plan_.streams.size() == 1;
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
-    return RunAlone(text, options.mostItems, visit, visitContext);
+    return RunAlone(text, options, visit, visitContext);
   if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
-  for (; items < options.mostItems; ++items) {
-    if (query.Head() == nullptr || context_.gaveUp) break;
+  std::size_t nextLine = 0;
+  while (items < options.mostItems) {
+    const FoundPlace* const head = query.Head();
+    if (head == nullptr || context_.gaveUp) break;
+    if (head->begin < nextLine) {
+      query.Skip();
+      continue;
+    }
+    if (options.firstOfLine && !context_.skipsLines) nextLine = NextLine(text, head->begin);
     if (!Deliver(query.Take(), visit, visitContext)) return Verdict::kYes;
+    ++items;
   }
   if (context_.gaveUp) return Verdict::kGaveUp;
   if (items > 0) return Verdict::kYes;
@@ -158,9 +175,10 @@ bool QuerySearch::MayBeSatisfied(std::size_t stream, TextView text) {
   return true;
 }
 
-Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
+Verdict QuerySearch::RunAlone(TextView text, const SearchOptions& options, Visit visit,
                               void* visitContext) {
   PatternSearch& alone = *patterns_.front();
+  const std::size_t mostItems = options.mostItems;
   if (mostItems <= 1) return RunForOne(text, mostItems, visit, visitContext);
   ByteRange match;
   if (text.size() <= kLookedAt && alone.First(text, match) == SearchOutcome::kNotFound)
@@ -173,6 +191,7 @@ Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
     item.begin = match.begin;
     item.end = match.end;
     if (!visit(visitContext, item) || items == mostItems) return Verdict::kYes;
+    if (options.firstOfLine) alone.SkipLine(match);
     match = alone.Next();
     if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kYes;
   }

@@ -42,7 +42,7 @@ class QuerySearch {
   void MakeStream(const PlannedStream& planned);
   bool MaySearchAsItIs(TextView text, Encoding encoding) const;
   bool MayBeSatisfied(std::size_t stream, TextView text);
-  Verdict RunAlone(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
+  Verdict RunAlone(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   Verdict RunForOne(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
