@@ -114,10 +114,24 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
     return RunAlone(text, options, visit, visitContext);
-  if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
+  std::size_t passed = 0;
+  if (asItIs && !isAlone && !options.tags && !options.firstOfLine && Strings() != nullptr &&
+      (options.encoding == Encoding::kLatin1 || IsPlainAscii(text))) {
+    using Answer = StringSearch::Answer;
+    const StringSearch::Result result = strings_->Run(text, options.mostItems, visit, visitContext);
+    if (result.answer != Answer::kTooDense)
+      return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
+    passed = result.visited;
+  } else if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
+  return RunStreams(passed, options, visit, visitContext);
+}
+
+/// Has the streams, which have begun with a text, find its items. The first `passed` are known already.
+Verdict QuerySearch::RunStreams(std::size_t passed, std::size_t mostItems, Visit visit,
+                                void* visitContext) {
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
   std::size_t nextLine = 0;
@@ -128,15 +142,24 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
       query.Skip();
       continue;
     }
-    if (options.firstOfLine && !context_.skipsLines) nextLine = NextLine(text, head->begin);
-    if (!Deliver(query.Take(), visit, visitContext)) return Verdict::kYes;
-    ++items;
+    if (options.firstOfLine && !context_.skipsLines)
+      nextLine = NextLine(context_.blocks.Whole(), head->begin);
+    if (items++ < passed)
+      query.Skip();
+    else if (!Deliver(query.Take(), visit, visitContext))
+      return Verdict::kYes;
   }
   if (context_.gaveUp) return Verdict::kGaveUp;
   if (items > 0) return Verdict::kYes;
   const bool isSatisfied = query.IsSatisfied();
   if (context_.gaveUp) return Verdict::kGaveUp;
   return isSatisfied ? Verdict::kYes : Verdict::kNo;
+}
+
+/// Making the tables takes some microseconds, which a search that wants tags has no use for.
+StringSearch* QuerySearch::Strings() {
+  if (!std::exchange(knowsStrings_, true)) strings_ = StringSearch::Make(plan_, patterns_);
+  return strings_.get();
 }
 
 /// Whether the patterns can be looked for in the bytes of `text`. Rows of a table are such texts: what
