@@ -130,7 +130,7 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
 }
 
 /// Has the streams, which have begun with a text, find its items. The first `passed` are known already.
-Verdict QuerySearch::RunStreams(std::size_t passed, std::size_t mostItems, Visit visit,
+Verdict QuerySearch::RunStreams(std::size_t passed, const SearchOptions& options, Visit visit,
                                 void* visitContext) {
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
