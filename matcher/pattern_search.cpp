@@ -3,6 +3,7 @@
 #include "matcher/costs.h"
 #include "matcher/tuning.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace trovex {
@@ -108,6 +109,13 @@ SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
 void PatternSearch::GoOnAfter(ByteRange match) {
   touches_ = match.begin < match.end;
   place_ = touches_ ? match.end : match.end + 1;
+}
+
+void PatternSearch::SkipLine(const ByteRange& match) {
+  // After an empty match at the end of a line, the search has gone on to the next one already.
+  place_ = std::max(place_, LineEnd(match.end) + 1);
+  touches_ = false;
+  if (locator_) locator_->SkipReady(text_.data() + place_);
 }
 
 std::int64_t PatternSearch::Work() const {

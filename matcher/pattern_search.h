@@ -54,6 +54,9 @@ class PatternSearch {
   }
   SearchOutcome Outcome() const { return outcome_; }
 
+  /// Leaves out the matches that begin on the line of `match`, the latest one.
+  void SkipLine(const ByteRange& match);
+
   /// The first match of `text` alone, as Begin and Next find it; a short text that has none is done with
   /// before anything is begun. Afterwards, Begin comes before anything else.
   SearchOutcome First(TextView text, ByteRange& match);

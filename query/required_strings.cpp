@@ -2,6 +2,8 @@
 
 #include "query/tuning.h"
 #include "text/char_set.h"
+#include "text/code_page.h"
+#include "text/utf8_character.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -42,6 +44,24 @@ void MakeUnique(StringClause& strings) {
   strings.erase(std::unique(strings.begin(), strings.end()), strings.end());
 }
 
+/// The ways in which a text can have `c`, a character beyond ASCII: as a byte that is no UTF-8, as a sequence,
+/// as a letter with a mark after it. With `foldsCase`, that letter is in lower case.
+StringClause SpellingsOf(unsigned char c, bool foldsCase, Spelling spelling) {
+  StringClause ways;
+  if (spelling == Spelling::kEveryWay) ways.emplace_back(1, static_cast<char>(c));
+  const char32_t codePoint = CodePageToUnicode(c);
+  if (UnicodeToCodePage(codePoint) != c) return ways;
+  AppendUtf8(codePoint, ways.emplace_back());
+  for (unsigned char letter = 'A'; letter <= 'z'; ++letter) {
+    for (char32_t mark = kFirstMark; mark <= kLastMark; ++mark) {
+      if (Compose(letter, mark) != c) continue;
+      const char base = static_cast<char>(letter);
+      AppendUtf8(mark, ways.emplace_back(1, foldsCase ? Folded(base) : base));
+    }
+  }
+  return ways;
+}
+
 /// What is known of the matches of a piece of a pattern.
 struct Knowledge {
   /// The piece matches just `strings`; else only `clauses` is known.
@@ -64,9 +84,16 @@ StringClause BestClause(const Knowledge& piece) {
   return best == piece.clauses.end() ? StringClause{} : *best;
 }
 
+/// How many strings may be at hand: a scan does not take as many as others may be told.
+std::size_t MostStrings(Spelling spelling) {
+  return spelling == Spelling::kUnknown ? kMostStrings : PlaceScan::kMaxAlternatives;
+}
+
 /// Pieces side by side.
 class Sequence {
  public:
+  explicit Sequence(std::size_t mostStrings) : mostStrings_(mostStrings) {}
+
   void Append(Knowledge piece) {
     if (!piece.isExact) {
       Cut();
@@ -104,7 +131,7 @@ class Sequence {
  private:
   /// Makes longer strings of what is at hand and `more`, unless they become too many or too long.
   bool AppendStrings(const StringClause& more) {
-    if (strings_.size() * more.size() > kMostStrings) return false;
+    if (strings_.size() * more.size() > mostStrings_) return false;
     StringClause product;
     for (const std::string& left : strings_) {
       for (const std::string& right : more) {
@@ -130,6 +157,7 @@ class Sequence {
     clauses_.resize(kMostClauses);
   }
 
+  std::size_t mostStrings_;
   bool isExact_ = true;
   StringClause strings_ = {""};
   StringClauses clauses_;
@@ -137,18 +165,23 @@ class Sequence {
 
 class Reader {
  public:
-  Reader(const SyntaxTree& tree, bool foldsCase) : tree_(tree), foldsCase_(foldsCase) {}
+  Reader(const SyntaxTree& tree, bool foldsCase, Spelling spelling)
+      : tree_(tree), foldsCase_(foldsCase), spelling_(spelling) {}
 
   StringClauses Read() {
+    Sequence whole(MostStrings(spelling_));
+    whole.Append(ReadWhole());
+    whole.Append(Knowledge{});
+    return whole.Result().clauses;
+  }
+
+  Knowledge ReadWhole() {
     for (int i = 0; i < tree_.Root(); ++i) {
       const SyntaxNode& node = tree_.Node(i);
       const bool isRead = node.firstChild != kNoNode && node.kind != SyntaxKind::kRepeat;
       if (isRead) known_[i] = Of(node);
     }
-    Sequence whole;
-    whole.Append(Of(tree_.Node(tree_.Root())));
-    whole.Append(Knowledge{});
-    return whole.Result().clauses;
+    return Of(tree_.Node(tree_.Root()));
   }
 
  private:
@@ -186,9 +219,11 @@ class Reader {
   }
 
   Knowledge OfByte(unsigned char c) const {
-    if (c >= 0x80) return {};
-    return Exactly(
-        {std::string(1, foldsCase_ ? Folded(static_cast<char>(c)) : static_cast<char>(c))});
+    if (c < 0x80)
+      return Exactly(
+          {std::string(1, foldsCase_ ? Folded(static_cast<char>(c)) : static_cast<char>(c))});
+    if (spelling_ == Spelling::kUnknown) return {};
+    return Exactly(SpellingsOf(c, foldsCase_, spelling_));
   }
 
   Knowledge OfSet(const CharSet& set) const {
@@ -196,16 +231,18 @@ class Reader {
     StringClause strings;
     for (std::size_t c = 0; c < set.size(); ++c) {
       if (!set[c]) continue;
-      if (c >= 0x80) return {};
-      strings.push_back(OfByte(static_cast<unsigned char>(c)).strings.front());
+      const Knowledge one = OfByte(static_cast<unsigned char>(c));
+      if (!one.isExact) return {};
+      strings.insert(strings.end(), one.strings.begin(), one.strings.end());
     }
     MakeUnique(strings);
-    if (strings.size() > kMostOfSet) return {};
+    const bool hasOneByteEach = spelling_ == Spelling::kUnknown;
+    if (strings.size() > (hasOneByteEach ? kMostOfSet : MostStrings(spelling_))) return {};
     return Exactly(std::move(strings));
   }
 
   Knowledge OfSequence(const SyntaxNode& node) {
-    Sequence sequence;
+    Sequence sequence(MostStrings(spelling_));
     for (int i = node.firstChild; i != kNoNode; i = tree_.Node(i).nextSibling) {
       const SyntaxNode& child = tree_.Node(i);
       if (child.kind == SyntaxKind::kRepeat && child.min > 0)
@@ -227,8 +264,8 @@ class Reader {
       const StringClause& strings = piece.isExact ? piece.strings : BestClause(piece);
       hasClause = hasClause && IsClause(strings);
       clause.insert(clause.end(), strings.begin(), strings.end());
-      if (clause.size() > kMostStrings) MakeUnique(clause);
-      if (clause.size() > kMostStrings) return {};
+      if (clause.size() > MostStrings(spelling_)) MakeUnique(clause);
+      if (clause.size() > MostStrings(spelling_)) return {};
     }
     MakeUnique(clause);
     if (result.isExact)
@@ -241,20 +278,43 @@ class Reader {
   Knowledge OfRepetition(const SyntaxNode& node) {
     if (node.max == 0) return Exactly({""});
     if (node.min == 0) return {};
-    Sequence sequence;
+    Sequence sequence(MostStrings(spelling_));
     sequence.AppendRepeated(TakeKnown(node.firstChild), node.min, node.max);
     return sequence.Result();
   }
 
   const SyntaxTree& tree_;
   bool foldsCase_;
+  Spelling spelling_;
   std::unordered_map<int, Knowledge> known_;
 };
+
+/// Whether a byte, or a set that can be written out, has characters beyond ASCII.
+bool HoldsMoreThanAscii(const SyntaxTree& tree) {
+  return std::any_of(tree.nodes.begin(), tree.nodes.end(), [&tree](const SyntaxNode& node) {
+    if (node.kind == SyntaxKind::kByte) return node.value >= 0x80;
+    if (node.kind != SyntaxKind::kSet) return false;
+    const CharSet& set = tree.Set(node);
+    return (set >> 0x80).any() && set.count() <= 2 * kMostOfSet;
+  });
+}
+
+StringClauses Known(const SyntaxTree& tree, bool foldsCase, Spelling spelling) {
+  if (tree.nodes.empty()) return {};
+  StringClauses clauses = Reader(tree, foldsCase, spelling).Read();
+  std::stable_sort(clauses.begin(), clauses.end(), IsBetter);
+  if (clauses.size() > kMostClauses) clauses.resize(kMostClauses);
+  return clauses;
+}
 
 /// The bytes that can stand at each place of `text`.
 std::vector<CharSet> SetsOf(const std::string& text, std::size_t length, bool foldsCase) {
   std::vector<CharSet> sets(length);
   for (std::size_t i = 0; i < length; ++i) {
+    if (i >= text.size()) {
+      sets[i].set();
+      continue;
+    }
     const auto c = static_cast<unsigned char>(text[i]);
     sets[i].set(c);
     if (foldsCase && c >= 'a' && c <= 'z') sets[i].set(c - 32U);
@@ -265,21 +325,30 @@ std::vector<CharSet> SetsOf(const std::string& text, std::size_t length, bool fo
 }  // namespace
 
 StringClauses RequiredInMatch(const SyntaxTree& tree, bool foldsCase) {
-  if (tree.nodes.empty()) return {};
-  StringClauses clauses = Reader(tree, foldsCase).Read();
-  std::stable_sort(clauses.begin(), clauses.end(), IsBetter);
-  if (clauses.size() > kMostClauses) clauses.resize(kMostClauses);
-  return clauses;
+  return Known(tree, foldsCase, Spelling::kUnknown);
 }
 
-std::optional<PlaceScan> ScanForClauses(const StringClauses& clauses, bool foldsCase) {
+StringClauses SpelledInMatch(const SyntaxTree& tree, bool foldsCase) {
+  const bool differs = HoldsMoreThanAscii(tree);
+  return Known(tree, foldsCase, differs ? Spelling::kEveryWay : Spelling::kUnknown);
+}
+
+StringClause ExactStrings(const SyntaxTree& tree, bool foldsCase, Spelling spelling) {
+  Knowledge whole = Reader(tree, foldsCase, spelling).ReadWhole();
+  if (!whole.isExact || !IsClause(whole.strings)) return {};
+  MakeUnique(whole.strings);
+  return whole.strings;
+}
+
+std::optional<PlaceScan> ScanForClauses(const StringClauses& clauses, bool foldsCase,
+                                        std::size_t least) {
   double best = kMostCandidates;
   std::vector<Probes> bestProbes;
   for (const StringClause& clause : clauses) {
     if (clause.size() > PlaceScan::kMaxAlternatives) continue;
     std::vector<std::vector<CharSet>> sets;
     for (const std::string& text : clause)
-      sets.push_back(SetsOf(text, ShortestOf(clause), foldsCase));
+      sets.push_back(SetsOf(text, std::max(ShortestOf(clause), least), foldsCase));
     std::vector<Probes> probes = ChooseProbesForAlternatives(sets);
     double rate = 0;
     for (const Probes& one : probes)

@@ -124,7 +124,7 @@ class Planner {
     Planned planned;
     planned.stream = Last();
     planned.required = RequiredInMatch(pattern.tree, plan_.foldsCase);
-    stream.scan = ScanForClauses(planned.required, plan_.foldsCase);
+    MakeScan(stream, pattern.tree);
     planned.cost = stream.scan.has_value() ? kVerdictByScan : kVerdictByPattern;
     stream.isPlain = !options_.wholeWords && IsPlainPattern(pattern.tree);
     const auto [known, isNew] = programs_.try_emplace(Written(pattern.tree));
@@ -132,6 +132,14 @@ class Planner {
     stream.program = known->second.program;
     planned.leaf = known->second.leaf;
     return planned;
+  }
+
+  void MakeScan(PlannedStream& stream, const SyntaxTree& tree) {
+    if (!options_.wholeWords) stream.spelled = SpelledStrings::Of(tree, plan_.foldsCase);
+    if (stream.spelled.has_value()) stream.scan = stream.spelled->Scan();
+    if (stream.scan.has_value()) return;
+    stream.spelled.reset();
+    stream.scan = ScanForClauses(SpelledInMatch(tree, plan_.foldsCase), plan_.foldsCase);
   }
 
   std::shared_ptr<const PatternProgram> Compiled(SyntaxTree tree, const TypedRange& typed) {

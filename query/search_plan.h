@@ -20,6 +20,7 @@
 #include "query/query_parser.h"
 #include "query/query_tree.h"
 #include "query/required_strings.h"
+#include "query/spelled_strings.h"
 
 #include <cstddef>
 #include <memory>
@@ -48,6 +49,8 @@ struct PlannedStream {
   /// The tags of the pattern's group 1, one for each pattern that the stream stands for.
   std::vector<int> firstTags;
   std::optional<PlaceScan> scan;
+  /// For a pattern that is a few strings: they tell which of the places of `scan` are matches.
+  std::optional<SpelledStrings> spelled;
   /// Whether the pattern can be looked for in the bytes of a UTF-8 text (plain_pattern.h).
   bool isPlain = false;
   SoundKey soundKey;

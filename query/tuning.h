@@ -46,6 +46,8 @@ inline constexpr std::size_t kKeptBlocks = 4;
 /// before the host is asked again whether to go on.
 inline constexpr std::size_t kScanStep = std::size_t{1} << 20;
 inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
+/// Candidates of a scan that are not further apart are near: the lines of near ones are read together.
+inline constexpr std::size_t kNearCandidates = 128;
 
 /// Strings that are searched together: longer ones are compared in vain too often; so many places are one cluster at
 /// most; longer distances would make one cluster of nearly everything.

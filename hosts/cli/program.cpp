@@ -135,6 +135,7 @@ class Run {
   int ExecuteClassic();
   int Search(const SearchPlan* plan, ClassicSearch* classic);
   int Refuse(const ExpressionFault& fault);
+  std::string PlaceOf(const ExpressionFault& fault) const;
   int Explain(const std::string& text) {
     stream_.Output(text);
     stream_.Flush();
@@ -150,6 +151,13 @@ class Run {
   ResultStream stream_;
   std::vector<std::string> expressions_;  // in UTF-8
   std::vector<std::string> words_;
+  /// The lists, and how many words there are up to the end of each.
+  struct WordList {
+    std::string path;
+    std::string content;
+    std::size_t wordsSoFar;
+  };
+  std::vector<WordList> wordLists_;
 };
 
 int Run::ListFiles() {
@@ -180,12 +188,14 @@ std::optional<ExpressionFault> Run::ReadExpressions() {
     expressions_.push_back(std::get<std::string>(std::move(converted)));
   }
   for (const std::string& path : options_.wordLists) {
-    const auto content = ReadWholeFile(path);
+    auto content = ReadWholeFile(path);
     if (const auto* error = std::get_if<SystemError>(&content))
       return ExpressionFault{DisplayName(path) + ": " + std::strerror(error->number)};
     std::vector<std::string> words = ReadWords(std::get<std::string>(content));
     words_.insert(words_.end(), std::make_move_iterator(words.begin()),
                   std::make_move_iterator(words.end()));
+    wordLists_.push_back(
+        {DisplayName(path), std::get<std::string>(std::move(content)), words_.size()});
   }
   return std::nullopt;
 }
@@ -244,6 +254,20 @@ int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
   return total.filesFound > 0 ? kExitFound : kExitNotFound;
 }
 
+/// "words.txt, line 7: " before what is wrong with a word of a list.
+std::string Run::PlaceOf(const ExpressionFault& fault) const {
+  if (!fault.word.has_value()) return {};
+  std::size_t before = 0;
+  for (const WordList& list : wordLists_) {
+    if (*fault.word < list.wordsSoFar) {
+      const std::int64_t line = LineOfWord(list.content, *fault.word - before);
+      return list.path + ", line " + std::to_string(line) + ": ";
+    }
+    before = list.wordsSoFar;
+  }
+  return {};
+}
+
 int Run::Refuse(const ExpressionFault& fault) {
   const std::size_t columns = TerminalColumns(STDERR_FILENO);
   if (fault.hasRange) {
@@ -251,7 +275,8 @@ int Run::Refuse(const ExpressionFault& fault) {
   } else if (!fault.expression.empty()) {
     stream_.Note("    " + VisibleText(fault.expression) + "\n");
   }
-  stream_.Complaint(fault.sentence + (fault.advice.empty() ? "" : " " + fault.advice));
+  stream_.Complaint(PlaceOf(fault) + fault.sentence +
+                    (fault.advice.empty() ? "" : " " + fault.advice));
   return kExitTrouble;
 }
 

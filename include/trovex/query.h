@@ -207,6 +207,9 @@ struct SearchOptions {
   Encoding encoding = Encoding::kUtf8;
   /// Whether items bring the ranges of their tags. Without, they are found faster.
   bool tags = false;
+  /// Of the items that begin on a line, brings the first one only: for who wants lines and not the items
+  /// on them. The rest of the line is not searched where that can be left.
+  bool firstOfLine = false;
   /// The search ends when it has so many items. With 0 it gives the verdict alone, and stops at what
   /// decides it.
   std::size_t mostItems = SIZE_MAX;

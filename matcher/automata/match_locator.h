@@ -164,6 +164,12 @@ class MatchLocator {
     return &match;
   }
 
+  /// Drops what is ready and begins before `place`.
+  void SkipReady(const unsigned char* place) {
+    while (nextReady_ < readyCount_ && ready_[nextReady_].start < place)
+      ++nextReady_;
+  }
+
   /// Where the latest search gave up, before a match was found; null if it did not.
   const unsigned char* GaveUpAt() const { return gaveUpAt_; }
 

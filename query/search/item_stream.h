@@ -50,6 +50,7 @@ class ItemStream {
 
  protected:
   SearchContext& Context() { return context_; }
+  const SearchContext& Context() const { return context_; }
 
  private:
   enum class State : unsigned char { kUnknown, kNo, kYes };

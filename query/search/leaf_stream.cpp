@@ -23,11 +23,14 @@ void LeafStream::OnBegin() {
   hasPiece_ = false;
   block_ = nullptr;
   nextBlock_ = 0;
+  nextLine_ = 0;
+  notRefused_ = 0;
+  stretch_ = 0;
   hasCandidate_ = false;
 }
 
 bool LeafStream::MayBeSatisfied() {
-  if (scan_ == nullptr || !Context().scansFirst || nextBlock_ != 0) return true;
+  if (scan_ == nullptr || !Context().scansFirst || nextBlock_ + nextLine_ != 0) return true;
   if (!hasCandidate_ && !FindCandidate(0)) return true;
   return candidate_ != kNowhere;
 }
@@ -47,18 +50,42 @@ bool LeafStream::FindCandidate(std::size_t from) {
     Context().Spend(static_cast<std::int64_t>(scanned) / kScannedForAUnit, from);
     from = end - reach;
   }
+  if (candidate_ == kNowhere && spelled_ != nullptr) candidate_ = FindAtEnd(from);
   hasCandidate_ = true;
   return true;
 }
 
+/// The first place from `from` on where one of the strings may stand; the scan cannot look there.
+std::size_t LeafStream::FindAtEnd(std::size_t from) const {
+  const TextView text = Context().blocks.Whole();
+  std::size_t end = 0;
+  for (std::size_t place = from; place < text.size(); ++place) {
+    if (spelled_->At(text, place, end) != SpelledStrings::Answer::kNoMatch) return place;
+  }
+  return kNowhere;
+}
+
+/// Whether the lines of candidates are opened, and no blocks. A pattern of ASCII needs no decoding; and
+/// where characters are counted, all before a place are.
+bool LeafStream::OpensLines() const {
+  const SearchContext& context = Context();
+  return scan_ != nullptr && !isPlain_ && context.scansFirst && !context.wantsCharacters &&
+         context.blocks.IsUtf8();
+}
+
+/// False where there is none from byte `from` on, or the search was interrupted.
+bool LeafStream::FindNextCandidate(std::size_t from) {
+  const bool isKnown = hasCandidate_ && candidate_ >= from;
+  return (isKnown || FindCandidate(from)) && candidate_ != kNowhere;
+}
+
 bool LeafStream::OpenNext() {
+  if (OpensLines()) return OpenLinesOfCandidate();
   TextBlocks& blocks = Context().blocks;
   if (!blocks.Has(nextBlock_)) return false;
   const bool scans = scan_ != nullptr && Context().scansFirst;
   if (scans) {
-    const std::size_t from = blocks.RangeOf(nextBlock_).begin;
-    const bool isKnown = hasCandidate_ && candidate_ >= from;
-    if ((!isKnown && !FindCandidate(from)) || candidate_ == kNowhere) return false;
+    if (!FindNextCandidate(blocks.RangeOf(nextBlock_).begin)) return false;
     nextBlock_ = blocks.Holding(candidate_);
   }
   const ByteRange range = blocks.RangeOf(nextBlock_);
@@ -66,15 +93,53 @@ bool LeafStream::OpenNext() {
   const TextView text = OpenBlockOf(range);
   const bool areBytes = block_ == nullptr || block_->IsPlain();
   pieceBegin_ = scans && areBytes ? LineStart(text, candidate_ - range.begin) : 0;
-  pieceByte_ = range.begin + pieceBegin_;
+  ++nextBlock_;
+  BeginOpened(text, range.begin);
+  return true;
+}
+
+/// The next place of one of the strings, if it can be told without decoding. False also where somebody has
+/// to decode the line of the candidate.
+bool LeafStream::FindSpelled(FoundPlace& place) {
+  if (spelled_ == nullptr || !OpensLines()) return false;
+  const TextView text = Context().blocks.Whole();
+  while (FindNextCandidate(std::max(nextLine_, notRefused_))) {
+    place.begin = candidate_;
+    const auto answer = spelled_->At(text, candidate_, place.end);
+    if (answer == SpelledStrings::Answer::kUnknown) return false;
+    notRefused_ = candidate_ + 1;
+    if (answer == SpelledStrings::Answer::kNoMatch) continue;
+    nextLine_ = Context().skipsLines ? AfterLineOf(text, place.end - 1) : place.end;
+    return true;
+  }
+  return false;
+}
+
+bool LeafStream::OpenLinesOfCandidate() {
+  const TextView text = Context().blocks.Whole();
+  if (!FindNextCandidate(std::max(nextLine_, notRefused_))) return false;
+  const std::size_t begin = nextLine_ + LineStart(text.subspan(nextLine_), candidate_ - nextLine_);
+  const bool isNear = nextLine_ > 0 && begin - nextLine_ < kNearCandidates;
+  stretch_ = isNear ? std::clamp(2 * stretch_, kNearCandidates, kBlockSize) : stretch_ / 2;
+  const std::size_t least = stretch_ < kNearCandidates ? candidate_ : begin + stretch_;
+  nextLine_ = AfterLineOf(text, std::clamp(least, candidate_, text.size() - 1));
+  if (lines_ == nullptr) lines_ = std::make_unique<OpenBlock>();
+  Context().blocks.OpenLines(*lines_, {begin, nextLine_});
+  block_ = lines_.get();
+  pieceBegin_ = 0;
+  BeginOpened(block_->Text(), begin);
+  return true;
+}
+
+/// Begins to search `text` from `pieceBegin_` on; it is that of the bytes from `begin` on.
+void LeafStream::BeginOpened(TextView text, std::size_t begin) {
+  pieceByte_ = begin + pieceBegin_;
   hasPiece_ = true;
   countedTo_ = 0;
   wordsBegun_ = 0;
   paid_ = 0;
-  ++nextBlock_;
-  Context().Spend(kWorkOfByte * static_cast<std::int64_t>(text.size() - pieceBegin_), range.begin);
+  Context().Spend(kWorkOfByte * static_cast<std::int64_t>(text.size() - pieceBegin_), begin);
   BeginPiece(text.subspan(pieceBegin_));
-  return true;
 }
 
 /// The text of the next block, which lies in `range`.
@@ -96,12 +161,14 @@ void LeafStream::PayForWork() {
 
 void LeafStream::CloseBlock() {
   hasPiece_ = false;
-  if (block_ != nullptr) Context().blocks.Close(*block_);
+  if (block_ != nullptr && block_ != lines_.get()) Context().blocks.Close(*block_);
   block_ = nullptr;
 }
 
 bool LeafStream::Next(FoundPlace& place) {
-  while (!Context().gaveUp && (hasPiece_ || OpenNext())) {
+  while (!Context().gaveUp) {
+    if (!hasPiece_ && FindSpelled(place)) return true;
+    if (!hasPiece_ && !OpenNext()) return false;
     ByteRange match;
     const SearchOutcome outcome = NextMatch(match);
     PayForWork();
@@ -136,7 +203,8 @@ void LeafStream::Describe(const ByteRange& match, FoundPlace& place) {
 }
 
 PatternStream::PatternStream(SearchContext& context, const PlannedStream& planned)
-    : LeafStream(context, planned.scan.has_value() ? &*planned.scan : nullptr, planned.isPlain),
+    : LeafStream(context, planned.scan.has_value() ? &*planned.scan : nullptr,
+                 planned.spelled.has_value() ? &*planned.spelled : nullptr, planned.isPlain),
       search_(*planned.program),
       bringsTags_(planned.bringsTags && planned.program->GroupCount() > 0),
       firstTags_(planned.firstTags) {}

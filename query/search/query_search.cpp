@@ -19,6 +19,13 @@ namespace {
 /// scan (geometric mean of seven queries): less where patterns are found, more where they are rare.
 constexpr std::size_t kShortText = 4096;
 
+/// Where the line after that of `place` begins; after the last line, no place is before it.
+std::size_t NextLine(TextView text, std::size_t place) {
+  if (place >= text.size()) return kNowhere;
+  const std::size_t next = AfterLineOf(text, place);
+  return text[next - 1] == '\n' ? next : kNowhere;
+}
+
 }  // namespace
 
 QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
@@ -75,6 +82,8 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.blocks.Begin(text, isUtf8 ? TextBlocks::Reading::kUtf8 : TextBlocks::Reading::kPlain,
                         plan_.substitute);
   context_.tagLists.Reset();
+  context_.skipsLines =
+      options.firstOfLine && plan_.streams.size() == 1 && patterns_.front() != nullptr;
   context_.wantsTags = options.tags && options.mostItems > 0;
   context_.wantsPositions = options.mostItems > 0 || plan_.measuresDistances;
   context_.wantsCharacters = plan_.countsCharacters;
@@ -102,9 +111,9 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool isAlone = plan_.streams.size() == 1;
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
-    return RunAlone(text, options.mostItems, visit, visitContext);
+    return RunAlone(text, options, visit, visitContext);
   std::size_t passed = 0;
-  if (asItIs && !isAlone && !options.tags && Strings() != nullptr &&
+  if (asItIs && !isAlone && !options.tags && !options.firstOfLine && Strings() != nullptr &&
       (options.encoding == Encoding::kLatin1 || IsPlainAscii(text))) {
     using Answer = StringSearch::Answer;
     const StringSearch::Result result = strings_->Run(text, options.mostItems, visit, visitContext);
@@ -115,17 +124,25 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
-  return RunStreams(passed, options.mostItems, visit, visitContext);
+  return RunStreams(passed, options, visit, visitContext);
 }
 
 /// Has the streams, which have begun with a text, find its items. The first `passed` are known already.
-Verdict QuerySearch::RunStreams(std::size_t passed, std::size_t mostItems, Visit visit,
+Verdict QuerySearch::RunStreams(std::size_t passed, const SearchOptions& options, Visit visit,
                                 void* visitContext) {
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
-  for (; items < mostItems; ++items) {
-    if (query.Head() == nullptr || context_.gaveUp) break;
-    if (items < passed)
+  std::size_t nextLine = 0;
+  while (items < options.mostItems) {
+    const FoundPlace* const head = query.Head();
+    if (head == nullptr || context_.gaveUp) break;
+    if (head->begin < nextLine) {
+      query.Skip();
+      continue;
+    }
+    if (options.firstOfLine && !context_.skipsLines)
+      nextLine = NextLine(context_.blocks.Whole(), head->begin);
+    if (items++ < passed)
       query.Skip();
     else if (!Deliver(query.Take(), visit, visitContext))
       return Verdict::kYes;
@@ -179,9 +196,10 @@ bool QuerySearch::MayBeSatisfied(std::size_t stream, TextView text) {
   return true;
 }
 
-Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
+Verdict QuerySearch::RunAlone(TextView text, const SearchOptions& options, Visit visit,
                               void* visitContext) {
   PatternSearch& alone = *patterns_.front();
+  const std::size_t mostItems = options.mostItems;
   if (mostItems <= 1) return RunForOne(text, mostItems, visit, visitContext);
   ByteRange match;
   if (text.size() <= kLookedAtText && alone.First(text, match) == SearchOutcome::kNotFound)
@@ -194,6 +212,7 @@ Verdict QuerySearch::RunAlone(TextView text, std::size_t mostItems, Visit visit,
     item.begin = match.begin;
     item.end = match.end;
     if (!visit(visitContext, item) || items == mostItems) return Verdict::kYes;
+    if (options.firstOfLine) alone.SkipLine(match);
     match = alone.Next();
     if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kYes;
   }

@@ -44,8 +44,9 @@ class QuerySearch {
   bool MaySearchAsItIs(TextView text, Encoding encoding) const;
   bool MayBeSatisfied(std::size_t stream, TextView text);
   StringSearch* Strings();
-  Verdict RunStreams(std::size_t passed, std::size_t mostItems, Visit visit, void* visitContext);
-  Verdict RunAlone(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
+  Verdict RunStreams(std::size_t passed, const SearchOptions& options, Visit visit,
+                     void* visitContext);
+  Verdict RunAlone(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   Verdict RunForOne(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);

@@ -25,6 +25,8 @@ struct SearchContext {
   bool wantsCharacters = false;
   /// Whether the query measures in words.
   bool countsWords = false;
+  /// Whether a pattern that is all of the query leaves the rest of a line after its first place.
+  bool skipsLines = false;
   /// Whether a look at the bytes of the text comes before a block is opened.
   bool scansFirst = false;
   bool (*interrupt)(void* context) = nullptr;

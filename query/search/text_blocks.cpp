@@ -11,13 +11,6 @@ namespace trovex {
 
 namespace {
 
-/// The end of the line that holds `byte`, after its line feed.
-std::size_t LineEnd(TextView text, std::size_t byte) {
-  const void* const feed = std::memchr(text.data() + byte, '\n', text.size() - byte);
-  if (feed == nullptr) return text.size();
-  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text.data()) + 1;
-}
-
 std::array<unsigned char, 256> MakeWordTable() {
   std::array<unsigned char, 256> table{};
   for (std::size_t c = 0; c < table.size(); ++c)
@@ -53,7 +46,7 @@ bool TextBlocks::Has(std::size_t number) {
     if (begin == text_.size() && !places_.empty()) return false;
     const std::size_t least = std::min(blockSize_, text_.size() - begin);
     const bool isLast = begin + least == text_.size();
-    begins_.push_back(isLast ? text_.size() : LineEnd(text_, begin + least - 1));
+    begins_.push_back(isLast ? text_.size() : AfterLineOf(text_, begin + least - 1));
     places_.push_back(kNowhere);
   }
   return true;
@@ -78,7 +71,7 @@ OpenBlock& TextBlocks::Open(std::size_t number) {
   }
   OpenBlock& block = UnusedBlock();
   block.number_ = kNowhere;
-  Decode(block, number);
+  OpenLines(block, RangeOf(number));
   block.number_ = number;
   block.holders_ = 1;
   places_[number] = nextUnused_ - 1;
@@ -102,8 +95,7 @@ OpenBlock& TextBlocks::UnusedBlock() {
   return *open_.back();
 }
 
-void TextBlocks::Decode(OpenBlock& block, std::size_t number) {
-  const ByteRange range = RangeOf(number);
+void TextBlocks::OpenLines(OpenBlock& block, const ByteRange& range) const {
   const TextView bytes = text_.subspan(range.begin, range.Length());
   block.begin_ = range.begin;
   block.text_ = reading_ == Reading::kPlain ? bytes : block.decoded_.Decode(bytes, substitute_);
@@ -144,6 +136,12 @@ std::size_t TextBlocks::CharactersBefore(std::size_t number) {
 std::size_t TextBlocks::WordsBefore(std::size_t number) {
   return SumBefore(words_, number,
                    [](TextView text) { return WordsBegunIn(text, 0, text.size()); });
+}
+
+std::size_t AfterLineOf(TextView text, std::size_t byte) {
+  const void* const feed = std::memchr(text.data() + byte, '\n', text.size() - byte);
+  if (feed == nullptr) return text.size();
+  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text.data()) + 1;
 }
 
 std::size_t WordsBegunIn(TextView text, std::size_t begin, std::size_t end) {

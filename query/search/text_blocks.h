@@ -7,7 +7,8 @@
 //
 // Opening a block makes code page bytes of it: for Windows Latin-1 and for plain ASCII these are the
 // bytes of the text itself, everything else is decoded. A block stays as it was opened while anybody
-// has it, and a few blocks that nobody has are kept for the next one who comes by.
+// has it, and a few blocks that nobody has are kept for the next one who comes by. Who knows that few
+// lines matter opens these alone.
 
 #ifndef TROVEX_QUERY_SEARCH_TEXT_BLOCKS_H
 #define TROVEX_QUERY_SEARCH_TEXT_BLOCKS_H
@@ -70,6 +71,11 @@ class TextBlocks {
   /// The number of the block that holds `byte`, which is less than the size of the text.
   std::size_t Holding(std::size_t byte);
 
+  /// Whether characters may be more than a byte.
+  bool IsUtf8() const { return reading_ == Reading::kUtf8; }
+  /// Opens whole lines that are no block, `range` of the text, as `lines`, which are the caller's.
+  void OpenLines(OpenBlock& lines, const ByteRange& range) const;
+
   /// Opens block `number`, which exists, or takes part in it when it is open already.
   OpenBlock& Open(std::size_t number);
   /// Gives back what Open returned.
@@ -82,7 +88,6 @@ class TextBlocks {
   std::size_t WordsBefore(std::size_t number);
 
  private:
-  void Decode(OpenBlock& block, std::size_t number);
   OpenBlock& UnusedBlock();
   /// Fills `counts` up to block `number`, asking `count` for the blocks that are new.
   template <typename Count>
@@ -101,6 +106,9 @@ class TextBlocks {
   std::vector<std::size_t> characters_;
   std::vector<std::size_t> words_;
 };
+
+/// Where the line of `text` ends that holds `byte`, after its line feed.
+std::size_t AfterLineOf(TextView text, std::size_t byte);
 
 /// How many words of `text` begin in [begin, end) of it.
 std::size_t WordsBegunIn(TextView text, std::size_t begin, std::size_t end);

@@ -274,6 +274,26 @@ TEST(Searcher, StopsAtTheNumberOfItemsThatIsAsked) {
   EXPECT_EQ(searcher.Search("b", options), Verdict::kNo);
 }
 
+TEST(Searcher, BringsTheFirstItemOfEachLineWhereLinesAreAskedFor) {
+  const std::string text = "ab a\nb\n\nba ab\nc\na";
+  const auto begins = [&](std::string_view expression, Encoding encoding) {
+    Searcher searcher(std::get<Query>(Query::Compile(expression)));
+    SearchOptions options;
+    options.encoding = encoding;
+    options.firstOfLine = true;
+    std::vector<std::size_t> result;
+    searcher.ForEach(text, options, [&](const Item& item) { result.push_back(item.begin); });
+    return result;
+  };
+  for (const Encoding encoding : {Encoding::kUtf8, Encoding::kLatin1}) {
+    EXPECT_EQ(begins("a", encoding), (std::vector<std::size_t>{0, 9, 16}));
+    EXPECT_EQ(begins("a & b", encoding), (std::vector<std::size_t>{0, 5, 8, 16}));
+    EXPECT_EQ(begins("a|~ab", encoding), (std::vector<std::size_t>{0, 9, 16}));
+    EXPECT_EQ(begins("^", encoding), (std::vector<std::size_t>{0, 5, 7, 8, 14, 16}));
+    EXPECT_EQ(begins("$", encoding), (std::vector<std::size_t>{4, 6, 7, 13, 15, 17}));
+  }
+}
+
 TEST(Searcher, GivesItemsOneAfterAnother) {
   Searcher searcher(Compiled("(a)."));
   std::string seen;

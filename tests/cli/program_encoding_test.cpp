@@ -128,6 +128,21 @@ TEST_F(Encodings, CarriageReturnsBelongToTheLineEnd) {
 
 TEST_F(Encodings, ALineEndHasNoEmptyLineInIt) {
   EXPECT_EQ(Run({"^$"}, "a\r\nb\r\n").status, 1);
+  for (const char* scope : {"file", "paragraph"}) {
+    EXPECT_EQ(Run({"-S", scope, "^$ & a"}, "a\r\nb\r\n").status, 1) << scope;
+    EXPECT_EQ(Run({"-S", scope, "a & !^$"}, "a\r\nb\r\n").status, 0) << scope;
+    EXPECT_EQ(Run({"-S", scope, "-b", "-o", "^a$ & ^b$"}, "x\r\na\r\nb\r\n").out, "2:3:a\n3:6:b\n")
+        << scope;
+  }
+  EXPECT_EQ(Run({"^$ & a"}, "a\r\n\r\nb\r\n").status, 0);
+}
+
+TEST_F(Encodings, OffsetsAreThoseOfTheFileThatWasDecoded) {
+  Write("t", std::string("\xFF\xFE"
+                         "a\0b\0\n\0\xFC\0x\0\n\0",
+                         14));
+  EXPECT_EQ(Run({"-b", "x", "t"}).out, "t:2:8:\u00FCx\n");
+  EXPECT_EQ(Run({"-b", "-o", "x", "t"}).out, "t:2:10:x\n");
 }
 
 TEST_F(Encodings, ColorsKeepCharactersWhole) {

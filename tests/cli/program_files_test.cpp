@@ -97,8 +97,36 @@ TEST_F(Files, ALineOfManyMegabytesIsSearchedInParts) {
   }
 }
 
+TEST_F(Files, RulesThatCannotBeReadAreTold) {
+  Write("d/.git/HEAD", "x\n");
+  Write("d/a", "x\n");
+  const RunResult run = Shell("ln -s .gitignore d/.gitignore; $TROVEX -c x d");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "d/a:1\n");
+  const std::string path = std::filesystem::canonical(Path("d")).string() + "/.gitignore";
+  EXPECT_EQ(run.err, "trovex: " + path +
+                         ": Too many levels of symbolic links; what its rules leave out is "
+                         "searched\n");
+  EXPECT_EQ(Run({"--no-ignore", "-c", "x", "d"}).status, 0);
+}
+
+TEST_F(Files, AWordThatCannotBeSearchedIsToldWithItsLine) {
+  Write("words", "Haus\n\nR&B Ωmega\nHof\n");
+  const RunResult run = Run({"-e", "Garten & Baum", "-f", "words", "words"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err.substr(0, run.err.find(" Only")),
+            "    R&B Ωmega\n"
+            "    ^^^^^^^^^\n"
+            "trovex: words, line 3: The search expression contains an invalid character.");
+  EXPECT_EQ(run.out, "");
+}
+
 TEST_F(Files, AFileThatTellsNoSizeIsReadToItsEnd) {
   EXPECT_EQ(Run({"-c", "Name:.*trovex", "/proc/self/status"}).out, "/proc/self/status:1\n");
+  // Such files come in pieces; nothing may be missing after the first.
+  const std::string whole = Shell("cat /proc/self/smaps | grep -c -a Rss:").out;
+  ASSERT_GT(std::stoi(whole), 20);
+  EXPECT_GT(std::stoi(Shell("cd /proc/self; $TROVEX -I -c -g smaps Rss: .").out), 20);
 }
 
 TEST_F(Files, AStandardInputThatIsAFolderIsTrouble) {

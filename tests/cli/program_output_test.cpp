@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -104,6 +106,43 @@ TEST_F(Output, ATerminalGetsColorsUnlessItsUserDoesNotWantThem) {
   EXPECT_EQ(ShellOnTerminal("NO_COLOR=1 $TROVEX -IN x t"), "x\r\n");
   EXPECT_EQ(ShellOnTerminal("TERM=dumb $TROVEX -IN x t"), "x\r\n");
   EXPECT_EQ(ShellOnTerminal("$TROVEX -IN x t | cat"), "x\r\n");
+}
+
+TEST_F(Output, NamesAreLinksWhereTheyAreAskedFor) {
+  Write("a \u00FC", "x\n");
+  char host[256] = "";
+  ASSERT_EQ(gethostname(host, sizeof host - 1), 0);
+  const std::string link = "\033]8;;file://" + std::string(host) +
+                           std::filesystem::canonical(Path("")).string() +
+                           "/a%20%C3%BC\033\\a \u00FC\033]8;;\033\\";
+  EXPECT_EQ(Run({"--hyperlink", "always", "-l", "x", "a \u00FC"}).out, link + "\n");
+  EXPECT_EQ(Run({"--hyperlink=always", "x", "a \u00FC"}).out, link + ":1:x\n");
+  EXPECT_EQ(Run({"--hyperlink=always", "--heading", "x", "a \u00FC"}).out, link + "\n1:x\n");
+  EXPECT_EQ(Run({"--hyperlink=auto", "-l", "x", "a \u00FC"}).out, "a \u00FC\n");
+  EXPECT_EQ(ShellOnTerminal("unset VTE_VERSION WT_SESSION KONSOLE_VERSION KITTY_WINDOW_ID DOMTERM "
+                            "TERM_PROGRAM; $TROVEX "
+                            "--color never -l x a*"),
+            "a \u00FC\r\n");
+}
+
+TEST_F(Output, AHeadingStandsOnceAboveALargeFile) {
+  Write("large", Times(100000, "eine Zeile mit einem Wort darin\n"));
+  Write("small", "Wort\n");
+  const RunResult run = Run({"-j3", "-N", "--heading", "Wort", "large", "small"});
+  EXPECT_EQ(run.out,
+            "large\n" + Times(100000, "eine Zeile mit einem Wort darin\n") + "\nsmall\nWort\n");
+}
+
+TEST_F(Output, LinesOfALargeFileHaveTheirNumbers) {
+  std::string text;
+  std::string expected;
+  for (int i = 1; i <= 60000; ++i) {
+    text += i % 7 == 0 ? "ein Wort hier\n" : i % 11 == 0 ? "\n" : "eine dunkle Zeile\r\n";
+    if (i % 7 == 0) expected += std::to_string(i) + ":ein Wort hier\n";
+  }
+  Write("large", text);
+  for (const char* jobs : {"-j1", "-j2", "-j5"})
+    EXPECT_TRUE(Run({jobs, "-I", "Wort", "large"}).out == expected) << jobs;
 }
 
 TEST_F(Output, ProgressIsShownOnATerminalAndTakenAway) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <algorithm>
 #include <string>
 
@@ -79,12 +80,42 @@ TEST_F(Robust, AnInterruptedSearchEndsByTheSignal) {
 }
 
 TEST_F(Robust, AnInterruptedSearchTakesItsTracesFromTheTerminal) {
+  WriteSome();
   ASSERT_EQ(mkfifo(Path("slow").c_str(), 0600), 0);
+  // Control-C is typed as soon as the progress is there. The pipe never ends by itself.
+  const std::string drawn = "\r\033[K";
   const std::string seen = ShellOnTerminal(
-      "(echo y; sleep 1.3; echo y; sleep 0.5) > slow & $TROVEX -q x slow & sleep 1.6; kill -TERM "
-      "$!; wait $!");
-  ASSERT_NE(seen.find(" bytes, "), std::string::npos) << seen;
-  EXPECT_GT(seen.rfind("\r\033[K"), seen.rfind(" bytes, ")) << seen;
+      "(trap '' INT; while echo y; do sleep 0.05; done) > slow 2> /dev/null & "
+      "$TROVEX -j3 -c x many slow many",
+      drawn, "\x03");
+  ASSERT_NE(seen.find(" files, "), std::string::npos) << seen;
+  EXPECT_GT(seen.rfind(drawn), seen.rfind(" files, ")) << seen;
+}
+
+TEST_F(Robust, AnInterruptionEndsAllThreadsOfALargeFile) {
+  WriteSome();
+  ASSERT_EQ(mkfifo(Path("end").c_str(), 0600), 0);
+  // What is shown fills the pipe, so the program is in the middle of the file when it is interrupted.
+  const RunResult run = Shell(
+      "exec 3<> end; $TROVEX -j4 Wort large >&3 & read first <&3; kill -TERM $!; wait $!; echo $?; "
+      "kill -0 $! 2> /dev/null || echo gone");
+  EXPECT_EQ(run.out, "143\ngone\n");
+}
+
+TEST_F(Robust, ThreadsThatAreNotAllowedAreDoneWithout) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "a sanitizer starts threads of its own";
+  WriteSome();
+  // Who may do everything has no such limit.
+  const std::string someone = "setpriv --reuid 64999 --regid 64999 --clear-groups ";
+  const bool limited = geteuid() != 0;
+  ASSERT_EQ(chmod(Path("").c_str(), 0755), 0);
+  if (!limited && Shell(someone + "test -x $TROVEX -a -r large").status != 0)
+    GTEST_SKIP() << "nobody else may run the program";
+  const std::string command = "prlimit --nproc=1 $TROVEX -j4 -c Wort many large";
+  const RunResult run = Shell((limited ? "" : someone) + command);
+  EXPECT_EQ(run.out, Run({"-c", "Wort", "many", "large"}).out);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.status, 0);
 }
 
 TEST_F(Robust, FullDisksAreTroubleForAllThreads) {

@@ -73,7 +73,8 @@ RunResult ProgramTest::Shell(const std::string& command) const {
   return Execute({"/bin/sh", "-c", command}, "");
 }
 
-std::string ProgramTest::ShellOnTerminal(const std::string& command) const {
+std::string ProgramTest::ShellOnTerminal(const std::string& command, const std::string& sign,
+                                         const std::string& keys) const {
   int terminal = -1;
   const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
   if (process < 0) throw std::runtime_error("no terminal for the test");
@@ -82,9 +83,14 @@ std::string ProgramTest::ShellOnTerminal(const std::string& command) const {
     Become({"/bin/sh", "-c", command});
   }
   std::string seen;
+  bool typed = keys.empty();
   char buffer[4096];
-  for (ssize_t count; (count = read(terminal, buffer, sizeof buffer)) > 0;)
+  for (ssize_t count; (count = read(terminal, buffer, sizeof buffer)) > 0;) {
     seen.append(buffer, static_cast<std::size_t>(count));
+    if (typed || seen.find(sign) == std::string::npos) continue;
+    typed = true;
+    if (write(terminal, keys.data(), keys.size()) < 0) break;
+  }
   close(terminal);
   waitpid(process, nullptr, 0);
   return seen;

@@ -35,8 +35,10 @@ class ProgramTest : public ::testing::Test {
   RunResult Run(const std::vector<std::string>& arguments, const std::string& input = "") const;
   /// Runs a shell command in which $TROVEX is the program.
   RunResult Shell(const std::string& command) const;
-  /// Runs a shell command on a terminal of its own and returns what the terminal gets to see.
-  std::string ShellOnTerminal(const std::string& command) const;
+  /// Runs a shell command on a terminal of its own and returns what the terminal gets to see. When that
+  /// holds `sign`, `keys` are typed.
+  std::string ShellOnTerminal(const std::string& command, const std::string& sign = "",
+                              const std::string& keys = "") const;
 
  private:
   void EnterFolder() const;

@@ -44,6 +44,13 @@ TEST(WordList, EveryLineIsAWordWithoutItsBlanks) {
   EXPECT_EQ(ReadWords(" \n\n"), Names{});
 }
 
+TEST(WordList, AWordHasALine) {
+  const std::string_view list = "\xEF\xBB\xBFHaus\n\n \t\nHof\r\nZaun";
+  EXPECT_EQ(LineOfWord(list, 0), 1);
+  EXPECT_EQ(LineOfWord(list, 1), 4);
+  EXPECT_EQ(LineOfWord(list, 2), 5);
+}
+
 TEST(WordList, AQuotedTextFindsItself) {
   for (std::uint32_t seed = 1; seed <= 3000; ++seed) {
     testing::Dice dice(seed);

@@ -55,6 +55,18 @@ TEST(RequiredStrings, AreAsciiAlone) {
   EXPECT_EQ(Required("[\xC3\xBCu]x"), (StringClauses{{"x"}}));
 }
 
+TEST(RequiredStrings, ForAScanHaveEverySpellingOfALetter) {
+  const auto spelled = [](std::string_view pattern) {
+    QueryOptions options;
+    options.caseSensitive = true;
+    const auto parsed = ParseQuery(pattern, options);
+    return SpelledInMatch(std::get<ParsedQuery>(parsed).root->pattern->tree, false);
+  };
+  EXPECT_EQ(spelled("f\xC3\xBCr"), (StringClauses{{"fu\xCC\x88r", "f\xC3\xBCr", "f\xFCr"}}));
+  EXPECT_EQ(spelled("x\xC3\x9F"), (StringClauses{{"x\xC3\x9F", "x\xDF"}}));
+  EXPECT_EQ(spelled("Haus"), (StringClauses{{"Haus"}}));
+}
+
 TEST(RequiredStrings, StayFewAndShort) {
   const StringClauses clauses = Required(std::string(100, 'x'));
   ASSERT_FALSE(clauses.empty());

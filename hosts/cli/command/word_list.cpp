@@ -23,18 +23,35 @@ std::string_view Trim(std::string_view line) {
   return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
 }
 
+/// Calls `take` for the lines of a list, without blanks at their ends, until it returns false.
+template <typename Take>
+void ForEachLine(std::string_view content, Take take) {
+  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
+  for (std::size_t begin = 0; begin < content.size();) {
+    const std::size_t end = std::min(content.find('\n', begin), content.size());
+    if (!take(Trim(content.substr(begin, end - begin)))) return;
+    begin = end + 1;
+  }
+}
+
 }  // namespace
 
 std::vector<std::string> ReadWords(std::string_view content) {
-  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
   std::vector<std::string> words;
-  for (std::size_t begin = 0; begin < content.size();) {
-    const std::size_t end = std::min(content.find('\n', begin), content.size());
-    const std::string_view word = Trim(content.substr(begin, end - begin));
+  ForEachLine(content, [&words](std::string_view word) {
     if (!word.empty()) words.emplace_back(word);
-    begin = end + 1;
-  }
+    return true;
+  });
   return words;
+}
+
+std::int64_t LineOfWord(std::string_view content, std::size_t index) {
+  std::int64_t line = 0;
+  ForEachLine(content, [&](std::string_view word) {
+    ++line;
+    return word.empty() || index-- > 0;
+  });
+  return line;
 }
 
 std::string QuoteTerm(std::string_view text) {

@@ -6,6 +6,7 @@
 #define TROVEX_HOSTS_CLI_WORD_LIST_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +18,9 @@ namespace trovex::cli {
 /// out, and so is a byte order mark of UTF-8. Bytes that are no valid UTF-8 stay, for they are read as
 /// Windows Latin-1 where the words are compiled.
 std::vector<std::string> ReadWords(std::string_view content);
+
+/// The number of the line, counted from 1, on which word `index` of the list stands.
+std::int64_t LineOfWord(std::string_view content, std::size_t index);
 
 /// A text as a pattern that finds it and nothing else: no character of it is special.
 std::string QuoteTerm(std::string_view text);

@@ -4,6 +4,7 @@
 
 #include <iconv.h>
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -88,6 +89,8 @@ std::size_t AsciiPrefixLength(std::string_view text) {
   std::size_t i = 0;
   for (std::uint64_t word; i + sizeof word <= text.size(); i += sizeof word) {
     std::memcpy(&word, text.data() + i, sizeof word);
+    if (std::endian::native == std::endian::little && (word & kHighBits) != 0)
+      return i + static_cast<std::size_t>(std::countr_zero(word & kHighBits)) / 8;
     if ((word & kHighBits) != 0) break;
   }
   while (i < text.size() && static_cast<unsigned char>(text[i]) < 0x80)
@@ -99,6 +102,12 @@ bool IsValidUtf8(std::string_view text) {
   for (;;) {
     text.remove_prefix(AsciiPrefixLength(text));
     if (text.empty()) return true;
+    // The letters of Western Europe first, for their number.
+    if ((static_cast<unsigned char>(text[0]) & 0xFE) == 0xC2 && text.size() > 1 &&
+        IsContinuation(text[1])) {
+      text.remove_prefix(2);
+      continue;
+    }
     const Utf8Character character = ReadUtf8(text);
     if (!character.valid) return false;
     text.remove_prefix(static_cast<std::size_t>(character.length));

@@ -7,9 +7,12 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -34,6 +37,17 @@ std::string RealPath(const std::string& path) {
 bool IsFolder(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/// Whether the file system of `folder` is one of those that keep what was written: files there end where a
+/// read ends early. Those that make files up, such as /proc, give them piece by piece.
+bool ReadsWhole(int folder) {
+  struct statfs status {};
+  if (fstatfs(folder, &status) != 0) return false;
+  constexpr std::array<std::uint64_t, 5> kKnown = {
+      EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, BTRFS_SUPER_MAGIC, TMPFS_MAGIC, OVERLAYFS_SUPER_MAGIC};
+  const auto type = static_cast<std::uint64_t>(status.f_type);
+  return std::find(kKnown.begin(), kKnown.end(), type) != kKnown.end();
 }
 
 FileToSearch Complaint(std::string path, int error) {
@@ -75,6 +89,7 @@ FileWalk::FileWalk(const Options& options)
 
 std::optional<FileToSearch> FileWalk::Next() {
   for (;;) {
+    if (!unread_.empty()) return ComplaintOnRules();
     if (nextSorted_ < sorted_.size()) return std::move(sorted_[nextSorted_++]);
     if (!levels_.empty()) {
       if (auto file = NextBelow()) return file;
@@ -88,6 +103,14 @@ std::optional<FileToSearch> FileWalk::Next() {
   }
 }
 
+FileToSearch FileWalk::ComplaintOnRules() {
+  const UnreadRules rules = std::move(unread_.back());
+  unread_.pop_back();
+  FileToSearch complaint = Complaint(rules.path, rules.error);
+  complaint.complaint += "; what its rules leave out is searched";
+  return complaint;
+}
+
 /// Begins with the folder that the user named.
 std::optional<FileToSearch> FileWalk::Begin(const std::string& name) {
   std::string path = currentFolder_ ? "" : name;
@@ -99,8 +122,8 @@ std::optional<FileToSearch> FileWalk::Begin(const std::string& name) {
   if (ignoreFiles_) {
     absolutePath = RealPath(name);
     if (!absolutePath.empty() && !absolutePath.ends_with('/')) absolutePath += '/';
-    if (!globalRules_.has_value()) globalRules_ = GlobalGitRules();
-    if (!absolutePath.empty()) above = StateAbove(absolutePath);
+    if (!globalRules_.has_value()) globalRules_ = GlobalGitRules(unread_);
+    if (!absolutePath.empty()) above = StateAbove(absolutePath, unread_);
   }
   return Enter(std::move(path), std::move(absolutePath), std::move(above));
 }
@@ -137,7 +160,7 @@ std::optional<FileToSearch> FileWalk::NextBelow() {
     if (!IsWanted(level, name, isFolder, path)) continue;
     if (!isFolder) {
       if (maxFileSize_ >= 0 && status.st_size > maxFileSize_) continue;
-      return FileToSearch{std::move(path), false, {}, true};
+      return FileToSearch{std::move(path), false, {}, true, level.readsWhole};
     }
     std::string absolutePath;
     if (!level.absolutePath.empty())
@@ -182,32 +205,37 @@ bool FileWalk::IsInLoop(dev_t device, ino_t number) const {
 std::optional<FileToSearch> FileWalk::Enter(std::string path, std::string absolutePath,
                                             IgnoreState above) {
   const std::string name = NameOfFolder(path);
-  const int descriptor =
-      OpenWaiting(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOCTTY | O_NONBLOCK);
+  const int descriptor = OpenWaiting(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOCTTY | O_NONBLOCK);
   if (descriptor < 0) return Complaint(name, errno);
 
   Level level;
   level.path = std::move(path);
-  if (follow_) {
-    struct stat status {};
-    if (fstat(descriptor, &status) == 0) {
-      level.device = status.st_dev;
-      level.number = status.st_ino;
-    }
-    if (IsInLoop(level.device, level.number)) {
-      close(descriptor);
-      return FileToSearch{name, false, name + ": This link leads back to a folder above it", false};
-    }
+  LookAtDevice(descriptor, level);
+  if (follow_ && IsInLoop(level.device, level.number)) {
+    close(descriptor);
+    return FileToSearch{name, false, name + ": This link leads back to a folder above it", false};
   }
   IgnoreNames names;
   const int error = ReadEntries(descriptor, level, names);
   SortEntries(level);
   level.ignore =
-      absolutePath.empty() ? nullptr : EnterFolder(absolutePath, names, std::move(above));
+      absolutePath.empty() ? nullptr : EnterFolder(absolutePath, names, std::move(above), unread_);
   level.absolutePath = std::move(absolutePath);
   levels_.push_back(std::move(level));
   if (error == 0) return std::nullopt;
   return Complaint(name, error);
+}
+
+void FileWalk::LookAtDevice(int folder, Level& level) {
+  struct stat status {};
+  if (fstat(folder, &status) != 0) return;
+  level.device = status.st_dev;
+  level.number = status.st_ino;
+  if (status.st_dev != latestDevice_) {
+    latestDevice_ = status.st_dev;
+    latestReadsWhole_ = ReadsWhole(folder);
+  }
+  level.readsWhole = latestReadsWhole_;
 }
 
 /// Reads all entries and closes the folder; returns what error ended it, or 0.

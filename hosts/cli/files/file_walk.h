@@ -31,10 +31,11 @@ std::string DisplayName(const std::string& path);
 
 /// A file to be searched, or a complaint in its place.
 struct FileToSearch {
-  std::string path;       // kStandardInput for the standard input
-  bool named = false;     // it was named by the user, not met below a folder
-  std::string complaint;  // why there is no file; empty when there is one
-  bool regular = false;   // it was met as a regular file, whose size its status tells
+  std::string path;         // kStandardInput for the standard input
+  bool named = false;       // it was named by the user, not met below a folder
+  std::string complaint;    // why there is no file; empty when there is one
+  bool regular = false;     // it was met as a regular file, whose size its status tells
+  bool readsWhole = false;  // and a read gives all that there is, up to the size that is asked for
 };
 
 /// To be used by one thread at a time. Takes at most one descriptor at a time, and none between two
@@ -66,6 +67,7 @@ class FileWalk {
     std::string absolutePath;  // with "/" at its end; empty when no files of rules are asked
     dev_t device = 0;          // for the detection of loops
     ino_t number = 0;
+    bool readsWhole = false;
 
     std::string_view Name(const Entry& entry) const {
       return std::string_view(names).substr(entry.begin, entry.length);
@@ -73,9 +75,11 @@ class FileWalk {
   };
 
   std::optional<FileToSearch> NextBelow();
+  FileToSearch ComplaintOnRules();
   std::optional<FileToSearch> Begin(const std::string& name);
   std::optional<FileToSearch> Enter(std::string path, std::string absolutePath, IgnoreState above);
   int ReadEntries(int folder, Level& level, IgnoreNames& names);
+  void LookAtDevice(int folder, Level& level);
   void SortEntries(Level& level) const;
   bool IsWanted(const Level& level, std::string_view name, bool isFolder, const std::string& path);
   bool IsInLoop(dev_t device, ino_t number) const;
@@ -91,6 +95,11 @@ class FileWalk {
   bool reversed_;
   FileFilter filter_;
   std::optional<IgnoreRules> globalRules_;
+  std::vector<UnreadRules> unread_;  // that have not been complained of
+
+  /// What is known of the file system that a folder was in last.
+  dev_t latestDevice_ = 0;
+  bool latestReadsWhole_ = false;
 
   std::size_t nextName_ = 0;
   std::size_t rootLength_ = 0;  // of the path that is shown before what is below the folder named

@@ -1,4 +1,4 @@
-// Reading files of rules where a folder has them; a file that cannot be read holds no rules.
+// Reading files of rules where a folder has them.
 
 #include "hosts/cli/files/ignore_files.h"
 
@@ -16,19 +16,36 @@ namespace trovex::cli {
 
 namespace {
 
-std::string ContentOf(const std::string& path) {
+/// All of the file; as much as there is where it cannot be read, and then `error` is set.
+std::string ContentOf(const std::string& path, int& error) {
   std::string content;
   const int file = OpenWaiting(path.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK);
+  error = file < 0 ? errno : 0;
   if (file < 0) return content;
   char block[4096];
   for (;;) {
     const ssize_t count = read(file, block, sizeof block);
     if (count < 0 && errno == EINTR) continue;
+    if (count < 0) error = errno;
     if (count <= 0) break;
     content.append(block, static_cast<std::size_t>(count));
   }
   close(file);
   return content;
+}
+
+std::string ContentOf(const std::string& path) {
+  int error = 0;
+  return ContentOf(path, error);
+}
+
+IgnoreRules RulesIn(const std::string& path, std::vector<UnreadRules>& unread) {
+  int error = 0;
+  const std::string content = ContentOf(path, error);
+  // A folder of that name has no rules, nor has what is not there.
+  const bool isNoFile = error == ENOENT || error == ENOTDIR || error == EISDIR;
+  if (error != 0 && !isNoFile) unread.push_back({path, error});
+  return IgnoreRules::Read(content);
 }
 
 bool Exists(const std::string& path) {
@@ -105,19 +122,15 @@ void NoteIgnoreName(std::string_view name, IgnoreNames& names) {
 }
 
 IgnoreState EnterFolder(const std::string& absolutePath, const IgnoreNames& names,
-                        IgnoreState above) {
+                        IgnoreState above, std::vector<UnreadRules>& unread) {
   const bool inRepository = names.git || (above != nullptr && above->inRepository);
   const bool readsGitIgnore = names.gitIgnore && inRepository;
   if (!names.ignore && !readsGitIgnore && !names.git) return above;
 
   auto frame = std::make_shared<IgnoreFrame>();
-  if (names.ignore) frame->ignore = IgnoreRules::Read(ContentOf(absolutePath + ".ignore"));
-  if (readsGitIgnore) {
-    frame->gitIgnore = IgnoreRules::Read(ContentOf(absolutePath + ".gitignore"));
-  }
-  if (names.git) {
-    frame->exclude = IgnoreRules::Read(ContentOf(GitFolder(absolutePath) + "/info/exclude"));
-  }
+  if (names.ignore) frame->ignore = RulesIn(absolutePath + ".ignore", unread);
+  if (readsGitIgnore) frame->gitIgnore = RulesIn(absolutePath + ".gitignore", unread);
+  if (names.git) frame->exclude = RulesIn(GitFolder(absolutePath) + "/info/exclude", unread);
   frame->isRepository = names.git;
   frame->inRepository = inRepository;
   frame->pathLength = absolutePath.size();
@@ -125,7 +138,7 @@ IgnoreState EnterFolder(const std::string& absolutePath, const IgnoreNames& name
   return frame;
 }
 
-IgnoreState StateAbove(const std::string& absolutePath) {
+IgnoreState StateAbove(const std::string& absolutePath, std::vector<UnreadRules>& unread) {
   IgnoreState state;
   for (std::size_t slash = absolutePath.find('/'); slash + 1 < absolutePath.size();
        slash = absolutePath.find('/', slash + 1)) {
@@ -134,7 +147,7 @@ IgnoreState StateAbove(const std::string& absolutePath) {
     names.ignore = Exists(folder + ".ignore");
     names.gitIgnore = Exists(folder + ".gitignore");
     names.git = Exists(folder + ".git");
-    state = EnterFolder(folder, names, std::move(state));
+    state = EnterFolder(folder, names, std::move(state), unread);
   }
   return state;
 }
@@ -158,7 +171,7 @@ Judgement JudgeByFiles(const IgnoreFrame* state, const IgnoreRules& global,
   return byGit != Judgement::kNone ? byGit : byExclude;
 }
 
-IgnoreRules GlobalGitRules() {
+IgnoreRules GlobalGitRules(std::vector<UnreadRules>& unread) {
   const std::string home = EnvironmentPath("HOME");
   std::string settings = EnvironmentPath("XDG_CONFIG_HOME");
   if (settings.empty() && !home.empty()) settings = home + "/.config";
@@ -170,8 +183,9 @@ IgnoreRules GlobalGitRules() {
     if (!own.empty()) file = own;
   }
   if (file.starts_with("~/")) file = home + file.substr(1);
-  if (file.empty() && !settings.empty()) file = settings + "/git/ignore";
-  return file.empty() ? IgnoreRules() : IgnoreRules::Read(ContentOf(file));
+  if (!file.empty()) return RulesIn(file, unread);
+  // Nobody has named this one, and it may lie in somebody else's home.
+  return settings.empty() ? IgnoreRules() : IgnoreRules::Read(ContentOf(settings + "/git/ignore"));
 }
 
 }  // namespace trovex::cli

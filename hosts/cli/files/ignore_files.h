@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace trovex::cli {
 
@@ -44,21 +45,27 @@ struct IgnoreNames {
 /// Notes `name` if it is one of these.
 void NoteIgnoreName(std::string_view name, IgnoreNames& names);
 
-/// What is in force in the folder with this absolute path, which ends with "/". `names` tells what
-/// it holds, `above` what is in force in the folder above it.
-IgnoreState EnterFolder(const std::string& absolutePath, const IgnoreNames& names,
-                        IgnoreState above);
+/// A file of rules that is there and cannot be read: what it would leave out is searched.
+struct UnreadRules {
+  std::string path;
+  int error;  // a number of errno
+};
 
-/// What is in force above that folder: all folders up to the root are asked.
-IgnoreState StateAbove(const std::string& absolutePath);
+/// What is in force in the folder with this absolute path, which ends with "/". `names` tells what
+/// it holds, `above` what is in force in the folder above it. Adds to `unread`.
+IgnoreState EnterFolder(const std::string& absolutePath, const IgnoreNames& names,
+                        IgnoreState above, std::vector<UnreadRules>& unread);
+
+/// What is in force above that folder: all folders up to the root are asked. Adds to `unread`.
+IgnoreState StateAbove(const std::string& absolutePath, std::vector<UnreadRules>& unread);
 
 /// What the rules say of the entry with this absolute path, which has no "/" at its end. `global`
 /// are those of the user's Git.
 Judgement JudgeByFiles(const IgnoreFrame* state, const IgnoreRules& global,
                        std::string_view absolutePath, bool isFolder);
 
-/// What the user's Git ignores in every repository.
-IgnoreRules GlobalGitRules();
+/// What the user's Git ignores in every repository. Adds to `unread`.
+IgnoreRules GlobalGitRules(std::vector<UnreadRules>& unread);
 
 }  // namespace trovex::cli
 

@@ -67,13 +67,14 @@ std::variant<Input, SystemError> Input::Open(const FileToSearch& file) {
   }
   const int descriptor = OpenWaiting(file.path.c_str(), O_RDONLY | O_NOCTTY);
   if (descriptor < 0) return SystemError{errno};
-  return Input(descriptor, true, file.regular || IsRegularFile(descriptor));
+  return Input(descriptor, true, file.regular || IsRegularFile(descriptor), file.readsWhole);
 }
 
 Input::Input(Input&& other) noexcept
     : descriptor_(other.descriptor_),
       owned_(std::exchange(other.owned_, false)),
-      regular_(other.regular_) {}
+      regular_(other.regular_),
+      readsWhole_(other.readsWhole_) {}
 
 Input::~Input() {
   if (owned_) close(descriptor_);

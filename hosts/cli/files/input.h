@@ -62,6 +62,8 @@ class Input {
   int Descriptor() const { return descriptor_; }
   /// Whether it has a size and can be read at any place: a regular file, from its begin.
   bool IsRegular() const { return regular_; }
+  /// Whether a read that gives less than what was asked for has come to the end.
+  bool ReadsWhole() const { return readsWhole_; }
   /// The size that the file system tells.
   std::uint64_t Size() const;
 
@@ -72,12 +74,13 @@ class Input {
                                                 std::uint64_t offset) const;
 
  private:
-  Input(int descriptor, bool owned, bool regular)
-      : descriptor_(descriptor), owned_(owned), regular_(regular) {}
+  Input(int descriptor, bool owned, bool regular, bool readsWhole = false)
+      : descriptor_(descriptor), owned_(owned), regular_(regular), readsWhole_(readsWhole) {}
 
   int descriptor_;
   bool owned_;
   bool regular_;
+  bool readsWhole_;
 };
 
 /// All of the file at `path`, or of the standard input.

@@ -69,11 +69,8 @@ class Printer::Page {
  private:
   bool Enough() const { return printer_.maxCount_ >= 0 && state_.shown >= printer_.maxCount_; }
 
-  /// Makes `number_` that of the line that begins at `begin`.
-  void GoTo(std::size_t begin) {
-    number_ += CountLineFeeds(Piece(piece_.text, {counted_, begin}));
-    counted_ = begin;
-  }
+  /// Makes `number_` that of the line.
+  void GoTo(const FoundLine& found) { number_ = state_.linesBefore + found.linesBefore + 1; }
 
   void WriteFoundLine(const FoundLine& found);
   void WriteMatches(const FoundLine& found);
@@ -108,7 +105,6 @@ class Printer::Page {
   std::string& out_;
   std::string name_;
   std::int64_t number_ = 1;
-  std::size_t counted_ = 0;
 };
 
 void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_t column,
@@ -186,7 +182,7 @@ void Printer::Page::WriteFoundLine(const FoundLine& found) {
 void Printer::Page::WriteLines() {
   for (const FoundLine& found : found_.lines) {
     if (Enough()) return;
-    if (printer_.countsLines_) GoTo(found.line.begin);
+    GoTo(found);
     WriteFoundLine(found);
   }
 }
@@ -273,23 +269,21 @@ void Printer::Page::WriteJsonUnit(Range unit) {
 /// Matches, and units without one, in their order.
 void Printer::Page::WriteJson() {
   auto unit = found_.satisfied.begin();
-  const auto writeUnits = [&](std::size_t before) {
-    for (; unit != found_.satisfied.end() && unit->begin < before && !Enough(); ++unit) {
-      GoTo(unit->begin);
-      WriteJsonUnit(*unit);
-      ++state_.shown;
-    }
+  const auto writeUnitAt = [&](std::size_t begin) {
+    if (unit == found_.satisfied.end() || unit->begin != begin || Enough()) return;
+    WriteJsonUnit(*unit++);
+    ++state_.shown;
   };
+  if (printer_.scope_ == Scope::kFile) writeUnitAt(0);
   for (const FoundLine& found : found_.lines) {
-    writeUnits(found.line.begin);
+    GoTo(found);
+    writeUnitAt(found.line.begin);
     if (found.matchCount == 0) continue;
     if (Enough()) return;
-    GoTo(found.line.begin);
     for (std::size_t i = found.firstMatch; i < found.firstMatch + found.matchCount; ++i)
       WriteJsonMatch(found_.matches[i], found.line);
     ++state_.shown;
   }
-  writeUnits(piece_.text.size() + 1);
 }
 
 Printer::Printer(const Options& options, const Display& display)

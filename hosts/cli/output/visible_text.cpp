@@ -69,7 +69,8 @@ std::size_t ColumnsOfCharacter(char32_t code) {
 }  // namespace
 
 void AppendText(std::string_view text, const TextForm& form, std::string& out) {
-  if (!form.utf8 && !form.visible) {
+  const bool staysAsItIs = !form.utf8 || (!form.fromLatin1 && IsValidUtf8(text));
+  if (!form.visible && staysAsItIs) {
     out += text;
     return;
   }

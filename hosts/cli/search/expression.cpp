@@ -74,6 +74,27 @@ ExpressionFault WithRange(const Fault& fault, std::string expression, std::size_
       fault.sentence, std::string(Advice(fault.number)), std::move(expression), begin, end, true};
 }
 
+/// The fault of joined expressions and words as one of the part that is meant; `before` bytes stand before
+/// what was joined. A fault that is about more than one of them is about the whole.
+ExpressionFault FaultOfPart(const Fault& fault, std::size_t before, const JoinedExpression& joined,
+                            const std::vector<std::string>& expressions,
+                            const std::vector<std::string>& words) {
+  const ExpressionPart* const part =
+      fault.begin < before ? nullptr : joined.PartAt(fault.begin - before);
+  if (part == nullptr || fault.end > before + part->end)
+    return {fault.sentence, std::string(Advice(fault.number))};
+  const std::size_t begin = fault.begin - before - part->begin;
+  const std::size_t end = fault.end - before - part->begin;
+  if (part->index < expressions.size())
+    return WithRange(fault, expressions[part->index], begin, end);
+  const std::size_t index = part->index - expressions.size();
+  const bool isQuoted = part->end - part->begin != words[index].size();
+  ExpressionFault result =
+      WithRange(fault, words[index], isQuoted ? 0 : begin, isQuoted ? words[index].size() : end);
+  result.word = index;
+  return result;
+}
+
 /// A literal phonetic word is found by its sound all the same.
 bool IsEscaped(const Options& options) {
   return options.literal && !options.phonetic;
@@ -154,10 +175,11 @@ std::variant<CompiledExpression, ExpressionFault> CompileExpressions(
     if (!inJoined.has_value()) return NoSuchTag(options.tag, total);
     tag = *inJoined + (options.invert ? 1 : 0);
   }
+  const std::size_t before = options.invert ? 2 : 0;
   if (options.invert) text.insert(0, "!(").append(")");
   auto compiled = Query::Compile(text, how);
   if (const auto* fault = std::get_if<Fault>(&compiled))
-    return WithRange(*fault, text, fault->begin, fault->end);
+    return FaultOfPart(*fault, before, joined, expressions, words);
   return CompiledExpression{std::get<Query>(std::move(compiled)), tag};
 }
 

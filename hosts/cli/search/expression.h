@@ -26,6 +26,8 @@ struct ExpressionFault {
   std::size_t begin = 0;
   std::size_t end = 0;
   bool hasRange = false;
+  /// The word of a list that is meant, by its index among all words.
+  std::optional<std::size_t> word = {};
 };
 
 /// Converts `typed` from `encoding`, that of the terminal, to UTF-8. The plain C locale tells

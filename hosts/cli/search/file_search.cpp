@@ -179,7 +179,7 @@ class FileSearch::Blocks {
     if (const auto* error = std::get_if<SystemError>(&count)) return *error;
     const std::size_t size = std::get<std::size_t>(count);
     if (readAt_.has_value()) *readAt_ += size;
-    atEnd_ = size == 0;
+    atEnd_ = size == 0 || (input_.ReadsWhole() && size < room);
     if (decoder_ != nullptr) {
       Append(std::string_view(bytes).substr(0, size));
     } else {
@@ -322,6 +322,7 @@ std::string FileSearch::GaveUpSentence(const FilePiece& piece, std::size_t place
 /// Searches whole units of a file and shows what is found.
 void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
   RunSearch(piece.text, file.need);
+  const std::int64_t lines = CountLinesIfNeeded(piece.text);
   for (const std::size_t place : found_.gaveUp)
     Complain(file.channel, GaveUpSentence(piece, place, &file.print.linesBefore));
   if (!file.binary) {
@@ -330,12 +331,13 @@ void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
     file.channel.Output(out_);
   }
   file.counts += CountFound(piece.text);
-  file.print.linesBefore += CountLineFeedsIfNeeded(piece.text);
+  file.print.linesBefore += lines;
   job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
 }
 
-std::int64_t FileSearch::CountLineFeedsIfNeeded(std::string_view text) const {
-  return job_.printer.CountsLines() ? CountLineFeeds(text) : 0;
+/// The lines of `text`, which was searched just now.
+std::int64_t FileSearch::CountLinesIfNeeded(std::string_view text) {
+  return job_.printer.CountsLines() ? found_.CountLines(text) : 0;
 }
 
 void FileSearch::FinishFile(CurrentFile& file) {
@@ -412,11 +414,17 @@ bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& st
   }
 }
 
-/// Searches whole units of a large file and adds what is to be shown.
-void FileSearch::SearchPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
-                               std::int64_t linesBeforeIt, LargeFile::Result& result) {
+/// Searches whole units of a large file.
+void FileSearch::SearchPieceOf(const FilePiece& piece, LargeFile::Result& result) {
+  RunSearch(piece.text, job_.printer.NeedOfSearch());
+  result.counts += CountFound(piece.text);
+  job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
+}
+
+/// Adds what is to be shown of them.
+void FileSearch::ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
+                             std::int64_t linesBeforeIt, LargeFile::Result& result) {
   const Printer& printer = job_.printer;
-  RunSearch(piece.text, printer.NeedOfSearch());
   if (found_.Any() || !found_.gaveUp.empty()) {
     PrintState state;
     if (printer.CountsLines()) state.linesBefore = file.LinesBefore(index) + linesBeforeIt;
@@ -426,8 +434,6 @@ void FileSearch::SearchPieceOf(LargeFile& file, std::size_t index, const FilePie
     }
     printer.PrintPiece(piece, found_, state, result.output);
   }
-  result.counts += CountFound(piece.text);
-  job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
 }
 
 /// Searches the units that begin in a stretch.
@@ -436,9 +442,10 @@ void FileSearch::SearchStretch(LargeFile& file, std::size_t index) {
   LargeFile::Result result;
   FilePiece piece;
   if (ReadStretch(file, stretch, piece, result.complaints)) {
-    // Those that come later need to know this before anything is searched.
-    if (job_.printer.CountsLines()) file.TellLines(index, CountLineFeeds(piece.text));
-    SearchPieceOf(file, index, piece, 0, result);
+    SearchPieceOf(piece, result);
+    // Those that come later need to know this before anything is shown.
+    if (job_.printer.CountsLines()) file.TellLines(index, found_.CountLines(piece.text));
+    ShowPieceOf(file, index, piece, 0, result);
   } else {
     SearchLongUnits(file, index, piece.offset, result);
     stretch_.Trim(0);
@@ -469,8 +476,10 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
     const std::size_t least = offset < end ? static_cast<std::size_t>(end - offset) : 1;
     if (!parted) size = std::min(size, FirstCut(blocks.Text(), scope, least));
     const FilePiece piece{file.Name(), blocks.Take(size), offset};
-    SearchPieceOf(file, index, piece, lines, result);
-    lines += CountLineFeedsIfNeeded(piece.text);
+    SearchPieceOf(piece, result);
+    const std::int64_t ofPiece = CountLinesIfNeeded(piece.text);
+    ShowPieceOf(file, index, piece, lines, result);
+    lines += ofPiece;
   }
   if (job_.printer.CountsLines()) file.TellLines(index, lines);
 }

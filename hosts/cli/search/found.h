@@ -26,6 +26,8 @@ struct FoundLine {
   Range line;
   std::size_t firstMatch = 0;
   std::size_t matchCount = 0;
+  /// How many lines of the text stand before it, once they have been counted.
+  std::int64_t linesBefore = 0;
 };
 
 /// What was found in one text. All ranges are of its bytes.
@@ -42,6 +44,18 @@ struct Found {
   std::int64_t unitsWithout = 0;
   /// Where searches ended without an answer.
   std::vector<std::size_t> gaveUp;
+
+  /// Counts the line feeds of `text`, in which this was found, and the lines before each of `lines`.
+  std::int64_t CountLines(std::string_view text) {
+    std::int64_t count = 0;
+    std::size_t place = 0;
+    for (FoundLine& found : lines) {
+      count += CountLineFeeds(Piece(text, {place, found.line.begin}));
+      place = found.line.begin;
+      found.linesBefore = count;
+    }
+    return count + CountLineFeeds(text.substr(place));
+  }
 
   bool Any() const { return linesWithMatches > 0 || unitsWithout > 0; }
   void Clear() {

@@ -59,22 +59,42 @@ std::int64_t LargeFile::LinesBefore(std::size_t index) {
 }
 
 void LargeFile::Finish(std::size_t index, Result result) {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   Slot& finished = slots_[index];
   finished.result = std::move(result);
   finished.done = true;
+  // Whoever is showing goes on with it.
+  if (showing_) return;
+  showing_ = true;
+  try {
+    ShowFinished(lock);
+  } catch (...) {
+    if (!lock.owns_lock()) lock.lock();
+    ++shown_;
+    showing_ = false;
+    moved_.notify_all();
+    throw;
+  }
+  showing_ = false;
+}
+
+/// Shows what is finished and has nothing unfinished before it. Writing takes its time, and the others need
+/// not wait for it.
+void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
   for (auto slot = slots_.find(shown_); slot != slots_.end() && slot->second.done;
        slot = slots_.find(shown_)) {
-    const Result& ready = slot->second.result;
+    const Result ready = std::move(slot->second.result);
+    slots_.erase(slot);
+    linesBeforePiece_.erase(shown_);
+    counts_ += ready.counts;
+    lock.unlock();
     channel_.Output(ready.output);
     for (const std::string& sentence : ready.complaints)
       channel_.Complaint(sentence);
-    counts_ += ready.counts;
-    slots_.erase(slot);
-    linesBeforePiece_.erase(shown_);
+    lock.lock();
     ++shown_;
+    moved_.notify_all();
   }
-  moved_.notify_all();
 }
 
 void LargeFile::Stop() {

@@ -62,6 +62,8 @@ class LargeFile {
   FileCounts Wait();
 
  private:
+  void ShowFinished(std::unique_lock<std::mutex>& lock);
+
   struct Slot {
     std::int64_t lines = -1;
     bool done = false;
@@ -80,6 +82,7 @@ class LargeFile {
   std::condition_variable moved_;
   std::size_t next_ = 0;
   std::size_t shown_ = 0;    // pieces that are finished and shown
+  bool showing_ = false;     // a thread shows what is finished
   std::size_t counted_ = 0;  // pieces whose lines are in linesBefore_
   std::int64_t linesBefore_;
   std::map<std::size_t, Slot> slots_;

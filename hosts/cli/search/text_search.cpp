@@ -9,10 +9,6 @@ namespace trovex::cli {
 
 namespace {
 
-/// Finding a further match takes about as long as reading so many bytes line by line.
-constexpr std::size_t kBytesPerMatch = 32;
-constexpr std::size_t kManyMatches = 256;
-
 /// Whether `place` lies between the carriage return and the line feed of a line end.
 bool LiesInLineEnd(std::string_view text, std::size_t place) {
   return place > 0 && place < text.size() && text[place - 1] == '\r' && text[place] == '\n';
@@ -27,6 +23,24 @@ void Flatten(std::string_view text, std::string& flattened) {
     p = static_cast<char*>(std::memchr(p, '\r', static_cast<std::size_t>(end - p)));
     if (p == nullptr) return;
     if (p + 1 < end && p[1] == '\n') *p = '\n';
+  }
+}
+
+/// Writes `text` with a line feed for each line end, and where these stand in what is written that had a
+/// carriage return. Where several operands are looked for together, an empty line that is not there would
+/// count.
+void Shorten(std::string_view text, std::string& shortened, std::vector<std::size_t>& returns) {
+  shortened.clear();
+  returns.clear();
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find("\r\n"), text.size());
+    shortened += text.substr(0, end);
+    text.remove_prefix(end);
+    if (text.empty()) return;
+    returns.push_back(shortened.size());
+    text.remove_prefix(1);
+    shortened += '\n';
+    text.remove_prefix(1);
   }
 }
 
@@ -50,6 +64,7 @@ void TextSearch::Search(std::string_view text, Need need, Found& found) {
   nextLine_ = 0;
   text_ = text;
   searched_ = text;
+  returns_.clear();
   if (HoldsCarriageReturn(text)) {
     Flatten(text, flattened_);
     searched_ = flattened_;
@@ -73,40 +88,23 @@ void TextSearch::Search(std::string_view text, Need need, Found& found) {
 
 /// The matches of all lines at once.
 void TextSearch::SearchItems() {
-  const bool everyMatch = picky_ || need_ == Need::kMatches;
-  if (dense_ && !everyMatch) return SearchLineByLine(0);
-  std::size_t count = 0;
-  const Verdict verdict = searcher_.ForEach(searched_, options_, [&](const Item& item) {
-    ++count;
-    if (!everyMatch && nextLine_ > item.begin) {
-      dense_ = count > kManyMatches && count * kBytesPerMatch > item.begin;
-      return !dense_;
-    }
+  SearchOptions options = options_;
+  options.firstOfLine = !picky_ && need_ != Need::kMatches;
+  const bool onlyCounts = options.firstOfLine && need_ <= Need::kCount;
+  const Verdict verdict = searcher_.ForEach(searched_, options, [&](const Item& item) {
     Range match;
-    if (Takes(item, 0, match)) AddMatch(match);
+    if (!Takes(item, 0, match)) return true;
+    if (onlyCounts) {
+      ++found_->linesWithMatches;
+    } else {
+      AddMatch(match);
+    }
     return !Enough();
   });
-  if (verdict == Verdict::kGaveUp) {
-    found_->Clear();
-    nextLine_ = 0;
-    SearchUnits();
-  } else if (dense_ && !everyMatch && !Enough()) {
-    SearchLineByLine(nextLine_);
-  }
-}
-
-void TextSearch::SearchLineByLine(std::size_t from) {
-  std::size_t lines = 0;
-  std::size_t hits = 0;
-  for (Range line; NextUnit(text_, Scope::kLine, from, line); ++lines) {
-    const Verdict verdict = searcher_.Matches(Piece(searched_, line), plan_.encoding);
-    if (verdict == Verdict::kGaveUp) found_->gaveUp.push_back(line.begin);
-    if (verdict != Verdict::kYes) continue;
-    ++hits;
-    AddLine(line);
-    if (Enough()) return;
-  }
-  if (lines > 0) dense_ = hits * 4 > lines;
+  if (verdict != Verdict::kGaveUp) return;
+  found_->Clear();
+  nextLine_ = 0;
+  SearchUnits();
 }
 
 /// Writes the units in which the probe is found; returns false when that is not known.
@@ -162,10 +160,14 @@ void TextSearch::SearchUnits() {
 
 void TextSearch::SearchUnit(Range unit) {
   // The library knows that no line stands behind the last line end.
-  const std::string_view text =
-      plan_.scope == Scope::kFile && plan_.road == SearchPlan::Road::kUnits
-          ? searched_
-          : Piece(searched_, unit);
+  std::string_view text = plan_.scope == Scope::kFile && plan_.road == SearchPlan::Road::kUnits
+                              ? text_
+                              : Piece(text_, unit);
+  returns_.clear();
+  if (HoldsCarriageReturn(text)) {
+    Shorten(text, shortened_, returns_);
+    text = shortened_;
+  }
   const bool verdictIsEnough =
       need_ == Need::kVerdict || (plan_.scope == Scope::kLine && need_ <= Need::kLines);
   Verdict verdict;
@@ -182,7 +184,8 @@ void TextSearch::SearchUnit(Range unit) {
     });
     if (verdict == Verdict::kYes && !anyItem) AddSatisfied(unit);
   }
-  if (verdict == Verdict::kGaveUp) found_->gaveUp.push_back(unit.begin + searcher_.GaveUpAt());
+  if (verdict == Verdict::kGaveUp)
+    found_->gaveUp.push_back(unit.begin + PlaceOf(searcher_.GaveUpAt()));
 }
 
 /// Whether a match counts where it lies: not in a line end nor behind the last one, and, where whole
@@ -195,15 +198,22 @@ bool TextSearch::IsInLine(Range match) const {
   return !plan_.wholeLines || match == LineAround(text_, match.begin);
 }
 
+/// The place in the unit of `place` in what was searched of it.
+std::size_t TextSearch::PlaceOf(std::size_t place) const {
+  if (returns_.empty()) return place;
+  const auto behind = std::lower_bound(returns_.begin(), returns_.end(), place);
+  return place + static_cast<std::size_t>(behind - returns_.begin());
+}
+
 /// Whether an item of the text that begins at `base` is asked for; if so, writes its range, or that
 /// of its tag.
 bool TextSearch::Takes(const Item& item, std::size_t base, Range& match) const {
-  match = {base + item.begin, base + item.end};
+  match = {base + PlaceOf(item.begin), base + PlaceOf(item.end)};
   if (!IsInLine(match)) return false;
   if (plan_.tag == 0) return true;
   const TagRange* const tag = item.Tag(plan_.tag);
   if (tag == nullptr) return false;
-  match = {base + tag->begin, base + tag->end};
+  match = {base + PlaceOf(tag->begin), base + PlaceOf(tag->end)};
   return true;
 }
 
@@ -219,9 +229,7 @@ void TextSearch::AddMatch(Range match) {
 
 void TextSearch::AddLine(Range line) {
   ++found_->linesWithMatches;
-  nextLine_ = NextLineBegin(text_, line.end);
-  // Also a last line without an end is left behind.
-  if (nextLine_ == text_.size()) ++nextLine_;
+  nextLine_ = line.end + (text_.substr(line.end, 2) == "\r\n" ? 2 : 1);
   if (need_ >= Need::kLines) found_->lines.push_back({line, found_->matches.size(), 0});
 }
 

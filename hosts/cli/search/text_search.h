@@ -25,7 +25,6 @@ class TextSearch {
 
  private:
   void SearchItems();
-  void SearchLineByLine(std::size_t from);
   void SearchInverse();
   void SearchCandidates();
   void SearchUnits();
@@ -33,6 +32,7 @@ class TextSearch {
   bool CollectUnits();
 
   bool IsInLine(Range match) const;
+  std::size_t PlaceOf(std::size_t place) const;
   bool Takes(const Item& item, std::size_t base, Range& match) const;
   void AddMatch(Range match);
   void AddLine(Range line);
@@ -56,10 +56,11 @@ class TextSearch {
   /// Where the line behind the one of the latest match begins; 0 before the first match.
   std::size_t nextLine_ = 0;
 
-  /// Whether nearly every line has matches, so that it is cheaper to ask line by line.
-  bool dense_ = false;
   // Kept for their memory.
   std::string flattened_;
+  std::string shortened_;
+  /// Of a unit whose carriage returns were left out: where the line feeds after them stand in what is left.
+  std::vector<std::size_t> returns_;
   std::vector<Range> units_;
 };
 

@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
+
 namespace trovex::cli {
 
 namespace {
@@ -48,6 +52,7 @@ std::int64_t CountPlainly(const char* text, std::size_t size) {
 #if defined(__x86_64__) && defined(__GNUC__)
 // Thirty-two bytes at a time. A lane of the sum holds up to 255 before it is emptied.
 typedef unsigned char Lanes __attribute__((vector_size(32)));
+typedef long long Sums __attribute__((vector_size(32)));
 
 __attribute__((target("avx2"))) std::int64_t CountWide(const char* text, std::size_t size) {
   std::int64_t count = 0;
@@ -61,8 +66,9 @@ __attribute__((target("avx2"))) std::int64_t CountWide(const char* text, std::si
       sum -=
           reinterpret_cast<Lanes>(bytes == static_cast<unsigned char>('\n'));  // -1 where it is one
     }
-    for (std::size_t lane = 0; lane < sizeof(Lanes); ++lane)
-      count += sum[lane];
+    const auto sums = reinterpret_cast<Sums>(
+        _mm256_sad_epu8(reinterpret_cast<__m256i>(sum), reinterpret_cast<__m256i>(Lanes{})));
+    count += sums[0] + sums[1] + sums[2] + sums[3];
   }
   return count + CountPlainly(text + i, size - i);
 }
