@@ -1,5 +1,6 @@
 // Numbers that choose between ways to the same answer, in one place, for what is built of patterns. Those of a
-// single pattern stand in matcher/tuning.h.
+// single pattern stand in matcher/tuning.h, which says what "measured" means. Not measured are the verdict of a
+// sound, the nesting of streams, what is searched between two asks, clusters, and the costs of steps.
 
 #ifndef TROVEX_QUERY_TUNING_H
 #define TROVEX_QUERY_TUNING_H
@@ -23,7 +24,8 @@ inline constexpr int kMostNestedStreams = 64;
 // Required strings.
 
 /// Beyond these, strings are cut up or given up: long ones say no more, many ones say little. Strings of a clause,
-/// bytes of a string, clauses of a pattern and of a query.
+/// bytes of a string, clauses of a pattern and of a query. Measured: "Fehler|Warnung|Hinweis" with 64 strings, 1.4 to
+/// 1.8.
 inline constexpr std::size_t kMostStrings = 16;
 inline constexpr std::size_t kLongestString = 24;
 inline constexpr std::size_t kMostClauses = 8;
@@ -36,9 +38,11 @@ inline constexpr double kMostCandidates = 500;
 
 // The search.
 
-/// Queries of up to so many streams are looked at pattern by pattern in a short text (kLookedAtText).
+/// Queries of up to so many streams are looked at pattern by pattern in a short text (kLookedAtText). Measured:
+/// "Datei & Name" in rows of 36 bytes without that, 4.3.
 inline constexpr std::size_t kFewStreams = 64;
 /// The least bytes of a block, unless the text ends with it. A block is longer by the rest of its last line.
+/// Measured: "[a-z]+ung" with 8 KB and with 1 MB, 1.4.
 inline constexpr std::size_t kBlockSize = std::size_t{1} << 16;
 /// How many blocks that nobody has are kept at least, before one is used for another part of the text.
 inline constexpr std::size_t kKeptBlocks = 4;
