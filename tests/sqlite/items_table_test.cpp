@@ -214,14 +214,13 @@ TEST_F(Items, AreLookedForNoFurtherThanTheyAreTaken) {
 }
 
 TEST_F(Items, ComeBeforeTheErrorOfASearchThatGivesUp) {
-  for (const int count : {0, 100}) {
-    const Result result = database_.Run("SELECT text FROM trovex_items('Haus|(.*)(.*)x\\2\\1', ?)",
-                                        {TextThatEndsBadly(count)});
-    EXPECT_EQ(result.status, SQLITE_ERROR);
-    EXPECT_EQ(result.message, "The search gave up at character " + std::to_string(5 * count + 1) +
-                                  " of the text: this expression takes too long there.");
-    EXPECT_EQ(result.rows.size(), static_cast<std::size_t>(count));
-  }
+  const Result result = database_.Run("SELECT text FROM trovex_items('Haus|(.*)(.*)x\\2\\1', ?)",
+                                      {TextThatEndsBadly(100)});
+  EXPECT_EQ(result.status, SQLITE_ERROR);
+  EXPECT_EQ(
+      result.message,
+      "The search gave up at character 501 of the text: this expression takes too long there.");
+  EXPECT_EQ(result.rows.size(), 100U);
 }
 
 TEST_F(Items, CannotBeChangedNorMadeAgain) {
