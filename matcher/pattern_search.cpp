@@ -23,8 +23,7 @@ void PatternSearch::Begin(TextView text) {
 }
 
 SearchOutcome PatternSearch::First(TextView text, ByteRange& match) {
-  constexpr std::size_t kShort = 256;
-  if (locator_ && text.size() <= kShort) {
+  if (locator_ && text.size() <= LocatorProgram::kShortText) {
     LocatedRange found;
     const unsigned char* const begin = text.data();
     const auto answer = program_.Locator()->LookAt(begin, begin + text.size(), found);

@@ -393,7 +393,7 @@ void FindByEngine(Search& search, bool everyLine) {
 }
 
 /// Texts of so many bytes are looked at before a search is set up.
-constexpr int kShortText = 256;
+constexpr int kShortText = LocatorProgram::kShortText;
 
 bool CanLocate(const CompiledPattern& pattern, const SearchConditions& conditions) {
   return pattern.locator != nullptr && !conditions.matchLines &&
