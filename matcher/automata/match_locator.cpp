@@ -4,6 +4,8 @@
 #include "matcher/tuning.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -103,6 +105,7 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
     match = {found, found + string_->Length()};
     return isFree_ ? Answer::kMatch : Answer::kUnknown;
   }
+  if (list_) return LookForListed(place, end, match);
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
@@ -119,6 +122,36 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
       return Answer::kMatch;
     }
     place = runs_->NextStart(place, notes);
+  }
+  return Answer::kNoMatch;
+}
+
+/// The first of the words. Whether a whole word ends where the text does may depend on the byte after it.
+LocatorProgram::Answer LocatorProgram::LookForListed(const Byte* begin, const Byte* end,
+                                                     LocatedRange& match) const {
+  constexpr std::size_t kMost = 2 * WordScan::kWholeWindows;
+  static_assert(kLookedAtText <= kMost);
+  std::array<std::uint64_t, kMost / 64> marks;
+  std::array<std::uint32_t, kMost + kWindowsAtOnce> hits;
+  const auto length = static_cast<std::size_t>(end - begin);
+  const std::size_t size = length <= WordScan::kWholeWindows ? WordScan::kWholeWindows : kMost;
+  list_->MarkStarts(begin, size, end, marks.data(), hits.data());
+  const auto kindAt = [&](const Byte* place) {
+    return place < begin || place >= end ? ByteKind::kNewline : graph_->kindOf[*place];
+  };
+  const auto canEnd = [&](const Byte* stop) {
+    return (list_->Stops() & NeighbourBit(kindAt(stop - 1), kindAt(stop))) != 0;
+  };
+  std::int64_t work = 0;
+  for (std::size_t word = 0; word < size / 64; ++word) {
+    for (std::uint64_t bits = marks[word]; bits != 0; bits &= bits - 1) {
+      const Byte* const place = begin + 64 * word + std::countr_zero(bits);
+      if ((list_->Starts() & NeighbourBit(kindAt(place - 1), kindAt(place))) == 0) continue;
+      const std::size_t found = list_->LongestAt(place, end, canEnd, work);
+      if (found == 0) continue;
+      match = {place, place + found};
+      return words_ && match.end == end ? Answer::kUnknown : Answer::kMatch;
+    }
   }
   return Answer::kNoMatch;
 }

@@ -89,13 +89,15 @@ class LocatorProgram {
 
   enum class Answer { kMatch, kNoMatch, kUnknown };
 
-  /// A look at a short text from `place` to `end`, before anything is set up for a search: the first match,
-  /// or that there is none, or, where that takes more, that it is not known. Costs as much as a scan.
+  /// A look at a text from `place` to `end`, of at most kLookedAtText bytes, before anything is set up for a
+  /// search: the first match, or that there is none, or, where that takes more, that it is not known. Costs as much as a scan.
   Answer LookAt(const unsigned char* place, const unsigned char* end, LocatedRange& match) const;
 
  private:
   friend class MatchLocator;
 
+  Answer LookForListed(const unsigned char* begin, const unsigned char* end,
+                       LocatedRange& match) const;
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
                      const unsigned char* begin, const unsigned char* end) const;
   bool HasScan() const { return required_.has_value() || leading_.has_value(); }

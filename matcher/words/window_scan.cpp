@@ -82,7 +82,23 @@ class WindowTest {
 
   /// A bit for each of the windows from `place` on that the table has.
   HWY_INLINE std::uint64_t operator()(const std::uint8_t* place) const {
-    const auto text = hn::BitCast(Words(), hn::LoadU(Bytes(), place));
+    return Test(hn::LoadU(Bytes(), place));
+  }
+
+  /// The same where only `size` bytes can be read; what is behind them counts as zeros.
+  HWY_INLINE std::uint64_t operator()(const std::uint8_t* place, std::size_t size) const {
+#if HWY_TARGET <= HWY_AVX3
+    return Test(hn::MaskedLoad(hn::FirstN(Bytes(), std::min(size, 4 * kLanes)), Bytes(), place));
+#else
+    HWY_ALIGN std::uint8_t copy[4 * kLanes] = {};
+    std::memcpy(copy, place, std::min(size, 4 * kLanes));
+    return Test(hn::Load(Bytes(), copy));
+#endif
+  }
+
+ private:
+  HWY_INLINE std::uint64_t Test(hn::Vec<Bytes> bytes) const {
+    const auto text = hn::BitCast(Words(), bytes);
     const auto block = hn::BitCast(Bytes(), hn::TableLookupLanes(text, words_));
     V hash = hn::Mul(hn::And(hn::BitCast(Words(), hn::TableLookupBytes(block, first_)), firstMask_),
                      hn::Set(Words(), WindowTable::kFirstFactor));
@@ -98,7 +114,6 @@ class WindowTest {
     return BitsOf(hn::TestBit(bits, bit));
   }
 
- private:
   static HWY_INLINE std::uint64_t BitsOf(hn::Mask<Words> mask) {
 #if HWY_TARGET <= HWY_AVX3
     return mask.raw;
@@ -141,8 +156,8 @@ std::size_t Find(const WindowTable& table, const unsigned char* first, std::size
   const WindowTest<kIsLong> test(table);
   const std::size_t stride = table.stride;
   const auto textSize = static_cast<std::size_t>(end - first);
-  // How far apart the windows of one test lie from those of the next, and what all that are written together
-  // read beyond the first of the last test.
+  // How far the windows of one test lie from those of the next, and how much those that are written together
+  // read.
   const std::size_t step = kLanes * stride;
   const std::size_t reach = (kWindowsAtOnce - kLanes) * stride + 4 * kLanes;
   std::uint32_t* next = hits;
@@ -157,18 +172,12 @@ std::size_t Find(const WindowTable& table, const unsigned char* first, std::size
   }
   for (; window + kLanes <= count && textSize >= window * stride + 4 * kLanes; window += kLanes)
     next = WriteHits(test(first + window * stride), window, stride, next);
-  const std::size_t restBegin = window * stride;
-  if (window < count && restBegin < textSize) {
-    // The rest, from a copy with zeros after it.
-    HWY_ALIGN std::uint8_t rest[12 * kLanes] = {};
-    const std::size_t bytes = std::min(textSize - restBegin, 8 * kLanes);
-    std::memcpy(rest, first + restBegin, bytes);
-    for (std::size_t at = 0; window < count && at < bytes; window += kLanes, at += step) {
-      const std::size_t begun = (bytes - at + stride - 1) / stride;
-      const std::size_t lanes = std::min({count - window, begun, kLanes});
-      const std::uint64_t bits = test(rest + at) & ((std::uint64_t{1} << lanes) - 1);
-      next = WriteHits(bits, window, stride, next);
-    }
+  for (; window < count && window * stride < textSize; window += kLanes) {
+    const std::size_t size = textSize - window * stride;
+    const std::size_t lanes = std::min({count - window, (size + stride - 1) / stride, kLanes});
+    const std::uint64_t bits =
+        test(first + window * stride, size) & ((std::uint64_t{1} << lanes) - 1);
+    next = WriteHits(bits, window, stride, next);
   }
   return static_cast<std::size_t>(next - hits);
 }

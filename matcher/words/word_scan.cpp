@@ -339,25 +339,23 @@ std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, Compile
   return scan;
 }
 
-void WordPlaces::Scan(const Byte* from, const Byte* textEnd) {
-  begin_ = from;
-  textEnd_ = textEnd;
-  size_ = nextSize_;
-  nextSize_ = std::min(2 * nextSize_, kLargestWordStretch);
-  std::fill_n(marks_.begin(), size_ / 64, 0);
-  for (const WordScan::Group& group : scan_.groups_) {
+void WordScan::MarkStarts(const Byte* from, std::size_t size, const Byte* textEnd,
+                          std::uint64_t* marks, std::uint32_t* hits) const {
+  std::fill_n(marks, size / 64, 0);
+  const auto textSize = static_cast<std::size_t>(textEnd - from);
+  for (const Group& group : groups_) {
     const std::size_t stride = group.windows.stride;
-    if (static_cast<std::size_t>(textEnd - from) < group.shortest) continue;
+    if (textSize < group.shortest) continue;
     // A word that starts at one of the places up to a window holds that window, if it is no further away than
     // the stride.
-    const std::size_t hits =
-        group.find(group.windows, from + (stride - 1), size_ / stride, textEnd, hits_.data());
-    const bool isInside = static_cast<std::size_t>(textEnd - from) >= size_ + kRoom;
-    for (std::size_t i = 0; i < hits; ++i) {
+    const std::size_t count =
+        group.find(group.windows, from + (stride - 1), size / stride, textEnd, hits);
+    const bool isInside = textSize >= size + kRoom;
+    for (std::size_t i = 0; i < count; ++i) {
       if (isInside) {
-        Mark<true>(group, hits_[i]);
+        Mark<true>(group, from, hits[i], textEnd, marks);
       } else {
-        Mark<false>(group, hits_[i]);
+        Mark<false>(group, from, hits[i], textEnd, marks);
       }
     }
   }
@@ -366,19 +364,28 @@ void WordPlaces::Scan(const Byte* from, const Byte* textEnd) {
 /// Marks the places from `first` on at which a word could start that has the window at the last of them. What
 /// is read lies inside of the text in any case, if `kIsInside`.
 template <bool kIsInside>
-void WordPlaces::Mark(const WordScan::Group& group, std::size_t first) {
+void WordScan::Mark(const Group& group, const Byte* begin, std::size_t first, const Byte* textEnd,
+                    std::uint64_t* marks) {
   std::uint64_t starts = 0;
-  const Byte* place = begin_ + first;
+  const Byte* place = begin + first;
   for (std::size_t i = 0; i < group.windows.stride; ++i, ++place) {
-    const std::uint64_t key = WordScan::KeyAt<kIsInside>(place, textEnd_, group.keyMask);
+    const std::uint64_t key = KeyAt<kIsInside>(place, textEnd, group.keyMask);
     const bool hasFollower =
-        kIsInside || static_cast<std::size_t>(textEnd_ - place) > group.keyLength;
+        kIsInside || static_cast<std::size_t>(textEnd - place) > group.keyLength;
     starts |= group.MayStand(key, hasFollower ? place[group.keyLength] : Byte{0}) << i;
   }
   for (; starts != 0; starts &= starts - 1) {
     const std::size_t start = first + static_cast<std::size_t>(std::countr_zero(starts));
-    marks_[start / 64] |= std::uint64_t{1} << (start % 64);
+    marks[start / 64] |= std::uint64_t{1} << (start % 64);
   }
+}
+
+void WordPlaces::Scan(const Byte* from, const Byte* textEnd) {
+  begin_ = from;
+  textEnd_ = textEnd;
+  size_ = nextSize_;
+  nextSize_ = std::min(2 * nextSize_, kLargestWordStretch);
+  scan_.MarkStarts(from, size_, textEnd, marks_.data(), hits_.data());
 }
 
 }  // namespace trovex

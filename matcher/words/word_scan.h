@@ -49,6 +49,15 @@ class WordScan {
   Neighbours Stops() const { return stops_; }
   std::size_t Longest() const { return longest_; }
 
+  /// Sets, of the `size` places from `from` on in a text that ends at `textEnd`, the bits of those at which a
+  /// word may start; there may be fewer bytes. `size` is a multiple of kWholeWindows, `hits` has room for it
+  /// and kWindowsAtOnce more.
+  void MarkStarts(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
+                  std::uint32_t* hits) const;
+
+  /// A multiple of 64, and of every stride.
+  static constexpr std::size_t kWholeWindows = 192;
+
   /// The length of the longest word at `place`, in a text that ends at `end`, of which
   /// `canEnd(place + length)` accepts the end; 0 where there is none. Adds what was looked at to `work`.
   template <typename CanEnd>
@@ -106,6 +115,10 @@ class WordScan {
 
   /// How many kinds of followers are told apart. Upper and lower case are of one kind.
   static constexpr unsigned kFollowers = 32;
+
+  template <bool kIsInside>
+  static void Mark(const Group& group, const Byte* begin, std::size_t first, const Byte* textEnd,
+                   std::uint64_t* marks);
 
   explicit WordScan(const WordList& list)
       : words_(list.classOf), starts_(list.starts), stops_(list.stops) {}
@@ -170,8 +183,6 @@ class WordPlaces {
            static_cast<std::size_t>(from - begin_) < size_;
   }
   void Scan(const Byte* from, const Byte* textEnd);
-  template <bool kIsInside>
-  void Mark(const WordScan::Group& group, std::size_t first);
 
   const WordScan& scan_;
   /// How many bytes from where on were scanned, which may be more than there are, and where the text ends.
