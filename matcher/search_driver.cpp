@@ -355,7 +355,11 @@ void FindByReferences(Search& search) {
   ReferenceRun& run = *search.pattern.referenceRun;
   const auto* const bytes = reinterpret_cast<const unsigned char*>(search.text);
   const auto length = static_cast<std::size_t>(search.limit - search.text);
-  run.Begin({bytes, length});
+  if (search.notes.IsFirstSearch(&run)) {
+    run.Begin({bytes, length});
+  } else {
+    run.BeginRest({bytes, length});
+  }
   std::uint64_t paid = 0;
   for (const char* scan = search.text;;) {
     ByteRange match;
