@@ -191,6 +191,22 @@ bool FindFirst(std::uint32_t options, const char* text, int length, int group,
   }
 }
 
+/// Appends what was found together with the match that ends at `place`, for whole matches of the active
+/// environment's pattern. Returns where the search goes on.
+int AppendFoundTogether(const char* text, int place, int length, int tagMatched,
+                        const trovex::TextNotes& notes, trovex::ItemMaker& items,
+                        CFoundItemArray& found) {
+  trovex::CompiledPattern* const pattern = trovex::Matcher().installed.get();
+  if (pattern == nullptr) return place;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  while (const trovex::LocatedRange* const match =
+             trovex::TakeFoundTogether(*pattern, text + place, text + length, notes)) {
+    place = static_cast<int>(match->end - begin);
+    items.Append(found, static_cast<int>(match->start - begin), place, tagMatched);
+  }
+  return place;
+}
+
 /// Whether it is known without a search that environment `number` finds nothing.
 bool IsKnownToLack(int number, const char* text, int length) {
   trovex::CEnvironment* const environment = trovex::Environments().GetAt(number);
@@ -214,6 +230,7 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
     const bool tagMatched = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
+    const bool wantsWhole = RegularExpression() != 0 && group <= 0;
 
     trovex::ItemMaker items;
     trovex::TextCredit credit(length);
@@ -226,6 +243,8 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
       if (match.start < 0 || match.end < 1) break;
       items.Append(*found, place + match.start, place + match.end, tagMatched ? 1 : 0);
       place += match.end;
+      if (wantsWhole)
+        place = AppendFoundTogether(text, place, length, tagMatched ? 1 : 0, notes, items, *found);
     }
     return found.release();
   } catch (const std::bad_alloc&) {
