@@ -192,29 +192,20 @@ bool FindFirst(std::uint32_t options, const char* text, int length, int group,
   }
 }
 
-/// The locator that finds the matches of the active environment one after another; null where they have to be
-/// asked for one by one.
-trovex::MatchLocator* LocatorOfActive(std::uint32_t options) {
-  const trovex::MatcherState& matcher = Matcher();
-  if ((options & kSearchModeMask) != kSearchModeRegularExpression) return nullptr;
-  if (matcher.installed == nullptr) return nullptr;
-  return trovex::FreeLocator(*matcher.installed, {matcher.options.matchWords,
-                                                  matcher.options.matchLines, matcher.engineOnly});
-}
-
-/// Makes items of all matches that `locator` finds.
-void AppendAll(trovex::MatchLocator& locator, const char* text, int length,
-               trovex::ItemMaker& items, CFoundItemArray& found) {
+/// Appends what was found together with the match that ends at `place`, for whole matches of the active
+/// environment's pattern. Returns where the search goes on.
+int AppendFoundTogether(const char* text, int place, int length, int tagMatched,
+                        const trovex::TextNotes& notes, trovex::ItemMaker& items,
+                        CFoundItemArray& found) {
+  trovex::PatternWork* const work = trovex::Matcher().installed.get();
+  if (work == nullptr) return place;
   const auto* const begin = reinterpret_cast<const unsigned char*>(text);
-  const unsigned char* const end = begin + length;
-  locator.Begin(begin, static_cast<std::size_t>(length));
-  for (const unsigned char* place = begin; place < end;) {
-    const auto match = locator.Find({.place = place, .begin = begin, .end = end});
-    if (match.start == nullptr) return;
-    items.Append(found, static_cast<int>(match.start - begin), static_cast<int>(match.end - begin),
-                 0);
-    place = match.end;
+  while (const trovex::LocatedRange* const match =
+             trovex::TakeFoundTogether(*work, text + place, text + length, notes)) {
+    place = static_cast<int>(match->end - begin);
+    items.Append(found, static_cast<int>(match->start - begin), place, tagMatched);
   }
+  return place;
 }
 
 /// Whether it is known without a search that environment `number` finds nothing.
@@ -240,13 +231,9 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
     const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
     const bool tagMatched = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
     const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
+    const bool wantsWhole = RegularExpression() != 0 && group <= 0;
 
     trovex::ItemMaker items;
-    trovex::MatchLocator* const locator = tagMatched ? nullptr : LocatorOfActive(options_);
-    if (locator != nullptr) {
-      AppendAll(*locator, text, length, items, *found);
-      return found.release();
-    }
     trovex::TextCredit credit(length);
     trovex::TextNotes notes(&credit.Credit());
     for (int place = 0; place < length;) {
@@ -257,6 +244,8 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
       if (match.start < 0 || match.end < 1) break;
       items.Append(*found, place + match.start, place + match.end, tagMatched ? 1 : 0);
       place += match.end;
+      if (wantsWhole)
+        place = AppendFoundTogether(text, place, length, tagMatched ? 1 : 0, notes, items, *found);
     }
     return found.release();
   } catch (const std::bad_alloc&) {

@@ -1,5 +1,7 @@
 // Found items and the arrays that hold them; `Merge` is how the operators combine two of them.
 
+#include "expr/item_blocks.h"
+
 #include <trovex/found_items.h>
 #include <cstdint>
 #include <cstdlib>
@@ -44,8 +46,9 @@ CFoundItemArray::~CFoundItemArray() {
 }
 
 void CFoundItemArray::DeleteItems() {
+  trovex::ItemRemover remover;
   for (int i = 0; i < GetSize(); ++i)
-    delete GetAt(i);
+    remover.Delete(GetAt(i));
   SetSize(0);
 }
 
@@ -56,13 +59,14 @@ void CFoundItemArray::SetTagMatched(int tagMatched) {
 }
 
 void CFoundItemArray::DeleteItemsWithTagNotMatched() {
+  trovex::ItemRemover remover;
   int kept = 0;
   for (int i = 0; i < GetSize(); ++i) {
     CFoundItem* item = GetAt(i);
     if (item != nullptr && item->TagMatched() != 0) {
       SetAt(kept++, item);
     } else {
-      delete item;
+      remover.Delete(item);
     }
   }
   if (kept < GetSize()) SetSize(kept);

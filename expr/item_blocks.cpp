@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <typeinfo>
 
 namespace trovex {
 
@@ -111,9 +112,14 @@ void Release(ItemBlock* block, std::uint32_t count) {
   if (left == 0) stock.Put(block);
 }
 
-void ReleasePlace(void* item) {
+/// The block in which `item` has its place.
+ItemBlock* BlockOf(void* item) {
   const auto inBlock = reinterpret_cast<std::uintptr_t>(item) % kItemBlockSize;
-  Release(reinterpret_cast<ItemBlock*>(static_cast<char*>(item) - inBlock), 1);
+  return reinterpret_cast<ItemBlock*>(static_cast<char*>(item) - inBlock);
+}
+
+void ReleasePlace(void* item) {
+  Release(BlockOf(item), 1);
 }
 
 }  // namespace
@@ -143,6 +149,28 @@ void ItemMaker::AppendSingle(CFoundItemArray& array, int start, int end, int tag
 void ItemMaker::BeginBlock() {
   block_ = NewBlock();
   placesLeft_ = kBlockPlaces;
+}
+
+ItemRemover::~ItemRemover() {
+  ReleaseBlock();
+}
+
+void ItemRemover::Delete(CFoundItem* item) {
+  if (item == nullptr) return;
+  if (typeid(*item) != typeid(BlockItem)) {
+    delete item;
+    return;
+  }
+  // An item of a block holds nothing that its destructor would have to give back.
+  ItemBlock* const block = BlockOf(item);
+  if (block != block_) ReleaseBlock();
+  block_ = block;
+  ++count_;
+}
+
+void ItemRemover::ReleaseBlock() {
+  if (count_ > 0) Release(block_, count_);
+  count_ = 0;
 }
 
 std::size_t StockedItemBlocks() {

@@ -130,11 +130,6 @@ struct MatchResult {
 MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
                            int length, int group, TextNotes* notes = nullptr);
 
-/// The locator that finds all matches of a text as ExecuteMatcher would, asked for the whole match from the
-/// end of each on: where what stands beside a match makes no difference, and nobody else has a say. Null
-/// otherwise.
-MatchLocator* FreeLocator(PatternWork& work, const SearchConditions& conditions);
-
 /// Whether a scan tells that ExecuteMatcher finds nothing in a text, which it is asked for short ones only.
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
                 const char* text, int length);

@@ -387,7 +387,11 @@ void FindByReferences(Search& search) {
   ReferenceRun& run = *search.work.references;
   const auto* const bytes = reinterpret_cast<const unsigned char*>(search.text);
   const auto length = static_cast<std::size_t>(search.limit - search.text);
-  run.Begin({bytes, length});
+  if (search.notes.IsFirstSearch(&run)) {
+    run.Begin({bytes, length});
+  } else {
+    run.BeginRest({bytes, length});
+  }
   std::uint64_t paid = 0;
   for (const char* scan = search.text;;) {
     ByteRange match;
@@ -455,14 +459,6 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 }
 
 }  // namespace
-
-MatchLocator* FreeLocator(PatternWork& work, const SearchConditions& conditions) {
-  const CompiledPattern& pattern = *work.pattern;
-  if (!pattern.searchable || conditions.engineOnly || pattern.locator == nullptr) return nullptr;
-  if (!CanLocate(*pattern.locator, conditions)) return nullptr;
-  if (pattern.lineFilterReading != Reading::kAlike || !pattern.locator->IsFree()) return nullptr;
-  return work.locator.get();
-}
 
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
                 const char* text, int length) {

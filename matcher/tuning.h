@@ -74,6 +74,10 @@ inline constexpr double kWorthwhileLead = 20'000;
 /// "a.{0,100}b" with 2 for the second, 18.
 inline constexpr double kRequiredAdvantage = 4;
 inline constexpr double kRequiredAdvantageOverRuns = 8;
+/// From where on the leading bytes of a row of runs are so common that it is looked for as a whole, and how much
+/// rarer the row must be.
+inline constexpr double kCommonLead = 800;
+inline constexpr double kAdvantageOfRows = 4;
 /// How rare a required string must be, in 100,000 places, to be looked for in short texts at least: they
 /// mostly lack it then, and what it saves there is a search that must be set up.
 inline constexpr double kWorthALook = 2'000;

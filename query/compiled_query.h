@@ -4,8 +4,8 @@
 #ifndef TROVEX_QUERY_COMPILED_QUERY_H
 #define TROVEX_QUERY_COMPILED_QUERY_H
 
+#include "query/plan/search_plan.h"
 #include "query/query_parser.h"
-#include "query/search_plan.h"
 
 #include <trovex/query.h>
 

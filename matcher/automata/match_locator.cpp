@@ -26,6 +26,33 @@ double ExpectedRate(const std::vector<Probes>& ways) {
   return rate;
 }
 
+/// The probes for matches that begin in one of `ways`, and at how many of 100,000 places they hold.
+struct LeadingProbes {
+  std::vector<Probes> ways;
+  double rate = kEveryPlace;
+};
+
+/// Several ways are looked for as one, which takes far less, where that leaves hardly more places: what sets
+/// them apart need not be what is rare about them.
+LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
+  constexpr double kFewMore = 5;
+  constexpr double kHardlyMore = 1.5;
+  if (ways.empty() || ways.front().empty()) return {};
+  LeadingProbes apart;
+  apart.ways = ChooseProbesForAlternatives(ways);
+  apart.rate = ExpectedRate(apart.ways);
+  if (ways.size() == 1) return apart;
+  LeadingBytes any(ways.front().size());
+  for (const LeadingBytes& way : ways) {
+    for (std::size_t offset = 0; offset < any.size(); ++offset)
+      any[offset] |= way[offset];
+  }
+  LeadingProbes together;
+  together.ways = {ChooseProbes(any)};
+  together.rate = ExpectedRate(together.ways);
+  return together.rate <= std::max(kFewMore, kHardlyMore * apart.rate) ? together : apart;
+}
+
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
 /// saves. A short string needs them.
 std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
@@ -37,6 +64,27 @@ std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
   while (string.size() > kShortString && isCommon(string.front()))
     string.erase(string.begin());
   return string;
+}
+
+/// At how many of 100,000 places a row of runs is to be expected. A run that bytes of its own may follow goes on
+/// for as long as they come; after any other one there is none of them.
+double RateOf(const std::vector<Run>& runs) {
+  constexpr double kLongest = 100;
+  constexpr std::uint32_t kMostBytes = 8;
+  const auto shareOf = [](const CharSet& set) {
+    return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongest);
+  };
+  double rate = kEveryPlace;
+  double room = 1;  // at how many places after what was read the next run may begin
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const double share = shareOf(runs[i].bytes);
+    double here = 1;
+    for (std::uint32_t n = 0; n < std::min(runs[i].least, kMostBytes); ++n)
+      here *= share;
+    rate *= std::min(1.0, room * here);
+    room = runs[i].IsFixed() ? 1 : 1 / (1 - share);
+  }
+  return rate;
 }
 
 /// What the words of a list are searched with beside them: the kinds of bytes.
@@ -70,10 +118,8 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   }
   const std::vector<LeadingBytes> ways =
       LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
-  const bool canScan = !ways.empty() && !ways.front().empty();
-  const std::vector<Probes> probes =
-      canScan ? ChooseProbesForAlternatives(ways) : std::vector<Probes>();
-  const double leadingRate = canScan ? ExpectedRate(probes) : kEveryPlace;
+  const LeadingProbes leading = ChooseLeading(ways);
+  const double leadingRate = leading.rate;
   const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
   const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhileLead;
   if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
@@ -82,9 +128,13 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
     rarer_.emplace(WithoutCommonEnds(required));
   }
   if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
-    leading_.emplace(PlaceScan::ForAlternatives(probes));
+    leading_.emplace(PlaceScan::ForAlternatives(leading.ways));
   }
-  if (leading_ && !required_ && areRuns) runs_.emplace(runs);
+  if (!leading_ || required_ || !areRuns) return;
+  runs_.emplace(runs);
+  if (leadingRate > kCommonLead && RateOf(runs) * kAdvantageOfRows < leadingRate)
+    filter_ = RunFilter::For(runs);
+}
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
@@ -114,8 +164,21 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
   if (place == nullptr) return Answer::kNoMatch;
   if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   if (!runs_) return Answer::kUnknown;
+  if (filter_) {
+    RunFilter::Cursor places;
+    const auto nextRow = [&](const Byte* from) { return filter_->Find(from, end, places); };
+    return LookAtRuns(nextRow(place), end, nextRow, match);
+  }
+  const auto next = [&](const Byte* from) { return leading_->Find(from, end); };
+  return LookAtRuns(place, end, next, match);
+}
+
+/// Tries `place` and the ones after it that `next` gives.
+template <typename Next>
+LocatorProgram::Answer LocatorProgram::LookAtRuns(const Byte* place, const Byte* end, Next next,
+                                                  LocatedRange& match) const {
   RunScan::Notes notes;
-  for (; place != nullptr; place = place <= end ? leading_->Find(place, end) : nullptr) {
+  for (; place != nullptr; place = place <= end ? next(place) : nullptr) {
     const Byte* const last = runs_->EndOfMatch(place, end, notes);
     if (last != nullptr) {
       match = {place, last};
@@ -189,6 +252,7 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   passed_ = text;
   nextReady_ = readyCount_ = 0;
   runNotes_.Forget();
+  runPlaces_.Reset();
   hits_.Reset();
   requiredHits_.Reset();
   required_ = nullptr;
@@ -288,7 +352,14 @@ std::size_t MatchLocator::FindRuns(Search& search, std::size_t most) {
     ready_[count++] = {place, end};
     return count < most ? end : nullptr;
   };
-  hits_.ForEach(*program_.leading_, search.place, search.end, take);
+  if (!program_.filter_) {
+    hits_.ForEach(*program_.leading_, search.place, search.end, take);
+    return count;
+  }
+  for (const Byte* place = search.place; place != nullptr;) {
+    place = program_.filter_->Find(place, search.end, runPlaces_);
+    if (place != nullptr) place = take(place);
+  }
   return count;
 }
 

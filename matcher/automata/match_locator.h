@@ -13,7 +13,8 @@
 //   every place     None of these promises to leave much out.
 //
 // Where the pattern is a row of runs (run_scan.h), these are read from the leading bytes on, and there is
-// the answer, too. Strings and runs are found several at a time, where neighbours do not count, and handed
+// the answer, too; where such bytes are everywhere, from the places where the whole row can begin
+// (run_filter.h). Strings and runs are found several at a time, where neighbours do not count, and handed
 // out one by one.
 //
 // From other places the automaton that reads forwards goes on to the end of the leftmost match; its start is
@@ -35,6 +36,7 @@
 #include "matcher/automata/search_credit.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/place_scan.h"
+#include "matcher/scan/run_filter.h"
 #include "matcher/scan/run_scan.h"
 #include "matcher/scan/string_scan.h"
 #include "matcher/tuning.h"
@@ -96,6 +98,9 @@ class LocatorProgram {
  private:
   friend class MatchLocator;
 
+  template <typename Next>
+  Answer LookAtRuns(const unsigned char* place, const unsigned char* end, Next next,
+                    LocatedRange& match) const;
   Answer LookForListed(const unsigned char* begin, const unsigned char* end,
                        LocatedRange& match) const;
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
@@ -109,6 +114,7 @@ class LocatorProgram {
   std::optional<StringScan> rarer_;     // else one that is of use in short texts, if there is any
   std::optional<PlaceScan> leading_;    // set if these lead
   std::optional<RunScan> runs_;         // set if what begins with these is a row of runs
+  std::optional<RunFilter> filter_;     // set if these are common: looks for the row as a whole
   bool isFree_ = false;                 // matches of the string are so whatever stands beside them
   std::optional<WordScan> list_;        // set if that lead is followed
   bool canDoWithoutList_ = true;
@@ -149,11 +155,7 @@ class MatchLocator {
   /// The leftmost match, and of those the longest. Throws nothing but std::bad_alloc, and is then as
   /// usable as before. Taken apart and given back in registers: matches can be a few bytes apart.
   Match Find(const Request& request) {
-    if (nextReady_ < readyCount_ && request.place == readyFrom_ && request.end == readyEnd_) {
-      const Match& match = ready_[nextReady_++];
-      readyFrom_ = match.end;
-      return match;
-    }
+    if (const Match* const ready = TakeReady(request.place, request.end)) return *ready;
     return Find(request.place, request.begin, request.end, request.refusesEmpty, request.after);
   }
 
@@ -164,6 +166,11 @@ class MatchLocator {
     const Match& match = ready_[nextReady_++];
     readyFrom_ = match.end;
     return &match;
+  }
+
+  /// The same for a search from `place` on in a text that ends at `end`.
+  const Match* TakeReady(const unsigned char* place, const unsigned char* end) {
+    return place == readyFrom_ && end == readyEnd_ ? TakeReady() : nullptr;
   }
 
   /// Drops what is ready and begins before `place`.
@@ -239,6 +246,7 @@ class MatchLocator {
   const Byte* readyFrom_ = nullptr;
   const Byte* readyEnd_ = nullptr;
   RunScan::Notes runNotes_;
+  RunFilter::Cursor runPlaces_;
   PlaceCursor hits_;  // of the string, or of the leading bytes
   PlaceCursor requiredHits_;
   const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at

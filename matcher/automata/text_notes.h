@@ -28,6 +28,9 @@ class TextNotes {
   /// Whether this is the first search of the text with `locator`.
   bool IsFirstSearch(const void* locator) { return std::exchange(locator_, locator) != locator; }
 
+  /// Whether the text has been searched with `locator`.
+  bool IsSearchedWith(const void* locator) const { return locator_ == locator; }
+
   /// What the searches may spend together; `bytes` remain of the text.
   WorkCredit& Credit(std::size_t bytes) {
     if (shared_ != nullptr) return *shared_;

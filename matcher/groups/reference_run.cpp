@@ -48,6 +48,18 @@ void ReferenceRun::Begin(TextView text) {
   budget_ = text.size() * kReferenceUnitsPerByte + kReferenceUnitsPerText;
 }
 
+void ReferenceRun::BeginRest(TextView text) {
+  const auto from = static_cast<std::size_t>(text.data() - text_.data());
+  const bool isOnLine = hasLine_ && lineBegin_ <= from && from <= lineEnd_;
+  const std::size_t lineEnd = lineEnd_;
+  Begin(text);
+  if (!isOnLine) return;
+  hasLine_ = true;
+  lineBegin_ = 0;
+  lineEnd_ = lineEnd - from;
+  Forget();
+}
+
 SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRange& match,
                                  std::vector<ByteRange>* groups) {
   if (search_.isTooLarge_) {

@@ -110,6 +110,9 @@ class ReferenceRun {
   /// budget: about 2 µs a byte of the text, and a second beside it.
   void Begin(TextView text);
 
+  /// The same for `text`, which is the rest of the one before from a place on, and begins with a line there.
+  void BeginRest(TextView text);
+
   /// What the searches since `Begin` have spent, in units of about 10 ns.
   std::uint64_t Used() const { return used_; }
 

@@ -69,6 +69,55 @@ MaskedSet MaskedSetOf(const Rows& rows) {
   return {holds, static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll)};
 }
 
+/// A set as those c for which c & mask lies from `first` to `last`; it may have more bytes than the set that
+/// it stands for.
+struct RangeSet {
+  std::uint8_t mask = 255;
+  std::uint8_t first = 255;
+  std::uint8_t last = 0;
+  int size = 0;
+  int frequency = 0;  // in 100,000
+
+  bool Holds(unsigned c) const { return (c & mask) >= first && (c & mask) <= last; }
+};
+
+RangeSet RangeUnderMask(const Rows& rows, std::uint8_t mask) {
+  RangeSet range;
+  range.mask = mask;
+  ForEachByte(rows, [&](std::size_t h, std::size_t l) {
+    const auto masked = static_cast<std::uint8_t>((16 * h + l) & mask);
+    range.first = std::min(range.first, masked);
+    range.last = std::max(range.last, masked);
+  });
+  for (unsigned c = 0; c < kByteFrequency.size(); ++c) {
+    if (!range.Holds(c)) continue;
+    ++range.size;
+    range.frequency += kByteFrequency[c];
+  }
+  return range;
+}
+
+/// The range that comes nearest to the set: of all bytes, or of letters in either case.
+RangeSet RangeAround(const Rows& rows) {
+  constexpr std::uint8_t kAnyCase = 0xDF;
+  const RangeSet plain = RangeUnderMask(rows, 255);
+  const RangeSet anyCase = RangeUnderMask(rows, kAnyCase);
+  return anyCase.frequency < plain.frequency ? anyCase : plain;
+}
+
+/// Whether so little more belongs to `range` than to the set that it is worth looking for.
+bool IsNear(const RangeSet& range, const Rows& rows) {
+  constexpr int kMoreBytes = 4;
+  int size = 0;
+  int frequency = 0;
+  ForEachByte(rows, [&](std::size_t h, std::size_t l) {
+    ++size;
+    frequency += kByteFrequency[16 * h + l];
+  });
+  return size > 0 && range.size - size <= kMoreBytes &&
+         range.frequency <= frequency + frequency / 4 + 300;
+}
+
 void AddBits(std::uint8_t& byte, unsigned bits) {
   byte = static_cast<std::uint8_t>(byte | bits);
 }
@@ -125,10 +174,23 @@ void AddMembers(const Rows& rows, unsigned bit, std::array<std::uint8_t, 256>& m
   ForEachByte(rows, [&](std::size_t h, std::size_t l) { AddBits(members[16 * h + l], bit); });
 }
 
+void FillWithRanges(const std::array<RangeSet, kMaxProbes>& ranges, ScanTables& tables) {
+  tables.form = ScanForm::kRanges;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(tables.count); ++i) {
+    tables.masks[i] = ranges[i].mask;
+    tables.values[i] = ranges[i].first;
+    tables.widths[i] = static_cast<std::uint8_t>(ranges[i].last - ranges[i].first);
+  }
+}
+
 ScanTables MakeTables(const Probes& probes) {
   ScanTables tables = TablesWithOffsets(probes);
   bool areBytes = true;
   bool areMasked = true;
+  bool areRanges = true;
+  bool areRangesExact = true;
+  bool areKindsExact = true;
+  std::array<RangeSet, kMaxProbes> ranges;
   for (std::size_t i = 0; i < probes.size(); ++i) {
     const Rows rows = RowsOf(probes[i].bytes);
     AddMembers(rows, 1, tables.members[i]);
@@ -137,9 +199,21 @@ ScanTables MakeTables(const Probes& probes) {
     tables.values[i] = set.value;
     areMasked = areMasked && set.holds;
     areBytes = areBytes && set.holds && set.mask == 255;
-    if (!FillWithKinds(rows, tables.high[i], tables.low[i])) tables.isExact = false;
+    ranges[i] = RangeAround(rows);
+    areRanges = areRanges && IsNear(ranges[i], rows);
+    areRangesExact =
+        areRangesExact && static_cast<std::size_t>(ranges[i].size) == probes[i].bytes.count();
+    if (!FillWithKinds(rows, tables.high[i], tables.low[i])) areKindsExact = false;
   }
-  tables.form = areBytes ? ScanForm::kBytes : areMasked ? ScanForm::kMasked : ScanForm::kKinds;
+  if (areBytes || areMasked) {
+    tables.form = areBytes ? ScanForm::kBytes : ScanForm::kMasked;
+  } else if (areRanges) {
+    FillWithRanges(ranges, tables);
+    tables.isExact = areRangesExact;
+  } else {
+    tables.form = ScanForm::kKinds;
+    tables.isExact = areKindsExact;
+  }
   return tables;
 }
 
@@ -194,11 +268,12 @@ bool FindFirstHit(const ScanTables& tables, const Byte* begin, const Byte* end,
 }
 
 /// How many of 100,000 bytes belong to the set.
+/// How often one of `bytes` comes in 100,000. What the table has of two encodings is too much for all of them.
 int Frequency(const CharSet& bytes) {
   int frequency = 0;
   ForEachByte(RowsOf(bytes),
               [&](std::size_t h, std::size_t l) { frequency += kByteFrequency[16 * h + l]; });
-  return frequency;
+  return std::min(frequency, static_cast<int>(kBytesCounted));
 }
 
 /// Whether it pays to look for the first probe's byte alone.

@@ -75,6 +75,9 @@ class PlaceScan {
   /// The greatest offset.
   std::ptrdiff_t Reach() const { return tables_.reach; }
 
+  /// What its searches read.
+  const ScanTables& Tables() const { return tables_; }
+
   /// Whether `Find` passes over many places at a time, as it does with vector instructions, or when
   /// the C library finds a byte for it.
   bool IsFast() const;

@@ -7,7 +7,8 @@
 //   offset 0   S    c    h    r  ...        c at p+1
 //   offset 1   c    h    r    i  ...        h at p+1: both hold at p+1
 //
-// Sets of the form (c & mask) == value are tested by comparing. Other sets are looked up in two
+// Sets of the form (c & mask) == value are tested by comparing, ranges by two subtractions, of which the
+// second stops at zero. Other sets are looked up in two
 // tables of sixteen bytes, one for each half of the byte: the upper half gives the kind of byte,
 // one bit, and the lower half the kinds that the set has bytes of.
 //
@@ -26,8 +27,10 @@
 
 #include "matcher/tuning.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 
 #ifndef TROVEX_USE_HIGHWAY
@@ -67,6 +70,21 @@ constexpr std::ptrdiff_t kChunk = HitBatch::kChunk;
 /// As many as a window has, and one that is not written.
 constexpr std::size_t kChunksAtOnce = static_cast<std::size_t>(kMostPlacesAtOnce) / kChunk + 1;
 
+/// Has the line of memory brought nearer that comes a while after `place`. What lies after the text's end does no
+/// harm.
+HWY_INLINE void FetchLineAhead(std::uintptr_t place) {
+  constexpr std::uintptr_t kAhead = 4096;
+  __builtin_prefetch(reinterpret_cast<const void*>(place + kAhead));
+}
+
+/// The same for all that four vectors from `block` on take.
+template <class D>
+HWY_INLINE void FetchAhead(const Byte* block) {
+  constexpr std::uintptr_t kLine = 64;
+  for (std::uintptr_t at = 0; at < 4 * hn::MaxLanes(D()); at += kLine)
+    FetchLineAhead(reinterpret_cast<std::uintptr_t>(block) + at);
+}
+
 /// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
 /// hold.
 template <class D, int kCount, bool kAreBytes>
@@ -102,6 +120,45 @@ class MaskedTest {
   std::ptrdiff_t offsets_[kCount];
   V values_[kCount];
   V masks_[kCount];
+};
+
+/// The same for ranges.
+template <class D, int kCount, bool kAreMasked>
+class RangeTest {
+ public:
+  using V = hn::Vec<D>;
+
+  explicit HWY_INLINE RangeTest(const ScanTables& tables) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      offsets_[i] = tables.offsets[i];
+      masks_[i] = hn::Set(D(), tables.masks[i]);
+      values_[i] = hn::Set(D(), tables.values[i]);
+      widths_[i] = hn::Set(D(), tables.widths[i]);
+    }
+  }
+
+  HWY_INLINE V operator()(const Byte* place) const {
+    V outside = Excess(place, 0);
+    for (std::size_t i = 1; i < kCount; ++i)
+      outside = hn::Or(outside, Excess(place, i));
+    return outside;
+  }
+
+  static HWY_INLINE V Either(V a, V b) { return hn::Min(a, b); }
+  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Eq(result, hn::Zero(D())); }
+
+ private:
+  /// By how much the bytes lie above the range; below it, they lie far above.
+  HWY_INLINE V Excess(const Byte* place, std::size_t i) const {
+    const V bytes = hn::LoadU(D(), place + offsets_[i]);
+    const V masked = kAreMasked ? hn::And(bytes, masks_[i]) : bytes;
+    return hn::SaturatedSub(hn::Sub(masked, values_[i]), widths_[i]);
+  }
+
+  std::ptrdiff_t offsets_[kCount];
+  V masks_[kCount];
+  V values_[kCount];
+  V widths_[kCount];
 };
 
 /// Tests blocks for any sets, or for alternatives. The result has a zero where none holds.
@@ -149,6 +206,12 @@ template <int kCount, bool kAreBytes>
 struct Masked {
   template <class D>
   using Test = MaskedTest<D, kCount, kAreBytes>;
+};
+
+template <int kCount, bool kAreMasked>
+struct Ranges {
+  template <class D>
+  using Test = RangeTest<D, kCount, kAreMasked>;
 };
 
 template <int kCount, bool kAreAlternatives>
@@ -203,6 +266,7 @@ HWY_INLINE const Byte* FindInManyBlocks(const ScanTables& tables, const Byte* be
   // Where hits are close together, the first block has one.
   if (const Byte* const hit = FirstHit<D>(test, block, test(block))) return hit;
   for (block += kBlock; last - block >= 3 * kBlock; block += 4 * kBlock) {
+    FetchAhead<D>(block);
     const auto first = test(block);
     const auto second = test(block + kBlock);
     const auto third = test(block + 2 * kBlock);
@@ -258,11 +322,13 @@ HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
 HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::uint16_t* hits) {
   constexpr int kAtOnce = 4;
   std::uint16_t* const end = hits + std::popcount(bits);
-  // Without a branch for each: what is too much is written over by the next chunk.
-  for (; bits != 0; hits += kAtOnce) {
+  // Without a branch for each, or for whether there are any: what is too much is written over by the next
+  // chunk.
+  do {
     for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1)
       hits[i] = static_cast<std::uint16_t>(at + (std::countr_zero(bits) & (kChunk - 1)));
-  }
+    hits += kAtOnce;
+  } while (bits != 0);
   return end;
 }
 
@@ -288,6 +354,7 @@ HWY_INLINE const Byte* FirstChunk(const Test& test, const Byte* chunk, const Byt
   // Where hits are close together, the first chunk has one.
   if (ChunkBits<D>(test, chunk) != 0) return chunk;
   for (chunk += kChunk; last - chunk >= 3 * SizeOf(D()); chunk += 4 * SizeOf(D())) {
+    FetchAhead<D>(chunk);
     const auto first = test(chunk);
     const auto second = test(chunk + SizeOf(D()));
     const auto third = test(chunk + 2 * SizeOf(D()));
@@ -319,6 +386,7 @@ bool FindBatch(const ScanTables& tables, const Byte* begin, const Byte* end, std
   std::size_t filled = 0;
   std::size_t count = 0;
   for (; chunk < stop && count <= kMostHits - kChunk; chunk += kChunk) {
+    FetchLineAhead(reinterpret_cast<std::uintptr_t>(chunk));
     hitsOf[filled] = ChunkBits<D>(test, chunk);
     startOf[filled] = chunk - base;
     count += static_cast<std::size_t>(std::popcount(hitsOf[filled]));
@@ -349,7 +417,7 @@ const Byte* FindAndConfirm(const ScanTables& tables, const Byte* begin, const By
 }
 
 template <class Kind>
-VectorScan ChooseNibbles(const ScanTables& tables) {
+VectorScan ChooseInexact(const ScanTables& tables) {
   return {tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>, &FindBatch<Kind>};
 }
 
@@ -365,10 +433,17 @@ VectorScan ChooseAmong(const ScanTables& tables) {
       return ChooseMasked<Masked<kCount, true>>();
     case ScanForm::kMasked:
       return ChooseMasked<Masked<kCount, false>>();
+    case ScanForm::kRanges: {
+      const auto end = tables.masks.begin() + kCount;
+      const bool areMasked =
+          std::any_of(tables.masks.begin(), end, [](auto m) { return m != 255; });
+      return areMasked ? ChooseInexact<Ranges<kCount, true>>(tables)
+                       : ChooseInexact<Ranges<kCount, false>>(tables);
+    }
     case ScanForm::kKinds:
-      return ChooseNibbles<Nibbles<kCount, false>>(tables);
+      return ChooseInexact<Nibbles<kCount, false>>(tables);
     case ScanForm::kAlternatives:
-      return ChooseNibbles<Nibbles<kCount, true>>(tables);
+      return ChooseInexact<Nibbles<kCount, true>>(tables);
   }
   return {};
 }

@@ -28,6 +28,7 @@ using NibbleTable = std::array<std::uint8_t, 16>;
 enum class ScanForm {
   kBytes,   // every set is a single byte
   kMasked,  // every set has just those c with (c & mask) == value, as both cases of a letter have
+  kRanges,  // every set has just those c for which c & mask lies between two bytes, as digits do
   kKinds,   // any sets
   kAlternatives,  // sets for several alternatives
 };
@@ -44,15 +45,17 @@ struct ScanTables {
 
   ScanForm form = ScanForm::kBytes;
 
-  /// For bytes and masked sets.
+  /// For bytes, masked sets and ranges. A range has the values from `values` on, and so many more.
   std::array<std::uint8_t, kMaxProbes> masks{};
   std::array<std::uint8_t, kMaxProbes> values{};
+  std::array<std::uint8_t, kMaxProbes> widths{};
 
   /// For the other forms: c may belong to the set if high[c / 16] & low[c % 16] is not zero, to
-  /// that of alternative a if its bit a is set. Unless `isExact`, the same comes of some bytes that
-  /// do not belong.
+  /// that of alternative a if its bit a is set.
   std::array<NibbleTable, kMaxProbes> high{};
   std::array<NibbleTable, kMaxProbes> low{};
+
+  /// Unless it is, the form lets some bytes pass that do not belong to their sets.
   bool isExact = true;
 
   /// A bit for every alternative of which all probes hold at `place`.

@@ -1,6 +1,6 @@
 #include "query/search/leaf_stream.h"
 
-#include "query/plain_pattern.h"
+#include "query/plan/plain_pattern.h"
 #include "query/tuning.h"
 
 #include <algorithm>

@@ -12,9 +12,9 @@
 
 #include "matcher/pattern_search.h"
 #include "matcher/scan/place_scan.h"
+#include "query/plan/search_plan.h"
 #include "query/search/item_stream.h"
 #include "query/search/sound_search.h"
-#include "query/search_plan.h"
 #include "text/byte_range.h"
 
 #include <cstddef>

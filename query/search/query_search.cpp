@@ -2,7 +2,7 @@
 
 #include "matcher/limits.h"
 #include "matcher/tuning.h"
-#include "query/plain_pattern.h"
+#include "query/plan/plain_pattern.h"
 #include "query/search/leaf_stream.h"
 #include "query/search/near_stream.h"
 #include "query/tuning.h"

@@ -5,10 +5,10 @@
 #define TROVEX_QUERY_SEARCH_QUERY_SEARCH_H
 
 #include "matcher/pattern_search.h"
+#include "query/plan/search_plan.h"
 #include "query/search/item_stream.h"
 #include "query/search/search_context.h"
 #include "query/search/string_search.h"
-#include "query/search_plan.h"
 #include "text/byte_range.h"
 
 #include <trovex/query.h>

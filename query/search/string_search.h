@@ -17,7 +17,7 @@
 #include "matcher/pattern_search.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/string_group.h"
-#include "query/search_plan.h"
+#include "query/plan/search_plan.h"
 #include "text/byte_range.h"
 
 #include <trovex/query.h>

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -188,6 +189,45 @@ TEST_F(LeafTest, FindsEveryMatchInTextOrderWithoutOverlap) {
   EXPECT_EQ(Found("abab", 0), "negative 0: [0,2)0 [2,4)0");
   ASSERT_EQ(Build("aa", 0, kSearchModeRegularExpression), nullptr);
   EXPECT_EQ(Found("aaaaa", 0), "negative 0: [0,2)0 [2,4)0");
+}
+
+/// The items that plain searches find, each from where the one before it ends.
+std::string FoundOneByOne(const HeapText& text) {
+  CFoundItemArray found;
+  for (int place = 0; place < text.Length();) {
+    int start = 0;
+    int end = 0;
+    if (Search(text.Data() + place, text.Length() - place, &start, &end, 0) == 0) break;
+    if (start < 0 || end < 1) break;
+    found.Add(new CFoundItem(place + start, place + end, 0));
+    place += end;
+  }
+  return Describe(found);
+}
+
+TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
+  const std::string kBlanks(300, ' ');
+  int items = 0;
+  for (const char* const pattern :
+       {"a", "ab", "[ab]-", "[ab]+", "a[ab]*-", "a.{0,3}b", "[a-c]+ab", "b|aa", "^a", "a$", "-*",
+        "([ab])\\1", "([ab][ab])\\1", "([ab]+)\\1"}) {
+    for (const bool words : {false, true}) {
+      const unsigned long mode = kSearchModeRegularExpression | kSearchCaseSensitive;
+      ASSERT_EQ(Build(pattern, 0, mode | (words ? kSearchMatchWords : 0UL)), nullptr);
+      for (std::uint32_t seed = 1; seed <= 60; ++seed) {
+        SCOPED_TRACE(std::string(pattern) + " seed " + std::to_string(seed));
+        Dice dice(seed);
+        // The next text stands where the last one stood.
+        HeapText text(dice.Bytes(dice.OneIn(2) ? "ab-" : "aab--\n", 1'200) + kBlanks);
+        const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), text.Length(), 0));
+        ASSERT_NE(found, nullptr);
+        ASSERT_EQ(Compile(pattern, 0, words ? 1 : 0), nullptr);
+        ASSERT_EQ(Describe(*found), FoundOneByOne(text));
+        items += found->GetSize();
+      }
+    }
+  }
+  EXPECT_GT(items, 50'000);
 }
 
 TEST_F(LeafTest, FindsNothingInAnyOtherMode) {

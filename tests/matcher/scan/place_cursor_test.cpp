@@ -34,6 +34,8 @@ std::vector<PlaceScan> SomeScans() {
   scans.emplace_back(Probes{{0, SetOf("x")}});
   scans.emplace_back(Probes{{0, SetOf("x")}, {3, SetOf("yY")}});
   scans.emplace_back(Probes{{1, SetOf("xyz")}, {70, ~SetOf("y")}});
+  scans.emplace_back(Probes{{0, SetOf(".y")}, {2, SetOf("xz")}});
+  scans.emplace_back(Probes{{0, SetOf("WY")}});
   scans.push_back(PlaceScan::ForAlternatives(
       {{{0, SetOf("x")}, {1, SetOf("y")}}, {{0, SetOf("Y")}, {1, SetOf(".x")}}}));
   return scans;

@@ -2,7 +2,7 @@
 
 #include "query/query_parser.h"
 #include "query/search/query_search.h"
-#include "query/search_plan.h"
+#include "query/plan/search_plan.h"
 #include "tests/query/search/given_stream.h"
 
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 #include "query/search/string_search.h"
 #include "query/query_parser.h"
 #include "query/search/query_search.h"
-#include "query/search_plan.h"
+#include "query/plan/search_plan.h"
 #include "tests/dice.h"
 #include "tests/query/search/given_stream.h"
 

@@ -1,4 +1,4 @@
-#include "query/plain_pattern.h"
+#include "query/plan/plain_pattern.h"
 
 #include "text/utf8_character.h"
 

@@ -10,17 +10,17 @@
 // it is with the two operands of a distance, for a place is in reach of itself. Where the order counts,
 // it need not be.
 
-#ifndef TROVEX_QUERY_SEARCH_PLAN_H
-#define TROVEX_QUERY_SEARCH_PLAN_H
+#ifndef TROVEX_QUERY_PLAN_SEARCH_PLAN_H
+#define TROVEX_QUERY_PLAN_SEARCH_PLAN_H
 
 #include "matcher/pattern_program.h"
 #include "matcher/scan/place_scan.h"
 #include "phonetic/sound_key.h"
+#include "query/plan/required_strings.h"
+#include "query/plan/spelled_strings.h"
 #include "query/query_options.h"
 #include "query/query_parser.h"
 #include "query/query_tree.h"
-#include "query/required_strings.h"
-#include "query/spelled_strings.h"
 
 #include <cstddef>
 #include <memory>
@@ -75,4 +75,4 @@ std::variant<SearchPlan, QueryFault> MakeSearchPlan(ParsedQuery& query,
 
 }  // namespace trovex
 
-#endif  // TROVEX_QUERY_SEARCH_PLAN_H
+#endif  // TROVEX_QUERY_PLAN_SEARCH_PLAN_H

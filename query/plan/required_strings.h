@@ -8,8 +8,8 @@
 // What others are told is plain ASCII. Other characters are written in several ways: as one byte, as a
 // sequence, as a letter with a combining accent. For a scan, each of these ways is a string of its own.
 
-#ifndef TROVEX_QUERY_REQUIRED_STRINGS_H
-#define TROVEX_QUERY_REQUIRED_STRINGS_H
+#ifndef TROVEX_QUERY_PLAN_REQUIRED_STRINGS_H
+#define TROVEX_QUERY_PLAN_REQUIRED_STRINGS_H
 
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/scan/place_scan.h"
@@ -55,4 +55,4 @@ StringClauses AnyOfClauses(const std::vector<StringClauses>& operands);
 
 }  // namespace trovex
 
-#endif  // TROVEX_QUERY_REQUIRED_STRINGS_H
+#endif  // TROVEX_QUERY_PLAN_REQUIRED_STRINGS_H

@@ -1,4 +1,4 @@
-#include "query/plain_pattern.h"
+#include "query/plan/plain_pattern.h"
 
 #include "query/query_parser.h"
 #include "tests/query/search/given_stream.h"

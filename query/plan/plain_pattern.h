@@ -5,8 +5,8 @@
 // exceptions. A condition on words asks what kind of character stands beside the match. And a letter
 // with a combining mark after it is another letter: texts with such marks have to be decoded.
 
-#ifndef TROVEX_QUERY_PLAIN_PATTERN_H
-#define TROVEX_QUERY_PLAIN_PATTERN_H
+#ifndef TROVEX_QUERY_PLAN_PLAIN_PATTERN_H
+#define TROVEX_QUERY_PLAN_PLAIN_PATTERN_H
 
 #include "matcher/pattern/pattern_syntax.h"
 #include "text/byte_range.h"
@@ -22,4 +22,4 @@ bool MayHoldMarks(TextView text);
 
 }  // namespace trovex
 
-#endif  // TROVEX_QUERY_PLAIN_PATTERN_H
+#endif  // TROVEX_QUERY_PLAN_PLAIN_PATTERN_H

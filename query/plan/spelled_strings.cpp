@@ -1,6 +1,6 @@
-#include "query/spelled_strings.h"
+#include "query/plan/spelled_strings.h"
 
-#include "query/required_strings.h"
+#include "query/plan/required_strings.h"
 #include "text/utf8_character.h"
 
 #include <algorithm>

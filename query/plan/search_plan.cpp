@@ -1,7 +1,7 @@
-#include "query/search_plan.h"
+#include "query/plan/search_plan.h"
 
 #include "matcher/budget.h"
-#include "query/plain_pattern.h"
+#include "query/plan/plain_pattern.h"
 #include "query/tuning.h"
 #include "text/code_page.h"
 

@@ -6,8 +6,8 @@
 // are these characters, unless a combining mark follows that makes another letter of the last one. What a
 // lone byte is, its neighbours decide: where a string fits only with such bytes, somebody has to decode.
 
-#ifndef TROVEX_QUERY_SPELLED_STRINGS_H
-#define TROVEX_QUERY_SPELLED_STRINGS_H
+#ifndef TROVEX_QUERY_PLAN_SPELLED_STRINGS_H
+#define TROVEX_QUERY_PLAN_SPELLED_STRINGS_H
 
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/scan/place_scan.h"
@@ -48,4 +48,4 @@ class SpelledStrings {
 
 }  // namespace trovex
 
-#endif  // TROVEX_QUERY_SPELLED_STRINGS_H
+#endif  // TROVEX_QUERY_PLAN_SPELLED_STRINGS_H

@@ -1,4 +1,4 @@
-#include "query/required_strings.h"
+#include "query/plan/required_strings.h"
 
 #include "query/tuning.h"
 #include "text/char_set.h"

@@ -1,4 +1,4 @@
-#include "query/required_strings.h"
+#include "query/plan/required_strings.h"
 
 #include "query/query_parser.h"
 
