@@ -126,7 +126,7 @@ inline constexpr std::size_t kMaxHeldPositions = std::size_t{1} << 22;
 inline constexpr std::int64_t kWorkAtLeast = 1'000'000'000;
 inline constexpr std::int64_t kWorkPerByte = 2'000;
 /// The part of the former that the first door keeps for patterns with back-references, which may have to try
-/// every two places of a line. Without it, a sentence of 600 bytes would be too much for "(.+).*\1x". The
+/// every two places of a line. Without it, a sentence of 300 bytes would be too much for "(.+).*\1x". The
 /// others need it not: of 1,215 searches made to be slow (tests/matcher/hostile_searches.h, seeds to 1,500, on
 /// 1,000 and on 4,000 bytes), 6 give up with what is left; 12 would with a third of that, and so would
 /// "(a).{0,300}b" with its group on a line of 8,000 bytes.
