@@ -18,8 +18,12 @@ namespace trovex {
 
 namespace {
 
+/// The size of alternatives without repetitions, as they are typed or come out of a file: the words of a
+/// dictionary of 50,000. What is made of them has budgets of its own.
+constexpr double kMaxTypedListSize = 600'000;
+
 /// So many nodes no pattern of legal size has, with all the spellings of its letters.
-constexpr std::size_t kMostNodes = 4 * static_cast<std::size_t>(kMaxListSize);
+constexpr std::size_t kMostNodes = 4 * static_cast<std::size_t>(kMaxTypedListSize);
 
 /// A group that is being read, or the whole pattern.
 struct Level {
@@ -310,7 +314,7 @@ class PatternReader {
 
   void CheckExtent() {
     const SyntaxExtent extent = MeasureExtent(pattern_->tree);
-    const double most = IsList() ? kMaxListSize : kMaxPatternSize;
+    const double most = IsList() ? kMaxTypedListSize : kMaxPatternSize;
     if (extent.size <= most && extent.nesting <= kMaxQueryPatternNesting) return;
     RefuseSize();
   }

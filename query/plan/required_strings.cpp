@@ -289,16 +289,6 @@ class Reader {
   std::unordered_map<int, Knowledge> known_;
 };
 
-/// Whether a byte, or a set that can be written out, has characters beyond ASCII.
-bool HoldsMoreThanAscii(const SyntaxTree& tree) {
-  return std::any_of(tree.nodes.begin(), tree.nodes.end(), [&tree](const SyntaxNode& node) {
-    if (node.kind == SyntaxKind::kByte) return node.value >= 0x80;
-    if (node.kind != SyntaxKind::kSet) return false;
-    const CharSet& set = tree.Set(node);
-    return (set >> 0x80).any() && set.count() <= 2 * kMostOfSet;
-  });
-}
-
 StringClauses Known(const SyntaxTree& tree, bool foldsCase, Spelling spelling) {
   if (tree.nodes.empty()) return {};
   StringClauses clauses = Reader(tree, foldsCase, spelling).Read();
@@ -324,13 +314,21 @@ std::vector<CharSet> SetsOf(const std::string& text, std::size_t length, bool fo
 
 }  // namespace
 
+bool HoldsMoreThanAscii(const SyntaxTree& tree) {
+  return std::any_of(tree.nodes.begin(), tree.nodes.end(), [&tree](const SyntaxNode& node) {
+    if (node.kind == SyntaxKind::kByte) return node.value >= 0x80;
+    if (node.kind != SyntaxKind::kSet) return false;
+    const CharSet& set = tree.Set(node);
+    return (set >> 0x80).any() && set.count() <= 2 * kMostOfSet;
+  });
+}
+
 StringClauses RequiredInMatch(const SyntaxTree& tree, bool foldsCase) {
   return Known(tree, foldsCase, Spelling::kUnknown);
 }
 
 StringClauses SpelledInMatch(const SyntaxTree& tree, bool foldsCase) {
-  const bool differs = HoldsMoreThanAscii(tree);
-  return Known(tree, foldsCase, differs ? Spelling::kEveryWay : Spelling::kUnknown);
+  return Known(tree, foldsCase, Spelling::kEveryWay);
 }
 
 StringClause ExactStrings(const SyntaxTree& tree, bool foldsCase, Spelling spelling) {

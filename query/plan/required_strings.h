@@ -40,6 +40,9 @@ enum class Spelling { kUnknown, kUtf8, kEveryWay };
 /// for is not looked at.
 StringClause ExactStrings(const SyntaxTree& tree, bool foldsCase, Spelling spelling);
 
+/// Whether `tree` has characters beyond ASCII, by themselves or in small sets.
+bool HoldsMoreThanAscii(const SyntaxTree& tree);
+
 /// A scan that finds a place of one of the strings of one of the clauses, the one that promises the
 /// fewest places. Nothing when all of them are common. Of each string, as many bytes are looked at as
 /// the shortest of its clause has, or `least`, if that is more: where a string ends, any byte may stand. A

@@ -124,7 +124,7 @@ class Planner {
     Planned planned;
     planned.stream = Last();
     planned.required = RequiredInMatch(pattern.tree, plan_.foldsCase);
-    MakeScan(stream, pattern.tree);
+    MakeScan(stream, pattern.tree, planned.required);
     planned.cost = stream.scan.has_value() ? kVerdictByScan : kVerdictByPattern;
     stream.isPlain = !options_.wholeWords && IsPlainPattern(pattern.tree);
     const auto [known, isNew] = programs_.try_emplace(Written(pattern.tree));
@@ -134,7 +134,14 @@ class Planner {
     return planned;
   }
 
-  void MakeScan(PlannedStream& stream, const SyntaxTree& tree) {
+  /// `required` is what every match of `tree` holds, of ASCII.
+  void MakeScan(PlannedStream& stream, const SyntaxTree& tree, const StringClauses& required) {
+    // A scan takes so few strings that larger patterns are not worth a look at their letters.
+    constexpr std::size_t kMostNodes = 1000;
+    if (tree.nodes.size() > kMostNodes || !HoldsMoreThanAscii(tree)) {
+      stream.scan = ScanForClauses(required, plan_.foldsCase);
+      return;
+    }
     if (!options_.wholeWords) stream.spelled = SpelledStrings::Of(tree, plan_.foldsCase);
     if (stream.spelled.has_value()) stream.scan = stream.spelled->Scan();
     if (stream.scan.has_value()) return;

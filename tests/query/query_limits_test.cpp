@@ -91,8 +91,8 @@ TEST(QueryLimits, PatternsHaveASize) {
   EXPECT_EQ(Read(Repeated("(", 150) + "a" + Repeated(")+", 150)).number, MessageNumber::kNone);
   EXPECT_EQ(Read("x((a{32767}){32767}){32767}").number, MessageNumber::kExpressionTooLong);
   EXPECT_EQ(Read(Repeated("a|", 29'999) + "a").number, MessageNumber::kNone);
-  EXPECT_EQ(Read(Repeated("a|", 199'999) + "a").number, MessageNumber::kNone);
-  EXPECT_EQ(Read(Repeated("a|", 200'001) + "a").number, MessageNumber::kExpressionTooLong);
+  EXPECT_EQ(Read(Repeated("a|", 299'999) + "a").number, MessageNumber::kNone);
+  EXPECT_EQ(Read(Repeated("a|", 300'001) + "a").number, MessageNumber::kExpressionTooLong);
   EXPECT_EQ(Read(Repeated("a|", 40'000) + "a*").number, MessageNumber::kExpressionTooLong);
   EXPECT_EQ(Read(std::string("a").append(Repeated("{2}", 100))).number,
             MessageNumber::kExpressionTooLong);
