@@ -16,8 +16,8 @@ namespace {
 constexpr int kMaxSteps = 200'000;
 /// A step that is looked at takes about a nanosecond or two.
 constexpr std::uint64_t kStepsPerByte = 1000;
-/// For short matches of large patterns.
-constexpr std::uint64_t kStepsPerMatch = 200'000;
+/// For short matches of large patterns. What all matches of a text take is paid for by whoever asks for them.
+constexpr std::uint64_t kStepsPerMatch = 1'000'000;
 /// How many bytes of a match are one stretch.
 constexpr std::size_t kStretch = std::size_t{1} << 15;
 
