@@ -158,8 +158,9 @@ inline constexpr std::size_t kMaxGroupEntries = 8'000'000;
 inline constexpr int kMaxGroupSteps = 200'000;
 inline constexpr int kMaxReferenceSteps = 100'000;
 /// What telling the groups of a match may take: steps of one to two nanoseconds for each byte, and so many more.
+/// What all matches of a text take is paid for by whoever asks for them.
 inline constexpr std::uint64_t kGroupStepsPerByte = 1'000;
-inline constexpr std::uint64_t kGroupStepsPerMatch = 200'000;
+inline constexpr std::uint64_t kGroupStepsPerMatch = 1'000'000;
 /// Patterns that leave one way open at each place: how many ways and links of their tables they have, and how
 /// many steps are taken to find them. Others are not walked so.
 inline constexpr std::size_t kMaxWays = 1'000;

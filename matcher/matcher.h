@@ -130,6 +130,17 @@ struct MatchResult {
 MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
                            int length, int group, TextNotes* notes = nullptr);
 
+/// The first whole match from `place` on in a text that ends at `end`, where ExecuteMatcher found it together
+/// with the one that ends at `place`, in this text under `notes`; null: it has to be asked for.
+inline const LocatedRange* TakeFoundTogether(PatternWork& work, const char* place, const char* end,
+                                             const TextNotes& notes) {
+  MatchLocator* const locator = work.locator.get();
+  if (locator == nullptr || !notes.IsSearchedWith(locator)) return nullptr;
+  if (work.pattern->lineFilterReading != Reading::kAlike) return nullptr;
+  const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
+  return locator->TakeReady(bytes(place), bytes(end));
+}
+
 /// Whether a scan tells that ExecuteMatcher finds nothing in a text, which it is asked for short ones only.
 bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
                 const char* text, int length);

@@ -135,7 +135,6 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   if (leadingRate > kCommonLead && RateOf(runs) * kAdvantageOfRows < leadingRate)
     filter_ = RunFilter::For(runs);
 }
-}
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
                                    const Byte* end) const {

@@ -66,7 +66,7 @@ class GroupFinder {
 
   /// Writes the ranges of the groups of `match`, a match of the pattern in `text` as a search found it,
   /// to `groups`: that of group g to groups[g - 1], nowhere if it took no part. kGaveUp if the pattern is
-  /// so large that more than about 2 µs a byte of the match would be needed; kNotFound if it was seen that
+  /// so large that more than about 2 µs a byte of the match, and a millisecond or two, would be needed; kNotFound if it was seen that
   /// the pattern does not match that range; the groups mean nothing then.
   SearchOutcome Find(TextView text, const ByteRange& match, std::vector<ByteRange>& groups,
                      Workspace& work) const;

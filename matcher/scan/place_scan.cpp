@@ -267,8 +267,8 @@ bool FindFirstHit(const ScanTables& tables, const Byte* begin, const Byte* end,
   return true;
 }
 
-/// How many of 100,000 bytes belong to the set.
-/// How often one of `bytes` comes in 100,000. What the table has of two encodings is too much for all of them.
+/// How many of 100,000 bytes belong to the set. The table counts in two encodings: what it has of all bytes is
+/// too much.
 int Frequency(const CharSet& bytes) {
   int frequency = 0;
   ForEachByte(RowsOf(bytes),
