@@ -2,12 +2,13 @@
 //
 //     { "contestants": [name, ...], "doors": number of those that are the library's own,
 //       "forms": [ { "name", "rows": [ { "name", "matches", "gigabytes_per_second": {name: number},
-//                                        "ratios": {name: number}, "by_hand" }, ... ],
+//                                        "refused": [name, ...], "ratios": {name: number},
+//                                        "by_hand" }, ... ],
 //                    "geometric_means": {name: number} }, ... ],
-//       "compiling": [ { "name", "microseconds": {name: number} }, ... ],
+//       "compiling": [ { "name", "microseconds": {name: number}, "refused": [name, ...] }, ... ],
 //       "growth": [ { "name", "seconds": {megabytes: number} }, ... ] }
 //
-// What has no number is left out.
+// What has no number is left out; "refused" are those who would not compile the row.
 
 #include "bench/side_by_side/contestants.h"
 #include "bench/side_by_side/results.h"
@@ -31,10 +32,20 @@ Json ByContestant(const Columns& columns) {
   return json;
 }
 
+/// The names of those who refused.
+Json ToJson(const Refusals& refused) {
+  Json json = Json::array();
+  for (std::size_t i = 0; i < refused.size(); ++i) {
+    if (refused[i]) json.push_back(Contestants()[i].name);
+  }
+  return json;
+}
+
 Json ToJson(const RowResult& result) {
   Json json = {{"name", result.row->name}};
   if (result.matches) json["matches"] = *result.matches;
   json["gigabytes_per_second"] = ByContestant(result.rates);
+  json["refused"] = ToJson(result.refused);
   Columns ratios(kDoors);
   for (std::size_t door = 0; door < kDoors; ++door)
     ratios[door] = result.Ratio(door);
@@ -56,7 +67,9 @@ Json ToJson(const FormResult& form) {
 }
 
 Json ToJson(const CompileResult& result) {
-  return {{"name", result.row->name}, {"microseconds", ByContestant(result.microseconds)}};
+  return {{"name", result.row->name},
+          {"microseconds", ByContestant(result.microseconds)},
+          {"refused", ToJson(result.refused)}};
 }
 
 Json ToJson(const GrowthResult& result) {

@@ -16,13 +16,16 @@ namespace trovex::bench {
 
 /// One number for each contestant, in their order; none where one could not, or not in time.
 using Columns = std::vector<std::optional<double>>;
+/// For each contestant, whether it refused to compile the row's search.
+using Refusals = std::vector<bool>;
 
 /// One row searched in one text.
 struct RowResult {
   const Row* row;
-  std::optional<std::int64_t> matches = std::nullopt;
-  bool agree = true;  // all contestants found the same
-  Columns rates;      // GB/s
+  std::optional<std::int64_t> matches = std::nullopt;  // that all read alike
+  bool agree = true;                                   // all contestants found the same
+  Columns rates;                                       // GB/s
+  Refusals refused;
 
   /// The rate of a door of the library in multiples of the best peer's; none without either.
   std::optional<double> Ratio(std::size_t door) const;
@@ -41,6 +44,7 @@ struct FormResult {
 struct CompileResult {
   const Row* row;
   Columns microseconds;
+  Refusals refused;
 };
 
 inline constexpr std::size_t kGrowthMegabytes[] = {1, 4, 16};

@@ -22,8 +22,9 @@ struct Entrant {
   const char* Name() const { return Contestants()[column].name; }
 };
 
-/// Those who can do the row, and in time.
-std::vector<Entrant> Entrants(const Row& row, const Text& text, EngineStock& stock) {
+/// Those who can do the row, and in time. Who refuses it is noted in `refused`.
+std::vector<Entrant> Entrants(const Row& row, const Text& text, EngineStock& stock,
+                              Refusals* refused) {
   std::vector<Entrant> entrants;
   for (std::size_t i = 0; i < Contestants().size(); ++i) {
     const Contestant& contestant = Contestants()[i];
@@ -34,9 +35,19 @@ std::vector<Entrant> Entrants(const Row& row, const Text& text, EngineStock& sto
       if (Guarded(firstRun, kSecondsMax)) entrants.push_back({i, std::move(engine)});
     } catch (const std::exception& e) {
       std::fprintf(stderr, "%s: %s: %s\n", row.name.c_str(), contestant.name, e.what());
+      (*refused)[i] = true;
     }
   }
   return entrants;
+}
+
+/// The matches of a row that all read alike. To query.h umlauts are letters, which belong to words; to
+/// the others they are none. So of whole words, all count those that have no such byte beside them.
+std::vector<Range> ComparedMatches(const Row& row, const Text& text, Engine& engine) {
+  std::vector<Range> matches = text.Matches(engine);
+  if (row.mode != Mode::kWholeWords) return matches;
+  std::erase_if(matches, [&text](const Range& match) { return text.IsBesideHighByte(match); });
+  return matches;
 }
 
 /// Tells where the matches of two contestants part.
@@ -51,14 +62,14 @@ void TellDifference(const Row& row, const char* name, const std::vector<Range>& 
                match.end, other.start, other.end);
 }
 
-/// Counts the matches and holds those of all entrants against those of the first, in which the row is
-/// read as by all.
+/// Counts the compared matches and holds those of all entrants against those of the first; the one that
+/// reads the row otherwise is left out.
 void CheckMatches(const std::vector<Entrant>& entrants, const Text& text, RowResult* result) {
   const Entrant* first = nullptr;
   std::vector<Range> expected;
   for (const Entrant& entrant : entrants) {
     if (entrant.Name() == result->row->readOtherwiseBy) continue;
-    const std::vector<Range> matches = text.Matches(*entrant.engine);
+    const std::vector<Range> matches = ComparedMatches(*result->row, text, *entrant.engine);
     if (first == nullptr) {
       first = &entrant;
       expected = matches;
@@ -83,8 +94,9 @@ std::shared_ptr<Engine> EngineStock::Get(const Row& row, std::size_t column) {
 }
 
 RowResult TrySearching(const Row& row, const Text& text, EngineStock& stock) {
-  RowResult result{.row = &row, .rates = Columns(Contestants().size())};
-  const std::vector<Entrant> entrants = Entrants(row, text, stock);
+  const std::size_t contestants = Contestants().size();
+  RowResult result{.row = &row, .rates = Columns(contestants), .refused = Refusals(contestants)};
+  const std::vector<Entrant> entrants = Entrants(row, text, stock, &result.refused);
   CheckMatches(entrants, text, &result);
 
   std::vector<Work> works(entrants.size());

@@ -1,5 +1,5 @@
 // The results as tables. Rates and times have three digits that say something; "-" stands where there
-// is no number.
+// is no number, "refused" where a contestant would not compile the search.
 
 #include "bench/side_by_side/contestants.h"
 #include "bench/side_by_side/results.h"
@@ -31,6 +31,16 @@ void PrintNumber(std::optional<double> number) {
   std::printf(" %10.*f", decimals, *number);
 }
 
+void PrintColumns(const Columns& columns, const Refusals& refused) {
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (refused[i]) {
+      std::printf(" %10s", "refused");
+    } else {
+      PrintNumber(columns[i]);
+    }
+  }
+}
+
 void PrintContestants() {
   for (const Contestant& contestant : Contestants())
     std::printf(" %10s", contestant.name);
@@ -59,8 +69,7 @@ void PrintRow(const RowResult& result) {
   } else {
     std::printf(" %8s", "-");
   }
-  for (const auto& rate : result.rates)
-    PrintNumber(rate);
+  PrintColumns(result.rates, result.refused);
   for (std::size_t door = 0; door < kDoors; ++door)
     PrintNumber(result.Ratio(door));
   EndLine();
@@ -81,7 +90,7 @@ void PrintFormFoot(const FormResult& form) {
     }
     const auto failed = std::count_if(form.rows.begin(), form.rows.end(),
                                       [door](const RowResult& row) { return row.HasFailed(door); });
-    if (failed != 0) std::printf("%s: %ld searches took too long\n", name, failed);
+    if (failed != 0) std::printf("%s: %ld searches took too long or were refused\n", name, failed);
   }
   EndLine();
 }
@@ -96,8 +105,7 @@ void PrintCompilingHead() {
 void PrintCompiling(const CompileResult& result) {
   PrintName(result.row->name);
   std::printf(" %8s", "");
-  for (const auto& number : result.microseconds)
-    PrintNumber(number);
+  PrintColumns(result.microseconds, result.refused);
   EndLine();
 }
 

@@ -65,4 +65,11 @@ std::vector<Range> Text::Matches(Engine& engine) const {
   return matches;
 }
 
+bool Text::IsBesideHighByte(const Range& match) const {
+  const auto isHigh = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
+  const auto start = static_cast<std::size_t>(match.start);
+  const auto end = static_cast<std::size_t>(match.end);
+  return (start > 0 && isHigh(bytes_[start - 1])) || (end < bytes_.size() && isHigh(bytes_[end]));
+}
+
 }  // namespace trovex::bench

@@ -33,6 +33,8 @@ class Text {
   /// All matches of the text; of short texts the first one of each.
   std::int64_t Count(Engine& engine) const;
   std::vector<Range> Matches(Engine& engine) const;
+  /// Whether a byte that is no ASCII stands directly before or after `match`, which is one of Matches().
+  bool IsBesideHighByte(const Range& match) const;
 
  private:
   std::string title_;

@@ -14,8 +14,7 @@ constexpr std::size_t kLongestTogether = std::size_t{64} * 1024;
 
 }  // namespace
 
-CompiledSearch::CompiledSearch(Query compiled)
-    : query(std::move(compiled)), searcher(query), isLonePattern(query.Parts().size() == 1) {}
+CompiledSearch::CompiledSearch(Query compiled) : query(std::move(compiled)), searcher(query) {}
 
 SearchCache::Found SearchCache::Find(std::string_view expression, std::string_view options) {
   if (Entry* const entry = Lookup(expression, options)) {

@@ -21,8 +21,6 @@ struct CompiledSearch {
 
   Query query;
   Searcher searcher;
-  /// Whether the query is a pattern and nothing else.
-  bool isLonePattern;
 };
 
 /// Why there is no search: one sentence for the person who typed the SQL.

@@ -23,8 +23,9 @@
 namespace trovex::sqlite {
 namespace {
 
-/// The place of the expression among the arguments of every function.
+/// The places of the expression and of the text among the arguments of every function that has them.
 constexpr int kExpression = 0;
+constexpr int kText = 1;
 
 /// What SQLite keeps with a statement for a call whose expression is the same for all rows.
 struct KeptSearch {
@@ -40,11 +41,18 @@ void Fail(sqlite3_context* context, const std::string& sentence) {
 class Call {
  public:
   Call(sqlite3_context* context, int count, sqlite3_value** arguments, int optionsAt)
-      : context_(context), arguments_(arguments), count_(count), optionsAt_(optionsAt) {}
+      : context_(context),
+        kept_(static_cast<const KeptSearch*>(sqlite3_get_auxdata(context, kExpression))),
+        arguments_(arguments),
+        count_(count),
+        optionsAt_(optionsAt) {}
 
-  bool HasNull() const {
-    for (int i = 0; i < count_; ++i) {
-      if (IsNull(arguments_[i])) return true;
+  /// Has to be asked first. An expression for which a search is kept is not NULL.
+  bool HasNull() {
+    for (int i = kept_ == nullptr ? kExpression : kExpression + 1; i < count_; ++i) {
+      const int type = sqlite3_value_type(arguments_[i]);
+      if (type == SQLITE_NULL) return true;
+      if (i == kText) textType_ = type;
     }
     return false;
   }
@@ -53,14 +61,18 @@ class Call {
   sqlite3* Connection() const { return sqlite3_context_db_handle(context_); }
   sqlite3_value* Argument(int number) const { return arguments_[number]; }
   std::string_view Bytes(int number) const { return BytesOf(arguments_[number]); }
+  std::string_view Text() const { return BytesOf(arguments_[kText], textType_); }
 
   /// The compiled expression; null when there is none, which has been answered then. Valid during the
   /// call: it is kept by the statement, or as the latest of the cache.
-  CompiledSearch* Search() {
+  CompiledSearch* Search() const {
     const std::string_view options = optionsAt_ < count_ ? Bytes(optionsAt_) : std::string_view();
-    const auto* const kept =
-        static_cast<const KeptSearch*>(sqlite3_get_auxdata(context_, kExpression));
-    if (kept != nullptr && kept->options == options) return kept->search.get();
+    if (kept_ != nullptr && kept_->options == options) return kept_->search.get();
+    return FindSearch(options);
+  }
+
+ private:
+  CompiledSearch* FindSearch(std::string_view options) const {
     auto& cache = **static_cast<std::shared_ptr<SearchCache>*>(sqlite3_user_data(context_));
     const SearchCache::Found found = cache.Find(Bytes(kExpression), options);
     if (const auto* const refusal = std::get_if<Refusal>(&found)) {
@@ -72,15 +84,16 @@ class Call {
     return search.get();
   }
 
- private:
   /// SQLite drops it at once where the expression can differ from row to row.
-  void Keep(KeptSearch* search) {
+  void Keep(KeptSearch* search) const {
     sqlite3_set_auxdata(context_, kExpression, search,
                         [](void* kept) { delete static_cast<KeptSearch*>(kept); });
   }
 
   sqlite3_context* context_;
+  const KeptSearch* kept_;
   sqlite3_value** arguments_;
+  int textType_ = SQLITE_NULL;
   int count_;
   int optionsAt_;
 };
@@ -91,8 +104,8 @@ template <typename Search>
 bool HasVerdict(const Call& call, CompiledSearch& compiled, std::string_view text, Verdict& verdict,
                 Search&& search) {
   SearchOptions options;
-  InterruptWatch watch(call.Connection());
-  watch.Attach(compiled, text.size(), options);
+  InterruptWatch watch;
+  if (InterruptWatch::IsNeededFor(text.size())) watch.Attach(call.Connection(), options);
   verdict = search(options);
   if (verdict != Verdict::kGaveUp) return true;
   if (watch.WasInterrupted()) {
@@ -103,22 +116,23 @@ bool HasVerdict(const Call& call, CompiledSearch& compiled, std::string_view tex
   return false;
 }
 
-void AnswerMatches(Call call) {
+void AnswerMatches(const Call& call) {
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
-  const std::string_view text = call.Bytes(1);
+  const std::string_view text = call.Text();
   Verdict verdict{};
   const bool isDecided = HasVerdict(call, *compiled, text, verdict, [&](SearchOptions& options) {
+    if (options.interrupt == nullptr) return compiled->searcher.Matches(text);
     options.mostItems = 0;
     return compiled->searcher.Search(text, options);
   });
   if (isDecided) sqlite3_result_int(call.Context(), verdict == Verdict::kYes ? 1 : 0);
 }
 
-void AnswerCount(Call call) {
+void AnswerCount(const Call& call) {
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
-  const std::string_view text = call.Bytes(1);
+  const std::string_view text = call.Text();
   Verdict verdict{};
   sqlite3_int64 count = 0;
   const bool isDecided =
@@ -165,19 +179,19 @@ void AnswerPieces(const Call& call, sqlite3_value* like, Write&& write) {
   }
 }
 
-void AnswerHighlight(Call call) {
+void AnswerHighlight(const Call& call) {
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
-  const std::string_view text = call.Bytes(1);
+  const std::string_view text = call.Text();
   std::vector<Range> items;
   if (!FindItems(call, *compiled, text, items)) return;
   const Marks marks{call.Bytes(2), call.Bytes(3)};
-  AnswerPieces(call, call.Argument(1), [&](auto&& emit) {
+  AnswerPieces(call, call.Argument(kText), [&](auto&& emit) {
     ForEachPiece(text, {0, text.size()}, items, marks, emit);
   });
 }
 
-void AnswerSnippet(Call call) {
+void AnswerSnippet(const Call& call) {
   const sqlite3_int64 words = sqlite3_value_int64(call.Argument(5));
   if (words < 1) {
     Fail(call.Context(), "The number of words of a snippet must be at least 1.");
@@ -185,20 +199,20 @@ void AnswerSnippet(Call call) {
   }
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
-  const std::string_view text = call.Bytes(1);
+  const std::string_view text = call.Text();
   std::vector<Range> items;
   if (!FindItems(call, *compiled, text, items)) return;
   const Marks marks{call.Bytes(2), call.Bytes(3)};
   const std::string_view ellipsis = call.Bytes(4);
   const Snippet snippet = ChooseSnippet(text, items, static_cast<std::size_t>(words));
-  AnswerPieces(call, call.Argument(1), [&](auto&& emit) {
+  AnswerPieces(call, call.Argument(kText), [&](auto&& emit) {
     if (snippet.isCutBefore) emit(ellipsis);
     ForEachPiece(text, snippet.part, items, marks, emit);
     if (snippet.isCutBehind) emit(ellipsis);
   });
 }
 
-void AnswerExplain(Call call) {
+void AnswerExplain(const Call& call) {
   CompiledSearch* const compiled = call.Search();
   if (compiled == nullptr) return;
   const std::string description = compiled->query.Describe();
@@ -210,10 +224,10 @@ void AnswerVersion(sqlite3_context* context, int /*count*/, sqlite3_value** /*ar
   sqlite3_result_text(context, TROVEX_VERSION, -1, SQLITE_STATIC);
 }
 
-template <void (*Answer)(Call), int kOptionsAt>
+template <void (*Answer)(const Call&), int kOptionsAt>
 void Function(sqlite3_context* context, int count, sqlite3_value** arguments) {
   Guarded(context, [&] {
-    const Call call(context, count, arguments, kOptionsAt);
+    Call call(context, count, arguments, kOptionsAt);
     if (!call.HasNull()) Answer(call);
   });
 }

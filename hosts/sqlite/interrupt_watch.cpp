@@ -5,8 +5,6 @@
 namespace trovex::sqlite {
 namespace {
 
-constexpr std::size_t kShortText = 4096;
-
 /// Often enough for a person who waits, and seldom enough to cost nothing.
 constexpr std::chrono::milliseconds kBetweenLooks(2);
 
@@ -17,9 +15,8 @@ constexpr char kSmallStatement[] =
 
 }  // namespace
 
-void InterruptWatch::Attach(const CompiledSearch& search, std::size_t length,
-                            SearchOptions& options) {
-  if (search.isLonePattern && length <= kShortText) return;
+void InterruptWatch::Attach(sqlite3* connection, SearchOptions& options) {
+  connection_ = connection;
   options.interrupt = [](void* self) { return static_cast<InterruptWatch*>(self)->Ask(); };
   options.interruptContext = this;
 }

@@ -8,7 +8,6 @@
 #ifndef TROVEX_HOSTS_SQLITE_INTERRUPT_WATCH_H
 #define TROVEX_HOSTS_SQLITE_INTERRUPT_WATCH_H
 
-#include "hosts/sqlite/compiled_search.h"
 #include "hosts/sqlite/sqlite_api.h"
 
 #include <trovex/query.h>
@@ -21,26 +20,31 @@ namespace trovex::sqlite {
 /// Watches during one search.
 class InterruptWatch {
  public:
-  explicit InterruptWatch(sqlite3* connection) : connection_(connection) {}
+  InterruptWatch() = default;
   ~InterruptWatch() {
     if (small_ != nullptr) sqlite3_finalize(small_);
   }
   InterruptWatch(const InterruptWatch&) = delete;
   InterruptWatch& operator=(const InterruptWatch&) = delete;
 
-  /// Has `options` ask this watch, if there are questions in the search of a text of `length` bytes: a short
-  /// text is searched for a lone pattern in one piece, and faster if nobody is to be asked.
-  void Attach(const CompiledSearch& search, std::size_t length, SearchOptions& options);
+  /// Whether the search of a text of `length` bytes is to be watched. A text that is no longer than a piece
+  /// of others is searched without, and faster: rows of a table are such texts.
+  static bool IsNeededFor(std::size_t length) { return length > kShortText; }
+
+  /// Has `options` ask this watch, which lives as long as they do.
+  void Attach(sqlite3* connection, SearchOptions& options);
 
   bool WasInterrupted() const { return wasInterrupted_; }
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  static constexpr std::size_t kShortText = 4096;
+
   bool Ask();
   bool RunSmallStatement();
 
-  sqlite3* connection_;
+  sqlite3* connection_ = nullptr;
   sqlite3_stmt* small_ = nullptr;
   /// The first question comes when a search begins, and most are over before there is another.
   bool wasAsked_ = false;

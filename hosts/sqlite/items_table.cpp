@@ -1,6 +1,10 @@
 // An eponymous virtual table. SQLite plans with BestIndex, which takes the arguments, and a condition on the
-// tag, and then opens a cursor for the statement. A cursor is given one text after another: it searches each at
-// once, with a searcher that it keeps, and hands out the rows.
+// tag, and then opens a cursor for the statement. A cursor is given one text after another: it searches each with
+// a searcher that it keeps, and hands out the rows.
+//
+// SQLite takes one row after another and may stop, as LIMIT does, while a search hands over its items itself. So
+// a long text is searched for its first items alone. Who takes them all has it searched again from its begin,
+// for many times as many, until the text ends before the items do.
 
 #include "hosts/sqlite/items_table.h"
 
@@ -13,6 +17,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <optional>
 #include <string>
@@ -33,6 +38,11 @@ constexpr char kDeclaration[] =
 
 /// What BestIndex tells a cursor: which values come, in this order.
 enum Plan : int { kWithOptions = 1, kWithTag = 2 };
+
+/// The number of items for which a long text is searched first, and by which it grows each time: what is searched
+/// more than once is mostly a small part.
+constexpr std::size_t kFirstItems = 64;
+constexpr std::size_t kTimesMore = 32;
 
 struct ItemsTable : sqlite3_vtab {
   ItemsTable(sqlite3* owner, std::shared_ptr<SearchCache> shared)
@@ -55,8 +65,9 @@ class Cursor : public sqlite3_vtab_cursor {
   /// Searches the text among `values`; see Plan. Returns SQLITE_OK or an error. Throws std::bad_alloc.
   int Filter(int plan, sqlite3_value** values);
 
-  bool IsAtEnd() const { return item_ == items_.size(); }
-  void Next();
+  bool IsAtEnd() const { return item_ >= items_.size(); }
+  /// Returns SQLITE_OK or an error. Throws std::bad_alloc.
+  int Next();
   void Answer(sqlite3_context* context, int column);
   sqlite3_int64 RowNumber() const { return row_; }
 
@@ -66,8 +77,10 @@ class Cursor : public sqlite3_vtab_cursor {
   void Forget();
   int Compile(std::string_view expression, std::string_view options);
   int Search(std::string_view text);
+  int FindItems(std::string_view text);
+  int FailToGoOn(std::string_view text);
   bool IsWanted() const;
-  void Step();
+  int Step();
   /// Whether the row is that of an item as a whole.
   bool IsItem() const { return tag_ == 0; }
   int TagNumber() const { return IsItem() ? 0 : items_[item_].tags[tag_ - 1].tag; }
@@ -81,7 +94,11 @@ class Cursor : public sqlite3_vtab_cursor {
   std::optional<Searcher> searcher_;
   /// The only tag that is asked for, if it is only one.
   std::optional<sqlite3_int64> onlyTag_;
+  /// The first items of the text, and at most how many were looked for.
   ItemView items_;
+  std::size_t mostItems_ = 0;
+  /// Behind these items the search gave up.
+  bool gaveUp_ = false;
   std::size_t item_ = 0;
   /// 0 for the item as a whole, then its tags one after another, counted from 1.
   std::size_t tag_ = 0;
@@ -118,6 +135,7 @@ int Cursor::Filter(int plan, sqlite3_value** values) {
 
 void Cursor::Forget() {
   items_ = ItemView();
+  gaveUp_ = false;
   item_ = tag_ = 0;
   row_ = 1;
   onlyTag_.reset();
@@ -138,41 +156,57 @@ int Cursor::Compile(std::string_view expression, std::string_view options) {
 }
 
 int Cursor::Search(std::string_view text) {
-  SearchOptions options;
-  options.tags = compiled_->query.TagCount() > 0 && onlyTag_ != 0;
-  InterruptWatch watch(Table().connection);
-  watch.Attach(*compiled_, text.size(), options);
-  if (searcher_->Search(text, options) == Verdict::kGaveUp) {
-    if (watch.WasInterrupted()) return SQLITE_INTERRUPT;
-    return Table().Fail(SentenceForGivingUp(text, searcher_->GaveUpAt()));
-  }
-  const ItemView found = searcher_->Items();
-  if (found.empty()) return SQLITE_OK;
+  mostItems_ = InterruptWatch::IsNeededFor(text.size()) ? kFirstItems : SIZE_MAX;
+  const int status = FindItems(text);
+  if (status != SQLITE_OK || items_.empty()) return status;
   text_ = text;
   counter_ = CharacterCounter(text_);
-  items_ = found;
-  if (!IsWanted()) Step();
-  return SQLITE_OK;
+  return IsWanted() ? SQLITE_OK : Step();
+}
+
+/// The items up to `mostItems_`. An error where the search gives up without any that was not handed out.
+int Cursor::FindItems(std::string_view text) {
+  items_ = ItemView();
+  SearchOptions options;
+  options.tags = compiled_->query.TagCount() > 0 && onlyTag_ != 0;
+  options.mostItems = mostItems_;
+  InterruptWatch watch;
+  if (InterruptWatch::IsNeededFor(text.size())) watch.Attach(Table().connection, options);
+  gaveUp_ = searcher_->Search(text, options) == Verdict::kGaveUp;
+  if (watch.WasInterrupted()) return SQLITE_INTERRUPT;
+  items_ = searcher_->Items();
+  return gaveUp_ && IsAtEnd() ? FailToGoOn(text) : SQLITE_OK;
+}
+
+int Cursor::FailToGoOn(std::string_view text) {
+  return Table().Fail(SentenceForGivingUp(text, searcher_->GaveUpAt()));
 }
 
 bool Cursor::IsWanted() const {
   return !onlyTag_ || *onlyTag_ == TagNumber();
 }
 
-void Cursor::Next() {
+int Cursor::Next() {
   ++row_;
-  Step();
+  return Step();
 }
 
-void Cursor::Step() {
+int Cursor::Step() {
   do {
     if (tag_ < items_[item_].tagCount) {
       ++tag_;
-    } else {
-      ++item_;
-      tag_ = 0;
+      continue;
     }
+    ++item_;
+    tag_ = 0;
+    if (!IsAtEnd()) continue;
+    if (gaveUp_) return FailToGoOn(text_);
+    if (items_.size() < mostItems_) break;
+    mostItems_ *= kTimesMore;
+    const int status = FindItems(text_);
+    if (status != SQLITE_OK) return status;
   } while (!IsAtEnd() && !IsWanted());
+  return SQLITE_OK;
 }
 
 std::size_t Cursor::Begin() const {
@@ -252,11 +286,18 @@ int Guarded(Body&& body) noexcept {
   }
 }
 
+/// Why the table could not be declared. SQLite's parser, which reads the declaration, can be interrupted from another
+/// thread; it tells so in words alone.
+int FailureToDeclare(sqlite3* connection, int status) {
+  const std::string_view told = sqlite3_errmsg(connection);
+  return told == sqlite3_errstr(SQLITE_INTERRUPT) ? SQLITE_INTERRUPT : status;
+}
+
 int Connect(sqlite3* connection, void* data, int /*count*/, const char* const* /*arguments*/,
             sqlite3_vtab** table, char** /*message*/) {
   return Guarded([&] {
     const int status = sqlite3_declare_vtab(connection, kDeclaration);
-    if (status != SQLITE_OK) return status;
+    if (status != SQLITE_OK) return FailureToDeclare(connection, status);
     sqlite3_vtab_config(connection, SQLITE_VTAB_INNOCUOUS);
     *table = new ItemsTable(connection, *static_cast<SharedCache*>(data));
     return SQLITE_OK;
@@ -352,8 +393,7 @@ int Filter(sqlite3_vtab_cursor* cursor, int plan, const char* /*unused*/, int /*
 }
 
 int Next(sqlite3_vtab_cursor* cursor) {
-  At(cursor).Next();
-  return SQLITE_OK;
+  return Guarded([&] { return At(cursor).Next(); });
 }
 
 int IsAtEnd(sqlite3_vtab_cursor* cursor) {

@@ -22,6 +22,9 @@ inline bool IsBlob(sqlite3_value* value) {
 /// asked for it in another form. Throws std::bad_alloc.
 std::string_view BytesOf(sqlite3_value* value);
 
+/// The same where sqlite3_value_type(value) is known: there are millions of rows.
+std::string_view BytesOf(sqlite3_value* value, int type);
+
 /// Calls `body` for a function of SQL. What it throws, which is memory that runs out, becomes an SQL error.
 template <typename Body>
 void Guarded(sqlite3_context* context, Body&& body) noexcept {

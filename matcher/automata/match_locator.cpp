@@ -146,6 +146,16 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   }
 }
 
+bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
+                                   const Byte* end) const {
+  const auto kindAt = [&](const Byte* place) {
+    return place < begin || place == end ? ByteKind::kNewline : graph_->kindOf[*place];
+  };
+  const Neighbours atStart = NeighbourBit(kindAt(start - 1), kindAt(start));
+  const Neighbours atStop = NeighbourBit(kindAt(stop - 1), kindAt(stop));
+  return (graph_->starts[0] & atStart) != 0 && (graph_->ends[graph_->size - 1] & atStop) != 0;
+}
+
 LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end,
                                               LocatedRange& match) const {
   if (string_) {
@@ -274,11 +284,8 @@ bool MatchLocator::FindString(Search& search) {
   const Byte* place = search.place;
   while ((place = string.Find(place, search.end, hits_)) != nullptr) {
     const Byte* const end = place + string.Length();
-    const Neighbours atStart = NeighbourBit(KindBefore(search, place), KindAt(search, place));
-    const Neighbours atEnd = NeighbourBit(graph_.kindOf[end[-1]], KindAt(search, end));
     const bool mayEnd = !search.refusesLineEnd || KindAt(search, end) != ByteKind::kNewline;
-    if (mayEnd && (graph_.starts[0] & atStart) != 0 &&
-        (graph_.ends[graph_.size - 1] & atEnd) != 0) {
+    if (mayEnd && program_.IsStringBetween(place, end, search.begin, search.end)) {
       search.match = {place, end};
       return true;
     }

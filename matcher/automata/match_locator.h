@@ -74,6 +74,16 @@ class LocatorProgram {
   /// Whether the pattern is nothing but one string of sets.
   bool IsString() const { return string_.has_value(); }
 
+  /// The sets of this string.
+  const std::vector<CharSet>& StringSets() const { return graph_->bytes; }
+
+  /// Whether the string, which stands from `start` up to `stop`, is a match there as far as its neighbours
+  /// count, in a text from `begin` to `end`.
+  bool IsStringBetween(const unsigned char* start, const unsigned char* stop,
+                       const unsigned char* begin, const unsigned char* end) const {
+    return isFree_ || HasNeighbours(start, stop, begin, end);
+  }
+
   enum class Answer { kMatch, kNoMatch, kUnknown };
 
   /// A look at a short text from `place` to `end`, before anything is set up for a search: the first match,
@@ -87,6 +97,8 @@ class LocatorProgram {
   Answer LookAtRuns(const unsigned char* place, const unsigned char* end, Next next,
                     LocatedRange& match) const;
 
+  bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
+                     const unsigned char* begin, const unsigned char* end) const;
   bool HasScan() const { return required_.has_value() || leading_.has_value(); }
 
   const std::unique_ptr<const PositionGraph> graph_;

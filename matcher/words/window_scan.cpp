@@ -9,6 +9,8 @@
 #include "matcher/words/window_scan.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #ifdef TROVEX_USE_HIGHWAY
 
@@ -39,6 +41,30 @@ using Words = hn::ScalableTag<std::uint32_t>;
 using Bytes = hn::Repartition<std::uint8_t, Words>;
 using V = hn::Vec<Words>;
 
+constexpr std::size_t kLanes = hn::MaxLanes(Words());
+static_assert(kWindowsAtOnce == 64 && kWindowsAtOnce % kLanes == 0);
+
+/// How the bytes of a text become windows that begin `stride` places apart: the words of four bytes that each
+/// sixteen bytes are made of, and where in these the first four bytes of a window stand, and the next four.
+struct WindowMoves {
+  alignas(64) std::uint32_t words[kLanes] = {};
+  alignas(64) std::uint8_t first[4 * kLanes] = {};
+  alignas(64) std::uint8_t second[4 * kLanes] = {};
+};
+
+constexpr WindowMoves MovesFor(std::size_t stride) {
+  WindowMoves moves;
+  for (std::size_t lane = 0; lane < kLanes; ++lane)
+    moves.words[lane] = static_cast<std::uint32_t>(lane / 4 * stride + lane % 4);
+  for (std::size_t i = 0; i < 4 * kLanes; ++i) {
+    moves.first[i] = static_cast<std::uint8_t>(i % 16 / 4 * stride + i % 4);
+    moves.second[i] = static_cast<std::uint8_t>((moves.first[i] + 4) % 16);
+  }
+  return moves;
+}
+
+constexpr WindowMoves kMoves[] = {MovesFor(1), MovesFor(2), MovesFor(3), MovesFor(4)};
+
 /// Makes windows of the bytes at a place, and looks them up.
 template <bool kIsLong>
 class WindowTest {
@@ -48,21 +74,14 @@ class WindowTest {
         firstMask_(hn::Set(Words(), table.mask.first)),
         secondMask_(hn::Set(Words(), table.mask.second)),
         shift_(table.shift) {
-    HWY_ALIGN std::uint32_t words[kLanes];
-    HWY_ALIGN std::uint8_t bytes[4 * kLanes];
-    for (std::size_t lane = 0; lane < kLanes; ++lane)
-      words[lane] = static_cast<std::uint32_t>(lane / 4 * table.stride + lane % 4);
-    for (std::size_t i = 0; i < 4 * kLanes; ++i)
-      bytes[i] = static_cast<std::uint8_t>(i % 16 / 4 * table.stride + i % 4);
-    words_ = hn::SetTableIndices(Words(), words);
-    first_ = hn::Load(Bytes(), bytes);
-    for (std::uint8_t& byte : bytes)
-      byte = static_cast<std::uint8_t>((byte + 4) % 16);
-    second_ = hn::Load(Bytes(), bytes);
+    const WindowMoves& moves = kMoves[table.stride - 1];
+    words_ = hn::SetTableIndices(Words(), moves.words);
+    first_ = hn::Load(Bytes(), moves.first);
+    second_ = hn::Load(Bytes(), moves.second);
   }
 
   /// A bit for each of the windows from `place` on that the table has.
-  HWY_INLINE hn::Mask<Words> operator()(const std::uint8_t* place) const {
+  HWY_INLINE std::uint64_t operator()(const std::uint8_t* place) const {
     const auto text = hn::BitCast(Words(), hn::LoadU(Bytes(), place));
     const auto block = hn::BitCast(Bytes(), hn::TableLookupLanes(text, words_));
     V hash = hn::Mul(hn::And(hn::BitCast(Words(), hn::TableLookupBytes(block, first_)), firstMask_),
@@ -76,11 +95,21 @@ class WindowTest {
     const hn::RebindToSigned<Words> indices;
     const V bits = hn::GatherIndex(Words(), bits_, hn::BitCast(indices, hn::ShiftRight<5>(hash)));
     const V bit = hn::Shl(hn::Set(Words(), 1), hn::And(hash, hn::Set(Words(), 31)));
-    return hn::TestBit(bits, bit);
+    return BitsOf(hn::TestBit(bits, bit));
   }
 
  private:
-  static constexpr std::size_t kLanes = hn::MaxLanes(Words());
+  static HWY_INLINE std::uint64_t BitsOf(hn::Mask<Words> mask) {
+#if HWY_TARGET <= HWY_AVX3
+    return mask.raw;
+#else
+    std::uint8_t bytes[sizeof(std::uint64_t)] = {};
+    hn::StoreMaskBits(Words(), mask, bytes);
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, bytes, sizeof bits);
+    return bits;
+#endif
+  }
 
   const std::uint32_t* bits_;
   V firstMask_;
@@ -91,40 +120,57 @@ class WindowTest {
   hn::Vec<Bytes> second_;
 };
 
+/// Writes the hits among the windows from number `window` on. Returns where the next one goes.
+HWY_INLINE std::uint32_t* WriteHits(std::uint64_t bits, std::size_t window, std::size_t stride,
+                                    std::uint32_t* hits) {
+  constexpr int kAtOnce = 4;
+  std::uint32_t* const end = hits + std::popcount(bits);
+  // Without a branch for each: what is too much is written over by the next ones.
+  for (; bits != 0; hits += kAtOnce) {
+    for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1) {
+      const std::size_t number = window + (static_cast<std::size_t>(std::countr_zero(bits)) & 63);
+      hits[i] = static_cast<std::uint32_t>(number * stride);
+    }
+  }
+  return end;
+}
+
 template <bool kIsLong>
 std::size_t Find(const WindowTable& table, const unsigned char* first, std::size_t count,
-                 const unsigned char* end, std::uint32_t* hits) {
-  constexpr std::size_t kLanes = hn::MaxLanes(Words());
-  static_assert(kLanes <= kWindowsAtOnce);
+                 const unsigned char* end, std::uint32_t* const hits) {
   const WindowTest<kIsLong> test(table);
-  const auto strides =
-      hn::Mul(hn::Iota(Words(), 0), hn::Set(Words(), static_cast<std::uint32_t>(table.stride)));
+  const std::size_t stride = table.stride;
   const auto textSize = static_cast<std::size_t>(end - first);
-  std::size_t found = 0;
+  // How far apart the windows of one test lie from those of the next, and what all that are written together
+  // read beyond the first of the last test.
+  const std::size_t step = kLanes * stride;
+  const std::size_t reach = (kWindowsAtOnce - kLanes) * stride + 4 * kLanes;
+  std::uint32_t* next = hits;
   std::size_t window = 0;
-  std::size_t place = 0;
-  const auto keep = [&](hn::Mask<Words> has) {
-    const V places = hn::Add(strides, hn::Set(Words(), static_cast<std::uint32_t>(place)));
-    found += hn::CompressBlendedStore(places, has, Words(), hits + found);
-  };
-  for (; window + kLanes <= count && textSize - place >= 4 * kLanes; window += kLanes) {
-    const auto has = test(first + place);
-    if (!hn::AllFalse(Words(), has)) keep(has);
-    place += kLanes * table.stride;
+  for (; window + kWindowsAtOnce <= count && textSize >= window * stride + reach;
+       window += kWindowsAtOnce) {
+    const unsigned char* place = first + window * stride;
+    std::uint64_t bits = 0;
+    for (std::size_t lane = 0; lane < kWindowsAtOnce; lane += kLanes, place += step)
+      bits |= test(place) << lane;
+    next = WriteHits(bits, window, stride, next);
   }
-  if (window >= count || place >= textSize) return found;
-  // The rest, from a copy with zeros behind it.
-  HWY_ALIGN std::uint8_t rest[12 * kLanes] = {};
-  const std::size_t restBegin = place;
-  const std::size_t bytes = std::min(textSize - place, 8 * kLanes);
-  std::memcpy(rest, first + place, bytes);
-  for (; window < count && place - restBegin < bytes; window += kLanes) {
-    const std::size_t begun = (bytes - (place - restBegin) + table.stride - 1) / table.stride;
-    const std::size_t lanes = std::min({count - window, begun, kLanes});
-    keep(hn::And(test(rest + (place - restBegin)), hn::FirstN(Words(), lanes)));
-    place += kLanes * table.stride;
+  for (; window + kLanes <= count && textSize >= window * stride + 4 * kLanes; window += kLanes)
+    next = WriteHits(test(first + window * stride), window, stride, next);
+  const std::size_t restBegin = window * stride;
+  if (window < count && restBegin < textSize) {
+    // The rest, from a copy with zeros behind it.
+    HWY_ALIGN std::uint8_t rest[12 * kLanes] = {};
+    const std::size_t bytes = std::min(textSize - restBegin, 8 * kLanes);
+    std::memcpy(rest, first + restBegin, bytes);
+    for (std::size_t at = 0; window < count && at < bytes; window += kLanes, at += step) {
+      const std::size_t begun = (bytes - at + stride - 1) / stride;
+      const std::size_t lanes = std::min({count - window, begun, kLanes});
+      const std::uint64_t bits = test(rest + at) & ((std::uint64_t{1} << lanes) - 1);
+      next = WriteHits(bits, window, stride, next);
+    }
   }
-  return found;
+  return static_cast<std::size_t>(next - hits);
 }
 
 FindWindows Choose(const WindowTable& table) {

@@ -105,21 +105,44 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
     return RunAlone(text, options.mostItems, visit, visitContext);
-  if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
+  std::size_t passed = 0;
+  if (asItIs && !isAlone && !options.tags && Strings() != nullptr &&
+      (options.encoding == Encoding::kLatin1 || IsPlainAscii(text))) {
+    using Answer = StringSearch::Answer;
+    const StringSearch::Result result = strings_->Run(text, options.mostItems, visit, visitContext);
+    if (result.answer != Answer::kTooDense)
+      return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
+    passed = result.visited;
+  } else if (asItIs && text.size() <= kLookedAt && plan_.streams.size() <= kFewStreams) {
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
+  return RunStreams(passed, options.mostItems, visit, visitContext);
+}
+
+/// Has the streams, which have begun with a text, find its items. The first `passed` are known already.
+Verdict QuerySearch::RunStreams(std::size_t passed, std::size_t mostItems, Visit visit,
+                                void* visitContext) {
   ItemStream& query = *streams_.back();
   std::size_t items = 0;
-  for (; items < options.mostItems; ++items) {
+  for (; items < mostItems; ++items) {
     if (query.Head() == nullptr || context_.gaveUp) break;
-    if (!Deliver(query.Take(), visit, visitContext)) return Verdict::kYes;
+    if (items < passed)
+      query.Skip();
+    else if (!Deliver(query.Take(), visit, visitContext))
+      return Verdict::kYes;
   }
   if (context_.gaveUp) return Verdict::kGaveUp;
   if (items > 0) return Verdict::kYes;
   const bool isSatisfied = query.IsSatisfied();
   if (context_.gaveUp) return Verdict::kGaveUp;
   return isSatisfied ? Verdict::kYes : Verdict::kNo;
+}
+
+/// Making the tables takes some microseconds, which a search that wants tags has no use for.
+StringSearch* QuerySearch::Strings() {
+  if (!std::exchange(knowsStrings_, true)) strings_ = StringSearch::Make(plan_, patterns_);
+  return strings_.get();
 }
 
 /// Whether the patterns can be looked for in the bytes of `text`. Rows of a table are such texts: what

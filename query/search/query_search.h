@@ -7,6 +7,7 @@
 #include "matcher/pattern_search.h"
 #include "query/search/item_stream.h"
 #include "query/search/search_context.h"
+#include "query/search/string_search.h"
 #include "query/search_plan.h"
 #include "text/byte_range.h"
 
@@ -42,6 +43,8 @@ class QuerySearch {
   void MakeStream(const PlannedStream& planned);
   bool MaySearchAsItIs(TextView text, Encoding encoding) const;
   bool MayBeSatisfied(std::size_t stream, TextView text);
+  StringSearch* Strings();
+  Verdict RunStreams(std::size_t passed, std::size_t mostItems, Visit visit, void* visitContext);
   Verdict RunAlone(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
   Verdict RunForOne(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
@@ -54,6 +57,9 @@ class QuerySearch {
   std::vector<StoredStream*> stored_;
   /// The patterns' own searches, by stream; null for other streams.
   std::vector<PatternSearch*> patterns_;
+  /// The search for the query as one of strings, made when it is first wanted; null if it is no such query.
+  std::unique_ptr<StringSearch> strings_;
+  bool knowsStrings_ = false;
   /// Whether all patterns can be looked for in the bytes of UTF-8.
   bool arePlain_ = true;
 };

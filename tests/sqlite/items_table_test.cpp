@@ -171,6 +171,59 @@ TEST_F(Items, AFaultIsAnErrorThatTellsThePlace) {
   EXPECT_EQ(Rows("SELECT * FROM trovex_items('a', 'a')"), "1|2|0|a|1\n");
 }
 
+TEST_F(Items, AreAllThereHoweverManyThereAre) {
+  for (const int count : {63, 64, 65, 2047, 2048, 2049, 70'000}) {
+    std::string text;
+    for (int i = 0; i < count; ++i)
+      text += i % 2 == 0
+                  ? "\xC3\xBC(Haus), eine lange Zeile, in der sonst nichts ist, und noch etwas\n"
+                  : "Hof\n";
+    const std::string number = std::to_string(count);
+    const std::string houses = std::to_string((count + 1) / 2);
+    EXPECT_EQ(Rows("SELECT count(*), max(item), count(DISTINCT start), sum(text = 'Haus' AND start "
+                   "% 71 = 3)"
+                   " FROM trovex_items('Haus|Hof', ?1)",
+                   {text}),
+              number + '|' + number + '|' + number + '|' + houses + '\n');
+    EXPECT_EQ(Rows("SELECT count(*) FROM trovex_items('(Haus)|(Hof)', ?)", {text}),
+              std::to_string(2 * count) + '\n');
+    EXPECT_EQ(Rows("SELECT count(*), min(text), max(text) FROM trovex_items('(Haus)|(Hof)', ?)"
+                   " WHERE tag = 1",
+                   {text}),
+              houses + "|Haus|Haus\n");
+  }
+}
+
+/// A text of `count` lines with an item each, and one behind them where the search gives up.
+std::string TextThatEndsBadly(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i)
+    text += "Haus\n";
+  for (int i = 0; i < 3000; ++i)
+    text += "ab";
+  return text + 'x' + text.substr(text.rfind('\n') + 1);
+}
+
+TEST_F(Items, AreLookedForNoFurtherThanTheyAreTaken) {
+  // The whole text takes more than a search may, so that it has not been searched where nothing is said.
+  const std::string text = TextThatEndsBadly(3000);
+  const std::string from = " FROM trovex_items('Haus|(.*)(.*)x\\2\\1', ?) ";
+  EXPECT_EQ(Rows("SELECT start" + from + "LIMIT 2", {text}), "1\n6\n");
+  EXPECT_EQ(Rows("SELECT item" + from + "WHERE tag = 0 LIMIT 1 OFFSET 999", {text}), "1000\n");
+  EXPECT_EQ(Rows("SELECT EXISTS (SELECT 1" + from + ")", {text}), "1\n");
+}
+
+TEST_F(Items, ComeBeforeTheErrorOfASearchThatGivesUp) {
+  for (const int count : {0, 100}) {
+    const Result result = database_.Run("SELECT text FROM trovex_items('Haus|(.*)(.*)x\\2\\1', ?)",
+                                        {TextThatEndsBadly(count)});
+    EXPECT_EQ(result.status, SQLITE_ERROR);
+    EXPECT_EQ(result.message, "The search gave up at character " + std::to_string(5 * count + 1) +
+                                  " of the text: this expression takes too long there.");
+    EXPECT_EQ(result.rows.size(), static_cast<std::size_t>(count));
+  }
+}
+
 TEST_F(Items, CannotBeChangedNorMadeAgain) {
   EXPECT_NE(database_.Run("INSERT INTO trovex_items(start) VALUES (1)").status, SQLITE_DONE);
   EXPECT_NE(database_.Run("CREATE VIRTUAL TABLE mine USING trovex_items").status, SQLITE_DONE);

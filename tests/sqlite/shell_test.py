@@ -19,7 +19,7 @@ def shell(*lines):
     """What the shell prints for these lines, the extension loaded before."""
     done = subprocess.run(
         ["sqlite3", "-batch", ":memory:"], input="\n".join((f".load '{EXTENSION}'",) + lines) + "\n",
-        capture_output=True, text=True, encoding="utf-8", timeout=60)
+        capture_output=True, text=True, encoding="utf-8")
     return done.stdout + done.stderr
 
 
@@ -78,25 +78,32 @@ class Python(unittest.TestCase):
     def test_interrupt_ends_a_search(self):
         connection = self.connect(check_same_thread=False)
         text = "Zeile mit aller Art von Text\n" * 2_000_000
-        is_over = threading.Event()
+        is_searching, is_sent = threading.Event(), threading.Event()
+
+        def wait():
+            """In the middle of the search, which asks whether it is to go on."""
+            is_searching.set()
+            is_sent.wait()
+            return 0
 
         def interrupt():
-            # Before the statement begins, an interrupt has no effect.
-            while not is_over.wait(0.02):
-                connection.interrupt()
+            is_searching.wait()
+            connection.interrupt()
+            is_sent.set()
 
+        connection.set_progress_handler(wait, 1000)
         other = threading.Thread(target=interrupt)
         other.start()
         try:
             with self.assertRaisesRegex(sqlite3.OperationalError, "interrupted"):
                 connection.execute("SELECT trovex_count('([a-z]+) \\1 \\1x', ?)", (text,)).fetchone()
         finally:
-            is_over.set()
+            is_searching.set()
             other.join()
 
     def test_a_progress_handler_ends_a_search(self):
         connection = self.connect()
-        connection.set_progress_handler(lambda: 1, 10_000)
+        connection.set_progress_handler(lambda: 1, 1000)
         with self.assertRaisesRegex(sqlite3.OperationalError, "interrupted"):
             connection.execute("SELECT trovex_count('([a-z]+) \\1 \\1x', ?)",
                                ("Zeile mit aller Art von Text\n" * 2_000_000,)).fetchone()

@@ -7,7 +7,10 @@ import signal
 import sys
 import threading
 import time
-from typing import Callable
+from collections.abc import Iterator
+from contextlib import contextmanager
+from functools import partial
+from typing import Any, Callable
 
 import pytest
 
@@ -59,66 +62,83 @@ def test_an_iterator_may_be_shared() -> None:
     assert sum(counts) == 20_000
 
 
+@contextmanager
+def no_switches() -> Iterator[None]:
+    """Who does not release the interpreter keeps it, but for the interpreter that has no lock."""
+    interval = sys.getswitchinterval()
+    sys.setswitchinterval(100)
+    try:
+        yield
+    finally:
+        sys.setswitchinterval(interval)
+
+
 def test_other_threads_run_while_a_long_text_is_searched() -> None:
     query = trovex.compile("[a-z]+ [a-z]+ Gras")
     steps = 0
-    searching = threading.Event()
     done = threading.Event()
 
-    def search() -> None:
-        searching.set()
-        for _ in range(3):
-            query.count(LONG)
-        done.set()
-
-    interval = sys.getswitchinterval()
-    sys.setswitchinterval(100)  # who does not release the interpreter keeps it
-    try:
-        thread = threading.Thread(target=search)
-        thread.start()
-        searching.wait()
+    def step() -> None:
+        nonlocal steps
         while not done.is_set():
             steps += 1
             time.sleep(0.001)
-        thread.join()
-    finally:
-        sys.setswitchinterval(interval)
-    assert steps > 5
+
+    def was_joined_by_others() -> bool:
+        before = steps
+        query.count(LONG)
+        return steps > before
+
+    with no_switches():
+        thread = threading.Thread(target=step)
+        thread.start()
+        try:
+            # A busy machine may let one search pass, or some, without a turn for the other thread.
+            assert any(was_joined_by_others() for _ in range(1000))
+        finally:
+            done.set()
+            thread.join()
 
 
-def interrupted_after(call: Callable[[], object]) -> float:
-    """How long after Ctrl-C `call` ended with KeyboardInterrupt."""
-    sent = 0.0
+def is_ended_by_ctrl_c(search: Callable[[Any], object], text: object) -> bool:
+    """Whether Ctrl-C, pressed in the middle of search(text), ends it. A search may be over before it is pressed; then
+    it is done again."""
 
     def press() -> None:
-        nonlocal sent
-        sent = time.perf_counter()
+        searching.wait()
         os.kill(os.getpid(), signal.SIGINT)
 
     before = signal.signal(signal.SIGINT, signal.default_int_handler)
-    timer = threading.Timer(0.2, press)
-    timer.start()
     try:
-        with pytest.raises(KeyboardInterrupt):
-            deadline = time.perf_counter() + 20
-            while time.perf_counter() < deadline:
-                call()
-        return time.perf_counter() - sent
+        for _ in range(100):
+            searching = threading.Event()
+            thread = threading.Thread(target=press)
+            finished: list[object] = []
+            with no_switches():
+                thread.start()
+                try:
+                    # The other thread has its turn when the search releases the interpreter. Where the search
+                    # goes on to its end, extend() has the result before the interpreter looks at signals.
+                    searching.set()
+                    finished.extend(map(search, [text]))
+                    thread.join()
+                except KeyboardInterrupt:
+                    if not finished:
+                        return True
+            thread.join()
+        return False
     finally:
-        timer.join()
         signal.signal(signal.SIGINT, before)
 
 
 def test_ctrl_c_ends_a_long_search() -> None:
     query = trovex.compile("[a-z]+ &>3 Gras & [A-Z].*[a-z] &5w Garten")
-    text = LONG * 5
-    assert interrupted_after(lambda: query.count(text)) < 1.0
+    assert is_ended_by_ctrl_c(query.count, LONG * 5)
 
 
 def test_ctrl_c_ends_a_search_of_one_long_line() -> None:
-    text = LONG.replace("\n", " ") * 5
     query = trovex.compile("[a-z]+")
-    assert interrupted_after(lambda: query.count(text)) < 1.0
+    assert is_ended_by_ctrl_c(query.count, LONG.replace("\n", " ") * 5)
 
 
 @pytest.mark.parametrize("threads", [1, 3])
@@ -126,7 +146,7 @@ def test_ctrl_c_ends_the_search_of_a_column(threads: int) -> None:
     pa = pytest.importorskip("pyarrow")
     column = pa.array([WORDS * 50] * 10_000)
     query = trovex.compile("[a-z]+ &>3 Gras & [A-Z].*[a-z] &5w Garten")
-    assert interrupted_after(lambda: query.items_column(column, threads=threads)) < 1.0
+    assert is_ended_by_ctrl_c(partial(query.items_column, threads=threads), column)
     assert query.matches(WORDS)
 
 
@@ -141,7 +161,7 @@ def test_a_handler_that_raises_is_heard() -> None:
     try:
         signal.setitimer(signal.ITIMER_REAL, 0.2)
         with pytest.raises(Enough):
-            for _ in range(1000):
+            while True:
                 trovex.compile("[a-z]+ &>3 Gras").count(LONG)
     finally:
         signal.setitimer(signal.ITIMER_REAL, 0)
@@ -159,9 +179,10 @@ def test_a_handler_that_returns_disturbs_nothing() -> None:
     before = signal.signal(signal.SIGALRM, handler)
     try:
         signal.setitimer(signal.ITIMER_REAL, 0.02, 0.02)
-        for _ in range(5):
+        rounds = 0
+        while rounds < 5 or calls == 0:
             assert query.count(LONG) == 400_000
+            rounds += 1
     finally:
         signal.setitimer(signal.ITIMER_REAL, 0)
         signal.signal(signal.SIGALRM, before)
-    assert calls > 0

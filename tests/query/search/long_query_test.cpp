@@ -46,6 +46,8 @@ Outcome Search(const std::string& expression, const std::string& text, bool tags
   QuerySearch search(plan);
   SearchOptions options;
   options.tags = tags;
+  // Who may be interrupted is searched for by the streams, strings too.
+  options.interrupt = [](void*) { return false; };
   Outcome outcome;
   const auto count = [](void* counted, const Item& item) {
     auto& result = *static_cast<Outcome*>(counted);

@@ -1,0 +1,200 @@
+// Queries of strings, searched for all strings at once, against the streams: these search for whoever may
+// interrupt them, and are held against a reference of their own.
+
+#include "query/search/string_search.h"
+#include "query/query_parser.h"
+#include "query/search/query_search.h"
+#include "query/search_plan.h"
+#include "tests/dice.h"
+#include "tests/query/search/given_stream.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace {
+
+using namespace trovex;
+using trovex::testing::Dice;
+
+using Ranges = std::vector<std::pair<std::size_t, std::size_t>>;
+
+struct Outcome {
+  Verdict verdict = Verdict::kNo;
+  Ranges items;
+  bool operator==(const Outcome&) const = default;
+};
+
+/// Latin-1, the bytes as they are.
+constexpr QueryOptions kOptions = {.encoding = ExpressionEncoding::kLatin1, .caseSensitive = true};
+
+class Searched {
+ public:
+  explicit Searched(const std::string& expression, const QueryOptions& options = kOptions) {
+    auto query = std::get<ParsedQuery>(ParseQuery(expression, options));
+    plan_ = std::make_unique<SearchPlan>(std::get<SearchPlan>(MakeSearchPlan(query, options)));
+    search_ = std::make_unique<QuerySearch>(*plan_);
+  }
+
+  /// Of strings alone; or of streams.
+  bool IsOfStrings() const {
+    std::vector<std::unique_ptr<PatternSearch>> searches;
+    std::vector<PatternSearch*> patterns;
+    for (const PlannedStream& stream : plan_->streams) {
+      if (stream.program != nullptr)
+        searches.push_back(std::make_unique<PatternSearch>(*stream.program));
+      patterns.push_back(stream.program != nullptr ? searches.back().get() : nullptr);
+    }
+    return StringSearch::Make(*plan_, patterns) != nullptr;
+  }
+
+  Outcome AsStrings(std::string_view text, std::size_t most = SIZE_MAX) const {
+    return Run(text, most, nullptr);
+  }
+  Outcome AsStreams(std::string_view text, std::size_t most = SIZE_MAX) const {
+    return Run(text, most, [](void*) { return false; });
+  }
+
+ private:
+  Outcome Run(std::string_view text, std::size_t most, bool (*interrupt)(void*)) const {
+    SearchOptions options;
+    options.encoding = Encoding::kLatin1;
+    options.mostItems = most;
+    options.interrupt = interrupt;
+    Outcome outcome;
+    const auto keep = [](void* items, const Item& item) {
+      static_cast<Ranges*>(items)->emplace_back(item.begin, item.end);
+      return true;
+    };
+    const std::vector<char> heap(text.begin(), text.end());
+    outcome.verdict = search_->Run(trovex::testing::ViewOf({heap.data(), heap.size()}), options,
+                                   keep, &outcome.items);
+    return outcome;
+  }
+
+  std::unique_ptr<SearchPlan> plan_;
+  std::unique_ptr<QuerySearch> search_;
+};
+
+/// Calls `visit` with all texts of up to `longest` of these bytes.
+template <typename Visit>
+void ForEachText(std::string_view bytes, std::size_t longest, const Visit& visit) {
+  std::vector<std::string> texts = {""};
+  for (std::size_t length = 0;; ++length) {
+    std::vector<std::string> longer;
+    for (const std::string& text : texts) {
+      visit(text);
+      if (length == longest) continue;
+      for (const char c : bytes)
+        longer.push_back(text + c);
+    }
+    if (longer.empty()) return;
+    texts = std::move(longer);
+  }
+}
+
+TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
+  for (const bool words : {false, true}) {
+    QueryOptions options = kOptions;
+    options.wholeWords = words;
+    for (const char* const expression :
+         {"a & b",        "a & ab",         "ab & ba & a", "aa & a",        "a & !b",
+          "a & !ab & b",  "!b & aba",       "a & [ab]",    "a &0 b",        "a &1 b",
+          "b &2 a",       "a &0 ab",        "a &1 !b",     "!ab &1 a",      "a &1 b &2 ab",
+          "a &1 !b &1 a", "(a &1 b) &1 ba", "a &1 aa",     "aa &0 a &1 ba", "^a & b",
+          "a$ &1 b",      "\\<a &2 b"}) {
+      const Searched searched(expression, options);
+      ASSERT_TRUE(searched.IsOfStrings()) << expression;
+      ForEachText("ab \n", 6, [&](const std::string& text) {
+        ASSERT_EQ(searched.AsStrings(text), searched.AsStreams(text))
+            << expression << (words ? ", words, in " : " in ") << ::testing::PrintToString(text);
+      });
+    }
+  }
+}
+
+TEST(StringSearch, IsForStringsAlone) {
+  for (const char* const expression :
+       {"a & b*", "a & (b|cd)", "a &>3 b", "a &3w b", "a &> b", "!a & !b", "a & (b &3 c)",
+        "a &3 (b & c)", "a & ~Meier", "a & (b)\\1", "a"}) {
+    EXPECT_FALSE(Searched(expression).IsOfStrings()) << expression;
+  }
+  EXPECT_TRUE(Searched("a & b & c & d & e & f & g & h & !i").IsOfStrings());
+  EXPECT_FALSE(Searched("a & b & c & d & e & f & g & h & i").IsOfStrings());
+}
+
+std::string RandomString(Dice& dice) {
+  static const std::vector<std::string> kPieces = {"a", "b", "c",    "ab",   "ba", "\xE4",
+                                                   "A", "x", "[ab]", "[^b]", "xy", "[0-9]"};
+  std::string string = dice.OneOf(kPieces);
+  for (int more = dice.Between(0, 9); more > 0; --more)
+    string += dice.OneOf(kPieces);
+  return string;
+}
+
+std::string RandomExpression(Dice& dice) {
+  const bool isNear = dice.OneIn(2);
+  std::string expression = RandomString(dice);
+  for (int more = dice.Between(1, 5); more > 0; --more) {
+    expression += isNear ? " &" + std::to_string(dice.OneIn(2) ? dice.Between(0, 12) : 300) : " &";
+    expression += (more == 1 || !isNear) && dice.OneIn(4) ? " !" : " ";
+    expression += dice.OneIn(2) ? dice.OneOf(std::vector<std::string>{"a", "b", "x", "ab", "ac"})
+                                : RandomString(dice);
+  }
+  return expression;
+}
+
+std::string RandomText(Dice& dice) {
+  static const std::vector<std::string> kBytes = {"a", "b", "a",    "b", "c", "x",
+                                                  "y", "A", "\xE4", " ", "7"};
+  std::string text;
+  const int size = dice.OneIn(8) ? dice.Between(0, 30'000) : dice.Between(0, 300);
+  const int gap = dice.OneIn(2) ? 60 : 2;
+  while (static_cast<int>(text.size()) < size) {
+    if (dice.OneIn(gap)) text += std::string(static_cast<std::size_t>(dice.Between(0, 500)), '-');
+    text += dice.OneIn(30) ? "\n" : dice.OneOf(kBytes);
+  }
+  return text;
+}
+
+TEST(StringSearch, FindsWhatStreamsFindInRandomTexts) {
+  for (std::uint32_t seed = 1; seed <= 1500; ++seed) {
+    Dice dice(seed);
+    QueryOptions options = kOptions;
+    options.wholeWords = dice.OneIn(5);
+    options.caseSensitive = dice.OneIn(2);
+    const std::string expression = RandomExpression(dice);
+    const Searched searched(expression, options);
+    for (int texts = 0; texts < 4; ++texts) {
+      const std::string text = RandomText(dice);
+      const Outcome expected = searched.AsStreams(text);
+      ASSERT_EQ(searched.AsStrings(text), expected) << "seed " << seed << ": " << expression;
+      const auto most = static_cast<std::size_t>(dice.Between(0, 5));
+      Outcome fewer = expected;
+      fewer.items.resize(std::min(most, expected.items.size()));
+      ASSERT_EQ(searched.AsStrings(text, most), fewer) << "seed " << seed << ": " << expression;
+    }
+  }
+}
+
+TEST(StringSearch, LeavesToStreamsWhatLiesTooCloseTogether) {
+  // Two clusters that are decided, one of more places than are kept, and what is behind it.
+  std::string text = "a b" + std::string(100, '-') + "b a" + std::string(100, '-');
+  for (int i = 0; i < 6000; ++i)
+    text += "a b ";
+  text += std::string(100, '-') + "a b";
+  for (const char* const expression : {"a &5 b", "a &5 b &7 !x", "b &3 a &90 b"}) {
+    const Searched searched(expression);
+    ASSERT_TRUE(searched.IsOfStrings());
+    for (const std::size_t most : {std::size_t{0}, std::size_t{3}, std::size_t{5000}, SIZE_MAX})
+      EXPECT_EQ(searched.AsStrings(text, most), searched.AsStreams(text, most)) << expression;
+  }
+}
+
+}  // namespace
