@@ -267,13 +267,15 @@ bool FindFirstHit(const ScanTables& tables, const Byte* begin, const Byte* end,
   return true;
 }
 
-/// How many of 100,000 bytes belong to the set. The table counts in two encodings: what it has of all bytes is
+constexpr int kBytesCounted = 100'000;
+
+/// How many of so many bytes belong to the set. The table counts in two encodings: what it has of all bytes is
 /// too much.
 int Frequency(const CharSet& bytes) {
   int frequency = 0;
   ForEachByte(RowsOf(bytes),
               [&](std::size_t h, std::size_t l) { frequency += kByteFrequency[16 * h + l]; });
-  return std::min(frequency, static_cast<int>(kBytesCounted));
+  return std::min(frequency, kBytesCounted);
 }
 
 /// Whether it pays to look for the first probe's byte alone.
@@ -286,8 +288,6 @@ bool IsLedByByte(const ScanTables& tables) {
 }
 
 // Choosing.
-
-constexpr double kBytesCounted = 100000;
 
 /// The choice of the offsets of a few alternatives.
 class Chooser {
