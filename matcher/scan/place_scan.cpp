@@ -267,7 +267,7 @@ bool FindFirstHit(const ScanTables& tables, const Byte* begin, const Byte* end,
   return true;
 }
 
-constexpr int kBytesCounted = 100'000;
+constexpr double kBytesCounted = 100'000;
 
 /// How many of so many bytes belong to the set. The table counts in two encodings: what it has of all bytes is
 /// too much.
@@ -275,7 +275,7 @@ int Frequency(const CharSet& bytes) {
   int frequency = 0;
   ForEachByte(RowsOf(bytes),
               [&](std::size_t h, std::size_t l) { frequency += kByteFrequency[16 * h + l]; });
-  return std::min(frequency, kBytesCounted);
+  return std::min(frequency, static_cast<int>(kBytesCounted));
 }
 
 /// Whether it pays to look for the first probe's byte alone.
