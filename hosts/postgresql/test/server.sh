@@ -78,7 +78,7 @@ cat >"$scratch/no_memory.sql" <<'SQL'
 SELECT trovex_count('warm', 'w') AS warm, pg_backend_pid() AS pid \gset
 \setenv PID :pid
 \! prlimit --pid $PID --as=$(($(awk '/^VmSize/ { print $2 * 1024 }' /proc/$PID/status) + $ROOM * 1000000))
-SELECT line @~ '[Ä]bc &20 Haus' FROM large_text;
+SELECT line @~ '[Ä-Ü][a-z] &20 [0-9]' FROM large_text;
 SELECT length(trovex_highlight(line, 'klm')) FROM large_text;
 SELECT trovex_count('Haus', 'Haus');
 SQL
