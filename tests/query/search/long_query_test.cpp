@@ -1,8 +1,8 @@
 // Long queries over texts where everything is found everywhere: what they spend is counted, not timed.
 
+#include "query/plan/search_plan.h"
 #include "query/query_parser.h"
 #include "query/search/query_search.h"
-#include "query/plan/search_plan.h"
 #include "tests/query/search/given_stream.h"
 
 #include <gtest/gtest.h>

@@ -2,9 +2,9 @@
 // interrupt them, and are held against a reference of their own.
 
 #include "query/search/string_search.h"
+#include "query/plan/search_plan.h"
 #include "query/query_parser.h"
 #include "query/search/query_search.h"
-#include "query/plan/search_plan.h"
 #include "tests/dice.h"
 #include "tests/query/search/given_stream.h"
 
