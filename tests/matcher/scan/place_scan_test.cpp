@@ -3,6 +3,7 @@
 #include "tests/dice.h"
 #include "tests/heap_text.h"
 #include "tests/host/guarded_text.h"
+#include "tests/matcher/scan/byte_blocks.h"
 #include "tests/matcher/scan/scan_roads.h"
 #include "tests/matcher/small_cases.h"
 
@@ -26,17 +27,11 @@ using testing::GuardedBytes;
 using testing::HeapText;
 using testing::OnScanRoad;
 using testing::ScanRoad;
+using testing::SetOf;
 
 using Byte = unsigned char;
 using Alternatives = std::vector<Probes>;
 using Places = std::vector<std::ptrdiff_t>;
-
-CharSet SetOf(std::string_view bytes) {
-  CharSet set;
-  for (const char c : bytes)
-    set.set(static_cast<Byte>(c));
-  return set;
-}
 
 CharSet RangeOf(int first, int last) {
   CharSet set;

@@ -4,6 +4,7 @@
 #include "matcher/scan/run_filter.h"
 
 #include "tests/dice.h"
+#include "tests/matcher/scan/byte_blocks.h"
 #include "tests/matcher/scan/scan_roads.h"
 #include "tests/matcher/small_cases.h"
 
@@ -22,40 +23,16 @@ namespace {
 
 using testing::AllScanRoads;
 using testing::AllStrings;
+using testing::Block;
 using testing::Dice;
 using testing::OnScanRoad;
 using testing::ScanRoad;
+using testing::SetOf;
+using testing::Without;
 using Byte = unsigned char;
 using ByteRun = trovex::Run;  // the tests have a Run of their own
 using Runs = std::vector<ByteRun>;
 using Places = std::vector<std::ptrdiff_t>;
-
-CharSet SetOf(std::string_view bytes) {
-  CharSet set;
-  for (const char c : bytes)
-    set.set(static_cast<Byte>(c));
-  return set;
-}
-
-CharSet Without(std::string_view bytes) {
-  CharSet set = ~SetOf(bytes);
-  set.reset('\n');
-  return set;
-}
-
-/// A text in a block of exactly its length.
-class Block {
- public:
-  explicit Block(std::string_view text) : bytes_(new Byte[text.size()]), size_(text.size()) {
-    std::copy(text.begin(), text.end(), bytes_.get());
-  }
-  const Byte* begin() const { return bytes_.get(); }
-  const Byte* end() const { return bytes_.get() + size_; }
-
- private:
-  std::unique_ptr<Byte[]> bytes_;
-  std::size_t size_;
-};
 
 /// Whether the runs from `index` on stand at `place`.
 bool StandAt(const Runs& runs, std::size_t index, const Byte* place, const Byte* end) {

@@ -3,6 +3,7 @@
 #include "matcher/scan/run_scan.h"
 
 #include "tests/dice.h"
+#include "tests/matcher/scan/byte_blocks.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -18,36 +19,12 @@
 namespace trovex {
 namespace {
 
+using testing::Block;
 using testing::Dice;
+using testing::SetOf;
+using testing::Without;
 using Byte = unsigned char;
 using ByteRun = trovex::Run;  // the tests have a Run of their own
-
-CharSet SetOf(std::string_view bytes) {
-  CharSet set;
-  for (const char c : bytes)
-    set.set(static_cast<Byte>(c));
-  return set;
-}
-
-CharSet Without(std::string_view bytes) {
-  CharSet set = ~SetOf(bytes);
-  set.reset('\n');
-  return set;
-}
-
-/// A text in a block of exactly its length.
-class Block {
- public:
-  explicit Block(std::string_view text) : bytes_(new Byte[text.size()]), size_(text.size()) {
-    std::copy(text.begin(), text.end(), bytes_.get());
-  }
-  const Byte* begin() const { return bytes_.get(); }
-  const Byte* end() const { return bytes_.get() + size_; }
-
- private:
-  std::unique_ptr<Byte[]> bytes_;
-  std::size_t size_;
-};
 
 /// Where the longest match of the runs from `index` on ends; null if none does.
 const Byte* LongestEnd(const std::vector<ByteRun>& runs, std::size_t index, const Byte* place,
