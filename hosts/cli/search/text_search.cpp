@@ -101,10 +101,7 @@ void TextSearch::SearchItems() {
     }
     return !Enough();
   });
-  if (verdict != Verdict::kGaveUp) return;
-  found_->Clear();
-  nextLine_ = 0;
-  SearchUnits();
+  if (verdict == Verdict::kGaveUp) StartOver();
 }
 
 /// Writes the units in which the probe is found; returns false when that is not known.
@@ -126,7 +123,8 @@ bool TextSearch::CollectUnits() {
 
 void TextSearch::SearchInverse() {
   if (text_.empty()) return;
-  if (!CollectUnits()) return SearchUnits();
+  if (plan_.scope == Scope::kLine ? !PassMatchingLines() : !CollectUnits()) return StartOver();
+  if (plan_.scope == Scope::kLine) return;
   auto found = units_.begin();
   std::size_t place = 0;
   for (Range unit; NextUnit(text_, plan_.scope, place, unit);) {
@@ -139,9 +137,49 @@ void TextSearch::SearchInverse() {
   }
 }
 
+/// Adds the lines between those with a match as these are found; returns false when the search gives up.
+bool TextSearch::PassMatchingLines() {
+  std::size_t place = 0;  // behind the lines that are known
+  SearchOptions options;
+  options.encoding = plan_.encoding;
+  options.firstOfLine = !plan_.wholeLines;
+  const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
+    if (item.begin < place || !IsInLine({item.begin, item.end})) return true;
+    const Range line = LineAround(text_, item.begin);
+    AddLinesWithout(place, line.begin);
+    place = NextLineBegin(text_, line.end);
+    return !Enough();
+  });
+  if (verdict == Verdict::kGaveUp) return false;
+  if (!Enough()) AddLinesWithout(place, text_.size());
+  return true;
+}
+
+/// Adds the lines from `place` to `end`, where lines begin: no match lies on them.
+void TextSearch::AddLinesWithout(std::size_t place, std::size_t end) {
+  if (place >= end) return;
+  if (need_ < Need::kLines) {
+    const std::string_view lines = Piece(text_, {place, end});
+    found_->unitsWithout += CountLineFeeds(lines) + (lines.ends_with('\n') ? 0 : 1);
+    return;
+  }
+  for (Range line; place < end && NextUnit(text_, Scope::kLine, place, line);) {
+    ++found_->unitsWithout;
+    found_->satisfied.push_back(line);
+    found_->lines.push_back({line, found_->matches.size(), 0});
+  }
+}
+
+/// Searches each unit by itself, for the search of all has given up.
+void TextSearch::StartOver() {
+  found_->Clear();
+  nextLine_ = 0;
+  SearchUnits();
+}
+
 void TextSearch::SearchCandidates() {
   if (text_.empty()) return;
-  if (!CollectUnits()) return SearchUnits();
+  if (!CollectUnits()) return StartOver();
   for (const Range unit : units_) {
     SearchUnit(unit);
     if (Enough()) return;

@@ -30,6 +30,9 @@ class TextSearch {
   void SearchUnits();
   void SearchUnit(Range unit);
   bool CollectUnits();
+  bool PassMatchingLines();
+  void AddLinesWithout(std::size_t place, std::size_t end);
+  void StartOver();
 
   bool IsInLine(Range match) const;
   std::size_t PlaceOf(std::size_t place) const;
