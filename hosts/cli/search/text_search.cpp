@@ -65,7 +65,7 @@ void TextSearch::Search(std::string_view text, Need need, Found& found) {
   text_ = text;
   searched_ = text;
   returns_.clear();
-  if (HoldsCarriageReturn(text)) {
+  if (plan_.seesLineEnds && HoldsCarriageReturn(text)) {
     Flatten(text, flattened_);
     searched_ = flattened_;
   }
