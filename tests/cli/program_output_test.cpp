@@ -75,6 +75,11 @@ TEST_F(Output, CountCountsMatchingLinesOfEveryFile) {
   EXPECT_EQ(Run({"-c", "x"}, "y\n").status, 1);
 }
 
+TEST_F(Output, JsonListsFilesToo) {
+  Write("d/a", "x\n");
+  EXPECT_EQ(Run({"--files", "--json", "d"}).out, "{\"type\":\"file\",\"file\":\"d/a\"}\n");
+}
+
 TEST_F(Output, FilesWithMatchesAreNamedOnce) {
   Write("a", "x\nx\n");
   Write("b", "y\n");

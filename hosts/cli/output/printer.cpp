@@ -203,22 +203,22 @@ void Printer::Page::WriteContextLine(std::string_view line, std::int64_t number,
   WritePrefix('-', number, 0, offset);
   AppendText(line, printer_.textForm_, out_);
   out_ += '\n';
-  state_.behindShown = number + 1;
+  state_.afterShown = number + 1;
 }
 
 /// Marks that lines have been left out before line `first`.
 void Printer::Page::WriteGap(std::int64_t first) {
-  if (state_.behindShown == 0 || state_.behindShown >= first) return;
+  if (state_.afterShown == 0 || state_.afterShown >= first) return;
   printer_.AppendColored("--", printer_.palette_.separator, out_);
   out_ += '\n';
 }
 
 /// Shows the lines of the text from `place` to `end`, which follow one that was shown, as far as they are context
-/// of it; moves `place` behind them.
+/// of it; moves `place` after them.
 void Printer::Page::WriteContextAfter(std::size_t& place, std::size_t end) {
   for (Range line; state_.contextToCome > 0 && place < end; --state_.contextToCome) {
     NextUnit(piece_.text, Scope::kLine, place, line);
-    WriteContextLine(Piece(piece_.text, line), state_.behindShown, OffsetIfShown(line.begin));
+    WriteContextLine(Piece(piece_.text, line), state_.afterShown, OffsetIfShown(line.begin));
   }
 }
 
@@ -273,7 +273,7 @@ void Printer::Page::WriteWithContext() {
     GoTo(found);
     WriteContextBefore(place, found);
     WriteFoundLine(found);
-    state_.behindShown = number_ + 1;
+    state_.afterShown = number_ + 1;
     state_.contextToCome = printer_.contextAfter_;
     place = NextLineBegin(piece_.text, found.line.end);
   }

@@ -67,8 +67,8 @@ struct PrintState {
   /// The lines in front that may become context, and how many lines of context are still to come.
   std::deque<LineInFront> mayBeContext;
   std::int64_t contextToCome = 0;
-  /// The number of the line behind the last one that was shown; 0: none was.
-  std::int64_t behindShown = 0;
+  /// The number of the line after the last one that was shown; 0: none was.
+  std::int64_t afterShown = 0;
 };
 
 class Printer {

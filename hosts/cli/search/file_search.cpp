@@ -19,7 +19,7 @@ constexpr std::size_t kBlock = std::size_t{256} * 1024;
 /// A line or paragraph that is longer is searched in parts, so that memory is bounded.
 constexpr std::size_t kLongestUnit = std::size_t{8} * 1024 * 1024;
 constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
-/// What is read behind a stretch, for the end of its last line.
+/// What is read after a stretch, for the end of its last line.
 constexpr std::size_t kNearEnd = 4096;
 constexpr std::size_t kEncodingLookAhead = std::size_t{64} * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -35,7 +35,7 @@ std::string Reason(SystemError error) {
   return std::strerror(error.number);
 }
 
-/// Where a unit is parted that is too long: behind a blank, if there is one near.
+/// Where a unit is parted that is too long: after a blank, if there is one near.
 std::size_t ForcedCut(std::string_view text) {
   const std::size_t blank = text.rfind(' ');
   return blank != text.npos && blank + 1024 > text.size() ? blank + 1 : text.size();
@@ -271,7 +271,7 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
     SearchText(file, {file.name, blocks.Take(size), offset, blocks.Decoding()});
     if (!file.input.IsRegular()) file.channel.Flush();
     if (file.Decided() || job_.printer.HasEnough(file.print)) return;
-    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks);
+    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks, told);
   }
 }
 
@@ -282,10 +282,11 @@ bool FileSearch::IsSharable(const CurrentFile& file, const Blocks& blocks) const
 }
 
 /// The rest of a large file, with whoever has nothing to do.
-void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks) {
+void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting) {
   LargeFile large(file.name, file.input, blocks.Offset(),
                   std::max(blocks.Offset(), file.input.Size()), std::move(file.print),
                   job_.printer.InOrder(), threads_, file.channel);
+  if (toldOfParting) large.TellsOfParting();
   share_(large);
   file.counts += large.Wait();
 }
@@ -400,7 +401,7 @@ bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& st
     piece = {file.Name(), stretch_.View(begin, std::max(begin, end)), readFrom + begin};
   };
   const std::size_t begin = FirstCut(stretch_.View(0, size), scope, before);
-  // Units that begin behind the stretch are of the next one.
+  // Units that begin after the stretch are of the next one.
   if (begin >= std::min(size, wanted)) return take(size, size), true;
   if (stretch.last) return take(begin, std::min(size, wanted)), true;
   std::size_t from = wanted;
@@ -478,7 +479,8 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
                                  LargeFile::Result& result) {
   const Scope scope = job_.plan->scope;
   const std::uint64_t end = file.StretchOf(index).end;
-  result.complaints.push_back(PartedSentence(file.Name(), scope));
+  if (file.TellsOfParting()) result.complaints.push_back(PartedSentence(file.Name(), scope));
+  totals_.trouble = true;
   Blocks blocks(file.File(), stretch_, begin);
   std::int64_t lines = 0;
   bool parted = false;

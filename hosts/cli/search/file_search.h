@@ -50,7 +50,7 @@ class FileSearch {
   void SearchWhole(CurrentFile& file, Blocks& blocks);
   void SearchBlocks(CurrentFile& file, Blocks& blocks);
   bool IsSharable(const CurrentFile& file, const Blocks& blocks) const;
-  void SearchShared(CurrentFile& file, const Blocks& blocks);
+  void SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting);
   void SearchText(CurrentFile& file, const FilePiece& piece);
   void SearchStretch(LargeFile& file, std::size_t index);
   bool ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,

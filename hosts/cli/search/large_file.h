@@ -11,6 +11,7 @@
 #include "hosts/cli/output/ordered_output.h"
 #include "hosts/cli/output/printer.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -59,6 +60,8 @@ class LargeFile {
   PrintState& WaitForTurn(std::size_t index);
   /// Ends a piece that was taken. All that it shows appears in the order of the pieces.
   void Finish(std::size_t index, Result result);
+  /// True for whoever is the first to tell that a unit had to be parted.
+  bool TellsOfParting() { return !toldOfParting_.exchange(true); }
   /// Further pieces are not wanted.
   void Stop();
   /// Waits until all pieces that were taken are finished, and returns what they have.
@@ -86,6 +89,7 @@ class LargeFile {
   bool inOrder_;
   OrderedOutput::Channel& channel_;
 
+  std::atomic<bool> toldOfParting_{false};
   std::mutex mutex_;
   std::condition_variable moved_;
   std::size_t next_ = 0;

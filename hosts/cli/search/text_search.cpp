@@ -107,16 +107,16 @@ void TextSearch::SearchItems() {
 /// Writes the units in which the probe is found; returns false when that is not known.
 bool TextSearch::CollectUnits() {
   units_.clear();
-  std::size_t behind = 0;  // the last of these units
+  std::size_t after = 0;  // the last of these units
   SearchOptions options;
   options.encoding = plan_.encoding;
   const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
-    if (!units_.empty() && item.begin <= behind) return;
+    if (!units_.empty() && item.begin <= after) return;
     if (!IsInLine({item.begin, item.end})) return;
     const Range unit = UnitAround(text_, plan_.scope, item.begin);
     if (plan_.scope == Scope::kParagraph && unit.begin == unit.end) return;
     units_.push_back(unit);
-    behind = unit.end;
+    after = unit.end;
   });
   return verdict != Verdict::kGaveUp;
 }
@@ -139,7 +139,7 @@ void TextSearch::SearchInverse() {
 
 /// Adds the lines between those with a match as these are found; returns false when the search gives up.
 bool TextSearch::PassMatchingLines() {
-  std::size_t place = 0;  // behind the lines that are known
+  std::size_t place = 0;  // after the lines that are known
   SearchOptions options;
   options.encoding = plan_.encoding;
   options.firstOfLine = !plan_.wholeLines;
@@ -197,7 +197,7 @@ void TextSearch::SearchUnits() {
 }
 
 void TextSearch::SearchUnit(Range unit) {
-  // The library knows that no line stands behind the last line end.
+  // The library knows that no line stands after the last line end.
   std::string_view text = plan_.scope == Scope::kFile && plan_.road == SearchPlan::Road::kUnits
                               ? text_
                               : Piece(text_, unit);
@@ -226,7 +226,7 @@ void TextSearch::SearchUnit(Range unit) {
     found_->gaveUp.push_back(unit.begin + PlaceOf(searcher_.GaveUpAt()));
 }
 
-/// Whether a match counts where it lies: not in a line end nor behind the last one, and, where whole
+/// Whether a match counts where it lies: not in a line end nor after the last one, and, where whole
 /// lines are asked for, from end to end of its line.
 bool TextSearch::IsInLine(Range match) const {
   if (match.begin == match.end) {
@@ -239,8 +239,8 @@ bool TextSearch::IsInLine(Range match) const {
 /// The place in the unit of `place` in what was searched of it.
 std::size_t TextSearch::PlaceOf(std::size_t place) const {
   if (returns_.empty()) return place;
-  const auto behind = std::lower_bound(returns_.begin(), returns_.end(), place);
-  return place + static_cast<std::size_t>(behind - returns_.begin());
+  const auto after = std::lower_bound(returns_.begin(), returns_.end(), place);
+  return place + static_cast<std::size_t>(after - returns_.begin());
 }
 
 /// Whether an item of the text that begins at `base` is asked for; if so, writes its range, or that

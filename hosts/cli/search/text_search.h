@@ -56,7 +56,7 @@ class TextSearch {
   std::string_view searched_;
   Need need_ = Need::kVerdict;
   Found* found_ = nullptr;
-  /// Where the line behind the one of the latest match begins; 0 before the first match.
+  /// Where the line after the one of the latest match begins; 0 before the first match.
   std::size_t nextLine_ = 0;
 
   // Kept for their memory.
