@@ -140,7 +140,7 @@ def test_buffers(tmp_path: Path) -> None:
         query.search(memoryview(raw)[::2])
 
 
-def test_a_buffer_may_shrink_behind_an_item() -> None:
+def test_a_buffer_may_shrink_after_an_item() -> None:
     raw = bytearray(b"ein Haus")
     item = trovex.compile("Haus").search(raw)
     assert item is not None
