@@ -118,7 +118,7 @@ Chosen ChooseItems(std::string_view text, const TextRange* items, std::size_t co
   return best;
 }
 
-/// Up to `count` words more behind `end`. Counts down how many there were.
+/// Up to `count` words more after `end`. Counts down how many there were.
 std::size_t Lengthened(std::string_view text, std::size_t end, std::size_t& count) {
   for (; count > 0; --count) {
     const std::size_t next = SkipBlanks(text, end);
@@ -160,9 +160,9 @@ Snippet Around(std::string_view text, const TextRange* items, const Chosen& chos
     --left;
   }
   std::size_t before = left / 2;
-  std::size_t behind = left - before;
-  std::size_t end = Lengthened(text, last.end, behind);
-  before += behind;
+  std::size_t after = left - before;
+  std::size_t end = Lengthened(text, last.end, after);
+  before += after;
   const std::size_t begin = LengthenedBack(text, chosen.word.begin, before);
   end = Lengthened(text, end, before);
   return Cut(text, {begin, end});

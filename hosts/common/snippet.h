@@ -21,13 +21,13 @@ typedef struct TextRange {
 
 typedef struct Snippet {
   TextRange part;
-  /* Whether words are left out before and behind it. */
+  /* Whether words are left out before and after it. */
   bool isCutBefore;
   bool isCutBehind;
 } Snippet;
 
 /* Chooses at most `words` words of `text`, at least 1: those in which most of the `count` items begin, the first
- * of several such places, with as many words before the first item as behind the last. Without items they are the
+ * of several such places, with as many words before the first item as after the last. Without items they are the
  * first words. The items come by their begin. Takes no memory; goes twice through what stands between the first and
  * the last item.
  *
