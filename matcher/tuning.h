@@ -62,6 +62,13 @@ inline constexpr std::uint32_t kMostBoundedRun = 1'000;
 inline constexpr std::uint32_t kMostTriedRun = 256;
 inline constexpr std::uint32_t kMostTailBytes = 8;
 
+// Several strings.
+
+/// Longer strings are not searched for with others: they would be compared in vain too often. Of more strings than one
+/// scan looks for, so many bytes are searched for the one part and then for the other.
+inline constexpr std::size_t kLongestSearched = 64;
+inline constexpr std::ptrdiff_t kStringStretch = std::ptrdiff_t{1} << 15;
+
 // The locator.
 
 /// At how many of 100,000 places the leading bytes, or a required string, may stand, so that they are looked

@@ -49,6 +49,20 @@ std::ptrdiff_t AsciiAt(const Byte* at) {
   return std::countr_zero(HighBits(at)) / 8;
 }
 
+/// How many characters begin among the `size` bytes at `at`, which are part of well-formed sequences. The
+/// continuations of eight bytes are counted in eight sums side by side.
+template <std::size_t size>
+std::size_t CharactersBegunIn(const Byte* at) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  std::uint64_t continuations = 0;
+  for (std::size_t i = 0; i < size; i += sizeof(std::uint64_t)) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, at + i, sizeof word);
+    continuations += (word & ~(word << 1)) >> 7 & kOnes;
+  }
+  return size - (continuations * kOnes >> 56);
+}
+
 const Byte* FindNonAsciiPlainly(const Byte* begin, const Byte* end) {
   const Byte* at = begin;
   for (; end - at >= kWord; at += kWord) {
@@ -96,6 +110,7 @@ bool DecodeOne(Utf8Decoding& decoding, const Byte* begin, const Byte* end) {
 TextView Utf8Text::Decode(TextView text, unsigned char substitute) {
   text_ = text;
   isPlain_ = true;
+  isRegular_ = true;
   latest_ = {};
   const Byte* const nonAscii = FindNonAsciiIn(blocks_, Begin(), End());
   if (nonAscii == End()) return text;
@@ -137,7 +152,10 @@ std::size_t Utf8Text::DecodeFrom(std::size_t start, Byte substitute) {
 /// Notes the place as a boundary when one is due.
 void Utf8Text::NoteBoundary(Utf8Decoding& decoding) {
   if (OffsetOf(decoding.at) - boundaries_.back().source < kFewestBetween) return;
-  if (IsMarkOfLast(decoding.at)) DecodeOne(decoding, Begin(), End());
+  if (IsMarkOfLast(decoding.at)) {
+    DecodeOne(decoding, Begin(), End());
+    isRegular_ = false;
+  }
   boundaries_.push_back(
       {OffsetOf(decoding.at), static_cast<std::size_t>(decoding.out - decoded_.get())});
 }
@@ -152,7 +170,7 @@ bool Utf8Text::DecodeBlocks(Utf8Decoding& decoding) const {
 }
 
 /// Decodes some bytes character by character. Whether what is decoded last is well-formed.
-bool Utf8Text::DecodeClosely(Utf8Decoding& decoding) const {
+bool Utf8Text::DecodeClosely(Utf8Decoding& decoding) {
   const Byte* const until = End() - decoding.at > kCloseLook ? decoding.at + kCloseLook : End();
   bool isClean = true;
   while (decoding.at < until) {
@@ -164,7 +182,9 @@ bool Utf8Text::DecodeClosely(Utf8Decoding& decoding) const {
       isClean = true;
       if (ascii == kWord) continue;
     }
+    const Byte* const out = decoding.out;
     isClean = DecodeOne(decoding, Begin(), End());
+    isRegular_ = isRegular_ && isClean && decoding.out > out;
   }
   return isClean;
 }
@@ -177,6 +197,9 @@ bool Utf8Text::IsMarkOfLast(const Byte* at) const {
 /// The boundary after the character that stands at `boundary`.
 Utf8Text::Boundary Utf8Text::After(Boundary boundary) const {
   const Byte* next = Begin() + boundary.source;
+  // Umlauts, with no mark after them.
+  if (End() - next > 2 && (next[0] & 0xFE) == 0xC2 && (next[1] & 0xC0) == 0x80 && next[2] < 0x80)
+    return {boundary.source + 2, boundary.decoded + 1};
   next += ReadSequence(next, End()).length;
   if (IsMarkOfLast(next)) next += ReadSequence(next, End()).length;
   return {OffsetOf(next), boundary.decoded + 1};
@@ -185,9 +208,10 @@ Utf8Text::Boundary Utf8Text::After(Boundary boundary) const {
 /// Passes ASCII from `boundary` on, at most `distance` bytes. Where a mark may stand after them, the
 /// last one is left.
 Utf8Text::Boundary Utf8Text::PassAscii(Boundary boundary, std::size_t distance) const {
-  while (distance >= kWord && text_.size() - boundary.source > kWord) {
+  while (distance > 0 && text_.size() - boundary.source > kWord) {
     const Byte* const at = Begin() + boundary.source;
     const auto ascii = static_cast<std::size_t>(AsciiAt(at));
+    if (distance < ascii) return {boundary.source + distance, boundary.decoded + distance};
     const bool mayHaveMark = ascii < kWord || at[ascii] >= 0x80;
     const std::size_t passed = mayHaveMark && ascii > 0 ? ascii - 1 : ascii;
     boundary.source += passed;
@@ -210,9 +234,35 @@ Utf8Text::Boundary Utf8Text::Nearest(std::size_t goal) const {
   return *std::prev(after);
 }
 
+/// The boundary after `distance` characters more, in a text where each is a sequence.
+Utf8Text::Boundary Utf8Text::PassSequences(Boundary boundary, std::size_t distance) const {
+  constexpr std::size_t kMany = 32;
+  constexpr std::size_t kFew = 8;
+  const Byte* at = Begin() + boundary.source;
+  const auto isLeft = [&](std::size_t size) {
+    return static_cast<std::size_t>(End() - at) >= size;
+  };
+  std::size_t left = distance;
+  for (; left >= kMany && isLeft(kMany); at += kMany)
+    left -= CharactersBegunIn<kMany>(at);
+  for (; left >= kFew && isLeft(kFew); at += kFew)
+    left -= CharactersBegunIn<kFew>(at);
+  const auto passRest = [&] {
+    while (at < End() && IsContinuation(*at))
+      ++at;
+  };
+  passRest();
+  for (; left > 0 && at < End(); --left) {
+    ++at;
+    passRest();
+  }
+  return {OffsetOf(at), boundary.decoded + distance};
+}
+
 std::size_t Utf8Text::SourceOffset(std::size_t decoded) {
   if (isPlain_ || decoded < boundaries_.front().decoded) return decoded;
   Boundary boundary = Nearest<&Boundary::decoded>(decoded);
+  if (isRegular_) boundary = PassSequences(boundary, decoded - boundary.decoded);
   while (boundary.decoded < decoded) {
     boundary = PassAscii(boundary, decoded - boundary.decoded);
     if (boundary.decoded < decoded) boundary = After(boundary);

@@ -61,11 +61,12 @@ class Utf8Text {
   std::size_t DecodeFrom(std::size_t start, unsigned char substitute);
   void NoteBoundary(Utf8Decoding& decoding);
   bool DecodeBlocks(Utf8Decoding& decoding) const;
-  bool DecodeClosely(Utf8Decoding& decoding) const;
+  bool DecodeClosely(Utf8Decoding& decoding);
 
   bool IsMarkOfLast(const unsigned char* at) const;
   Boundary After(Boundary boundary) const;
   Boundary PassAscii(Boundary boundary, std::size_t distance) const;
+  Boundary PassSequences(Boundary boundary, std::size_t distance) const;
   template <std::size_t Boundary::*kPlace>
   Boundary Nearest(std::size_t goal) const;
 
@@ -78,6 +79,8 @@ class Utf8Text {
   Utf8Blocks blocks_;
   TextView text_;
   bool isPlain_ = true;
+  /// Whether each character is one well-formed sequence: none was composed, and no byte stands by itself.
+  bool isRegular_ = true;
 
   std::unique_ptr<unsigned char[]> decoded_;
   std::size_t capacity_ = 0;

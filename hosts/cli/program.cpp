@@ -167,9 +167,13 @@ int Run::ListFiles() {
   while (const std::optional<FileToSearch> file = walk.Next()) {
     if (file->complaint.empty()) {
       std::string line;
-      AppendText(DisplayName(file->path),
-                 {display_.terminal && display_.utf8, false, display_.terminal}, line);
-      line += options_.nullAfterName ? '\0' : '\n';
+      if (options_.json) {
+        JsonObject(line).Text("type", "file").File(DisplayName(file->path)).End();
+      } else {
+        AppendText(DisplayName(file->path),
+                   {display_.terminal && display_.utf8, false, display_.terminal}, line);
+        line += options_.nullAfterName ? '\0' : '\n';
+      }
       stream_.Output(line);
       any = true;
     } else {

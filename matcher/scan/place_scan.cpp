@@ -287,6 +287,22 @@ bool IsLedByByte(const ScanTables& tables) {
          kByteFrequency[tables.values[0]] < kRareFirstByte;
 }
 
+/// The bytes from `first` to `last`.
+CharSet BytesBetween(int first, int last) {
+  CharSet bytes;
+  for (int byte = first; byte <= last; ++byte)
+    bytes.set(static_cast<std::size_t>(byte));
+  return bytes;
+}
+
+/// Whether a sequence of UTF-8 begins with one of `first`, and goes on with one of `second`.
+bool IsSequence(const CharSet& first, const CharSet& second) {
+  static const CharSet kNoLeads = ~BytesBetween(0xC2, 0xDF);
+  static const CharSet kNoContinuations = ~BytesBetween(0x80, 0xBF);
+  return first.any() && second.any() && (first & kNoLeads).none() &&
+         (second & kNoContinuations).none();
+}
+
 // Choosing.
 
 /// The choice of the offsets of a few alternatives.
@@ -350,9 +366,23 @@ class Chooser {
     for (std::size_t a = 0; a < rates_.size(); ++a) {
       chosen_[a].push_back({static_cast<int>(offset), alternatives_[a][offset]});
       rates_[a] *= ShareOf(a, offset);
+      TieToNeighbours(a, offset);
       ShareOf(a, offset) = 1;  // taken again, it would not help
       MakeLikelier(a, alternatives_[a][offset]);
     }
+  }
+
+  /// The two bytes of a sequence of UTF-8 come together: with one of them, the other is likely.
+  void TieToNeighbours(std::size_t a, std::size_t offset) {
+    const auto tie = [&](std::size_t lead) {
+      if (lead + 1 >= offsets_ || !IsSequence(alternatives_[a][lead], alternatives_[a][lead + 1]))
+        return;
+      const std::size_t other = lead == offset ? lead + 1 : lead;
+      const double both = std::min(ShareOf(a, lead), ShareOf(a, lead + 1));
+      ShareOf(a, other) = both / ShareOf(a, offset);
+    };
+    tie(offset);
+    if (offset > 0) tie(offset - 1);
   }
 
   /// Where one byte of a class stands, as a digit does, others like it are likely to stand beside it.

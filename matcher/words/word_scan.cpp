@@ -23,8 +23,11 @@ constexpr std::size_t kMostStride = 4;
 /// What longer words offer beyond this makes no difference: windows of eight bytes at four offsets.
 constexpr std::size_t kLongLength = kLongestWindow + kMostStride - 1;
 
-/// So many bytes after a start are looked at.
-constexpr std::size_t kRoom = kLongestWindow + 1;
+/// Fewer places are looked at one by one.
+constexpr std::size_t kFewHits = 8;
+
+/// So many trees of words with the same beginning are told apart by the bytes after it.
+constexpr std::size_t kMostTreesOfBeginning = RootTable::kEntriesOfBucket - 1;
 
 /// The longest window with this stride of which all can lie within so many bytes of a word; 0: none.
 std::size_t WindowLength(std::size_t shortest, std::size_t stride) {
@@ -56,6 +59,7 @@ class WordScanMaker {
   std::optional<WordScan> Make() {
     SortWords();
     ReadClasses();
+    scan_.byteMask_ = byteMask_ * kEachByte;
     MeasureRates();
     // Groups of the lengths from one of these to the next.
     for (const auto& [from, to] : ChooseGroups()) {
@@ -194,7 +198,8 @@ class WordScanMaker {
     }
     const Choice choice = ChooseWindows(from, to);
     if (!AddWindows(words, choice, group) || !AddRoots(words, group)) return false;
-    group.find = ChooseWindowScan(group.windows);
+    group.findWindows = ChooseWindowScan(group.windows);
+    group.findBeginnings = ChooseBeginningScan(group.beginnings);
     scan_.groups_.push_back(std::move(group));
     return true;
   }
@@ -253,40 +258,73 @@ class WordScanMaker {
 
   /// Makes a tree of all words that begin with the same classes, and finds it by all values of these.
   bool AddRoots(const std::vector<std::string_view>& words, WordScan::Group& group) {
-    const std::size_t length = std::min(group.shortest, kLongestWindow);
-    group.keyLength = length;
-    group.keyMask = std::bit_cast<std::uint64_t>(MaskOf(length));
-    const int keyBits = std::clamp(BitsFor(words.size()) + 3, 8, 17);
-    group.keyShift = 64 - keyBits;
-    budget_.ChargeBytes(std::int64_t{4} << keyBits);
-    group.followers.assign(std::size_t{1} << keyBits, 0);
-    std::vector<WordScan::Slot> slots;
+    FollowerTable& table = group.beginnings;
+    table.length = std::min(group.shortest, FollowerTable::kMostBytes);
+    table.mask = (byteMask_ * kEachByte) >> (8 * (sizeof table.mask - table.length));
+    const int bits = std::clamp(BitsFor(words.size()) + 1, 8, 17);
+    table.shift = 32 - bits;
+    budget_.ChargeBytes(std::int64_t{4} << bits);
+    table.followers.assign(std::size_t{1} << bits, 0);
+    std::vector<RootTable::Entry> entries;
     for (std::size_t begin = 0; begin < words.size();) {
-      const std::string_view prefix = words[begin].substr(0, length);
+      const std::string_view prefix = words[begin].substr(0, table.length);
       std::size_t end = begin + 1;
-      while (end < words.size() && words[end].substr(0, length) == prefix)
+      while (end < words.size() && words[end].substr(0, table.length) == prefix)
         ++end;
-      const std::uint32_t root = scan_.words_.Add(std::span(words).subspan(begin, end - begin));
-      const std::uint32_t followers =
-          FollowersOf(std::span(words).subspan(begin, end - begin), length);
+      const auto alike = std::span(words).subspan(begin, end - begin);
+      const std::uint32_t followers = FollowersOf(alike, table.length);
+      const std::vector<RootTable::Entry> trees = AddTrees(alike, table.length);
       const bool fits = ForEachValue(prefix, [&](const auto& bytes) {
-        slots.push_back({std::bit_cast<std::uint64_t>(bytes), root});
-        group.followers[group.KeyHash(slots.back().key)] |= followers;
+        const auto* const first = reinterpret_cast<const Byte*>(bytes.data());
+        const std::uint32_t hash = table.HashOf(EightBytes(first));
+        table.followers[hash >> table.shift] |= followers;
+        for (RootTable::Entry entry : trees) {
+          entry.hash = hash;
+          entries.push_back(entry);
+        }
       });
       if (!fits) return false;
       begin = end;
     }
-    const int bits = std::max(BitsFor(slots.size()) + 1, 3);
-    budget_.ChargeBytes(static_cast<std::int64_t>(sizeof(WordScan::Slot)) << bits);
-    group.slotShift = 64 - bits;
-    group.slots.resize(std::size_t{1} << bits);
-    for (const WordScan::Slot& added : slots) {
-      std::size_t slot = group.SlotOf(added.key);
-      while (group.slots[slot].root != WordScan::kNoRoot)
-        slot = (slot + 1) & (group.slots.size() - 1);
-      group.slots[slot] = added;
-    }
+    budget_.ChargeBytes(static_cast<std::int64_t>(RootTable::BytesFor(entries.size())));
+    group.roots.Fill(entries);
     return true;
+  }
+
+  /// Makes trees of `words`, which are sorted and have their first `length` bytes in common: a few of those
+  /// that have the next bytes in common, too, or else a single one.
+  std::vector<RootTable::Entry> AddTrees(std::span<const std::string_view> words,
+                                         std::size_t length) {
+    std::vector<std::size_t> ends;
+    for (std::size_t i = 1; i <= words.size(); ++i) {
+      const std::size_t most = length + RootTable::kMostTailBytes;
+      if (i == words.size() || words[i].substr(0, most) != words[i - 1].substr(0, most))
+        ends.push_back(i);
+    }
+    if (ends.size() > kMostTreesOfBeginning) ends.assign(1, words.size());
+    std::vector<RootTable::Entry> trees;
+    std::size_t begin = 0;
+    for (const std::size_t end : ends) {
+      const auto alike = words.subspan(begin, end - begin);
+      trees.push_back({0, scan_.words_.Add(alike), TailOf(alike, length)});
+      begin = end;
+    }
+    return trees;
+  }
+
+  /// What all of `words`, which are sorted, have after their first `length` bytes, as a RootTable keeps it.
+  std::uint64_t TailOf(std::span<const std::string_view> words, std::size_t length) const {
+    std::uint64_t tail = 0;
+    std::size_t size = 0;
+    for (; size < RootTable::kMostTailBytes; ++size) {
+      const std::size_t offset = length + size;
+      if (words.front().size() == offset || words.back().size() == offset) break;
+      if (words.front()[offset] != words.back()[offset]) break;
+      const std::string& values = values_[static_cast<Byte>(words.front()[offset])];
+      if (values.size() != 1) break;
+      tail |= std::uint64_t{static_cast<Byte>(values[0])} << (8 * size);
+    }
+    return tail | std::uint64_t{size} << (8 * RootTable::kMostTailBytes);
   }
 
   /// The kinds of bytes that stand after the first `length` bytes of `words`; all of them, if one of the words
@@ -297,11 +335,12 @@ class WordScanMaker {
       if (word.size() == length) return ~std::uint32_t{0};
       const CharSet& bytes = list_.bytesOf[static_cast<Byte>(word[length])];
       for (std::size_t c = bytes._Find_first(); c < bytes.size(); c = bytes._Find_next(c))
-        followers |= std::uint32_t{1} << (c % WordScan::kFollowers);
+        followers |= std::uint32_t{1} << (c % FollowerTable::kFollowers);
     }
     return followers;
   }
 
+  static constexpr std::uint64_t kEachByte = 0x0101010101010101U;
   /// The bit in which the two cases of nearly all letters differ.
   static constexpr Byte kCaseBit = 0x20;
 
@@ -347,36 +386,58 @@ void WordScan::MarkStarts(const Byte* from, std::size_t size, const Byte* textEn
     const std::size_t stride = group.windows.stride;
     if (textSize < group.shortest) continue;
     // A word that starts at one of the places up to a window holds that window, if it is no further away than
-    // the stride.
+    // the stride. Behind the last place with room for a word there is none.
+    const std::size_t windows = std::min(size, textSize - group.shortest + stride) / stride;
     const std::size_t count =
-        group.find(group.windows, from + (stride - 1), size / stride, textEnd, hits);
-    const bool isInside = textSize >= size + kRoom;
-    for (std::size_t i = 0; i < count; ++i) {
-      if (isInside) {
-        Mark<true>(group, from, hits[i], textEnd, marks);
-      } else {
-        Mark<false>(group, from, hits[i], textEnd, marks);
-      }
+        group.findWindows(group.windows, from + (stride - 1), windows, textEnd, hits);
+    std::size_t done = 0;
+    // Eight bytes can be read at all places near a hit, but for those near the end.
+    const auto isInside = [&](std::size_t last) {
+      return hits[last] + stride - 1 + sizeof(std::uint64_t) <= textSize;
+    };
+    while (count - done >= kFewHits) {
+      const std::size_t some = std::min(count - done, Beginnings::kMostHits);
+      if (!isInside(done + some - 1)) break;
+      MarkNear(group, from, {hits + done, some}, textEnd, marks);
+      done += some;
     }
+    MarkOneByOne(group, from, {hits + done, count - done}, textEnd, marks);
   }
 }
 
-/// Marks the places from `first` on at which a word could start that has the window at the last of them. What
-/// is read lies inside of the text in any case, if `kIsInside`.
-template <bool kIsInside>
-void WordScan::Mark(const Group& group, const Byte* begin, std::size_t first, const Byte* textEnd,
-                    std::uint64_t* marks) {
-  std::uint64_t starts = 0;
-  const Byte* place = begin + first;
-  for (std::size_t i = 0; i < group.windows.stride; ++i, ++place) {
-    const std::uint64_t key = KeyAt<kIsInside>(place, textEnd, group.keyMask);
-    const bool hasFollower =
-        kIsInside || static_cast<std::size_t>(textEnd - place) > group.keyLength;
-    starts |= group.MayStand(key, hasFollower ? place[group.keyLength] : Byte{0}) << i;
+/// Marks the places from each of `hits` on at which a word could start that has the window at the last of them.
+void WordScan::MarkNear(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
+                        const Byte* textEnd, std::uint64_t* marks) const {
+  Beginnings found;
+  group.findBeginnings(group.beginnings, from, hits, group.windows.stride, found);
+  for (std::size_t i = 0; i < found.count; ++i)
+    group.roots.Prefetch(found.hashes[i]);
+  for (std::size_t i = 0; i < found.count; ++i) {
+    const std::uint32_t place = found.places[i];
+    const std::uint64_t tail = TailAt(group, from + place, from, textEnd);
+    std::uint32_t root = 0;
+    const std::uint64_t may = group.roots.Has(found.hashes[i], tail, root) ? 1 : 0;
+    words_.Prefetch(root);
+    marks[place / 64] |= may << (place % 64);
   }
-  for (; starts != 0; starts &= starts - 1) {
-    const std::size_t start = first + static_cast<std::size_t>(std::countr_zero(starts));
-    marks[start / 64] |= std::uint64_t{1} << (start % 64);
+}
+
+/// The same where there are a few, or where the text ends.
+void WordScan::MarkOneByOne(const Group& group, const Byte* from,
+                            std::span<const std::uint32_t> hits, const Byte* textEnd,
+                            std::uint64_t* marks) const {
+  const auto textSize = static_cast<std::size_t>(textEnd - from);
+  for (const std::uint32_t hit : hits) {
+    const std::size_t last = std::min(hit + group.windows.stride, textSize - group.shortest + 1);
+    for (std::size_t place = hit; place < last; ++place) {
+      const std::uint64_t bytes = EightBytes(from + place, from, textEnd);
+      const std::uint32_t hash = group.beginnings.HashOf(bytes);
+      if (!group.beginnings.MayBegin(bytes, hash)) continue;
+      std::uint32_t root = 0;
+      const std::uint64_t tail = TailAt(group, from + place, from, textEnd);
+      const std::uint64_t may = group.roots.Has(hash, tail, root) ? 1 : 0;
+      marks[place / 64] |= may << (place % 64);
+    }
   }
 }
 

@@ -5,10 +5,10 @@
 //   windows      A few bytes of a word, at whatever place a scan comes across it, are looked up in a table of
 //                bits (window_scan.h), many places of the text at a time.
 //   beginnings   Where the table has them, the bytes from each place on at which the word could start are
-//                looked up in another one: as many as the shortest word has, at most eight, and the one
-//                after them.
-//   words        From a place that is left, these bytes lead to the words that begin with them
-//                (word_trie.h).
+//                looked up in another one: as many as the shortest word has, at most seven, and the one
+//                after them (beginning_scan.h). Those that are left lead to the words that begin so, and all
+//                bytes that these have in common are compared (root_table.h).
+//   words        From a place that is left, a tree tells the longest of these words (word_trie.h).
 //
 // Long words allow long windows and let the scan leave places out; a single short one would take that away
 // from all of them. So words are parted by their lengths into groups, each with tables of its own, if that
@@ -22,6 +22,8 @@
 
 #include "matcher/pattern/neighbours.h"
 #include "matcher/tuning.h"
+#include "matcher/words/beginning_scan.h"
+#include "matcher/words/root_table.h"
 #include "matcher/words/window_scan.h"
 #include "matcher/words/word_list.h"
 #include "matcher/words/word_trie.h"
@@ -31,7 +33,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace trovex {
@@ -64,16 +68,14 @@ class WordScan {
   std::size_t LongestAt(const Byte* place, const Byte* end, const CanEnd& canEnd,
                         std::int64_t& work) const {
     for (const Group& group : groups_) {
-      if (static_cast<std::size_t>(end - place) < group.shortest) continue;
+      const auto size = static_cast<std::size_t>(end - place);
+      if (size < group.shortest) continue;
       std::size_t longest = 0;
-      const std::uint64_t key = KeyAt<false>(place, end, group.keyMask);
-      for (std::size_t slot = group.SlotOf(key); group.slots[slot].root != kNoRoot;
-           slot = (slot + 1) & (group.slots.size() - 1)) {
+      const std::uint32_t hash = group.beginnings.HashOf(EightBytes(place, place, end));
+      group.roots.ForEach(hash, TailAt(group, place, place, end), [&](const auto& entry) {
         work += 2;
-        if (group.slots[slot].key != key) continue;
-        longest =
-            std::max(longest, words_.LongestAt(group.slots[slot].root, place, end, canEnd, work));
-      }
+        longest = std::max(longest, words_.LongestAt(entry.root, place, end, canEnd, work));
+      });
       if (longest > 0) return longest;
     }
     return 0;
@@ -83,59 +85,31 @@ class WordScan {
   friend class WordPlaces;
   friend class WordScanMaker;
 
-  static constexpr std::uint32_t kNoRoot = UINT32_MAX;
-  static constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
-
-  /// The words that begin with the same bytes.
-  struct Slot {
-    std::uint64_t key = 0;
-    std::uint32_t root = kNoRoot;
-  };
-
   struct Group {
     std::size_t shortest = 0;
     WindowTable windows;
-    FindWindows find = nullptr;
-    /// What counts of the eight bytes from a word's start on, and how many they are; for each value that they
-    /// are hashed to, the bytes that may follow, as bits of a mask; and the words by these bytes.
-    std::uint64_t keyMask = 0;
-    std::size_t keyLength = 0;
-    int keyShift = 0;
-    std::vector<std::uint32_t> followers;
-    int slotShift = 0;
-    std::vector<Slot> slots;
-
-    std::size_t SlotOf(std::uint64_t key) const { return (key * kFactor) >> slotShift; }
-    std::size_t KeyHash(std::uint64_t key) const { return (key * kFactor) >> keyShift; }
-    /// 1 where a word may stand that begins with the bytes of `key`, with `follower` after them, else 0.
-    std::uint64_t MayStand(std::uint64_t key, Byte follower) const {
-      return followers[KeyHash(key)] >> (follower % kFollowers) & 1;
-    }
+    FindWindows findWindows = nullptr;
+    FollowerTable beginnings;
+    FindBeginnings findBeginnings = nullptr;
+    RootTable roots;
   };
-
-  /// How many kinds of followers are told apart. Upper and lower case are of one kind.
-  static constexpr unsigned kFollowers = 32;
-
-  template <bool kIsInside>
-  static void Mark(const Group& group, const Byte* begin, std::size_t first, const Byte* textEnd,
-                   std::uint64_t* marks);
 
   explicit WordScan(const WordList& list)
       : words_(list.classOf), starts_(list.starts), stops_(list.stops) {}
 
-  /// `kIsInside`: eight bytes can be read.
-  template <bool kIsInside>
-  static std::uint64_t KeyAt(const Byte* place, const Byte* end, std::uint64_t mask) {
-    std::uint64_t key = 0;
-    if (kIsInside || end - place >= 8) {
-      std::memcpy(&key, place, 8);
-    } else if (place < end) {
-      std::memcpy(&key, place, static_cast<std::size_t>(end - place));
-    }
-    return key & mask;
+  void MarkNear(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
+                const Byte* textEnd, std::uint64_t* marks) const;
+  void MarkOneByOne(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
+                    const Byte* textEnd, std::uint64_t* marks) const;
+
+  /// What counts of the bytes at `place` after those that are hashed.
+  std::uint64_t TailAt(const Group& group, const Byte* place, const Byte* begin,
+                       const Byte* textEnd) const {
+    return EightBytes(place + group.beginnings.length, begin, textEnd) & byteMask_;
   }
 
-  std::vector<Group> groups_;  // the one with the longest words first
+  std::vector<Group> groups_;   // the one with the longest words first
+  std::uint64_t byteMask_ = 0;  // what counts of the bytes after those
   WordTrie words_;
   Neighbours starts_;
   Neighbours stops_;

@@ -1,22 +1,23 @@
 #include "matcher/words/word_trie.h"
 
-#include <algorithm>
+#include <string>
 
 namespace trovex {
 
 std::uint32_t WordTrie::Add(std::span<const std::string_view> words) {
-  const auto root = static_cast<std::uint32_t>(nodes_.size());
-  nodes_.emplace_back();
-  // The pieces that are to be filled: a node, and its words.
+  const auto root = static_cast<std::uint32_t>(memory_.size());
+  // The pieces that are to be written: their words, and where in the memory it is noted where they stand.
   struct Piece {
-    std::uint32_t node;
     std::span<const std::string_view> words;
     std::size_t depth;
+    std::size_t note;
   };
-  std::vector<Piece> open = {{root, words, 0}};
+  constexpr std::size_t kNoNote = SIZE_MAX;
+  std::vector<Piece> open = {{words, 0, kNoNote}};
   while (!open.empty()) {
     const Piece piece = open.back();
     open.pop_back();
+    if (piece.note != kNoNote) memory_[piece.note] = static_cast<std::uint32_t>(memory_.size());
     const std::string_view low = piece.words.front();
     const std::string_view high = piece.words.back();
     // Sorted words have in common what the first and the last of them have.
@@ -24,29 +25,37 @@ std::uint32_t WordTrie::Add(std::span<const std::string_view> words) {
         std::mismatch(low.begin() + static_cast<std::ptrdiff_t>(piece.depth), low.end(),
                       high.begin() + static_cast<std::ptrdiff_t>(piece.depth), high.end());
     const auto depth = static_cast<std::size_t>(parting.first - low.begin());
-    Node node;
-    node.label = static_cast<std::uint32_t>(labels_.size());
-    node.length = static_cast<std::uint32_t>(depth - piece.depth);
-    labels_ += low.substr(piece.depth, depth - piece.depth);
-    node.first = node.length > 0 ? static_cast<Byte>(low[piece.depth]) : Byte{0};
-    node.isWord = low.size() == depth;
-    node.firstChild = static_cast<std::uint32_t>(nodes_.size());
-    std::span<const std::string_view> rest = piece.words.subspan(node.isWord ? 1 : 0);
+    const std::size_t length = depth - piece.depth;
+    const bool isWord = low.size() == depth;
+    std::string firsts;
+    std::vector<Piece> children;
+    std::span<const std::string_view> rest = piece.words.subspan(isWord ? 1 : 0);
     while (!rest.empty()) {
       const char next = rest.front()[depth];
       const auto other = std::find_if(rest.begin(), rest.end(),
                                       [&](std::string_view word) { return word[depth] != next; });
       const auto count = static_cast<std::size_t>(other - rest.begin());
-      open.push_back({static_cast<std::uint32_t>(nodes_.size()), rest.first(count), depth});
-      nodes_.emplace_back();
-      // The children are looked for before they are filled.
-      nodes_.back().first = static_cast<Byte>(next);
-      ++node.children;
+      firsts += next;
+      children.push_back({rest.first(count), depth, 0});
       rest = rest.subspan(count);
     }
-    nodes_[piece.node] = node;
+    memory_.push_back(static_cast<std::uint32_t>(2 * length + (isWord ? 1 : 0)));
+    memory_.push_back(static_cast<std::uint32_t>(children.size()));
+    AddBytes(low.substr(piece.depth, length));
+    AddBytes(firsts);
+    for (Piece& child : children) {
+      child.note = memory_.size();
+      memory_.push_back(0);
+      open.push_back(child);
+    }
   }
   return root;
+}
+
+void WordTrie::AddBytes(std::string_view bytes) {
+  const std::size_t at = memory_.size();
+  memory_.resize(at + WordsFor(bytes.size()));
+  if (!bytes.empty()) std::memcpy(&memory_[at], bytes.data(), bytes.size());
 }
 
 }  // namespace trovex

@@ -66,7 +66,7 @@ TEST(ClassicSearch, NoPatternNamesACharacterThatThePageLacks) {
   EXPECT_FALSE(SearchFor("ab", "aΩb").Any());
 }
 
-TEST(ClassicSearch, ThePhoneticSearchGoesOnBehindAZeroByte) {
+TEST(ClassicSearch, ThePhoneticSearchGoesOnAfterAZeroByte) {
   Options options;
   options.phonetic = true;
   options.words = true;

@@ -357,7 +357,7 @@ std::string RandomRules(testing::Dice& dice) {
     std::string rule;
     for (int count = dice.Between(1, 4); count > 0; --count)
       rule += dice.OneOf(pieces);
-    // What an empty name in a path means, and two stars behind a character, is Git's own affair.
+    // What an empty name in a path means, and two stars after a character, is Git's own affair.
     for (std::size_t at; (at = rule.find("//")) != std::string::npos;)
       rule.erase(at, 1);
     for (std::size_t at = 1; (at = rule.find("**", at)) != std::string::npos; ++at) {

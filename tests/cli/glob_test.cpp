@@ -30,9 +30,9 @@ bool FitsInAnyWay(std::string_view pattern, std::string_view path, bool atStart 
     return false;
   }
   if (pattern.front() == '*') {
-    const std::string_view behind = rest(pattern, stars);
+    const std::string_view after = rest(pattern, stars);
     for (std::size_t i = 0; i <= path.size(); ++i) {
-      if (FitsInAnyWay(behind, rest(path, i), false)) return true;
+      if (FitsInAnyWay(after, rest(path, i), false)) return true;
       if (i < path.size() && path[i] == '/') return false;
     }
     return false;

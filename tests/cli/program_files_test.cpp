@@ -88,11 +88,11 @@ TEST_F(Files, AFileInPlaceOfAFolderIsTold) {
 
 TEST_F(Files, ALineOfManyMegabytesIsSearchedInParts) {
   const std::string line = Times(3000000, "viele ") + "Ziel\n";
-  Write("huge", "x\n" + line + "Ziel\n");
+  Write("huge", "x\n" + line + "Ziel\n" + line);
   for (const char* threads : {"1", "2"}) {
     const RunResult run = Run({"-j", threads, "-o", "Ziel", "huge"});
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.out, "huge:2:Ziel\nhuge:3:Ziel\n");
+    EXPECT_EQ(run.out, "huge:2:Ziel\nhuge:3:Ziel\nhuge:4:Ziel\n");
     EXPECT_EQ(run.err, "trovex: huge: a line has more than 8 MB and was searched in parts\n");
   }
 }
@@ -119,6 +119,19 @@ TEST_F(Files, AWordThatCannotBeSearchedIsToldWithItsLine) {
             "    ^^^^^^^^^\n"
             "trovex: words, line 3: The search expression contains an invalid character.");
   EXPECT_EQ(run.out, "");
+}
+
+TEST_F(Files, AListThatIsTooLongIsRefused) {
+  std::string list;
+  for (int i = 0; i < 400000; ++i)
+    list += "Wort" + std::to_string(i) + "\n";
+  Write("list", list);
+  const RunResult run = Run({"-f", "list"}, "Wort1\n");
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(
+      run.err,
+      "trovex: The list is too long: it has 400000 words. Search in several runs; 40000 words of "
+      "ordinary length are not too many for one.\n");
 }
 
 TEST_F(Files, AFileThatTellsNoSizeIsReadToItsEnd) {

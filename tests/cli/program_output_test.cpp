@@ -47,6 +47,11 @@ TEST_F(Output, ContextIsMarkedAndGapsAreShown) {
   EXPECT_EQ(Run({"-C1", "x4", "t"}).out, "t-3-3\nt:4:x4\nt-5-5\n");
 }
 
+TEST_F(Output, ContextHasItsOwnByteOffsets) {
+  Write("t", "1\n22\n333\nx4\n5\n66\n");
+  EXPECT_EQ(Run({"-INbC2", "x", "t"}).out, "2-22\n5-333\n9:x4\n12-5\n14-66\n");
+}
+
 TEST_F(Output, HugeContextIsTheWholeFile) {
   EXPECT_EQ(Run({"-C", "1000000000", "b"}, "a\nb\nc\n").out, "1-a\n2:b\n3-c\n");
 }
@@ -68,6 +73,11 @@ TEST_F(Output, CountCountsMatchingLinesOfEveryFile) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(Run({"-c", "x"}, "x\n").out, "1\n");
   EXPECT_EQ(Run({"-c", "x"}, "y\n").status, 1);
+}
+
+TEST_F(Output, JsonListsFilesToo) {
+  Write("d/a", "x\n");
+  EXPECT_EQ(Run({"--files", "--json", "d"}).out, "{\"type\":\"file\",\"file\":\"d/a\"}\n");
 }
 
 TEST_F(Output, FilesWithMatchesAreNamedOnce) {

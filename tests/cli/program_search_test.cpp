@@ -75,7 +75,7 @@ TEST_F(Search, PhoneticFindsOtherSpellings) {
   EXPECT_EQ(Run({"--classic", "-p", "..."}, text).status, 2);
 }
 
-TEST_F(Search, PhoneticGoesOnBehindAZeroByte) {
+TEST_F(Search, PhoneticGoesOnAfterAZeroByte) {
   EXPECT_EQ(Run({"--classic", "-p", "-a", "-o", "Meier"}, std::string("a\0b\nMeier\n", 10)).out,
             "2:Meier\n");
 }
@@ -150,13 +150,13 @@ TEST_F(Search, AnEmptyMatchMarksItsLine) {
   EXPECT_EQ(Run({"-o", "b*$"}, "xa\n").status, 0);
 }
 
-TEST_F(Search, ThereIsNoLineBehindTheLastLineEnd) {
+TEST_F(Search, ThereIsNoLineAfterTheLastLineEnd) {
   EXPECT_EQ(Run({"^$"}, "a\n").status, 1);
   EXPECT_EQ(Run({"^$"}, "a\r\n").status, 1);
   EXPECT_EQ(Run({"^$"}, "a\n\nb\n").out, "2:\n");
 }
 
-TEST_F(Search, AFileOfWholePagesHasAByteBehindIt) {
+TEST_F(Search, AFileOfWholePagesHasAByteAfterIt) {
   for (const int size : {4096, 8192, 65536, 131072}) {
     Write("pages", Times(size - 3, "x") + "end");
     EXPECT_EQ(Run({"-oI", "end$", "pages"}).out, "1:end\n") << size;

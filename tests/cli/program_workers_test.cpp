@@ -1,10 +1,14 @@
 // Many files on several workers: the same output as one process gives, whatever happens to them.
 
 #include "tests/cli/run_program.h"
+#include "tests/dice.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
+#include <cstdint>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace trovex::testing {
 namespace {
@@ -32,6 +36,74 @@ TEST_F(Workers, OutputKeepsTheOrderOfTheFiles) {
     EXPECT_EQ(several.err, "");
   }
   EXPECT_TRUE(Run({"Wort", "many"}).out == alone.out);
+}
+
+/// The lines of `text` that hold an x, at most `most` of them, with their context: "12:x", "13-y", "--".
+std::string WithContext(const std::string& text, int before, int after, int most) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  std::vector<char> marks(lines.size(), ' ');
+  for (std::size_t i = 0; i < lines.size() && most > 0; ++i) {
+    if (lines[i].find('x') == std::string::npos) continue;
+    --most;
+    const std::size_t first = i - std::min(i, static_cast<std::size_t>(before));
+    const std::size_t last = std::min(lines.size() - 1, i + static_cast<std::size_t>(after));
+    for (std::size_t k = first; k <= last; ++k)
+      marks[k] = marks[k] == ':' ? ':' : '-';
+    marks[i] = ':';
+  }
+  std::string out;
+  bool gap = false;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (marks[i] == ' ') {
+      gap = true;
+      continue;
+    }
+    if (gap && !out.empty()) out += "--\n";
+    gap = false;
+    out += std::to_string(i + 1) + marks[i] + lines[i] + "\n";
+  }
+  return out;
+}
+
+TEST_F(Workers, ContextOfALargeFileIsWhatStandsAroundItsLines) {
+  for (std::uint32_t seed = 0; seed < 6; ++seed) {
+    Dice dice(seed);
+    const int rarity = dice.Between(2, 3000);
+    std::string text;
+    while (text.size() < 1'500'000) {
+      const bool found = dice.OneIn(rarity);
+      text += std::string(static_cast<std::size_t>(dice.Between(0, 200)), 'y');
+      text += found ? "x\n" : "\n";
+    }
+    if (dice.OneIn(2)) text.pop_back();
+    Write("t", text);
+    const int before = dice.Between(0, 30);
+    const int after = dice.Between(before == 0 ? 1 : 0, 30);
+    const int most = dice.OneIn(2) ? dice.Between(1, 500) : 1'000'000;
+    std::vector<std::string> arguments = {"-I", "-B", std::to_string(before), "-A",
+                                          std::to_string(after)};
+    if (most < 1000) arguments.insert(arguments.end(), {"-m", std::to_string(most)});
+    arguments.insert(arguments.end(), {"-j", "", "x", "t"});
+    for (const char* jobs : {"1", "2", "5"}) {
+      arguments[arguments.size() - 3] = jobs;
+      EXPECT_TRUE(Run(arguments).out == WithContext(text, before, after, most))
+          << "seed " << seed << ", jobs " << jobs;
+    }
+  }
+}
+
+TEST_F(Workers, TheMostLinesOfALargeFileAreItsFirst) {
+  Write("t", Times(100000, "eine Zeile mit Wort\n"));
+  for (const char* jobs : {"1", "2", "5"}) {
+    EXPECT_EQ(Run({"-j", jobs, "-m", "70000", "-c", "-I", "Wort", "t"}).out, "70000\n");
+    const RunResult run =
+        Run({"-j", jobs, "-m", "70000", "--stats", "-b", "-o", "-I", "Wort", "t"});
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 70000);
+    EXPECT_TRUE(run.out.ends_with("70000:1399995:Wort\n"));
+  }
 }
 
 TEST_F(Workers, CountsAndNamesKeepTheOrderToo) {

@@ -55,9 +55,9 @@ Plain SearchPlainly(const Query& query, const std::string& text, Scope scope, in
       const TagRange* const range = item.Tag(tag);
       if (tag > 0 && range == nullptr) continue;
       Range match{unit.begin + places[item.begin], unit.begin + places[item.end]};
-      const bool behindAll =
+      const bool afterAll =
           match.begin == match.end && match.begin == text.size() && text.ends_with('\n');
-      if (behindAll) continue;
+      if (afterAll) continue;
       if (tag > 0) match = {unit.begin + places[range->begin], unit.begin + places[range->end]};
       matches.push_back(match);
     }

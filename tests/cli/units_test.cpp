@@ -74,8 +74,8 @@ TEST(Cuts, TheUnitsOfTheTwoSidesAreThoseOfTheWhole) {
       const Texts whole = UnitsOf(text, scope);
       const auto hold = [&](std::size_t cut) {
         Texts both = UnitsOf(text.substr(0, cut), scope);
-        const Texts behind = UnitsOf(text.substr(cut), scope);
-        both.insert(both.end(), behind.begin(), behind.end());
+        const Texts after = UnitsOf(text.substr(cut), scope);
+        both.insert(both.end(), after.begin(), after.end());
         ASSERT_EQ(both, whole) << cut << " " << ::testing::PrintToString(text);
       };
       hold(LastCut(text, scope));

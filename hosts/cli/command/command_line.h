@@ -3,7 +3,7 @@
 //   -C3  -C 3  --context=3  --context 3      an option with its argument
 //   -lw                                      switches together
 //   --no-hidden                              a switch undone: what has no name of its own with "no-"
-//   -- -x                                    behind "--", everything is a name
+//   -- -x                                    after "--", everything is a name
 
 #ifndef TROVEX_HOSTS_CLI_COMMAND_LINE_H
 #define TROVEX_HOSTS_CLI_COMMAND_LINE_H

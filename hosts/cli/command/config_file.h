@@ -1,12 +1,12 @@
 // The configuration file: options that are always wanted.
 //
-//     # what stands behind a # at the beginning of a line is a comment
+//     # what stands after a # at the beginning of a line is a comment
 //     --hidden
 //     --scope line
 //     --colors=match=bold+blue
 //     -j2
 //
-// One option a line. Blanks at the ends of a line do not count, nor do quotes: what stands behind
+// One option a line. Blanks at the ends of a line do not count, nor do quotes: what stands after
 // the name of an option, and "=" or blanks, is its argument as it is.
 
 #ifndef TROVEX_HOSTS_CLI_CONFIG_FILE_H

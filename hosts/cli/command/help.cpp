@@ -26,7 +26,7 @@ const HelpExample kHelpLanguage[] = {
     {"!A", "A must not occur; it reaches up to the next &"},
     {"A &20 B", "at most 20 characters lie between the two"},
     {"A &5w B", "at most 5 words lie between them"},
-    {"A &>20 B", "and B comes behind A"},
+    {"A &>20 B", "and B comes after A"},
     {"A &20 !B", "each A that has no B near it"},
     {"~Word", "words that sound like it"},
     {"( ... )", "brackets put together, and are counted from 1 for --tag"},
@@ -47,9 +47,14 @@ const std::string_view kHelpExpressions =
     "Put the expression in single quotes. Every term of it is a regular expression that is matched "
     "within one line; upper and lower case, also of umlauts, do not differ. Blanks around a term "
     "do "
-    "not count. A number directly behind & is a distance; '& 20 Euro' is not. Where something must "
+    "not count. A number directly after & is a distance; '& 20 Euro' is not. Where something must "
     "not occur and nothing more is asked ('!A'), there is no match to show: what is shown then are "
     "the texts without A, names of files, or with --scope paragraphs or lines.";
+
+const std::string_view kHelpLimits =
+    "By line and by paragraph, files of any size are searched in 64 MB of memory. A line or "
+    "paragraph of more "
+    "than 8 MB is searched in parts, which is told, and a list may have some 40000 words.";
 
 const std::string_view kHelpStatus =
     "The exit status is 0 when something is found, 1 when nothing is, 2 when there was trouble.";
@@ -101,7 +106,7 @@ void AppendWrapped(std::string& out, std::string_view text, std::size_t indent,
   out += '\n';
 }
 
-/// Brings the end of the last line to `column`, on a new line if it is behind.
+/// Brings the end of the last line to `column`, on a new line if it is past it.
 void MoveTo(std::string& out, std::size_t lineBegin, std::size_t column) {
   const std::size_t at = out.size() - lineBegin;
   if (at + 1 > column) {
@@ -189,6 +194,8 @@ std::string LongHelp() {
   AppendOptions(out, true);
   out += '\n';
   AppendWrapped(out, kConfiguration, 0, 0);
+  out += '\n';
+  AppendWrapped(out, kHelpLimits, 0, 0);
   out += '\n';
   AppendWrapped(out, kHelpStatus, 0, 0);
   return out;

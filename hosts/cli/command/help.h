@@ -23,6 +23,7 @@ extern const HelpExample kHelpPatterns[];
 std::string_view HelpFiles();
 
 /// What the exit status says.
+extern const std::string_view kHelpLimits;
 extern const std::string_view kHelpStatus;
 
 /// What is to be said about expressions beside the table of their operators.

@@ -125,6 +125,7 @@ std::string ManualPage() {
   out += ".SH EXPRESSIONS\n" + Escaped(kHelpExpressions) + "\n" + Pairs(kHelpLanguage);
   out += ".SS Patterns\n" + Pairs(kHelpPatterns);
   out += Options();
+  out += ".SH LIMITS\n" + Escaped(kHelpLimits) + "\n";
   out += ".SH EXIT STATUS\n" + Escaped(kHelpStatus) + "\n";
   out +=
       ".SH ENVIRONMENT\n.TP\n.B TROVEX_CONFIG\n"

@@ -91,8 +91,8 @@ constexpr OptionEntry kTable[] = {
     {Id::kThreads, kFiles, 'j', "threads", "jobs", "N", kText, "",
      "at most N threads; by default one a core", ""},
 
-    {Id::kAfter, kOutput, 'A', "after-context", "", "N", kText, "",
-     "N lines behind each line found", ""},
+    {Id::kAfter, kOutput, 'A', "after-context", "", "N", kText, "", "N lines after each line found",
+     ""},
     {Id::kBefore, kOutput, 'B', "before-context", "", "N", kText, "", "N lines before it", ""},
     {Id::kContext, kOutput, 'C', "context", "", "N", kText, "", "both", ""},
     {Id::kCount, kOutput, 'c', "count", "", "", kNone, "",
@@ -124,7 +124,7 @@ constexpr OptionEntry kTable[] = {
     {Id::kHeading, kOutput, '\0', "heading", "", "", kNone, "",
      "the file's name on a line above its matches",
      "This is the default on a terminal; --no-heading puts it before each line."},
-    {Id::kNull, kOutput, '0', "null", "", "", kNone, "", "a zero byte behind each file's name", ""},
+    {Id::kNull, kOutput, '0', "null", "", "", kNone, "", "a zero byte after each file's name", ""},
     {Id::kJson, kOutput, '\0', "json", "", "", kNone, "", "JSON, one object a line",
      "An object for each match; with --count or --files-with-matches, for each file. The last "
      "object "

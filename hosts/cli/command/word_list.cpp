@@ -73,11 +73,11 @@ std::string QuoteTerm(std::string_view text) {
 }
 
 const ExpressionPart* JoinedExpression::PartAt(std::size_t offset) const {
-  const auto behind = std::upper_bound(
+  const auto after = std::upper_bound(
       parts.begin(), parts.end(), offset,
       [](std::size_t place, const ExpressionPart& part) { return place < part.begin; });
-  if (behind == parts.begin()) return nullptr;
-  const ExpressionPart& part = *(behind - 1);
+  if (after == parts.begin()) return nullptr;
+  const ExpressionPart& part = *(after - 1);
   return offset <= part.end ? &part : nullptr;
 }
 

@@ -30,7 +30,7 @@ struct ExpressionPart {
   /// Its range in the joined expression, without a bracket around it.
   std::size_t begin = 0;
   std::size_t end = 0;
-  /// The index of the expression; that of a word goes on behind the last expression.
+  /// The index of the expression; that of a word goes on after the last expression.
   std::size_t index = 0;
 };
 

@@ -16,7 +16,7 @@
 
 namespace trovex::cli {
 
-/// Reads the bytes of one text, one block behind the other. What stands for no character becomes
+/// Reads the bytes of one text, one block after the other. What stands for no character becomes
 /// U+FFFD.
 class Decoder {
  public:

@@ -57,7 +57,7 @@ std::optional<EncodingChoice> FindEncoding(std::string_view typed) {
   if (simplified == "auto") return EncodingChoice{};
   if (simplified == "utf8") return EncodingChoice{Encoding::kUtf8, {}};
   if (IsWindowsLatin1(simplified)) return EncodingChoice{Encoding::kWindows1252, {}};
-  // iconv takes an empty name, and what stands behind "//", for something else.
+  // iconv takes an empty name, and what stands after "//", for something else.
   if (simplified.empty() || typed.find('/') != typed.npos) return std::nullopt;
   const std::string name = OwnName(typed, simplified);
   if (!IconvKnows(name)) return std::nullopt;

@@ -15,7 +15,7 @@ namespace trovex::cli {
 struct EncodingChoice {
   Encoding encoding = Encoding::kAuto;
   /// For Encoding::kNamed: as iconv_open knows it; UTF-16 and UTF-32 in capitals with a dash, and LE or
-  /// BE behind it if that was told.
+  /// BE after it if that was told.
   std::string name;
 };
 

@@ -50,7 +50,7 @@ class FileWalk {
  private:
   enum class EntryKind : std::uint8_t { kFile, kFolder, kOther };
 
-  /// A name in a folder. The names themselves lie one behind the other in the level.
+  /// A name in a folder. The names themselves lie one after the other in the level.
   struct Entry {
     std::uint32_t begin;
     std::uint16_t length;

@@ -88,8 +88,8 @@ bool Glob::Read(std::string_view pattern) {
     const char c = pattern[i];
     if (c == '*') {
       const std::size_t end = std::min(pattern.find_first_not_of('*', i), pattern.size());
-      const bool behindSlash = i == 0 || pattern[i - 1] == '/';
-      const bool isDouble = end - i >= 2 && behindSlash;
+      const bool afterSlash = i == 0 || pattern[i - 1] == '/';
+      const bool isDouble = end - i >= 2 && afterSlash;
       if (isDouble && end == pattern.size()) {
         tokens_.push_back({TokenKind::kEverything, 0, false, {}});
         i = end;
@@ -118,7 +118,7 @@ bool Glob::Read(std::string_view pattern) {
   return true;
 }
 
-/// Reads a set, whose "[" stands before `at`; returns the place behind its "]".
+/// Reads a set, whose "[" stands before `at`; returns the place after its "]".
 std::size_t Glob::ReadSet(std::string_view pattern, std::size_t at) {
   Token set{TokenKind::kSet, 0, false, {}};
   if (at < pattern.size() && (pattern[at] == '!' || pattern[at] == '^')) {

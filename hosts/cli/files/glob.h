@@ -26,7 +26,7 @@ class Glob {
   /// threads at a time.
   bool Fits(std::string_view path) const;
 
-  /// Whether it can be read: every "[" has its "]", and something stands behind every backslash.
+  /// Whether it can be read: every "[" has its "]", and something stands after every backslash.
   /// Otherwise it never fits.
   bool IsRight() const { return kind_ != Kind::kWrong; }
 
@@ -59,7 +59,7 @@ class Glob {
 
   Kind kind_ = Kind::kGeneral;
   std::vector<Token> tokens_;
-  std::string literal_;  // the whole pattern, or what stands behind its only star
+  std::string literal_;  // the whole pattern, or what stands after its only star
   /// Which tokens can come next; kept for their memory.
   mutable std::vector<char> states_;
   mutable std::vector<char> nextStates_;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// Takes off blanks at the end, but one behind a backslash.
+/// Takes off blanks at the end, but one after a backslash.
 std::string_view WithoutBlanksAtEnd(std::string_view line) {
   while (line.ends_with(' ')) {
     const std::string_view rest = line.substr(0, line.size() - 1);

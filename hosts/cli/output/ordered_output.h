@@ -52,7 +52,7 @@ class OrderedOutput {
 
   explicit OrderedOutput(ResultStream& stream) : stream_(stream) {}
 
-  /// Opens a channel behind all others. It is valid until it is closed.
+  /// Opens a channel after all others. It is valid until it is closed.
   Channel& Open();
 
  private:

@@ -75,12 +75,21 @@ class Printer::Page {
   void WriteFoundLine(const FoundLine& found);
   void WriteMatches(const FoundLine& found);
   void WriteWhole(const FoundLine& found);
-  void WritePrefix(char separator, std::int64_t number, std::int64_t column, std::size_t place);
+  void WritePrefix(char separator, std::int64_t number, std::int64_t column, std::uint64_t offset);
   void WriteSeparator(char separator) {
     printer_.AppendColored({&separator, 1}, printer_.palette_.separator, out_);
   }
-  void WriteContextLine(std::string_view line, std::int64_t number, std::size_t place);
+  void WriteContextLine(std::string_view line, std::int64_t number, std::uint64_t offset);
+  void WriteContextAfter(std::size_t& place, std::size_t end);
+  void WriteContextBefore(std::size_t place, const FoundLine& found);
+  void KeepLinesInFront(std::size_t place);
+  std::size_t LinesBefore(std::size_t end, std::size_t place, std::int64_t& count) const;
   void WriteGap(std::int64_t first);
+
+  /// Where `place` stands in the file; in a text that is decoded, that has to be counted.
+  std::uint64_t OffsetIfShown(std::size_t place) const {
+    return printer_.byteOffset_ ? piece_.OffsetOf(place) : 0;
+  }
 
   /// In characters, or for editors in bytes.
   std::int64_t ColumnOf(const FoundLine& found, std::size_t place) const {
@@ -108,7 +117,7 @@ class Printer::Page {
 };
 
 void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_t column,
-                                std::size_t place) {
+                                std::uint64_t offset) {
   if (!name_.empty()) {
     out_ += name_;
     if (printer_.nullAfterName_) {
@@ -125,7 +134,7 @@ void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_
   };
   if (printer_.lineNumbers_) field(number);
   if (printer_.column_ && column > 0) field(column);
-  if (printer_.byteOffset_) field(static_cast<std::int64_t>(piece_.OffsetOf(place)));
+  if (printer_.byteOffset_) field(static_cast<std::int64_t>(offset));
 }
 
 void Printer::Page::WriteWhole(const FoundLine& found) {
@@ -158,7 +167,8 @@ void Printer::Page::WriteMatches(const FoundLine& found) {
     const Range& match = found_.matches[i];
     const Range shown{match.begin, std::min(match.end, found.line.end)};
     if (!whole && shown.begin >= shown.end) continue;
-    WritePrefix(':', number_, printer_.column_ ? ColumnOf(found, match.begin) : 0, match.begin);
+    WritePrefix(':', number_, printer_.column_ ? ColumnOf(found, match.begin) : 0,
+                OffsetIfShown(match.begin));
     if (whole) {
       WriteWhole(found);
     } else {
@@ -175,7 +185,8 @@ void Printer::Page::WriteFoundLine(const FoundLine& found) {
   if (printer_.output_ != OutputMode::kLines && found.matchCount > 0) return WriteMatches(found);
   const std::size_t place =
       found.matchCount > 0 ? found_.matches[found.firstMatch].begin : found.line.begin;
-  WritePrefix(':', number_, printer_.column_ ? ColumnOf(found, place) : 0, found.line.begin);
+  WritePrefix(':', number_, printer_.column_ ? ColumnOf(found, place) : 0,
+              OffsetIfShown(found.line.begin));
   WriteWhole(found);
 }
 
@@ -188,48 +199,86 @@ void Printer::Page::WriteLines() {
 }
 
 void Printer::Page::WriteContextLine(std::string_view line, std::int64_t number,
-                                     std::size_t place) {
-  WritePrefix('-', number, 0, place);
+                                     std::uint64_t offset) {
+  WritePrefix('-', number, 0, offset);
   AppendText(line, printer_.textForm_, out_);
   out_ += '\n';
-  state_.behindShown = number + 1;
+  state_.afterShown = number + 1;
 }
 
 /// Marks that lines have been left out before line `first`.
 void Printer::Page::WriteGap(std::int64_t first) {
-  if (state_.behindShown == 0 || state_.behindShown >= first) return;
+  if (state_.afterShown == 0 || state_.afterShown >= first) return;
   printer_.AppendColored("--", printer_.palette_.separator, out_);
   out_ += '\n';
 }
 
+/// Shows the lines of the text from `place` to `end`, which follow one that was shown, as far as they are context
+/// of it; moves `place` after them.
+void Printer::Page::WriteContextAfter(std::size_t& place, std::size_t end) {
+  for (Range line; state_.contextToCome > 0 && place < end; --state_.contextToCome) {
+    NextUnit(piece_.text, Scope::kLine, place, line);
+    WriteContextLine(Piece(piece_.text, line), state_.afterShown, OffsetIfShown(line.begin));
+  }
+}
+
+/// Where the `count` lines before `end`, which is the begin of a line, begin, or those from `place` on; lowers
+/// `count` by what is missing.
+std::size_t Printer::Page::LinesBefore(std::size_t end, std::size_t place,
+                                       std::int64_t& count) const {
+  std::int64_t lines = 0;
+  for (; lines < count && end > place; ++lines)
+    end = LineAround(piece_.text, end - 1).begin;
+  count = lines;
+  return end;
+}
+
+/// Shows the lines before the line that is found, from `place` on and those of the pieces before, as far as
+/// they are context of it.
+void Printer::Page::WriteContextBefore(std::size_t place, const FoundLine& found) {
+  std::int64_t count = printer_.contextBefore_;
+  place = LinesBefore(found.line.begin, place, count);
+  auto& inFront = state_.mayBeContext;
+  const auto missing = static_cast<std::size_t>(printer_.contextBefore_ - count);
+  if (inFront.size() > missing)
+    inFront.erase(inFront.begin(), inFront.end() - static_cast<std::ptrdiff_t>(missing));
+  std::int64_t number = number_ - count - static_cast<std::int64_t>(inFront.size());
+  WriteGap(number);
+  for (const LineInFront& line : inFront)
+    WriteContextLine(line.text, number++, line.offset);
+  inFront.clear();
+  for (Range line; number < number_; ++number) {
+    NextUnit(piece_.text, Scope::kLine, place, line);
+    WriteContextLine(Piece(piece_.text, line), number, OffsetIfShown(line.begin));
+  }
+}
+
+/// Keeps what may be context of lines of the next piece: of the lines from `place` on, none of which was shown.
+void Printer::Page::KeepLinesInFront(std::size_t place) {
+  std::int64_t count = printer_.contextBefore_;
+  place = LinesBefore(piece_.text.size(), place, count);
+  auto& inFront = state_.mayBeContext;
+  for (Range line; NextUnit(piece_.text, Scope::kLine, place, line);)
+    inFront.push_back({std::string(Piece(piece_.text, line)), OffsetIfShown(line.begin)});
+  while (inFront.size() > static_cast<std::size_t>(printer_.contextBefore_))
+    inFront.pop_front();
+}
+
 /// Lines with their context. Context that touches is joined; a gap is marked.
 void Printer::Page::WriteWithContext() {
-  auto found = found_.lines.begin();
   std::size_t place = 0;
-  for (Range line; NextUnit(piece_.text, Scope::kLine, place, line); ++number_) {
-    const bool hit = found != found_.lines.end() && found->line.begin == line.begin && !Enough();
-    if (hit) {
-      auto& before = state_.mayBeContext;
-      const auto first = number_ - static_cast<std::int64_t>(before.size());
-      WriteGap(first);
-      for (std::int64_t i = first; i < number_; ++i)
-        WriteContextLine(before[static_cast<std::size_t>(i - first)], i, line.begin);
-      before.clear();
-      WriteFoundLine(*found++);
-      state_.behindShown = number_ + 1;
-      state_.contextToCome = printer_.contextAfter_;
-      continue;
-    }
-    if (state_.contextToCome > 0) {
-      --state_.contextToCome;
-      WriteContextLine(Piece(piece_.text, line), number_, line.begin);
-    } else if (printer_.contextBefore_ > 0) {
-      state_.mayBeContext.emplace_back(Piece(piece_.text, line));
-      if (state_.mayBeContext.size() > static_cast<std::size_t>(printer_.contextBefore_))
-        state_.mayBeContext.pop_front();
-    }
-    if (printer_.HasEnough(state_)) return;
+  for (const FoundLine& found : found_.lines) {
+    if (Enough()) break;
+    WriteContextAfter(place, found.line.begin);
+    GoTo(found);
+    WriteContextBefore(place, found);
+    WriteFoundLine(found);
+    state_.afterShown = number_ + 1;
+    state_.contextToCome = printer_.contextAfter_;
+    place = NextLineBegin(piece_.text, found.line.end);
   }
+  WriteContextAfter(place, piece_.text.size());
+  if (!printer_.HasEnough(state_)) KeepLinesInFront(place);
 }
 
 JsonObject Printer::Page::Match(Range range, Range line) {

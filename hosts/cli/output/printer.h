@@ -2,6 +2,7 @@
 //
 // A file is printed piece by piece. What a piece has to know of those before it is carried from one
 // to the next; where that is only the number of lines, pieces can be printed at the same time.
+// Lines that are neither found nor context of one that is are not looked at.
 
 #ifndef TROVEX_HOSTS_CLI_PRINTER_H
 #define TROVEX_HOSTS_CLI_PRINTER_H
@@ -51,6 +52,12 @@ struct FilePiece {
   std::uint64_t OffsetOf(std::size_t place) const;
 };
 
+/// A line without its end, and where it begins in the file.
+struct LineInFront {
+  std::string text;
+  std::uint64_t offset;
+};
+
 /// What the output of a piece has to know of the pieces before it.
 struct PrintState {
   /// How many lines they have. Not changed by printing.
@@ -58,10 +65,10 @@ struct PrintState {
   /// How many lines that were found have been shown.
   std::int64_t shown = 0;
   /// The lines in front that may become context, and how many lines of context are still to come.
-  std::deque<std::string> mayBeContext;
+  std::deque<LineInFront> mayBeContext;
   std::int64_t contextToCome = 0;
-  /// The number of the line behind the last one that was shown; 0: none was.
-  std::int64_t behindShown = 0;
+  /// The number of the line after the last one that was shown; 0: none was.
+  std::int64_t afterShown = 0;
 };
 
 class Printer {

@@ -21,7 +21,7 @@ bool IsUtf8Encoding(std::string_view encoding);
 /// Whether `encoding` is that of the C locale, which says nothing about a terminal of today.
 bool IsPlainAscii(std::string_view encoding);
 
-/// The columns of the terminal behind `descriptor`; 80 when it does not tell or is none.
+/// The columns of the terminal that `descriptor` belongs to; 80 when it does not tell or is none.
 std::size_t TerminalColumns(int descriptor);
 
 /// What the standard output is and what it gets.

@@ -14,7 +14,7 @@ bool IsControl(char32_t code) {
   return (code < 0x20 && code != '\t') || (code >= 0x7F && code < 0xA0);
 }
 
-/// Whether the character turns the direction in which the text behind it is shown.
+/// Whether the character turns the direction in which the text after it is shown.
 bool TurnsDirection(char32_t code) {
   return code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E) ||
          (code >= 0x2066 && code <= 0x2069);

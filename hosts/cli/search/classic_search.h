@@ -1,6 +1,6 @@
 // --classic: texts are searched as the first door does it, answer for answer.
 //
-// That door serves one thread, changes the byte behind a text, and reads one byte as a character. So
+// That door serves one thread, changes the byte after a text, and reads one byte as a character. So
 // all of a file is decoded into a text of its own: valid UTF-8 into bytes of the Windows Latin-1 code
 // page, every other byte as it is. A character that the code page lacks becomes one placeholder byte,
 // which no pattern can name, so that it can match nothing but "." and negated sets and shifts no
@@ -56,7 +56,7 @@ class ClassicSearch {
   bool phonetic_;
   bool latin1_;
 
-  /// The text with a writable byte behind it, and for each byte its offset in the file; none where
+  /// The text with a writable byte after it, and for each byte its offset in the file; none where
   /// that is the same.
   std::string decoded_;
   std::vector<std::size_t> offsets_;

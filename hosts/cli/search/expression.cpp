@@ -17,6 +17,9 @@ namespace {
 constexpr std::string_view kPatternCharacters = ".[]*+?{}|^$~";
 constexpr std::string_view kOperators = "&!()";
 
+/// The number of the fault that there is too much to be compiled.
+constexpr int kExpressionTooLong = 9814;
+
 /// What a person can do about the fault of this number.
 std::string_view Advice(int number) {
   switch (number) {
@@ -37,7 +40,7 @@ std::string_view Advice(int number) {
       return "Write {3}, {2,} or {2,5}; \\{ is the character.";
     case 9810:
       return "A range is written as in [a-z]; a \"-\" at either end of a set is itself.";
-    case 9814:
+    case kExpressionTooLong:
       return "Put a list of words into a file and search with --file.";
     case 9815:
       return "Write \\) for the character.";
@@ -79,6 +82,9 @@ ExpressionFault WithRange(const Fault& fault, std::string expression, std::size_
 ExpressionFault FaultOfPart(const Fault& fault, std::size_t before, const JoinedExpression& joined,
                             const std::vector<std::string>& expressions,
                             const std::vector<std::string>& words) {
+  if (!words.empty() && fault.number == kExpressionTooLong)
+    return {"The list is too long: it has " + std::to_string(words.size()) + " words.",
+            "Search in several runs; 40000 words of ordinary length are not too many for one."};
   const ExpressionPart* const part =
       fault.begin < before ? nullptr : joined.PartAt(fault.begin - before);
   if (part == nullptr || fault.end > before + part->end)

@@ -19,7 +19,7 @@ constexpr std::size_t kBlock = std::size_t{256} * 1024;
 /// A line or paragraph that is longer is searched in parts, so that memory is bounded.
 constexpr std::size_t kLongestUnit = std::size_t{8} * 1024 * 1024;
 constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
-/// What is read behind a stretch, for the end of its last line.
+/// What is read after a stretch, for the end of its last line.
 constexpr std::size_t kNearEnd = 4096;
 constexpr std::size_t kEncodingLookAhead = std::size_t{64} * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -35,7 +35,7 @@ std::string Reason(SystemError error) {
   return std::strerror(error.number);
 }
 
-/// Where a unit is parted that is too long: behind a blank, if there is one near.
+/// Where a unit is parted that is too long: after a blank, if there is one near.
 std::size_t ForcedCut(std::string_view text) {
   const std::size_t blank = text.rfind(' ');
   return blank != text.npos && blank + 1024 > text.size() ? blank + 1 : text.size();
@@ -271,21 +271,22 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
     SearchText(file, {file.name, blocks.Take(size), offset, blocks.Decoding()});
     if (!file.input.IsRegular()) file.channel.Flush();
     if (file.Decided() || job_.printer.HasEnough(file.print)) return;
-    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks);
+    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks, told);
   }
 }
 
 /// Whether the rest of the file can be searched by several threads at the same time.
 bool FileSearch::IsSharable(const CurrentFile& file, const Blocks& blocks) const {
   return threads_ > 1 && file.input.IsRegular() && blocks.Decoding() == nullptr && !file.binary &&
-         !job_.printer.InOrder() && file.input.Size() > blocks.Offset() + kBlock;
+         file.input.Size() > blocks.Offset() + kBlock;
 }
 
 /// The rest of a large file, with whoever has nothing to do.
-void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks) {
+void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting) {
   LargeFile large(file.name, file.input, blocks.Offset(),
-                  std::max(blocks.Offset(), file.input.Size()), file.print.linesBefore, threads_,
-                  file.channel);
+                  std::max(blocks.Offset(), file.input.Size()), std::move(file.print),
+                  job_.printer.InOrder(), threads_, file.channel);
+  if (toldOfParting) large.TellsOfParting();
   share_(large);
   file.counts += large.Wait();
 }
@@ -400,7 +401,7 @@ bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& st
     piece = {file.Name(), stretch_.View(begin, std::max(begin, end)), readFrom + begin};
   };
   const std::size_t begin = FirstCut(stretch_.View(0, size), scope, before);
-  // Units that begin behind the stretch are of the next one.
+  // Units that begin after the stretch are of the next one.
   if (begin >= std::min(size, wanted)) return take(size, size), true;
   if (stretch.last) return take(begin, std::min(size, wanted)), true;
   std::size_t from = wanted;
@@ -415,25 +416,41 @@ bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& st
 }
 
 /// Searches whole units of a large file.
-void FileSearch::SearchPieceOf(const FilePiece& piece, LargeFile::Result& result) {
+void FileSearch::SearchPieceOf(const FilePiece& piece) {
   RunSearch(piece.text, job_.printer.NeedOfSearch());
-  result.counts += CountFound(piece.text);
   job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
 }
 
-/// Adds what is to be shown of them.
+/// Adds what they count for, and what is to be shown of them. `lines` stand before them in the piece.
 void FileSearch::ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
-                             std::int64_t linesBeforeIt, LargeFile::Result& result) {
+                             std::int64_t lines, LargeFile::Result& result) {
   const Printer& printer = job_.printer;
-  if (found_.Any() || !found_.gaveUp.empty()) {
-    PrintState state;
-    if (printer.CountsLines()) state.linesBefore = file.LinesBefore(index) + linesBeforeIt;
-    for (const std::size_t place : found_.gaveUp) {
-      result.complaints.push_back(
-          GaveUpSentence(piece, place, printer.CountsLines() ? &state.linesBefore : nullptr));
-    }
-    printer.PrintPiece(piece, found_, state, result.output);
+  if (printer.InOrder()) return ShowInTurn(file, index, piece, result);
+  result.counts += CountFound(piece.text);
+  if (!found_.Any() && found_.gaveUp.empty()) return;
+  PrintState state;
+  if (printer.CountsLines()) state.linesBefore = file.LinesBefore(index) + lines;
+  ShowAfter(state, piece, result);
+}
+
+/// The same where what was shown before decides what is shown.
+void FileSearch::ShowInTurn(LargeFile& file, std::size_t index, const FilePiece& piece,
+                            LargeFile::Result& result) {
+  const std::int64_t lines = CountLinesIfNeeded(piece.text);
+  PrintState& state = file.WaitForTurn(index);
+  if (job_.printer.HasEnough(state)) return file.Stop();
+  result.counts += CountFound(piece.text);
+  ShowAfter(state, piece, result);
+  state.linesBefore += lines;
+}
+
+void FileSearch::ShowAfter(PrintState& state, const FilePiece& piece, LargeFile::Result& result) {
+  const Printer& printer = job_.printer;
+  for (const std::size_t place : found_.gaveUp) {
+    result.complaints.push_back(
+        GaveUpSentence(piece, place, printer.CountsLines() ? &state.linesBefore : nullptr));
   }
+  printer.PrintPiece(piece, found_, state, result.output);
 }
 
 /// Searches the units that begin in a stretch.
@@ -442,9 +459,10 @@ void FileSearch::SearchStretch(LargeFile& file, std::size_t index) {
   LargeFile::Result result;
   FilePiece piece;
   if (ReadStretch(file, stretch, piece, result.complaints)) {
-    SearchPieceOf(piece, result);
+    SearchPieceOf(piece);
     // Those that come later need to know this before anything is shown.
-    if (job_.printer.CountsLines()) file.TellLines(index, found_.CountLines(piece.text));
+    if (job_.printer.CountsLines() && !job_.printer.InOrder())
+      file.TellLines(index, found_.CountLines(piece.text));
     ShowPieceOf(file, index, piece, 0, result);
   } else {
     SearchLongUnits(file, index, piece.offset, result);
@@ -461,7 +479,8 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
                                  LargeFile::Result& result) {
   const Scope scope = job_.plan->scope;
   const std::uint64_t end = file.StretchOf(index).end;
-  result.complaints.push_back(PartedSentence(file.Name(), scope));
+  if (file.TellsOfParting()) result.complaints.push_back(PartedSentence(file.Name(), scope));
+  totals_.trouble = true;
   Blocks blocks(file.File(), stretch_, begin);
   std::int64_t lines = 0;
   bool parted = false;
@@ -476,7 +495,7 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
     const std::size_t least = offset < end ? static_cast<std::size_t>(end - offset) : 1;
     if (!parted) size = std::min(size, FirstCut(blocks.Text(), scope, least));
     const FilePiece piece{file.Name(), blocks.Take(size), offset};
-    SearchPieceOf(piece, result);
+    SearchPieceOf(piece);
     const std::int64_t ofPiece = CountLinesIfNeeded(piece.text);
     ShowPieceOf(file, index, piece, lines, result);
     lines += ofPiece;

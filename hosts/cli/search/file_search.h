@@ -50,14 +50,17 @@ class FileSearch {
   void SearchWhole(CurrentFile& file, Blocks& blocks);
   void SearchBlocks(CurrentFile& file, Blocks& blocks);
   bool IsSharable(const CurrentFile& file, const Blocks& blocks) const;
-  void SearchShared(CurrentFile& file, const Blocks& blocks);
+  void SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting);
   void SearchText(CurrentFile& file, const FilePiece& piece);
   void SearchStretch(LargeFile& file, std::size_t index);
   bool ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
                    std::vector<std::string>& complaints);
-  void SearchPieceOf(const FilePiece& piece, LargeFile::Result& result);
-  void ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
-                   std::int64_t linesBeforeIt, LargeFile::Result& result);
+  void SearchPieceOf(const FilePiece& piece);
+  void ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece, std::int64_t lines,
+                   LargeFile::Result& result);
+  void ShowInTurn(LargeFile& file, std::size_t index, const FilePiece& piece,
+                  LargeFile::Result& result);
+  void ShowAfter(PrintState& state, const FilePiece& piece, LargeFile::Result& result);
   void SearchLongUnits(LargeFile& file, std::size_t index, std::uint64_t begin,
                        LargeFile::Result& result);
   std::int64_t CountLinesIfNeeded(std::string_view text);

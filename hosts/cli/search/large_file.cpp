@@ -16,7 +16,7 @@ constexpr std::size_t kPiecesAThread = 8;
 }  // namespace
 
 LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t begin,
-                     std::uint64_t end, std::int64_t linesBefore, int threads,
+                     std::uint64_t end, PrintState before, bool inOrder, int threads,
                      OrderedOutput::Channel& channel)
     : name_(name),
       input_(input),
@@ -24,9 +24,11 @@ LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t be
       end_(end),
       count_(static_cast<std::size_t>((end - begin + kStretch - 1) / kStretch)),
       window_(static_cast<std::size_t>(threads) * kPiecesAThread),
+      inOrder_(inOrder),
       channel_(channel),
-      linesBefore_(linesBefore) {
-  linesBeforePiece_[0] = linesBefore;
+      state_(std::move(before)),
+      slots_(window_ + 1) {
+  slots_[0].linesBefore = state_.linesBefore;
 }
 
 LargeFile::Stretch LargeFile::StretchOf(std::size_t index) const {
@@ -41,13 +43,18 @@ std::optional<std::size_t> LargeFile::Take() {
   return next_++;
 }
 
+PrintState& LargeFile::WaitForTurn(std::size_t index) {
+  std::unique_lock lock(mutex_);
+  moved_.wait(lock, [&] { return turn_ == index; });
+  return state_;
+}
+
 void LargeFile::TellLines(std::size_t index, std::int64_t lines) {
   const std::lock_guard lock(mutex_);
-  slots_[index].lines = lines;
-  for (auto slot = slots_.find(counted_); slot != slots_.end() && slot->second.lines >= 0;
-       slot = slots_.find(counted_)) {
-    linesBefore_ += slot->second.lines;
-    linesBeforePiece_[++counted_] = linesBefore_;
+  SlotOf(index).lines = lines;
+  for (; counted_ < next_ && SlotOf(counted_).lines >= 0; ++counted_) {
+    const Slot& counted = SlotOf(counted_);
+    SlotOf(counted_ + 1).linesBefore = counted.linesBefore + counted.lines;
   }
   moved_.notify_all();
 }
@@ -55,12 +62,17 @@ void LargeFile::TellLines(std::size_t index, std::int64_t lines) {
 std::int64_t LargeFile::LinesBefore(std::size_t index) {
   std::unique_lock lock(mutex_);
   moved_.wait(lock, [&] { return counted_ >= index; });
-  return linesBeforePiece_.at(index);
+  return SlotOf(index).linesBefore;
 }
 
 void LargeFile::Finish(std::size_t index, Result result) {
   std::unique_lock lock(mutex_);
-  Slot& finished = slots_[index];
+  if (inOrder_) {
+    moved_.wait(lock, [&] { return turn_ == index; });
+    ++turn_;
+    moved_.notify_all();
+  }
+  Slot& finished = SlotOf(index);
   finished.result = std::move(result);
   finished.done = true;
   // Whoever is showing goes on with it.
@@ -81,11 +93,11 @@ void LargeFile::Finish(std::size_t index, Result result) {
 /// Shows what is finished and has nothing unfinished before it. Writing takes its time, and the others need
 /// not wait for it.
 void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
-  for (auto slot = slots_.find(shown_); slot != slots_.end() && slot->second.done;
-       slot = slots_.find(shown_)) {
-    const Result ready = std::move(slot->second.result);
-    slots_.erase(slot);
-    linesBeforePiece_.erase(shown_);
+  while (shown_ < next_ && SlotOf(shown_).done) {
+    Slot& slot = SlotOf(shown_);
+    const Result ready = std::move(slot.result);
+    slot.lines = -1;
+    slot.done = false;
     counts_ += ready.counts;
     lock.unlock();
     channel_.Output(ready.output);

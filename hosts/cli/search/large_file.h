@@ -11,9 +11,9 @@
 #include "hosts/cli/output/ordered_output.h"
 #include "hosts/cli/output/printer.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -31,9 +31,10 @@ class LargeFile {
     FileCounts counts;
   };
 
-  /// The file from `begin` on, where a unit begins, to `end`. `linesBefore` lines stand before it.
+  /// The file from `begin` on, where a unit begins, to `end`. `before` is what the output has to know of what
+  /// stands before it; with `inOrder`, each piece changes it in its turn.
   LargeFile(std::string_view name, const Input& input, std::uint64_t begin, std::uint64_t end,
-            std::int64_t linesBefore, int threads, OrderedOutput::Channel& channel);
+            PrintState before, bool inOrder, int threads, OrderedOutput::Channel& channel);
 
   std::string_view Name() const { return name_; }
   const Input& File() const { return input_; }
@@ -54,21 +55,30 @@ class LargeFile {
   void TellLines(std::size_t index, std::int64_t lines);
   /// The lines before piece `index`; waits until they are told.
   std::int64_t LinesBefore(std::size_t index);
+  /// With `inOrder`: waits until all pieces before `index` are finished, and returns what they leave to be
+  /// known. It belongs to the caller until it finishes the piece.
+  PrintState& WaitForTurn(std::size_t index);
   /// Ends a piece that was taken. All that it shows appears in the order of the pieces.
   void Finish(std::size_t index, Result result);
+  /// True for whoever is the first to tell that a unit had to be parted.
+  bool TellsOfParting() { return !toldOfParting_.exchange(true); }
   /// Further pieces are not wanted.
   void Stop();
   /// Waits until all pieces that were taken are finished, and returns what they have.
   FileCounts Wait();
 
  private:
-  void ShowFinished(std::unique_lock<std::mutex>& lock);
-
+  /// A piece on its way.
   struct Slot {
     std::int64_t lines = -1;
+    std::int64_t linesBefore = 0;
     bool done = false;
     Result result;
   };
+
+  void ShowFinished(std::unique_lock<std::mutex>& lock);
+  /// Pieces on their way are fewer than slots, so that what a piece comes to needs no memory of its own.
+  Slot& SlotOf(std::size_t index) { return slots_[index % slots_.size()]; }
 
   std::string_view name_;
   const Input& input_;
@@ -76,17 +86,19 @@ class LargeFile {
   std::uint64_t end_;
   std::size_t count_;
   std::size_t window_;
+  bool inOrder_;
   OrderedOutput::Channel& channel_;
 
+  std::atomic<bool> toldOfParting_{false};
   std::mutex mutex_;
   std::condition_variable moved_;
   std::size_t next_ = 0;
   std::size_t shown_ = 0;    // pieces that are finished and shown
   bool showing_ = false;     // a thread shows what is finished
-  std::size_t counted_ = 0;  // pieces whose lines are in linesBefore_
-  std::int64_t linesBefore_;
-  std::map<std::size_t, Slot> slots_;
-  std::map<std::size_t, std::int64_t> linesBeforePiece_;
+  std::size_t counted_ = 0;  // pieces before which the lines are known
+  std::size_t turn_ = 0;     // the piece that has, or gets, `state_`
+  PrintState state_;
+  std::vector<Slot> slots_;
   FileCounts counts_;
 };
 

@@ -123,6 +123,18 @@ std::optional<Query> CompileLike(const Query& query, const std::string& expressi
   return std::nullopt;
 }
 
+/// Whether the query can be nothing but letters and digits, or several such words: a carriage return is none.
+bool IsOfLetters(const Query& query) {
+  const std::string_view expression = query.Expression();
+  const bool hasEmptyWord = expression.starts_with('|') || expression.ends_with('|') ||
+                            expression.find("||") != expression.npos;
+  if (query.Options().phonetic || hasEmptyWord) return false;
+  return std::all_of(expression.begin(), expression.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           static_cast<unsigned char>(c) >= 0x80 || c == '|';
+  });
+}
+
 }  // namespace
 
 SearchPlan::SearchPlan(Query compiled, const Options& options, int tag_)
@@ -135,6 +147,7 @@ SearchPlan::SearchPlan(Query compiled, const Options& options, int tag_)
   const PartReader parts(query);
   if (parts.IsPlain(0)) {
     road = Road::kItems;
+    seesLineEnds = !IsOfLetters(query);
     return;
   }
   if (scope == Scope::kFile) return;

@@ -38,6 +38,8 @@ struct SearchPlan {
   /// Only matches that are a whole line.
   bool wholeLines = false;
   trovex::Encoding encoding = trovex::Encoding::kUtf8;
+  /// Whether it matters to the query how a line ends: in a line feed alone, or with a carriage return before it.
+  bool seesLineEnds = true;
 
   /// Whether a text can be searched in pieces of whole units, so that it need not be in memory.
   bool InPieces() const { return scope != Scope::kFile || road == Road::kItems; }

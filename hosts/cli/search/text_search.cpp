@@ -65,7 +65,7 @@ void TextSearch::Search(std::string_view text, Need need, Found& found) {
   text_ = text;
   searched_ = text;
   returns_.clear();
-  if (HoldsCarriageReturn(text)) {
+  if (plan_.seesLineEnds && HoldsCarriageReturn(text)) {
     Flatten(text, flattened_);
     searched_ = flattened_;
   }
@@ -101,32 +101,30 @@ void TextSearch::SearchItems() {
     }
     return !Enough();
   });
-  if (verdict != Verdict::kGaveUp) return;
-  found_->Clear();
-  nextLine_ = 0;
-  SearchUnits();
+  if (verdict == Verdict::kGaveUp) StartOver();
 }
 
 /// Writes the units in which the probe is found; returns false when that is not known.
 bool TextSearch::CollectUnits() {
   units_.clear();
-  std::size_t behind = 0;  // the last of these units
+  std::size_t after = 0;  // the last of these units
   SearchOptions options;
   options.encoding = plan_.encoding;
   const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
-    if (!units_.empty() && item.begin <= behind) return;
+    if (!units_.empty() && item.begin <= after) return;
     if (!IsInLine({item.begin, item.end})) return;
     const Range unit = UnitAround(text_, plan_.scope, item.begin);
     if (plan_.scope == Scope::kParagraph && unit.begin == unit.end) return;
     units_.push_back(unit);
-    behind = unit.end;
+    after = unit.end;
   });
   return verdict != Verdict::kGaveUp;
 }
 
 void TextSearch::SearchInverse() {
   if (text_.empty()) return;
-  if (!CollectUnits()) return SearchUnits();
+  if (plan_.scope == Scope::kLine ? !PassMatchingLines() : !CollectUnits()) return StartOver();
+  if (plan_.scope == Scope::kLine) return;
   auto found = units_.begin();
   std::size_t place = 0;
   for (Range unit; NextUnit(text_, plan_.scope, place, unit);) {
@@ -139,9 +137,49 @@ void TextSearch::SearchInverse() {
   }
 }
 
+/// Adds the lines between those with a match as these are found; returns false when the search gives up.
+bool TextSearch::PassMatchingLines() {
+  std::size_t place = 0;  // after the lines that are known
+  SearchOptions options;
+  options.encoding = plan_.encoding;
+  options.firstOfLine = !plan_.wholeLines;
+  const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
+    if (item.begin < place || !IsInLine({item.begin, item.end})) return true;
+    const Range line = LineAround(text_, item.begin);
+    AddLinesWithout(place, line.begin);
+    place = NextLineBegin(text_, line.end);
+    return !Enough();
+  });
+  if (verdict == Verdict::kGaveUp) return false;
+  if (!Enough()) AddLinesWithout(place, text_.size());
+  return true;
+}
+
+/// Adds the lines from `place` to `end`, where lines begin: no match lies on them.
+void TextSearch::AddLinesWithout(std::size_t place, std::size_t end) {
+  if (place >= end) return;
+  if (need_ < Need::kLines) {
+    const std::string_view lines = Piece(text_, {place, end});
+    found_->unitsWithout += CountLineFeeds(lines) + (lines.ends_with('\n') ? 0 : 1);
+    return;
+  }
+  for (Range line; place < end && NextUnit(text_, Scope::kLine, place, line);) {
+    ++found_->unitsWithout;
+    found_->satisfied.push_back(line);
+    found_->lines.push_back({line, found_->matches.size(), 0});
+  }
+}
+
+/// Searches each unit by itself, for the search of all has given up.
+void TextSearch::StartOver() {
+  found_->Clear();
+  nextLine_ = 0;
+  SearchUnits();
+}
+
 void TextSearch::SearchCandidates() {
   if (text_.empty()) return;
-  if (!CollectUnits()) return SearchUnits();
+  if (!CollectUnits()) return StartOver();
   for (const Range unit : units_) {
     SearchUnit(unit);
     if (Enough()) return;
@@ -159,7 +197,7 @@ void TextSearch::SearchUnits() {
 }
 
 void TextSearch::SearchUnit(Range unit) {
-  // The library knows that no line stands behind the last line end.
+  // The library knows that no line stands after the last line end.
   std::string_view text = plan_.scope == Scope::kFile && plan_.road == SearchPlan::Road::kUnits
                               ? text_
                               : Piece(text_, unit);
@@ -188,7 +226,7 @@ void TextSearch::SearchUnit(Range unit) {
     found_->gaveUp.push_back(unit.begin + PlaceOf(searcher_.GaveUpAt()));
 }
 
-/// Whether a match counts where it lies: not in a line end nor behind the last one, and, where whole
+/// Whether a match counts where it lies: not in a line end nor after the last one, and, where whole
 /// lines are asked for, from end to end of its line.
 bool TextSearch::IsInLine(Range match) const {
   if (match.begin == match.end) {
@@ -201,8 +239,8 @@ bool TextSearch::IsInLine(Range match) const {
 /// The place in the unit of `place` in what was searched of it.
 std::size_t TextSearch::PlaceOf(std::size_t place) const {
   if (returns_.empty()) return place;
-  const auto behind = std::lower_bound(returns_.begin(), returns_.end(), place);
-  return place + static_cast<std::size_t>(behind - returns_.begin());
+  const auto after = std::lower_bound(returns_.begin(), returns_.end(), place);
+  return place + static_cast<std::size_t>(after - returns_.begin());
 }
 
 /// Whether an item of the text that begins at `base` is asked for; if so, writes its range, or that

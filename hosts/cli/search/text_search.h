@@ -30,6 +30,9 @@ class TextSearch {
   void SearchUnits();
   void SearchUnit(Range unit);
   bool CollectUnits();
+  bool PassMatchingLines();
+  void AddLinesWithout(std::size_t place, std::size_t end);
+  void StartOver();
 
   bool IsInLine(Range match) const;
   std::size_t PlaceOf(std::size_t place) const;
@@ -53,7 +56,7 @@ class TextSearch {
   std::string_view searched_;
   Need need_ = Need::kVerdict;
   Found* found_ = nullptr;
-  /// Where the line behind the one of the latest match begins; 0 before the first match.
+  /// Where the line after the one of the latest match begins; 0 before the first match.
   std::size_t nextLine_ = 0;
 
   // Kept for their memory.

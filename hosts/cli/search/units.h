@@ -3,7 +3,7 @@
 //
 // A line ends in a line feed, or in a carriage return and a line feed, which are one line end. A
 // paragraph is a run of lines that are not empty. No unit holds the end of its last line, so that
-// what stands behind the last line end is not taken for one more line.
+// what stands after the last line end is not taken for one more line.
 
 #ifndef TROVEX_HOSTS_CLI_UNITS_H
 #define TROVEX_HOSTS_CLI_UNITS_H
@@ -35,26 +35,26 @@ std::string_view WithoutLineEnd(std::string_view text);
 /// it.
 Range LineAround(std::string_view text, std::size_t place);
 
-/// Where the line behind the one of `place` begins; the end of `text` when there is none.
+/// Where the line after the one of `place` begins; the end of `text` when there is none.
 std::size_t NextLineBegin(std::string_view text, std::size_t place);
 
 /// The number of line feeds in `text`.
 std::int64_t CountLineFeeds(std::string_view text);
 
 /// Steps through the units of a text, from `place`, where one begins. Writes the next unit and moves
-/// `place` behind it; returns false after the last one. A whole file is one unit, also when it is
-/// empty, and steps to one behind the text.
+/// `place` after it; returns false after the last one. A whole file is one unit, also when it is
+/// empty, and steps to one after the text.
 bool NextUnit(std::string_view text, Scope scope, std::size_t& place, Range& unit);
 
 /// The unit, a line or a paragraph, that holds the byte at `place`. A place on an empty line is of no
 /// paragraph: the range is that of the line.
 Range UnitAround(std::string_view text, Scope scope, std::size_t place);
 
-/// The first place at or behind `from` where `text` may be parted so that no line, or with
+/// The first place at or after `from` where `text` may be parted so that no line, or with
 /// Scope::kParagraph no paragraph, is; `npos` when there is none. `text` begins with a line.
 std::size_t FirstCut(std::string_view text, Scope scope, std::size_t from);
 
-/// The last such place in the text, behind its begin; 0 when there is none.
+/// The last such place in the text, after its begin; 0 when there is none.
 std::size_t LastCut(std::string_view text, Scope scope);
 
 }  // namespace trovex::cli
