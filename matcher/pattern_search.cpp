@@ -113,8 +113,13 @@ void PatternSearch::GoOnAfter(ByteRange match) {
 
 void PatternSearch::SkipLine(const ByteRange& match) {
   // After an empty match at the end of a line, the search has gone on to the next one already.
-  place_ = std::max(place_, LineEnd(match.end) + 1);
+  SkipTo(std::max(place_, LineEnd(match.end) + 1));
   touches_ = false;
+}
+
+void PatternSearch::SkipTo(std::size_t line) {
+  if (line > place_) touches_ = false;
+  place_ = std::max(place_, line);
   if (locator_) locator_->SkipReady(text_.data() + place_);
 }
 

@@ -57,6 +57,9 @@ class PatternSearch {
   /// Leaves out the matches that begin on the line of `match`, the latest one.
   void SkipLine(const ByteRange& match);
 
+  /// Leaves out the matches that begin before `line`, where a line of the text begins.
+  void SkipTo(std::size_t line);
+
   /// The first match of `text` alone, as Begin and Next find it; a short text that has none is done with
   /// before anything is begun. Afterwards, Begin comes before anything else.
   SearchOutcome First(TextView text, ByteRange& match);

@@ -113,11 +113,12 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
     return RunAlone(text, options, visit, visitContext);
   std::size_t passed = 0;
-  if (asItIs && !isAlone && !options.tags && !options.firstOfLine && Strings() != nullptr &&
-      (options.encoding == Encoding::kLatin1 || IsPlainAscii(text))) {
+  const bool isPlainSearch = options.interrupt == nullptr && !options.tags && !options.firstOfLine;
+  if (isPlainSearch && !isAlone && Strings() != nullptr &&
+      MaySearchForStrings(text, options.encoding)) {
     using Answer = StringSearch::Answer;
     const StringSearch::Result result = strings_->Run(text, options.mostItems, visit, visitContext);
-    if (result.answer != Answer::kTooDense)
+    if (result.answer != Answer::kUnknown)
       return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
     passed = result.visited;
   } else if (asItIs && text.size() <= kLookedAtText && plan_.streams.size() <= kFewStreams) {
@@ -166,6 +167,12 @@ bool QuerySearch::MaySearchAsItIs(TextView text, Encoding encoding) const {
   if (encoding == Encoding::kLatin1) return true;
   if (text.size() > kShortText) return false;
   return IsPlainAscii(text) || (arePlain_ && !MayHoldMarks(text));
+}
+
+/// The same for a search that reads the text once. Distances are counted in characters.
+bool QuerySearch::MaySearchForStrings(TextView text, Encoding encoding) const {
+  if (encoding == Encoding::kLatin1 || IsPlainAscii(text)) return true;
+  return arePlain_ && !plan_.measuresDistances && !MayHoldMarks(text);
 }
 
 /// A look at a short text, before anything is begun with: false only where stream `stream` has the

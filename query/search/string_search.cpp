@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace trovex {
@@ -14,42 +15,43 @@ std::unique_ptr<StringSearch> StringSearch::Make(const SearchPlan& plan,
                                                  const std::vector<PatternSearch*>& patterns) {
   std::unique_ptr<StringSearch> search(new StringSearch);
   if (!search->Read(plan, patterns)) return nullptr;
-  search->matches_.emplace(search->leaves_, search->leaves_.size(),
+  if (search->strings_.empty()) return nullptr;
+  search->matches_.emplace(search->strings_, search->strings_.size(),
                            StringMatches::Sight::kWholeText);
   return search;
 }
 
 bool StringSearch::Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
   isNear_ = plan.streams.back().kind == PlannedStream::Kind::kNear;
-  if (isNear_) return ReadNear(plan);
+  if (isNear_) return ReadNear(plan, patterns);
   return plan.streams.back().kind == PlannedStream::Kind::kAnd && ReadAnd(plan, patterns);
 }
 
-/// Strings, and NOTs of strings.
+/// Patterns, and NOTs of patterns.
 bool StringSearch::ReadAnd(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
   for (const std::size_t index : plan.streams.back().operands) {
     const PlannedStream& operand = plan.streams[index];
     if (operand.kind == PlannedStream::Kind::kNot) {
       const std::size_t negated = operand.operands.front();
-      if (StringOf(plan.streams[negated]) == nullptr) return false;
+      if (patterns[negated] == nullptr) return false;
       excluded_.push_back(patterns[negated]);
-    } else if (!AddLeaf(operand)) {
+    } else if (!AddLeaf(operand, patterns[index])) {
       return false;
     }
   }
-  return !leaves_.empty();
+  return leaves_ > 0;
 }
 
-/// Distances between strings, and nothing else.
-bool StringSearch::ReadNear(const SearchPlan& plan) {
+/// Distances between patterns, and nothing else.
+bool StringSearch::ReadNear(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
   for (std::size_t i = 0; i < plan.streams.size(); ++i) {
     const PlannedStream& planned = plan.streams[i];
     Operand operand;
     if (planned.kind == PlannedStream::Kind::kPattern) {
-      operand.leaf = leaves_.size();
+      operand.leaf = leaves_;
       operand.needs = 1U << operand.leaf;
       operandOf_.push_back(i);
-      if (!AddLeaf(planned)) return false;
+      if (!AddLeaf(planned, patterns[i])) return false;
     } else if (planned.kind == PlannedStream::Kind::kNear) {
       const AndLink& link = planned.link;
       const bool isByCharacters =
@@ -69,14 +71,31 @@ bool StringSearch::ReadNear(const SearchPlan& plan) {
     }
     operands_.push_back(std::move(operand));
   }
+  ChooseNearby();
   return true;
 }
 
-/// False where `planned` is no string, or one too many.
-bool StringSearch::AddLeaf(const PlannedStream& planned) {
-  const LocatorProgram* const program = StringOf(planned);
-  if (program == nullptr || leaves_.size() == StringMatches::kMostStrings) return false;
-  leaves_.push_back(program);
+/// Of one pattern that is no string, only what is in reach of a string can be kept, or keep something else from
+/// being kept; unless it is kept where it is near to none.
+void StringSearch::ChooseNearby() {
+  if (others_.size() != 1) return;
+  const std::size_t other = operandOf_[others_.front().leaf];
+  isNearby_ = std::none_of(operands_.begin(), operands_.end(), [&](const Operand& operand) {
+    return (operand.left == other && operand.isRightNegated) ||
+           (operand.right == other && operand.isLeftNegated);
+  });
+}
+
+/// False where `planned` is no pattern, or one too many.
+bool StringSearch::AddLeaf(const PlannedStream& planned, PatternSearch* search) {
+  if (search == nullptr || leaves_ == StringMatches::kMostStrings) return false;
+  if (const LocatorProgram* const program = StringOf(planned)) {
+    strings_.push_back(program);
+    leafOf_.push_back(leaves_);
+  } else {
+    others_.push_back({search, leaves_, {}});
+  }
+  ++leaves_;
   return true;
 }
 
@@ -96,55 +115,135 @@ StringSearch::Result StringSearch::Run(TextView text, std::size_t most, Visit vi
   return {answer, receiver.count};
 }
 
-/// The verdict on strings that may lie anywhere.
-bool StringSearch::IsSatisfied(TextView text) {
-  for (std::size_t leaf = 0; leaf < leaves_.size(); ++leaf) {
-    if (!matches_->IsFound(leaf)) return false;
+/// The verdict on patterns that may lie anywhere.
+StringSearch::Answer StringSearch::IsSatisfied(TextView text) {
+  for (std::size_t string = 0; string < strings_.size(); ++string) {
+    if (!matches_->IsFound(string)) return Answer::kNo;
   }
-  return std::none_of(excluded_.begin(), excluded_.end(), [&](PatternSearch* search) {
-    ByteRange match;
-    return search->First(text, match) == SearchOutcome::kFound;
-  });
+  ByteRange match;
+  for (const Other& other : others_) {
+    const SearchOutcome outcome = other.search->First(text, match);
+    if (outcome == SearchOutcome::kGaveUp) return Answer::kUnknown;
+    if (outcome == SearchOutcome::kNotFound) return Answer::kNo;
+  }
+  for (PatternSearch* const search : excluded_) {
+    const SearchOutcome outcome = search->First(text, match);
+    if (outcome == SearchOutcome::kGaveUp) return Answer::kUnknown;
+    if (outcome == SearchOutcome::kFound) return Answer::kNo;
+  }
+  return Answer::kYes;
 }
 
-/// Calls `take(leaf, range)` for the matches of all leaves, by begin, then by end, until it returns false.
+/// Goes on to the next match of `other`. False where it is not known.
+bool StringSearch::Advance(Other& other) {
+  other.head = other.search->Next();
+  if (other.search->Outcome() == SearchOutcome::kGaveUp) return false;
+  if (other.search->Outcome() != SearchOutcome::kFound) other.head = {};
+  return true;
+}
+
+/// Passes over what the only pattern that is no string has on lines before that of `place`.
+bool StringSearch::PassTo(TextView text, std::size_t place) {
+  Other& other = others_.front();
+  if (other.head.begin >= place) return true;
+  const void* const feed = memrchr(text.data() + other.head.begin, '\n', place - other.head.begin);
+  if (feed == nullptr) return true;
+  other.search->SkipTo(
+      static_cast<std::size_t>(static_cast<const unsigned char*>(feed) + 1 - text.data()));
+  return Advance(other);
+}
+
+/// Calls `take` for the matches of patterns that are no strings before `limit`, by begin, then by end. False where no
+/// more are wanted, or where they are not known: the answer is then kUnknown.
 template <typename Take>
-void StringSearch::ForEachMatch(TextView text, Take take) {
-  matches_->ForEach([&](std::size_t leaf, const unsigned char* start, const unsigned char* stop) {
-    return take(leaf, ByteRange{static_cast<std::size_t>(start - text.data()),
-                                static_cast<std::size_t>(stop - text.data())});
+bool StringSearch::TakeBefore(const ByteRange& limit, Take& take) {
+  const auto isBefore = [](const ByteRange& a, const ByteRange& b) {
+    return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
+  };
+  for (;;) {
+    const auto next =
+        std::min_element(others_.begin(), others_.end(),
+                         [&](const Other& a, const Other& b) { return isBefore(a.head, b.head); });
+    if (next == others_.end() || !isBefore(next->head, limit)) return true;
+    if (!take(next->leaf, next->head)) return false;
+    if (!Advance(*next)) return !(gaveUp_ = true);
+  }
+}
+
+/// Calls `take` for the matches of patterns that are no strings, up to the string at `range`; the one before it ended
+/// at `lastEnd`. Those that are out of reach of both may be left out.
+template <typename Take>
+bool StringSearch::TakeUpTo(TextView text, const ByteRange& range, std::size_t lastEnd,
+                            Take& take) {
+  if (isNearby_ && range.begin > lastEnd + 2 * longestDistance_) {
+    const std::size_t reach = lastEnd + longestDistance_ + 1;
+    if (!TakeBefore({reach, reach}, take)) return false;
+    if (!PassTo(text, range.begin - longestDistance_)) return !(gaveUp_ = true);
+  }
+  return TakeBefore(range, take);
+}
+
+/// Calls `take(leaf, range)` for the matches of all leaves, by begin, then by end, until it returns false. False where
+/// they are not all known.
+template <typename Take>
+bool StringSearch::ForEachMatch(TextView text, Take take) {
+  gaveUp_ = false;
+  for (Other& other : others_) {
+    other.search->Begin(text);
+    if (!Advance(other)) return false;
+  }
+  bool goesOn = true;
+  std::size_t lastEnd = 0;  // of a string
+  matches_->ForEach([&](std::size_t string, const unsigned char* start, const unsigned char* stop) {
+    const ByteRange range = {static_cast<std::size_t>(start - text.data()),
+                             static_cast<std::size_t>(stop - text.data())};
+    if (!others_.empty()) {
+      if (!TakeUpTo(text, range, lastEnd, take)) return goesOn = false;
+      lastEnd = std::max(lastEnd, range.end);
+    }
+    return goesOn = take(leafOf_[string], range);
   });
+  if (goesOn && !others_.empty()) {
+    const std::size_t last = isNearby_ ? lastEnd + longestDistance_ + 1 : kNowhere;
+    TakeBefore({last, last}, take);
+  }
+  return !gaveUp_;
 }
 
 StringSearch::Answer StringSearch::RunAnd(TextView text, Receiver& receiver) {
-  if (!IsSatisfied(text)) return Answer::kNo;
-  if (receiver.most == 0) return Answer::kYes;
+  const Answer answer = IsSatisfied(text);
+  if (answer != Answer::kYes || receiver.most == 0) return answer;
   ByteRange last;
-  ForEachMatch(text, [&](std::size_t, const ByteRange& range) {
+  const bool areKnown = ForEachMatch(text, [&](std::size_t, const ByteRange& range) {
     if (range.begin == last.begin && range.end == last.end) return true;
     last = range;
     return receiver.Take(range);
   });
-  return Answer::kYes;
+  return areKnown ? Answer::kYes : Answer::kUnknown;
 }
 
-/// Whether each string occurs without which there is nothing. Most short texts lack the first of them.
-bool StringSearch::HasNeeded() {
-  for (unsigned rest = operands_.back().needs; rest != 0; rest &= rest - 1) {
-    if (!matches_->IsFound(static_cast<std::size_t>(std::countr_zero(rest)))) return false;
+/// False where a pattern does not occur without which there is nothing. Most short texts lack the first of them.
+bool StringSearch::MayHaveNeeded(TextView text) {
+  const unsigned needs = operands_.back().needs;
+  for (std::size_t string = 0; string < strings_.size(); ++string) {
+    if ((needs >> leafOf_[string] & 1) != 0 && !matches_->IsFound(string)) return false;
   }
-  return true;
+  return std::none_of(others_.begin(), others_.end(), [&](const Other& other) {
+    ByteRange match;
+    return (needs >> other.leaf & 1) != 0 &&
+           other.search->First(text, match) == SearchOutcome::kNotFound;
+  });
 }
 
 StringSearch::Answer StringSearch::RunNear(TextView text, Receiver& receiver) {
-  if (text.size() <= kLookedAtText && !HasNeeded()) return Answer::kNo;
+  if (text.size() <= kLookedAtText && !MayHaveNeeded(text)) return Answer::kNo;
   std::size_t size = 0;
   std::size_t clusterEnd = 0;
   bool isOver = false;
   for (Operand& operand : operands_)
     operand.places.clear();
   seen_ = 0;
-  ForEachMatch(text, [&](std::size_t leaf, const ByteRange& range) {
+  const bool areKnown = ForEachMatch(text, [&](std::size_t leaf, const ByteRange& range) {
     if (range.begin > clusterEnd + longestDistance_) {
       if (!Decide(receiver)) return !(isOver = true);
       size = 0;
@@ -155,7 +254,7 @@ StringSearch::Answer StringSearch::RunNear(TextView text, Receiver& receiver) {
     seen_ |= 1U << leaf;
     return true;
   });
-  if (size > kLargestCluster) return Answer::kTooDense;
+  if (size > kLargestCluster || !areKnown) return Answer::kUnknown;
   if (!isOver) static_cast<void>(Decide(receiver));
   return receiver.count > 0 ? Answer::kYes : Answer::kNo;
 }

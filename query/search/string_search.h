@@ -1,15 +1,17 @@
-// Queries of nothing but a few strings, "Datei & Verzeichnis" or "Datei &40 Verzeichnis & !Name": they are
-// searched for all their strings at once (string_matches.h), and what is found is told as it comes.
+// Queries whose patterns are strings, or nearly all of them, "Datei & Verzeichnis" or "Datei &40 [0-9]+ & !Name":
+// they are searched for all their strings at once (string_matches.h), beside these for each other pattern, and
+// what is found is told as it comes.
 //
-// Strings that may lie anywhere are looked for one by one first, each up to its first match, and those of a
-// NOT through the whole text; where the verdict is yes, the matches of all are those of one pass.
+// Patterns that may lie anywhere are looked for one by one first, each up to its first match, and those of a
+// NOT through the whole text; where the verdict is yes, the matches of all are put together.
 //
 // With distances, matches further apart than the longest of them have nothing to do with each other. So the
-// matches of the text fall apart into clusters, and in most of these some string is missing. The others are
-// decided one after the other, each operator over all of a cluster.
+// matches of the text fall apart into clusters, and in most of these some pattern is missing. The others are
+// decided one after the other, each operator over all of a cluster. A single pattern that is no string is looked
+// for on the lines near to strings alone: elsewhere it is near to nothing.
 //
 // A cluster that would become too large is left to the streams (item_stream.h), which need no more memory
-// for it.
+// for it; and so is the rest of a text where a pattern gives up.
 
 #ifndef TROVEX_QUERY_SEARCH_STRING_SEARCH_H
 #define TROVEX_QUERY_SEARCH_STRING_SEARCH_H
@@ -36,7 +38,7 @@ class StringSearch {
   enum class Answer {
     kNo,
     kYes,
-    kTooDense,  // not known: what was visited is right, but there may be more
+    kUnknown,  // what was visited is right, but there may be more
   };
 
   struct Result {
@@ -44,7 +46,7 @@ class StringSearch {
     std::size_t visited;  // how many items
   };
 
-  /// Null where the query is none of these, or of too many strings. `plan` must outlive the search, and so
+  /// Null where the query is none of these, or of too many patterns. `plan` must outlive the search, and so
   /// must `patterns`: the search of each stream that is a pattern.
   static std::unique_ptr<StringSearch> Make(const SearchPlan& plan,
                                             const std::vector<PatternSearch*>& patterns);
@@ -54,6 +56,14 @@ class StringSearch {
   Result Run(TextView text, std::size_t most, Visit visit, void* visitContext);
 
  private:
+  /// A pattern that is no string.
+  struct Other {
+    PatternSearch* search;
+    std::size_t leaf;
+    /// The next match; nowhere when there are no more.
+    ByteRange head;
+  };
+
   /// A leaf, by its number, or a distance between two operands, which stand before it.
   struct Operand {
     bool isLeaf = true;
@@ -91,27 +101,39 @@ class StringSearch {
 
   bool Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
   bool ReadAnd(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool ReadNear(const SearchPlan& plan);
-  bool AddLeaf(const PlannedStream& planned);
+  bool ReadNear(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
+  bool AddLeaf(const PlannedStream& planned, PatternSearch* search);
+  void ChooseNearby();
   static const LocatorProgram* StringOf(const PlannedStream& planned);
 
-  bool IsSatisfied(TextView text);
+  Answer IsSatisfied(TextView text);
   template <typename Take>
-  void ForEachMatch(TextView text, Take take);
+  bool ForEachMatch(TextView text, Take take);
+  template <typename Take>
+  bool TakeBefore(const ByteRange& limit, Take& take);
+  template <typename Take>
+  bool TakeUpTo(TextView text, const ByteRange& range, std::size_t lastEnd, Take& take);
+  bool Advance(Other& other);
+  bool PassTo(TextView text, std::size_t place);
   Answer RunAnd(TextView text, Receiver& receiver);
-  bool HasNeeded();
+  bool MayHaveNeeded(TextView text);
   Answer RunNear(TextView text, Receiver& receiver);
   bool Decide(Receiver& receiver);
   void Combine(Operand& near);
 
   bool isNear_ = false;
-  std::vector<const LocatorProgram*> leaves_;  // the patterns that bring places
-  std::vector<PatternSearch*> excluded_;       // the operands of NOTs, where there are no distances
-  std::optional<StringMatches> matches_;
+  std::size_t leaves_ = 0;  // the patterns that bring places
+  std::vector<const LocatorProgram*> strings_;
+  std::vector<std::size_t> leafOf_;  // by string
+  std::vector<Other> others_;
+  std::vector<PatternSearch*> excluded_;  // the operands of NOTs, where there are no distances
+  std::optional<StringMatches> matches_;  // of the strings, if there are any
   // Where there are distances.
   std::vector<Operand> operands_;       // the last one is the query
   std::vector<std::size_t> operandOf_;  // by leaf
   std::size_t longestDistance_ = 0;
+  bool isNearby_ = false;  // the only pattern that is no string is wanted near to strings alone
+  bool gaveUp_ = false;
   unsigned seen_ = 0;  // the leaves that have places in the cluster
 };
 

@@ -54,17 +54,20 @@ class Searched {
     return StringSearch::Make(*plan_, patterns) != nullptr;
   }
 
-  Outcome AsStrings(std::string_view text, std::size_t most = SIZE_MAX) const {
-    return Run(text, most, nullptr);
+  Outcome AsStrings(std::string_view text, std::size_t most = SIZE_MAX,
+                    Encoding encoding = Encoding::kLatin1) const {
+    return Run(text, most, encoding, nullptr);
   }
-  Outcome AsStreams(std::string_view text, std::size_t most = SIZE_MAX) const {
-    return Run(text, most, [](void*) { return false; });
+  Outcome AsStreams(std::string_view text, std::size_t most = SIZE_MAX,
+                    Encoding encoding = Encoding::kLatin1) const {
+    return Run(text, most, encoding, [](void*) { return false; });
   }
 
  private:
-  Outcome Run(std::string_view text, std::size_t most, bool (*interrupt)(void*)) const {
+  Outcome Run(std::string_view text, std::size_t most, Encoding encoding,
+              bool (*interrupt)(void*)) const {
     SearchOptions options;
-    options.encoding = Encoding::kLatin1;
+    options.encoding = encoding;
     options.mostItems = most;
     options.interrupt = interrupt;
     Outcome outcome;
@@ -103,12 +106,23 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
   for (const bool words : {false, true}) {
     QueryOptions options = kOptions;
     options.wholeWords = words;
-    for (const char* const expression :
-         {"a & b",        "a & ab",         "ab & ba & a", "aa & a",        "a & !b",
-          "a & !ab & b",  "!b & aba",       "a & [ab]",    "a &0 b",        "a &1 b",
-          "b &2 a",       "a &0 ab",        "a &1 !b",     "!ab &1 a",      "a &1 b &2 ab",
-          "a &1 !b &1 a", "(a &1 b) &1 ba", "a &1 aa",     "aa &0 a &1 ba", "^a & b",
-          "a$ &1 b",      "\\<a &2 b"}) {
+    for (const char* const expression : {"a & b",          "a & ab",
+                                         "ab & ba & a",    "aa & a",
+                                         "a & !b",         "a & !ab & b",
+                                         "!b & aba",       "a & [ab]",
+                                         "a &0 b",         "a &1 b",
+                                         "b &2 a",         "a &0 ab",
+                                         "a &1 !b",        "!ab &1 a",
+                                         "a &1 b &2 ab",   "a &1 !b &1 a",
+                                         "(a &1 b) &1 ba", "a &1 aa",
+                                         "aa &0 a &1 ba",  "^a & b",
+                                         "a$ &1 b",        "\\<a &2 b",
+                                         "a & b+",         "a & b* & ab",
+                                         "b & !a+b",       "a &1 b+",
+                                         "a+ &0 b",        "a &1 !b+",
+                                         "!a &1 b+b",      "a &1 [ab]+b",
+                                         "a &2 b* &0 ab",  "(a)\\1 &1 b",
+                                         "a & (b)\\1",     "a &1 (ab|b+) &1 b+a$"}) {
       const Searched searched(expression, options);
       ASSERT_TRUE(searched.IsOfStrings()) << expression;
       ForEachText("ab \n", 6, [&](const std::string& text) {
@@ -119,10 +133,9 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
   }
 }
 
-TEST(StringSearch, IsForStringsAlone) {
-  for (const char* const expression :
-       {"a & b*", "a & (b|cd)", "a &>3 b", "a &3w b", "a &> b", "!a & !b", "a & (b &3 c)",
-        "a &3 (b & c)", "a & ~Meier", "a & (b)\\1", "a"}) {
+TEST(StringSearch, IsForPatternsBesideStrings) {
+  for (const char* const expression : {"a+ & b*", "a &>3 b", "a &3w b", "a &> b", "!a & !b",
+                                       "a & (b &3 c)", "a &3 (b & c)", "a & ~Meier", "a"}) {
     EXPECT_FALSE(Searched(expression).IsOfStrings()) << expression;
   }
   const std::string sixteen = "a & b & c & d & e & f & g & h & i & j & k & l & m & n & o & p";
@@ -139,14 +152,23 @@ std::string RandomString(Dice& dice) {
   return string;
 }
 
+/// Or a pattern that is none, once in `others` times.
+std::string RandomPattern(Dice& dice, int others) {
+  static const std::vector<std::string> kOthers = {"a+",   "[ab]+c", "x*y",      "(ab|ba)+",
+                                                   "^.*a", "[0-9]+", "b.{0,4}b", "(a|b)\\1",
+                                                   "y*",   "-+",     "[a-c]+$",  "\\<[a-y]+"};
+  return dice.OneIn(others) ? dice.OneOf(kOthers) : RandomString(dice);
+}
+
 std::string RandomExpression(Dice& dice) {
   const bool isNear = dice.OneIn(2);
-  std::string expression = RandomString(dice);
+  const int others = dice.OneIn(2) ? 100 : dice.Between(2, 4);
+  std::string expression = RandomPattern(dice, others);
   for (int more = dice.OneIn(4) ? dice.Between(6, 15) : dice.Between(1, 5); more > 0; --more) {
     expression += isNear ? " &" + std::to_string(dice.OneIn(2) ? dice.Between(0, 12) : 300) : " &";
     expression += (more == 1 || !isNear) && dice.OneIn(4) ? " !" : " ";
     expression += dice.OneIn(2) ? dice.OneOf(std::vector<std::string>{"a", "b", "x", "ab", "ac"})
-                                : RandomString(dice);
+                                : RandomPattern(dice, others);
   }
   return expression;
 }
@@ -155,7 +177,7 @@ std::string RandomText(Dice& dice) {
   static const std::vector<std::string> kBytes = {"a", "b", "a",    "b", "c", "x",
                                                   "y", "A", "\xE4", " ", "7"};
   std::string text;
-  const int size = dice.OneIn(8) ? dice.Between(0, 80'000) : dice.Between(0, 300);
+  const int size = dice.OneIn(16) ? dice.Between(0, 80'000) : dice.Between(0, 300);
   const int gap = dice.OneIn(2) ? 60 : 2;
   while (static_cast<int>(text.size()) < size) {
     if (dice.OneIn(gap)) text += std::string(static_cast<std::size_t>(dice.Between(0, 500)), '-');
@@ -165,7 +187,7 @@ std::string RandomText(Dice& dice) {
 }
 
 TEST(StringSearch, FindsWhatStreamsFindInRandomTexts) {
-  for (std::uint32_t seed = 1; seed <= 1500; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 600; ++seed) {
     Dice dice(seed);
     QueryOptions options = kOptions;
     options.wholeWords = dice.OneIn(5);
@@ -180,6 +202,50 @@ TEST(StringSearch, FindsWhatStreamsFindInRandomTexts) {
       Outcome fewer = expected;
       fewer.items.resize(std::min(most, expected.items.size()));
       ASSERT_EQ(searched.AsStrings(text, most), fewer) << "seed " << seed << ": " << expression;
+    }
+  }
+}
+
+TEST(StringSearch, FindsWhatStreamsFindOfOnePatternNearToStrings) {
+  const std::vector<std::string> patterns = {"[xy]+",   "x.*y",     "y*",
+                                             "^[a-y]*", "(x|y)\\1", "[^-]+$"};
+  int found = 0;
+  for (std::uint32_t seed = 1; seed <= 1'000; ++seed) {
+    Dice dice(seed);
+    const std::string& pattern = dice.OneOf(patterns);
+    const auto near = [&] { return " &" + std::to_string(dice.Between(0, 9)) + " "; };
+    const auto negation = [&] { return dice.OneIn(4) ? "!" : ""; };
+    std::string expression =
+        dice.OneIn(2) ? negation() + pattern + near() + "ab" : "ab" + near() + negation() + pattern;
+    if (dice.OneIn(2)) expression = "(" + expression + ")" + near() + "ba";
+    const Searched searched(expression);
+    ASSERT_TRUE(searched.IsOfStrings()) << expression;
+    std::string text;
+    for (int pieces = dice.Between(1, 30); pieces > 0; --pieces) {
+      text += dice.Bytes("xy--\n", 12);
+      if (dice.OneIn(3)) text += std::string(static_cast<std::size_t>(dice.Between(0, 40)), '-');
+      if (dice.OneIn(3)) text += dice.OneIn(2) ? "ab" : "ba";
+    }
+    const Outcome expected = searched.AsStreams(text);
+    found += static_cast<int>(expected.items.size());
+    ASSERT_EQ(searched.AsStrings(text), expected)
+        << "seed " << seed << ": " << expression << " in " << ::testing::PrintToString(text);
+  }
+  EXPECT_GT(found, 1'000);
+}
+
+TEST(StringSearch, SearchesTheBytesOfUtf8WhereCharactersAreNotCounted) {
+  for (const char* const expression : {"a & b", "a & !c", "a & [xy]+", "a &3 b", "\xC3\xA4 & a"}) {
+    const Searched searched(expression);
+    for (std::uint32_t seed = 1; seed <= 200; ++seed) {
+      Dice dice(seed);
+      std::string text;
+      for (int i = dice.Between(0, dice.OneIn(4) ? 5'000 : 50); i > 0; --i)
+        text +=
+            dice.OneIn(40) ? (dice.OneIn(4) ? "a\xCC\x88" : "\xC3\xA4") : dice.Bytes("ab-xy", 2);
+      ASSERT_EQ(searched.AsStrings(text, SIZE_MAX, Encoding::kUtf8),
+                searched.AsStreams(text, SIZE_MAX, Encoding::kUtf8))
+          << expression << " seed " << seed;
     }
   }
 }
