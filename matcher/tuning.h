@@ -62,6 +62,13 @@ inline constexpr std::uint32_t kMostBoundedRun = 1'000;
 inline constexpr std::uint32_t kMostTriedRun = 256;
 inline constexpr std::uint32_t kMostTailBytes = 8;
 
+// Several strings.
+
+/// Longer strings are not searched for with others: they would be compared in vain too often. Of more strings than one
+/// scan looks for, so many bytes are searched for the one part and then for the other.
+inline constexpr std::size_t kLongestSearched = 64;
+inline constexpr std::ptrdiff_t kStringStretch = std::ptrdiff_t{1} << 15;
+
 // The locator.
 
 /// At how many of 100,000 places the leading bytes, or a required string, may stand, so that they are looked
@@ -78,6 +85,10 @@ inline constexpr double kRequiredAdvantageOverRuns = 8;
 /// rarer the row must be.
 inline constexpr double kCommonLead = 800;
 inline constexpr double kAdvantageOfRows = 4;
+/// How much rarer than the leading bytes a string in the middle of a row must be, and how rare, where the row can be
+/// looked for as a whole.
+inline constexpr double kAdvantageOfMiddles = 4;
+inline constexpr double kCommonMiddle = 400;
 /// How rare a required string must be, in 100,000 places, to be looked for in short texts at least: they
 /// mostly lack it then, and what it saves there is a search that must be set up.
 inline constexpr double kWorthALook = 2'000;
@@ -93,8 +104,9 @@ inline constexpr double kCommonSet = 50'000;
 /// Measured: "Datei.*Verzeichnis" with two of them, 2.7.
 inline constexpr std::size_t kLongestRequired = 24;
 inline constexpr std::size_t kCountedSets = 4;
-/// How many matches are found together.
+/// How many matches are found together, and how far apart they may be where automata find them.
 inline constexpr std::size_t kMostReady = 32;
+inline constexpr std::ptrdiff_t kFarMatch = 4'096;
 /// A state is leapt out of with a scan where bytes that lead elsewhere are no more frequent than this.
 inline constexpr double kRareExit = 2'000;
 /// How often a text is tried place by place once more after the credit for it was spent.
