@@ -55,8 +55,11 @@ using Rates = std::array<std::array<double, kLongestWindow + 1>, kMostStride>;
 
 class WordScanMaker {
  public:
-  WordScanMaker(const WordList& list, CompileBudget& budget)
-      : list_(list), budget_(budget), scan_(list) {}
+  /// `translates`: each class is looked up as one byte.
+  WordScanMaker(const WordList& list, bool translates, CompileBudget& budget)
+      : list_(list), budget_(budget), scan_(list) {
+    scan_.translates_ = translates;
+  }
 
   std::optional<WordScan> Make() {
     SortWords();
@@ -87,6 +90,7 @@ class WordScanMaker {
 
   /// Notes of each class the bytes that its bytes are looked up as, and how often these come.
   void ReadClasses() {
+    if (scan_.translates_) return ReadTranslation();
     for (std::size_t c = 0; c < 256; ++c) {
       const Byte other = static_cast<Byte>(c ^ kCaseBit);
       if (list_.classOf[c] != 0 && list_.classOf[c] == list_.classOf[other])
@@ -107,6 +111,22 @@ class WordScanMaker {
         values_[number] += static_cast<char>(c);
         frequencies_[number] += frequencies[c] / 100'000;
       }
+    }
+  }
+
+  /// The same where each byte of a class is looked up as the first.
+  void ReadTranslation() {
+    values_.resize(list_.bytesOf.size());
+    frequencies_.resize(list_.bytesOf.size());
+    for (std::size_t number = 1; number < values_.size(); ++number) {
+      const std::size_t first = list_.bytesOf[number]._Find_first();
+      if (first < 256) values_[number] = static_cast<char>(first);
+    }
+    for (std::size_t c = 0; c < 256; ++c) {
+      const Byte number = list_.classOf[c];
+      if (number == 0) continue;
+      scan_.translation_[c] = static_cast<Byte>(values_[number][0]);
+      frequencies_[number] += (kByteFrequency[c] + 0.5) / 100'000;
     }
   }
 
@@ -159,14 +179,20 @@ class WordScanMaker {
       if (beginnings.size() == kMostBucketWords) return std::nullopt;
       BucketBeginning& beginning = beginnings.emplace_back();
       for (std::size_t i = 0; i < length; ++i)
-        beginning[i] = list_.bytesOf[static_cast<Byte>(latest[i])];
+        beginning[i] = LookedUpAs(static_cast<Byte>(latest[i]));
     }
     const auto count = static_cast<std::int64_t>(beginnings.size());
     budget_.ChargeSteps(count * count * kBucketStepsPerPair);
     std::array<double, 256> frequencies{};
     for (std::size_t c = 0; c < 256; ++c)
-      frequencies[c] = (kByteFrequency[c] + 0.5) / 100'000;
+      frequencies[scan_.translation_[c]] += (kByteFrequency[c] + 0.5) / 100'000;
     return MakeBuckets(beginnings, length, frequencies, kCorrelation);
+  }
+
+  /// What the bytes of a class are looked up as, in buckets and as what follows a beginning.
+  CharSet LookedUpAs(Byte number) const {
+    if (!scan_.translates_) return list_.bytesOf[number];
+    return CharSet().set(static_cast<Byte>(values_[number][0]));
   }
 
   /// The best windows for these words.
@@ -384,7 +410,7 @@ class WordScanMaker {
     std::uint32_t followers = 0;
     for (const std::string_view word : words) {
       if (word.size() == length) return ~std::uint32_t{0};
-      const CharSet& bytes = list_.bytesOf[static_cast<Byte>(word[length])];
+      const CharSet bytes = LookedUpAs(static_cast<Byte>(word[length]));
       for (std::size_t c = bytes._Find_first(); c < bytes.size(); c = bytes._Find_next(c))
         followers |= std::uint32_t{1} << (c % FollowerTable::kFollowers);
     }
@@ -410,7 +436,9 @@ class WordScanMaker {
 };
 
 std::optional<WordScan> WordScan::Make(const WordList& list, CompileBudget& budget) {
-  return WordScanMaker(list, budget).Make();
+  std::optional<WordScan> scan = WordScanMaker(list, false, budget).Make();
+  if (!scan) scan = WordScanMaker(list, true, budget).Make();
+  return scan;
 }
 
 std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, CompileBudget& budget) {
@@ -433,14 +461,25 @@ std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, Compile
 
 void WordScan::MarkStarts(const Byte* from, std::size_t size, const Byte* textEnd,
                           std::uint64_t* marks, std::uint32_t* hits) const {
+  if (!translates_) return MarkIn(from, size, textEnd, marks, hits);
+  std::array<Byte, kLargestWordStretch + kLookedAt> copy;
+  const std::size_t copied = std::min(size + kLookedAt, static_cast<std::size_t>(textEnd - from));
+  Translate(from, copied, copy.data());
+  MarkIn(copy.data(), size, copy.data() + copied, marks, hits);
+}
+
+/// The text may be cut off kLookedAt bytes after what is looked at.
+void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
+                      std::uint32_t* hits) const {
   std::fill_n(marks, size / 64, 0);
   const auto textSize = static_cast<std::size_t>(textEnd - from);
   for (const Group& group : groups_) {
     const std::size_t stride = group.windows.stride;
-    if (textSize < group.shortest) continue;
+    const std::size_t shortest = std::min(group.shortest, kLookedAt);
+    if (textSize < shortest) continue;
     // A word that starts at one of the places up to a window holds that window, if it is no further away than
     // the stride. Behind the last place with room for a word there is none.
-    const std::size_t windows = std::min(size, textSize - group.shortest + stride) / stride;
+    const std::size_t windows = std::min(size, textSize - shortest + stride) / stride;
     const std::size_t count =
         group.findInBuckets != nullptr
             ? group.findInBuckets(group.buckets, from, windows, textEnd, hits)
@@ -483,7 +522,8 @@ void WordScan::MarkOneByOne(const Group& group, const Byte* from,
                             std::uint64_t* marks) const {
   const auto textSize = static_cast<std::size_t>(textEnd - from);
   for (const std::uint32_t hit : hits) {
-    const std::size_t last = std::min(hit + group.windows.stride, textSize - group.shortest + 1);
+    const std::size_t shortest = std::min(group.shortest, kLookedAt);
+    const std::size_t last = std::min(hit + group.windows.stride, textSize - shortest + 1);
     for (std::size_t place = hit; place < last; ++place) {
       const std::uint64_t bytes = EightBytes(from + place, from, textEnd);
       const std::uint32_t hash = group.beginnings.HashOf(bytes);

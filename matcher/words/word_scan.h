@@ -46,7 +46,7 @@ class WordScan {
  public:
   using Byte = unsigned char;
 
-  /// Nothing where classes of many bytes make too many windows. The work is charged to `budget`. Throws
+  /// Nothing where there are too many windows. The work is charged to `budget`. Throws
   /// BudgetExhausted.
   static std::optional<WordScan> Make(const WordList& list, CompileBudget& budget);
 
@@ -56,7 +56,7 @@ class WordScan {
   std::size_t Longest() const { return longest_; }
 
   /// Sets, of the `size` places from `from` on in a text that ends at `textEnd`, the bits of those at which a
-  /// word may start; there may be fewer bytes. `size` is a multiple of kWholeWindows, `hits` has room for it
+  /// word may start; there may be fewer bytes. `size` is a multiple of kWholeWindows, kLargestWordStretch at most, `hits` has room for it
   /// and kWindowsAtOnce more.
   void MarkStarts(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
                   std::uint32_t* hits) const;
@@ -73,8 +73,8 @@ class WordScan {
       const auto size = static_cast<std::size_t>(end - place);
       if (size < group.shortest) continue;
       std::size_t longest = 0;
-      const std::uint32_t hash = group.beginnings.HashOf(EightBytes(place, place, end));
-      group.roots.ForEach(hash, TailAt(group, place, place, end), [&](const auto& entry) {
+      const Start start = StartAt(group, place, end);
+      group.roots.ForEach(start.hash, start.tail, [&](const auto& entry) {
         work += 2;
         longest = std::max(longest, words_.LongestAt(entry.root, place, end, canEnd, work));
       });
@@ -102,6 +102,33 @@ class WordScan {
   explicit WordScan(const WordList& list)
       : words_(list.classOf), starts_(list.starts), stops_(list.stops) {}
 
+  /// What the words that begin at a place are looked up by.
+  struct Start {
+    std::uint32_t hash;
+    std::uint64_t tail;
+  };
+  Start StartAt(const Group& group, const Byte* place, const Byte* end) const {
+    if (!translates_)
+      return {group.beginnings.HashOf(EightBytes(place, place, end)),
+              TailAt(group, place, place, end)};
+    std::array<Byte, kLookedAt> copy;
+    const std::size_t size = std::min(copy.size(), static_cast<std::size_t>(end - place));
+    Translate(place, size, copy.data());
+    const Byte* const begin = copy.data();
+    return {group.beginnings.HashOf(EightBytes(begin, begin, begin + size)),
+            TailAt(group, begin, begin, begin + size)};
+  }
+
+  void Translate(const Byte* from, std::size_t size, Byte* to) const {
+    for (std::size_t i = 0; i < size; ++i)
+      to[i] = translation_[from[i]];
+  }
+
+  /// So many bytes of a word are looked at before it is compared, at most.
+  static constexpr std::size_t kLookedAt = 16;
+
+  void MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
+              std::uint32_t* hits) const;
   void MarkNear(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
                 const Byte* textEnd, std::uint64_t* marks) const;
   void MarkOneByOne(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
@@ -115,6 +142,10 @@ class WordScan {
 
   std::vector<Group> groups_;   // the one with the longest words first
   std::uint64_t byteMask_ = 0;  // what counts of the bytes after those
+  /// Set where classes have so many bytes that a table with all of these would be too large: the bytes of a text
+  /// are looked up as what they are here, one byte of their class.
+  bool translates_ = false;
+  ByteMap translation_ = kSameBytes;
   WordTrie words_;
   Neighbours starts_;
   Neighbours stops_;
