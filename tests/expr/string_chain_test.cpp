@@ -229,6 +229,22 @@ TEST(StringChain, LargeTextsFindWhatTheOperatorsComeTo) {
   }
 }
 
+TEST(StringChain, OfMoreStringsThanOneScanLooksForNoneIsMissedAtTheEndOfAStretch) {
+  const std::vector<std::string> patterns = {"a",    "b",     "ab",     "abc",   "bc",
+                                             "abcd", "cdefg", "bcdefg", "defgh", "h"};
+  Tree tree;
+  Tree::Node root = tree.Leaf(patterns.front());
+  for (std::size_t i = 1; i < patterns.size(); ++i)
+    root = Tree::And(tree.Leaf(patterns[i]), std::move(root), kAnywhere);
+  tree.Plant(std::move(root));
+  ASSERT_TRUE(tree.WarmUp());
+  for (std::ptrdiff_t before = kStringStretch - 12; before < kStringStretch + 4; ++before) {
+    const HeapText text("abcdefgh" + std::string(static_cast<std::size_t>(before) - 8, '-') +
+                        "abcdefgh.habcdefgh");
+    ASSERT_EQ(tree.AsStrings(text), tree.Expected(text)) << before;
+  }
+}
+
 TEST(StringChain, WhereCaseDoesNotMatterStringsAreOfSets) {
   Tree tree(true);
   tree.Plant(Tree::And(tree.Leaf("Ab"), tree.Leaf("c\xE4"), 3));

@@ -230,6 +230,27 @@ TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
   EXPECT_GT(items, 50'000);
 }
 
+TEST_F(LeafTest, OfManyMatchesEachIsMarkedAndOfAGroupEachHasItsRange) {
+  std::string bytes;
+  for (int i = 0; i < 200; ++i)
+    bytes += "ab ";
+  const HeapText text(bytes);
+  for (const bool isWhole : {true, false}) {
+    const std::string pattern = isWhole ? "(ab)" : "a(b)";
+    leaf_.SetSubExpression(pattern.data(), static_cast<int>(pattern.size()), 1);
+    leaf_.SetSearchOptions(kSearchModeRegularExpression | kSearchCaseSensitive);
+    int cost = 0;
+    ASSERT_EQ(leaf_.OptimizeAndCompile(&cost), nullptr);
+    const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), text.Length(), 1));
+    ASSERT_EQ(found->GetSize(), 200);
+    for (int i = 0; i < 200; ++i) {
+      EXPECT_EQ(found->GetAt(i)->TagMatched(), 1);
+      EXPECT_EQ(found->GetAt(i)->GetStartPos(), 3 * i + (isWhole ? 0 : 1));
+      EXPECT_EQ(found->GetAt(i)->GetEndPos(), 3 * i + 2);
+    }
+  }
+}
+
 TEST_F(LeafTest, FindsNothingInAnyOtherMode) {
   for (unsigned long mode = 0; mode <= 15; ++mode) {
     if (mode == kSearchModeRegularExpression || mode == kSearchModePhonetic) continue;

@@ -178,5 +178,17 @@ TEST(RunFilter, ARowThatMayBeginWithNothingIsNotTaken) {
   EXPECT_FALSE(RunFilter::For({{SetOf("a"), 0, 1}, {SetOf("b"), 1, 1}}));
 }
 
+TEST(RunFilter, ARunIsFollowedThroughWholeWordsOfMarks) {
+  const Runs runs = {{SetOf("a"), 1, ByteRun::kEndless}, {SetOf("b"), 1, 1}};
+  const std::optional<RunFilter> filter = RunFilter::For(runs);
+  if (!filter) GTEST_SKIP() << "there are no vector instructions";
+  for (const std::size_t length : {63U, 64U, 65U, 127U, 128U, 129U, 192U, 200U, 500U}) {
+    for (std::size_t before = 0; before < 66; ++before) {
+      const Block text(std::string(before, '-') + std::string(length, 'a') + "b-");
+      ASSERT_EQ(FoundPlaces(*filter, text), TrivialPlaces(runs, text)) << length << " " << before;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace trovex
