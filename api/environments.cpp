@@ -28,17 +28,6 @@ const char* CPatternEnvironment::Compile(const char* pattern, int caseSensitive,
   return nullptr;
 }
 
-bool CPatternEnvironment::IsKnownToLack(const char* text, int length) {
-  // A pattern that is active already is put back in another way.
-  if (compiled_ == nullptr || saved_ != nullptr) return false;
-  const MatcherState& matcher = Matcher();
-  const SearchConditions conditions = {matcher.options.matchWords, matcher.options.matchLines,
-                                       matcher.engineOnly};
-  if (!LacksMatch(*compiled_->pattern, conditions, text, length)) return false;
-  restored_ = matcher.installed;
-  return true;
-}
-
 void CPatternEnvironment::Activate() {
   saved_ = std::move(Matcher().installed);
   restored_ = saved_;
@@ -83,6 +72,7 @@ using trovex::Environments;
 using trovex::MessageNumber;
 
 void ResetEnvironment(void) {
+  trovex::Matcher().chain.reset();
   Environments().DeleteEnvironments();
 }
 

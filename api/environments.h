@@ -23,15 +23,16 @@
 
 namespace trovex {
 
+class CPatternEnvironment;
+
 /// One kept compiled pattern.
 class CEnvironment {
  public:
   virtual ~CEnvironment() = default;
   /// Compiles `pattern` and keeps the result. Returns the error's message text, or null.
   virtual const char* Compile(const char* pattern, int caseSensitive, int matchWords);
-  /// Whether a look at a short text tells that the kept pattern has no match in it. Then nothing is to be
-  /// searched, and what an activation and its end would leave behind is done.
-  virtual bool IsKnownToLack(const char* /*text*/, int /*length*/) { return false; }
+  /// The environment as one of the pattern matcher; null if it is none.
+  inline CPatternEnvironment* AsPattern();
   /// Installs the kept pattern in its matcher.
   virtual void Activate() {}
   /// Puts back what was installed before.
@@ -42,15 +43,32 @@ class CEnvironment {
 
  protected:
   CEnvironment() = default;
+  explicit CEnvironment(bool isPattern) : isPattern_(isPattern) {}
+
+ private:
+  const bool isPattern_ = false;
 };
 
 class CPatternEnvironment : public CEnvironment {
  public:
+  CPatternEnvironment() : CEnvironment(true) {}
   /// Takes the compiled pattern out of the matcher, which is left empty.
   const char* Compile(const char* pattern, int caseSensitive, int matchWords) override;
-  bool IsKnownToLack(const char* text, int length) override;
   void Activate() override;
   void Restore() override;
+
+  /// The kept pattern; null while there is none, or while it is active: a search has to go its own way then.
+  const CompiledPattern* Pattern() const {
+    return saved_ == nullptr && compiled_ != nullptr ? compiled_->pattern.get() : nullptr;
+  }
+  /// The same, to be kept.
+  std::shared_ptr<const CompiledPattern> SharedPattern() const { return compiled_->pattern; }
+  /// Leaves behind what an activation and its end do, where `installed` is. For a search that was not necessary.
+  void NoteSearched(const std::shared_ptr<PatternWork>& installed) { restored_ = installed; }
+  /// Whether that would change nothing.
+  bool IsNotedSearched(const std::shared_ptr<PatternWork>& installed) const {
+    return !restored_.owner_before(installed) && !installed.owner_before(restored_);
+  }
 
  private:
   std::shared_ptr<PatternWork> compiled_;
@@ -59,6 +77,10 @@ class CPatternEnvironment : public CEnvironment {
   std::shared_ptr<PatternWork> saved_;
   std::weak_ptr<PatternWork> restored_;
 };
+
+inline CPatternEnvironment* CEnvironment::AsPattern() {
+  return isPattern_ ? static_cast<CPatternEnvironment*>(this) : nullptr;
+}
 
 class CSoundexEnvironment : public CEnvironment {
  public:

@@ -33,10 +33,8 @@ void SetCompileError(MessageNumber error) {
 bool SearchInstalled(const char* text, int length, int group, MatchRange& range, TextNotes* notes) {
   const MatcherState& matcher = Matcher();
   if (matcher.installed == nullptr) return false;
-  const SearchConditions conditions = {matcher.options.matchWords, matcher.options.matchLines,
-                                       matcher.engineOnly};
   const MatchResult result =
-      ExecuteMatcher(*matcher.installed, conditions, text, length, group, notes);
+      ExecuteMatcher(*matcher.installed, ConditionsOf(matcher), text, length, group, notes);
   if (result.outcome != SearchOutcome::kFound) return false;
   range = result.range;
   return true;
@@ -88,6 +86,7 @@ int GetSubExpressionCount(void) {
 
 void FreeBuffersInTrovexDll(void) {
   Matcher().installed.reset();
+  Matcher().chain.reset();
   trovex::FreeStockedItemBlocks();
 }
 

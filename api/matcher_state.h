@@ -4,6 +4,7 @@
 #ifndef TROVEX_API_MATCHER_STATE_H
 #define TROVEX_API_MATCHER_STATE_H
 
+#include "expr/string_chain.h"
 #include "matcher/budget.h"
 #include "matcher/matcher.h"
 #include "resources/string_table.h"
@@ -29,6 +30,9 @@ struct MatcherState {
   /// What the compiles of one expression share; null where a pattern is compiled alone.
   CompileBudget* expressionBudget = nullptr;
 
+  /// The chain of strings that was searched last; null when nothing is kept of it.
+  std::unique_ptr<StringChain> chain;
+
   /// What the search of a text by a tree may take together; null where no tree is searched.
   WorkCredit* textCredit = nullptr;
 
@@ -38,6 +42,11 @@ struct MatcherState {
 
 /// The module's one matcher.
 MatcherState& Matcher();
+
+/// What the latest compile asks of a search.
+inline SearchConditions ConditionsOf(const MatcherState& matcher) {
+  return {matcher.options.matchWords, matcher.options.matchLines, matcher.engineOnly};
+}
 
 /// Lets the patterns that are compiled while the object lives share one budget. Inside of another one it
 /// changes nothing: whoever compiles a part of a tree joins the whole.

@@ -7,6 +7,8 @@
 #include "expr/and_chain.h"
 #include "expr/expression_parser.h"
 #include "expr/item_blocks.h"
+#include "expr/leaf_pattern.h"
+#include "expr/string_chain.h"
 #include "expr/text_credit.h"
 
 #include <trovex/functions.h>
@@ -157,6 +159,46 @@ TextCredit::~TextCredit() {
   if (own_) Matcher().textCredit = nullptr;
 }
 
+LeafPattern::LeafPattern(const CSubExpression& leaf) {
+  if ((leaf.options_ & kSearchModeMask) != kSearchModeRegularExpression) return;
+  CEnvironment* const environment = Environments().GetAt(leaf.environmentNumber_);
+  if (environment != nullptr) environment_ = environment->AsPattern();
+}
+
+LeafPattern::Answer LeafPattern::LookAt(const CSubExpression& leaf, const char* text, int length) {
+  const LeafPattern found(leaf);
+  const CompiledPattern* const pattern =
+      found.environment_ != nullptr ? found.environment_->Pattern() : nullptr;
+  if (pattern == nullptr) return Answer::kUnknown;
+  const MatcherState& matcher = Matcher();
+  const Answer answer = LookForMatch(*pattern, ConditionsOf(matcher), text, length);
+  if (answer != Answer::kUnknown) found.environment_->NoteSearched(matcher.installed);
+  return answer;
+}
+
+const CompiledPattern* LeafPattern::String() const {
+  const CompiledPattern* const pattern =
+      environment_ != nullptr ? environment_->Pattern() : nullptr;
+  if (pattern == nullptr || !IsSearchedAsString(*pattern, ConditionsOf(Matcher()))) return nullptr;
+  return StringMatches::CanTake(*pattern->locator) ? pattern : nullptr;
+}
+
+std::shared_ptr<const CompiledPattern> LeafPattern::SharedString() const {
+  return environment_->SharedPattern();
+}
+
+bool LeafPattern::LeavesNothingBehind() const {
+  return environment_ != nullptr && environment_->IsNotedSearched(Matcher().installed);
+}
+
+void LeafPattern::NoteSearched() const {
+  environment_->NoteSearched(Matcher().installed);
+}
+
+std::unique_ptr<StringChain>& LeafPattern::KeptChain() {
+  return Matcher().chain;
+}
+
 }  // namespace trovex
 
 namespace {
@@ -208,19 +250,14 @@ int AppendFoundTogether(const char* text, int place, int length, int tagMatched,
   return place;
 }
 
-/// Whether it is known without a search that environment `number` finds nothing.
-bool IsKnownToLack(int number, const char* text, int length) {
-  trovex::CEnvironment* const environment = trovex::Environments().GetAt(number);
-  return environment != nullptr && environment->IsKnownToLack(text, length);
-}
-
 }  // namespace
 
 CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr) {
   if (text == nullptr) return nullptr;
   try {
     auto found = std::make_unique<CFoundItemArray>();
-    if (RegularExpression() != 0 && IsKnownToLack(environmentNumber_, text, length))
+    using trovex::LeafPattern;
+    if (LeafPattern::LookAt(*this, text, length) == LeafPattern::Answer::kNoMatch)
       return found.release();
     const ActiveEnvironment environment(environmentNumber_);
     if (!environment.IsActive()) return nullptr;

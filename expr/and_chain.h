@@ -22,6 +22,20 @@ inline CAndOperator* AsPlainAnd(CSearchTreeItem* node) {
              : nullptr;
 }
 
+/// The same for a NOT.
+inline CNotOperator* AsPlainNot(CSearchTreeItem* node) {
+  return node != nullptr && &typeid(*node) == &typeid(CNotOperator)
+             ? static_cast<CNotOperator*>(node)
+             : nullptr;
+}
+
+/// The same for a leaf.
+inline CSubExpression* AsPlainLeaf(CSearchTreeItem* node) {
+  return node != nullptr && &typeid(*node) == &typeid(CSubExpression)
+             ? static_cast<CSubExpression*>(node)
+             : nullptr;
+}
+
 }  // namespace trovex
 
 #endif  // TROVEX_EXPR_AND_CHAIN_H

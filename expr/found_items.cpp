@@ -46,6 +46,7 @@ CFoundItemArray::~CFoundItemArray() {
 }
 
 void CFoundItemArray::DeleteItems() {
+  if (Capacity() == 0) return;
   trovex::ItemRemover remover;
   for (int i = 0; i < GetSize(); ++i)
     remover.Delete(GetAt(i));

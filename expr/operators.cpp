@@ -11,13 +11,19 @@
 // would take the square of their number. Long chains with distances have a way of their own, for the same
 // reason (near_items.h).
 //
+// Before that, short texts, such as the rows of a table, are looked at: most of them lack what the first operand
+// must find. And chains of nothing but strings are searched for all of these at once (string_chain.h).
+//
 // Every result here has one owner at a time; what is not returned is deleted on the way out.
 
 #include "expr/and_chain.h"
+#include "expr/leaf_pattern.h"
 #include "expr/near_items.h"
+#include "expr/string_chain.h"
 #include "expr/text_credit.h"
 #include "matcher/costs.h"
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <trovex/search_tree.h>
 #include <cstdint>
@@ -201,10 +207,68 @@ bool IsTooDeep(CAndOperator* first) {
   return depth > trovex::kMaxExpressionNesting;
 }
 
+/// What a look at a text tells of an AND.
+enum class Look {
+  kNothing,  // its result is empty, and not negative
+  kDecided,  // each operand occurs that must, and none that must not, wherever that decides
+  kUnknown,
+};
+
+/// Whether the first leaf of `operand` must find something, and finds nothing, and nobody can tell whether it was
+/// searched: then it may be looked at before what is left of it.
+bool IsKnownToLack(CSearchTreeItem* operand, const char* text, int length) {
+  if (CAndOperator* const both = trovex::AsPlainAnd(operand)) operand = both->GetLeftChild();
+  const CSubExpression* const leaf = trovex::AsPlainLeaf(operand);
+  return leaf != nullptr && trovex::LeafPattern(*leaf).LeavesNothingBehind() &&
+         trovex::LeafPattern::LookAt(*leaf, text, length) == trovex::LeafPattern::Answer::kNoMatch;
+}
+
+/// Looks at a text for the operands of `node`, in the order in which they are searched, for as long as it is certain
+/// that the next one is. Where a group is asked for, a match may come to nothing.
+Look LookFor(CAndOperator* node, const char* text, int length, int tagNr, int depth = 0) {
+  using Answer = trovex::LeafPattern::Answer;
+  constexpr int kDeepest = 8;
+  if (depth == kDeepest) return Look::kUnknown;
+  bool hasDistances = false;
+  for (bool isLeft = true;;) {
+    const bool isDistance = node->GetNearBy() >= 0;
+    hasDistances = hasDistances || isDistance;
+    CSearchTreeItem* operand = isLeft ? node->GetLeftChild() : node->GetRightChild();
+    if (CAndOperator* const both = trovex::AsPlainAnd(operand)) {
+      if (isLeft) {
+        const Look look = LookFor(both, text, length, tagNr, depth + 1);
+        if (look != Look::kDecided) return look;
+      } else {
+        node = both;
+      }
+      isLeft = !isLeft;
+      continue;
+    }
+    CNotOperator* const negation = trovex::AsPlainNot(operand);
+    if (negation != nullptr) operand = negation->GetChild();
+    const CSubExpression* const leaf = trovex::AsPlainLeaf(operand);
+    if (leaf == nullptr) return Look::kUnknown;
+    if (isLeft && negation != nullptr && IsKnownToLack(node->GetRightChild(), text, length))
+      return Look::kNothing;
+    const Answer answer = trovex::LeafPattern::LookAt(*leaf, text, length);
+    const bool isFound = answer == Answer::kMatch;
+    if (answer == Answer::kUnknown || (isFound && tagNr >= 1)) return Look::kUnknown;
+    if (negation == nullptr ? !isFound : isFound && !isDistance) return Look::kNothing;
+    // Whether operands are near to each other, and what is on the right is searched, a look does not tell.
+    if (!isLeft) return depth > 0 && hasDistances ? Look::kUnknown : Look::kDecided;
+    isLeft = false;
+  }
+}
+
 /// Evaluates `first` and the ANDs that it is chained to by their right operands, up to the marking of
-/// the tag of `first`. Null when an operand is missing or has no result.
-Result SearchChain(CAndOperator* first, const char* text, int length, int tagNr) {
+/// the tag of `first`. Null when an operand is missing or has no result. `isLookedAt`: a look has told that nothing is
+/// decided by an operand that does not occur, or that does.
+Result SearchChain(CAndOperator* first, const char* text, int length, int tagNr, bool isLookedAt) {
   if (IsTooDeep(first)) return nullptr;
+  if (tagNr <= 0) {
+    Result found = trovex::StringChain::Search(*first, text, length, isLookedAt);
+    if (found != nullptr) return found;
+  }
   trovex::TextCredit credit(length);
   std::vector<OpenAnd> open;
   Result last;
@@ -267,7 +331,10 @@ CFoundItemArray* CAndOperator::Search(const char* text, int length, int tagNr) {
 
 CFoundItemArray* CAndOperator::SearchChilds(const char* text, int length, int tagNr) {
   try {
-    return SearchChain(this, text, length, tagNr).release();
+    const bool isShort = text != nullptr && length <= static_cast<int>(trovex::kLookedAtText);
+    const Look look = isShort ? LookFor(this, text, length, tagNr) : Look::kUnknown;
+    if (look == Look::kNothing) return new CFoundItemArray;
+    return SearchChain(this, text, length, tagNr, look == Look::kDecided).release();
   } catch (const std::bad_alloc&) {
     return nullptr;
   }

@@ -141,9 +141,15 @@ inline const LocatedRange* TakeFoundTogether(PatternWork& work, const char* plac
   return locator->TakeReady(bytes(place), bytes(end));
 }
 
-/// Whether a scan tells that ExecuteMatcher finds nothing in a text, which it is asked for short ones only.
-bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
-                const char* text, int length);
+/// What a look at a text, before anything is set up for a search, tells of whether ExecuteMatcher finds a match in
+/// it. Not known for texts of more than kLookedAtText bytes.
+LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
+                                    const SearchConditions& conditions, const char* text,
+                                    int length);
+
+/// Whether what ExecuteMatcher finds of `pattern` are the matches of its locator's string, which nothing else has a
+/// say in.
+bool IsSearchedAsString(const CompiledPattern& pattern, const SearchConditions& conditions);
 
 }  // namespace trovex
 

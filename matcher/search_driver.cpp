@@ -460,15 +460,27 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 
 }  // namespace
 
-bool LacksMatch(const CompiledPattern& pattern, const SearchConditions& conditions,
-                const char* text, int length) {
+LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
+                                    const SearchConditions& conditions, const char* text,
+                                    int length) {
+  using Answer = LocatorProgram::Answer;
   if (!pattern.searchable || length <= 0 || length > static_cast<int>(kLookedAtText) ||
       conditions.engineOnly) {
-    return false;
+    return Answer::kUnknown;
   }
-  if (pattern.keywordsAreExact && !CanLocateKeyword(pattern)) return false;
-  const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, 0);
-  return result && result->outcome == SearchOutcome::kNotFound;
+  if (pattern.keywordsAreExact && !CanLocateKeyword(pattern)) return Answer::kUnknown;
+  if (pattern.locator == nullptr || !CanLocate(*pattern.locator, conditions))
+    return Answer::kUnknown;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  LocatedRange match;
+  const Answer answer = pattern.locator->LookAt(begin, begin + length, match);
+  const bool isKnown = answer == Answer::kNoMatch || pattern.lineFilterReading == Reading::kAlike;
+  return isKnown ? answer : Answer::kUnknown;
+}
+
+bool IsSearchedAsString(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  return pattern.searchable && !conditions.engineOnly && CanLocateKeyword(pattern) &&
+         CanLocate(*pattern.locator, conditions);
 }
 
 MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,

@@ -69,6 +69,13 @@ inline constexpr double kLongestCountedRun = 100;
 /// How far a run that has an end is read for matches that are cut off it piece by piece.
 inline constexpr std::ptrdiff_t kFarRun = std::ptrdiff_t{1} << 16;
 
+// Several strings.
+
+/// Longer strings are not searched for with others: they would be compared in vain too often. Of more strings than one
+/// scan looks for, so many bytes are searched for the one part and then for the other.
+inline constexpr std::size_t kLongestSearched = 64;
+inline constexpr std::ptrdiff_t kStringStretch = std::ptrdiff_t{1} << 15;
+
 // The locator.
 
 /// At how many of 100,000 places the leading bytes, or a required string, may stand, so that they are looked
@@ -132,6 +139,8 @@ inline constexpr std::array<std::size_t, 6> kWordCuts = {2, 3, 4, 5, 6, 8};
 inline constexpr double kCorrelation = 1.9;
 /// How many values one place of a word may have in a table of windows.
 inline constexpr std::size_t kMostVariants = 64;
+/// More words are not parted among buckets.
+inline constexpr std::size_t kMostBucketWords = 128;
 /// A stretch is scanned for places of words at a time, first of the one size, then doubled up to the other. Both
 /// are multiples of 64 and of every stride.
 inline constexpr std::size_t kFirstWordStretch = 192;

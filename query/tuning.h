@@ -53,9 +53,8 @@ inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
 /// Candidates of a scan that are not further apart are near: the lines of near ones are read together.
 inline constexpr std::size_t kNearCandidates = 128;
 
-/// Strings that are searched together: longer ones are compared in vain too often; so many places are one cluster at
-/// most; longer distances would make one cluster of nearly everything.
-inline constexpr std::size_t kLongestSearched = 64;
+/// Strings that are searched together: so many places are one cluster at most; longer distances would make one cluster
+/// of nearly everything.
 inline constexpr std::size_t kLargestCluster = 4'096;
 inline constexpr std::int64_t kLongestClustered = 1 << 16;
 

@@ -80,7 +80,7 @@ static bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-/* Where the options end that `typed` begins with, behind their closing brace; 0 when there are none. */
+/* Where the options end that `typed` begins with, after their closing brace; 0 when there are none. */
 static size_t OptionsEnd(const char* typed, size_t length) {
   if (length < 2 || typed[0] != '{' || !(IsLetter(typed[1]) || typed[1] == ' ')) return 0;
   const char* const brace = memchr(typed, '}', length);

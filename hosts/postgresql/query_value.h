@@ -2,7 +2,7 @@
  * the encoding of the database.
  *
  * Its text is the expression. Where options are on, they stand before it in braces, with one blank
- * behind: "{words,case} Haus & Garten". No expression can begin with a brace, so nothing is read in two
+ * after: "{words,case} Haus & Garten". No expression can begin with a brace, so nothing is read in two
  * ways. */
 
 #ifndef TROVEX_POSTGRESQL_QUERY_VALUE_H

@@ -26,7 +26,7 @@ SearchedText TextToSearch(const char* bytes, size_t length) {
   SearchedText searched = {bytes, length};
   if (IsConverted()) {
     searched.bytes = pg_server_to_any(bytes, (int)length, PG_UTF8);
-    /* What was not converted has no zero behind it. */
+    /* What was not converted has no zero after it. */
     if (searched.bytes != bytes) searched.length = strlen(searched.bytes);
   }
   return searched;

@@ -27,7 +27,7 @@ std::size_t CountBeginnings(std::string_view bytes) {
   return count;
 }
 
-/// Whether a continuation byte stands behind an ASCII character.
+/// Whether a continuation byte stands after an ASCII character.
 bool HasStrayContinuation(std::string_view bytes) {
   unsigned stray = 0;
   for (std::size_t i = 1; i < bytes.size(); ++i)

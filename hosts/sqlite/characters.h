@@ -1,6 +1,6 @@
 // Places of a text in characters, counted as SQLite's own functions count them, so that what is found can be
 // given to substr(). In valid UTF-8 these are the code points. In broken text a byte below 0xC0 is a character,
-// and a byte from 0xC0 on is one together with all continuation bytes behind it.
+// and a byte from 0xC0 on is one together with all continuation bytes after it.
 
 #ifndef TROVEX_HOSTS_SQLITE_CHARACTERS_H
 #define TROVEX_HOSTS_SQLITE_CHARACTERS_H

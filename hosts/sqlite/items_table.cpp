@@ -28,7 +28,7 @@
 namespace trovex::sqlite {
 namespace {
 
-/// The columns by their numbers. Those behind the fifth are hidden: they are the arguments, with names that no
+/// The columns by their numbers. Those after the fifth are hidden: they are the arguments, with names that no
 /// column of another table in a join is likely to have.
 enum Column { kStart, kEnd, kTag, kText, kItem, kExpression, kSearched, kOptions, kColumns };
 
@@ -97,7 +97,7 @@ class Cursor : public sqlite3_vtab_cursor {
   /// The first items of the text, and at most how many were looked for.
   ItemView items_;
   std::size_t mostItems_ = 0;
-  /// Behind these items the search gave up.
+  /// After these items the search gave up.
   bool gaveUp_ = false;
   std::size_t item_ = 0;
   /// 0 for the item as a whole, then its tags one after another, counted from 1.
@@ -335,7 +335,7 @@ Conditions ReadConditions(const sqlite3_index_info& info) {
   return conditions;
 }
 
-/// Rows come by item, and an item's tags behind it: in the order of the columns item and rowid.
+/// Rows come by item, and an item's tags after it: in the order of the columns item and rowid.
 bool IsInOrder(const sqlite3_index_info& info) {
   if (info.nOrderBy != 1 || info.aOrderBy[0].desc != 0) return false;
   const int column = info.aOrderBy[0].iColumn;

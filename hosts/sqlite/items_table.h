@@ -1,4 +1,4 @@
-// The table-valued function trovex_items(expression, text [, options]): a row for each item, and behind it one
+// The table-valued function trovex_items(expression, text [, options]): a row for each item, and after it one
 // for each of its tags.
 
 #ifndef TROVEX_HOSTS_SQLITE_ITEMS_TABLE_H

@@ -28,6 +28,10 @@
 
 #include <cstdint>
 
+namespace trovex {
+class LeafPattern;
+}
+
 /// The bits of the options word that SetSearchOptions takes.
 enum SearchOptions : unsigned long {
   /// Mask of the search mode. A mode other than the two below finds nothing.
@@ -177,6 +181,8 @@ class TROVEX_EXPORT CSubExpression : public CSearchTreeItem {
   int GetStrippedBrackets() const { return strippedBrackets_; }
 
  private:
+  friend class trovex::LeafPattern;
+
   CString text_;
   std::uint32_t options_ = 0;
   std::int32_t environmentNumber_ = -1;

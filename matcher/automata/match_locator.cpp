@@ -302,6 +302,7 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   if (line_ != nullptr) line_->Forget();
   if (places_ != nullptr) places_->Forget();
   if (classRuns_ != nullptr) classRuns_->Reset();
+  givesUpNextAt_ = nullptr;
   listCredit_ = kFirstCredit + kCreditPerByte * bytes;
 }
 
@@ -366,6 +367,11 @@ bool MatchLocator::FindString(Search& search) {
 /// Finds a few matches and hands out the first. Who asks for one only is not kept waiting for more.
 MatchLocator::Match MatchLocator::FindMany(const Search& search) {
   const bool goesOn = nextReady_ == readyCount_ && readyCount_ > 0 && search.place == readyFrom_;
+  if (goesOn && search.end == readyEnd_ && givesUpNextAt_ != nullptr) {
+    gaveUpAt_ = givesUpNextAt_;
+    return {};
+  }
+  givesUpNextAt_ = nullptr;
   const std::size_t most = goesOn ? std::min(2 * readyCount_, kMostReady) : 1;
   readyCount_ = FindTogether(search, most);
   if (readyCount_ == 0) return {};
@@ -437,7 +443,7 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
 }
 
 /// Finds matches that lie close together, one after another, by what finds any. Where it gives up after some,
-/// it will do so again from there.
+/// that is told after them.
 std::size_t MatchLocator::FindOneByOne(const Search& search, std::size_t most) {
   std::size_t count = 0;
   for (const Byte* place = search.place; count < most;) {
@@ -447,7 +453,7 @@ std::size_t MatchLocator::FindOneByOne(const Search& search, std::size_t most) {
     if (next.match.start - place > kFarMatch) break;
     place = next.match.end;
   }
-  if (count > 0) gaveUpAt_ = nullptr;
+  if (count > 0) givesUpNextAt_ = std::exchange(gaveUpAt_, nullptr);
   return count;
 }
 

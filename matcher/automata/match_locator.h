@@ -251,6 +251,7 @@ class MatchLocator {
   std::int64_t unitsGiven_ = 0;
   std::int64_t unitsLeft_ = 0;
   const Byte* gaveUpAt_ = nullptr;
+  const Byte* givesUpNextAt_ = nullptr;  // where it gave up after the matches that are ready
   /// Matches that were found and not asked for yet; the search goes on from `readyFrom_` in a text that
   /// ends at `readyEnd_`.
   std::array<Match, kMostReady> ready_;

@@ -1,5 +1,6 @@
 #include "query/search/string_search.h"
 
+#include "matcher/tuning.h"
 #include "query/tuning.h"
 
 #include <algorithm>
@@ -13,16 +14,14 @@ std::unique_ptr<StringSearch> StringSearch::Make(const SearchPlan& plan,
                                                  const std::vector<PatternSearch*>& patterns) {
   std::unique_ptr<StringSearch> search(new StringSearch);
   if (!search->Read(plan, patterns)) return nullptr;
-  std::vector<StringGroup::String> strings;
-  for (const Leaf& leaf : search->leaves_)
-    strings.push_back(leaf.program->StringSets());
-  search->group_ = std::make_unique<const StringGroup>(strings);
+  search->matches_.emplace(search->leaves_, search->leaves_.size(),
+                           StringMatches::Sight::kWholeText);
   return search;
 }
 
 bool StringSearch::Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
   isNear_ = plan.streams.back().kind == PlannedStream::Kind::kNear;
-  if (isNear_) return ReadNear(plan, patterns);
+  if (isNear_) return ReadNear(plan);
   return plan.streams.back().kind == PlannedStream::Kind::kAnd && ReadAnd(plan, patterns);
 }
 
@@ -34,7 +33,7 @@ bool StringSearch::ReadAnd(const SearchPlan& plan, const std::vector<PatternSear
       const std::size_t negated = operand.operands.front();
       if (StringOf(plan.streams[negated]) == nullptr) return false;
       excluded_.push_back(patterns[negated]);
-    } else if (!AddLeaf(operand, patterns[index])) {
+    } else if (!AddLeaf(operand)) {
       return false;
     }
   }
@@ -42,7 +41,7 @@ bool StringSearch::ReadAnd(const SearchPlan& plan, const std::vector<PatternSear
 }
 
 /// Distances between strings, and nothing else.
-bool StringSearch::ReadNear(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
+bool StringSearch::ReadNear(const SearchPlan& plan) {
   for (std::size_t i = 0; i < plan.streams.size(); ++i) {
     const PlannedStream& planned = plan.streams[i];
     Operand operand;
@@ -50,7 +49,7 @@ bool StringSearch::ReadNear(const SearchPlan& plan, const std::vector<PatternSea
       operand.leaf = leaves_.size();
       operand.needs = 1U << operand.leaf;
       operandOf_.push_back(i);
-      if (!AddLeaf(planned, patterns[i])) return false;
+      if (!AddLeaf(planned)) return false;
     } else if (planned.kind == PlannedStream::Kind::kNear) {
       const AndLink& link = planned.link;
       const bool isByCharacters =
@@ -74,10 +73,10 @@ bool StringSearch::ReadNear(const SearchPlan& plan, const std::vector<PatternSea
 }
 
 /// False where `planned` is no string, or one too many.
-bool StringSearch::AddLeaf(const PlannedStream& planned, PatternSearch* search) {
+bool StringSearch::AddLeaf(const PlannedStream& planned) {
   const LocatorProgram* const program = StringOf(planned);
-  if (program == nullptr || leaves_.size() == StringGroup::kMostStrings) return false;
-  leaves_.push_back({search, program, program->StringSets().size()});
+  if (program == nullptr || leaves_.size() == StringMatches::kMostStrings) return false;
+  leaves_.push_back(program);
   return true;
 }
 
@@ -86,44 +85,34 @@ const LocatorProgram* StringSearch::StringOf(const PlannedStream& planned) {
   if (planned.kind != PlannedStream::Kind::kPattern) return nullptr;
   if (planned.program->References() != nullptr) return nullptr;
   const LocatorProgram* const program = planned.program->Locator();
-  const bool isString = program->IsString() && program->StringSets().size() <= kLongestSearched;
-  return isString ? program : nullptr;
+  return StringMatches::CanTake(*program) ? program : nullptr;
 }
 
 StringSearch::Result StringSearch::Run(TextView text, std::size_t most, Visit visit,
                                        void* visitContext) {
   Receiver receiver = {most, visit, visitContext};
+  matches_->Begin(text);
   const Answer answer = isNear_ ? RunNear(text, receiver) : RunAnd(text, receiver);
   return {answer, receiver.count};
 }
 
 /// The verdict on strings that may lie anywhere.
 bool StringSearch::IsSatisfied(TextView text) {
-  ByteRange match;
-  const auto isFound = [&](PatternSearch* search) {
+  for (std::size_t leaf = 0; leaf < leaves_.size(); ++leaf) {
+    if (!matches_->IsFound(leaf)) return false;
+  }
+  return std::none_of(excluded_.begin(), excluded_.end(), [&](PatternSearch* search) {
+    ByteRange match;
     return search->First(text, match) == SearchOutcome::kFound;
-  };
-  return std::all_of(leaves_.begin(), leaves_.end(),
-                     [&](const Leaf& leaf) { return isFound(leaf.search); }) &&
-         std::none_of(excluded_.begin(), excluded_.end(), isFound);
+  });
 }
 
 /// Calls `take(leaf, range)` for the matches of all leaves, by begin, then by end, until it returns false.
 template <typename Take>
 void StringSearch::ForEachMatch(TextView text, Take take) {
-  const Byte* const begin = text.data();
-  const Byte* const end = begin + text.size();
-  for (Leaf& leaf : leaves_)
-    leaf.from = begin;
-  cursor_.Reset();
-  group_->ForEach(begin, end, cursor_, [&](std::size_t number, const Byte* place) {
-    Leaf& leaf = leaves_[number];
-    const Byte* const matchEnd = place + leaf.length;
-    if (place < leaf.from) return true;
-    if (!leaf.program->IsStringBetween(place, matchEnd, begin, end)) return true;
-    leaf.from = matchEnd;
-    return take(number, ByteRange{static_cast<std::size_t>(place - begin),
-                                  static_cast<std::size_t>(matchEnd - begin)});
+  matches_->ForEach([&](std::size_t leaf, const unsigned char* start, const unsigned char* stop) {
+    return take(leaf, ByteRange{static_cast<std::size_t>(start - text.data()),
+                                static_cast<std::size_t>(stop - text.data())});
   });
 }
 
@@ -139,7 +128,16 @@ StringSearch::Answer StringSearch::RunAnd(TextView text, Receiver& receiver) {
   return Answer::kYes;
 }
 
+/// Whether each string occurs without which there is nothing. Most short texts lack the first of them.
+bool StringSearch::HasNeeded() {
+  for (unsigned rest = operands_.back().needs; rest != 0; rest &= rest - 1) {
+    if (!matches_->IsFound(static_cast<std::size_t>(std::countr_zero(rest)))) return false;
+  }
+  return true;
+}
+
 StringSearch::Answer StringSearch::RunNear(TextView text, Receiver& receiver) {
+  if (text.size() <= kLookedAtText && !HasNeeded()) return Answer::kNo;
   std::size_t size = 0;
   std::size_t clusterEnd = 0;
   bool isOver = false;

@@ -1,5 +1,5 @@
 // Queries of nothing but a few strings, "Datei & Verzeichnis" or "Datei &40 Verzeichnis & !Name": they are
-// searched for all their strings at once (string_group.h), and what is found is told as it comes.
+// searched for all their strings at once (string_matches.h), and what is found is told as it comes.
 //
 // Strings that may lie anywhere are looked for one by one first, each up to its first match, and those of a
 // NOT through the whole text; where the verdict is yes, the matches of all are those of one pass.
@@ -15,8 +15,7 @@
 #define TROVEX_QUERY_SEARCH_STRING_SEARCH_H
 
 #include "matcher/pattern_search.h"
-#include "matcher/scan/place_cursor.h"
-#include "matcher/scan/string_group.h"
+#include "matcher/string_matches.h"
 #include "query/plan/search_plan.h"
 #include "text/byte_range.h"
 
@@ -24,6 +23,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace trovex {
@@ -54,16 +54,6 @@ class StringSearch {
   Result Run(TextView text, std::size_t most, Visit visit, void* visitContext);
 
  private:
-  using Byte = unsigned char;
-  /// A pattern that brings places.
-  struct Leaf {
-    PatternSearch* search;
-    const LocatorProgram* program;
-    std::size_t length;
-    /// Where its next match may start.
-    const Byte* from = nullptr;
-  };
-
   /// A leaf, by its number, or a distance between two operands, which stand before it.
   struct Operand {
     bool isLeaf = true;
@@ -101,23 +91,23 @@ class StringSearch {
 
   bool Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
   bool ReadAnd(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool ReadNear(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool AddLeaf(const PlannedStream& planned, PatternSearch* search);
+  bool ReadNear(const SearchPlan& plan);
+  bool AddLeaf(const PlannedStream& planned);
   static const LocatorProgram* StringOf(const PlannedStream& planned);
 
   bool IsSatisfied(TextView text);
   template <typename Take>
   void ForEachMatch(TextView text, Take take);
   Answer RunAnd(TextView text, Receiver& receiver);
+  bool HasNeeded();
   Answer RunNear(TextView text, Receiver& receiver);
   bool Decide(Receiver& receiver);
   void Combine(Operand& near);
 
   bool isNear_ = false;
-  std::vector<Leaf> leaves_;
-  std::vector<PatternSearch*> excluded_;  // the operands of NOTs, where there are no distances
-  std::unique_ptr<const StringGroup> group_;
-  PlaceCursor cursor_;
+  std::vector<const LocatorProgram*> leaves_;  // the patterns that bring places
+  std::vector<PatternSearch*> excluded_;       // the operands of NOTs, where there are no distances
+  std::optional<StringMatches> matches_;
   // Where there are distances.
   std::vector<Operand> operands_;       // the last one is the query
   std::vector<std::size_t> operandOf_;  // by leaf

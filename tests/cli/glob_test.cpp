@@ -135,6 +135,34 @@ TEST(Glob, WhatCannotBeReadNeverFits) {
   EXPECT_TRUE(Fits("a]", "a]"));
 }
 
+using Globs = std::vector<std::string>;
+
+Globs Sorted(Globs globs) {
+  std::sort(globs.begin(), globs.end());
+  return globs;
+}
+
+TEST(Glob, BracesStandForAlternatives) {
+  EXPECT_EQ(Sorted(AlternativesOf("*.{txt,md}")), (Globs{"*.md", "*.txt"}));
+  EXPECT_EQ(Sorted(AlternativesOf("{a,b}/{c,}")), (Globs{"a/", "a/c", "b/", "b/c"}));
+  EXPECT_EQ(Sorted(AlternativesOf("x{a,b{c,d}e}y")), (Globs{"xay", "xbcey", "xbdey"}));
+  EXPECT_EQ(Sorted(AlternativesOf("!{a,[},]}")), (Globs{"![},]", "!a"}));
+}
+
+TEST(Glob, OtherBracesAreOrdinary) {
+  for (const char* glob :
+       {"", "a", "{a}", "{", "}", "a}b{c", "{a,b", "a,b}", "\\{a,b}", "[{]a,b}", "[]{,}]"})
+    EXPECT_EQ(AlternativesOf(glob), Globs{glob}) << glob;
+  EXPECT_EQ(Sorted(AlternativesOf("{a}{b,c}")), (Globs{"{a}b", "{a}c"}));
+}
+
+TEST(Glob, TooManyAlternativesAreNone) {
+  std::string glob;
+  for (int i = 0; i < 60; ++i)
+    glob += "{a,b}";
+  EXPECT_TRUE(AlternativesOf(glob).empty());
+}
+
 TEST(Glob, ManyStarsTakeNoLongTime) {
   std::string pattern;
   for (int i = 0; i < 50; ++i)

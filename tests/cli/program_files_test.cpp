@@ -121,6 +121,23 @@ TEST_F(Files, AWordThatCannotBeSearchedIsToldWithItsLine) {
   EXPECT_EQ(run.out, "");
 }
 
+TEST_F(Files, GlobsMayHaveBraces) {
+  for (const char* name : {"d/a.txt", "d/b.md", "d/c.log"})
+    Write(name, "x\n");
+  EXPECT_EQ(Run({"-l", "-g", "*.{txt,md}", "x", "d"}).out, "d/a.txt\nd/b.md\n");
+  EXPECT_EQ(Run({"-l", "-g", "!*.{txt,md}", "x", "d"}).out, "d/c.log\n");
+  EXPECT_EQ(Run({"-g", "{a,b}{a,b}{a,b}{a,b}{a,b}{a,b}{a,b}{a,b}{a,b}{a,b}", "x", "d"}).status, 2);
+}
+
+TEST_F(Files, FoldersAreSearchedAsDeepAsIsWanted) {
+  for (const char* name : {"d/1", "d/e/2", "d/e/f/3"})
+    Write(name, "x\n");
+  EXPECT_EQ(Run({"-r", "-l", "x", "d"}).out, "d/1\nd/e/2\nd/e/f/3\n");
+  EXPECT_EQ(Run({"-d", "1", "-l", "x", "d"}).out, "d/1\n");
+  EXPECT_EQ(Run({"--max-depth", "2", "-l", "x", "d", "d/e/f"}).out, "d/1\nd/e/2\nd/e/f/3\n");
+  EXPECT_EQ(Run({"-d", "0", "x", "d"}).status, 2);
+}
+
 TEST_F(Files, AListThatIsTooLongIsRefused) {
   std::string list;
   for (int i = 0; i < 400000; ++i)

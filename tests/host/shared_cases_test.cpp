@@ -1,8 +1,11 @@
-// The cases that every host runs (tests/shared/), run by a host in C++: verdict, items, tags, and the
-// faults with their ranges. Positions in the cases are characters; here they are made bytes. A text
+// The cases that every host runs (tests/shared/), run by a host in C++ and through the functions for C: verdict,
+// items, tags, and the faults with their ranges. Positions in the cases are characters; here they are made bytes. A text
 // that has only characters of the code page is searched in both encodings.
 
+#include "tests/shared_cases.h"
+
 #include <trovex/query.h>
+#include <trovex/query_c.h>
 
 #include <gtest/gtest.h>
 #include <iconv.h>
@@ -10,8 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -24,21 +25,10 @@
 namespace {
 
 using nlohmann::json;
-
-std::vector<json> AllCases() {
-  std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(TROVEX_SHARED_CASES)) {
-    if (entry.path().extension() == ".json") files.push_back(entry.path());
-  }
-  std::sort(files.begin(), files.end());
-  std::vector<json> cases;
-  for (const std::filesystem::path& file : files) {
-    std::ifstream in(file);
-    for (json& one : json::parse(in).get<std::vector<json>>())
-      cases.push_back(std::move(one));
-  }
-  return cases;
-}
+using trovex::testing::BytesOf;
+using trovex::testing::CharactersOf;
+using trovex::testing::EachByteOf;
+using trovex::testing::SharedCases;
 
 /// UTF-8 in the code page; nothing where it lacks a character.
 std::optional<std::string> InCodePage(std::string text) {
@@ -53,24 +43,6 @@ std::optional<std::string> InCodePage(std::string text) {
   if (!whole) return std::nullopt;
   bytes.resize(bytes.size() - room);
   return bytes;
-}
-
-std::string BytesOf(const std::string& numbers) {
-  std::string bytes;
-  for (std::size_t i = 0; i + 1 < numbers.size(); i += 3)
-    bytes += static_cast<char>(std::stoi(numbers.substr(i, 2), nullptr, 16));
-  return bytes;
-}
-
-/// The byte where each character of `text` begins, and the end.
-std::vector<std::size_t> Characters(std::string_view text, trovex::Encoding encoding) {
-  std::vector<std::size_t> begins;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool goesOn = (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U;
-    if (encoding == trovex::Encoding::kLatin1 || !goesOn) begins.push_back(i);
-  }
-  begins.push_back(text.size());
-  return begins;
 }
 
 trovex::ExpressionOptions OptionsOf(const json& one) {
@@ -110,6 +82,56 @@ json ExpectedItems(const json& one) {
   return items;
 }
 
+/// The same as items of the functions for C.
+json ItemsOf(const trovex_searcher* searcher, const std::vector<std::size_t>& characters) {
+  const auto character = [&](std::size_t byte) {
+    return std::lower_bound(characters.begin(), characters.end(), byte) - characters.begin();
+  };
+  json items = json::array();
+  for (std::size_t i = 0; i < trovex_item_count(searcher); ++i) {
+    trovex_item item;
+    EXPECT_EQ(trovex_get_item(searcher, i, &item), TROVEX_OK);
+    json one = {{"begin", character(item.begin)}, {"end", character(item.end)}};
+    for (std::size_t tag = 0; tag < item.tag_count; ++tag) {
+      const trovex_tag& range = item.tags[tag];
+      one["tags"][std::to_string(range.number)] = {character(range.begin), character(range.end)};
+    }
+    items.push_back(one);
+  }
+  return items;
+}
+
+trovex_options PlainOptionsOf(const json& one) {
+  const trovex::ExpressionOptions options = OptionsOf(one);
+  trovex_options plain = {};
+  plain.words = options.words;
+  plain.case_sensitive = options.caseSensitive;
+  plain.phonetic = options.phonetic;
+  plain.variants = options.variants;
+  return plain;
+}
+
+/// Searches `text` through the functions for C.
+void SearchPlainly(const json& one, std::string_view text, trovex::Encoding encoding,
+                   const std::vector<std::size_t>& characters) {
+  const std::string expression = one.at("expression");
+  const trovex_options plain = PlainOptionsOf(one);
+  trovex_query* query = nullptr;
+  ASSERT_EQ(trovex_compile(expression.data(), expression.size(), &plain, &query, nullptr),
+            TROVEX_OK);
+  trovex_searcher* searcher = nullptr;
+  ASSERT_EQ(trovex_searcher_new(query, &searcher), TROVEX_OK);
+  trovex_search_options options = {};
+  options.encoding = encoding == trovex::Encoding::kUtf8 ? TROVEX_UTF8 : TROVEX_LATIN1;
+  options.tags = 1;
+  const int verdict = one.at("satisfied").get<bool>() ? TROVEX_YES : TROVEX_NO;
+  EXPECT_EQ(trovex_matches(searcher, text.data(), text.size(), &options), verdict);
+  EXPECT_EQ(trovex_search(searcher, text.data(), text.size(), &options), verdict);
+  EXPECT_EQ(ItemsOf(searcher, characters), ExpectedItems(one));
+  trovex_searcher_free(searcher);
+  trovex_query_free(query);
+}
+
 /// Searches `text`, which stands in a block of just its length.
 void Search(const trovex::Query& query, const json& one, std::string_view text,
             trovex::Encoding encoding, const std::vector<std::size_t>& characters) {
@@ -126,38 +148,48 @@ void Search(const trovex::Query& query, const json& one, std::string_view text,
   options.tags = true;
   EXPECT_EQ(searcher.Search(copy, options), verdict);
   EXPECT_EQ(ItemsOf(searcher, characters), ExpectedItems(one));
+  SearchPlainly(one, copy, encoding, characters);
 }
 
 void SearchText(const trovex::Query& query, const json& one) {
   if (one.contains("bytes")) {
     const std::string bytes = BytesOf(one.at("bytes"));
-    Search(query, one, bytes, trovex::Encoding::kUtf8,
-           Characters(bytes, trovex::Encoding::kLatin1));
+    Search(query, one, bytes, trovex::Encoding::kUtf8, EachByteOf(bytes));
     return;
   }
   const std::string text = one.at("text");
-  Search(query, one, text, trovex::Encoding::kUtf8, Characters(text, trovex::Encoding::kUtf8));
+  Search(query, one, text, trovex::Encoding::kUtf8, CharactersOf(text));
   const std::optional<std::string> latin1 = InCodePage(text);
   if (!latin1) {
     EXPECT_EQ(one.value("encoding", "utf-8"), "utf-8") << "the code page lacks a character";
     return;
   }
-  Search(query, one, *latin1, trovex::Encoding::kLatin1,
-         Characters(*latin1, trovex::Encoding::kLatin1));
+  Search(query, one, *latin1, trovex::Encoding::kLatin1, EachByteOf(*latin1));
 }
 
 void ExpectFault(const json& one, const trovex::Fault& fault) {
   const std::string expression = one.at("expression");
-  const std::vector<std::size_t> characters = Characters(expression, trovex::Encoding::kUtf8);
+  const std::vector<std::size_t> characters = CharactersOf(expression);
   const json& expected = one.at("fault");
   EXPECT_EQ(fault.number, expected.at("number").get<int>());
   EXPECT_EQ(fault.begin, characters.at(expected.at("begin")));
   EXPECT_EQ(fault.end, characters.at(expected.at("end")));
   EXPECT_FALSE(fault.sentence.empty());
+
+  const trovex_options options = PlainOptionsOf(one);
+  trovex_query* query = nullptr;
+  trovex_fault plain;
+  EXPECT_EQ(trovex_compile(expression.data(), expression.size(), &options, &query, &plain),
+            TROVEX_REFUSED);
+  EXPECT_EQ(query, nullptr);
+  EXPECT_EQ(plain.number, fault.number);
+  EXPECT_EQ(plain.begin, fault.begin);
+  EXPECT_EQ(plain.end, fault.end);
+  EXPECT_EQ(plain.sentence, fault.sentence);
 }
 
 TEST(SharedCases, EachIsAnsweredAsItSays) {
-  for (const json& one : AllCases()) {
+  for (const json& one : SharedCases()) {
     SCOPED_TRACE(one.at("name").get<std::string>());
     const std::string expression = one.at("expression");
     const auto compiled = trovex::Query::Compile(expression, OptionsOf(one));
@@ -174,7 +206,7 @@ TEST(SharedCases, EachIsAnsweredAsItSays) {
 
 TEST(SharedCases, AreManyAndHaveNamesOfTheirOwn) {
   std::set<std::string> names;
-  for (const json& one : AllCases())
+  for (const json& one : SharedCases())
     EXPECT_TRUE(names.insert(one.at("name")).second) << one.at("name");
   EXPECT_GT(names.size(), 150U);
 }

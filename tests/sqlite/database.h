@@ -60,7 +60,7 @@ class Database {
 
 /// A row as it is read easily: values with bars between.
 std::string Written(const Row& row);
-/// The rows, with a line feed behind each.
+/// The rows, with a line feed after each.
 std::string Written(const Result& result);
 
 }  // namespace trovex::testing

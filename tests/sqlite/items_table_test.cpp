@@ -194,7 +194,7 @@ TEST_F(Items, AreAllThereHoweverManyThereAre) {
   }
 }
 
-/// A text of `count` lines with an item each, and one behind them where the search gives up.
+/// A text of `count` lines with an item each, and one after them where the search gives up.
 std::string TextThatEndsBadly(int count) {
   std::string text;
   for (int i = 0; i < count; ++i)

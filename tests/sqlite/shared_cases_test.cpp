@@ -1,14 +1,12 @@
 // The cases that every host runs, through the functions of SQL. Positions there count from 0, in SQL from 1.
 
+#include "tests/shared_cases.h"
 #include "tests/sqlite/database.h"
 
 #include <gtest/gtest.h>
 #include <cstddef>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,27 +18,9 @@ using trovex::testing::Blob;
 using trovex::testing::Database;
 using trovex::testing::Result;
 using trovex::testing::Row;
+using trovex::testing::SharedCases;
 using trovex::testing::Value;
 using trovex::testing::Written;
-
-std::vector<json> SharedCases() {
-  std::vector<json> cases;
-  for (const auto& entry : std::filesystem::directory_iterator(TROVEX_SHARED_CASES)) {
-    if (entry.path().extension() != ".json") continue;
-    std::ifstream file(entry.path());
-    for (json& one : json::parse(file).get<std::vector<json>>())
-      cases.push_back(std::move(one));
-  }
-  return cases;
-}
-
-std::string FromHexadecimal(const std::string& digits) {
-  std::istringstream numbers(digits);
-  std::string bytes;
-  for (std::string number; numbers >> number;)
-    bytes += static_cast<char>(std::stoi(number, nullptr, 16));
-  return bytes;
-}
 
 /// The arguments of a function: the expression, the text, the options.
 Row Arguments(const json& one) {
@@ -48,7 +28,7 @@ Row Arguments(const json& one) {
   for (const std::string& name : one.value("options", std::vector<std::string>()))
     options += name + ",";
   Value text = one.value("text", std::string());
-  if (one.contains("bytes")) text = Blob{FromHexadecimal(one["bytes"])};
+  if (one.contains("bytes")) text = Blob{trovex::testing::BytesOf(one["bytes"])};
   return {one["expression"].get<std::string>(), std::move(text), options};
 }
 

@@ -63,7 +63,8 @@ constexpr OptionEntry kTable[] = {
     {Id::kGlob, kFiles, 'g', "glob", "", "GLOB", kText, "",
      "only files whose names fit; with ! before it: not",
      "As a line of .gitignore: '*.txt' fits in every folder, 'a/*.txt' and '/b' from the folder on "
-     "that is searched, 'c/' is a folder. Of several globs the last one that fits decides. It goes "
+     "that is searched, 'c/' is a folder; and '*.{txt,md}' fits either. Of several globs the last "
+     "one that fits decides. It goes "
      "before ignore files and hidden files."},
     {Id::kType, kFiles, 't', "type", "", "TYPE", kType, "",
      "only files of this type; --type-list tells which", ""},
@@ -75,6 +76,10 @@ constexpr OptionEntry kTable[] = {
      "also what .gitignore and .ignore leave out",
      "By default, files below a folder are left out that a .ignore says, or within a Git "
      "repository a .gitignore, .git/info/exclude or Git's own list of the user."},
+    {Id::kRecursive, kFiles, 'r', "recursive", "", "", kNone, "",
+     "folders with all below them, which is the default", ""},
+    {Id::kMaxDepth, kFiles, 'd', "max-depth", "maxdepth", "N", kText, "",
+     "no more than N folders deep", "With 1, only the files that stand in a folder itself."},
     {Id::kFollow, kFiles, '\0', "follow", "", "", kNone, "",
      "follows symbolic links below a folder", ""},
     {Id::kMaxFileSize, kFiles, '\0', "max-filesize", "", "SIZE", kText, "",

@@ -74,6 +74,15 @@ std::optional<std::int64_t> SizeOf(std::string_view typed) {
   return number << shift;
 }
 
+/// What a glob should have been, if it cannot be read.
+std::string_view WantedGlob(std::string_view typed) {
+  const std::vector<std::string> globs = AlternativesOf(typed);
+  if (globs.empty()) return "a pattern with fewer braces";
+  const bool isRight = std::all_of(globs.begin(), globs.end(),
+                                   [](const std::string& glob) { return Glob(glob).IsRight(); });
+  return isRight ? "" : "a pattern whose [ has its ]";
+}
+
 /// Takes one option after the other, then sees what they mean together.
 class Interpreter {
  public:
@@ -206,6 +215,8 @@ std::optional<UsageError> Interpreter::TakeSwitch(const GivenOption& option) {
     case OptionId::kNoIgnore:
       options_.ignoreFiles = !on;
       break;
+    case OptionId::kRecursive:  // as ever
+      break;
     case OptionId::kFollow:
       options_.follow = on;
       break;
@@ -302,15 +313,16 @@ std::optional<UsageError> Interpreter::Take(const GivenOption& option) {
     case OptionId::kEncoding:
       return TakeEncoding(option);
     case OptionId::kGlob:
-      if (!Glob(option.argument).IsRight()) {
-        return WrongArgument(option, "a pattern whose [ has its ]");
-      }
+      if (const std::string_view wanted = WantedGlob(option.argument); !wanted.empty())
+        return WrongArgument(option, std::string(wanted));
       options_.globs.push_back(option.argument);
       return std::nullopt;
     case OptionId::kType:
       return TakeType(option, options_.types);
     case OptionId::kTypeNot:
       return TakeType(option, options_.typesLeftOut);
+    case OptionId::kMaxDepth:
+      return TakeNumber(option, 1, kMaxInt, options_.maxDepth);
     case OptionId::kMaxFileSize: {
       const std::optional<std::int64_t> size = SizeOf(option.argument);
       if (!size.has_value()) return WrongArgument(option, "a size such as 500K, 20M or 2G");

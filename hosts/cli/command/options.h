@@ -85,6 +85,7 @@ struct Options {
   bool follow = false;
   /// The largest size in bytes of a file below a folder; -1: any.
   std::int64_t maxFileSize = -1;
+  std::int64_t maxDepth = -1;
   bool binary = false;
   SortKey sort = SortKey::kPath;
   bool sortReversed = false;

@@ -31,7 +31,8 @@ bool FitsAny(const std::vector<Glob>& globs, std::string_view name) {
 FileFilter::FileFilter(const Options& options)
     : types_(GlobsOf(options.types)), typesLeftOut_(GlobsOf(options.typesLeftOut)) {
   for (const std::string& glob : options.globs) {
-    globs_.Add(glob);
+    for (const std::string& alternative : AlternativesOf(glob))
+      globs_.Add(alternative);
     if (!glob.starts_with('!')) onlyWanted_ = true;
   }
 }

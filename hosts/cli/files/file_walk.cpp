@@ -83,6 +83,7 @@ FileWalk::FileWalk(const Options& options)
       ignoreFiles_(options.ignoreFiles),
       follow_(options.follow),
       maxFileSize_(options.maxFileSize),
+      maxDepth_(options.maxDepth),
       sort_(options.sort),
       reversed_(options.sortReversed),
       filter_(options) {}
@@ -162,6 +163,7 @@ std::optional<FileToSearch> FileWalk::NextBelow() {
       if (maxFileSize_ >= 0 && status.st_size > maxFileSize_) continue;
       return FileToSearch{std::move(path), false, {}, true, level.readsWhole};
     }
+    if (maxDepth_ >= 0 && static_cast<std::int64_t>(levels_.size()) >= maxDepth_) continue;
     std::string absolutePath;
     if (!level.absolutePath.empty())
       absolutePath.append(level.absolutePath).append(name).append("/");

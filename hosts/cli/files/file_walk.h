@@ -91,6 +91,7 @@ class FileWalk {
   bool ignoreFiles_;
   bool follow_;
   std::int64_t maxFileSize_;
+  std::int64_t maxDepth_;
   SortKey sort_;
   bool reversed_;
   FileFilter filter_;

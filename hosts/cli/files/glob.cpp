@@ -251,4 +251,85 @@ bool Glob::Holds(const Token& set, char32_t character) {
   return isMember != set.negated;
 }
 
+namespace {
+
+constexpr std::size_t kMostAlternatives = 1000;
+
+/// The first braces of a glob with a comma in them: where they and their commas stand.
+struct Braces {
+  std::size_t open = kNone;
+  std::vector<std::size_t> commas;
+  std::size_t close = kNone;
+};
+
+/// Where the set ends whose "[" stands at `at`; `at` itself where it has no end.
+std::size_t EndOfSet(std::string_view glob, std::size_t at) {
+  // A "]" that comes first is a member.
+  std::size_t from = at + 1;
+  if (from < glob.size() && (glob[from] == '!' || glob[from] == '^')) ++from;
+  const std::size_t end = glob.find(']', from + 1);
+  return end == kNone ? at : end;
+}
+
+/// The braces that open at `open`.
+Braces BracesAt(std::string_view glob, std::size_t open) {
+  Braces braces{open, {}, kNone};
+  std::size_t depth = 0;
+  for (std::size_t i = open; i < glob.size(); ++i) {
+    const char c = glob[i];
+    if (c == '\\') {
+      ++i;
+    } else if (c == '[') {
+      i = EndOfSet(glob, i);
+    } else if (c == '{') {
+      ++depth;
+    } else if (c == ',' && depth == 1) {
+      braces.commas.push_back(i);
+    } else if (c == '}' && --depth == 0) {
+      braces.close = i;
+      break;
+    }
+  }
+  return braces;
+}
+
+Braces FirstBraces(std::string_view glob) {
+  for (std::size_t i = 0; i < glob.size(); ++i) {
+    if (glob[i] == '\\') {
+      ++i;
+    } else if (glob[i] == '[') {
+      i = EndOfSet(glob, i);
+    } else if (glob[i] == '{') {
+      Braces braces = BracesAt(glob, i);
+      if (braces.close != kNone && !braces.commas.empty()) return braces;
+    }
+  }
+  return {};
+}
+
+}  // namespace
+
+std::vector<std::string> AlternativesOf(std::string_view glob) {
+  std::vector<std::string> ready;
+  std::vector<std::string> open = {std::string(glob)};
+  while (!open.empty()) {
+    if (ready.size() + open.size() > kMostAlternatives) return {};
+    const std::string text = std::move(open.back());
+    open.pop_back();
+    Braces braces = FirstBraces(text);
+    if (braces.open == kNone) {
+      ready.push_back(text);
+      continue;
+    }
+    braces.commas.push_back(braces.close);
+    std::size_t begin = braces.open + 1;
+    for (const std::size_t end : braces.commas) {
+      open.push_back(text.substr(0, braces.open) + text.substr(begin, end - begin) +
+                     text.substr(braces.close + 1));
+      begin = end + 1;
+    }
+  }
+  return ready;
+}
+
 }  // namespace trovex::cli

@@ -65,6 +65,11 @@ class Glob {
   mutable std::vector<char> nextStates_;
 };
 
+/// What a glob with braces stands for: "*.{txt,md}" for "*.txt" and "*.md". Braces may stand in braces; those
+/// without a comma or a counterpart, in a set, or after a backslash are ordinary. Nothing where they stand
+/// for more than a thousand.
+std::vector<std::string> AlternativesOf(std::string_view glob);
+
 /// Reads the first character of `text`, which is not empty, and takes it away. A byte that is no valid
 /// UTF-8 becomes a number that no character has.
 char32_t TakeCharacter(std::string_view& text);

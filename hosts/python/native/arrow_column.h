@@ -55,7 +55,7 @@ class TextArray {
   }
   /// The text of a row that is not null.
   std::string_view At(std::int64_t row) const noexcept;
-  /// Whether the texts stand one behind the other, so that those of rows [from, to) can be read as one.
+  /// Whether the texts stand one after the other, so that those of rows [from, to) can be read as one.
   bool IsOneBlock() const noexcept {
     return layout_ == Layout::kOffsets32 || layout_ == Layout::kOffsets64;
   }

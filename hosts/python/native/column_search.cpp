@@ -383,7 +383,7 @@ void Append(std::vector<Number>& all, std::vector<Number>& some) {
   some = {};
 }
 
-/// Puts a block's results behind the others, and lets go of them.
+/// Puts a block's results after the others, and lets go of them.
 void Append(ItemBuffers& all, BlockResult& block) {
   const std::int64_t items = all.rowOffsets.back(), tags = all.tagOffsets.back();
   for (const std::int64_t end : block.itemEnds)

@@ -38,7 +38,7 @@ class ItemList {
   /// Of the search that is done or goes on in `bytes`.
   explicit ItemList(const PythonText& text) noexcept : positions_(text.Bytes(), text.IsCounted()) {}
 
-  /// Adds the item behind the last one. Needs no lock of the interpreter.
+  /// Adds the item after the last one. Needs no lock of the interpreter.
   void Add(const Item& item);
 
   std::size_t Size() const noexcept { return items_.size(); }
@@ -69,7 +69,7 @@ class ItemIterator {
         tagCount_(other.tagCount_),
         next_(other.next_.load()) {}
 
-  /// Raises StopIteration behind the last one. Several threads may share one.
+  /// Raises StopIteration after the last one. Several threads may share one.
   PythonItem Next();
   std::size_t Left() const noexcept;
   const nb::object& Text() const noexcept { return text_; }

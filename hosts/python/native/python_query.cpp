@@ -9,9 +9,12 @@ namespace trovex::python {
 
 namespace {
 
-/// From so many bytes on a search lets other threads run and Ctrl-C through. To release the lock of the
-/// interpreter and to get it back costs more than a search of fewer.
-constexpr std::size_t kLongText = 2048;
+/// From so many bytes on a search lets other threads run. To release the lock of the interpreter and to get it
+/// back costs more than a search of fewer.
+constexpr std::size_t kLongText = 8192;
+/// From so many on it lets Ctrl-C through; a search that is asked whether to go on does without the shorter ways of
+/// short texts.
+constexpr std::size_t kTextWithPauses = 1 << 16;
 
 [[noreturn]] void Raise(nb::handle exception, nb::handle value) {
   PyErr_SetObject(exception.ptr(), value.ptr());
@@ -61,9 +64,31 @@ void RaiseGaveUp(std::size_t at, std::optional<std::size_t> row) {
   Raise(type, type(at));
 }
 
+Searcher* SearcherStock::TakeFirst() noexcept {
+#ifdef Py_GIL_DISABLED
+  return first_.exchange(nullptr, std::memory_order_acquire);
+#else
+  // Whoever calls holds the lock of the interpreter.
+  Searcher* const first = first_.load(std::memory_order_relaxed);
+  first_.store(nullptr, std::memory_order_relaxed);
+  return first;
+#endif
+}
+
+bool SearcherStock::GiveFirst(Searcher* searcher) noexcept {
+  Searcher* none = nullptr;
+#ifdef Py_GIL_DISABLED
+  return first_.compare_exchange_strong(none, searcher, std::memory_order_release,
+                                        std::memory_order_relaxed);
+#else
+  if (first_.load(std::memory_order_relaxed) != none) return false;
+  first_.store(searcher, std::memory_order_relaxed);
+  return true;
+#endif
+}
+
 std::unique_ptr<Searcher> SearcherStock::Take() {
-  if (Searcher* const first = first_.exchange(nullptr, std::memory_order_acquire))
-    return std::unique_ptr<Searcher>(first);
+  if (Searcher* const first = TakeFirst()) return std::unique_ptr<Searcher>(first);
   {
     const std::lock_guard lock(mutex_);
     if (!others_.empty()) {
@@ -76,9 +101,7 @@ std::unique_ptr<Searcher> SearcherStock::Take() {
 }
 
 void SearcherStock::Give(std::unique_ptr<Searcher> searcher) {
-  Searcher* none = nullptr;
-  if (first_.compare_exchange_strong(none, searcher.get(), std::memory_order_release,
-                                     std::memory_order_relaxed)) {
+  if (GiveFirst(searcher.get())) {
     static_cast<void>(searcher.release());
     return;
   }
@@ -120,6 +143,9 @@ Verdict PythonQuery::Do(const PythonText& text, bool tags, Run&& run) {
   std::unique_ptr<Searcher> searcher = stock_.Take();
   Verdict verdict;
   if (text.Bytes().size() < kLongText) {
+    verdict = run(*searcher, options, GoOn(nullptr));
+  } else if (text.Bytes().size() < kTextWithPauses) {
+    const nb::gil_scoped_release released;
     verdict = run(*searcher, options, GoOn(nullptr));
   } else {
     Signals signals;

@@ -24,7 +24,7 @@ namespace trovex::python {
 namespace nb = nanobind;
 
 /// Searchers of one query that nobody uses. One of them is had without a lock, which is all that a
-/// program with one thread needs.
+/// program with one thread needs. Whoever calls has attached its thread to the interpreter.
 class SearcherStock {
  public:
   explicit SearcherStock(const Query& query) : query_(query) {}
@@ -36,6 +36,9 @@ class SearcherStock {
   void Give(std::unique_ptr<Searcher> searcher);
 
  private:
+  Searcher* TakeFirst() noexcept;
+  bool GiveFirst(Searcher* searcher) noexcept;
+
   Query query_;
   std::atomic<Searcher*> first_{nullptr};
   std::mutex mutex_;

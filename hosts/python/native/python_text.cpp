@@ -17,36 +17,68 @@ constexpr std::array<char16_t, 32> kPageCharacters = {
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178,  // ˜ ™ š › œ ž Ÿ
 };
 
+/// The bytes of the punctuation from U+2000 on, which is what texts have beside Latin-1: dashes, quotation marks.
+constexpr char16_t kPunctuation = 0x2000;
+constexpr std::array<unsigned char, 64> kPunctuationBytes = [] {
+  std::array<unsigned char, 64> bytes{};
+  for (std::size_t i = 0; i < kPageCharacters.size(); ++i) {
+    const std::size_t at = kPageCharacters[i] - std::size_t{kPunctuation};
+    if (at < bytes.size()) bytes[at] = static_cast<unsigned char>(0x80 + i);
+  }
+  return bytes;
+}();
+
 /// Whether a byte of Latin-1 is another character in the code page.
 bool DiffersFromPage(const unsigned char* bytes, std::size_t length) noexcept {
-  unsigned found = 0;
+  unsigned char found = 0;  // of one byte, so that many are looked at in one step
   for (std::size_t i = 0; i < length; ++i)
-    found |= static_cast<unsigned>(static_cast<signed char>(bytes[i]) < -96);
+    found |= static_cast<unsigned char>(static_cast<signed char>(bytes[i]) < -96);
   return found != 0;
 }
 
 /// The byte of the code page for a character beyond ASCII; 0 where it has none.
 unsigned char PageByte(Py_UCS4 character) noexcept {
   if (character >= 0xA0 && character <= 0xFF) return static_cast<unsigned char>(character);
+  if (character - kPunctuation < kPunctuationBytes.size())
+    return kPunctuationBytes[character - kPunctuation];
   if (character > 0x2122 || character < 0x0152) return 0;
   const auto* const found = std::find(kPageCharacters.begin(), kPageCharacters.end(), character);
   if (found == kPageCharacters.end()) return 0;
   return static_cast<unsigned char>(0x80 + (found - kPageCharacters.begin()));
 }
 
-/// Writes characters in the code page; false where it lacks one.
-template <typename Character>
-bool WritePage(const Character* from, std::size_t length, char* to) noexcept {
+/// Whether a character beyond U+00FF, or one of the thirty-two that Latin-1 and the code page read differently.
+constexpr bool IsElsewhere(Py_UCS2 character) noexcept {
+  return (character & 0xFF00) != 0 || (character & 0xE0) == 0x80;
+}
+
+/// Puts the bytes of those characters that stand elsewhere in the code page; false where it lacks one.
+bool PutElsewhere(const Py_UCS2* from, std::size_t length, char* to) noexcept {
   for (std::size_t i = 0; i < length; ++i) {
-    const Py_UCS4 character = from[i];
-    unsigned char byte = static_cast<unsigned char>(character);
-    if (character >= 0x80) {
-      byte = PageByte(character);
-      if (byte == 0) return false;
-    }
+    if (!IsElsewhere(from[i])) continue;
+    const unsigned char byte = PageByte(from[i]);
+    if (byte == 0) return false;
     to[i] = static_cast<char>(byte);
   }
   return true;
+}
+
+/// Writes characters in the code page; false where it lacks one. Most stretches have none that stand elsewhere.
+bool WritePage(const Py_UCS2* from, std::size_t length, char* to) noexcept {
+  constexpr std::size_t kStretch = 32;  // fewer are not put into vector instructions
+  std::size_t done = 0;
+  for (; length - done >= kStretch; done += kStretch) {
+    Py_UCS2 elsewhere = 0;
+    for (std::size_t i = 0; i < kStretch; ++i) {
+      const Py_UCS2 c = from[done + i];
+      to[done + i] = static_cast<char>(c);
+      elsewhere |= static_cast<Py_UCS2>(c & 0xFF00) | static_cast<Py_UCS2>((c & 0xE0) == 0x80);
+    }
+    if (elsewhere != 0 && !PutElsewhere(from + done, kStretch, to + done)) return false;
+  }
+  for (std::size_t i = done; i < length; ++i)
+    to[i] = static_cast<char>(from[i]);
+  return PutElsewhere(from + done, length - done, to + done);
 }
 
 template <typename Character>

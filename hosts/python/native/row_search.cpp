@@ -12,6 +12,9 @@ namespace {
 constexpr std::size_t kShortRow = 1024;
 /// Longer rows are asked now and then whether to go on.
 constexpr std::size_t kLongRow = 1 << 16;
+/// Where only verdicts are wanted and so many lines of a row have something, on average, the first one of a row is
+/// had sooner alone.
+constexpr std::size_t kMostLinesOfRow = 2;
 /// How many blocks are searched row by row after one in which too many rows were left open.
 constexpr int kBlocksAlone = 15;
 
@@ -145,18 +148,27 @@ void RowSearch::SearchTogether(const Rows& rows, bool keep, bool tags) {
   // Required strings are ASCII: they stand in the bytes as they are, which need not be decoded.
   options.encoding = plan_.isWhole ? plan_.encoding : Encoding::kLatin1;
   options.tags = tags && plan_.isWhole;
+  options.firstOfLine = !keep || !plan_.isWhole;
   std::size_t row = 0;
+  std::size_t items = 0;
   const Verdict verdict = scout_->ForEach(lines_, options, [&](const Item& item) {
     while (begins_[row + 1] <= item.begin)
       ++row;
+    ++items;
     if (!plan_.isWhole || item.begin == item.end) {
       standing_[row] = Standing::kOpen;
     } else if (standing_[row] != Standing::kOpen) {
       standing_[row] = Standing::kFound;
       if (keep) Keep(row, item);
     }
+    return keep || items <= kMostLinesOfRow * rows.size();
   });
   if (verdict == Verdict::kGaveUp) standing_.assign(rows.size(), Standing::kOpen);
+  if (!keep && items > kMostLinesOfRow * rows.size()) {
+    std::fill(standing_.begin() + static_cast<std::ptrdiff_t>(row) + 1, standing_.end(),
+              Standing::kOpen);
+    blocksAlone_ = kBlocksAlone;
+  }
   const auto open = std::count(standing_.begin(), standing_.end(), Standing::kOpen);
   if (static_cast<std::size_t>(open) > rows.size() / 4) blocksAlone_ = kBlocksAlone;
 }

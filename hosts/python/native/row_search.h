@@ -2,7 +2,7 @@
 //
 // Short rows are not searched one by one: a run of them is written side by side, a line feed between, and
 // searched as one text. No match crosses a line feed, so a query of a single pattern finds in it what it
-// finds in each row, but for empty matches: behind a row that itself ends with a line feed there is one
+// finds in each row, but for empty matches: after a row that itself ends with a line feed there is one
 // empty line more than in the row. Rows with an empty match are searched again on their own. Of any other
 // query, strings of which every text must hold one are looked for in the same way, and rows without any
 // are passed over.

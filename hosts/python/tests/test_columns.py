@@ -95,6 +95,20 @@ def test_a_column_is_its_rows(expression: str, kind: Any) -> None:
     assert plain.to_list() == pa.array(plain).to_pylist() == items_one_by_one(query, rows, False), where
 
 
+@pytest.mark.parametrize("expression", ["[a-z]", "Haus", "x*", "^$", "Haus & Tür", "^[a-z]+$"])
+def test_rows_of_many_lines_in_which_much_is_found(expression: str) -> None:
+    query = trovex.compile(expression)
+    seed = random.randrange(1 << 32)
+    dice = random.Random(seed)
+    # Blocks of rows, in some of which every line has something, in others none, or the last rows only.
+    rows: list[str] = []
+    for _ in range(12):
+        lines = dice.choice([["Haus", "Tür"], ["123", ""], ["123"], ["Haus", "123", "", "Tür"]])
+        rows += ["\n".join(dice.choices(lines, k=dice.choice([1, 7]))) for _ in range(dice.choice([90, 1024]))]
+    found = query.matches_column(pa.array(rows), threads=1).to_list()
+    assert found == [query.matches(row) for row in rows], (seed, expression)
+
+
 def test_many_rows_in_many_threads() -> None:
     rows = rows_of(random.Random(7), 20_000)
     query = trovex.compile("(Haus|Tür) &20 [a-z]+en")

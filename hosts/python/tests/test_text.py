@@ -69,6 +69,25 @@ def test_long_texts_are_read_alike_in_every_form(alphabet: str) -> None:
         assert query.matches(text) == query.matches(text.encode()), (seed, query, text)
 
 
+def test_every_character_of_the_code_page_is_found_wherever_it_stands() -> None:
+    page = bytes(byte for byte in range(0x80, 0x100) if byte not in b"\x81\x8d\x8f\x90\x9d").decode("cp1252")
+    for letter in page:
+        query = trovex.compile("\\" + letter if not letter.isalnum() else letter, case=True)
+        for length in (1, 31, 33, 70):
+            for place in range(length):
+                text = "x" * place + letter + "x" * (length - place - 1) + "„"
+                found = query.findall(text)
+                assert (place, place + 1) in [(item.start, item.end) for item in found], (letter, text)
+                assert len(found) == text.count(letter), (letter, text)
+    # Beyond the page, and the controls of Latin-1 that the page reads differently.
+    for letter in "\u0100\u1fff\u2000\u203f\u2040\u2123\u3000\x80\x99\x9f":
+        for place in range(70):
+            text = "x" * place + letter + "x" * (69 - place) + "„"
+            found = trovex.compile(r"[^x„]").findall(text)
+            assert [(item.start, item.end) for item in found] == [(place, place + 1)], (letter, text)
+            assert not trovex.compile("[€š-žŸ…‘’“”]").matches(text.replace("„", "–")), (letter, text)
+
+
 def test_utf8_that_cpython_has_made_is_used_as_well() -> None:
     as_utf8 = ctypes.pythonapi.PyUnicode_AsUTF8AndSize
     as_utf8.restype, as_utf8.argtypes = ctypes.c_char_p, [ctypes.py_object, ctypes.c_void_p]
@@ -121,7 +140,7 @@ def test_buffers(tmp_path: Path) -> None:
         query.search(memoryview(raw)[::2])
 
 
-def test_a_buffer_may_shrink_behind_an_item() -> None:
+def test_a_buffer_may_shrink_after_an_item() -> None:
     raw = bytearray(b"ein Haus")
     item = trovex.compile("Haus").search(raw)
     assert item is not None

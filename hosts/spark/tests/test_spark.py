@@ -114,21 +114,93 @@ def test_documents_are_converted_and_failures_told(spark: Any, tmp_path: Path) -
     assert found == [("bad.json", None, None, False), ("good.json", 4, "Häus", True)]
 
 
-def test_the_cases_of_every_host(spark: Any) -> None:
-    cases = [case for file in sorted(SHARED.glob("*.json")) for case in json.loads(file.read_text("utf-8"))]
+CASES: list[dict[str, Any]] = [
+    case for file in sorted(SHARED.glob("*.json")) for case in json.loads(file.read_text("utf-8"))
+]
+OPTIONS = ("words", "case", "phonetic", "variants")
+
+
+def of_case(case: dict[str, Any]) -> dict[str, bool]:
+    return {name: name in case.get("options", []) for name in OPTIONS}
+
+
+def wanted(number: int, case: dict[str, Any]) -> list[Any]:
+    return [
+        (number, item["begin"], item["end"], sorted((int(n), a, b) for n, (a, b) in item.get("tags", {}).items()))
+        for item in case["items"]
+    ]
+
+
+def row_of(row: Any) -> Any:
+    assert row.refused is None
+    return row.id, row.start, row.end, sorted(tuple(tag) for tag in row.tags)
+
+
+@pytest.mark.parametrize("member", ["text", "bytes"])
+def test_the_cases_of_every_host(spark: Any, member: str) -> None:
+    """All in one job, which does for each what search() has the executors do and what matches() has them do."""
+    cases = [(number, case) for number, case in enumerate(CASES) if member in case]
+    recipes = {number: (case["expression"], *of_case(case).values()) for number, case in cases}
+    of_strings = member == "text"
+
+    def both(batches: Iterator[Any]) -> Iterator[Any]:
+        import pyarrow as pa
+        from trovex.spark._executor import ItemSearch, Recipe, match_batch
+
+        for batch in batches:
+            for row, number in enumerate(batch.column("id").to_pylist()):
+                recipe = Recipe(*recipes[number])
+                one = batch.slice(row, 1)
+                items = next(ItemSearch(recipe, ["id"], True, "utf-8", of_strings, None)(iter([one])))
+                verdict = match_batch(recipe, "utf-8", "raise")(one.column("text"))[0].as_py()
+                # A row more, without a place, says the verdict.
+                said = [pa.nulls(1, field.type) for field in items.schema]
+                said[0], said[-1] = one.column("id"), pa.array([str(verdict)])
+                yield items
+                yield pa.RecordBatch.from_arrays(said, schema=items.schema)
+
+    kind = "string" if of_strings else "binary"
+    texts = [(number, case["text"] if of_strings else bytes.fromhex(case["bytes"])) for number, case in cases]
+    frame = spark.createDataFrame(texts, f"id int, text {kind}").repartition(2)
+    tags = "array<struct<tag int, start long, end long>>"
+    rows = frame.mapInArrow(
+        both, f"id int, start long, end long, text {kind}, tags {tags}, refused string"
+    ).collect()
+    verdicts = {row.id: row.refused for row in rows if row.start is None}
+    assert verdicts == {number: str(case["satisfied"]) for number, case in cases}
+    found = sorted(row_of(row) for row in rows if row.start is not None)
+    assert found == [item for number, case in cases for item in wanted(number, case)]
+    for row in rows:
+        if row.start is not None and of_strings:
+            assert row.text == CASES[row.id]["text"][row.start : row.end]
+    assert len(cases) > (100 if of_strings else 3)
+
+
+def test_cases_of_every_host_as_frames(spark: Any) -> None:
+    """Some of them through search() itself. Each is a frame of its own, which takes Spark a second to plan and to
+    begin with, so that all of them would take minutes and do on the executors what they do above."""
     frames = []
     want = []
-    for number, case in enumerate(cases):
+    for number, case in enumerate(CASES):
         if "text" not in case or number % 12:
             continue
-        options = dict.fromkeys(case.get("options", []), True)
         frame = spark.createDataFrame([(number, case["text"])], "id int, text string").coalesce(1)
-        frames.append(search.search(frame, "text", case["expression"], keep=["id"], **options))
-        want += [(number, item["begin"], item["end"], item["text"]) for item in case["items"]]
+        frames.append(
+            search.search(frame, "text", case["expression"], keep=["id"], tags=True, **of_case(case))
+        )
+        want += wanted(number, case)
     union = frames[0]
     for frame in frames[1:]:
         union = union.union(frame)
-    assert sorted(tuple(row)[:4] for row in union.coalesce(2).collect()) == want and len(frames) > 10
+    assert sorted(row_of(row) for row in union.coalesce(2).collect()) == want and len(frames) > 10
+
+
+@pytest.mark.parametrize("case", [case for case in CASES if "fault" in case], ids=lambda case: case["name"])
+def test_faults_of_every_host(case: dict[str, Any]) -> None:
+    with pytest.raises(trovex.ExpressionError) as raised:
+        search.matches("text", case["expression"], **of_case(case))
+    error, fault = raised.value, case["fault"]
+    assert (error.number, error.start, error.end) == (fault["number"], fault["begin"], fault["end"])
 
 
 def test_a_worker_process_compiles_once(spark: Any) -> None:
@@ -165,7 +237,7 @@ def test_a_recipe_that_was_sent_finds_the_query_that_is_there() -> None:
 def test_every_item_is_found_once_though_a_worker_is_killed(
     spark: Any, cluster: Cluster, tmp_path: Path
 ) -> None:
-    # The last test: the cluster has one worker less behind it.
+    # The last test: the cluster has one worker less after it.
     partitions, rows = 12, 600
     marks, over = tmp_path / "marks", str(tmp_path / "over")
     marks.mkdir()

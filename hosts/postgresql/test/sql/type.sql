@@ -7,7 +7,7 @@ SELECT trovex_query('Tür', 'variants, case words,phonetic');
 SELECT trovex_query('Tür', '');
 SELECT trovex_query(' Tür ', 'case') || '|';
 
--- Options before the expression; one blank behind them is theirs.
+-- Options before the expression; one blank after them is theirs.
 SELECT '{words} Haus'::trovex_query, '{words}Haus'::trovex_query, '{words}  Haus'::trovex_query;
 SELECT '{CASE, words,} Haus'::trovex_query;
 SELECT '{ } Haus'::trovex_query;

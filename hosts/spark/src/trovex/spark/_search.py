@@ -58,7 +58,7 @@ def search(
     of the item: positions are characters of a string, bytes of a binary column, whose `encoding` is told. With
     `tags` it also has the ranges of its brackets. A document without items has no row.
 
-    A document that could not be searched to its end has one row whose `refused` says why, behind the items that are
+    A document that could not be searched to its end has one row whose `refused` says why, after the items that are
     certain; in all other rows `refused` is null. Null documents are passed over.
 
     `convert`, where it is given, makes the text of a binary document: it is called on the executors with the row's
