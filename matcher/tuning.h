@@ -62,6 +62,13 @@ inline constexpr std::uint32_t kMostBoundedRun = 1'000;
 inline constexpr std::uint32_t kMostTriedRun = 256;
 inline constexpr std::uint32_t kMostTailBytes = 8;
 
+/// How often a row comes is told from at most so many bytes of each run, and of no run that goes on for longer than
+/// the second.
+inline constexpr std::uint32_t kMostCountedBytes = 8;
+inline constexpr double kLongestCountedRun = 100;
+/// How far a run that has an end is read for matches that are cut off it piece by piece.
+inline constexpr std::ptrdiff_t kFarRun = std::ptrdiff_t{1} << 16;
+
 // Several strings.
 
 /// Longer strings are not searched for with others: they would be compared in vain too often. Of more strings than one
@@ -76,6 +83,10 @@ inline constexpr std::ptrdiff_t kStringStretch = std::ptrdiff_t{1} << 15;
 /// Measured: "[A-Z][a-z]+" with 5,000 for the second, 5.4.
 inline constexpr double kRareLead = 200;
 inline constexpr double kWorthwhileLead = 20'000;
+/// Several ways to begin are looked for as one where that leaves no more places than the first, or so many times as
+/// many as they do apart.
+inline constexpr double kFewMorePlaces = 5;
+inline constexpr double kHardlyMorePlaces = 1.5;
 /// How much rarer than the leading bytes a required string must be to be of use, and where a row of runs is read
 /// from these: it takes more to go on from it. Measured: "Datei.*Verzeichnis" with 16 for the first, 3.0;
 /// "a.{0,100}b" with 2 for the second, 18.
@@ -86,7 +97,8 @@ inline constexpr double kRequiredAdvantageOverRuns = 8;
 inline constexpr double kCommonLead = 800;
 inline constexpr double kAdvantageOfRows = 4;
 /// How much rarer than the leading bytes a string in the middle of a row must be, and how rare, where the row can be
-/// looked for as a whole.
+/// looked for as a whole. Measured, on 9 to 10 MB of manual pages, prose and a log: four numbers with dots
+/// between them without one, 1.6 to 4.3, "[a-z]+ung" 1.7 to 2.1; "[A-Z][a-z]+ [A-Z][a-z]+" with one, about 2.
 inline constexpr double kAdvantageOfMiddles = 4;
 inline constexpr double kCommonMiddle = 400;
 /// How rare a required string must be, in 100,000 places, to be looked for in short texts at least: they

@@ -35,8 +35,6 @@ struct LeadingProbes {
 /// Several ways are looked for as one, which takes far less, where that leaves hardly more places: what sets
 /// them apart need not be what is rare about them.
 LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
-  constexpr double kFewMore = 5;
-  constexpr double kHardlyMore = 1.5;
   if (ways.empty() || ways.front().empty()) return {};
   LeadingProbes apart;
   apart.ways = ChooseProbesForAlternatives(ways);
@@ -50,7 +48,8 @@ LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   LeadingProbes together;
   together.ways = {ChooseProbes(any)};
   together.rate = ExpectedRate(together.ways);
-  return together.rate <= std::max(kFewMore, kHardlyMore * apart.rate) ? together : apart;
+  return together.rate <= std::max(kFewMorePlaces, kHardlyMorePlaces * apart.rate) ? together
+                                                                                   : apart;
 }
 
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
@@ -69,17 +68,15 @@ std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
 /// At how many of 100,000 places a row of runs is to be expected. A run that bytes of its own may follow goes on
 /// for as long as they come; after any other one there is none of them.
 double RateOf(const std::vector<Run>& runs) {
-  constexpr double kLongest = 100;
-  constexpr std::uint32_t kMostBytes = 8;
   const auto shareOf = [](const CharSet& set) {
-    return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongest);
+    return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongestCountedRun);
   };
   double rate = kEveryPlace;
   double room = 1;  // at how many places after what was read the next run may begin
   for (std::size_t i = 0; i < runs.size(); ++i) {
     const double share = shareOf(runs[i].bytes);
     double here = 1;
-    for (std::uint32_t n = 0; n < std::min(runs[i].least, kMostBytes); ++n)
+    for (std::uint32_t n = 0; n < std::min(runs[i].least, kMostCountedBytes); ++n)
       here *= share;
     rate *= std::min(1.0, room * here);
     room = runs[i].IsFixed() ? 1 : 1 / (1 - share);

@@ -275,8 +275,7 @@ void ClassRun::Test(const unsigned char* place, const unsigned char* end, Cursor
 
 /// Finds where the last run ends, if it goes on beyond the stretch. A match that has an end needs not all of it.
 void ClassRun::FindLastStop(Cursor& cursor) const {
-  constexpr std::ptrdiff_t kFar = std::ptrdiff_t{1} << 16;
-  static_assert(kFar > kMostBoundedRun);
+  static_assert(kFarRun > kMostBoundedRun);
   RunEdges& edges = cursor.edges_;
   cursor.isCut_ = false;
   if (edges.count == 0) return;
@@ -285,8 +284,8 @@ void ClassRun::FindLastStop(Cursor& cursor) const {
     return;
   }
   ++edges.count;
-  const bool isFar = most_ != Run::kEndless && cursor.end_ - cursor.tested_ > kFar;
-  const unsigned char* const limit = isFar ? cursor.tested_ + kFar : cursor.end_;
+  const bool isFar = most_ != Run::kEndless && cursor.end_ - cursor.tested_ > kFarRun;
+  const unsigned char* const limit = isFar ? cursor.tested_ + kFarRun : cursor.end_;
   const unsigned char* const stop =
       cursor.tested_ < limit ? others_.Find(cursor.tested_, limit) : nullptr;
   cursor.isCut_ = stop == nullptr && isFar;

@@ -186,6 +186,24 @@ TEST(RunMiddle, FindsTheMatchesOfRandomRowsFromAnywhereToAnyEnd) {
   EXPECT_GT(found, 1'000U);
 }
 
+TEST(RunMiddle, GoesBackOverNoTextAgainAndAgain) {
+  // Would it go back to the beginning from each of the strings, it would take minutes.
+  const CharSet letters = SetOf("gnu");
+  const Runs runs = {{SetOf("X"), 1, 1},
+                     {letters, 1, ByteRun::kEndless},
+                     {SetOf("u"), 1, 1},
+                     {SetOf("n"), 1, 1},
+                     {SetOf("g"), 1, 1}};
+  const std::optional<RunMiddle> middle = RunMiddle::For(runs);
+  ASSERT_TRUE(middle);
+  std::string content;
+  for (int i = 0; i < 500'000; ++i)
+    content += "ung";
+  const Block text(content);
+  const RunScan scan(runs);
+  EXPECT_TRUE(FoundMatches(scan, *middle, text, text.begin(), text.end(), 1).empty());
+}
+
 TEST(RunMiddle, TheRarestStringIsTaken) {
   const CharSet digits = SetOf("0123456789");
   const Runs dotted = {{digits, 1, 3}, {SetOf("."), 1, 1}, {digits, 1, ByteRun::kEndless}};
