@@ -52,6 +52,9 @@ inline constexpr std::size_t kLookedForAUnit = 8;
 inline constexpr double kCostOfWindow = 0.9;
 inline constexpr double kCostOfLongWindow = 1.1;
 inline constexpr double kCostOfHit = 20;
+/// To look up a byte in buckets, and to look at a place that these have.
+inline constexpr double kCostOfBucketByte = 0.12;
+inline constexpr double kCostOfBeginning = 5;
 
 // Compiling, in steps and bytes.
 
@@ -90,6 +93,8 @@ inline constexpr std::int64_t kWalkBytesPerNode = 500;
 /// A list of words: to write out a word, to sort it, and a node of the tree of words.
 inline constexpr std::size_t kListStepsPerWord = 10;
 inline constexpr std::int64_t kSortStepsPerWord = 100;
+/// To part words among buckets, for each pair of them.
+inline constexpr std::int64_t kBucketStepsPerPair = 30;
 inline constexpr std::int64_t kTrieStepsPerNode = 4;
 
 }  // namespace trovex

@@ -85,6 +85,10 @@ inline constexpr double kRequiredAdvantageOverRuns = 8;
 /// rarer the row must be.
 inline constexpr double kCommonLead = 800;
 inline constexpr double kAdvantageOfRows = 4;
+/// How much rarer than the leading bytes a string in the middle of a row must be, and how rare, where the row can be
+/// looked for as a whole.
+inline constexpr double kAdvantageOfMiddles = 4;
+inline constexpr double kCommonMiddle = 400;
 /// How rare a required string must be, in 100,000 places, to be looked for in short texts at least: they
 /// mostly lack it then, and what it saves there is a search that must be set up.
 inline constexpr double kWorthALook = 2'000;
@@ -100,8 +104,9 @@ inline constexpr double kCommonSet = 50'000;
 /// Measured: "Datei.*Verzeichnis" with two of them, 2.7.
 inline constexpr std::size_t kLongestRequired = 24;
 inline constexpr std::size_t kCountedSets = 4;
-/// How many matches are found together.
+/// How many matches are found together, and how far apart they may be where automata find them.
 inline constexpr std::size_t kMostReady = 32;
+inline constexpr std::ptrdiff_t kFarMatch = 4'096;
 /// A state is leapt out of with a scan where bytes that lead elsewhere are no more frequent than this.
 inline constexpr double kRareExit = 2'000;
 /// How often a text is tried place by place once more after the credit for it was spent.
@@ -122,6 +127,8 @@ inline constexpr std::array<std::size_t, 6> kWordCuts = {2, 3, 4, 5, 6, 8};
 inline constexpr double kCorrelation = 1.9;
 /// How many values one place of a word may have in a table of windows.
 inline constexpr std::size_t kMostVariants = 64;
+/// More words are not parted among buckets.
+inline constexpr std::size_t kMostBucketWords = 128;
 /// A stretch is scanned for places of words at a time, first of the one size, then doubled up to the other. Both
 /// are multiples of 64 and of every stride.
 inline constexpr std::size_t kFirstWordStretch = 192;

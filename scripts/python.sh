@@ -1,8 +1,9 @@
 # Environments of Python for the scripts that need one. Source it after packages.sh.
 
-# python_environment FOLDER: makes it, where it is not there, and sets PYTHON to its interpreter.
+# python_environment FOLDER: makes it, where it is not there, and sets PYTHON to its interpreter. INTERPRETER says
+# which Python the environment is made of; without it, the system's.
 python_environment() {
-  [ -x "$1/bin/python" ] || python3 -m venv "$1"
+  [ -x "$1/bin/python" ] || "${INTERPRETER:-python3}" -m venv "$1"
   PYTHON=$PWD/$1/bin/python
 }
 

@@ -4,6 +4,8 @@
 #ifndef TROVEX_TESTS_SANITIZERS_H
 #define TROVEX_TESTS_SANITIZERS_H
 
+#include <cstddef>
+
 namespace trovex::testing {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -23,6 +25,10 @@ inline constexpr bool kUnderSanitizer = false;
 inline constexpr int CasesToTry(int count) {
   return kUnderSanitizer ? count / 10 : count;
 }
+
+/// Of all small patterns a test that goes through them takes each, or one in eleven under a sanitizer (the
+/// number divides no number of pieces that they are made of).
+inline constexpr std::size_t kPatternStride = kUnderSanitizer ? 11 : 1;
 
 }  // namespace trovex::testing
 

@@ -39,7 +39,7 @@ class InterruptWatch {
  private:
   using Clock = std::chrono::steady_clock;
 
-  static constexpr std::size_t kShortText = 4096;
+  static constexpr std::size_t kShortText = 10 * 1024;
 
   bool Ask();
   bool RunSmallStatement();

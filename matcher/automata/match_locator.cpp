@@ -87,6 +87,39 @@ double RateOf(const std::vector<Run>& runs) {
   return rate;
 }
 
+/// Whether a row of runs is so much rarer than what it begins with, at `leadingRate`, that it is looked for as a
+/// whole.
+bool IsRareAsAWhole(const std::vector<Run>& runs, double leadingRate) {
+  return leadingRate > kCommonLead && RateOf(runs) * kAdvantageOfRows < leadingRate;
+}
+
+/// The string in the middle of `runs`, where it is so much rarer than what they begin with, `leading`, that it is
+/// worth the way back.
+std::optional<RunMiddle> WorthwhileMiddle(const std::vector<Run>& runs,
+                                          const LeadingProbes& leading) {
+  std::optional<RunMiddle> middle = RunMiddle::For(runs);
+  if (!middle) return std::nullopt;
+  double leadingRate = leading.ways.empty() ? kEveryPlace : 0;
+  for (const Probes& way : leading.ways)
+    leadingRate += RateInClusters(way);
+  const bool hasOtherWay = leading.rate < kWorthwhileLead && IsRareAsAWhole(runs, leading.rate);
+  const bool isCommon = hasOtherWay && middle->Rate() > kCommonMiddle;
+  if (isCommon || middle->Rate() * kAdvantageOfMiddles > leadingRate) return std::nullopt;
+  return middle;
+}
+
+/// Whether no edge demands anything of the bytes beside it.
+bool AreAnyNeighbours(const PositionGraph& graph) {
+  const auto isAny = [](Neighbours between) { return between == 0 || between == kAnyNeighbours; };
+  for (std::size_t list = 0; list < graph.next.ListCount(); ++list) {
+    for (const PositionEdge& edge : graph.next[list]) {
+      if (!isAny(edge.neighbours)) return false;
+    }
+  }
+  return std::all_of(graph.starts.begin(), graph.starts.end(), isAny) &&
+         std::all_of(graph.ends.begin(), graph.ends.end(), isAny);
+}
+
 /// What the words of a list are searched with beside them: the kinds of bytes.
 std::unique_ptr<const PositionGraph> KindsAlone(const WordScan& scan, const CharSet& wordBytes) {
   auto graph = std::make_unique<PositionGraph>();
@@ -110,17 +143,21 @@ const Byte* LineEnd(const Byte* place, const Byte* end) {
 LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
                                const std::vector<CharSet>& required, const std::vector<Run>& runs)
     : graph_(std::move(graph)), words_(words) {
-  if (IsOneString(*graph_)) {
-    string_.emplace(graph_->bytes);
-    isFree_ =
-        graph_->starts[0] == kAnyNeighbours && graph_->ends[graph_->size - 1] == kAnyNeighbours;
-    return;
-  }
+  isFree_ = !graph_->canBeEmpty && AreAnyNeighbours(*graph_);
+  if (isFree_ && runs.size() == 1 && (runs[0].least > 1 || runs[0].most > 1))
+    class_ = ClassRun::For(runs[0]);
+  if (IsOneString(*graph_)) string_.emplace(graph_->bytes);
+  if (class_ || string_) return;
   const std::vector<LeadingBytes> ways =
       LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
   const LeadingProbes leading = ChooseLeading(ways);
   const double leadingRate = leading.rate;
   const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
+  if (!runs.empty() && !words) middle_ = WorthwhileMiddle(runs, leading);
+  if (middle_) {
+    runs_.emplace(runs);
+    return;
+  }
   const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhileLead;
   if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
@@ -132,8 +169,7 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   }
   if (!leading_ || required_ || !areRuns) return;
   runs_.emplace(runs);
-  if (leadingRate > kCommonLead && RateOf(runs) * kAdvantageOfRows < leadingRate)
-    filter_ = RunFilter::For(runs);
+  if (IsRareAsAWhole(runs, leadingRate)) filter_ = RunFilter::For(runs);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
@@ -148,6 +184,7 @@ bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const By
 
 LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end,
                                               LocatedRange& match) const {
+  if (class_ || middle_) return LookForRuns(place, end, match);
   if (string_) {
     const Byte* const found = string_->Find(place, end);
     if (found == nullptr) return Answer::kNoMatch;
@@ -166,16 +203,26 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
   if (filter_) {
     RunFilter::Cursor places;
     const auto nextRow = [&](const Byte* from) { return filter_->Find(from, end, places); };
-    return LookAtRuns(nextRow(place), end, nextRow, match);
+    return TryRuns(nextRow(place), end, nextRow, match);
   }
   const auto next = [&](const Byte* from) { return leading_->Find(from, end); };
-  return LookAtRuns(place, end, next, match);
+  return TryRuns(place, end, next, match);
+}
+
+/// The first match of a run, or of a row of them that is found from its middle.
+LocatorProgram::Answer LocatorProgram::LookForRuns(const Byte* place, const Byte* end,
+                                                   LocatedRange& match) const {
+  RunScan::Notes notes;
+  const auto [start, stop] =
+      class_ ? class_->First(place, end) : middle_->First(place, end, *runs_, notes);
+  match = {start, stop};
+  return match.start != nullptr ? Answer::kMatch : Answer::kNoMatch;
 }
 
 /// Tries `place` and the ones after it that `next` gives.
 template <typename Next>
-LocatorProgram::Answer LocatorProgram::LookAtRuns(const Byte* place, const Byte* end, Next next,
-                                                  LocatedRange& match) const {
+LocatorProgram::Answer LocatorProgram::TryRuns(const Byte* place, const Byte* end, Next next,
+                                               LocatedRange& match) const {
   RunScan::Notes notes;
   for (; place != nullptr; place = place <= end ? next(place) : nullptr) {
     const Byte* const last = runs_->EndOfMatch(place, end, notes);
@@ -257,6 +304,8 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
   if (places_ != nullptr) places_->Forget();
+  if (classRuns_ != nullptr) classRuns_->Reset();
+  givesUpNextAt_ = nullptr;
   listCredit_ = kFirstCredit + kCreditPerByte * bytes;
 }
 
@@ -305,24 +354,29 @@ bool MatchLocator::FindFrom(Search& search) {
 /// Goes from one occurrence of the string to the next until one has the neighbours that it needs.
 bool MatchLocator::FindString(Search& search) {
   const StringScan& string = *program_.string_;
-  const Byte* place = search.place;
-  while ((place = string.Find(place, search.end, hits_)) != nullptr) {
-    const Byte* const end = place + string.Length();
+  const auto length = static_cast<std::ptrdiff_t>(string.Length());
+  search.match = {};
+  string.ForEach(search.place, search.end, hits_, [&](const Byte* place) -> const Byte* {
+    const Byte* const end = place + length;
     const bool mayEnd = !search.refusesLineEnd || KindAt(search, end) != ByteKind::kNewline;
-    if (mayEnd && program_.IsStringBetween(place, end, search.begin, search.end)) {
-      search.match = {place, end};
-      return true;
-    }
-    ++place;
-  }
-  return false;
+    if (!mayEnd || !program_.IsStringBetween(place, end, search.begin, search.end))
+      return place + 1;
+    search.match = {place, end};
+    return nullptr;
+  });
+  return search.match.start != nullptr;
 }
 
 /// Finds a few matches and hands out the first. Who asks for one only is not kept waiting for more.
-MatchLocator::Match MatchLocator::FindMany(Search& search) {
+MatchLocator::Match MatchLocator::FindMany(const Search& search) {
   const bool goesOn = nextReady_ == readyCount_ && readyCount_ > 0 && search.place == readyFrom_;
+  if (goesOn && search.end == readyEnd_ && givesUpNextAt_ != nullptr) {
+    gaveUpAt_ = givesUpNextAt_;
+    return {};
+  }
+  givesUpNextAt_ = nullptr;
   const std::size_t most = goesOn ? std::min(2 * readyCount_, kMostReady) : 1;
-  readyCount_ = program_.runs_ ? FindRuns(search, most) : FindStrings(search, most);
+  readyCount_ = FindTogether(search, most);
   if (readyCount_ == 0) return {};
   nextReady_ = 1;
   readyFrom_ = ready_[0].end;
@@ -330,7 +384,36 @@ MatchLocator::Match MatchLocator::FindMany(Search& search) {
   return ready_[0];
 }
 
-std::size_t MatchLocator::FindStrings(Search& search, std::size_t most) {
+/// Finds up to `most` matches. Returns how many there are.
+std::size_t MatchLocator::FindTogether(const Search& search, std::size_t most) {
+  if (program_.class_) return FindClassRuns(search, most);
+  if (program_.middle_) return FindFromMiddle(search, most);
+  if (program_.runs_) return FindRuns(search, most);
+  return program_.string_ ? FindStrings(search, most) : FindOneByOne(search, most);
+}
+
+std::size_t MatchLocator::FindClassRuns(const Search& search, std::size_t most) {
+  if (classRuns_ == nullptr) classRuns_ = std::make_unique<ClassRun::Cursor>();
+  std::size_t count = 0;
+  program_.class_->ForEach(search.place, search.end, *classRuns_,
+                           [&](const Byte* start, const Byte* end) {
+                             ready_[count++] = {start, end};
+                             return count < most;
+                           });
+  return count;
+}
+
+std::size_t MatchLocator::FindFromMiddle(const Search& search, std::size_t most) {
+  std::size_t count = 0;
+  program_.middle_->ForEach(search.place, search.end, *program_.runs_, runNotes_, hits_,
+                            [&](const Byte* start, const Byte* end) {
+                              ready_[count++] = {start, end};
+                              return count < most;
+                            });
+  return count;
+}
+
+std::size_t MatchLocator::FindStrings(const Search& search, std::size_t most) {
   const StringScan& string = *program_.string_;
   const auto length = static_cast<std::ptrdiff_t>(string.Length());
   std::size_t count = 0;
@@ -342,7 +425,7 @@ std::size_t MatchLocator::FindStrings(Search& search, std::size_t most) {
   return count;
 }
 
-std::size_t MatchLocator::FindRuns(Search& search, std::size_t most) {
+std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
   const RunScan& runs = *program_.runs_;
   std::size_t count = 0;
   const auto take = [&](const Byte* place) -> const Byte* {
@@ -359,6 +442,21 @@ std::size_t MatchLocator::FindRuns(Search& search, std::size_t most) {
     place = program_.filter_->Find(place, search.end, runPlaces_);
     if (place != nullptr) place = take(place);
   }
+  return count;
+}
+
+/// Finds matches that lie close together, one after another, by what finds any. Where it gives up after some,
+/// that is told after them.
+std::size_t MatchLocator::FindOneByOne(const Search& search, std::size_t most) {
+  std::size_t count = 0;
+  for (const Byte* place = search.place; count < most;) {
+    Search next = {place, search.begin, search.end, false, false, {}};
+    if (!FindFrom(next)) break;
+    ready_[count++] = next.match;
+    if (next.match.start - place > kFarMatch) break;
+    place = next.match.end;
+  }
+  if (count > 0) givesUpNextAt_ = std::exchange(gaveUpAt_, nullptr);
   return count;
 }
 

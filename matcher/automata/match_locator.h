@@ -1,10 +1,11 @@
 // Finds where the leftmost match lies, and of those the longest, in time that grows with the bytes looked
 // at and no faster, on texts and lines of any length.
 //
-// One of five leads tells at which places a match can start:
+// One of six leads tells at which places a match can start:
 //
 //   string          The pattern is nothing but one string of sets: where it stands is the answer.
-//   words           The pattern is a list of words (words/word_scan.h): so it is with them.
+//   class           The pattern is nothing but a run of bytes of one set: the bits of these are the answer.
+//   words           The pattern is a list of words (words/word_scan.h): where one stands is the answer.
 //   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
 //                   places where they do are searched for (place_scan.h). If every match holds a much
 //                   rarer string, lines without it are passed over.
@@ -13,9 +14,9 @@
 //   every place     None of these promises to leave much out.
 //
 // Where the pattern is a row of runs (run_scan.h), these are read from the leading bytes on, and there is
-// the answer, too; where such bytes are everywhere, from the places where the whole row can begin
-// (run_filter.h). Strings and runs are found several at a time, where neighbours do not count, and handed
-// out one by one.
+// the answer, too; where such bytes are everywhere, from a rare string in the middle of the row (run_middle.h), or
+// from the places where the whole row can begin (run_filter.h). A single run is told by its bits (class_run.h).
+// Where neighbours do not count and none is empty, matches are found several at a time and handed out one by one.
 //
 // From other places the automaton that reads forwards goes on to the end of the leftmost match; its start is
 // known from the way, or the automaton that reads backwards looks for it. Where the credit for making
@@ -34,10 +35,12 @@
 #include "matcher/automata/line_search.h"
 #include "matcher/automata/position_graph.h"
 #include "matcher/automata/search_credit.h"
+#include "matcher/runs/class_run.h"
+#include "matcher/runs/run_filter.h"
+#include "matcher/runs/run_middle.h"
+#include "matcher/runs/run_scan.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/place_scan.h"
-#include "matcher/scan/run_filter.h"
-#include "matcher/scan/run_scan.h"
 #include "matcher/scan/string_scan.h"
 #include "matcher/tuning.h"
 #include "matcher/words/word_scan.h"
@@ -77,7 +80,7 @@ class LocatorProgram {
 
   /// Whether matches are so whatever stands beside them, and none is empty: from the end of one on, they are
   /// those of what is left of the text alone.
-  bool IsFree() const { return isFree_ || runs_.has_value(); }
+  bool IsFree() const { return isFree_; }
 
   /// The sets of this string.
   const std::vector<CharSet>& StringSets() const { return graph_->bytes; }
@@ -98,9 +101,11 @@ class LocatorProgram {
  private:
   friend class MatchLocator;
 
+  Answer LookForRuns(const unsigned char* place, const unsigned char* end,
+                     LocatedRange& match) const;
   template <typename Next>
-  Answer LookAtRuns(const unsigned char* place, const unsigned char* end, Next next,
-                    LocatedRange& match) const;
+  Answer TryRuns(const unsigned char* place, const unsigned char* end, Next next,
+                 LocatedRange& match) const;
   Answer LookForListed(const unsigned char* begin, const unsigned char* end,
                        LocatedRange& match) const;
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
@@ -113,10 +118,13 @@ class LocatorProgram {
   std::optional<StringScan> required_;  // set if it is of use
   std::optional<StringScan> rarer_;     // else one that is of use in short texts, if there is any
   std::optional<PlaceScan> leading_;    // set if these lead
-  std::optional<RunScan> runs_;         // set if what begins with these is a row of runs
-  std::optional<RunFilter> filter_;     // set if these are common: looks for the row as a whole
-  bool isFree_ = false;                 // matches of the string are so whatever stands beside them
-  std::optional<WordScan> list_;        // set if that lead is followed
+  std::optional<ClassRun> class_;       // set if that lead is followed
+  std::optional<RunScan> runs_;         // set if what one of these leads to is a row of runs
+  std::optional<RunMiddle> middle_;     // a string in the middle of the row
+  std::optional<RunFilter>
+      filter_;           // set if the leading bytes are common: looks for the row as a whole
+  bool isFree_ = false;  // matches are so whatever stands beside them, and none is empty
+  std::optional<WordScan> list_;  // set if that lead is followed
   bool canDoWithoutList_ = true;
 };
 
@@ -200,9 +208,13 @@ class MatchLocator {
   Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int after);
   bool FindFrom(Search& search);
   bool FindString(Search& search);
-  Match FindMany(Search& search);
-  std::size_t FindStrings(Search& search, std::size_t most);
-  std::size_t FindRuns(Search& search, std::size_t most);
+  Match FindMany(const Search& search);
+  std::size_t FindTogether(const Search& search, std::size_t most);
+  std::size_t FindClassRuns(const Search& search, std::size_t most);
+  std::size_t FindFromMiddle(const Search& search, std::size_t most);
+  std::size_t FindStrings(const Search& search, std::size_t most);
+  std::size_t FindRuns(const Search& search, std::size_t most);
+  std::size_t FindOneByOne(const Search& search, std::size_t most);
   Step FindListed(Search& search);
   Step FindByAutomata(Search& search);
   bool FindStart(Search& search, const Byte* from);
@@ -229,6 +241,7 @@ class MatchLocator {
   std::optional<BackwardAutomaton> backward_;
   std::unique_ptr<LineSearch> line_;
   std::unique_ptr<WordPlaces> places_;
+  std::unique_ptr<ClassRun::Cursor> classRuns_;
   bool linesAreTooCostly_ = false;
   bool tryPlaces_ = false;   // the automaton starts at one place at a time
   int placesTooCostly_ = 0;  // how often the credit did not suffice for that
@@ -238,6 +251,7 @@ class MatchLocator {
   std::int64_t unitsGiven_ = 0;
   std::int64_t unitsLeft_ = 0;
   const Byte* gaveUpAt_ = nullptr;
+  const Byte* givesUpNextAt_ = nullptr;  // where it gave up after the matches that are ready
   /// Matches that were found and not asked for yet; the search goes on from `readyFrom_` in a text that
   /// ends at `readyEnd_`.
   std::array<Match, kMostReady> ready_;

@@ -12,7 +12,7 @@
 #define TROVEX_MATCHER_PATTERN_RUN_PATTERN_H
 
 #include "matcher/pattern/pattern_syntax.h"
-#include "matcher/scan/run_scan.h"
+#include "matcher/runs/run_scan.h"
 
 #include <vector>
 

@@ -305,6 +305,13 @@ bool IsSequence(const CharSet& first, const CharSet& second) {
 
 // Choosing.
 
+/// Whether both are classes and have most bytes in common.
+bool AreAlike(const CharSet& a, const CharSet& b) {
+  constexpr std::size_t kCasesOfALetter = 2;
+  const std::size_t least = std::min(a.count(), b.count());
+  return least > kCasesOfALetter && 2 * (a & b).count() >= least;
+}
+
 /// The choice of the offsets of a few alternatives.
 class Chooser {
  public:
@@ -393,13 +400,6 @@ class Chooser {
     }
   }
 
-  /// Whether both are classes and have most bytes in common.
-  static bool AreAlike(const CharSet& a, const CharSet& b) {
-    constexpr std::size_t kCasesOfALetter = 2;
-    const std::size_t least = std::min(a.count(), b.count());
-    return least > kCasesOfALetter && 2 * (a & b).count() >= least;
-  }
-
   const std::vector<std::vector<CharSet>>& alternatives_;
   std::size_t offsets_;
   /// For every alternative one after the other: the shares of its sets.
@@ -444,6 +444,18 @@ double ExpectedRate(const Probes& probes) {
   double rate = kBytesCounted;
   for (const Probe& probe : probes)
     rate *= Frequency(probe.bytes) / kBytesCounted;
+  return rate;
+}
+
+double RateInClusters(const Probes& probes) {
+  double rate = kBytesCounted;
+  for (std::size_t i = 0; i < probes.size(); ++i) {
+    double share = Frequency(probes[i].bytes) / kBytesCounted;
+    for (std::size_t before = 0; before < i; ++before) {
+      if (AreAlike(probes[before].bytes, probes[i].bytes)) share = std::sqrt(share);
+    }
+    rate *= share;
+  }
   return rate;
 }
 

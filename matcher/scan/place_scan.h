@@ -104,6 +104,9 @@ std::vector<Probes> ChooseProbesForAlternatives(
 /// German text and independently of the others.
 double ExpectedRate(const Probes& probes);
 
+/// The same, but where one byte of a class stands, as a digit does, others like it are likely to stand beside it.
+double RateInClusters(const Probes& probes);
+
 }  // namespace trovex
 
 #endif  // TROVEX_MATCHER_SCAN_PLACE_SCAN_H

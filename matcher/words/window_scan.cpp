@@ -135,21 +135,6 @@ class WindowTest {
   hn::Vec<Bytes> second_;
 };
 
-/// Writes the hits among the windows from number `window` on. Returns where the next one goes.
-HWY_INLINE std::uint32_t* WriteHits(std::uint64_t bits, std::size_t window, std::size_t stride,
-                                    std::uint32_t* hits) {
-  constexpr int kAtOnce = 4;
-  std::uint32_t* const end = hits + std::popcount(bits);
-  // Without a branch for each: what is too much is written over by the next ones.
-  for (; bits != 0; hits += kAtOnce) {
-    for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1) {
-      const std::size_t number = window + (static_cast<std::size_t>(std::countr_zero(bits)) & 63);
-      hits[i] = static_cast<std::uint32_t>(number * stride);
-    }
-  }
-  return end;
-}
-
 template <bool kIsLong>
 std::size_t Find(const WindowTable& table, const unsigned char* first, std::size_t count,
                  const unsigned char* end, std::uint32_t* const hits) {

@@ -12,6 +12,7 @@
 #ifndef TROVEX_MATCHER_WORDS_WINDOW_SCAN_H
 #define TROVEX_MATCHER_WORDS_WINDOW_SCAN_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -83,6 +84,22 @@ FindWindows ChooseWindowScan(const WindowTable& table);
 /// The same without vector instructions.
 std::size_t FindWindowsPlainly(const WindowTable& table, const unsigned char* first,
                                std::size_t count, const unsigned char* end, std::uint32_t* hits);
+
+/// Writes the numbers of the bits that are set, `first` added to them, all times `stride`, to `hits`, which has room
+/// for three more. Returns where the next one goes.
+inline std::uint32_t* WriteHits(std::uint64_t bits, std::size_t first, std::size_t stride,
+                                std::uint32_t* hits) {
+  constexpr int kAtOnce = 4;
+  std::uint32_t* const end = hits + std::popcount(bits);
+  // Without a branch for each: what is too much is written over by the next ones.
+  for (; bits != 0; hits += kAtOnce) {
+    for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1) {
+      const std::size_t number = first + (static_cast<std::size_t>(std::countr_zero(bits)) & 63);
+      hits[i] = static_cast<std::uint32_t>(number * stride);
+    }
+  }
+  return end;
+}
 
 }  // namespace trovex
 

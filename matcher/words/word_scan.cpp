@@ -44,6 +44,8 @@ struct Choice {
   std::size_t stride = 1;
   std::size_t length = 1;
   double cost = std::numeric_limits<double>::infinity();
+  /// Set if these are looked up rather than windows.
+  std::optional<BucketTable> buckets;
 };
 
 /// How often windows of words of one length come in a text, by offset in the word and length.
@@ -124,7 +126,50 @@ class WordScanMaker {
     }
   }
 
-  /// The best windows for the words of the lengths [from, to), which are some.
+  /// The best way to look for the words of the lengths [from, to), which are some.
+  Choice ChooseLookup(std::size_t from, std::size_t to) {
+    Choice best = ChooseWindows(from, to);
+    // Of many words, only the shortest may be few enough for buckets.
+    if (from > 1) return best;
+    const std::optional<Buckets>& buckets = BucketsFor(to);
+    if (!buckets) return best;
+    const double cost = kCostOfBucketByte + buckets->rate * kCostOfBeginning;
+    if (cost < best.cost) best = {1, 1, cost, buckets->table};
+    return best;
+  }
+
+  /// Buckets for the words shorter than `to`; none if they are too many, or the machine lacks the instructions.
+  const std::optional<Buckets>& BucketsFor(std::size_t to) {
+    std::optional<std::optional<Buckets>>& known = buckets_[to];
+    if (!known) known = MakeBucketsFor(to);
+    return *known;
+  }
+
+  std::optional<Buckets> MakeBucketsFor(std::size_t to) {
+    if (ChooseBucketScan() == nullptr) return std::nullopt;
+    std::size_t length = BucketTable::kMostBytes;
+    for (const std::string_view word : words_) {
+      if (std::min(word.size(), kLongLength) < to) length = std::min(length, word.size());
+    }
+    std::vector<BucketBeginning> beginnings;
+    std::string_view latest;
+    for (const std::string_view word : words_) {
+      if (std::min(word.size(), kLongLength) >= to || word.substr(0, length) == latest) continue;
+      latest = word.substr(0, length);
+      if (beginnings.size() == kMostBucketWords) return std::nullopt;
+      BucketBeginning& beginning = beginnings.emplace_back();
+      for (std::size_t i = 0; i < length; ++i)
+        beginning[i] = list_.bytesOf[static_cast<Byte>(latest[i])];
+    }
+    const auto count = static_cast<std::int64_t>(beginnings.size());
+    budget_.ChargeSteps(count * count * kBucketStepsPerPair);
+    std::array<double, 256> frequencies{};
+    for (std::size_t c = 0; c < 256; ++c)
+      frequencies[c] = (kByteFrequency[c] + 0.5) / 100'000;
+    return MakeBuckets(beginnings, length, frequencies, kCorrelation);
+  }
+
+  /// The best windows for these words.
   Choice ChooseWindows(std::size_t from, std::size_t to) const {
     std::size_t shortest = from;
     while (counts_[shortest] == 0)
@@ -145,7 +190,7 @@ class WordScanMaker {
         rate = std::min(1.0, rate);
         const double cost = length > 4 ? kCostOfLongWindow : kCostOfWindow;
         const double perByte = (cost + rate * kCostOfHit) / static_cast<double>(stride);
-        if (perByte < best.cost) best = {stride, length, perByte};
+        if (perByte < best.cost) best = {stride, length, perByte, std::nullopt};
       }
     }
     return best;
@@ -157,7 +202,7 @@ class WordScanMaker {
   }
 
   /// Parts the lengths into groups, the longest first.
-  std::vector<Lengths> ChooseGroups() const {
+  std::vector<Lengths> ChooseGroups() {
     std::vector<Lengths> best;
     double bestCost = std::numeric_limits<double>::infinity();
     for (unsigned cuts = 0; cuts < 1U << kWordCuts.size(); ++cuts) {
@@ -173,7 +218,7 @@ class WordScanMaker {
                                           [](std::size_t count) { return count > 0; });
         if (hasWords) {
           groups.emplace_back(from, to);
-          cost += ChooseWindows(from, to).cost;
+          cost += ChooseLookup(from, to).cost;
         }
         to = from;
       }
@@ -196,8 +241,14 @@ class WordScanMaker {
       words.push_back(word);
       group.shortest = std::min(group.shortest, word.size());
     }
-    const Choice choice = ChooseWindows(from, to);
-    if (!AddWindows(words, choice, group) || !AddRoots(words, group)) return false;
+    const Choice choice = ChooseLookup(from, to);
+    if (choice.buckets) {
+      group.buckets = *choice.buckets;
+      group.findInBuckets = ChooseBucketScan();
+    } else if (!AddWindows(words, choice, group)) {
+      return false;
+    }
+    if (!AddRoots(words, group)) return false;
     group.findWindows = ChooseWindowScan(group.windows);
     group.findBeginnings = ChooseBeginningScan(group.beginnings);
     scan_.groups_.push_back(std::move(group));
@@ -353,6 +404,8 @@ class WordScanMaker {
   std::vector<double> frequencies_;             // by class: how often these come, of one
   std::array<Rates, kLongLength + 1> rates_{};  // by length of a word
   std::array<std::size_t, kLongLength + 1> counts_{};
+  /// By the length that is too long for them, once they were asked for.
+  std::array<std::optional<std::optional<Buckets>>, kLongLength + 2> buckets_;
   std::size_t made_ = 0;
 };
 
@@ -389,7 +442,9 @@ void WordScan::MarkStarts(const Byte* from, std::size_t size, const Byte* textEn
     // the stride. Behind the last place with room for a word there is none.
     const std::size_t windows = std::min(size, textSize - group.shortest + stride) / stride;
     const std::size_t count =
-        group.findWindows(group.windows, from + (stride - 1), windows, textEnd, hits);
+        group.findInBuckets != nullptr
+            ? group.findInBuckets(group.buckets, from, windows, textEnd, hits)
+            : group.findWindows(group.windows, from + (stride - 1), windows, textEnd, hits);
     std::size_t done = 0;
     // Eight bytes can be read at all places near a hit, but for those near the end.
     const auto isInside = [&](std::size_t last) {

@@ -3,7 +3,8 @@
 // Looking for many words at once is done in three steps, each of which leaves little to the next:
 //
 //   windows      A few bytes of a word, at whatever place a scan comes across it, are looked up in a table of
-//                bits (window_scan.h), many places of the text at a time.
+//                bits (window_scan.h), many places of the text at a time. The beginnings of a few words are
+//                looked for at every place, which is done faster (bucket_scan.h).
 //   beginnings   Where the table has them, the bytes from each place on at which the word could start are
 //                looked up in another one: as many as the shortest word has, at most seven, and the one
 //                after them (beginning_scan.h). Those that are left lead to the words that begin so, and all
@@ -23,6 +24,7 @@
 #include "matcher/pattern/neighbours.h"
 #include "matcher/tuning.h"
 #include "matcher/words/beginning_scan.h"
+#include "matcher/words/bucket_scan.h"
 #include "matcher/words/root_table.h"
 #include "matcher/words/window_scan.h"
 #include "matcher/words/word_list.h"
@@ -89,6 +91,9 @@ class WordScan {
     std::size_t shortest = 0;
     WindowTable windows;
     FindWindows findWindows = nullptr;
+    /// Looked up instead of windows, if there is a way to do so.
+    BucketTable buckets;
+    FindInBuckets findInBuckets = nullptr;
     FollowerTable beginnings;
     FindBeginnings findBeginnings = nullptr;
     RootTable roots;

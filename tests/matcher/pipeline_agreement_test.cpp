@@ -10,6 +10,7 @@
 // TROVEX_AGREEMENT_SEARCHES sets how many random searches are made; a failure prints the round's seed.
 
 #include "api/matcher_state.h"
+#include "tests/agreement_searches.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
 #include "tests/matcher/line_filter/closure_reference.h"
@@ -18,7 +19,6 @@
 
 #include <gtest/gtest.h>
 #include <trovex/functions.h>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -268,13 +268,8 @@ bool MeetsUnderscoreReading(const std::string& pattern, const std::string& text)
   return false;
 }
 
-long RandomSearches() {
-  const char* wanted = std::getenv("TROVEX_AGREEMENT_SEARCHES");
-  return wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 300000;
-}
-
 TEST_F(PipelineAgreement, RandomPatternsInRandomTexts) {
-  const long wanted = RandomSearches();
+  const long wanted = testing::AgreementSearches(300'000);
   long found = 0;
   long compared = 0;
   for (std::uint32_t seed = 1; compared < wanted; ++seed) {

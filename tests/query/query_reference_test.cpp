@@ -2,6 +2,7 @@
 //
 // TROVEX_AGREEMENT_SEARCHES sets how many searches each test makes; a failure prints the seed of its case.
 
+#include "tests/agreement_searches.h"
 #include "tests/dice.h"
 #include "tests/query/random_query.h"
 #include "tests/query/reference_query.h"
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 #include <trovex/query.h>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -23,18 +23,13 @@
 namespace trovex {
 namespace {
 
+using testing::AgreementSearches;
 using testing::Characters;
 using testing::Dice;
 using testing::RefItem;
 using testing::RefOptions;
 using testing::RefQuery;
 using testing::RefResult;
-
-std::uint32_t SearchCount(std::uint32_t ordinary) {
-  const char* const wanted = std::getenv("TROVEX_AGREEMENT_SEARCHES");
-  return wanted != nullptr ? static_cast<std::uint32_t>(std::strtoul(wanted, nullptr, 10))
-                           : ordinary;
-}
 
 /// `text` in a block of exactly its length.
 class ExactText {
@@ -170,11 +165,10 @@ Case RandomCase(Dice& dice, RefQuery query) {
 
 /// Makes cases from `firstSeed` on, with twenty texts each, and reports the first few that differ.
 template <typename MakeQuery>
-void HoldAgainstReference(std::uint32_t firstSeed, std::uint32_t searches, bool tags,
-                          MakeQuery make) {
+void HoldAgainstReference(std::uint32_t firstSeed, int searches, bool tags, MakeQuery make) {
   int differences = 0;
-  for (std::uint32_t i = 0; i < searches / 20 && differences < 10; ++i) {
-    const std::uint32_t seed = firstSeed + i;
+  for (int i = 0; i < searches / 20 && differences < 10; ++i) {
+    const std::uint32_t seed = firstSeed + static_cast<std::uint32_t>(i);
     Dice dice(seed);
     Case c = RandomCase(dice, make(dice));
     for (int text = 0; text < 20; ++text) {
@@ -189,17 +183,17 @@ void HoldAgainstReference(std::uint32_t firstSeed, std::uint32_t searches, bool 
 }
 
 TEST(QueryReference, OfRandomQueriesWithTheReference) {
-  HoldAgainstReference(0, SearchCount(120'000), true, testing::RandomQuery);
+  HoldAgainstReference(0, AgreementSearches(120'000), true, testing::RandomQuery);
 }
 
 TEST(QueryReference, OfRandomPatternsWithTheReference) {
-  HoldAgainstReference(1'000'000'000, SearchCount(60'000), true,
+  HoldAgainstReference(1'000'000'000, AgreementSearches(60'000), true,
                        [](Dice& dice) { return testing::RandomPatternQuery(dice, false); });
 }
 
 /// The reference tells no groups of these.
 TEST(QueryReference, OfBackReferencesWithTheReference) {
-  HoldAgainstReference(2'000'000'000, SearchCount(30'000), false,
+  HoldAgainstReference(2'000'000'000, AgreementSearches(30'000), false,
                        [](Dice& dice) { return testing::RandomPatternQuery(dice, true); });
 }
 

@@ -8,6 +8,7 @@
 //
 // TROVEX_AGREEMENT_SEARCHES sets how many searches are made at random; a failure prints the seed of its case.
 
+#include "tests/agreement_searches.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
 #include "tests/visible.h"
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -338,15 +338,10 @@ bool Agree(FirstDoor& first, SecondDoor& second, const Expression& expression,
   return false;
 }
 
-std::uint32_t SearchCount(std::uint32_t ordinary) {
-  const char* const wanted = std::getenv("TROVEX_AGREEMENT_SEARCHES");
-  return wanted != nullptr ? static_cast<std::uint32_t>(std::strtoul(wanted, nullptr, 10))
-                           : ordinary;
-}
-
 TEST(TwoDoors, AgreeOnExpressionsMadeByChance) {
   constexpr std::uint32_t kTexts = 8;
-  const std::uint32_t expressions = SearchCount(64000) / kTexts;
+  const std::uint32_t expressions =
+      static_cast<std::uint32_t>(testing::AgreementSearches(64'000)) / kTexts;
   std::uint32_t found = 0;
   std::uint32_t tagged = 0;
   for (std::uint32_t seed = 1; seed <= expressions; ++seed) {

@@ -8,9 +8,20 @@ sql -c 'CREATE EXTENSION trovex' -c 'CREATE EXTENSION pg_trgm'
 sql -c "CREATE TABLE saved (id integer, query trovex_query DEFAULT '{words} Haus', CHECK (id > 0 OR 'Haus' @~ query))" \
   -c "INSERT INTO saved VALUES (1, '(Haus|Hof) &20 !Garten'), (2, '{case,variants} Straße'), (3, E' a\\\\&b ''c''')" \
   -c "CREATE INDEX ON saved (query)"
+sql -c "CREATE TABLE counted (id integer, body text, hit boolean GENERATED ALWAYS AS (body @~ '{words} Haus') STORED)" \
+  -c "INSERT INTO counted VALUES (1, 'ein Haus, ein Hof'), (2, 'ein Hof, ein Garten')" \
+  -c "CREATE INDEX counted_items ON counted (trovex_count(body, '{case} Haus|Hof'))" \
+  -c "CREATE INDEX counted_hits ON counted (id) WHERE body @~ '(Haus|Hof) &20 !Garten'"
 createdb -T template0 -E UTF8 restored
 pg_dump server | psql -X -q -v ON_ERROR_STOP=1 -d restored >/dev/null
 is "a dump brings the queries back" "$(sql -c 'TABLE saved ORDER BY id')" "$(sql -d restored -c 'TABLE saved ORDER BY id')"
+is "and columns that are searched for" "1|t 2|f" "$(sql -d restored -c 'SELECT id, hit FROM counted ORDER BY id' | xargs)"
+definitions="SELECT pg_get_indexdef(indexrelid) FROM pg_index WHERE indrelid = 'counted'::regclass ORDER BY 1"
+is "and the indexes of what is found" "$(sql -c "$definitions")" "$(sql -d restored -c "$definitions")"
+is "which serve as they did" "counted_items 1 counted_hits 1" "$(sql -d restored -c 'SET enable_seqscan = off' -c 'SET enable_bitmapscan = off' \
+  -c "EXPLAIN (COSTS OFF) SELECT id FROM counted WHERE trovex_count(body, '{case} Haus|Hof') = 2" -c "SELECT id FROM counted WHERE trovex_count(body, '{case} Haus|Hof') = 2" \
+  -c "EXPLAIN (COSTS OFF) SELECT id FROM counted WHERE body @~ '(Haus|Hof) &20 !Garten' AND id < 9" -c "SELECT id FROM counted WHERE body @~ '(Haus|Hof) &20 !Garten' AND id < 9" |
+  grep -oE 'counted_(items|hits)|^[0-9]+$' | xargs)"
 
 # Where the server can ask whether a value would be taken (16 and later), a fault is an answer.
 if [ "$(sql -c "SELECT current_setting('server_version_num')::integer >= 160000")" = t ]; then

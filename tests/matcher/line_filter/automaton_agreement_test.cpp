@@ -8,6 +8,7 @@
 #include "matcher/engine/regular_expression.h"
 #include "tests/matcher/line_filter/automaton_run.h"
 #include "tests/matcher/small_cases.h"
+#include "tests/sanitizers.h"
 #include "text/case_helpers.h"
 
 #include <gtest/gtest.h>
@@ -230,7 +231,7 @@ TEST(AutomatonAgreement, FindsTheSameFirstLineInRandomTexts) {
   RandomCases cases(kSeed);
   int found = 0;
   int compared = 0;
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < testing::CasesToTry(20'000); ++round) {
     const std::string pattern = cases.Pattern();
     const bool fold = round % 2 == 1;
     RegularExpression regex;

@@ -1,6 +1,6 @@
 // Rows of runs against a walk that tries every length of every run.
 
-#include "matcher/scan/run_scan.h"
+#include "matcher/runs/run_scan.h"
 
 #include "tests/dice.h"
 #include "tests/matcher/scan/byte_blocks.h"

@@ -1,6 +1,6 @@
 // The steps of a row, and the marking of places with vector instructions.
 
-#include "matcher/scan/run_filter.h"
+#include "matcher/runs/run_filter.h"
 
 #include "matcher/scan/place_scan.h"
 
@@ -13,10 +13,11 @@
 // Vectors whose length is known only at run time cannot be members.
 #define HWY_DISABLED_TARGETS (HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "matcher/scan/run_filter.cpp"
+#define HWY_TARGET_INCLUDE "matcher/runs/run_filter.cpp"
 #include <hwy/foreach_target.h>
 // Must come after it.
 #include <hwy/highway.h>
+#include "matcher/runs/set_members-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace trovex {
@@ -31,29 +32,6 @@ MarkPlaces ChooseMark() {
 
 #else
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Byte = unsigned char;
-using Tag = hn::CappedTag<std::uint8_t, 64>;
-using Bytes = hn::Vec<Tag>;
-
-constexpr std::size_t kPlaces = 64;
-constexpr std::size_t kVector = hn::MaxLanes(Tag());
-constexpr std::size_t kVectors = kPlaces / kVector;
-
-/// The bits of the bytes for which `mask` is set.
-HWY_INLINE std::uint64_t BitsOf(hn::Mask<Tag> mask) {
-#if HWY_TARGET <= HWY_AVX3
-  return mask.raw;
-#else
-  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
-  hn::StoreMaskBits(Tag(), mask, bytes);
-  std::uint64_t bits = 0;
-  std::memcpy(&bits, bytes, sizeof bits);
-  return bits;
-#endif
-}
-
 /// The bytes of a vector from the last to the first.
 HWY_INLINE Bytes Reversed(Bytes bytes) {
   alignas(16) static constexpr std::uint8_t kBackwards[16] = {7,  6,  5,  4,  3,  2,  1, 0,
@@ -65,19 +43,8 @@ HWY_INLINE Bytes Reversed(Bytes bytes) {
 
 /// Which of `bytes` belong to the set that the first probe of `tables` looks for.
 HWY_INLINE std::uint64_t MembersOf(const ScanTables& tables, Bytes bytes) {
-  const Tag d;
-  if (tables.form == ScanForm::kBytes) return BitsOf(hn::Eq(bytes, hn::Set(d, tables.values[0])));
-  if (tables.form != ScanForm::kKinds) {
-    const Bytes offset =
-        hn::Sub(hn::And(bytes, hn::Set(d, tables.masks[0])), hn::Set(d, tables.values[0]));
-    const Bytes excess = hn::SaturatedSub(offset, hn::Set(d, tables.widths[0]));
-    return BitsOf(hn::Eq(excess, hn::Zero(d)));
-  }
-  const Bytes low =
-      hn::TableLookupBytes(hn::LoadDup128(d, tables.low[0].data()), hn::And(bytes, hn::Set(d, 15)));
-  const Bytes high =
-      hn::TableLookupBytes(hn::LoadDup128(d, tables.high[0].data()), hn::ShiftRight<4>(bytes));
-  return BitsOf(hn::Ne(hn::And(low, high), hn::Zero(d)));
+  if (tables.form == ScanForm::kBytes) return ByteMembers(tables)(bytes);
+  return tables.form == ScanForm::kKinds ? KindMembers(tables)(bytes) : RangeMembers(tables)(bytes);
 }
 
 /// What the steps of one word hand on to those of the word before it in the text.

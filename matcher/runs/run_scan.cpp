@@ -1,4 +1,4 @@
-#include "matcher/scan/run_scan.h"
+#include "matcher/runs/run_scan.h"
 
 #include "matcher/tuning.h"
 

@@ -19,10 +19,10 @@
 // Every place where a match begins is among the marked ones; the others are few. A bounded run counts as one
 // without an end, and beyond the stretch that is looked at, anything may stand.
 
-#ifndef TROVEX_MATCHER_SCAN_RUN_FILTER_H
-#define TROVEX_MATCHER_SCAN_RUN_FILTER_H
+#ifndef TROVEX_MATCHER_RUNS_RUN_FILTER_H
+#define TROVEX_MATCHER_RUNS_RUN_FILTER_H
 
-#include "matcher/scan/run_scan.h"
+#include "matcher/runs/run_scan.h"
 #include "matcher/scan/vector_scan.h"
 
 #include <array>
@@ -111,4 +111,4 @@ class RunFilter {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_SCAN_RUN_FILTER_H
+#endif  // TROVEX_MATCHER_RUNS_RUN_FILTER_H

@@ -18,8 +18,8 @@
 //   a[a-z]*;  in "abcabcabc."   the start at 0 reads [a-z]* from 1 to 9 and finds no ";". The starts at
 //                               3 and 6 come into that run at 4 and 7: they need not read it
 
-#ifndef TROVEX_MATCHER_SCAN_RUN_SCAN_H
-#define TROVEX_MATCHER_SCAN_RUN_SCAN_H
+#ifndef TROVEX_MATCHER_RUNS_RUN_SCAN_H
+#define TROVEX_MATCHER_RUNS_RUN_SCAN_H
 
 #include "matcher/limits.h"
 #include "matcher/scan/place_scan.h"
@@ -129,4 +129,4 @@ class RunScan {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_SCAN_RUN_SCAN_H
+#endif  // TROVEX_MATCHER_RUNS_RUN_SCAN_H

@@ -1,7 +1,7 @@
 // The places where a row of runs can begin, against a walk that tries every length of every run: none where a
 // match begins may be missing, and where the row is told to the byte, there is none beside.
 
-#include "matcher/scan/run_filter.h"
+#include "matcher/runs/run_filter.h"
 
 #include "tests/dice.h"
 #include "tests/matcher/scan/byte_blocks.h"

@@ -1,0 +1,116 @@
+#include "matcher/runs/run_middle.h"
+
+#include "matcher/scan/place_scan.h"
+#include "matcher/tuning.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+bool Meet(const Run& a, const Run& b) {
+  return (a.bytes & b.bytes).any();
+}
+
+/// Whether the way back from run `middle`, the first of a string, is one, as it is told above.
+bool IsMiddle(const std::vector<Run>& runs, std::size_t middle) {
+  if (!runs[middle].IsFixed() || runs[middle].least == 0) return false;
+  for (std::size_t i = 0; i < middle; ++i) {
+    const bool isLast = i + 1 == middle;
+    if (runs[i].least == 0) return false;
+    if (!isLast && Meet(runs[i], runs[i + 1])) return false;
+    if (!Meet(runs[i], runs[middle])) continue;
+    if (!isLast || runs[i].most != Run::kEndless) return false;
+  }
+  return true;
+}
+
+/// The string that begins with run `middle`: what has a fixed length there, and beside that one byte before it and
+/// what every match has after it. Common sets at the ends of a long one take longer to look at than they save.
+struct Middle {
+  std::vector<CharSet> string;
+  bool hasLead;
+};
+
+Middle StringFrom(const std::vector<Run>& runs, std::size_t middle) {
+  const auto isCommon = [](const CharSet& set) {
+    return ExpectedRate(Probes{{0, set}}) > kCommonSet;
+  };
+  std::vector<CharSet> string;
+  const bool isTold = !Meet(runs[middle - 1], runs[middle]);
+  if (isTold) string.push_back(runs[middle - 1].bytes);
+  for (std::size_t next = middle; next < runs.size(); ++next) {
+    const std::size_t room = kLongestRequired - std::min(string.size(), kLongestRequired);
+    string.insert(string.end(), std::min<std::size_t>(runs[next].least, room), runs[next].bytes);
+    if (!runs[next].IsFixed()) break;
+  }
+  while (string.size() > kShortString && isCommon(string.back()))
+    string.pop_back();
+  const bool isCut = isTold && string.size() > kShortString && isCommon(string.front());
+  if (isCut) string.erase(string.begin());
+  return {std::move(string), isTold && !isCut};
+}
+
+}  // namespace
+
+RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle)
+    : meetsMiddle_(Meet(runs[middle - 1], runs[middle])), string_(StringFrom(runs, middle).string) {
+  const Middle told = StringFrom(runs, middle);
+  lead_ = told.hasLead ? 1 : 0;
+  rate_ = RateInClusters(ChooseProbes(told.string));
+  for (std::size_t i = middle; i-- > 0;) {
+    RunBefore run = {.least = runs[i].least, .most = runs[i].most};
+    for (std::size_t c = 0; c < run.members.size(); ++c)
+      run.members[c] = runs[i].bytes[c];
+    before_.push_back(run);
+  }
+}
+
+std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs) {
+  std::optional<RunMiddle> rarest;
+  for (std::size_t middle = 1; middle < runs.size(); ++middle) {
+    if (!IsMiddle(runs, middle)) continue;
+    RunMiddle found(runs, middle);
+    if (!rarest || found.rate_ < rarest->rate_) rarest.emplace(std::move(found));
+  }
+  return rarest;
+}
+
+std::pair<const unsigned char*, const unsigned char*> RunMiddle::First(
+    const Byte* place, const Byte* end, const RunScan& scan, RunScan::Notes& notes) const {
+  Walk walk = {place, end, nullptr};
+  while ((place = string_.Find(place, end)) != nullptr) {
+    const auto match = MatchAround(place, scan, notes, walk);
+    if (match.first != nullptr) return match;
+    ++place;
+  }
+  return {nullptr, nullptr};
+}
+
+/// The leftmost place from which the runs before the string lead to it at `middle`; null if there is none. How many
+/// bytes the run has that may hold the string itself is told on the way forward.
+const unsigned char* RunMiddle::StartBefore(const Byte* middle, const Walk& walk) const {
+  const Byte* place = middle;
+  for (std::size_t i = 0; i < before_.size(); ++i) {
+    const RunBefore& run = before_[i];
+    const bool isFirst = i + 1 == before_.size();
+    const bool holdsMiddle = i == 0 && meetsMiddle_;
+    const Byte* lowest = isFirst && place - walk.place > run.most ? place - run.most : walk.place;
+    if (holdsMiddle && walk.tried > lowest) lowest = walk.tried;
+    const Byte* first = place;
+    while (first > lowest && run.members[first[-1]])
+      --first;
+    if (holdsMiddle) {
+      if (first == walk.tried) return nullptr;
+    } else if (place - first < run.least || place - first > run.most) {
+      return nullptr;
+    }
+    place = first;
+  }
+  return place;
+}
+
+}  // namespace trovex

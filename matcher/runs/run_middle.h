@@ -1,0 +1,104 @@
+// The matches of a row of runs (run_scan.h), found from a string in its middle.
+//
+// What a row begins with can be everywhere, and something in it rare: a dot between digits, the end of a word. A
+// scan finds that string. From there one goes back over the runs before it, to where the row begins, and forward
+// from there.
+//
+//   [0-9]{1,3}\.[0-9]{1,3}\.[0-9]+    [0-9]\.[0-9] is looked for; from its dot back over up to three digits
+//   [a-z]+ung                         "ung"; from there back over all letters
+//   [A-Z][a-z]+keit                   "keit"; back over all small letters, and one capital
+//
+// The way back is one and leads to the leftmost start, because the runs on it have nothing in common with their
+// neighbours, and the first byte of the string belongs to none of them: so no match that begins before the
+// string has another one first. The run right before the string may have that byte where it has no end and
+// only the string follows it: it goes back to the same place from wherever in it the string stands, and which of
+// the strings in it is the last is told on the way forward.
+//
+//   [A-Z][a-z]+ung in "erfungungX"    from the first "ung" back to the blank before "erf": nothing
+//                                     from the second one, back to the first: the same again, so nothing
+
+#ifndef TROVEX_MATCHER_RUNS_RUN_MIDDLE_H
+#define TROVEX_MATCHER_RUNS_RUN_MIDDLE_H
+
+#include "matcher/runs/run_scan.h"
+#include "matcher/scan/place_cursor.h"
+#include "matcher/scan/string_scan.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace trovex {
+
+class RunMiddle {
+ public:
+  /// Of `runs`, which a RunScan takes, the rarest string in their middle; nothing where they have none.
+  static std::optional<RunMiddle> For(const std::vector<Run>& runs);
+
+  /// At how many of 100,000 places the string is to be expected (RateInClusters).
+  double Rate() const { return rate_; }
+
+  /// Calls `take(start, end)` for the matches in [place, end) one after another, each from the end of the one
+  /// before it on, until it returns false. The text ends at `end`; `scan` reads the row, and `notes` are those of
+  /// the text.
+  template <typename Take>
+  void ForEach(const unsigned char* place, const unsigned char* end, const RunScan& scan,
+               RunScan::Notes& notes, PlaceCursor& cursor, Take take) const {
+    Walk walk = {place, end, nullptr};
+    string_.ForEach(place, end, cursor, [&](const unsigned char* found) -> const unsigned char* {
+      const auto [start, stop] = MatchAround(found, scan, notes, walk);
+      if (start == nullptr) return found + 1;
+      return take(start, stop) ? stop : nullptr;
+    });
+  }
+
+  /// The first of these; null if there is none.
+  std::pair<const unsigned char*, const unsigned char*> First(const unsigned char* place,
+                                                              const unsigned char* end,
+                                                              const RunScan& scan,
+                                                              RunScan::Notes& notes) const;
+
+ private:
+  using Byte = unsigned char;
+
+  /// A run before the string, the last one first.
+  struct RunBefore {
+    std::ptrdiff_t least;
+    std::ptrdiff_t most;
+    std::array<bool, 256> members{};
+  };
+
+  /// How far the matches of a text have come.
+  struct Walk {
+    const Byte* place;  // from where on the next one may start
+    const Byte* end;    // of the text
+    const Byte* tried;  // where the string stood that no match was found around; null: none
+  };
+
+  RunMiddle(const std::vector<Run>& runs, std::size_t middle);
+  const Byte* StartBefore(const Byte* middle, const Walk& walk) const;
+
+  /// The match that the string at `found` leads to; null if there is none.
+  std::pair<const Byte*, const Byte*> MatchAround(const Byte* found, const RunScan& scan,
+                                                  RunScan::Notes& notes, Walk& walk) const {
+    const Byte* const middle = found + lead_;
+    const Byte* const start = StartBefore(middle, walk);
+    const Byte* const stop = start != nullptr ? scan.EndOfMatch(start, walk.end, notes) : nullptr;
+    walk.tried = stop == nullptr ? middle : nullptr;
+    if (stop == nullptr) return {nullptr, nullptr};
+    walk.place = stop;
+    return {start, stop};
+  }
+
+  std::vector<RunBefore> before_;
+  bool meetsMiddle_;         // the run before the string may hold its first byte
+  std::ptrdiff_t lead_ = 0;  // how many bytes of that run the string begins with: one or none
+  double rate_ = 0;
+  StringScan string_;
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_RUNS_RUN_MIDDLE_H

@@ -1,0 +1,101 @@
+// Which bytes of a vector belong to a set, as bits. For the files that are compiled once for every instruction
+// set; each of these has its own.
+
+#if defined(TROVEX_MATCHER_RUNS_SET_MEMBERS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef TROVEX_MATCHER_RUNS_SET_MEMBERS_INL_H
+#undef TROVEX_MATCHER_RUNS_SET_MEMBERS_INL_H
+#else
+#define TROVEX_MATCHER_RUNS_SET_MEMBERS_INL_H
+#endif
+
+#include "matcher/scan/vector_scan.h"
+
+#include <hwy/highway.h>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+HWY_BEFORE_NAMESPACE();
+namespace trovex {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Byte = unsigned char;
+using Tag = hn::CappedTag<std::uint8_t, 64>;
+using Bytes = hn::Vec<Tag>;
+
+/// The bytes of a word of bits, and how many vectors these are.
+constexpr std::size_t kPlaces = 64;
+constexpr std::size_t kVector = hn::MaxLanes(Tag());
+constexpr std::size_t kVectors = kPlaces / kVector;
+
+/// The bits of the bytes for which `mask` is set.
+HWY_INLINE std::uint64_t BitsOf(hn::Mask<Tag> mask) {
+#if HWY_TARGET <= HWY_AVX3
+  return mask.raw;
+#else
+  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
+  hn::StoreMaskBits(Tag(), mask, bytes);
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, bytes, sizeof bits);
+  return bits;
+#endif
+}
+
+/// The set that the first probe of some tables looks for, in one of its forms. Given a vector, the bits of the
+/// bytes that belong to it.
+class ByteMembers {
+ public:
+  explicit HWY_INLINE ByteMembers(const ScanTables& tables)
+      : value_(hn::Set(Tag(), tables.values[0])) {}
+  HWY_INLINE std::uint64_t operator()(Bytes bytes) const { return BitsOf(hn::Eq(bytes, value_)); }
+
+ private:
+  Bytes value_;
+};
+
+class RangeMembers {
+ public:
+  explicit HWY_INLINE RangeMembers(const ScanTables& tables)
+      : mask_(hn::Set(Tag(), tables.masks[0])),
+        value_(hn::Set(Tag(), tables.values[0])),
+        width_(hn::Set(Tag(), tables.widths[0])) {}
+  HWY_INLINE std::uint64_t operator()(Bytes bytes) const {
+    const Bytes excess = hn::SaturatedSub(hn::Sub(hn::And(bytes, mask_), value_), width_);
+    return BitsOf(hn::Eq(excess, hn::Zero(Tag())));
+  }
+
+ private:
+  Bytes mask_;
+  Bytes value_;
+  Bytes width_;
+};
+
+class KindMembers {
+ public:
+  explicit HWY_INLINE KindMembers(const ScanTables& tables)
+      : low_(hn::LoadDup128(Tag(), tables.low[0].data())),
+        high_(hn::LoadDup128(Tag(), tables.high[0].data())) {}
+  HWY_INLINE std::uint64_t operator()(Bytes bytes) const {
+    const Bytes low = hn::TableLookupBytes(low_, hn::And(bytes, hn::Set(Tag(), 15)));
+    const Bytes high = hn::TableLookupBytes(high_, hn::ShiftRight<4>(bytes));
+    return BitsOf(hn::Ne(hn::And(low, high), hn::Zero(Tag())));
+  }
+
+ private:
+  Bytes low_;
+  Bytes high_;
+};
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace trovex
+HWY_AFTER_NAMESPACE();
+
+#endif
+
+#endif  // toggled for every instruction set
