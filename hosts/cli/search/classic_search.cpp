@@ -57,6 +57,19 @@ std::optional<std::string> ToCodePage(std::string_view utf8) {
   return bytes;
 }
 
+/// Adds the line of `match` unless it is the latest. The ends of a long line are not looked for again for each
+/// of its matches.
+void AddLineOf(Range match, std::string_view file, Found& found) {
+  if (!found.lines.empty()) {
+    const Range latest = found.lines.back().line;
+    if (match.begin >= latest.begin && match.begin <= latest.end) return;
+  }
+  const Range line = LineAround(file, match.begin);
+  if (!found.lines.empty() && found.lines.back().line.begin == line.begin) return;
+  found.lines.push_back({line, found.matches.size(), 0});
+  ++found.linesWithMatches;
+}
+
 }  // namespace
 
 ClassicSearch::ClassicSearch(std::unique_ptr<CSearchTreeItem> root, int tagCount,
@@ -159,11 +172,7 @@ void ClassicSearch::SearchUnit(std::string_view file, Range unit, Need need, Fou
       continue;
     const std::size_t first = FileOffset(unit.begin + begin);
     const Range match{first, empty ? first : FileOffset(unit.begin + end)};
-    const Range line = LineAround(file, match.begin);
-    if (found.lines.empty() || found.lines.back().line.begin != line.begin) {
-      found.lines.push_back({line, found.matches.size(), 0});
-      ++found.linesWithMatches;
-    }
+    AddLineOf(match, file, found);
     found.matches.push_back(match);
     ++found.lines.back().matchCount;
     if (need == Need::kVerdict) return;

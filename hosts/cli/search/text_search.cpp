@@ -233,7 +233,9 @@ bool TextSearch::IsInLine(Range match) const {
     if (LiesInLineEnd(text_, match.begin)) return false;
     if (match.begin == text_.size() && text_.ends_with('\n')) return false;
   }
-  return !plan_.wholeLines || match == LineAround(text_, match.begin);
+  if (!plan_.wholeLines) return true;
+  const bool beginsLine = match.begin == 0 || text_[match.begin - 1] == '\n';
+  return beginsLine && match == LineAround(text_, match.begin);
 }
 
 /// The place in the unit of `place` in what was searched of it.
