@@ -437,7 +437,10 @@ class WordScanMaker {
 
 std::optional<WordScan> WordScan::Make(const WordList& list, CompileBudget& budget) {
   std::optional<WordScan> scan = WordScanMaker(list, false, budget).Make();
-  if (!scan) scan = WordScanMaker(list, true, budget).Make();
+  const bool areSpellings =
+      std::all_of(list.bytesOf.begin() + 1, list.bytesOf.end(),
+                  [](const CharSet& bytes) { return bytes.count() <= kMaxSpellings; });
+  if (!scan && areSpellings) scan = WordScanMaker(list, true, budget).Make();
   return scan;
 }
 

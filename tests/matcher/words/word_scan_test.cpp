@@ -169,6 +169,12 @@ TEST(WordScan, PlacesThatWereFoundStayWhenTheSearchGoesOn) {
   EXPECT_EQ(places.Next(begin, end), begin + 1);
 }
 
+/// Digits stand together, and a word that is made of them may begin at each.
+TEST(WordScan, NumbersAreNoWords) {
+  EXPECT_TRUE(ScanFor("Haus|Hof|Tor|Tal|See|Ort|Bad|Dom|Weg", false));
+  EXPECT_FALSE(ScanFor("[0-9]{1,3}\\.[0-9]{1,3}\\.[0-9]{1,3}\\.[0-9]{1,3}", false));
+}
+
 TEST(WordScan, WordsWithSetsOfManyBytesAreFound) {
   // As spelling variants make them: all ways to write a letter, in too many places for a table of them.
   constexpr std::string_view kLetters[] = {"aAxX1", "bB", "cC23456", "dDyY", "e", "fFgGhHiI"};
