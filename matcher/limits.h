@@ -68,9 +68,6 @@ inline constexpr std::size_t kLongestWordAlone = 64;
 /// How often something in a word may be repeated, and how many bytes one of its sets may have, to be written out.
 inline constexpr int kMaxListedRounds = 8;
 inline constexpr std::size_t kMaxListedSet = 16;
-/// How many bytes a class has at most that is looked up as one: a letter and its spellings, but not the digits, which
-/// stand together wherever there are any.
-inline constexpr std::size_t kMaxSpellings = 8;
 /// How many windows a table of words is made for.
 inline constexpr std::size_t kMaxWindows = 1 << 20;
 

@@ -4,6 +4,7 @@
 
 #include "matcher/costs.h"
 #include "matcher/limits.h"
+#include "matcher/pattern/run_pattern.h"
 #include "matcher/scan/byte_frequency.h"
 #include "matcher/tuning.h"
 
@@ -435,12 +436,10 @@ class WordScanMaker {
   std::size_t made_ = 0;
 };
 
-std::optional<WordScan> WordScan::Make(const WordList& list, CompileBudget& budget) {
+std::optional<WordScan> WordScan::Make(const WordList& list, bool mayTranslate,
+                                       CompileBudget& budget) {
   std::optional<WordScan> scan = WordScanMaker(list, false, budget).Make();
-  const bool areSpellings =
-      std::all_of(list.bytesOf.begin() + 1, list.bytesOf.end(),
-                  [](const CharSet& bytes) { return bytes.count() <= kMaxSpellings; });
-  if (!scan && areSpellings) scan = WordScanMaker(list, true, budget).Make();
+  if (!scan && mayTranslate) scan = WordScanMaker(list, true, budget).Make();
   return scan;
 }
 
@@ -454,7 +453,8 @@ std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, Compile
   CompileBudget part = budget.Part(kMaxWordListSteps, kMaxWordListBytes);
   std::optional<WordScan> scan;
   try {
-    scan = WordScan::Make(*list, part);
+    // Where large classes stand in rows, as in numbers, they are better read as these.
+    scan = WordScan::Make(*list, RunsOf(tree).empty(), part);
   } catch (const BudgetExhausted&) {
     scan.reset();
   }

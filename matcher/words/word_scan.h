@@ -46,9 +46,10 @@ class WordScan {
  public:
   using Byte = unsigned char;
 
-  /// Nothing where there are too many windows. The work is charged to `budget`. Throws
-  /// BudgetExhausted.
-  static std::optional<WordScan> Make(const WordList& list, CompileBudget& budget);
+  /// Nothing where there are too many windows. `mayTranslate`: if there are, each class may be looked up as one
+  /// byte. The work is charged to `budget`. Throws BudgetExhausted.
+  static std::optional<WordScan> Make(const WordList& list, bool mayTranslate,
+                                      CompileBudget& budget);
 
   /// Between which neighbours a word may start, and end.
   Neighbours Starts() const { return starts_; }
