@@ -288,8 +288,8 @@ CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr)
 
     trovex::ItemMaker items;
     int place = 0;
-    if (AppendLookedAt(trovex::LeafPattern(*this), text, length, group > 0, tagMatched, place, items,
-                       *found)) {
+    if (AppendLookedAt(trovex::LeafPattern(*this), text, length, group > 0, tagMatched, place,
+                       items, *found)) {
       return found.release();
     }
     const ActiveEnvironment environment(environmentNumber_);
