@@ -62,6 +62,17 @@ void LeaveWithFound() {
   Leave(kExitFound);
 }
 
+void TellOfLittleMemory() {
+  static constexpr char kSentence[] = "trovex: there is not enough memory\n";
+  static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
+}
+
+void LeaveWithoutMemory() {
+  EraseTraces();
+  TellOfLittleMemory();
+  Leave(kExitTrouble);
+}
+
 /// Makes sure that no file of ours gets the number of a standard stream that was closed. Whoever reads
 /// or writes it, gets the error that it is closed.
 void OccupyStandardStreams() {
@@ -240,10 +251,10 @@ int Run::ExecuteClassic() {
 
 int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
   SearchJob job{
-      options_,      printer_,
-      progress_,     plan,
-      classic,       options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
-      LeaveWithFound};
+      options_,       printer_,
+      progress_,      plan,
+      classic,        options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
+      LeaveWithFound, LeaveWithoutMemory};
   OrderedOutput output(stream_);
   FileWalk walk(options_);
   SearchPool pool(ThreadCount(options_), walk, job, output);
@@ -308,8 +319,7 @@ int RunProgram(int argc, const char* const* argv) {
   try {
     return RunArguments(argc, argv, stream);
   } catch (const std::bad_alloc&) {
-    static constexpr char kSentence[] = "trovex: there is not enough memory\n";
-    static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
+    TellOfLittleMemory();
   } catch (const std::exception& error) {
     stream.Complaint(error.what());
   }
