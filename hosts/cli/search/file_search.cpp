@@ -236,7 +236,8 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
   }
   ++totals_.files;
   current.need = job_.printer.NeedOfSearch();
-  if (current.binary && job_.printer.ShowsContents()) current.need = Need::kCount;
+  const bool counted = job_.options.stats || job_.options.json;
+  if (current.binary && job_.printer.ShowsContents() && !counted) current.need = Need::kCount;
 
   const std::string heading = job_.printer.Heading(current.name);
   channel.NextFile(heading);
@@ -323,6 +324,7 @@ std::string FileSearch::GaveUpSentence(const FilePiece& piece, std::size_t place
 /// Searches whole units of a file and shows what is found.
 void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
   RunSearch(piece.text, file.need);
+  job_.printer.KeepWanted(found_, file.print);
   const std::int64_t lines = CountLinesIfNeeded(piece.text);
   for (const std::size_t place : found_.gaveUp)
     Complain(file.channel, GaveUpSentence(piece, place, &file.print.linesBefore));
@@ -460,6 +462,7 @@ void FileSearch::ShowInTurn(LargeFile& file, std::size_t index, const FilePiece&
   PrintState& state = file.WaitForTurn(index);
   if (file.IsLostBefore(index)) return;
   if (job_.printer.HasEnough(state)) return file.Stop();
+  job_.printer.KeepWanted(found_, state);
   result.counts += CountFound(piece.text);
   ShowAfter(state, piece, result);
   state.linesBefore += lines;
