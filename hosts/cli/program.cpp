@@ -264,11 +264,15 @@ int Run::ExecuteClassic() {
 }
 
 int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
-  SearchJob job{
-      options_,       printer_,
-      progress_,      plan,
-      classic,        options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
-      LeaveWithFound, LeaveWithoutMemory};
+  SearchJob job{options_,
+                printer_,
+                progress_,
+                plan,
+                classic,
+                options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
+                LeaveWithFound,
+                LeaveWithoutMemory,
+                RegularFileOf(STDOUT_FILENO)};
   OrderedOutput output(stream_);
   FileWalk walk(options_);
   SearchPool pool(ThreadCount(options_), walk, job, output);

@@ -137,6 +137,17 @@ TEST_F(Robust, AFileThatShrinksIsSearchedAsFarAsItGoes) {
   EXPECT_EQ(run.err, "");
 }
 
+TEST_F(Robust, TheOutputIsNotSearched) {
+  WriteSome();
+  const RunResult below = Shell("timeout 20 $TROVEX -I -j1 Wort . > zzz; wc -l < zzz");
+  EXPECT_EQ(below.out, "100780\n");
+  EXPECT_EQ(below.err, "");
+  const RunResult named = Shell("timeout 20 $TROVEX -I -j1 Wort large zzz >> zzz");
+  EXPECT_EQ(named.status, 2);
+  EXPECT_EQ(named.err, "trovex: zzz: this file is also the output\n");
+  EXPECT_EQ(Shell("wc -l < zzz").out, "200780\n");
+}
+
 TEST_F(Robust, PathsBeyondTheLimitAreTold) {
   const RunResult run = Run({"x", std::string(5000, 'x')});
   EXPECT_EQ(run.status, 2);

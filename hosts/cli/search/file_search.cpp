@@ -224,6 +224,10 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
   if (const auto* error = std::get_if<SystemError>(&opened))
     return Complain(channel, DisplayName(file.path) + ": " + Reason(*error));
   Input& input = std::get<Input>(opened);
+  if (job_.outputFile.has_value() && input.Is(*job_.outputFile)) {
+    if (file.named) Complain(channel, DisplayName(file.path) + ": this file is also the output");
+    return;
+  }
   CurrentFile current{DisplayName(file.path), channel, input, file.named};
   Blocks blocks(input, buffer_);
   const EncodingChoice encoding{job_.options.encoding, job_.options.encodingName};
