@@ -62,6 +62,17 @@ void LeaveWithFound() {
   Leave(kExitFound);
 }
 
+void TellOfLittleMemory() {
+  static constexpr char kSentence[] = "trovex: there is not enough memory\n";
+  static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
+}
+
+void LeaveWithoutMemory() {
+  EraseTraces();
+  TellOfLittleMemory();
+  Leave(kExitTrouble);
+}
+
 /// Makes sure that no file of ours gets the number of a standard stream that was closed. Whoever reads
 /// or writes it, gets the error that it is closed.
 void OccupyStandardStreams() {
@@ -80,14 +91,19 @@ int ThreadCount(const Options& options) {
   return std::max(1, CPU_COUNT(&cores));
 }
 
-std::string StatsText(const SearchTotals& total, double seconds) {
+/// Lines with a match, and where lines are searched, those that are found without one.
+std::int64_t MatchingLines(const Options& options, const SearchTotals& total) {
+  return total.counts.lines + (options.scope == Scope::kLine ? total.counts.units : 0);
+}
+
+std::string StatsText(const Options& options, const SearchTotals& total, double seconds) {
   char time[32];
   std::snprintf(time, sizeof time, "%.3f", seconds);
   const auto line = [](std::int64_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many) + "\n";
   };
   return line(total.counts.matches, "match", "matches") +
-         line(total.counts.lines, "matching line", "matching lines") +
+         line(MatchingLines(options, total), "matching line", "matching lines") +
          line(total.filesFound, "file with matches", "files with matches") +
          line(total.files, "file searched", "files searched") +
          line(total.binarySkipped, "binary file skipped", "binary files skipped") +
@@ -101,7 +117,7 @@ std::string JsonSummary(const Options& options, Need need, const SearchTotals& t
   JsonObject object(text);
   object.Text("type", "summary");
   if (need >= Need::kMatches) object.Number("matches", total.counts.matches);
-  if (need >= Need::kCount) object.Number("matching_lines", total.counts.lines);
+  if (need >= Need::kCount) object.Number("matching_lines", MatchingLines(options, total));
   object.Number("files_with_matches", total.filesFound).Number("files_searched", total.files);
   object.Number("binary_files_skipped", total.binarySkipped);
   if (options.stats || need >= Need::kCount) object.Number("bytes_searched", total.counts.bytes);
@@ -240,10 +256,10 @@ int Run::ExecuteClassic() {
 
 int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
   SearchJob job{
-      options_,      printer_,
-      progress_,     plan,
-      classic,       options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
-      LeaveWithFound};
+      options_,       printer_,
+      progress_,      plan,
+      classic,        options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
+      LeaveWithFound, LeaveWithoutMemory};
   OrderedOutput output(stream_);
   FileWalk walk(options_);
   SearchPool pool(ThreadCount(options_), walk, job, output);
@@ -253,9 +269,11 @@ int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
     stream_.Output(JsonSummary(options_, printer_.NeedOfSearch(), total, seconds));
   stream_.Flush();
   progress_.Erase();
-  if (options_.stats) stream_.Note(StatsText(total, seconds));
+  if (options_.stats) stream_.Note(StatsText(options_, total, seconds));
   if (total.trouble) return kExitTrouble;
-  return total.filesFound > 0 ? kExitFound : kExitNotFound;
+  const bool listsOthers = options_.output == OutputMode::kFilesWithout;
+  const std::int64_t found = listsOthers ? total.files - total.filesFound : total.filesFound;
+  return found > 0 ? kExitFound : kExitNotFound;
 }
 
 /// "words.txt, line 7: " before what is wrong with a word of a list.
@@ -274,9 +292,10 @@ std::string Run::PlaceOf(const ExpressionFault& fault) const {
 
 int Run::Refuse(const ExpressionFault& fault) {
   const std::size_t columns = TerminalColumns(STDERR_FILENO);
-  if (fault.hasRange) {
+  const bool isBlank = fault.expression.find_first_not_of(" \t\r\n") == std::string::npos;
+  if (fault.hasRange && !isBlank) {
     stream_.Note(MarkedExpression(fault.expression, fault.begin, fault.end, columns));
-  } else if (!fault.expression.empty()) {
+  } else if (!isBlank) {
     stream_.Note("    " + VisibleText(fault.expression) + "\n");
   }
   stream_.Complaint(PlaceOf(fault) + fault.sentence +
@@ -308,8 +327,7 @@ int RunProgram(int argc, const char* const* argv) {
   try {
     return RunArguments(argc, argv, stream);
   } catch (const std::bad_alloc&) {
-    static constexpr char kSentence[] = "trovex: there is not enough memory\n";
-    static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
+    TellOfLittleMemory();
   } catch (const std::exception& error) {
     stream.Complaint(error.what());
   }

@@ -221,6 +221,40 @@ TEST_F(Output, StatsGoToStandardError) {
   EXPECT_NE(run.err.find(" seconds\n"), std::string::npos);
 }
 
+TEST_F(Output, StatsTellWhatIsShown) {
+  Write("a", "x x\nx\ny\n\nx\n");
+  Write("large", Times(100000, "x x\nnichts\n"));
+  const auto begin = [](const RunResult& run) { return run.err.substr(0, run.err.find(" file")); };
+  EXPECT_EQ(begin(Run({"--stats", "-m1", "x", "a"})), "2 matches\n1 matching line\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m1", "-c", "x", "a"})), "2 matches\n1 matching line\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m2", "-v", "x", "a"})), "2 matches\n2 matching lines\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-v", "x", "a"})), "2 matches\n2 matching lines\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m2", "-S", "paragraph", "!y", "a"})),
+            "1 match\n0 matching lines\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m", "70000", "-j4", "x", "large"})),
+            "140000 matches\n70000 matching lines\n1");
+  const std::string json = Run({"--json", "-m1", "x", "a"}).out;
+  const Json summary = Json::parse(json.substr(json.find("{\"type\":\"summary\"")));
+  EXPECT_EQ(summary["matches"], 2);
+  EXPECT_EQ(summary["matching_lines"], 1);
+}
+
+TEST_F(Output, StatsCountTheMatchesOfABinaryFileThatIsNamed) {
+  Write("binary", std::string_view("x x\0x\nx\n", 8));
+  const RunResult run = Run({"--stats", "x", "binary"});
+  EXPECT_EQ(run.out, "Binary file binary matches\n");
+  EXPECT_EQ(run.err.find("4 matches\n2 matching lines\n1 file with matches\n"), 0U) << run.err;
+}
+
+TEST_F(Output, FilesWithoutAMatchAreFoundWhereTheyAreAskedFor) {
+  Write("a", "x\n");
+  Write("b", "y\n");
+  EXPECT_EQ(Run({"-L", "x", "a", "b"}).out, "b\n");
+  EXPECT_EQ(Run({"-L", "x", "a", "b"}).status, 0);
+  EXPECT_EQ(Run({"-L", "x", "b"}).status, 0);
+  EXPECT_EQ(Run({"-L", "x", "a"}).status, 1);
+}
+
 TEST_F(Output, AReaderThatStopsEndsTheProgramQuietly) {
   Write("t", Times(200000, "eine Zeile\n"));
   const RunResult run = Shell("$TROVEX Zeile t | head -1");

@@ -26,6 +26,8 @@ struct SearchJob {
   /// thread has it, and ends the program: another thread may be waiting for a pipe.
   bool firstIsEnough;
   void (*onEnough)();
+  /// Called on any thread where there is too little memory to go on or to tell so. Ends the program.
+  void (*onNoMemory)();
   /// Nothing more is wanted.
   std::atomic<bool> stop{false};
 };
