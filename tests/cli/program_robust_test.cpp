@@ -93,6 +93,15 @@ TEST_F(Robust, AnInterruptedSearchTakesItsTracesFromTheTerminal) {
   EXPECT_GT(seen.rfind(drawn), seen.rfind(" files, ")) << seen;
 }
 
+TEST_F(Robust, AnInterruptedSearchLeavesNeitherColorNorLink) {
+  ASSERT_EQ(mkfifo(Path("silent").c_str(), 0600), 0);
+  Write("a", "x\n");
+  const std::string seen = ShellOnTerminal(
+      "exec 3<> silent; $TROVEX --sort none --hyperlink always x a silent", "1", "\x03");
+  EXPECT_TRUE(seen.ends_with("\033]8;;\033\\\033[0m")) << seen;
+  EXPECT_EQ(ShellOnTerminal("$TROVEX -q x a"), "");
+}
+
 TEST_F(Robust, AnInterruptionEndsAllThreadsOfALargeFile) {
   WriteSome();
   ASSERT_EQ(mkfifo(Path("end").c_str(), 0600), 0);
