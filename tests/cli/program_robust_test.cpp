@@ -200,6 +200,22 @@ TEST_F(Robust, LittleMemoryForManyThreadsEndsInAnAnswerOrInTrouble) {
   }
 }
 
+TEST_F(Robust, WhereASearchGivesUpIsToldAndNeverTakenForNotFound) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "giving up takes a minute there";
+  Write("a", "ok\n" + Times(3000, "ab") + "x" + Times(3000, "ab") + "\nok\n");
+  const std::string expression = R"((.*)(.*)x\2\1)";
+  const std::string told =
+      "trovex: a, line 2: the search gave up here, so it is not known whether this is found\n";
+  const RunResult without = Run({"-L", expression, "a"});
+  EXPECT_EQ(without.status, 2);
+  EXPECT_EQ(without.out, "");
+  EXPECT_EQ(without.err, told);
+  const RunResult beside = Run({expression + "|ok", "a"});
+  EXPECT_EQ(beside.status, 2);
+  EXPECT_EQ(beside.out, "a:1:ok\na:3:ok\n");
+  EXPECT_EQ(beside.err, told);
+}
+
 TEST_F(Robust, NothingThatATerminalObeysReachesIt) {
   Write("t\033[31m", "x\033]0;title\007\n");
   const std::string seen = ShellOnTerminal(
