@@ -3,6 +3,7 @@
 #include "hosts/cli/output/json.h"
 
 #include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/utf8_validity.h"
 #include "hosts/cli/output/visible_text.h"
 
 #include <cstdio>
@@ -11,9 +12,20 @@ namespace trovex::cli {
 
 namespace {
 
+bool StandsForItself(char c) {
+  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20 && c != 0x7F;
+}
+
 void AppendString(std::string_view text, std::string& out) {
   out += '"';
-  for (const char c : text) {
+  while (!text.empty()) {
+    std::size_t plain = 0;
+    while (plain < text.size() && StandsForItself(text[plain]))
+      ++plain;
+    out += text.substr(0, plain);
+    if (plain == text.size()) break;
+    const char c = text[plain];
+    text.remove_prefix(plain + 1);
     if (c == '"' || c == '\\') {
       out += '\\';
       out += c;
@@ -21,12 +33,10 @@ void AppendString(std::string_view text, std::string& out) {
       out += "\\n";
     } else if (c == '\t') {
       out += "\\t";
-    } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+    } else {
       char number[8];
       std::snprintf(number, sizeof number, "\\u%04X", static_cast<unsigned>(c));
       out += number;
-    } else {
-      out += c;
     }
   }
   out += '"';

@@ -457,6 +457,7 @@ void FileSearch::ShowAfter(PrintState& state, const FilePiece& piece, LargeFile:
 void FileSearch::SearchStretch(LargeFile& file, std::size_t index) {
   const LargeFile::Stretch stretch = file.StretchOf(index);
   LargeFile::Result result;
+  result.output = file.TextToFill();
   FilePiece piece;
   if (ReadStretch(file, stretch, piece, result.complaints)) {
     SearchPieceOf(piece);

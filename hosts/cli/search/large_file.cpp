@@ -43,6 +43,15 @@ std::optional<std::size_t> LargeFile::Take() {
   return next_++;
 }
 
+std::string LargeFile::TextToFill() {
+  const std::lock_guard lock(mutex_);
+  if (shownTexts_.empty()) return {};
+  std::string text = std::move(shownTexts_.back());
+  shownTexts_.pop_back();
+  text.clear();
+  return text;
+}
+
 PrintState& LargeFile::WaitForTurn(std::size_t index) {
   std::unique_lock lock(mutex_);
   moved_.wait(lock, [&] { return turn_ == index; });
@@ -95,7 +104,7 @@ void LargeFile::Finish(std::size_t index, Result result) {
 void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
   while (shown_ < next_ && SlotOf(shown_).done) {
     Slot& slot = SlotOf(shown_);
-    const Result ready = std::move(slot.result);
+    Result ready = std::move(slot.result);
     slot.lines = -1;
     slot.done = false;
     counts_ += ready.counts;
@@ -104,6 +113,8 @@ void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
     for (const std::string& sentence : ready.complaints)
       channel_.Complaint(sentence);
     lock.lock();
+    if (ready.output.capacity() >= kStretch / 8 && ready.output.capacity() <= 4 * kStretch)
+      shownTexts_.push_back(std::move(ready.output));
     ++shown_;
     moved_.notify_all();
   }
