@@ -23,7 +23,6 @@
 #include <vector>
 
 using trovex::LoadMessageText;
-using trovex::Matcher;
 using trovex::MessageNumber;
 
 namespace {

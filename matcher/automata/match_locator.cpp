@@ -155,6 +155,7 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
     runs_.emplace(runs);
     return;
   }
+  double rate = std::min(leadingRate, kEveryPlace);
   const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhileLead;
   if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
@@ -163,10 +164,20 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   }
   if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
     leading_.emplace(PlaceScan::ForAlternatives(leading.ways));
+  } else {
+    rate = kEveryPlace;
   }
+  if (required_) rate = std::min(rate, RateInClusters(ChooseProbes(required)));
+  cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
   if (!leading_ || required_ || !areRuns) return;
+  cost_ = 0;
   runs_.emplace(runs);
   if (IsRareAsAWhole(runs, leadingRate)) filter_ = RunFilter::For(runs);
+}
+
+void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
+                                  CompileBudget& budget) {
+  listLead_ = ListLead::For(tree, options, cost_, budget);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
@@ -189,6 +200,7 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
     return isFree_ ? Answer::kMatch : Answer::kUnknown;
   }
   if (list_) return LookForListed(place, end, match);
+  if (listLead_) return listLead_->MayStandIn(place, end) ? Answer::kUnknown : Answer::kNoMatch;
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
@@ -284,6 +296,7 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
       credit_(kFirstCredit, kMaxCredit),
       creditPerByte_(kCreditPerByte) {
   if (program.list_) places_ = std::make_unique<WordPlaces>(*program.list_);
+  if (program.listLead_) listLead_ = std::make_unique<ListLeadSearch>(*program.listLead_);
 }
 
 void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most) {
@@ -301,6 +314,7 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
   if (places_ != nullptr) places_->Forget();
+  if (listLead_ != nullptr) listLead_->Begin(length);
   if (classRuns_ != nullptr) classRuns_->Reset();
   givesUpNextAt_ = nullptr;
   listCredit_ = kFirstCredit + kCreditPerByte * bytes;
@@ -329,6 +343,10 @@ bool MatchLocator::FindFrom(Search& search) {
   if (program_.string_) return FindString(search);
   if (places_ != nullptr) {
     const Step step = FindListed(search);
+    if (step != Step::kGoOn) return step == Step::kFound;
+  }
+  if (listLead_ != nullptr) {
+    const Step step = FindAroundList(search);
     if (step != Step::kGoOn) return step == Step::kFound;
   }
   for (;;) {
@@ -480,6 +498,25 @@ MatchLocator::Step MatchLocator::FindListed(Search& search) {
     return Step::kFound;
   }
   search.place = place;
+  return Step::kGoOn;
+}
+
+/// The same where the words are part of the pattern.
+MatchLocator::Step MatchLocator::FindAroundList(Search& search) {
+  ListLeadSearch::Request request = {.place = search.place,
+                                     .begin = search.begin,
+                                     .end = search.end,
+                                     .refusesLineEnd = search.refusesLineEnd};
+  switch (listLead_->Find(request)) {
+    case ListLeadSearch::Answer::kMatch:
+      search.match = {request.matchStart, request.matchEnd};
+      return Step::kFound;
+    case ListLeadSearch::Answer::kNoMatch:
+      return Step::kNotFound;
+    case ListLeadSearch::Answer::kUnknown:
+      break;
+  }
+  search.place = request.place;
   return Step::kGoOn;
 }
 

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
+#include <map>
 #include <string>
 
 namespace trovex::testing {
@@ -136,6 +137,17 @@ TEST_F(Robust, AFileThatShrinksIsSearchedAsFarAsItGoes) {
   EXPECT_EQ(run.err, "");
 }
 
+TEST_F(Robust, TheOutputIsNotSearched) {
+  WriteSome();
+  const RunResult below = Shell("timeout 20 $TROVEX -I -j1 Wort . > zzz; wc -l < zzz");
+  EXPECT_EQ(below.out, "100780\n");
+  EXPECT_EQ(below.err, "");
+  const RunResult named = Shell("timeout 20 $TROVEX -I -j1 Wort large zzz >> zzz");
+  EXPECT_EQ(named.status, 2);
+  EXPECT_EQ(named.err, "trovex: zzz: this file is also the output\n");
+  EXPECT_EQ(Shell("wc -l < zzz").out, "200780\n");
+}
+
 TEST_F(Robust, PathsBeyondTheLimitAreTold) {
   const RunResult run = Run({"x", std::string(5000, 'x')});
   EXPECT_EQ(run.status, 2);
@@ -155,6 +167,28 @@ TEST_F(Robust, LittleMemoryIsTroubleAndNeverNotFound) {
   EXPECT_EQ(whole.err, "trovex: huge: there is not enough memory to search this file\n");
   EXPECT_EQ(Shell("ulimit -v 30000; timeout 100 $TROVEX -S line -c 'Zeile & Wort' huge").out,
             "huge:1000000\n");
+}
+
+TEST_F(Robust, LittleMemoryForManyThreadsEndsInAnAnswerOrInTrouble) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "a sanitizer needs more than all of it";
+  WriteSome();
+  Write("huge", Times(1000000, "eine Zeile mit einem Wort darin\n"));
+  std::map<std::string, std::string> answers;
+  for (int limit = 16000; limit <= 46000; limit += 3000) {
+    for (const char* arguments : {"-c Wort", "-n -C 1 'Wort darin'"}) {
+      const RunResult run =
+          Shell("ulimit -v " + std::to_string(limit) + "; timeout 60 $TROVEX -j8 " + arguments +
+                " many huge > found; status=$?; "
+                "[ $status = 2 ] || cksum < found; exit $status");
+      EXPECT_TRUE(run.status == 0 || run.status == 2) << limit << arguments << run.status;
+      const bool told = run.err.find("there is not enough memory") != std::string::npos;
+      EXPECT_EQ(told, run.status == 2) << limit << arguments << run.err;
+      EXPECT_LT(std::count(run.err.begin(), run.err.end(), '\n'), 50);
+      if (run.status == 0) {
+        EXPECT_EQ(answers.emplace(arguments, run.out).first->second, run.out);
+      }
+    }
+  }
 }
 
 TEST_F(Robust, NothingThatATerminalObeysReachesIt) {

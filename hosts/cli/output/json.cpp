@@ -12,20 +12,28 @@ namespace trovex::cli {
 
 namespace {
 
-bool StandsForItself(char c) {
-  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20 && c != 0x7F;
+void AppendEscape(char32_t code, std::string& out) {
+  char number[8];
+  std::snprintf(number, sizeof number, "\\u%04X", static_cast<unsigned>(code));
+  out += number;
 }
 
+/// All that a terminal obeys and is no ASCII begins with one of two bytes.
+bool StandsForItself(char c) {
+  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20 && c != 0x7F &&
+         c != '\xC2' && c != '\xE2';
+}
+
+/// JSON may be read on a terminal, so what a terminal obeys is escaped, too.
 void AppendString(std::string_view text, std::string& out) {
   out += '"';
-  while (!text.empty()) {
-    std::size_t plain = 0;
-    while (plain < text.size() && StandsForItself(text[plain]))
-      ++plain;
-    out += text.substr(0, plain);
-    if (plain == text.size()) break;
-    const char c = text[plain];
-    text.remove_prefix(plain + 1);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::size_t begin = i;
+    while (i < text.size() && StandsForItself(text[i]))
+      ++i;
+    out += text.substr(begin, i - begin);
+    if (i == text.size()) break;
+    const char c = text[i];
     if (c == '"' || c == '\\') {
       out += '\\';
       out += c;
@@ -33,10 +41,17 @@ void AppendString(std::string_view text, std::string& out) {
       out += "\\n";
     } else if (c == '\t') {
       out += "\\t";
+    } else if (c == '\xC2' || c == '\xE2') {
+      const Utf8Character character = ReadUtf8(text.substr(i));
+      const auto length = static_cast<std::size_t>(character.length);
+      if (IsObeyedByTerminals(character.code)) {
+        AppendEscape(character.code, out);
+      } else {
+        out += text.substr(i, length);
+      }
+      i += length - 1;
     } else {
-      char number[8];
-      std::snprintf(number, sizeof number, "\\u%04X", static_cast<unsigned>(c));
-      out += number;
+      AppendEscape(static_cast<unsigned char>(c), out);
     }
   }
   out += '"';

@@ -12,6 +12,7 @@
 #include "hosts/cli/output/visible_text.h"
 #include "hosts/cli/search/found.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -82,6 +83,10 @@ class Printer {
   /// Whether no further line is asked for.
   bool HasEnough(const PrintState& state) const {
     return maxCount_ >= 0 && state.shown >= maxCount_ && state.contextToCome == 0;
+  }
+  /// Forgets what comes after the last line that is asked for. With InOrder(), pieces come in order.
+  void KeepWanted(Found& found, const PrintState& state) const {
+    if (maxCount_ >= 0) found.KeepLines(std::max<std::int64_t>(0, maxCount_ - state.shown));
   }
   /// What stands above the output of a file.
   std::string Heading(std::string_view name) const;

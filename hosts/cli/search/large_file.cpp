@@ -29,6 +29,7 @@ LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t be
       state_(std::move(before)),
       slots_(window_ + 1) {
   slots_[0].linesBefore = state_.linesBefore;
+  shownTexts_.reserve(slots_.size());
 }
 
 LargeFile::Stretch LargeFile::StretchOf(std::size_t index) const {
@@ -68,10 +69,25 @@ void LargeFile::TellLines(std::size_t index, std::int64_t lines) {
   moved_.notify_all();
 }
 
-std::int64_t LargeFile::LinesBefore(std::size_t index) {
+std::optional<std::int64_t> LargeFile::LinesBefore(std::size_t index) {
   std::unique_lock lock(mutex_);
-  moved_.wait(lock, [&] { return counted_ >= index; });
+  moved_.wait(lock, [&] { return counted_ >= index || lost_ < index; });
+  if (counted_ < index) return std::nullopt;
   return SlotOf(index).linesBefore;
+}
+
+bool LargeFile::Lose(std::size_t index) {
+  const std::lock_guard lock(mutex_);
+  const bool first = lost_ == kNone;
+  lost_ = std::min(lost_, index);
+  count_ = std::min(count_, next_);
+  moved_.notify_all();
+  return first;
+}
+
+bool LargeFile::IsLostBefore(std::size_t index) {
+  const std::lock_guard lock(mutex_);
+  return lost_ < index;
 }
 
 void LargeFile::Finish(std::size_t index, Result result) {
@@ -87,15 +103,7 @@ void LargeFile::Finish(std::size_t index, Result result) {
   // Whoever is showing goes on with it.
   if (showing_) return;
   showing_ = true;
-  try {
-    ShowFinished(lock);
-  } catch (...) {
-    if (!lock.owns_lock()) lock.lock();
-    ++shown_;
-    showing_ = false;
-    moved_.notify_all();
-    throw;
-  }
+  ShowFinished(lock);
   showing_ = false;
 }
 
@@ -113,7 +121,9 @@ void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
     for (const std::string& sentence : ready.complaints)
       channel_.Complaint(sentence);
     lock.lock();
-    if (ready.output.capacity() >= kStretch / 8 && ready.output.capacity() <= 4 * kStretch)
+    const std::size_t capacity = ready.output.capacity();
+    const bool worthKeeping = capacity >= kStretch / 8 && capacity <= 4 * kStretch;
+    if (worthKeeping && shownTexts_.size() < slots_.size())
       shownTexts_.push_back(std::move(ready.output));
     ++shown_;
     moved_.notify_all();
