@@ -22,6 +22,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
@@ -83,6 +84,14 @@ void OccupyStandardStreams() {
   }
 }
 
+/// Where progress is shown; -1 where the results go into a pipe: whoever reads them may be drawing on the same
+/// terminal.
+int ProgressDescriptor() {
+  struct stat status {};
+  const bool toPipe = fstat(STDOUT_FILENO, &status) == 0 && S_ISFIFO(status.st_mode);
+  return toPipe ? -1 : STDERR_FILENO;
+}
+
 int ThreadCount(const Options& options) {
   if (options.classic) return 1;
   if (options.threads > 0) return options.threads;
@@ -133,9 +142,10 @@ class Run {
         encoding_(TerminalEncoding()),
         display_(Display::OfProcess(options_, encoding_)),
         printer_(options_, display_),
-        progress_(STDERR_FILENO, start_),
+        progress_(ProgressDescriptor(), start_),
         stream_(printer_.Separator(), &progress_, LeaveOnOutputFailure) {
-    RemoveTracesOf(progress_, display_.terminal && display_.colors);
+    const bool onTerminal = display_.terminal && options_.output != OutputMode::kQuiet;
+    RemoveTracesOf(progress_, onTerminal && display_.colors, onTerminal && display_.links);
   }
 
   int Execute() {
@@ -255,11 +265,15 @@ int Run::ExecuteClassic() {
 }
 
 int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
-  SearchJob job{
-      options_,       printer_,
-      progress_,      plan,
-      classic,        options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
-      LeaveWithFound, LeaveWithoutMemory};
+  SearchJob job{options_,
+                printer_,
+                progress_,
+                plan,
+                classic,
+                options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
+                LeaveWithFound,
+                LeaveWithoutMemory,
+                RegularFileOf(STDOUT_FILENO)};
   OrderedOutput output(stream_);
   FileWalk walk(options_);
   SearchPool pool(ThreadCount(options_), walk, job, output);

@@ -53,6 +53,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace trovex {
@@ -189,6 +190,15 @@ class MatchLocator {
   /// The same for a search from `place` on in a text that ends at `end`.
   const Match* TakeReady(const unsigned char* place, const unsigned char* end) {
     return place == readyFrom_ && end == readyEnd_ ? TakeReady() : nullptr;
+  }
+
+  /// All of these, in order; none: the search goes on by itself. Valid until it does.
+  std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end) {
+    if (place != readyFrom_ || end != readyEnd_ || nextReady_ == readyCount_) return {};
+    const std::span<const Match> matches(&ready_[nextReady_], readyCount_ - nextReady_);
+    nextReady_ = readyCount_;
+    readyFrom_ = matches.back().end;
+    return matches;
   }
 
   /// Drops what is ready and begins before `place`.

@@ -162,6 +162,11 @@ TEST_F(Output, ProgressIsShownOnATerminalAndTakenAway) {
   EXPECT_TRUE(seen.ends_with("\r\033[K"));
 }
 
+TEST_F(Output, ProgressDoesNotDrawOverWhoeverReadsTheResults) {
+  ASSERT_EQ(mkfifo(Path("slow").c_str(), 0600), 0);
+  EXPECT_EQ(ShellOnTerminal("(sleep 1.2; echo x) > slow & $TROVEX -c x slow | cat"), "slow:1\r\n");
+}
+
 TEST_F(Output, JsonIsOneObjectAMatch) {
   Write("t", "a\nxay \"a\"\n");
   const auto matches = JsonLines(Run({"--json", "a", "t"}).out);
@@ -201,6 +206,16 @@ TEST_F(Output, JsonSurvivesAnyFileName) {
   ASSERT_EQ(matches.size(), 1U);
   EXPECT_EQ(matches[0]["file"], "naÿme");
   EXPECT_EQ(matches[0]["file_base64"], "bmH/bWU=");
+}
+
+TEST_F(Output, JsonHoldsNothingThatATerminalObeys) {
+  const std::string line = "a \u009B31m \u202E x \u2013 \u00E9 \u2028 \x1B[2J \x7F";
+  const RunResult run = Run({"--json", "x"}, line);
+  for (const char* obeyed : {"\u009B", "\u202E", "\x1B", "\x7F"})
+    EXPECT_EQ(run.out.find(obeyed), std::string::npos) << obeyed;
+  const auto matches = JsonLines(run.out);
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches[0]["line_text"], line);
 }
 
 TEST_F(Output, QuietSaysNothing) {

@@ -28,6 +28,8 @@ struct FileCounts {
   std::int64_t lines = 0;
   std::int64_t units = 0;  // those without a match
   std::int64_t bytes = 0;
+  /// A part was not searched to its end, so nobody knows whether the file has no more.
+  bool incomplete = false;
 
   bool Any() const { return lines > 0 || units > 0; }
 
@@ -36,6 +38,7 @@ struct FileCounts {
     lines += other.lines;
     units += other.units;
     bytes += other.bytes;
+    incomplete = incomplete || other.incomplete;
     return *this;
   }
 };
