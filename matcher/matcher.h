@@ -138,7 +138,7 @@ inline const LocatedRange* TakeFoundTogether(PatternWork& work, const char* plac
   if (locator == nullptr || !notes.IsSearchedWith(locator)) return nullptr;
   if (work.pattern->lineFilterReading != Reading::kAlike) return nullptr;
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
-  return locator->TakeReady(bytes(place), bytes(end));
+  return locator->TakeReady(bytes(place), bytes(place), bytes(end));
 }
 
 /// What a look at a text, before anything is set up for a search, tells of whether ExecuteMatcher finds a match in
