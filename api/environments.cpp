@@ -3,18 +3,13 @@
 #include "api/environments.h"
 
 #include "api/messages.h"
-#include "api/module_state.h"
 
 #include <trovex/functions.h>
 #include <new>
 
 namespace trovex {
 
-namespace {
-
-constinit ModuleState<CEnvironmentArray> environmentArray;
-
-}  // namespace
+constinit ModuleState<CEnvironmentArray> environmentsOfModule;
 
 const char* CEnvironment::Compile(const char* /*pattern*/, int /*caseSensitive*/,
                                   int /*matchWords*/) {
@@ -59,10 +54,6 @@ void CEnvironmentArray::DeleteEnvironments() {
   for (int i = 0; i < GetSize(); ++i)
     delete GetAt(i);
   SetSize(0);
-}
-
-CEnvironmentArray& Environments() {
-  return environmentArray.Get();
 }
 
 }  // namespace trovex

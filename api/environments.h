@@ -16,6 +16,7 @@
 #define TROVEX_API_ENVIRONMENTS_H
 
 #include "api/matcher_state.h"
+#include "api/module_state.h"
 
 #include <trovex/functions.h>
 #include <trovex/host_framework.h>
@@ -102,8 +103,12 @@ class CEnvironmentArray : public CPointerArray<CEnvironment> {
   void DeleteEnvironments();
 };
 
+extern constinit ModuleState<CEnvironmentArray> environmentsOfModule;
+
 /// The module's one array of environments.
-CEnvironmentArray& Environments();
+inline CEnvironmentArray& Environments() {
+  return environmentsOfModule.Get();
+}
 
 }  // namespace trovex
 

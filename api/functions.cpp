@@ -6,7 +6,6 @@
 
 #include "api/matcher_state.h"
 #include "api/messages.h"
-#include "api/module_state.h"
 #include "expr/item_blocks.h"
 #include "text/case_helpers.h"
 
@@ -16,15 +15,7 @@
 
 namespace trovex {
 
-namespace {
-
-constinit ModuleState<MatcherState> matcherState;
-
-}  // namespace
-
-MatcherState& Matcher() {
-  return matcherState.Get();
-}
+constinit ModuleState<MatcherState> matcherOfModule;
 
 void SetCompileError(MessageNumber error) {
   Matcher().pendingError = error;

@@ -4,6 +4,7 @@
 #ifndef TROVEX_API_MATCHER_STATE_H
 #define TROVEX_API_MATCHER_STATE_H
 
+#include "api/module_state.h"
 #include "expr/string_chain.h"
 #include "matcher/budget.h"
 #include "matcher/matcher.h"
@@ -40,8 +41,12 @@ struct MatcherState {
   MessageNumber pendingError = MessageNumber::kNone;
 };
 
+extern constinit ModuleState<MatcherState> matcherOfModule;
+
 /// The module's one matcher.
-MatcherState& Matcher();
+inline MatcherState& Matcher() {
+  return matcherOfModule.Get();
+}
 
 /// What the latest compile asks of a search.
 inline SearchConditions ConditionsOf(const MatcherState& matcher) {

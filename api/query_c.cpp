@@ -26,7 +26,6 @@ using trovex::QueryPart;
 using trovex::RequiredStrings;
 using trovex::Searcher;
 using trovex::SearchOptions;
-using trovex::TagRange;
 using trovex::Verdict;
 
 struct trovex_query {

@@ -23,7 +23,6 @@
 #include <vector>
 
 using trovex::LoadMessageText;
-using trovex::Matcher;
 using trovex::MessageNumber;
 
 namespace {
@@ -165,15 +164,19 @@ LeafPattern::LeafPattern(const CSubExpression& leaf) {
   if (environment != nullptr) environment_ = environment->AsPattern();
 }
 
-LeafPattern::Answer LeafPattern::LookAt(const CSubExpression& leaf, const char* text, int length) {
-  const LeafPattern found(leaf);
+LeafPattern::Answer LeafPattern::LookAt(const char* text, int length, LocatedRange& match) const {
   const CompiledPattern* const pattern =
-      found.environment_ != nullptr ? found.environment_->Pattern() : nullptr;
+      environment_ != nullptr ? environment_->Pattern() : nullptr;
   if (pattern == nullptr) return Answer::kUnknown;
   const MatcherState& matcher = Matcher();
-  const Answer answer = LookForMatch(*pattern, ConditionsOf(matcher), text, length);
-  if (answer != Answer::kUnknown) found.environment_->NoteSearched(matcher.installed);
+  const Answer answer = LookForMatch(*pattern, ConditionsOf(matcher), text, length, match);
+  if (answer != Answer::kUnknown) environment_->NoteSearched(matcher.installed);
   return answer;
+}
+
+LeafPattern::Answer LeafPattern::LookAt(const CSubExpression& leaf, const char* text, int length) {
+  LocatedRange match;
+  return LeafPattern(leaf).LookAt(text, length, match);
 }
 
 const CompiledPattern* LeafPattern::String() const {
@@ -234,6 +237,25 @@ bool FindFirst(std::uint32_t options, const char* text, int length, int group,
   }
 }
 
+/// Appends the matches of the leaf of `pattern` that looks at the text tell, and goes on to `place`, where they end. True
+/// where they are all of them, as in most short texts. `isGroup`: a group is asked for, which a look does not tell.
+bool AppendLookedAt(const trovex::LeafPattern& pattern, const char* text, int length, bool isGroup,
+                    int tagMatched, int& place, trovex::ItemMaker& items, CFoundItemArray& found) {
+  using Answer = trovex::LeafPattern::Answer;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  while (place < length) {
+    trovex::LocatedRange match;
+    const Answer answer = pattern.LookAt(text + place, length - place, match);
+    if (answer == Answer::kNoMatch) return true;
+    if (answer == Answer::kUnknown || isGroup) return false;
+    const int end = static_cast<int>(match.end - begin);
+    if (end == place) return true;
+    items.Append(found, static_cast<int>(match.start - begin), end, tagMatched);
+    place = end;
+  }
+  return length > 0;
+}
+
 /// Appends what was found together with the match that ends at `place`, for whole matches of the active
 /// environment's pattern. Returns where the search goes on.
 int AppendFoundTogether(const char* text, int place, int length, int tagMatched,
@@ -242,12 +264,10 @@ int AppendFoundTogether(const char* text, int place, int length, int tagMatched,
   trovex::PatternWork* const work = trovex::Matcher().installed.get();
   if (work == nullptr) return place;
   const auto* const begin = reinterpret_cast<const unsigned char*>(text);
-  while (const trovex::LocatedRange* const match =
-             trovex::TakeFoundTogether(*work, text + place, text + length, notes)) {
-    place = static_cast<int>(match->end - begin);
-    items.Append(found, static_cast<int>(match->start - begin), place, tagMatched);
-  }
-  return place;
+  const auto matches = trovex::TakeFoundTogether(*work, text + place, text + length, notes);
+  if (matches.empty()) return place;
+  items.Append(found, matches, begin, tagMatched);
+  return static_cast<int>(matches.back().end - begin);
 }
 
 }  // namespace
@@ -255,34 +275,38 @@ int AppendFoundTogether(const char* text, int place, int length, int tagMatched,
 CFoundItemArray* CSubExpression::Search(const char* text, int length, int tagNr) {
   if (text == nullptr) return nullptr;
   try {
-    auto found = std::make_unique<CFoundItemArray>();
-    using trovex::LeafPattern;
-    if (LeafPattern::LookAt(*this, text, length) == LeafPattern::Answer::kNoMatch)
-      return found.release();
-    const ActiveEnvironment environment(environmentNumber_);
-    if (!environment.IsActive()) return nullptr;
+    auto found = trovex::MakeResult();
 
     // The tag asked for lies in this leaf when it is one of the brackets counted here. Those that
     // were stripped from the text enclose all of it: their group number is 0 or less. Where a bracket
     // was counted that the expression does not have, the tag base is below 0.
     const std::int64_t bracket = static_cast<std::int64_t>(tagNr) - tagBase_;
-    const bool tagMatched = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
-    const int group = tagMatched ? static_cast<int>(bracket - strippedBrackets_) : 0;
-    const bool wantsWhole = RegularExpression() != 0 && group <= 0;
+    const bool hasTag = tagNr >= 1 && bracket >= 1 && bracket <= groupCount_;
+    const int tagMatched = hasTag ? 1 : 0;
+    const int group = hasTag ? static_cast<int>(bracket - strippedBrackets_) : 0;
 
     trovex::ItemMaker items;
+    int place = 0;
+    if (AppendLookedAt(trovex::LeafPattern(*this), text, length, group > 0, tagMatched, place,
+                       items, *found)) {
+      return found.release();
+    }
+    const ActiveEnvironment environment(environmentNumber_);
+    if (!environment.IsActive()) return nullptr;
+
+    const bool wantsWhole = RegularExpression() != 0 && group <= 0;
     trovex::TextCredit credit(length);
     trovex::TextNotes notes(&credit.Credit());
-    for (int place = 0; place < length;) {
+    while (place < length) {
       trovex::MatchRange match{};
       if (!FindFirst(options_, text + place, length - place, group, match, notes)) {
         break;
       }
       if (match.start < 0 || match.end < 1) break;
-      items.Append(*found, place + match.start, place + match.end, tagMatched ? 1 : 0);
+      items.Append(*found, place + match.start, place + match.end, tagMatched);
       place += match.end;
       if (wantsWhole)
-        place = AppendFoundTogether(text, place, length, tagMatched ? 1 : 0, notes, items, *found);
+        place = AppendFoundTogether(text, place, length, tagMatched, notes, items, *found);
     }
     return found.release();
   } catch (const std::bad_alloc&) {

@@ -52,6 +52,34 @@ static_assert(sizeof(ItemBlock) <= kBlockHead && kBlockHead % alignof(BlockItem)
 
 namespace {
 
+/// The array of a result.
+class ResultArray final : public CFoundItemArray {
+ public:
+  static void* operator new(std::size_t size);
+  static void operator delete(void* array);
+};
+
+/// The place that is kept for one of them. One thread at a time takes it, any gives it back.
+struct ResultPlace {
+  alignas(ResultArray) unsigned char bytes[sizeof(ResultArray)];
+  std::atomic<bool> isTaken;
+};
+
+constinit ResultPlace resultPlace{};
+
+void* ResultArray::operator new(std::size_t size) {
+  if (resultPlace.isTaken.load(std::memory_order_acquire)) return ::operator new(size);
+  resultPlace.isTaken.store(true, std::memory_order_relaxed);
+  return resultPlace.bytes;
+}
+
+void ResultArray::operator delete(void* array) {
+  if (array == resultPlace.bytes)
+    resultPlace.isTaken.store(false, std::memory_order_release);
+  else
+    ::operator delete(array);
+}
+
 /// The blocks without items that are kept, the latest on top.
 ///
 /// Any number of threads may put, one at a time may take: what the taker sees on top can be covered
@@ -124,6 +152,10 @@ void ReleasePlace(void* item) {
 
 }  // namespace
 
+std::unique_ptr<CFoundItemArray> MakeResult() {
+  return std::unique_ptr<CFoundItemArray>(new ResultArray);
+}
+
 ItemMaker::~ItemMaker() {
   if (placesLeft_ != 0) Release(block_, static_cast<std::uint32_t>(placesLeft_));
 }
@@ -137,6 +169,14 @@ void ItemMaker::Append(CFoundItemArray& array, int start, int end, int tagMatche
   // Until the array has it, the item has no more than a place that is still the maker's.
   array.Add(new (block_->Place(placesLeft_)) BlockItem(start, end, tagMatched));
   --placesLeft_;
+}
+
+void ItemMaker::Append(CFoundItemArray& array, std::span<const LocatedRange> matches,
+                       const unsigned char* text, int tagMatched) {
+  for (const LocatedRange& match : matches) {
+    Append(array, static_cast<int>(match.start - text), static_cast<int>(match.end - text),
+           tagMatched);
+  }
 }
 
 void ItemMaker::AppendSingle(CFoundItemArray& array, int start, int end, int tagMatched) {
@@ -155,17 +195,17 @@ ItemRemover::~ItemRemover() {
   ReleaseBlock();
 }
 
-void ItemRemover::Delete(CFoundItem* item) {
+void ItemRemover::DeleteOther(CFoundItem* item) {
   if (item == nullptr) return;
-  if (typeid(*item) != typeid(BlockItem)) {
+  // There is one description of the class, so its address tells; names are long to compare.
+  if (&typeid(*item) != &typeid(BlockItem)) {
     delete item;
     return;
   }
   // An item of a block holds nothing that its destructor would have to give back.
-  ItemBlock* const block = BlockOf(item);
-  if (block != block_) ReleaseBlock();
-  block_ = block;
-  ++count_;
+  ReleaseBlock();
+  block_ = BlockOf(item);
+  count_ = 1;
 }
 
 void ItemRemover::ReleaseBlock() {

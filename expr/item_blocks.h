@@ -17,20 +17,30 @@
 // Blocks that were given back make up a stock, of bounded size, for the searches to come: memory
 // fresh from the system costs several times as much as everything else that is done for an item.
 //
-// Items are made, and the stock is freed, by one thread at a time, like all that the library does.
+// The array of a result has a place that is kept for it, if none lives there: of the rows of a table most have an empty
+// one, which is deleted before the next is made, and to allocate it would take as long as the search.
+//
+// Items and arrays are made, and the stock is freed, by one thread at a time, like all that the library does.
 // Deleted they may be by any thread at any time, as if each had been allocated singly.
 
 #ifndef TROVEX_EXPR_ITEM_BLOCKS_H
 #define TROVEX_EXPR_ITEM_BLOCKS_H
 
+#include "matcher/automata/match_locator.h"
+
 #include <trovex/found_items.h>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 
 namespace trovex {
 
 /// How many items of a result are allocated singly before the first block is begun.
 inline constexpr int kSingleItems = 32;
+
+/// An empty array for the result of a search, which its owner deletes like any other.
+std::unique_ptr<CFoundItemArray> MakeResult();
 
 /// The size of a block in bytes, and what it is aligned to.
 inline constexpr std::size_t kItemBlockSize = 4096;
@@ -51,6 +61,10 @@ class ItemMaker {
   /// Makes an item and appends it to `array`, which owns it. Throws std::bad_alloc, with the array
   /// unchanged, when memory runs out.
   void Append(CFoundItemArray& array, int start, int end, int tagMatched);
+  /// The same for one match after another; `text` is where offset 0 is. When memory runs out, the array has the first
+  /// ones.
+  void Append(CFoundItemArray& array, std::span<const LocatedRange> matches,
+              const unsigned char* text, int tagMatched);
 
  private:
   void AppendSingle(CFoundItemArray& array, int start, int end, int tagMatched);
@@ -70,9 +84,21 @@ class ItemRemover {
   ItemRemover& operator=(const ItemRemover&) = delete;
 
   /// Null is passed over.
-  void Delete(CFoundItem* item);
+  void Delete(CFoundItem* item) {
+    // In the page of a block there is nothing but items of it: they need not be looked at.
+    if (block_ != nullptr && IsInBlock(item)) {
+      ++count_;
+    } else {
+      DeleteOther(item);
+    }
+  }
 
  private:
+  bool IsInBlock(const CFoundItem* item) const {
+    const auto block = reinterpret_cast<std::uintptr_t>(block_);
+    return (reinterpret_cast<std::uintptr_t>(item) ^ block) < kItemBlockSize;
+  }
+  void DeleteOther(CFoundItem* item);
   void ReleaseBlock();
 
   ItemBlock* block_ = nullptr;  // of the items deleted last

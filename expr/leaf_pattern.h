@@ -22,8 +22,10 @@ class LeafPattern {
   /// `leaf` is of the library's own class. Valid for as long as nothing is compiled or activated.
   explicit LeafPattern(const CSubExpression& leaf);
 
-  /// What a look at a text, of any length, tells of whether `leaf` finds anything in it. Where it is known, what a
+  /// What a look at a text, of any length, tells of the first whole match of the leaf in it. Where it is known, what a
   /// search would leave behind is done.
+  Answer LookAt(const char* text, int length, LocatedRange& match) const;
+  /// The same, of whether `leaf` has one.
   static Answer LookAt(const CSubExpression& leaf, const char* text, int length);
 
   /// What the leaf is compiled into, where it finds the matches of a string and no group is asked for; else null.

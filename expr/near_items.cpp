@@ -1,6 +1,7 @@
 #include "expr/near_items.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 #include <utility>
 
@@ -51,6 +52,7 @@ class NearItems::Walk {
     placeEnd_ = end;
   }
   void PassLeft() {
+    assert(item_ != nullptr);
     leftEnd_ = item_->GetEndPos();
     ++slot_;
     FindLeft();
@@ -62,6 +64,7 @@ class NearItems::Walk {
   }
   /// Whether the next left item has a neighbour among the places.
   bool IsLeftNear(int nearBy) const {
+    assert(item_ != nullptr);
     if (IsWithin(nearBy, placeEnd_, start_)) return true;
     return place_ < places_.size() && IsWithin(nearBy, item_->GetEndPos(), places_[place_].start);
   }

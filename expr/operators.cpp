@@ -17,6 +17,7 @@
 // Every result here has one owner at a time; what is not returned is deleted on the way out.
 
 #include "expr/and_chain.h"
+#include "expr/item_blocks.h"
 #include "expr/leaf_pattern.h"
 #include "expr/near_items.h"
 #include "expr/string_chain.h"
@@ -53,7 +54,7 @@ Result Emptied(Result result) {
 
 /// Both operands' results combined by their distance.
 Result Merged(const Result& first, const Result& second, int nearBy) {
-  auto merged = std::make_unique<CFoundItemArray>();
+  auto merged = trovex::MakeResult();
   merged->Merge(first.get(), second.get(), nearBy);
   return merged;
 }
@@ -99,10 +100,10 @@ class Found {
     } else if (nearIsNegative_ == ::IsNegative(left)) {
       near_->KeepNear(std::move(left), nearBy);
       if (!credit_.Spend(near_->Looked() * trovex::kMergeUnits)) {
-        Replace(std::make_unique<CFoundItemArray>());
+        Replace(trovex::MakeResult());
       }
     } else if (near_->IsNear(*left, nearBy)) {
-      Replace(std::make_unique<CFoundItemArray>());
+      Replace(trovex::MakeResult());
     } else if (std::exchange(nearIsNegative_, false)) {
       left->SetNegative(0);
       Replace(std::move(left));
@@ -219,7 +220,8 @@ enum class Look {
 bool IsKnownToLack(CSearchTreeItem* operand, const char* text, int length) {
   if (CAndOperator* const both = trovex::AsPlainAnd(operand)) operand = both->GetLeftChild();
   const CSubExpression* const leaf = trovex::AsPlainLeaf(operand);
-  return leaf != nullptr && trovex::LeafPattern(*leaf).LeavesNothingBehind() &&
+  if (leaf == nullptr) return false;
+  return trovex::LeafPattern(*leaf).LeavesNothingBehind() &&
          trovex::LeafPattern::LookAt(*leaf, text, length) == trovex::LeafPattern::Answer::kNoMatch;
 }
 
@@ -333,7 +335,7 @@ CFoundItemArray* CAndOperator::SearchChilds(const char* text, int length, int ta
   try {
     const bool isShort = text != nullptr && length <= static_cast<int>(trovex::kLookedAtText);
     const Look look = isShort ? LookFor(this, text, length, tagNr) : Look::kUnknown;
-    if (look == Look::kNothing) return new CFoundItemArray;
+    if (look == Look::kNothing) return trovex::MakeResult().release();
     return SearchChain(this, text, length, tagNr, look == Look::kDecided).release();
   } catch (const std::bad_alloc&) {
     return nullptr;

@@ -159,7 +159,7 @@ StringChain::Result StringChain::Run(const ChainOutline& outline, const char* te
   }
   const auto* const bytes = reinterpret_cast<const Byte*>(text);
   matches_->Begin({bytes, static_cast<std::size_t>(length)});
-  if (!isLookedAt && !IsSatisfied(outline)) return std::make_unique<CFoundItemArray>();
+  if (!isLookedAt && !IsSatisfied(outline)) return MakeResult();
   return longestDistance_ < 0 ? TakeAll(bytes) : TakeNear(bytes);
 }
 
@@ -173,7 +173,7 @@ bool StringChain::IsSatisfied(const ChainOutline& outline) {
 
 /// All matches. Of those that start at one place, the one of the rightmost operand comes first.
 StringChain::Result StringChain::TakeAll(const Byte* text) {
-  auto found = std::make_unique<CFoundItemArray>();
+  auto found = MakeResult();
   ItemMaker items;
   struct Match {
     std::size_t leaf;
@@ -203,7 +203,7 @@ StringChain::Result StringChain::TakeAll(const Byte* text) {
 }
 
 StringChain::Result StringChain::TakeNear(const Byte* text) {
-  auto found = std::make_unique<CFoundItemArray>();
+  auto found = MakeResult();
   ItemMaker items;
   for (Operand& operand : operands_) {
     operand.places.clear();

@@ -102,7 +102,7 @@ bool FindsItself(std::string_view text) {
          text.find_first_of(" \t\v\f\r") == text.npos && text.size() <= 64;
 }
 
-void HoldEscaping(std::string text) {
+void HoldEscaping(const std::string& text) {
   const std::string escaped = EscapePatternCharacters(text);
   if (!FindsItself(text)) return;
   ExpressionOptions options;

@@ -55,6 +55,11 @@ inline constexpr double kCostOfHit = 20;
 /// To look up a byte in buckets, and to look at a place that these have.
 inline constexpr double kCostOfBucketByte = 0.12;
 inline constexpr double kCostOfBeginning = 5;
+/// To look at a byte with a place scan, and to have automata look at a place: whether there is a match.
+inline constexpr double kCostOfScannedByte = 0.04;
+inline constexpr double kCostOfPlace = 30;
+/// A place where a word may stand that leads to what stands around it, in units.
+inline constexpr std::int64_t kWordPlaceUnits = 16;
 
 // Compiling, in steps and bytes.
 

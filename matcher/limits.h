@@ -104,6 +104,8 @@ inline constexpr std::int64_t kSearchUnitsAtLeast = 10'000'000;
 inline constexpr std::int64_t kFirstCredit = 1'000'000;
 inline constexpr std::int64_t kCreditPerByte = 32;
 inline constexpr std::int64_t kMaxCredit = 4'000'000;
+/// What is granted per byte for what stands around words, beside the first credit.
+inline constexpr std::int64_t kListLeadCreditPerByte = 8;
 /// A text of so many bytes has a first credit of its own; shorter ones share theirs.
 inline constexpr std::int64_t kLongText = 65'536;
 

@@ -114,6 +114,13 @@ CharSet WordBytes(bool words, const SyntaxTree& tree) {
   return bytes;
 }
 
+GraphOptions GraphOptionsFor(bool words, const CharSet& wordBytes) {
+  GraphOptions options = {.words = words, .wordBytes = wordBytes};
+  options.mostPositions = kMaxLocatorEdges;
+  options.mostEdges = kMaxLocatorEdges;
+  return options;
+}
+
 /// The graph of `tree` within a part of the budget; null where there is none.
 std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, const SyntaxTree& tree,
                                                      GraphOptions options) {
@@ -134,10 +141,8 @@ std::unique_ptr<const PositionGraph> MakeGraphWithin(CompileBudget& budget, cons
 /// does not allow it.
 std::unique_ptr<const PositionGraph> MakeGraph(const SyntaxTree& tree, bool words,
                                                CompileBudget& budget) {
-  GraphOptions options = {.words = words, .wordBytes = WordBytes(words, tree)};
-  options.mostPositions = kMaxLocatorEdges;
-  options.mostEdges = kMaxLocatorEdges;
-  std::unique_ptr<const PositionGraph> graph = MakeGraphWithin(budget, tree, options);
+  std::unique_ptr<const PositionGraph> graph =
+      MakeGraphWithin(budget, tree, GraphOptionsFor(words, WordBytes(words, tree)));
   // A match shortened to nothing is no match, a match of nothing is one: only the engine knows.
   if (graph != nullptr && words && graph->canBeEmpty) return nullptr;
   return graph;
@@ -160,11 +165,16 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
   }
   compiled.standsAlone = !stream->hasAnchors;
   compiled.lineFilterReading = ReadingOf(*stream, pattern, options, compiled);
-  compiled.locator =
-      list ? std::make_unique<LocatorProgram>(std::move(*list), words, WordBytes(words, tree),
-                                              std::move(graph))
-           : std::make_unique<LocatorProgram>(std::move(graph), words,
-                                              FindRequiredString(tree, budget), RunsOf(tree));
+  const CharSet wordBytes = WordBytes(words, tree);
+  if (list) {
+    compiled.locator =
+        std::make_unique<LocatorProgram>(std::move(*list), words, wordBytes, std::move(graph));
+    return;
+  }
+  auto locator = std::make_unique<LocatorProgram>(std::move(graph), words,
+                                                  FindRequiredString(tree, budget), RunsOf(tree));
+  locator->ConsiderList(tree, GraphOptionsFor(words, wordBytes), budget);
+  compiled.locator = std::move(locator);
 }
 
 /// Makes the search for a pattern with back-references, where it can answer for the engine.

@@ -18,6 +18,7 @@
 #include "resources/string_table.h"
 
 #include <memory>
+#include <span>
 #include <string_view>
 
 namespace trovex {
@@ -130,22 +131,22 @@ struct MatchResult {
 MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
                            int length, int group, TextNotes* notes = nullptr);
 
-/// The first whole match from `place` on in a text that ends at `end`, where ExecuteMatcher found it together
-/// with the one that ends at `place`, in this text under `notes`; null: it has to be asked for.
-inline const LocatedRange* TakeFoundTogether(PatternWork& work, const char* place, const char* end,
-                                             const TextNotes& notes) {
+/// The whole matches from `place` on in a text that ends at `end` that ExecuteMatcher found together with the one that
+/// ends at `place`, in this text under `notes`, in order; none: the next one has to be asked for. Valid until it is.
+inline std::span<const LocatedRange> TakeFoundTogether(PatternWork& work, const char* place,
+                                                       const char* end, const TextNotes& notes) {
   MatchLocator* const locator = work.locator.get();
-  if (locator == nullptr || !notes.IsSearchedWith(locator)) return nullptr;
-  if (work.pattern->lineFilterReading != Reading::kAlike) return nullptr;
+  if (locator == nullptr || !notes.IsSearchedWith(locator)) return {};
+  if (work.pattern->lineFilterReading != Reading::kAlike) return {};
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
-  return locator->TakeReady(bytes(place), bytes(place), bytes(end));
+  return locator->TakeAllReady(bytes(place), bytes(end));
 }
 
-/// What a look at a text, before anything is set up for a search, tells of whether ExecuteMatcher finds a match in
-/// it. Not known for texts of more than kLookedAtText bytes.
+/// What a look at a text, before anything is set up for a search, tells of the whole match that ExecuteMatcher finds
+/// in it: which one, or that there is none. Not known for texts of more than kLookedAtText bytes.
 LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
                                     const SearchConditions& conditions, const char* text,
-                                    int length);
+                                    int length, LocatedRange& match);
 
 /// Whether what ExecuteMatcher finds of `pattern` are the matches of its locator's string, which nothing else has a
 /// say in.

@@ -81,6 +81,7 @@ bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileB
     return true;
   }
   locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget), RunsOf(tree));
+  locator_->ConsiderList(tree, options, budget);
   return true;
 }
 

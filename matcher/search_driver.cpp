@@ -462,7 +462,7 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
 
 LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
                                     const SearchConditions& conditions, const char* text,
-                                    int length) {
+                                    int length, LocatedRange& match) {
   using Answer = LocatorProgram::Answer;
   if (!pattern.searchable || length <= 0 || length > static_cast<int>(kLookedAtText) ||
       conditions.engineOnly) {
@@ -472,7 +472,6 @@ LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
   if (pattern.locator == nullptr || !CanLocate(*pattern.locator, conditions))
     return Answer::kUnknown;
   const auto* const begin = reinterpret_cast<const unsigned char*>(text);
-  LocatedRange match;
   const Answer answer = pattern.locator->LookAt(begin, begin + length, match);
   const bool isKnown = answer == Answer::kNoMatch || pattern.lineFilterReading == Reading::kAlike;
   return isKnown ? answer : Answer::kUnknown;

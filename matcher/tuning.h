@@ -139,6 +139,8 @@ inline constexpr std::array<std::size_t, 6> kWordCuts = {2, 3, 4, 5, 6, 8};
 inline constexpr double kCorrelation = 1.9;
 /// How many values one place of a word may have in a table of windows.
 inline constexpr std::size_t kMostVariants = 64;
+/// Of what stands before a list in a pattern, a width up to this is made use of.
+inline constexpr std::size_t kLongestFixedLead = 256;
 /// More words are not parted among buckets.
 inline constexpr std::size_t kMostBucketWords = 128;
 /// A stretch is scanned for places of words at a time, first of the one size, then doubled up to the other. Both

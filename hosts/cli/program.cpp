@@ -22,6 +22,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
@@ -62,6 +63,17 @@ void LeaveWithFound() {
   Leave(kExitFound);
 }
 
+void TellOfLittleMemory() {
+  static constexpr char kSentence[] = "trovex: there is not enough memory\n";
+  static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
+}
+
+void LeaveWithoutMemory() {
+  EraseTraces();
+  TellOfLittleMemory();
+  Leave(kExitTrouble);
+}
+
 /// Makes sure that no file of ours gets the number of a standard stream that was closed. Whoever reads
 /// or writes it, gets the error that it is closed.
 void OccupyStandardStreams() {
@@ -72,6 +84,14 @@ void OccupyStandardStreams() {
   }
 }
 
+/// Where progress is shown; -1 where the results go into a pipe: whoever reads them may be drawing on the same
+/// terminal.
+int ProgressDescriptor() {
+  struct stat status {};
+  const bool toPipe = fstat(STDOUT_FILENO, &status) == 0 && S_ISFIFO(status.st_mode);
+  return toPipe ? -1 : STDERR_FILENO;
+}
+
 int ThreadCount(const Options& options) {
   if (options.classic) return 1;
   if (options.threads > 0) return options.threads;
@@ -80,14 +100,19 @@ int ThreadCount(const Options& options) {
   return std::max(1, CPU_COUNT(&cores));
 }
 
-std::string StatsText(const SearchTotals& total, double seconds) {
+/// Lines with a match, and where lines are searched, those that are found without one.
+std::int64_t MatchingLines(const Options& options, const SearchTotals& total) {
+  return total.counts.lines + (options.scope == Scope::kLine ? total.counts.units : 0);
+}
+
+std::string StatsText(const Options& options, const SearchTotals& total, double seconds) {
   char time[32];
   std::snprintf(time, sizeof time, "%.3f", seconds);
   const auto line = [](std::int64_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many) + "\n";
   };
   return line(total.counts.matches, "match", "matches") +
-         line(total.counts.lines, "matching line", "matching lines") +
+         line(MatchingLines(options, total), "matching line", "matching lines") +
          line(total.filesFound, "file with matches", "files with matches") +
          line(total.files, "file searched", "files searched") +
          line(total.binarySkipped, "binary file skipped", "binary files skipped") +
@@ -101,7 +126,7 @@ std::string JsonSummary(const Options& options, Need need, const SearchTotals& t
   JsonObject object(text);
   object.Text("type", "summary");
   if (need >= Need::kMatches) object.Number("matches", total.counts.matches);
-  if (need >= Need::kCount) object.Number("matching_lines", total.counts.lines);
+  if (need >= Need::kCount) object.Number("matching_lines", MatchingLines(options, total));
   object.Number("files_with_matches", total.filesFound).Number("files_searched", total.files);
   object.Number("binary_files_skipped", total.binarySkipped);
   if (options.stats || need >= Need::kCount) object.Number("bytes_searched", total.counts.bytes);
@@ -117,9 +142,10 @@ class Run {
         encoding_(TerminalEncoding()),
         display_(Display::OfProcess(options_, encoding_)),
         printer_(options_, display_),
-        progress_(STDERR_FILENO, start_),
+        progress_(ProgressDescriptor(), start_),
         stream_(printer_.Separator(), &progress_, LeaveOnOutputFailure) {
-    RemoveTracesOf(progress_, display_.terminal && display_.colors);
+    const bool onTerminal = display_.terminal && options_.output != OutputMode::kQuiet;
+    RemoveTracesOf(progress_, onTerminal && display_.colors, onTerminal && display_.links);
   }
 
   int Execute() {
@@ -239,11 +265,15 @@ int Run::ExecuteClassic() {
 }
 
 int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
-  SearchJob job{
-      options_,      printer_,
-      progress_,     plan,
-      classic,       options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
-      LeaveWithFound};
+  SearchJob job{options_,
+                printer_,
+                progress_,
+                plan,
+                classic,
+                options_.output == OutputMode::kQuiet && !options_.stats && !options_.json,
+                LeaveWithFound,
+                LeaveWithoutMemory,
+                RegularFileOf(STDOUT_FILENO)};
   OrderedOutput output(stream_);
   FileWalk walk(options_);
   SearchPool pool(ThreadCount(options_), walk, job, output);
@@ -253,9 +283,11 @@ int Run::Search(const SearchPlan* plan, ClassicSearch* classic) {
     stream_.Output(JsonSummary(options_, printer_.NeedOfSearch(), total, seconds));
   stream_.Flush();
   progress_.Erase();
-  if (options_.stats) stream_.Note(StatsText(total, seconds));
+  if (options_.stats) stream_.Note(StatsText(options_, total, seconds));
   if (total.trouble) return kExitTrouble;
-  return total.filesFound > 0 ? kExitFound : kExitNotFound;
+  const bool listsOthers = options_.output == OutputMode::kFilesWithout;
+  const std::int64_t found = listsOthers ? total.files - total.filesFound : total.filesFound;
+  return found > 0 ? kExitFound : kExitNotFound;
 }
 
 /// "words.txt, line 7: " before what is wrong with a word of a list.
@@ -274,9 +306,10 @@ std::string Run::PlaceOf(const ExpressionFault& fault) const {
 
 int Run::Refuse(const ExpressionFault& fault) {
   const std::size_t columns = TerminalColumns(STDERR_FILENO);
-  if (fault.hasRange) {
+  const bool isBlank = fault.expression.find_first_not_of(" \t\r\n") == std::string::npos;
+  if (fault.hasRange && !isBlank) {
     stream_.Note(MarkedExpression(fault.expression, fault.begin, fault.end, columns));
-  } else if (!fault.expression.empty()) {
+  } else if (!isBlank) {
     stream_.Note("    " + VisibleText(fault.expression) + "\n");
   }
   stream_.Complaint(PlaceOf(fault) + fault.sentence +
@@ -308,8 +341,7 @@ int RunProgram(int argc, const char* const* argv) {
   try {
     return RunArguments(argc, argv, stream);
   } catch (const std::bad_alloc&) {
-    static constexpr char kSentence[] = "trovex: there is not enough memory\n";
-    static_cast<void>(!write(STDERR_FILENO, kSentence, sizeof kSentence - 1));
+    TellOfLittleMemory();
   } catch (const std::exception& error) {
     stream.Complaint(error.what());
   }

@@ -199,18 +199,30 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
     runs_.emplace(runs, beside_.after);
     return;
   }
+  double rate = std::min(leadingRate, kEveryPlace);
   const bool areRuns = !runs.empty() && leadingRate < kWorthwhileLead;
   if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
   } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
     rarer_.emplace(WithoutCommonEnds(required));
   }
-  if (leadingRate < (required_ ? kRareLead : kWorthwhileLead))
+  if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
     leading_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
+  } else {
+    rate = kEveryPlace;
+  }
+  if (required_) rate = std::min(rate, RateInClusters(ChooseProbes(required)));
+  cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
   if (!leading_ || required_ || !areRuns) return;
+  cost_ = 0;
   runs_.emplace(runs, beside_.after);
   const std::vector<Run> row = WithNeighbours(runs, beside_);
   if (IsRareAsAWhole(row, leadingRate)) filter_ = RunFilter::For(row);
+}
+
+void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
+                                  CompileBudget& budget) {
+  listLead_ = ListLead::For(tree, options, cost_, budget);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
@@ -243,6 +255,7 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
     return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
   }
   if (list_) return LookForListed(place, end, match);
+  if (listLead_) return listLead_->MayStandIn(place, end) ? Answer::kUnknown : Answer::kNoMatch;
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
@@ -354,6 +367,7 @@ MatchLocator::MatchLocator(const LocatorProgram& program)
       credit_(kFirstCredit, kMaxCredit),
       creditPerByte_(kCreditPerByte) {
   if (program.list_) places_ = std::make_unique<WordPlaces>(*program.list_);
+  if (program.listLead_) listLead_ = std::make_unique<ListLeadSearch>(*program.listLead_);
 }
 
 void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most) {
@@ -371,6 +385,7 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   required_ = nullptr;
   if (line_ != nullptr) line_->Forget();
   if (places_ != nullptr) places_->Forget();
+  if (listLead_ != nullptr) listLead_->Begin(length);
   if (classRuns_ != nullptr) classRuns_->Reset();
   givesUpNextAt_ = nullptr;
   listCredit_ = kFirstCredit + kCreditPerByte * bytes;
@@ -399,6 +414,10 @@ bool MatchLocator::FindFrom(Search& search) {
   if (program_.NeedsNoAutomata() && !search.refusesLineEnd) return FindAlone(search);
   if (places_ != nullptr) {
     const Step step = FindListed(search);
+    if (step != Step::kGoOn) return step == Step::kFound;
+  }
+  if (listLead_ != nullptr) {
+    const Step step = FindAroundList(search);
     if (step != Step::kGoOn) return step == Step::kFound;
   }
   for (;;) {
@@ -547,6 +566,25 @@ MatchLocator::Step MatchLocator::FindListed(Search& search) {
     return Step::kFound;
   }
   search.place = place;
+  return Step::kGoOn;
+}
+
+/// The same where the words are part of the pattern.
+MatchLocator::Step MatchLocator::FindAroundList(Search& search) {
+  ListLeadSearch::Request request = {.place = search.place,
+                                     .begin = search.begin,
+                                     .end = search.end,
+                                     .refusesLineEnd = search.refusesLineEnd};
+  switch (listLead_->Find(request)) {
+    case ListLeadSearch::Answer::kMatch:
+      search.match = {request.matchStart, request.matchEnd};
+      return Step::kFound;
+    case ListLeadSearch::Answer::kNoMatch:
+      return Step::kNotFound;
+    case ListLeadSearch::Answer::kUnknown:
+      break;
+  }
+  search.place = request.place;
   return Step::kGoOn;
 }
 

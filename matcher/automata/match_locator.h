@@ -1,11 +1,13 @@
 // Finds where the leftmost match lies, and of those the longest, in time that grows with the bytes looked
 // at and no faster, on texts and lines of any length.
 //
-// One of six leads tells at which places a match can start:
+// One of seven leads tells at which places a match can start:
 //
 //   string          The pattern is nothing but one string of sets: where it stands is the answer.
 //   class           The pattern is nothing but a run of bytes of one set: the bits of these are the answer.
 //   words           The pattern is a list of words (words/word_scan.h): where one stands is the answer.
+//   words in it     A list of words is part of the pattern (list_lead.h): where one stands, what stands before
+//                   the list and after it is looked at.
 //   leading bytes   The bytes that can stand at the first offsets of a match are rare enough: the
 //                   places where they do are searched for (place_scan.h). If every match holds a much
 //                   rarer string, lines without it are passed over.
@@ -34,6 +36,7 @@
 #include "matcher/automata/backward_automaton.h"
 #include "matcher/automata/forward_automaton.h"
 #include "matcher/automata/line_search.h"
+#include "matcher/automata/list_lead.h"
 #include "matcher/automata/position_graph.h"
 #include "matcher/automata/search_credit.h"
 #include "matcher/runs/class_run.h"
@@ -51,6 +54,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace trovex {
@@ -72,6 +76,10 @@ class LocatorProgram {
   /// so long that looking at them could take the square of a text; null: there is none.
   LocatorProgram(WordScan scan, bool words, const CharSet& wordBytes,
                  std::unique_ptr<const PositionGraph> graph);
+
+  /// Has a list of words in `tree`, which the graph was made of with `options`, lead where that is expected to be
+  /// faster than what leads now. The work is charged to `budget`.
+  void ConsiderList(const SyntaxTree& tree, const GraphOptions& options, CompileBudget& budget);
 
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
@@ -137,6 +145,9 @@ class LocatorProgram {
   std::ptrdiff_t shortest_ = 0;       // no match has fewer bytes
   std::optional<WordScan> list_;      // set if that lead is followed
   bool canDoWithoutList_ = true;
+  std::optional<ListLead>
+      listLead_;     // set if that lead is followed, for as long as its credit lasts
+  double cost_ = 0;  // of what else leads, in nanoseconds a byte; 0: it is fast enough
 };
 
 class MatchLocator {
@@ -194,6 +205,17 @@ class MatchLocator {
     return IsReadyFor(place, begin, end) ? TakeReady() : nullptr;
   }
 
+  /// All of these, in order, that searches find of which each begins, with the text, where the match before ends; none:
+  /// the search goes on by itself. Valid until it does.
+  std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end) {
+    if (nextReady_ == readyCount_ || !IsReadyFor(place, place, end)) return {};
+    const std::size_t first = nextReady_++;
+    readyFrom_ = ready_[first].end;
+    while (nextReady_ < readyCount_ && IsReadyFor(readyFrom_, readyFrom_, end))
+      readyFrom_ = ready_[nextReady_++].end;
+    return {&ready_[first], nextReady_ - first};
+  }
+
   /// Drops what is ready and begins before `place`.
   void SkipReady(const unsigned char* place) {
     while (nextReady_ < readyCount_ && ready_[nextReady_].start < place)
@@ -237,6 +259,7 @@ class MatchLocator {
   std::size_t FindRuns(const Search& search, std::size_t most);
   std::size_t FindOneByOne(const Search& search, std::size_t most);
   Step FindListed(Search& search);
+  Step FindAroundList(Search& search);
   Step FindByAutomata(Search& search);
   bool FindStart(Search& search, const Byte* from);
   Step FindOnLines(Search& search);
@@ -262,6 +285,7 @@ class MatchLocator {
   std::optional<BackwardAutomaton> backward_;
   std::unique_ptr<LineSearch> line_;
   std::unique_ptr<WordPlaces> places_;
+  std::unique_ptr<ListLeadSearch> listLead_;
   std::unique_ptr<ClassRun::Cursor> classRuns_;
   bool linesAreTooCostly_ = false;
   bool tryPlaces_ = false;   // the automaton starts at one place at a time

@@ -294,11 +294,14 @@ void GraphMaker::Reach(std::uint32_t state, Neighbours neighbours) {
 
 /// The start is the latest node.
 void GraphMaker::DemandWords() {
-  for (PositionEdge& edge : graph_->next.Latest())
-    edge.neighbours &= kNoLetterBefore;
+  if (options_.wordsAtStart) {
+    for (PositionEdge& edge : graph_->next.Latest())
+      edge.neighbours &= kNoLetterBefore;
+    graph_->ends[graph_->Start()] &= kNoLetterBefore;
+  }
+  if (!options_.wordsAtEnd) return;
   for (Neighbours& end : graph_->ends)
     end &= kNoLetterAfter;
-  graph_->ends[graph_->Start()] &= kNoLetterBefore;
 }
 
 void GraphMaker::AddPrevious() {

@@ -100,8 +100,10 @@ struct PositionGraph {
 
 /// What decides the graph beside the pattern.
 struct GraphOptions {
-  /// Matches must be whole words.
+  /// Matches must be whole words. What is only a part of a pattern need not begin one, or end one.
   bool words = false;
+  bool wordsAtStart = true;
+  bool wordsAtEnd = true;
   /// The bytes that words are made of; no newline.
   CharSet wordBytes;
   /// Beyond so many positions or edges there is no graph.

@@ -254,6 +254,7 @@ class WordScanMaker {
         best = std::move(groups);
       }
     }
+    scan_.cost_ = bestCost;
     return best;
   }
 

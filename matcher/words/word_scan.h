@@ -55,6 +55,8 @@ class WordScan {
   Neighbours Starts() const { return starts_; }
   Neighbours Stops() const { return stops_; }
   std::size_t Longest() const { return longest_; }
+  /// How many nanoseconds a byte of a text is expected to take.
+  double CostOfByte() const { return cost_; }
 
   /// Sets, of the `size` places from `from` on in a text that ends at `textEnd`, the bits of those at which a
   /// word may start; there may be fewer bytes. `size` is a multiple of kWholeWindows, kLargestWordStretch at most, `hits` has room for it
@@ -151,6 +153,7 @@ class WordScan {
   Neighbours starts_;
   Neighbours stops_;
   std::size_t longest_ = 0;
+  double cost_ = 0;
 };
 
 /// The scan for the words of `tree`, which must be whole words if `words` says so; nothing where it is no
@@ -173,16 +176,23 @@ class WordPlaces {
 
   /// The first place from `from` on, in a text that ends at `textEnd`, at which a word may stand; null where
   /// there is none. The text must not have changed since Forget().
-  const Byte* Next(const Byte* from, const Byte* textEnd) {
-    while (from < textEnd) {
+  const Byte* Next(const Byte* from, const Byte* textEnd) { return Next(from, textEnd, textEnd); }
+
+  /// The same for places before `limit` alone.
+  const Byte* Next(const Byte* from, const Byte* limit, const Byte* textEnd) {
+    while (from < limit) {
       if (!Covers(from, textEnd)) Scan(from, textEnd);
       const auto offset = static_cast<std::size_t>(from - begin_);
       std::size_t word = offset / 64;
       std::uint64_t bits = marks_[word] & ~std::uint64_t{0} << (offset % 64);
       while (bits == 0 && ++word < size_ / 64)
         bits = marks_[word];
-      if (bits != 0) return begin_ + (word * 64 + static_cast<std::size_t>(std::countr_zero(bits)));
-      if (static_cast<std::size_t>(textEnd - begin_) <= size_) return nullptr;
+      if (bits != 0) {
+        const Byte* const place =
+            begin_ + (word * 64 + static_cast<std::size_t>(std::countr_zero(bits)));
+        return place < limit ? place : nullptr;
+      }
+      if (static_cast<std::size_t>(limit - begin_) <= size_) return nullptr;
       from = begin_ + size_;
     }
     return nullptr;

@@ -99,6 +99,8 @@ TEST_F(Documents, BashCompletesOptionsAndTheirArguments) {
   EXPECT_EQ(complete("trovex -t mark", 2), "markdown\n");
   EXPECT_EQ(complete("trovex -E utf-16", 2), "utf-16\nutf-16le\nutf-16be\n");
   EXPECT_EQ(complete("trovex x na", 2), "name of file\n");
+  EXPECT_EQ(complete("trovex -f na", 2), "name of file\n");
+  EXPECT_EQ(complete("trovex --file = na", 3), "name of file\n");
   EXPECT_EQ(complete("trovex --tag x", 2), "\n");
 }
 

@@ -66,6 +66,25 @@ TEST(CompileExpressions, AFaultTellsWhatIsMeant) {
   EXPECT_FALSE(fault->advice.empty());
 }
 
+TEST(CompileExpressions, AFaultOfALiteralExpressionIsShownAsItWasTyped) {
+  Options options;
+  options.literal = true;
+  const std::string typed = "1.5 \\& a.b & (Hof";
+  auto compiled = CompileExpressions({typed}, {}, options);
+  const auto* fault = std::get_if<ExpressionFault>(&compiled);
+  ASSERT_NE(fault, nullptr);
+  EXPECT_EQ(fault->expression, typed);
+  EXPECT_EQ(fault->begin, typed.find('('));
+  EXPECT_EQ(fault->end, typed.find('(') + 1);
+}
+
+TEST(CompileExpressions, ARepetitionThatIsTooLargeIsNoList) {
+  auto compiled = CompileExpressions({"a{40000}"}, {}, Options{});
+  const auto* fault = std::get_if<ExpressionFault>(&compiled);
+  ASSERT_NE(fault, nullptr);
+  EXPECT_EQ(fault->advice, "The numbers of a repetition go up to 32767.");
+}
+
 TEST(MarkedExpression, MarksCharactersNotBytes) {
   EXPECT_EQ(MarkedExpression("Tür & (a", 7, 8, 80), "    Tür & (a\n          ^\n");
   EXPECT_EQ(MarkedExpression("a &", 3, 3, 80), "    a &\n       ^\n");
@@ -75,7 +94,7 @@ TEST(MarkedExpression, MarksCharactersNotBytes) {
 TEST(MarkedExpression, FitsAnyWidth) {
   const std::string expression(500, 'x');
   for (std::size_t place = 0; place <= 500; place += 50) {
-    for (const std::size_t columns : {40U, 80U, 132U}) {
+    for (const std::size_t columns : {16U, 20U, 40U, 80U, 132U}) {
       const std::string marked = MarkedExpression(expression, place, place, columns);
       const std::size_t first = marked.find('\n');
       EXPECT_LE(first, columns);

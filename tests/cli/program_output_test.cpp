@@ -162,6 +162,11 @@ TEST_F(Output, ProgressIsShownOnATerminalAndTakenAway) {
   EXPECT_TRUE(seen.ends_with("\r\033[K"));
 }
 
+TEST_F(Output, ProgressDoesNotDrawOverWhoeverReadsTheResults) {
+  ASSERT_EQ(mkfifo(Path("slow").c_str(), 0600), 0);
+  EXPECT_EQ(ShellOnTerminal("(sleep 1.2; echo x) > slow & $TROVEX -c x slow | cat"), "slow:1\r\n");
+}
+
 TEST_F(Output, JsonIsOneObjectAMatch) {
   Write("t", "a\nxay \"a\"\n");
   const auto matches = JsonLines(Run({"--json", "a", "t"}).out);
@@ -203,6 +208,16 @@ TEST_F(Output, JsonSurvivesAnyFileName) {
   EXPECT_EQ(matches[0]["file_base64"], "bmH/bWU=");
 }
 
+TEST_F(Output, JsonHoldsNothingThatATerminalObeys) {
+  const std::string line = "a \u009B31m \u202E x \u2013 \u00E9 \u2028 \x1B[2J \x7F";
+  const RunResult run = Run({"--json", "x"}, line);
+  for (const char* obeyed : {"\u009B", "\u202E", "\x1B", "\x7F"})
+    EXPECT_EQ(run.out.find(obeyed), std::string::npos) << obeyed;
+  const auto matches = JsonLines(run.out);
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches[0]["line_text"], line);
+}
+
 TEST_F(Output, QuietSaysNothing) {
   const RunResult found = Run({"-q", "a"}, "a");
   EXPECT_EQ(found.status, 0);
@@ -219,6 +234,40 @@ TEST_F(Output, StatsGoToStandardError) {
                          "0 binary files skipped\n8 bytes searched\n"),
             0U);
   EXPECT_NE(run.err.find(" seconds\n"), std::string::npos);
+}
+
+TEST_F(Output, StatsTellWhatIsShown) {
+  Write("a", "x x\nx\ny\n\nx\n");
+  Write("large", Times(100000, "x x\nnichts\n"));
+  const auto begin = [](const RunResult& run) { return run.err.substr(0, run.err.find(" file")); };
+  EXPECT_EQ(begin(Run({"--stats", "-m1", "x", "a"})), "2 matches\n1 matching line\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m1", "-c", "x", "a"})), "2 matches\n1 matching line\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m2", "-v", "x", "a"})), "2 matches\n2 matching lines\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-v", "x", "a"})), "2 matches\n2 matching lines\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m2", "-S", "paragraph", "!y", "a"})),
+            "1 match\n0 matching lines\n1");
+  EXPECT_EQ(begin(Run({"--stats", "-m", "70000", "-j4", "x", "large"})),
+            "140000 matches\n70000 matching lines\n1");
+  const std::string json = Run({"--json", "-m1", "x", "a"}).out;
+  const Json summary = Json::parse(json.substr(json.find("{\"type\":\"summary\"")));
+  EXPECT_EQ(summary["matches"], 2);
+  EXPECT_EQ(summary["matching_lines"], 1);
+}
+
+TEST_F(Output, StatsCountTheMatchesOfABinaryFileThatIsNamed) {
+  Write("binary", std::string_view("x x\0x\nx\n", 8));
+  const RunResult run = Run({"--stats", "x", "binary"});
+  EXPECT_EQ(run.out, "Binary file binary matches\n");
+  EXPECT_EQ(run.err.find("4 matches\n2 matching lines\n1 file with matches\n"), 0U) << run.err;
+}
+
+TEST_F(Output, FilesWithoutAMatchAreFoundWhereTheyAreAskedFor) {
+  Write("a", "x\n");
+  Write("b", "y\n");
+  EXPECT_EQ(Run({"-L", "x", "a", "b"}).out, "b\n");
+  EXPECT_EQ(Run({"-L", "x", "a", "b"}).status, 0);
+  EXPECT_EQ(Run({"-L", "x", "b"}).status, 0);
+  EXPECT_EQ(Run({"-L", "x", "a"}).status, 1);
 }
 
 TEST_F(Output, AReaderThatStopsEndsTheProgramQuietly) {

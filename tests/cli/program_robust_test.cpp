@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
+#include <map>
 #include <string>
 
 namespace trovex::testing {
@@ -92,6 +93,15 @@ TEST_F(Robust, AnInterruptedSearchTakesItsTracesFromTheTerminal) {
   EXPECT_GT(seen.rfind(drawn), seen.rfind(" files, ")) << seen;
 }
 
+TEST_F(Robust, AnInterruptedSearchLeavesNeitherColorNorLink) {
+  ASSERT_EQ(mkfifo(Path("silent").c_str(), 0600), 0);
+  Write("a", "x\n");
+  const std::string seen = ShellOnTerminal(
+      "exec 3<> silent; $TROVEX --sort none --hyperlink always x a silent", "1", "\x03");
+  EXPECT_TRUE(seen.ends_with("\033]8;;\033\\\033[0m")) << seen;
+  EXPECT_EQ(ShellOnTerminal("$TROVEX -q x a"), "");
+}
+
 TEST_F(Robust, AnInterruptionEndsAllThreadsOfALargeFile) {
   WriteSome();
   ASSERT_EQ(mkfifo(Path("end").c_str(), 0600), 0);
@@ -136,6 +146,17 @@ TEST_F(Robust, AFileThatShrinksIsSearchedAsFarAsItGoes) {
   EXPECT_EQ(run.err, "");
 }
 
+TEST_F(Robust, TheOutputIsNotSearched) {
+  WriteSome();
+  const RunResult below = Shell("timeout 20 $TROVEX -I -j1 Wort . > zzz; wc -l < zzz");
+  EXPECT_EQ(below.out, "100780\n");
+  EXPECT_EQ(below.err, "");
+  const RunResult named = Shell("timeout 20 $TROVEX -I -j1 Wort large zzz >> zzz");
+  EXPECT_EQ(named.status, 2);
+  EXPECT_EQ(named.err, "trovex: zzz: this file is also the output\n");
+  EXPECT_EQ(Shell("wc -l < zzz").out, "200780\n");
+}
+
 TEST_F(Robust, PathsBeyondTheLimitAreTold) {
   const RunResult run = Run({"x", std::string(5000, 'x')});
   EXPECT_EQ(run.status, 2);
@@ -155,6 +176,44 @@ TEST_F(Robust, LittleMemoryIsTroubleAndNeverNotFound) {
   EXPECT_EQ(whole.err, "trovex: huge: there is not enough memory to search this file\n");
   EXPECT_EQ(Shell("ulimit -v 30000; timeout 100 $TROVEX -S line -c 'Zeile & Wort' huge").out,
             "huge:1000000\n");
+}
+
+TEST_F(Robust, LittleMemoryForManyThreadsEndsInAnAnswerOrInTrouble) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "a sanitizer needs more than all of it";
+  WriteSome();
+  Write("huge", Times(1000000, "eine Zeile mit einem Wort darin\n"));
+  std::map<std::string, std::string> answers;
+  for (int limit = 16000; limit <= 46000; limit += 3000) {
+    for (const char* arguments : {"-c Wort", "-n -C 1 'Wort darin'"}) {
+      const RunResult run =
+          Shell("ulimit -v " + std::to_string(limit) + "; timeout 60 $TROVEX -j8 " + arguments +
+                " many huge > found; status=$?; "
+                "[ $status = 2 ] || cksum < found; exit $status");
+      EXPECT_TRUE(run.status == 0 || run.status == 2) << limit << arguments << run.status;
+      const bool told = run.err.find("there is not enough memory") != std::string::npos;
+      EXPECT_EQ(told, run.status == 2) << limit << arguments << run.err;
+      EXPECT_LT(std::count(run.err.begin(), run.err.end(), '\n'), 50);
+      if (run.status == 0) {
+        EXPECT_EQ(answers.emplace(arguments, run.out).first->second, run.out);
+      }
+    }
+  }
+}
+
+TEST_F(Robust, WhereASearchGivesUpIsToldAndNeverTakenForNotFound) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "giving up takes a minute there";
+  Write("a", "ok\n" + Times(3000, "ab") + "x" + Times(3000, "ab") + "\nok\n");
+  const std::string expression = R"((.*)(.*)x\2\1)";
+  const std::string told =
+      "trovex: a, line 2: the search gave up here, so it is not known whether this is found\n";
+  const RunResult without = Run({"-L", expression, "a"});
+  EXPECT_EQ(without.status, 2);
+  EXPECT_EQ(without.out, "");
+  EXPECT_EQ(without.err, told);
+  const RunResult beside = Run({expression + "|ok", "a"});
+  EXPECT_EQ(beside.status, 2);
+  EXPECT_EQ(beside.out, "a:1:ok\na:3:ok\n");
+  EXPECT_EQ(beside.err, told);
 }
 
 TEST_F(Robust, NothingThatATerminalObeysReachesIt) {

@@ -43,6 +43,10 @@ TEST_F(Search, AFaultIsShownBelowItsExpression) {
 TEST_F(Search, EmptyExpressionsAreFaults) {
   for (const char* expression : {"", "  ", "()", "!", "a &", "& a"})
     EXPECT_EQ(Run({expression}, "a").status, 2) << expression;
+  EXPECT_EQ(
+      Run({""}, "a").err,
+      "trovex: The search expression contains an empty subexpression. Type something there, or "
+      "leave the operator out.\n");
 }
 
 TEST_F(Search, StandardInputIsSearchedWithoutAName) {

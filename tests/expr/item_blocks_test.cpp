@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <thread>
 #include <utility>
@@ -146,6 +147,54 @@ TEST_F(ItemBlocks, OfResultsThatAreMadeSideBySideAreApart) {
   ASSERT_NO_FATAL_FAILURE(ExpectItems(second, kSeveralBlocks));
 }
 
+TEST_F(ItemBlocks, HoldManyItemsAsIfTheyWereMadeOneByOne) {
+  const std::vector<unsigned char> text(3 * kSeveralBlocks);
+  std::vector<LocatedRange> matches;
+  for (int i = 0; i < kSeveralBlocks; ++i)
+    matches.push_back({text.data() + i, text.data() + i + 2});
+  for (const std::size_t atOnce : {0U, 1U, 7U, 32U, 500U}) {
+    CFoundItemArray array;
+    {
+      ItemMaker maker;
+      for (std::size_t done = 0; done < matches.size(); done += atOnce + 1) {
+        const std::size_t count = std::min(atOnce, matches.size() - done - 1);
+        maker.Append(array, std::span(matches).subspan(done, count), text.data(), 1);
+        const auto place = static_cast<int>(done + count);
+        maker.Append(array, place, place + 2, 1);
+      }
+    }
+    ASSERT_EQ(array.GetSize(), kSeveralBlocks);
+    for (int i = 0; i < kSeveralBlocks; ++i) {
+      ASSERT_EQ(array.GetAt(i)->GetStartPos(), i);
+      ASSERT_EQ(array.GetAt(i)->GetEndPos(), i + 2);
+      ASSERT_EQ(array.GetAt(i)->TagMatched(), 1);
+    }
+  }
+}
+
+TEST_F(ItemBlocks, AreGivenBackWhereItemsOfSeveralBlocksAndOthersTakeTurns) {
+  constexpr int kCount = 5 * kSeveralBlocks;
+  MakeItems(kCount);
+  const std::size_t blocks = StockedItemBlocks();
+  for (std::uint32_t seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    FreeStockedItemBlocks();
+    Dice dice(seed);
+    ItemList items = TakeItems(*MakeItems(kCount));
+    for (int i = 0; i < kSeveralBlocks; ++i)
+      items.push_back(std::make_unique<LiveItem>(i, i + 1, 0));
+    for (int i = 0; i < kSeveralBlocks; ++i)
+      items.push_back(nullptr);
+    Shuffle(items, dice);
+    CFoundItemArray array;
+    for (std::unique_ptr<CFoundItem>& item : items)
+      array.Add(item.release());
+    array.DeleteItems();
+    ASSERT_EQ(StockedItemBlocks(), blocks);
+    ASSERT_EQ(LiveItem::Alive(), 0);
+  }
+}
+
 TEST_F(ItemBlocks, ShareAnArrayWithItemsOfOtherKinds) {
   CFoundItemArray array;
   {
@@ -227,6 +276,47 @@ TEST_F(ItemBlocks, AreStockedInBoundedNumber) {
   EXPECT_EQ(StockedItemBlocks(), kMaxStockedItemBlocks);
   FreeStockedItemBlocks();
   EXPECT_EQ(StockedItemBlocks(), 0U);
+}
+
+TEST(Results, AreEmptyAndNotNegativeWhateverTheOneBeforeWas) {
+  for (int round = 0; round < 3; ++round) {
+    const auto result = MakeResult();
+    EXPECT_EQ(Describe(*result), "negative 0:");
+    ItemMaker().Append(*result, 3, 5, 1);
+    result->Negate();
+  }
+}
+
+TEST(Results, AreArraysOfTheirOwnInWhateverOrderTheyGo) {
+  for (std::uint32_t seed = 1; seed <= 200; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    Dice dice(seed);
+    std::vector<std::pair<int, std::unique_ptr<CFoundItemArray>>> results;
+    for (int made = 0; made < 20;) {
+      if (results.empty() || dice.Between(0, 1) == 0) {
+        results.emplace_back(made, MakeResult());
+        ItemMaker().Append(*results.back().second, made, made + 1, 0);
+        ++made;
+      } else {
+        const auto last = static_cast<int>(results.size()) - 1;
+        results.erase(results.begin() + dice.Between(0, last));
+      }
+      for (const auto& [number, result] : results) {
+        ASSERT_EQ(result->GetSize(), 1);
+        ASSERT_EQ(result->GetAt(0)->GetStartPos(), number);
+      }
+    }
+  }
+}
+
+TEST(Results, TakeTheDeletionByAnotherThread) {
+  for (int round = 0; round < 3; ++round) {
+    auto first = MakeResult();
+    auto second = MakeResult();
+    std::thread([&first] { first.reset(); }).join();
+    const auto third = MakeResult();
+    EXPECT_NE(third.get(), second.get());
+  }
 }
 
 // The sanitizers have an allocator of their own, which does not count like this.

@@ -4,6 +4,7 @@
 #include "tests/dice.h"
 #include "tests/expr/tree_model.h"
 
+#include <trovex/functions.h>
 #include <trovex/search_tree.h>
 
 #include <gtest/gtest.h>
@@ -326,6 +327,25 @@ class TreePair {
   std::unique_ptr<CSearchTreeItem> root_;
   std::unique_ptr<ModelNode> model_;
 };
+
+TEST(Operators, AMatchWhoseGroupTookNoPartIsNoneWhereTheGroupIsAskedFor) {
+  CSearchTreeItem* root = nullptr;
+  int tags = 0;
+  const char* const expression =
+      "Datei & !(Haus)|Hund|Katze|Maus|Vogel|Fisch|Baum|Blume|Wald|Wiese";
+  ASSERT_STREQ(GetSearchTree(expression, 1, 0, 0, 1, root, &tags), nullptr);
+  const std::unique_ptr<CSearchTreeItem> tree(root);
+  const auto found = [&tree](const std::string& text, int tagNr) {
+    const std::unique_ptr<CFoundItemArray> items(
+        tree->Search(text.c_str(), static_cast<int>(text.size()), tagNr));
+    return items == nullptr ? "null" : Describe(*items);
+  };
+  for (const std::string& rest : {std::string(), std::string(300, '-')}) {
+    EXPECT_EQ(found("Datei Hund" + rest, 1), "negative 0: [0,5)0");
+    EXPECT_EQ(found("Datei Hund" + rest, 0), "negative 0:");
+    EXPECT_EQ(found("Datei Haus" + rest, 1), "negative 0:");
+  }
+}
 
 TEST_F(OperatorTest, RandomTreesAgreeWithTheModel) {
   int nonEmpty = 0;

@@ -210,7 +210,7 @@ TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
   int items = 0;
   for (const char* const pattern :
        {"a", "ab", "[ab]-", "[ab]+", "a[ab]*-", "a.{0,3}b", "[a-c]+ab", "b|aa", "^a", "a$", "-*",
-        "([ab])\\1", "([ab][ab])\\1", "([ab]+)\\1"}) {
+        "([ab])\\1", "([ab][ab])\\1", "([ab]+)\\1", "a\\w", "[ab]\\w[^b]"}) {
     for (const bool words : {false, true}) {
       const unsigned long mode = kSearchModeRegularExpression | kSearchCaseSensitive;
       ASSERT_EQ(Build(pattern, 0, mode | (words ? kSearchMatchWords : 0UL)), nullptr);
@@ -218,7 +218,7 @@ TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
         SCOPED_TRACE(std::string(pattern) + " seed " + std::to_string(seed));
         Dice dice(seed);
         // The next text stands where the last one stood.
-        HeapText text(dice.Bytes(dice.OneIn(2) ? "ab-" : "aab--\n", 1'200) + kBlanks);
+        HeapText text(dice.Bytes(dice.OneOf({"ab-", "aab--\n", "ab__\n\n"}), 1'200) + kBlanks);
         const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), text.Length(), 0));
         ASSERT_NE(found, nullptr);
         ASSERT_EQ(Compile(pattern, 0, words ? 1 : 0), nullptr);
@@ -228,6 +228,50 @@ TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
     }
   }
   EXPECT_GT(items, 50'000);
+}
+
+TEST_F(LeafTest, OfMatchesThatWereFoundTogetherEachStandsOnALineThatMayHoldOne) {
+  // An underscore is no letter where lines are chosen that may hold a match, and is one in a match.
+  ASSERT_EQ(Build("x\\w", 0, kSearchModeRegularExpression), nullptr);
+  EXPECT_EQ(Found("xa xb\nx_\nxc x_\n" + std::string(300, '-'), 0),
+            "negative 0: [0,2)0 [3,5)0 [9,11)0");
+}
+
+TEST_F(LeafTest, WhatAnEarlierSearchHadLeftIsNotFound) {
+  ASSERT_EQ(Build("[A-Z]([a-z])|[0-9]", 1, kSearchModeRegularExpression | kSearchCaseSensitive),
+            nullptr);
+  const std::string rest(300, '-');
+  HeapText text("Aa Bb Cc 1 Dd xEe Ff " + rest);
+  // The group took no part in "1": there it ends, when the next matches are known.
+  std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), text.Length(), 1));
+  EXPECT_EQ(Describe(*found), "negative 0: [1,2)1 [4,5)1 [7,8)1");
+  const std::string later = "-- -- -- 1 -- -Gg Hh ";
+  std::copy(later.begin(), later.end(), text.Data());
+  // From now on, the matches of the leaf are whole words.
+  ASSERT_EQ(Compile("x", 0, 1), nullptr);
+  found.reset(leaf_.Search(text.Data(), text.Length(), 0));
+  EXPECT_EQ(Describe(*found), "negative 0: [9,10)0 [15,17)0 [18,20)0");
+}
+
+TEST_F(LeafTest, ShortTextsMayHoldMoreThanALookTells) {
+  for (const char* const pattern :
+       {"ab", "[ab]+", "a|bb", "^a", "a$", "\\<a", "a*", "a.b", "(a)b"}) {
+    for (const bool words : {false, true}) {
+      const unsigned long mode = kSearchModeRegularExpression | kSearchCaseSensitive;
+      ASSERT_EQ(Build(pattern, 0, mode | (words ? kSearchMatchWords : 0UL)), nullptr);
+      for (std::uint32_t seed = 1; seed <= 200; ++seed) {
+        SCOPED_TRACE(std::string(pattern) + " seed " + std::to_string(seed));
+        Dice dice(seed);
+        // Up to and beyond the size of a text that is looked at.
+        const int length = dice.OneIn(4) ? dice.Between(250, 262) : dice.Between(0, 20);
+        const HeapText text(dice.Bytes(dice.OneIn(2) ? "ab -" : "aab--\n", length));
+        const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), text.Length(), 0));
+        ASSERT_NE(found, nullptr);
+        ASSERT_EQ(Compile(pattern, 0, words ? 1 : 0), nullptr);
+        ASSERT_EQ(Describe(*found), FoundOneByOne(text));
+      }
+    }
+  }
 }
 
 TEST_F(LeafTest, OfManyMatchesEachIsMarkedAndOfAGroupEachHasItsRange) {

@@ -48,7 +48,7 @@ inline std::optional<char32_t> SequenceOf(std::string_view text, std::size_t len
 
 struct Composition {
   char base;
-  char32_t mark;
+  char16_t mark;
   unsigned char composed;
 };
 

@@ -68,9 +68,7 @@ std::string BashCases() {
     if (!values.empty()) {
       cases += "      COMPREPLY=($(compgen -W '" + values + "' -- \"$current\"))\n";
     } else if (entry.kind == ArgumentKind::kFile) {
-      cases +=
-          "      compopt -o filenames 2>/dev/null\n"
-          "      COMPREPLY=($(compgen -f -- \"$current\"))\n";
+      cases += "      _trovex_files\n";
     }
     cases += "      return\n      ;;\n";
   }
@@ -153,7 +151,7 @@ complete -F _trovex trovex
 
 std::string ZshCompletion() {
   return "#compdef trovex\n# Completion of trovex for zsh.\n\n_arguments -s -S : \\\n" +
-         ZshSpecs() + "  '1:expression: ' \\\n  '*:file:_files'\n";
+         ZshSpecs() + "  '*:file:_files'\n";
 }
 
 std::string FishCompletion() {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <utility>
@@ -157,7 +158,7 @@ class Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
-  bool IsOpen() const { return handle_ != reinterpret_cast<iconv_t>(-1); }
+  bool IsOpen() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
 
   /// Appends what `in` is and takes it away, up to what cannot be converted. Returns 0, or the error:
   /// EILSEQ for what is no character, EINVAL for one that is cut off.

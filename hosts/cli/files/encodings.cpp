@@ -5,6 +5,7 @@
 #include <iconv.h>
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <iterator>
 
 namespace trovex::cli {
@@ -22,8 +23,8 @@ std::string Simplified(std::string_view name) {
 }
 
 bool IconvKnows(const std::string& name) {
-  const iconv_t converter = iconv_open("UTF-8", name.c_str());
-  if (converter == reinterpret_cast<iconv_t>(-1)) return false;
+  iconv_t converter = iconv_open("UTF-8", name.c_str());
+  if (reinterpret_cast<std::intptr_t>(converter) == -1) return false;
   iconv_close(converter);
   return true;
 }

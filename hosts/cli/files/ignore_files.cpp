@@ -70,7 +70,7 @@ std::string JoinPath(std::string_view folder, std::string_view path) {
 /// The folder in which Git keeps what it knows of the repository at `folder`. Of a second working tree
 /// .git is a file that names another folder, and that one the common one.
 std::string GitFolder(const std::string& folder) {
-  const std::string git = folder + ".git";
+  std::string git = folder + ".git";
   constexpr std::string_view kKey = "gitdir:";
   const std::string content = ContentOf(git);
   if (!content.starts_with(kKey)) return git;

@@ -52,12 +52,11 @@ void IgnoreRules::Add(std::string_view line) {
 
 Judgement IgnoreRules::Judge(std::string_view path, bool isFolder) const {
   const std::string_view name = path.substr(path.rfind('/') + 1);
-  for (auto rule = rules_.rbegin(); rule != rules_.rend(); ++rule) {
-    if (rule->foldersOnly && !isFolder) continue;
-    if (!rule->glob.Fits(rule->wholePath ? path : name)) continue;
-    return rule->wanted ? Judgement::kWanted : Judgement::kIgnored;
-  }
-  return Judgement::kNone;
+  const auto last = std::find_if(rules_.rbegin(), rules_.rend(), [&](const Rule& rule) {
+    return (isFolder || !rule.foldersOnly) && rule.glob.Fits(rule.wholePath ? path : name);
+  });
+  if (last == rules_.rend()) return Judgement::kNone;
+  return last->wanted ? Judgement::kWanted : Judgement::kIgnored;
 }
 
 }  // namespace trovex::cli

@@ -21,8 +21,7 @@ namespace {
 std::atomic<bool> waitedInVain{false};
 
 bool IsRegularFile(int descriptor) {
-  struct stat status {};
-  return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  return RegularFileOf(descriptor).has_value();
 }
 
 }  // namespace
@@ -42,6 +41,12 @@ int OpenWaiting(const char* path, int flags) {
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
+}
+
+std::optional<FileIdentity> RegularFileOf(int descriptor) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return FileIdentity{status.st_dev, status.st_ino};
 }
 
 void Buffer::Reserve(std::size_t capacity) {
@@ -78,6 +83,10 @@ Input::Input(Input&& other) noexcept
 
 Input::~Input() {
   if (owned_) close(descriptor_);
+}
+
+bool Input::Is(const FileIdentity& file) const {
+  return RegularFileOf(descriptor_) == file;
 }
 
 std::uint64_t Input::Size() const {

@@ -7,10 +7,12 @@
 
 #include "hosts/cli/files/file_walk.h"
 
+#include <sys/types.h>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -43,6 +45,17 @@ struct SystemError {
   int number;
 };
 
+/// Which file it is, by whatever name.
+struct FileIdentity {
+  dev_t device;
+  ino_t number;
+
+  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
+/// The regular file behind a descriptor; nothing if it is none.
+std::optional<FileIdentity> RegularFileOf(int descriptor);
+
 /// Opens a file or folder, as open() does. Where no descriptor is left, waits for another thread to
 /// close one; if that is in vain for a second, nobody waits again.
 int OpenWaiting(const char* path, int flags);
@@ -64,6 +77,7 @@ class Input {
   bool IsRegular() const { return regular_; }
   /// Whether a read that gives less than what was asked for has come to the end.
   bool ReadsWhole() const { return readsWhole_; }
+  bool Is(const FileIdentity& file) const;
   /// The size that the file system tells.
   std::uint64_t Size() const;
 

@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::size_t kIndent = 4;
 constexpr std::string_view kCut = "...";
+/// What a mark and a character of two columns need beside what is cut.
+constexpr std::size_t kFewestColumns = 16;
 
 /// A character as it is shown.
 struct Cell {
@@ -61,7 +63,7 @@ std::pair<std::size_t, std::size_t> FittingCells(const std::vector<Cell>& cells,
 std::string MarkedExpression(std::string_view expression, std::size_t begin, std::size_t end,
                              std::size_t columns) {
   const std::vector<Cell> cells = CellsOf(expression, begin, end);
-  const std::size_t room = std::max<std::size_t>(columns, 24) - kIndent - 2 * kCut.size() - 1;
+  const std::size_t room = std::max(columns, kFewestColumns) - kIndent - 2 * kCut.size() - 1;
   const auto [from, to] = FittingCells(cells, room);
   std::string shown(kIndent, ' ');
   std::string marks(kIndent, ' ');

@@ -11,9 +11,18 @@ namespace trovex::cli {
 
 namespace {
 
+void AppendEscape(char32_t code, std::string& out) {
+  char number[8];
+  std::snprintf(number, sizeof number, "\\u%04X", static_cast<unsigned>(code));
+  out += number;
+}
+
+/// JSON may be read on a terminal, so what a terminal obeys is escaped, too; all of that begins with one of two
+/// bytes.
 void AppendString(std::string_view text, std::string& out) {
   out += '"';
-  for (const char c : text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
     if (c == '"' || c == '\\') {
       out += '\\';
       out += c;
@@ -22,9 +31,16 @@ void AppendString(std::string_view text, std::string& out) {
     } else if (c == '\t') {
       out += "\\t";
     } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      char number[8];
-      std::snprintf(number, sizeof number, "\\u%04X", static_cast<unsigned>(c));
-      out += number;
+      AppendEscape(static_cast<unsigned char>(c), out);
+    } else if (c == '\xC2' || c == '\xE2') {
+      const Utf8Character character = ReadUtf8(text.substr(i));
+      const auto length = static_cast<std::size_t>(character.length);
+      if (IsObeyedByTerminals(character.code)) {
+        AppendEscape(character.code, out);
+      } else {
+        out += text.substr(i, length);
+      }
+      i += length - 1;
     } else {
       out += c;
     }

@@ -419,7 +419,7 @@ void Printer::PrintFile(std::string_view name, const FileCounts& counts, std::st
   if (output_ == OutputMode::kCount) {
     std::int64_t count = counts.lines + counts.units;
     if (maxCount_ >= 0) count = std::min(count, maxCount_);
-    if (count == 0 && !includeZero_ && fileNames_) return;
+    if (count == 0 && (counts.incomplete || (!includeZero_ && fileNames_))) return;
     if (json_) {
       JsonObject(out).Text("type", "count").File(name).Number("count", count).End();
       return;
@@ -438,7 +438,7 @@ void Printer::PrintFile(std::string_view name, const FileCounts& counts, std::st
   }
   const bool wholeFile = ShowsContents() && scope_ == Scope::kFile && counts.units > 0;
   const bool listed = (output_ == OutputMode::kFiles && counts.Any()) ||
-                      (output_ == OutputMode::kFilesWithout && !counts.Any());
+                      (output_ == OutputMode::kFilesWithout && !counts.Any() && !counts.incomplete);
   if (json_) {
     if (listed) JsonObject(out).Text("type", "file").File(name).End();
   } else if (listed || wholeFile) {

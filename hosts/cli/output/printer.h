@@ -12,6 +12,7 @@
 #include "hosts/cli/output/visible_text.h"
 #include "hosts/cli/search/found.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -27,6 +28,8 @@ struct FileCounts {
   std::int64_t lines = 0;
   std::int64_t units = 0;  // those without a match
   std::int64_t bytes = 0;
+  /// A part was not searched to its end, so nobody knows whether the file has no more.
+  bool incomplete = false;
 
   bool Any() const { return lines > 0 || units > 0; }
 
@@ -35,6 +38,7 @@ struct FileCounts {
     lines += other.lines;
     units += other.units;
     bytes += other.bytes;
+    incomplete = incomplete || other.incomplete;
     return *this;
   }
 };
@@ -84,6 +88,10 @@ class Printer {
   /// Whether no further line is asked for.
   bool HasEnough(const PrintState& state) const {
     return maxCount_ >= 0 && state.shown >= maxCount_ && state.contextToCome == 0;
+  }
+  /// Forgets what comes after the last line that is asked for. With InOrder(), pieces come in order.
+  void KeepWanted(Found& found, const PrintState& state) const {
+    if (maxCount_ >= 0) found.KeepLines(std::max<std::int64_t>(0, maxCount_ - state.shown));
   }
   /// What stands above the output of a file.
   std::string Heading(std::string_view name) const;

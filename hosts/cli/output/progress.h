@@ -18,7 +18,7 @@ class Progress {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// Progress of work that begins at `start`, shown on `descriptor` if that is a terminal.
+  /// Progress of work that begins at `start`, shown on `descriptor` if that is a terminal; -1: nowhere.
   Progress(int descriptor, Clock::time_point start);
 
   /// So much more is done: files, and bytes of the files at hand. Shows it, if enough time has passed

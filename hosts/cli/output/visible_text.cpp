@@ -52,7 +52,7 @@ Utf8Character ReadCharacter(std::string_view text, const TextForm& form) {
 /// bytes from 0x80 on.
 bool IsObeyed(const Utf8Character& character, bool utf8) {
   if (!character.valid) return !utf8 && character.code < 0xA0;
-  return IsControl(character.code) || TurnsDirection(character.code);
+  return IsObeyedByTerminals(character.code);
 }
 
 std::size_t ColumnsOfCharacter(char32_t code) {
@@ -67,6 +67,10 @@ std::size_t ColumnsOfCharacter(char32_t code) {
 }
 
 }  // namespace
+
+bool IsObeyedByTerminals(char32_t code) {
+  return IsControl(code) || TurnsDirection(code);
+}
 
 void AppendText(std::string_view text, const TextForm& form, std::string& out) {
   const bool staysAsItIs = !form.utf8 || (!form.fromLatin1 && IsValidUtf8(text));

@@ -20,6 +20,9 @@ struct TextForm {
   bool visible = false;
 };
 
+/// Whether a terminal might obey the character: controls but the tab, and what turns the direction of the text.
+bool IsObeyedByTerminals(char32_t code);
+
 /// Appends `text` in this form.
 void AppendText(std::string_view text, const TextForm& form, std::string& out);
 

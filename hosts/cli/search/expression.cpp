@@ -73,8 +73,11 @@ std::string_view Advice(int number) {
 
 ExpressionFault WithRange(const Fault& fault, std::string expression, std::size_t begin,
                           std::size_t end) {
-  return {
-      fault.sentence, std::string(Advice(fault.number)), std::move(expression), begin, end, true};
+  const bool isRepetition = begin < expression.size() && expression[begin] == '{';
+  const std::string_view advice = fault.number == kExpressionTooLong && isRepetition
+                                      ? "The numbers of a repetition go up to 32767."
+                                      : Advice(fault.number);
+  return {fault.sentence, std::string(advice), std::move(expression), begin, end, true};
 }
 
 /// The fault of joined expressions and words as one of the part that is meant; `before` bytes stand before
@@ -99,6 +102,17 @@ ExpressionFault FaultOfPart(const Fault& fault, std::size_t before, const Joined
       WithRange(fault, words[index], isQuoted ? 0 : begin, isQuoted ? words[index].size() : end);
   result.word = index;
   return result;
+}
+
+/// Where what stands at `place` of the escaped expression was typed.
+std::size_t PlaceInTyped(std::string_view typed, std::size_t place) {
+  std::size_t begin = 0;
+  for (std::size_t end = typed.size(); begin < end;) {
+    const std::size_t middle = (begin + end + 1) / 2;
+    const bool isBefore = EscapePatternCharacters(typed.substr(0, middle)).size() <= place;
+    isBefore ? begin = middle : end = middle - 1;
+  }
+  return begin;
 }
 
 /// A literal phonetic word is found by its sound all the same.
@@ -160,11 +174,15 @@ std::variant<CompiledExpression, ExpressionFault> CompileExpressions(
   std::vector<int> tagCounts;
   const bool single = expressions.size() == 1 && words.empty();
   for (std::string& expression : expressions) {
-    if (IsEscaped(options)) expression = EscapePatternCharacters(expression);
+    const std::string typed = expression;
+    if (IsEscaped(options)) expression = EscapePatternCharacters(typed);
     // Each for itself, so that a fault of one does not look like that of another.
     auto compiled = Query::Compile(expression, how);
-    if (const auto* fault = std::get_if<Fault>(&compiled))
-      return WithRange(*fault, expression, fault->begin, fault->end);
+    if (const auto* fault = std::get_if<Fault>(&compiled)) {
+      if (!IsEscaped(options)) return WithRange(*fault, typed, fault->begin, fault->end);
+      return WithRange(*fault, typed, PlaceInTyped(typed, fault->begin),
+                       PlaceInTyped(typed, fault->end));
+    }
     Query& query = std::get<Query>(compiled);
     tagCounts.push_back(query.TagCount());
     if (single && options.tag > query.TagCount()) return NoSuchTag(options.tag, query.TagCount());

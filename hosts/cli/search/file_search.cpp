@@ -224,6 +224,10 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
   if (const auto* error = std::get_if<SystemError>(&opened))
     return Complain(channel, DisplayName(file.path) + ": " + Reason(*error));
   Input& input = std::get<Input>(opened);
+  if (job_.outputFile.has_value() && input.Is(*job_.outputFile)) {
+    if (file.named) Complain(channel, DisplayName(file.path) + ": this file is also the output");
+    return;
+  }
   CurrentFile current{DisplayName(file.path), channel, input, file.named};
   Blocks blocks(input, buffer_);
   const EncodingChoice encoding{job_.options.encoding, job_.options.encodingName};
@@ -236,13 +240,19 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
   }
   ++totals_.files;
   current.need = job_.printer.NeedOfSearch();
-  if (current.binary && job_.printer.ShowsContents()) current.need = Need::kCount;
+  const bool counted = job_.options.stats || job_.options.json;
+  if (current.binary && job_.printer.ShowsContents() && !counted) current.need = Need::kCount;
 
   const std::string heading = job_.printer.Heading(current.name);
   channel.NextFile(heading);
   SearchByRoad(current, blocks);
   FinishFile(current);
   buffer_.Trim(4 * kBlock);
+}
+
+void FileSearch::ComplainOfReading(CurrentFile& file, SystemError error) {
+  file.counts.incomplete = true;
+  Complain(file.channel, file.name + ": " + Reason(error));
 }
 
 void FileSearch::SearchByRoad(CurrentFile& file, Blocks& blocks) {
@@ -252,8 +262,7 @@ void FileSearch::SearchByRoad(CurrentFile& file, Blocks& blocks) {
 }
 
 void FileSearch::SearchWhole(CurrentFile& file, Blocks& blocks) {
-  if (const auto error = blocks.ReadAll())
-    return Complain(file.channel, file.name + ": " + Reason(*error));
+  if (const auto error = blocks.ReadAll()) return ComplainOfReading(file, *error);
   SearchText(file, {file.name, blocks.Text(), blocks.Offset(), blocks.Decoding()});
 }
 
@@ -263,7 +272,7 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
     bool parted = false;
     std::size_t size = 0;
     if (const auto error = blocks.FindUnits(job_.plan->scope, size, parted))
-      return Complain(file.channel, file.name + ": " + Reason(*error));
+      return ComplainOfReading(file, *error);
     if (size == 0 || job_.stop) return;
     if (parted && !std::exchange(told, true))
       Complain(file.channel, PartedSentence(file.name, job_.plan->scope));
@@ -305,6 +314,7 @@ FileCounts FileSearch::CountFound(std::string_view text) const {
   counts.units = found_.unitsWithout;
   counts.matches = static_cast<std::int64_t>(found_.matches.size()) + found_.unitsWithout;
   counts.bytes = static_cast<std::int64_t>(text.size());
+  counts.incomplete = !found_.gaveUp.empty();
   return counts;
 }
 
@@ -323,6 +333,7 @@ std::string FileSearch::GaveUpSentence(const FilePiece& piece, std::size_t place
 /// Searches whole units of a file and shows what is found.
 void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
   RunSearch(piece.text, file.need);
+  job_.printer.KeepWanted(found_, file.print);
   const std::int64_t lines = CountLinesIfNeeded(piece.text);
   for (const std::size_t place : found_.gaveUp)
     Complain(file.channel, GaveUpSentence(piece, place, &file.print.linesBefore));
@@ -356,21 +367,38 @@ void FileSearch::FinishFile(CurrentFile& file) {
   job_.progress.Add(1, 0);
 }
 
+/// Where there is not even the memory to tell what became of a piece, those that wait for it would wait for ever:
+/// the program ends.
 void FileSearch::SearchPieces(LargeFile& file) {
-  while (const std::optional<std::size_t> index = file.Take()) {
-    try {
-      SearchStretch(file, *index);
-    } catch (const std::bad_alloc&) {
-      stretch_.Trim(0);
-      totals_.trouble = true;
-      file.TellLines(*index, 0);
-      file.Finish(*index, {{},
-                           {std::string(file.Name()) +
-                            ": there is not enough memory to search all of this file"},
-                           {}});
+  try {
+    while (const std::optional<std::size_t> index = file.Take()) {
+      LargeFile::Result result = SearchPiece(file, *index);
+      if (!result.complaints.empty()) totals_.trouble = true;
+      const bool decided = job_.printer.NeedOfSearch() == Need::kVerdict && result.counts.Any();
+      file.Finish(*index, std::move(result));
+      if (decided || job_.stop) file.Stop();
     }
-    if (job_.stop) file.Stop();
+  } catch (const std::bad_alloc&) {
+    job_.onNoMemory();
   }
+}
+
+/// Searches a piece, or tells that there is not enough memory for it.
+LargeFile::Result FileSearch::SearchPiece(LargeFile& file, std::size_t index) {
+  LargeFile::Result result;
+  try {
+    SearchStretch(file, index, result);
+  } catch (const std::bad_alloc&) {
+    stretch_.Trim(0);
+    result = {};
+    result.counts.incomplete = true;
+    totals_.trouble = true;
+    if (file.Lose(index)) {
+      result.complaints.push_back(std::string(file.Name()) +
+                                  ": there is not enough memory to search all of this file");
+    }
+  }
+  return result;
 }
 
 /// Reads the units that begin in a stretch. Returns false, with what has been read, where one of them
@@ -429,7 +457,11 @@ void FileSearch::ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece
   result.counts += CountFound(piece.text);
   if (!found_.Any() && found_.gaveUp.empty()) return;
   PrintState state;
-  if (printer.CountsLines()) state.linesBefore = file.LinesBefore(index) + lines;
+  if (printer.CountsLines()) {
+    const std::optional<std::int64_t> before = file.LinesBefore(index);
+    if (!before.has_value()) return;
+    state.linesBefore = *before + lines;
+  }
   ShowAfter(state, piece, result);
 }
 
@@ -438,7 +470,9 @@ void FileSearch::ShowInTurn(LargeFile& file, std::size_t index, const FilePiece&
                             LargeFile::Result& result) {
   const std::int64_t lines = CountLinesIfNeeded(piece.text);
   PrintState& state = file.WaitForTurn(index);
+  if (file.IsLostBefore(index)) return;
   if (job_.printer.HasEnough(state)) return file.Stop();
+  job_.printer.KeepWanted(found_, state);
   result.counts += CountFound(piece.text);
   ShowAfter(state, piece, result);
   state.linesBefore += lines;
@@ -454,11 +488,12 @@ void FileSearch::ShowAfter(PrintState& state, const FilePiece& piece, LargeFile:
 }
 
 /// Searches the units that begin in a stretch.
-void FileSearch::SearchStretch(LargeFile& file, std::size_t index) {
+void FileSearch::SearchStretch(LargeFile& file, std::size_t index, LargeFile::Result& result) {
   const LargeFile::Stretch stretch = file.StretchOf(index);
-  LargeFile::Result result;
   FilePiece piece;
-  if (ReadStretch(file, stretch, piece, result.complaints)) {
+  const bool whole = ReadStretch(file, stretch, piece, result.complaints);
+  result.counts.incomplete = !result.complaints.empty();
+  if (whole) {
     SearchPieceOf(piece);
     // Those that come later need to know this before anything is shown.
     if (job_.printer.CountsLines() && !job_.printer.InOrder())
@@ -468,10 +503,6 @@ void FileSearch::SearchStretch(LargeFile& file, std::size_t index) {
     SearchLongUnits(file, index, piece.offset, result);
     stretch_.Trim(0);
   }
-  if (!result.complaints.empty()) totals_.trouble = true;
-  const bool decided = job_.printer.NeedOfSearch() == Need::kVerdict && result.counts.Any();
-  file.Finish(index, std::move(result));
-  if (decided) file.Stop();
 }
 
 /// The same, from `begin` on, where units have to be parted.
@@ -488,6 +519,7 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
     std::size_t size = 0;
     if (const auto error = blocks.FindUnits(scope, size, parted)) {
       result.complaints.push_back(std::string(file.Name()) + ": " + Reason(*error));
+      result.counts.incomplete = true;
       break;
     }
     if (size == 0) break;

@@ -46,13 +46,15 @@ class FileSearch {
   class Blocks;
 
   void SearchInput(const FileToSearch& file, OrderedOutput::Channel& channel);
+  void ComplainOfReading(CurrentFile& file, SystemError error);
   void SearchByRoad(CurrentFile& file, Blocks& blocks);
   void SearchWhole(CurrentFile& file, Blocks& blocks);
   void SearchBlocks(CurrentFile& file, Blocks& blocks);
   bool IsSharable(const CurrentFile& file, const Blocks& blocks) const;
   void SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting);
   void SearchText(CurrentFile& file, const FilePiece& piece);
-  void SearchStretch(LargeFile& file, std::size_t index);
+  LargeFile::Result SearchPiece(LargeFile& file, std::size_t index);
+  void SearchStretch(LargeFile& file, std::size_t index, LargeFile::Result& result);
   bool ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
                    std::vector<std::string>& complaints);
   void SearchPieceOf(const FilePiece& piece);

@@ -5,6 +5,7 @@
 
 #include "hosts/cli/search/units.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -58,6 +59,30 @@ struct Found {
   }
 
   bool Any() const { return linesWithMatches > 0 || unitsWithout > 0; }
+
+  /// Forgets what comes after the first `most` lines.
+  void KeepLines(std::int64_t most) {
+    if (lines.empty()) {
+      linesWithMatches = std::min(linesWithMatches, most);
+      unitsWithout = std::min(unitsWithout, most - linesWithMatches);
+      return;
+    }
+    if (static_cast<std::int64_t>(lines.size()) <= most) return;
+    lines.resize(static_cast<std::size_t>(most));
+    const std::size_t end = lines.empty() ? 0 : lines.back().line.end + 1;
+    const auto isAfter = [end](Range unit) { return unit.begin >= end; };
+    satisfied.erase(std::find_if(satisfied.begin(), satisfied.end(), isAfter), satisfied.end());
+    unitsWithout = static_cast<std::int64_t>(satisfied.size());
+    linesWithMatches = 0;
+    auto unit = satisfied.begin();
+    for (const FoundLine& found : lines) {
+      while (unit != satisfied.end() && std::max(unit->end, unit->begin + 1) <= found.line.begin)
+        ++unit;
+      if (unit == satisfied.end() || found.line.begin < unit->begin) ++linesWithMatches;
+    }
+    matches.resize(lines.empty() ? 0 : lines.back().firstMatch + lines.back().matchCount);
+  }
+
   void Clear() {
     lines.clear();
     matches.clear();

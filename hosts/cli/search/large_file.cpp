@@ -59,10 +59,25 @@ void LargeFile::TellLines(std::size_t index, std::int64_t lines) {
   moved_.notify_all();
 }
 
-std::int64_t LargeFile::LinesBefore(std::size_t index) {
+std::optional<std::int64_t> LargeFile::LinesBefore(std::size_t index) {
   std::unique_lock lock(mutex_);
-  moved_.wait(lock, [&] { return counted_ >= index; });
+  moved_.wait(lock, [&] { return counted_ >= index || lost_ < index; });
+  if (counted_ < index) return std::nullopt;
   return SlotOf(index).linesBefore;
+}
+
+bool LargeFile::Lose(std::size_t index) {
+  const std::lock_guard lock(mutex_);
+  const bool first = lost_ == kNone;
+  lost_ = std::min(lost_, index);
+  count_ = std::min(count_, next_);
+  moved_.notify_all();
+  return first;
+}
+
+bool LargeFile::IsLostBefore(std::size_t index) {
+  const std::lock_guard lock(mutex_);
+  return lost_ < index;
 }
 
 void LargeFile::Finish(std::size_t index, Result result) {
@@ -78,15 +93,7 @@ void LargeFile::Finish(std::size_t index, Result result) {
   // Whoever is showing goes on with it.
   if (showing_) return;
   showing_ = true;
-  try {
-    ShowFinished(lock);
-  } catch (...) {
-    if (!lock.owns_lock()) lock.lock();
-    ++shown_;
-    showing_ = false;
-    moved_.notify_all();
-    throw;
-  }
+  ShowFinished(lock);
   showing_ = false;
 }
 

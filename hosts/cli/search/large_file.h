@@ -53,13 +53,18 @@ class LargeFile {
   std::optional<std::size_t> Take();
   /// Tells how many line feeds piece `index` has.
   void TellLines(std::size_t index, std::int64_t lines);
-  /// The lines before piece `index`; waits until they are told.
-  std::int64_t LinesBefore(std::size_t index);
+  /// The lines before piece `index`; waits until they are told. Nothing if a piece before it is lost.
+  std::optional<std::int64_t> LinesBefore(std::size_t index);
   /// With `inOrder`: waits until all pieces before `index` are finished, and returns what they leave to be
   /// known. It belongs to the caller until it finishes the piece.
   PrintState& WaitForTurn(std::size_t index);
   /// Ends a piece that was taken. All that it shows appears in the order of the pieces.
   void Finish(std::size_t index, Result result);
+  /// Gives up piece `index`, and further ones: the lines of those that come after it cannot be told any more.
+  /// True for the first that is given up.
+  bool Lose(std::size_t index);
+  /// Whether a piece before `index` is lost.
+  bool IsLostBefore(std::size_t index);
   /// True for whoever is the first to tell that a unit had to be parted.
   bool TellsOfParting() { return !toldOfParting_.exchange(true); }
   /// Further pieces are not wanted.
@@ -75,6 +80,8 @@ class LargeFile {
     bool done = false;
     Result result;
   };
+
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   void ShowFinished(std::unique_lock<std::mutex>& lock);
   /// Pieces on their way are fewer than slots, so that what a piece comes to needs no memory of its own.
@@ -93,10 +100,11 @@ class LargeFile {
   std::mutex mutex_;
   std::condition_variable moved_;
   std::size_t next_ = 0;
-  std::size_t shown_ = 0;    // pieces that are finished and shown
-  bool showing_ = false;     // a thread shows what is finished
-  std::size_t counted_ = 0;  // pieces before which the lines are known
-  std::size_t turn_ = 0;     // the piece that has, or gets, `state_`
+  std::size_t shown_ = 0;     // pieces that are finished and shown
+  bool showing_ = false;      // a thread shows what is finished
+  std::size_t counted_ = 0;   // pieces before which the lines are known
+  std::size_t lost_ = kNone;  // the first piece that is lost
+  std::size_t turn_ = 0;      // the piece that has, or gets, `state_`
   PrintState state_;
   std::vector<Slot> slots_;
   FileCounts counts_;

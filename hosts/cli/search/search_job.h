@@ -4,12 +4,14 @@
 #define TROVEX_HOSTS_CLI_SEARCH_JOB_H
 
 #include "hosts/cli/command/options.h"
+#include "hosts/cli/files/input.h"
 #include "hosts/cli/output/printer.h"
 #include "hosts/cli/output/progress.h"
 #include "hosts/cli/search/search_plan.h"
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 
 namespace trovex::cli {
 
@@ -26,6 +28,10 @@ struct SearchJob {
   /// thread has it, and ends the program: another thread may be waiting for a pipe.
   bool firstIsEnough;
   void (*onEnough)();
+  /// Called on any thread where there is too little memory to go on or to tell so. Ends the program.
+  void (*onNoMemory)();
+  /// Where the results go, if that is a file: it would grow while it is searched, and is left out.
+  std::optional<FileIdentity> outputFile{};
   /// Nothing more is wanted.
   std::atomic<bool> stop{false};
 };

@@ -41,6 +41,14 @@ void SearchPool::Work() {
   FileSearch* self = nullptr;
   FileSearch search(job_, threads_, [&](LargeFile& file) { Share(*self, file); });
   self = &search;
+  try {
+    WorkWith(search);
+  } catch (const std::bad_alloc&) {
+    job_.onNoMemory();  // files that were taken would be passed over in silence
+  }
+}
+
+void SearchPool::WorkWith(FileSearch& search) {
   std::unique_lock lock(mutex_);
   for (;;) {
     if (job_.stop) break;

@@ -42,6 +42,7 @@ class SearchPool {
   };
 
   void Work();
+  void WorkWith(FileSearch& search);
   bool TakeBatch(Batch& batch);
   void SearchBatch(FileSearch& search, Batch& batch);
   void Share(FileSearch& search, LargeFile& file);

@@ -1,0 +1,38 @@
+// A list of words that is part of a pattern: "[A-Z][a-z]* (Haus|Hof|Garten)[a-z]*".
+//
+// Every match holds one of the words, and what stands before it and after it are patterns of their own. Of several
+// lists in a row of parts, the one counts whose words come least often. Single bytes beside the list belong to its
+// words:
+//
+//   \<(Haus|Hof) [0-9]+     the words "Haus " and "Hof ", at the beginning of a word; after it [0-9]+
+
+#ifndef TROVEX_MATCHER_WORDS_LIST_IN_PATTERN_H
+#define TROVEX_MATCHER_WORDS_LIST_IN_PATTERN_H
+
+#include "matcher/budget.h"
+#include "matcher/pattern/pattern_syntax.h"
+#include "matcher/words/word_list.h"
+
+#include <optional>
+
+namespace trovex {
+
+struct ListInPattern {
+  WordList list;
+  /// What stands before the list and after it; nothing where nothing does.
+  std::optional<SyntaxTree> before;
+  std::optional<SyntaxTree> after;
+};
+
+/// The rarest list among the parts of `tree`, which has no back-references, if its words are to be expected at fewer
+/// than `mostRate` of 100,000 places; nothing where there is none, or the pattern is nothing but a list. The work is
+/// charged to `budget`. Throws BudgetExhausted.
+std::optional<ListInPattern> FindListInPattern(const SyntaxTree& tree, double mostRate,
+                                               CompileBudget& budget);
+
+/// At how many of 100,000 places one of the words is to be expected.
+double ExpectedRate(const WordList& list);
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_WORDS_LIST_IN_PATTERN_H

@@ -1,0 +1,72 @@
+#include "matcher/words/list_in_pattern.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trovex {
+namespace {
+
+std::optional<ListInPattern> Find(const std::string& pattern, double mostRate = 100'000) {
+  CompileBudget budget;
+  return FindListInPattern(ParsePattern(pattern.data(), pattern.size(), nullptr), mostRate, budget);
+}
+
+/// The words of a list whose classes are of one byte each, sorted.
+std::vector<std::string> WordsOf(const WordList& list) {
+  std::vector<std::string> words;
+  for (std::size_t i = 0; i < list.Count(); ++i) {
+    std::string& word = words.emplace_back();
+    for (const char number : list.Word(i))
+      word += static_cast<char>(list.bytesOf[static_cast<unsigned char>(number)]._Find_first());
+  }
+  std::sort(words.begin(), words.end());
+  return words;
+}
+
+using Words = std::vector<std::string>;
+
+TEST(ListInPattern, BytesBesideTheListBelongToItsWordsAndAnchorsBesideTheseToo) {
+  const auto found = Find("[a-z]*\\<x(Haus|Hof) \\>[0-9]+");
+  ASSERT_TRUE(found);
+  EXPECT_EQ(WordsOf(found->list), (Words{"xHaus ", "xHof "}));
+  EXPECT_EQ(found->list.starts, AnchorNeighbours(Anchor::kWordStart));
+  EXPECT_EQ(found->list.stops, AnchorNeighbours(Anchor::kWordEnd));
+  EXPECT_TRUE(found->before);
+  EXPECT_TRUE(found->after);
+}
+
+TEST(ListInPattern, OfSeveralListsTheRarestIsTaken) {
+  const auto found = Find("(der|die|das) [a-z]+ (Xylophon|Quarz)?(Zypresse|Quarz)[a-z]*");
+  ASSERT_TRUE(found);
+  EXPECT_EQ(WordsOf(found->list), (Words{"Quarz", "Zypresse"}));
+  EXPECT_EQ(found->before->Node(found->before->Root()).kind, SyntaxKind::kConcat);
+  EXPECT_EQ(found->after->Node(found->after->Root()).kind, SyntaxKind::kRepeat);
+}
+
+TEST(ListInPattern, ListsInsideOfBracketsAreFoundAndRepeatedOnesAreNot) {
+  EXPECT_TRUE(Find("(((Haus|Hof)[a-z]*))"));
+  EXPECT_FALSE(Find("(((Haus|Hof)[a-z]*)+)"));
+  EXPECT_FALSE(Find("(Haus|Hof)?[a-z]*"));
+}
+
+TEST(ListInPattern, WhatIsNothingButAListOrTooCommonIsNone) {
+  EXPECT_FALSE(Find("(Haus|Hof)en"));
+  EXPECT_FALSE(Find("Haus[a-z]*"));
+  EXPECT_TRUE(Find("(e|n)[0-9]*"));
+  EXPECT_FALSE(Find("(e|n)[0-9]*", 1'000));
+}
+
+TEST(ListInPattern, TheRateOfAListIsThatOfItsWordsTogether) {
+  const auto one = Find("(Haus|Haus)[0-9]*");
+  const auto two = Find("(Haus|Haus|Haus|Haus)[0-9]*");
+  const auto longer = Find("(Haushalt|Haushalt)[0-9]*");
+  ASSERT_TRUE(one && two && longer);
+  EXPECT_DOUBLE_EQ(2 * ExpectedRate(one->list), ExpectedRate(two->list));
+  EXPECT_LT(ExpectedRate(longer->list), ExpectedRate(one->list));
+}
+
+}  // namespace
+}  // namespace trovex
