@@ -144,7 +144,8 @@ class Run {
         printer_(options_, display_),
         progress_(ProgressDescriptor(), start_),
         stream_(printer_.Separator(), &progress_, LeaveOnOutputFailure) {
-    RemoveTracesOf(progress_, display_.terminal && display_.colors);
+    const bool onTerminal = display_.terminal && options_.output != OutputMode::kQuiet;
+    RemoveTracesOf(progress_, onTerminal && display_.colors, onTerminal && display_.links);
   }
 
   int Execute() {

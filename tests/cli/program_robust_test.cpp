@@ -93,6 +93,15 @@ TEST_F(Robust, AnInterruptedSearchTakesItsTracesFromTheTerminal) {
   EXPECT_GT(seen.rfind(drawn), seen.rfind(" files, ")) << seen;
 }
 
+TEST_F(Robust, AnInterruptedSearchLeavesNeitherColorNorLink) {
+  ASSERT_EQ(mkfifo(Path("silent").c_str(), 0600), 0);
+  Write("a", "x\n");
+  const std::string seen = ShellOnTerminal(
+      "exec 3<> silent; $TROVEX --sort none --hyperlink always x a silent", "1", "\x03");
+  EXPECT_TRUE(seen.ends_with("\033]8;;\033\\\033[0m")) << seen;
+  EXPECT_EQ(ShellOnTerminal("$TROVEX -q x a"), "");
+}
+
 TEST_F(Robust, AnInterruptionEndsAllThreadsOfALargeFile) {
   WriteSome();
   ASSERT_EQ(mkfifo(Path("end").c_str(), 0600), 0);
@@ -189,6 +198,18 @@ TEST_F(Robust, LittleMemoryForManyThreadsEndsInAnAnswerOrInTrouble) {
       }
     }
   }
+}
+
+TEST_F(Robust, WhereASearchGivesUpIsToldAndNeverTakenForNotFound) {
+  if (testing::kUnderSanitizer) GTEST_SKIP() << "giving up takes a minute there";
+  Write("a", "ok\n" + Times(3000, "ab") + "x" + Times(3000, "ab") + "\nok\n");
+  const std::string expression = R"((.*)(.*)x\2\1)";
+  const std::string told =
+      "trovex: a, line 2: the search gave up here, so it is not known whether this is found\n";
+  const RunResult run = Run({"-L", expression, "a"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, told);
 }
 
 TEST_F(Robust, NothingThatATerminalObeysReachesIt) {

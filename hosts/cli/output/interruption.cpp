@@ -15,6 +15,7 @@ namespace {
 
 std::atomic<const Progress*> drawnProgress{nullptr};
 std::atomic<bool> colorsInUse{false};
+std::atomic<bool> linksInUse{false};
 
 void Write(int descriptor, std::string_view text) {
   static_cast<void>(!write(descriptor, text.data(), text.size()));
@@ -42,14 +43,16 @@ void HandleInterruptions() {
   }
 }
 
-void RemoveTracesOf(const Progress& progress, bool colors) {
+void RemoveTracesOf(const Progress& progress, bool colors, bool links) {
   drawnProgress = &progress;
   colorsInUse = colors;
+  linksInUse = links;
 }
 
 void EraseTraces() {
   const Progress* const progress = drawnProgress;
   if (progress != nullptr && progress->IsDrawn()) Write(STDERR_FILENO, "\r\033[K");
+  if (linksInUse) Write(STDOUT_FILENO, "\033]8;;\033\\");
   if (colorsInUse) Write(STDOUT_FILENO, "\033[0m");
 }
 

@@ -11,9 +11,9 @@ class Progress;
 /// an error of writing.
 void HandleInterruptions();
 
-/// What could stand on a terminal when the program ends: the line of `progress`, and with `colors` a
-/// colour on the standard output. `progress` lives until the program ends.
-void RemoveTracesOf(const Progress& progress, bool colors);
+/// What could stand on a terminal when the program ends: the line of `progress`, and with `colors` and `links` a
+/// colour and a link on the standard output. `progress` lives until the program ends.
+void RemoveTracesOf(const Progress& progress, bool colors, bool links);
 
 /// Takes these traces away. May be called by a signal's handler.
 void EraseTraces();

@@ -28,6 +28,8 @@ struct FileCounts {
   std::int64_t lines = 0;
   std::int64_t units = 0;  // those without a match
   std::int64_t bytes = 0;
+  /// A part was not searched to its end, so nobody knows whether the file has no more.
+  bool incomplete = false;
 
   bool Any() const { return lines > 0 || units > 0; }
 
@@ -36,6 +38,7 @@ struct FileCounts {
     lines += other.lines;
     units += other.units;
     bytes += other.bytes;
+    incomplete = incomplete || other.incomplete;
     return *this;
   }
 };
@@ -48,15 +51,13 @@ struct FilePiece {
   std::uint64_t offset = 0;
   /// What made the text of the file's bytes; null where they are the same.
   const Decoder* decoder = nullptr;
-
-  /// Where the byte at `place` of the text stands in the file.
-  std::uint64_t OffsetOf(std::size_t place) const;
 };
 
-/// A line without its end, and where it begins in the file.
+/// What is shown of a line without its end; where it begins in the file, and its bytes there, if these are shown.
 struct LineInFront {
-  std::string text;
+  std::string shown;
   std::uint64_t offset;
+  std::uint64_t length;
 };
 
 /// What the output of a piece has to know of the pieces before it.
@@ -136,6 +137,7 @@ class Printer {
   TextForm nameForm_;
   TextForm textForm_;
   Palette palette_;
+  bool colored_;
 };
 
 }  // namespace trovex::cli

@@ -250,6 +250,11 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
   buffer_.Trim(4 * kBlock);
 }
 
+void FileSearch::ComplainOfReading(CurrentFile& file, SystemError error) {
+  file.counts.incomplete = true;
+  Complain(file.channel, file.name + ": " + Reason(error));
+}
+
 void FileSearch::SearchByRoad(CurrentFile& file, Blocks& blocks) {
   if (blocks.AtEnd() || job_.plan == nullptr || !job_.plan->InPieces())
     return SearchWhole(file, blocks);
@@ -257,8 +262,7 @@ void FileSearch::SearchByRoad(CurrentFile& file, Blocks& blocks) {
 }
 
 void FileSearch::SearchWhole(CurrentFile& file, Blocks& blocks) {
-  if (const auto error = blocks.ReadAll())
-    return Complain(file.channel, file.name + ": " + Reason(*error));
+  if (const auto error = blocks.ReadAll()) return ComplainOfReading(file, *error);
   SearchText(file, {file.name, blocks.Text(), blocks.Offset(), blocks.Decoding()});
 }
 
@@ -268,7 +272,7 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
     bool parted = false;
     std::size_t size = 0;
     if (const auto error = blocks.FindUnits(job_.plan->scope, size, parted))
-      return Complain(file.channel, file.name + ": " + Reason(*error));
+      return ComplainOfReading(file, *error);
     if (size == 0 || job_.stop) return;
     if (parted && !std::exchange(told, true))
       Complain(file.channel, PartedSentence(file.name, job_.plan->scope));
@@ -310,6 +314,7 @@ FileCounts FileSearch::CountFound(std::string_view text) const {
   counts.units = found_.unitsWithout;
   counts.matches = static_cast<std::int64_t>(found_.matches.size()) + found_.unitsWithout;
   counts.bytes = static_cast<std::int64_t>(text.size());
+  counts.incomplete = !found_.gaveUp.empty();
   return counts;
 }
 
@@ -386,6 +391,7 @@ LargeFile::Result FileSearch::SearchPiece(LargeFile& file, std::size_t index) {
   } catch (const std::bad_alloc&) {
     stretch_.Trim(0);
     result = {};
+    result.counts.incomplete = true;
     totals_.trouble = true;
     if (file.Lose(index)) {
       result.complaints.push_back(std::string(file.Name()) +
@@ -484,8 +490,11 @@ void FileSearch::ShowAfter(PrintState& state, const FilePiece& piece, LargeFile:
 /// Searches the units that begin in a stretch.
 void FileSearch::SearchStretch(LargeFile& file, std::size_t index, LargeFile::Result& result) {
   const LargeFile::Stretch stretch = file.StretchOf(index);
+  result.output = file.TextToFill();
   FilePiece piece;
-  if (ReadStretch(file, stretch, piece, result.complaints)) {
+  const bool whole = ReadStretch(file, stretch, piece, result.complaints);
+  result.counts.incomplete = !result.complaints.empty();
+  if (whole) {
     SearchPieceOf(piece);
     // Those that come later need to know this before anything is shown.
     if (job_.printer.CountsLines() && !job_.printer.InOrder())
@@ -511,6 +520,7 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
     std::size_t size = 0;
     if (const auto error = blocks.FindUnits(scope, size, parted)) {
       result.complaints.push_back(std::string(file.Name()) + ": " + Reason(*error));
+      result.counts.incomplete = true;
       break;
     }
     if (size == 0) break;

@@ -46,6 +46,7 @@ class FileSearch {
   class Blocks;
 
   void SearchInput(const FileToSearch& file, OrderedOutput::Channel& channel);
+  void ComplainOfReading(CurrentFile& file, SystemError error);
   void SearchByRoad(CurrentFile& file, Blocks& blocks);
   void SearchWhole(CurrentFile& file, Blocks& blocks);
   void SearchBlocks(CurrentFile& file, Blocks& blocks);
