@@ -92,9 +92,9 @@ bool IsRareAsAWhole(const std::vector<Run>& runs, double leadingRate) {
 
 /// The string in the middle of `runs`, where it is so much rarer than what they begin with, `leading`, that it is
 /// worth the way back.
-std::optional<RunMiddle> WorthwhileMiddle(const std::vector<Run>& runs,
+std::optional<RunMiddle> WorthwhileMiddle(const std::vector<Run>& runs, const Beside& beside,
                                           const LeadingProbes& leading) {
-  std::optional<RunMiddle> middle = RunMiddle::For(runs);
+  std::optional<RunMiddle> middle = RunMiddle::For(runs, beside);
   if (!middle) return std::nullopt;
   double leadingRate = leading.ways.empty() ? kEveryPlace : 0;
   for (const Probes& way : leading.ways)
@@ -105,16 +105,34 @@ std::optional<RunMiddle> WorthwhileMiddle(const std::vector<Run>& runs,
   return middle;
 }
 
-/// Whether no edge demands anything of the bytes beside it.
-bool AreAnyNeighbours(const PositionGraph& graph) {
-  const auto isAny = [](Neighbours between) { return between == 0 || between == kAnyNeighbours; };
-  for (std::size_t list = 0; list < graph.next.ListCount(); ++list) {
-    for (const PositionEdge& edge : graph.next[list]) {
-      if (!isAny(edge.neighbours)) return false;
-    }
+/// Whether matches start so whatever stands before them.
+bool StartAnywhere(const PositionGraph& graph) {
+  return std::all_of(graph.starts.begin(), graph.starts.end(),
+                     [](Neighbours between) { return between == 0 || between == kAnyNeighbours; });
+}
+
+/// A row of runs, and what must stand beside it as runs of one byte.
+std::vector<Run> WithNeighbours(std::vector<Run> runs, const Beside& beside) {
+  if (beside.AsksBefore()) runs.insert(runs.begin(), {beside.before, 1, 1});
+  if (beside.AsksAfter()) runs.push_back({beside.after, 1, 1});
+  return runs;
+}
+
+/// Whether all matches of `runs` have the same beside them, which is then told, and a scan can find where they end.
+bool CanTakeRuns(const std::vector<Run>& runs, const std::optional<Beside>& beside) {
+  if (runs.empty() || !beside) return false;
+  if (beside->AsksBefore() && runs.front().least == 0) return false;
+  if (beside->AsksAfter() && runs.back().least == 0) return false;
+  return RunScan::CanTake(runs, beside->after);
+}
+
+/// The bytes that matches that are not empty can start with.
+CharSet FirstBytes(const PositionGraph& graph) {
+  CharSet first;
+  for (std::uint32_t position = 0; position < graph.size; ++position) {
+    if (graph.starts[position] != 0) first |= graph.bytes[position];
   }
-  return std::all_of(graph.starts.begin(), graph.starts.end(), isAny) &&
-         std::all_of(graph.ends.begin(), graph.ends.end(), isAny);
+  return first;
 }
 
 /// What the words of a list are searched with beside them: the kinds of bytes.
@@ -139,31 +157,57 @@ const Byte* LineEnd(const Byte* place, const Byte* end) {
 
 LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool words,
                                const std::vector<CharSet>& required, const std::vector<Run>& runs)
-    : graph_(std::move(graph)), words_(words) {
-  isFree_ = !graph_->canBeEmpty && AreAnyNeighbours(*graph_);
-  if (isFree_ && runs.size() == 1 && (runs[0].least > 1 || runs[0].most > 1))
+    : graph_(std::move(graph)),
+      words_(words),
+      findsMany_(!graph_->canBeEmpty),
+      startsAnywhere_(StartAnywhere(*graph_)) {
+  const CharSet first = FirstBytes(*graph_);
+  for (std::size_t c = 0; c < canStart_.size(); ++c)
+    canStart_[c] = first[c];
+  const std::optional<Beside> beside = BesideOf(*graph_);
+  const bool areRuns = CanTakeRuns(runs, beside);
+  for (const Run& run : runs)
+    shortest_ += run.least;
+  if (areRuns && beside->IsAny() && runs.size() == 1 && (runs[0].least > 1 || runs[0].most > 1))
     class_ = ClassRun::For(runs[0]);
-  if (IsOneString(*graph_)) string_.emplace(graph_->bytes);
+  if (IsOneString(*graph_)) {
+    isToldBeside_ = beside.has_value();
+    beside_ = beside.value_or(Beside{});
+    isStringFree_ = isToldBeside_ && beside_.IsAny();
+    string_.emplace(graph_->bytes, beside_);
+  }
   if (class_ || string_) return;
-  const std::vector<LeadingBytes> ways =
-      LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
+  if (areRuns) beside_ = *beside;
+  ChooseLead(required, areRuns ? runs : std::vector<Run>{});
+}
+
+/// Chooses between what the pattern begins with, a string that it holds, and the row of runs that it is, if it is one.
+void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
+                                const std::vector<Run>& runs) {
+  std::vector<LeadingBytes> ways = LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
+  const CharSet before = BytesBefore(*graph_);
+  const bool asksBefore = runs.empty() ? before.count() == 1 : beside_.AsksBefore();
+  if (asksBefore) {
+    for (LeadingBytes& way : ways)
+      way.insert(way.begin(), before);
+  }
   const LeadingProbes leading = ChooseLeading(ways);
   const double leadingRate = leading.rate;
   const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
-  if (!runs.empty() && !words) middle_ = WorthwhileMiddle(runs, leading);
+  if (!runs.empty()) middle_ = WorthwhileMiddle(runs, beside_, leading);
   if (middle_) {
-    runs_.emplace(runs);
+    runs_.emplace(runs, beside_.after);
     return;
   }
   double rate = std::min(leadingRate, kEveryPlace);
-  const bool areRuns = !runs.empty() && !words && leadingRate < kWorthwhileLead;
+  const bool areRuns = !runs.empty() && leadingRate < kWorthwhileLead;
   if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
   } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
     rarer_.emplace(WithoutCommonEnds(required));
   }
   if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
-    leading_.emplace(PlaceScan::ForAlternatives(leading.ways));
+    leading_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
   } else {
     rate = kEveryPlace;
   }
@@ -171,8 +215,9 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
   if (!leading_ || required_ || !areRuns) return;
   cost_ = 0;
-  runs_.emplace(runs);
-  if (IsRareAsAWhole(runs, leadingRate)) filter_ = RunFilter::For(runs);
+  runs_.emplace(runs, beside_.after);
+  const std::vector<Run> row = WithNeighbours(runs, beside_);
+  if (IsRareAsAWhole(row, leadingRate)) filter_ = RunFilter::For(row);
 }
 
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
@@ -190,14 +235,24 @@ bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const By
   return (graph_->starts[0] & atStart) != 0 && (graph_->ends[graph_->size - 1] & atStop) != 0;
 }
 
-LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end,
+LocatorProgram::Answer LocatorProgram::LookAt(const Byte* begin, const Byte* end,
                                               LocatedRange& match) const {
+  const Answer answer = LookForFirst(begin, end, match);
+  // Whether a whole word ends where the text does may depend on the byte after it.
+  const bool isOpen = words_ && answer == Answer::kMatch && match.end == end;
+  return isOpen ? Answer::kUnknown : answer;
+}
+
+LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byte* end,
+                                                    LocatedRange& match) const {
+  const Byte* place = begin;
+  if (end - begin < shortest_) return Answer::kNoMatch;
   if (class_ || middle_) return LookForRuns(place, end, match);
   if (string_) {
     const Byte* const found = string_->Find(place, end);
     if (found == nullptr) return Answer::kNoMatch;
     match = {found, found + string_->Length()};
-    return isFree_ ? Answer::kMatch : Answer::kUnknown;
+    return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
   }
   if (list_) return LookForListed(place, end, match);
   if (listLead_) return listLead_->MayStandIn(place, end) ? Answer::kUnknown : Answer::kNoMatch;
@@ -205,17 +260,33 @@ LocatorProgram::Answer LocatorProgram::LookAt(const Byte* place, const Byte* end
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
   if (!leading_) return Answer::kUnknown;
-  place = leading_->Find(place, end);
+  place = leading_->Find(place, begin, end);
   if (place == nullptr) return Answer::kNoMatch;
   if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   if (!runs_) return Answer::kUnknown;
   if (filter_) {
     RunFilter::Cursor places;
-    const auto nextRow = [&](const Byte* from) { return filter_->Find(from, end, places); };
+    const auto nextRow = [&](const Byte* from) { return NextRow(from, begin, end, places); };
     return TryRuns(nextRow(place), end, nextRow, match);
   }
-  const auto next = [&](const Byte* from) { return leading_->Find(from, end); };
+  const auto next = [&](const Byte* from) { return leading_->Find(from, begin, end); };
   return TryRuns(place, end, next, match);
+}
+
+/// The first place from `place` on where the row of runs can begin as a whole; null if there is none. Where something
+/// must stand before it, it may begin where the text does.
+const unsigned char* LocatorProgram::NextRow(const Byte* place, const Byte* begin, const Byte* end,
+                                             RunFilter::Cursor& cursor) const {
+  const std::ptrdiff_t lead = leading_->Lead();
+  for (; place < end; ++place) {
+    if (lead == 0 || place != begin) {
+      const Byte* const row = filter_->Find(place - lead, end, cursor);
+      if (row == nullptr) return nullptr;
+      place = row + lead;
+    }
+    if (leading_->MayStartAfter(begin, place)) return place;
+  }
+  return nullptr;
 }
 
 /// The first match of a run, or of a row of them that is found from its middle.
@@ -244,15 +315,13 @@ LocatorProgram::Answer LocatorProgram::TryRuns(const Byte* place, const Byte* en
   return Answer::kNoMatch;
 }
 
-/// The first of the words. Whether a whole word ends where the text does may depend on the byte after it.
+/// The first of the words.
 LocatorProgram::Answer LocatorProgram::LookForListed(const Byte* begin, const Byte* end,
                                                      LocatedRange& match) const {
-  constexpr std::size_t kMost = 2 * WordScan::kWholeWindows;
-  static_assert(kLookedAtText <= kMost);
-  std::array<std::uint64_t, kMost / 64> marks;
-  std::array<std::uint32_t, kMost + kWindowsAtOnce> hits;
-  const auto length = static_cast<std::size_t>(end - begin);
-  const std::size_t size = length <= WordScan::kWholeWindows ? WordScan::kWholeWindows : kMost;
+  static_assert(kLookedAtText % 64 == 0);
+  std::array<std::uint64_t, kLookedAtText / 64> marks;
+  std::array<std::uint32_t, kLookedAtText + kWindowsAtOnce> hits;
+  const std::size_t size = (static_cast<std::size_t>(end - begin) + 63) / 64 * 64;
   list_->MarkStarts(begin, size, end, marks.data(), hits.data());
   const auto kindAt = [&](const Byte* place) {
     return place < begin || place >= end ? ByteKind::kNewline : graph_->kindOf[*place];
@@ -268,7 +337,7 @@ LocatorProgram::Answer LocatorProgram::LookForListed(const Byte* begin, const By
       const std::size_t found = list_->LongestAt(place, end, canEnd, work);
       if (found == 0) continue;
       match = {place, place + found};
-      return words_ && match.end == end ? Answer::kUnknown : Answer::kMatch;
+      return Answer::kMatch;
     }
   }
   return Answer::kNoMatch;
@@ -324,7 +393,7 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
                                        bool refusesEmpty, int after) {
   Search search = {place, begin, end, refusesEmpty, false, {}};
   gaveUpAt_ = nullptr;
-  if (program_.IsFree()) return FindMany(search);
+  if (program_.findsMany_ && after < 0) return FindMany(search);
   if (!FindFrom(search)) return {};
   // A word ends before the byte after the text as it really is, unless it is the whole line.
   if (after >= 0 && program_.words_ && search.match.end == end &&
@@ -340,7 +409,7 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
 /// Finds the first match from the search's place on. Returns false where there is none, or where it gives
 /// up.
 bool MatchLocator::FindFrom(Search& search) {
-  if (program_.string_) return FindString(search);
+  if (program_.NeedsNoAutomata() && !search.refusesLineEnd) return FindAlone(search);
   if (places_ != nullptr) {
     const Step step = FindListed(search);
     if (step != Step::kGoOn) return step == Step::kFound;
@@ -366,26 +435,19 @@ bool MatchLocator::FindFrom(Search& search) {
   }
 }
 
-/// Goes from one occurrence of the string to the next until one has the neighbours that it needs.
-bool MatchLocator::FindString(Search& search) {
-  const StringScan& string = *program_.string_;
-  const auto length = static_cast<std::ptrdiff_t>(string.Length());
-  search.match = {};
-  string.ForEach(search.place, search.end, hits_, [&](const Byte* place) -> const Byte* {
-    const Byte* const end = place + length;
-    const bool mayEnd = !search.refusesLineEnd || KindAt(search, end) != ByteKind::kNewline;
-    if (!mayEnd || !program_.IsStringBetween(place, end, search.begin, search.end))
-      return place + 1;
-    search.match = {place, end};
-    return nullptr;
-  });
-  return search.match.start != nullptr;
+/// Finds the first match where the lead alone tells it. Nothing is kept beside it.
+bool MatchLocator::FindAlone(Search& search) {
+  const std::size_t count = FindTogether(search, 1);
+  nextReady_ = readyCount_ = 0;
+  if (count > 0) search.match = ready_[0];
+  return count > 0;
 }
 
 /// Finds a few matches and hands out the first. Who asks for one only is not kept waiting for more.
 MatchLocator::Match MatchLocator::FindMany(const Search& search) {
-  const bool goesOn = nextReady_ == readyCount_ && readyCount_ > 0 && search.place == readyFrom_;
-  if (goesOn && search.end == readyEnd_ && givesUpNextAt_ != nullptr) {
+  const bool goesOn = nextReady_ == readyCount_ && readyCount_ > 0 &&
+                      IsReadyFor(search.place, search.begin, search.end);
+  if (goesOn && givesUpNextAt_ != nullptr) {
     gaveUpAt_ = givesUpNextAt_;
     return {};
   }
@@ -395,6 +457,7 @@ MatchLocator::Match MatchLocator::FindMany(const Search& search) {
   if (readyCount_ == 0) return {};
   nextReady_ = 1;
   readyFrom_ = ready_[0].end;
+  readyBegin_ = search.begin;
   readyEnd_ = search.end;
   return ready_[0];
 }
@@ -420,8 +483,8 @@ std::size_t MatchLocator::FindClassRuns(const Search& search, std::size_t most) 
 
 std::size_t MatchLocator::FindFromMiddle(const Search& search, std::size_t most) {
   std::size_t count = 0;
-  program_.middle_->ForEach(search.place, search.end, *program_.runs_, runNotes_, hits_,
-                            [&](const Byte* start, const Byte* end) {
+  program_.middle_->ForEach(search.place, search.begin, search.end, *program_.runs_, runNotes_,
+                            hits_, [&](const Byte* start, const Byte* end) {
                               ready_[count++] = {start, end};
                               return count < most;
                             });
@@ -432,11 +495,14 @@ std::size_t MatchLocator::FindStrings(const Search& search, std::size_t most) {
   const StringScan& string = *program_.string_;
   const auto length = static_cast<std::ptrdiff_t>(string.Length());
   std::size_t count = 0;
-  string.ForEach(search.place, search.end, hits_, [&](const Byte* place) -> const Byte* {
+  const auto take = [&](const Byte* place) -> const Byte* {
     const Byte* const end = place + length;
+    if (!program_.isToldBeside_ && !program_.IsStringBetween(place, end, search.begin, search.end))
+      return place + 1;
     ready_[count++] = {place, end};
     return count < most ? end : nullptr;
-  });
+  };
+  string.ForEach(search.place, search.begin, search.end, hits_, take);
   return count;
 }
 
@@ -450,11 +516,11 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
     return count < most ? end : nullptr;
   };
   if (!program_.filter_) {
-    hits_.ForEach(*program_.leading_, search.place, search.end, take);
+    program_.leading_->ForEach(search.place, search.begin, search.end, hits_, take);
     return count;
   }
   for (const Byte* place = search.place; place != nullptr;) {
-    place = program_.filter_->Find(place, search.end, runPlaces_);
+    place = program_.NextRow(place, search.begin, search.end, runPlaces_);
     if (place != nullptr) place = take(place);
   }
   return count;
@@ -616,7 +682,7 @@ bool MatchLocator::CanSearchLines() {
 /// the end of the text. Returns false where the line is too long, or the units are at an end.
 bool MatchLocator::PrepareLine(Search& search) {
   if (program_.leading_) {
-    const Byte* const place = program_.leading_->Find(search.place, search.end);
+    const Byte* const place = program_.leading_->Find(search.place, search.begin, search.end);
     if (place != search.place) search.refusesEmpty = false;
     search.place = place != nullptr ? place : search.end;
   }
@@ -658,7 +724,7 @@ const Byte* MatchLocator::NextPlace(const Search& search, bool& isSpent) {
 
 const Byte* MatchLocator::PlaceByLeadingBytes(const Search& search) {
   for (const Byte* place = search.place;;) {
-    place = hits_.Find(*program_.leading_, place, search.end);
+    place = program_.leading_->Find(place, search.begin, search.end, hits_);
     if (place == nullptr || !program_.required_) return place;
     if (NextRequired(search, place) == nullptr) return nullptr;
     if (requiredLine_ <= place) return place;

@@ -18,7 +18,8 @@
 // Where the pattern is a row of runs (run_scan.h), these are read from the leading bytes on, and there is
 // the answer, too; where such bytes are everywhere, from a rare string in the middle of the row (run_middle.h), or
 // from the places where the whole row can begin (run_filter.h). A single run is told by its bits (class_run.h).
-// Where neighbours do not count and none is empty, matches are found several at a time and handed out one by one.
+// What must stand beside each match, as after "^" a line begins, is looked for with all of these. Where no match is
+// empty, they are found several at a time and handed out one by one.
 //
 // From other places the automaton that reads forwards goes on to the end of the leftmost match; its start is
 // known from the way, or the automaton that reads backwards looks for it. Where the credit for making
@@ -43,7 +44,7 @@
 #include "matcher/runs/run_middle.h"
 #include "matcher/runs/run_scan.h"
 #include "matcher/scan/place_cursor.h"
-#include "matcher/scan/place_scan.h"
+#include "matcher/scan/start_scan.h"
 #include "matcher/scan/string_scan.h"
 #include "matcher/tuning.h"
 #include "matcher/words/word_scan.h"
@@ -86,10 +87,6 @@ class LocatorProgram {
   /// Whether the pattern is nothing but one string of sets.
   bool IsString() const { return string_.has_value(); }
 
-  /// Whether matches are so whatever stands beside them, and none is empty: from the end of one on, they are
-  /// those of what is left of the text alone.
-  bool IsFree() const { return isFree_; }
-
   /// The sets of this string.
   const std::vector<CharSet>& StringSets() const { return graph_->bytes; }
 
@@ -97,7 +94,7 @@ class LocatorProgram {
   /// count, in a text from `begin` to `end`.
   bool IsStringBetween(const unsigned char* start, const unsigned char* stop,
                        const unsigned char* begin, const unsigned char* end) const {
-    return isFree_ || HasNeighbours(start, stop, begin, end);
+    return isStringFree_ || HasNeighbours(start, stop, begin, end);
   }
 
   enum class Answer { kMatch, kNoMatch, kUnknown };
@@ -109,8 +106,13 @@ class LocatorProgram {
  private:
   friend class MatchLocator;
 
+  Answer LookForFirst(const unsigned char* begin, const unsigned char* end,
+                      LocatedRange& match) const;
   Answer LookForRuns(const unsigned char* place, const unsigned char* end,
                      LocatedRange& match) const;
+  void ChooseLead(const std::vector<CharSet>& required, const std::vector<Run>& runs);
+  const unsigned char* NextRow(const unsigned char* place, const unsigned char* begin,
+                               const unsigned char* end, RunFilter::Cursor& cursor) const;
   template <typename Next>
   Answer TryRuns(const unsigned char* place, const unsigned char* end, Next next,
                  LocatedRange& match) const;
@@ -119,20 +121,29 @@ class LocatorProgram {
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
                      const unsigned char* begin, const unsigned char* end) const;
   bool HasScan() const { return required_.has_value() || leading_.has_value(); }
+  /// Whether the lead alone tells where matches lie.
+  bool NeedsNoAutomata() const { return string_ || class_ || runs_; }
 
   const std::unique_ptr<const PositionGraph> graph_;
   const bool words_;
   std::optional<StringScan> string_;    // set if that lead is followed
   std::optional<StringScan> required_;  // set if it is of use
   std::optional<StringScan> rarer_;     // else one that is of use in short texts, if there is any
-  std::optional<PlaceScan> leading_;    // set if these lead
+  std::optional<StartScan> leading_;    // set if these lead
   std::optional<ClassRun> class_;       // set if that lead is followed
   std::optional<RunScan> runs_;         // set if what one of these leads to is a row of runs
   std::optional<RunMiddle> middle_;     // a string in the middle of the row
   std::optional<RunFilter>
-      filter_;           // set if the leading bytes are common: looks for the row as a whole
-  bool isFree_ = false;  // matches are so whatever stands beside them, and none is empty
-  std::optional<WordScan> list_;  // set if that lead is followed
+      filter_;  // set if the leading bytes are common: looks for the row as a whole
+  /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
+  Beside beside_;
+  bool isToldBeside_ = true;          // what must stand beside the string is in `beside_`
+  bool isStringFree_ = false;         // nothing must stand beside the string
+  bool findsMany_ = false;            // matches are found several at a time: none is empty
+  bool startsAnywhere_ = false;       // matches start so whatever stands before them
+  std::array<bool, 256> canStart_{};  // the bytes that a match, which is not empty, can start with
+  std::ptrdiff_t shortest_ = 0;       // no match has fewer bytes
+  std::optional<WordScan> list_;      // set if that lead is followed
   bool canDoWithoutList_ = true;
   std::optional<ListLead>
       listLead_;     // set if that lead is followed, for as long as its credit lasts
@@ -174,7 +185,8 @@ class MatchLocator {
   /// The leftmost match, and of those the longest. Throws nothing but std::bad_alloc, and is then as
   /// usable as before. Taken apart and given back in registers: matches can be a few bytes apart.
   Match Find(const Request& request) {
-    if (const Match* const ready = TakeReady(request.place, request.end)) return *ready;
+    if (const Match* const ready = TakeReady(request.place, request.begin, request.end))
+      return *ready;
     return Find(request.place, request.begin, request.end, request.refusesEmpty, request.after);
   }
 
@@ -187,18 +199,21 @@ class MatchLocator {
     return &match;
   }
 
-  /// The same for a search from `place` on in a text that ends at `end`.
-  const Match* TakeReady(const unsigned char* place, const unsigned char* end) {
-    return place == readyFrom_ && end == readyEnd_ ? TakeReady() : nullptr;
+  /// The same for a search from `place` on in a text from `begin` to `end`.
+  const Match* TakeReady(const unsigned char* place, const unsigned char* begin,
+                         const unsigned char* end) {
+    return IsReadyFor(place, begin, end) ? TakeReady() : nullptr;
   }
 
-  /// All of these, in order; none: the search goes on by itself. Valid until it does.
+  /// All of these, in order, that searches find of which each begins, with the text, where the match before ends; none:
+  /// the search goes on by itself. Valid until it does.
   std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end) {
-    if (place != readyFrom_ || end != readyEnd_ || nextReady_ == readyCount_) return {};
-    const std::span<const Match> matches(&ready_[nextReady_], readyCount_ - nextReady_);
-    nextReady_ = readyCount_;
-    readyFrom_ = matches.back().end;
-    return matches;
+    if (nextReady_ == readyCount_ || !IsReadyFor(place, place, end)) return {};
+    const std::size_t first = nextReady_++;
+    readyFrom_ = ready_[first].end;
+    while (nextReady_ < readyCount_ && IsReadyFor(readyFrom_, readyFrom_, end))
+      readyFrom_ = ready_[nextReady_++].end;
+    return {&ready_[first], nextReady_ - first};
   }
 
   /// Drops what is ready and begins before `place`.
@@ -225,9 +240,17 @@ class MatchLocator {
     kSpent,  // not known: the credit is spent
   };
 
+  /// Whether what is ready, or was, goes on with this search. Where the text is thought to begin counts for a match
+  /// that starts there, and for no other.
+  bool IsReadyFor(const Byte* place, const Byte* begin, const Byte* end) const {
+    if (place != readyFrom_ || end != readyEnd_) return false;
+    return program_.startsAnywhere_ || begin == readyBegin_ || place == end ||
+           !program_.canStart_[*place];
+  }
+
   Match Find(const Byte* place, const Byte* begin, const Byte* end, bool refusesEmpty, int after);
   bool FindFrom(Search& search);
-  bool FindString(Search& search);
+  bool FindAlone(Search& search);
   Match FindMany(const Search& search);
   std::size_t FindTogether(const Search& search, std::size_t most);
   std::size_t FindClassRuns(const Search& search, std::size_t most);
@@ -274,12 +297,13 @@ class MatchLocator {
   std::int64_t unitsLeft_ = 0;
   const Byte* gaveUpAt_ = nullptr;
   const Byte* givesUpNextAt_ = nullptr;  // where it gave up after the matches that are ready
-  /// Matches that were found and not asked for yet; the search goes on from `readyFrom_` in a text that
-  /// ends at `readyEnd_`.
+  /// Matches that were found and not asked for yet; the search goes on from `readyFrom_` in a text from
+  /// `readyBegin_` to `readyEnd_`.
   std::array<Match, kMostReady> ready_;
   std::size_t nextReady_ = 0;
   std::size_t readyCount_ = 0;
   const Byte* readyFrom_ = nullptr;
+  const Byte* readyBegin_ = nullptr;
   const Byte* readyEnd_ = nullptr;
   RunScan::Notes runNotes_;
   RunFilter::Cursor runPlaces_;

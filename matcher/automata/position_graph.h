@@ -22,6 +22,7 @@
 #include "matcher/budget.h"
 #include "matcher/pattern/neighbours.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/scan/beside.h"
 #include "text/byte_map.h"
 #include "text/char_set.h"
 
@@ -29,6 +30,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -124,6 +126,12 @@ using LeadingBytes = std::vector<CharSet>;
 /// or what the shortest match has.
 std::vector<LeadingBytes> LeadingWays(const PositionGraph& graph, std::size_t mostWays,
                                       std::size_t mostOffsets);
+
+/// What must stand beside a match, where it is the same for all of them; nothing where it depends on the match.
+std::optional<Beside> BesideOf(const PositionGraph& graph);
+
+/// The bytes that can stand before a match; all where it can be empty.
+CharSet BytesBefore(const PositionGraph& graph);
 
 /// Whether the pattern is nothing but one string of sets: position 0, then 1, and so on to the last. Only
 /// where a match starts and ends may neighbours count.

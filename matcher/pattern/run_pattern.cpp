@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace trovex {
@@ -24,6 +25,21 @@ class Reader {
       bytes.reset('\n');
   }
 
+  /// The whole pattern, but for the anchors at its ends.
+  std::optional<Runs> ReadBetweenAnchors() const {
+    int root = tree_.Root();
+    while (tree_.Node(root).kind == SyntaxKind::kGroup)
+      root = tree_.Node(root).firstChild;
+    if (tree_.Node(root).kind != SyntaxKind::kConcat) return Read(root);
+    const std::vector<int> children = ChildrenOf(tree_.Node(root));
+    const auto isAnchor = [this](int child) {
+      return tree_.Node(child).kind == SyntaxKind::kAnchor;
+    };
+    const auto first = std::find_if_not(children.begin(), children.end(), isAnchor);
+    const auto last = std::find_if_not(children.rbegin(), children.rend(), isAnchor).base();
+    return first < last ? ReadRow({first, last}) : std::nullopt;
+  }
+
   /// Nothing where the node is no row of runs. Recurses as deep as the pattern is nested, which is limited
   /// before.
   std::optional<Runs> Read(int index) const {
@@ -36,7 +52,7 @@ class Reader {
       case SyntaxKind::kGroup:
         return Read(node.firstChild);
       case SyntaxKind::kConcat:
-        return ReadConcat(node);
+        return ReadRow(ChildrenOf(node));
       case SyntaxKind::kRepeat:
         return ReadRepeat(node);
       case SyntaxKind::kEmpty:
@@ -70,10 +86,17 @@ class Reader {
     last.most = isEndless ? Run::kEndless : last.most + run.most;
   }
 
-  std::optional<Runs> ReadConcat(const SyntaxNode& node) const {
+  std::vector<int> ChildrenOf(const SyntaxNode& node) const {
+    std::vector<int> children;
+    for (int child = node.firstChild; child != kNoNode; child = tree_.Node(child).nextSibling)
+      children.push_back(child);
+    return children;
+  }
+
+  std::optional<Runs> ReadRow(std::span<const int> nodes) const {
     Runs runs;
-    for (int child = node.firstChild; child != kNoNode; child = tree_.Node(child).nextSibling) {
-      const std::optional<Runs> more = Read(child);
+    for (const int node : nodes) {
+      const std::optional<Runs> more = Read(node);
       if (!more || runs.size() > kMaxRuns) return std::nullopt;
       for (const Run& run : *more)
         Append(runs, run);
@@ -102,36 +125,15 @@ class Reader {
   std::array<CharSet, 256> sources_;  // the bytes of the text that are compared as each byte
 };
 
-/// Whether all runs after `index` have a fixed length, and how long they are together.
-std::optional<std::uint32_t> FixedLengthAfter(const Runs& runs, std::size_t index) {
-  std::uint32_t length = 0;
-  for (std::size_t next = index + 1; next < runs.size(); ++next) {
-    if (!runs[next].IsFixed() || runs[next].least > kMostBoundedRun) return std::nullopt;
-    length += runs[next].least;
-  }
-  return length;
-}
-
-bool CanBeWalked(const Runs& runs, std::size_t index) {
-  const Run& run = runs[index];
-  if (run.most != Run::kEndless && run.most > kMostBoundedRun) return false;
-  if (run.IsFixed() || !MeetsWhatFollows(runs, index)) return true;
-  const std::optional<std::uint32_t> tail = FixedLengthAfter(runs, index);
-  return tail && *tail <= kMostTailBytes &&
-         (run.most == Run::kEndless || run.most <= kMostTriedRun);
-}
-
 }  // namespace
 
 std::vector<Run> RunsOf(const SyntaxTree& tree) {
-  std::optional<Runs> runs = Reader(tree).Read(tree.Root());
+  std::optional<Runs> runs = Reader(tree).ReadBetweenAnchors();
   if (!runs || runs->size() > kMaxRuns) return {};
   const bool isNeverEmpty =
       std::any_of(runs->begin(), runs->end(), [](const Run& run) { return run.least > 0; });
   if (!isNeverEmpty) return {};
-  for (std::size_t i = 0; i < runs->size(); ++i) {
-    if (!CanBeWalked(*runs, i)) return {};
-  }
+  if (!RunScan::CanTake(*runs)) return {};
   return std::move(*runs);
 }
 

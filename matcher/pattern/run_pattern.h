@@ -6,6 +6,8 @@
 //   "[^"]*"                a quote, any number of other bytes, a quote
 //   a.{0,100}b             a, up to 100 bytes, b
 //
+// Anchors may stand at both ends of the row; what they ask for is not said here.
+//
 // Where each run takes all that it can, no automaton is needed to find their matches (run_scan.h).
 
 #ifndef TROVEX_MATCHER_PATTERN_RUN_PATTERN_H
@@ -18,8 +20,8 @@
 
 namespace trovex {
 
-/// The runs of `tree`, which has no back-references; none if it is nothing of the kind, if a match may be
-/// empty, or if finding out where one ends might take too long.
+/// The runs of `tree`, which has no back-references, without the anchors at both of its ends; none if it is nothing of
+/// the kind, if a match may be empty, or if finding out where one ends might take too long.
 std::vector<Run> RunsOf(const SyntaxTree& tree);
 
 }  // namespace trovex

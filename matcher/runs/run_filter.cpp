@@ -88,12 +88,12 @@ HWY_INLINE PlaceMarks MarkWord(const RunSteps& steps, const std::uint64_t* membe
 void Mark(const RunSteps& steps, const Byte* begin, std::size_t words, const Byte* end,
           PlaceMarks* marks) {
   constexpr std::ptrdiff_t kAhead = 4096;
-  // No set has a line feed.
+  // Beyond the text, line feeds are thought to stand, of which no run has any.
   Byte lastBytes[kPlaces];
   std::memset(lastBytes, '\n', sizeof lastBytes);
   Carries carries;
   const auto length = static_cast<std::size_t>(end - begin);
-  carries.fill(length > words * kPlaces ? 1 : 0);
+  carries.fill(length >= words * kPlaces ? 1 : 0);
   for (std::size_t word = words; word-- > 0;) {
     const Byte* place = begin + word * kPlaces;
     const std::size_t room = length - word * kPlaces;

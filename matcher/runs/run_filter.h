@@ -17,7 +17,7 @@
 // PACT 2014.) So that it goes backwards, the bits of a word stand in the opposite order of its bytes.
 //
 // Every place where a match begins is among the marked ones; the others are few. A bounded run counts as one
-// without an end, and beyond the stretch that is looked at, anything may stand.
+// without an end; beyond the stretch that is looked at, anything may stand, and beyond the text a line feed.
 
 #ifndef TROVEX_MATCHER_RUNS_RUN_FILTER_H
 #define TROVEX_MATCHER_RUNS_RUN_FILTER_H

@@ -33,6 +33,7 @@ bool IsMiddle(const std::vector<Run>& runs, std::size_t middle) {
 struct Middle {
   std::vector<CharSet> string;
   bool hasLead;
+  bool isLast;  // the row ends with it
 };
 
 Middle StringFrom(const std::vector<Run>& runs, std::size_t middle) {
@@ -41,26 +42,53 @@ Middle StringFrom(const std::vector<Run>& runs, std::size_t middle) {
   };
   std::vector<CharSet> string;
   const bool isTold = !Meet(runs[middle - 1], runs[middle]);
+  bool isLast = false;
   if (isTold) string.push_back(runs[middle - 1].bytes);
   for (std::size_t next = middle; next < runs.size(); ++next) {
     const std::size_t room = kLongestRequired - std::min(string.size(), kLongestRequired);
     string.insert(string.end(), std::min<std::size_t>(runs[next].least, room), runs[next].bytes);
+    isLast = next + 1 == runs.size() && runs[next].IsFixed() && runs[next].least <= room;
     if (!runs[next].IsFixed()) break;
   }
-  while (string.size() > kShortString && isCommon(string.back()))
+  while (string.size() > kShortString && isCommon(string.back())) {
     string.pop_back();
+    isLast = false;
+  }
   const bool isCut = isTold && string.size() > kShortString && isCommon(string.front());
   if (isCut) string.erase(string.begin());
-  return {std::move(string), isTold && !isCut};
+  return {std::move(string), isTold && !isCut, isLast};
+}
+
+/// What must stand after the string, which is what must stand after a match where the row ends with it.
+Beside AfterString(const Middle& middle, const Beside& beside) {
+  Beside after;
+  if (middle.isLast) after.after = beside.after;
+  return after;
+}
+
+/// At how many of 100,000 places the string is to be expected.
+double RateOf(const Middle& middle, const Beside& beside) {
+  std::vector<CharSet> string = middle.string;
+  if (middle.isLast && beside.AsksAfter()) string.push_back(beside.after);
+  return RateInClusters(ChooseProbes(string));
+}
+
+/// Whether the one way back leads to the only start that has what must stand before it.
+bool IsStartOnly(const std::vector<Run>& runs, const Beside& beside) {
+  return !beside.AsksBefore() || runs.front().IsFixed() ||
+         (runs.front().bytes & beside.before).none();
 }
 
 }  // namespace
 
-RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle)
-    : meetsMiddle_(Meet(runs[middle - 1], runs[middle])), string_(StringFrom(runs, middle).string) {
+RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Beside& beside)
+    : meetsMiddle_(Meet(runs[middle - 1], runs[middle])),
+      string_(StringFrom(runs, middle).string, AfterString(StringFrom(runs, middle), beside)) {
   const Middle told = StringFrom(runs, middle);
   lead_ = told.hasLead ? 1 : 0;
-  rate_ = RateInClusters(ChooseProbes(told.string));
+  rate_ = RateOf(told, beside);
+  for (std::size_t c = 0; c < mayBeBefore_.size(); ++c)
+    mayBeBefore_[c] = beside.before[c];
   for (std::size_t i = middle; i-- > 0;) {
     RunBefore run = {.least = runs[i].least, .most = runs[i].most};
     for (std::size_t c = 0; c < run.members.size(); ++c)
@@ -69,11 +97,12 @@ RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle)
   }
 }
 
-std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs) {
+std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs, const Beside& beside) {
   std::optional<RunMiddle> rarest;
+  if (runs.empty() || !IsStartOnly(runs, beside)) return rarest;
   for (std::size_t middle = 1; middle < runs.size(); ++middle) {
     if (!IsMiddle(runs, middle)) continue;
-    RunMiddle found(runs, middle);
+    RunMiddle found(runs, middle, beside);
     if (!rarest || found.rate_ < rarest->rate_) rarest.emplace(std::move(found));
   }
   return rarest;
@@ -81,7 +110,7 @@ std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs) {
 
 std::pair<const unsigned char*, const unsigned char*> RunMiddle::First(
     const Byte* place, const Byte* end, const RunScan& scan, RunScan::Notes& notes) const {
-  Walk walk = {place, end, nullptr};
+  Walk walk = {place, place, end, nullptr};
   while ((place = string_.Find(place, end)) != nullptr) {
     const auto match = MatchAround(place, scan, notes, walk);
     if (match.first != nullptr) return match;

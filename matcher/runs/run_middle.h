@@ -14,6 +14,9 @@
 // only the string follows it: it goes back to the same place from wherever in it the string stands, and which of
 // the strings in it is the last is told on the way forward.
 //
+// What must stand before a match is asked of that one place: no byte of a first run that has no fixed length will
+// do for it.
+//
 //   [A-Z][a-z]+ung in "erfungungX"    from the first "ung" back to the blank before "erf": nothing
 //                                     from the second one, back to the first: the same again, so nothing
 
@@ -34,27 +37,29 @@ namespace trovex {
 
 class RunMiddle {
  public:
-  /// Of `runs`, which a RunScan takes, the rarest string in their middle; nothing where they have none.
-  static std::optional<RunMiddle> For(const std::vector<Run>& runs);
+  /// Of `runs`, which a RunScan takes, the rarest string in their middle; nothing where they have none. `beside` is
+  /// what must stand beside a match: the scan has been told what after it.
+  static std::optional<RunMiddle> For(const std::vector<Run>& runs, const Beside& beside = {});
 
   /// At how many of 100,000 places the string is to be expected (RateInClusters).
   double Rate() const { return rate_; }
 
   /// Calls `take(start, end)` for the matches in [place, end) one after another, each from the end of the one
-  /// before it on, until it returns false. The text ends at `end`; `scan` reads the row, and `notes` are those of
-  /// the text.
+  /// before it on, until it returns false. The text goes from `begin` to `end`; `scan` reads the row, and `notes`
+  /// are those of the text.
   template <typename Take>
-  void ForEach(const unsigned char* place, const unsigned char* end, const RunScan& scan,
-               RunScan::Notes& notes, PlaceCursor& cursor, Take take) const {
-    Walk walk = {place, end, nullptr};
-    string_.ForEach(place, end, cursor, [&](const unsigned char* found) -> const unsigned char* {
-      const auto [start, stop] = MatchAround(found, scan, notes, walk);
-      if (start == nullptr) return found + 1;
-      return take(start, stop) ? stop : nullptr;
-    });
+  void ForEach(const unsigned char* place, const unsigned char* begin, const unsigned char* end,
+               const RunScan& scan, RunScan::Notes& notes, PlaceCursor& cursor, Take take) const {
+    Walk walk = {place, begin, end, nullptr};
+    string_.ForEach(place, begin, end, cursor,
+                    [&](const unsigned char* found) -> const unsigned char* {
+                      const auto [start, stop] = MatchAround(found, scan, notes, walk);
+                      if (start == nullptr) return found + 1;
+                      return take(start, stop) ? stop : nullptr;
+                    });
   }
 
-  /// The first of these; null if there is none.
+  /// The first of these in a text that begins at `place`; null if there is none.
   std::pair<const unsigned char*, const unsigned char*> First(const unsigned char* place,
                                                               const unsigned char* end,
                                                               const RunScan& scan,
@@ -73,11 +78,12 @@ class RunMiddle {
   /// How far the matches of a text have come.
   struct Walk {
     const Byte* place;  // from where on the next one may start
+    const Byte* begin;  // of the text
     const Byte* end;    // of the text
     const Byte* tried;  // where the string stood that no match was found around; null: none
   };
 
-  RunMiddle(const std::vector<Run>& runs, std::size_t middle);
+  RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Beside& beside);
   const Byte* StartBefore(const Byte* middle, const Walk& walk) const;
 
   /// The match that the string at `found` leads to; null if there is none.
@@ -85,7 +91,9 @@ class RunMiddle {
                                                   RunScan::Notes& notes, Walk& walk) const {
     const Byte* const middle = found + lead_;
     const Byte* const start = StartBefore(middle, walk);
-    const Byte* const stop = start != nullptr ? scan.EndOfMatch(start, walk.end, notes) : nullptr;
+    const bool mayStart =
+        start != nullptr && mayBeBefore_[start != walk.begin ? start[-1] : Byte{'\n'}];
+    const Byte* const stop = mayStart ? scan.EndOfMatch(start, walk.end, notes) : nullptr;
     walk.tried = stop == nullptr ? middle : nullptr;
     if (stop == nullptr) return {nullptr, nullptr};
     walk.place = stop;
@@ -95,6 +103,7 @@ class RunMiddle {
   std::vector<RunBefore> before_;
   bool meetsMiddle_;         // the run before the string may hold its first byte
   std::ptrdiff_t lead_ = 0;  // how many bytes of that run the string begins with: one or none
+  std::array<bool, 256> mayBeBefore_{};  // the bytes that may stand before a match
   double rate_ = 0;
   StringScan string_;
 };

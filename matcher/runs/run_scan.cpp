@@ -4,15 +4,55 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 namespace trovex {
 
+namespace {
+
+/// `runs` and what must stand after them.
+std::vector<Run> WithWhatIsAfter(std::vector<Run> runs, const CharSet& after) {
+  if (!after.all()) runs.push_back({after, 1, 1});
+  return runs;
+}
+
+/// Whether a byte of run `index` can also be the first of what may follow it.
 bool MeetsWhatFollows(const std::vector<Run>& runs, std::size_t index) {
   for (std::size_t next = index + 1; next < runs.size(); ++next) {
     if ((runs[index].bytes & runs[next].bytes).any()) return true;
     if (runs[next].least > 0) break;
   }
   return false;
+}
+
+/// Whether all runs after `index` have a fixed length, and how long they are together.
+std::optional<std::uint32_t> FixedLengthAfter(const std::vector<Run>& runs, std::size_t index) {
+  std::uint32_t length = 0;
+  for (std::size_t next = index + 1; next < runs.size(); ++next) {
+    if (!runs[next].IsFixed() || runs[next].least > kMostBoundedRun) return std::nullopt;
+    length += runs[next].least;
+  }
+  return length;
+}
+
+bool CanBeWalked(const std::vector<Run>& runs, std::size_t index) {
+  const Run& run = runs[index];
+  if (run.most != Run::kEndless && run.most > kMostBoundedRun) return false;
+  if (run.IsFixed() || !MeetsWhatFollows(runs, index)) return true;
+  const std::optional<std::uint32_t> tail = FixedLengthAfter(runs, index);
+  return tail && *tail <= kMostTailBytes &&
+         (run.most == Run::kEndless || run.most <= kMostTriedRun);
+}
+
+}  // namespace
+
+bool RunScan::CanTake(const std::vector<Run>& runs, const CharSet& after) {
+  const std::vector<Run> all = WithWhatIsAfter(runs, after);
+  if (runs.empty() || all.size() > kMaxRuns) return false;
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (!CanBeWalked(all, i)) return false;
+  }
+  return true;
 }
 
 RunScan::ReadyRun::ReadyRun(const Run& run)
@@ -25,14 +65,16 @@ RunScan::ReadyRun::ReadyRun(const Run& run)
     members[c] = run.bytes[c];
 }
 
-RunScan::RunScan(const std::vector<Run>& runs) : tried_(kMaxRuns) {
-  for (std::size_t i = 0; i < runs.size(); ++i) {
-    runs_.emplace_back(runs[i]);
-    if (tried_ < i) tailLength_ += runs[i].least;
-    if (!runs[i].IsFixed() && MeetsWhatFollows(runs, i)) tried_ = i;
+RunScan::RunScan(const std::vector<Run>& runs, const CharSet& after)
+    : after_(after.all() ? 0 : 1), tried_(kMaxRuns) {
+  const std::vector<Run> all = WithWhatIsAfter(runs, after);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    runs_.emplace_back(all[i]);
+    if (tried_ < i) tailLength_ += all[i].least;
+    if (!all[i].IsFixed() && MeetsWhatFollows(all, i)) tried_ = i;
   }
-  if (tried_ == kMaxRuns || runs[tried_ + 1].bytes.count() != 1) return;
-  for (tailByte_ = 0; !runs[tried_ + 1].bytes[static_cast<std::size_t>(tailByte_)];)
+  if (tried_ == kMaxRuns || IsAfter(tried_ + 1) || all[tried_ + 1].bytes.count() != 1) return;
+  for (tailByte_ = 0; !all[tried_ + 1].bytes[static_cast<std::size_t>(tailByte_)];)
     ++tailByte_;
 }
 
@@ -69,21 +111,22 @@ inline const unsigned char* RunScan::EndOfBoundedRun(std::size_t index, const By
 }
 
 /// Whether the fixed runs after the one that is tried stand at `place`, where they have room.
-bool RunScan::HoldsTail(const Byte* place) const {
+bool RunScan::HoldsTail(const Byte* place, const Byte* end) const {
   for (std::size_t i = tried_ + 1; i < runs_.size(); ++i) {
     for (std::ptrdiff_t n = 0; n < runs_[i].least; ++n) {
-      if (!runs_[i].members[*place++]) return false;
+      if (!runs_[i].members[place != end ? *place++ : Byte{'\n'}]) return false;
     }
   }
   return true;
 }
 
-/// The end of the last occurrence in a text that ends at `end` of what follows the run that is tried, which
-/// may begin from `lowest` up to `highest`; null if there is none.
-const unsigned char* RunScan::EndOfTail(const Byte* lowest, const Byte* highest, const Byte* end,
-                                        Notes& notes) const {
-  if (end - highest < tailLength_) highest = end - tailLength_;
-  if (highest < lowest) return nullptr;
+/// Where what follows the run that is tried stands last in a text that ends at `end`, if it begins from `lowest` up to
+/// `highest`; null if it does nowhere.
+const unsigned char* RunScan::LastTail(const Byte* lowest, const Byte* highest, const Byte* end,
+                                       Notes& notes) const {
+  const std::ptrdiff_t missing = tailLength_ - after_ - (end - highest);
+  if (highest - lowest < missing) return nullptr;
+  if (missing > 0) highest -= missing;
   if (notes.isEmpty_) Prepare(notes);
   Notes::Stretch& without = notes.withoutTail_;
   const bool isContinued = without.Holds(lowest);
@@ -94,7 +137,7 @@ const unsigned char* RunScan::EndOfTail(const Byte* lowest, const Byte* highest,
           memrchr(from, tailByte_, static_cast<std::size_t>(place - from) + 1));
       if (place == nullptr) break;
     }
-    if (HoldsTail(place)) return place + tailLength_;
+    if (HoldsTail(place, end)) return place;
   }
   if (!isContinued) without.first = lowest;
   if (!isContinued || highest > without.last) without.last = highest;
@@ -130,6 +173,11 @@ const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Not
   const Byte* place = start;
   for (std::size_t i = 0; i < runs_.size(); ++i) {
     const ReadyRun& run = runs_[i];
+    if (IsAfter(i)) {
+      if (run.members[place != end ? *place : Byte{'\n'}]) return place;
+      NoteFailure(i, walk, notes);
+      return nullptr;
+    }
     const bool isRefused = run.isEndless && IsNoted(i, place, notes);
     const Byte* const left = isRefused       ? notes.failures_[i].last
                              : run.isEndless ? EndOfRun(run, place, end)
@@ -141,13 +189,13 @@ const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Not
       return nullptr;
     }
     if (i == tried_) {
-      const Byte* const tail = EndOfTail(place + run.least, left, end, notes);
+      const Byte* const tail = LastTail(place + run.least, left, end, notes);
       if (tail == nullptr) {
         NoteFailure(i, walk, notes);
-      } else if (run.isEndless) {
-        Note(i, tail - tailLength_ + 1, left, notes);
+        return nullptr;
       }
-      return tail;
+      if (run.isEndless) Note(i, tail + 1, left, notes);
+      return tail + (tailLength_ - after_);
     }
     place = left;
   }

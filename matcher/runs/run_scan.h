@@ -10,6 +10,9 @@
 // length may be told from what follows by trying, as the dot from the b: of the places where that can
 // follow, the last counts.
 //
+// What must stand after a match is read as one more run of a single byte, which belongs to no match. It may be the
+// line feed that is thought after the text.
+//
 // A start at which the row fails says something of the starts after it: whoever comes into an endless run
 // that has been read, anywhere in it, comes out of it at the same end and fails there just the same.
 // These stretches are noted, and what is known of the bytes before a place, so that no text is read again
@@ -22,6 +25,7 @@
 #define TROVEX_MATCHER_RUNS_RUN_SCAN_H
 
 #include "matcher/limits.h"
+#include "matcher/scan/beside.h"
 #include "matcher/scan/place_scan.h"
 #include "text/char_set.h"
 
@@ -43,9 +47,6 @@ struct Run {
 
   bool IsFixed() const { return least == most; }
 };
-
-/// Whether a byte of run `index` can also be the first of what may follow it.
-bool MeetsWhatFollows(const std::vector<Run>& runs, std::size_t index);
 
 class RunScan {
  public:
@@ -77,12 +78,16 @@ class RunScan {
     Stretch withoutTail_;
   };
 
-  /// Takes 1 to `kMaxRuns` runs, of which only the last one of no fixed length may meet what follows.
-  explicit RunScan(const std::vector<Run>& runs);
+  /// Whether finding out where a match of `runs` ends, with a byte of `after` after it, takes no longer than it may,
+  /// and only the last run of no fixed length can have a byte that what follows can begin with, too.
+  static bool CanTake(const std::vector<Run>& runs, const CharSet& after = ~CharSet());
+
+  /// Takes 1 to `kMaxRuns` runs that it can take.
+  explicit RunScan(const std::vector<Run>& runs, const CharSet& after = ~CharSet());
 
   /// Where the longest match ends that starts at `start`, in a text that ends at `end`; null if there is
   /// none. Starts come in ascending order until the notes are forgotten. Nothing outside of [start, end) is
-  /// read.
+  /// read; beyond it, a line feed is thought to stand.
   const unsigned char* EndOfMatch(const unsigned char* start, const unsigned char* end,
                                   Notes& notes) const;
 
@@ -110,18 +115,21 @@ class RunScan {
     std::array<const Byte*, kMaxRuns> left;
   };
 
+  bool IsAfter(std::size_t index) const { return after_ != 0 && index + 1 == runs_.size(); }
+
   static const Byte* EndOfRun(const ReadyRun& run, const Byte* place, const Byte* limit);
   const Byte* EndOfBoundedRun(std::size_t index, const Byte* place, const Byte* end,
                               Notes& notes) const;
-  const Byte* EndOfTail(const Byte* lowest, const Byte* highest, const Byte* end,
-                        Notes& notes) const;
-  bool HoldsTail(const Byte* place) const;
+  const Byte* LastTail(const Byte* lowest, const Byte* highest, const Byte* end,
+                       Notes& notes) const;
+  bool HoldsTail(const Byte* place, const Byte* end) const;
   bool IsNoted(std::size_t run, const Byte* place, const Notes& notes) const;
   void Prepare(Notes& notes) const;
   void Note(std::size_t run, const Byte* first, const Byte* last, Notes& notes) const;
   void NoteFailure(std::size_t failed, const Walk& walk, Notes& notes) const;
 
-  std::vector<ReadyRun> runs_;
+  std::vector<ReadyRun> runs_;     // with what must stand after them
+  std::ptrdiff_t after_;           // 1 where something must, else 0
   std::size_t tried_;              // the run that has to be tried from its end; kMaxRuns: none
   std::ptrdiff_t tailLength_ = 0;  // of what follows that
   int tailByte_ = -1;              // what it begins with; below 0: with one of several bytes

@@ -4,25 +4,63 @@
 
 namespace trovex {
 
-StringScan::StringScan(const std::vector<CharSet>& sets)
-    : length_(sets.size()), scan_(ChooseProbes(sets)) {
-  const Probes probes = ChooseProbes(sets);
-  std::vector<CharSet> different;
-  for (std::size_t offset = 0; offset < sets.size(); ++offset) {
+namespace {
+
+/// The string with what is asked beside it.
+std::vector<CharSet> WithNeighbours(std::vector<CharSet> sets, const Beside& beside) {
+  if (beside.AsksBefore()) sets.insert(sets.begin(), beside.before);
+  if (beside.AsksAfter()) sets.push_back(beside.after);
+  return sets;
+}
+
+/// The probes for these. Of what is asked beside the string only a single byte is looked for: any other class
+/// leaves most places over and takes longer to look for than the bytes of the string.
+Probes ProbesFor(const std::vector<CharSet>& sets, const Beside& beside) {
+  std::vector<CharSet> probed = WithNeighbours(sets, beside);
+  if (beside.AsksBefore() && beside.before.count() != 1) probed.front().set();
+  if (beside.AsksAfter() && beside.after.count() != 1) probed.back().set();
+  return ChooseProbes(probed);
+}
+
+}  // namespace
+
+StringScan::StringScan(const std::vector<CharSet>& sets, const Beside& beside)
+    : length_(sets.size()),
+      lead_(beside.AsksBefore() ? 1 : 0),
+      tail_(beside.AsksAfter() ? 1 : 0),
+      scan_(ProbesFor(sets, beside)) {
+  const Probes probes = ProbesFor(sets, beside);
+  const std::vector<CharSet> whole = WithNeighbours(sets, beside);
+  for (std::size_t offset = 0; offset < whole.size(); ++offset) {
+    const Rest rest = {static_cast<std::uint32_t>(offset), MembersOf(whole[offset])};
+    all_.push_back(rest);
     const bool isProbed = std::any_of(probes.begin(), probes.end(), [&](const Probe& probe) {
       return static_cast<std::size_t>(probe.offset) == offset;
     });
-    if (isProbed) continue;
-    auto same = std::find(different.begin(), different.end(), sets[offset]);
-    if (same == different.end()) {
-      same = different.insert(different.end(), sets[offset]);
-      members_.emplace_back();
-      for (std::size_t c = 0; c < sets[offset].size(); ++c)
-        members_.back()[c] = sets[offset][c];
-    }
-    rest_.push_back(
-        {static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(same - different.begin())});
+    if (!isProbed) rest_.push_back(rest);
   }
+  const Probe rarest = ChooseProbes(sets).front();
+  rarest_ = {static_cast<std::uint32_t>(rarest.offset), MembersOf(rarest.bytes)};
+}
+
+std::uint32_t StringScan::MembersOf(const CharSet& set) {
+  const auto known = std::find(sets_.begin(), sets_.end(), set);
+  const auto number = static_cast<std::uint32_t>(known - sets_.begin());
+  if (known != sets_.end()) return number;
+  sets_.push_back(set);
+  std::array<bool, 256>& members = members_.emplace_back();
+  for (std::size_t c = 0; c < members.size(); ++c)
+    members[c] = set[c];
+  return number;
+}
+
+bool StringScan::HoldsAllAt(const Byte* place, const Byte* begin, const Byte* end) const {
+  for (const Rest& rest : all_) {
+    const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(rest.offset) - lead_;
+    const bool isBeyond = offset < 0 ? place == begin : offset == end - place;
+    if (!members_[rest.members][isBeyond ? Byte{'\n'} : place[offset]]) return false;
+  }
+  return true;
 }
 
 }  // namespace trovex

@@ -197,6 +197,60 @@ TEST(PatternSearchTest, EveryPairOfAtomsInEveryShortText) {
   }
 }
 
+TEST(PatternSearchTest, EveryRowOfRunsBetweenAnchorsInEveryShortText) {
+  const std::vector<std::string> texts = AllTexts("ab-\n", 4);
+  for (const char* first : {"", "^", "\\<", "\\b", "\\B", "^\\<"}) {
+    for (const char* last : {"", "$", "\\>", "\\b", "\\B", "\\>$"}) {
+      for (const char* row : {"a", "ab", "a+", "[ab]+", "[ab]{2}", "a*b", "[^b]+", "a-?", ".*b",
+                              ".{2,}", "[ab]+-[ab]", "(a|b)-", "[^a]*ab?"}) {
+        for (const bool words : {false, true}) {
+          CompareAll(std::string(first) + row + last, words, texts);
+          if (HasFatalFailure()) return;
+        }
+      }
+    }
+  }
+}
+
+TEST(PatternSearchTest, RowsOfRunsBetweenAnchorsInLongTexts) {
+  const unsigned seed = std::random_device{}();
+  Dice dice(seed);
+  std::vector<std::string> texts;
+  for (const int length : {0, 1, 40, 63, 64, 65, 127, 128, 129, 700, 9'000}) {
+    std::string text;
+    while (text.size() < static_cast<std::size_t>(length))
+      text += dice.OneOf({"a", "ab", "Axy", "aaaaaaaaaaaaaaaaaaaaaaaaa", "-", " ", "\n", "b-x",
+                          "xyz.\n", "\nA", "  b"});
+    text.resize(static_cast<std::size_t>(length));
+    texts.push_back(text);
+  }
+  for (const char* pattern : {"^a",
+                              "x$",
+                              "^xyz\\.$",
+                              "\\<ab\\>",
+                              "^ +[ab]",
+                              "^[^ ]+",
+                              "^.{20,}$",
+                              "^A.*\\.$",
+                              "^A[xyz]*",
+                              "\\<[abxyz]{3}\\>",
+                              "\\<a[abxyz]*\\>",
+                              "[abxyz]+z\\.$",
+                              "\\b[abx]+-x",
+                              "^[abxyz]+-x$",
+                              "\\<[abxyz]+yz\\>",
+                              "-[ax]\\>",
+                              "^(A|xyz).*z",
+                              "^[ab-]{2,3}$",
+                              "\\B[abx]+\\B",
+                              "a+$"}) {
+    for (const bool words : {false, true}) {
+      CompareAll(pattern, words, texts);
+      if (HasFatalFailure()) FAIL() << "seed " << seed;
+    }
+  }
+}
+
 TEST(PatternSearchTest, EveryTextOfSixBytes) {
   const std::vector<std::string> texts = AllTexts("ab\n", 6);
   for (const char* pattern :

@@ -297,6 +297,31 @@ class RandomTexts {
   Dice dice_;
 };
 
+TEST_F(MatchLocatorTest, RowsOfRunsBetweenAnchors) {
+  constexpr unsigned kSeed = 4711;
+  Dice dice(kSeed);
+  std::vector<std::string> texts;
+  for (const int length : {0, 1, 2, 5, 8, 13, 36, 64, 65, 300, 2'000}) {
+    for (int t = 0; t < 3; ++t)
+      texts.push_back(dice.Bytes(t == 0 ? "aab.\n" : "aaabbx-. \n", length));
+  }
+  std::size_t found = 0;
+  for (const char* first : {"", "^", "\\<", "\\b"}) {
+    for (const char* last : {"", "$", "\\>", "\\b"}) {
+      for (const char* row :
+           {"a", "ab", "[ab]+", "[ab]{2,3}", "a*b", "[^b]+", "b\\.?", ".*b", "[ab]+-[abx]"}) {
+        const std::string pattern = std::string(first) + row + last;
+        for (const bool words : {false, true}) {
+          for (const std::string& text : texts)
+            found += Compare(pattern, {false, words}, text, dice.OneIn(2) ? 'a' : '\n');
+          if (HasFailure()) FAIL() << pattern;
+        }
+      }
+    }
+  }
+  EXPECT_GT(found, 10'000U);
+}
+
 TEST_F(MatchLocatorTest, RandomPatternsInLongRandomTexts) {
   std::size_t matches = 0;
   for (std::uint32_t seed = 1; seed <= 800; ++seed) {

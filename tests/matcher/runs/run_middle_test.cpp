@@ -33,24 +33,27 @@ using ByteRun = trovex::Run;  // the tests have a Run of their own
 using Runs = std::vector<ByteRun>;
 using Ranges = std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>>;
 
-/// Where the longest match of the runs from `index` on ends; null if none does.
-const Byte* LongestEnd(const Runs& runs, std::size_t index, const Byte* place, const Byte* end) {
-  if (index == runs.size()) return place;
+/// Where the longest match of the runs from `index` on ends before a byte of `after`; null if none does.
+const Byte* LongestEnd(const Runs& runs, std::size_t index, const Byte* place, const Byte* end,
+                       const CharSet& after) {
+  if (index == runs.size()) return after[place != end ? *place : Byte{'\n'}] ? place : nullptr;
   const Byte* longest = nullptr;
   const ByteRun& run = runs[index];
   for (std::uint32_t taken = 0;; ++taken, ++place) {
     if (taken >= run.least) {
-      const Byte* const last = LongestEnd(runs, index + 1, place, end);
+      const Byte* const last = LongestEnd(runs, index + 1, place, end, after);
       if (last != nullptr && (longest == nullptr || last > longest)) longest = last;
     }
     if (taken == run.most || place == end || !run.bytes[*place]) return longest;
   }
 }
 
-Ranges TrivialMatches(const Runs& runs, const Block& text, const Byte* place, const Byte* end) {
+Ranges TrivialMatches(const Runs& runs, const Block& text, const Byte* place, const Byte* end,
+                      const Beside& beside = {}) {
   Ranges matches;
   while (place < end) {
-    const Byte* const stop = LongestEnd(runs, 0, place, end);
+    const bool mayStart = beside.before[place != text.begin() ? place[-1] : Byte{'\n'}];
+    const Byte* const stop = mayStart ? LongestEnd(runs, 0, place, end, beside.after) : nullptr;
     if (stop != nullptr) matches.emplace_back(place - text.begin(), stop - text.begin());
     place = stop != nullptr ? stop : place + 1;
   }
@@ -65,11 +68,12 @@ Ranges FoundMatches(const RunScan& scan, const RunMiddle& middle, const Block& t
   Ranges matches;
   for (std::size_t taken = atOnce; taken == atOnce;) {
     taken = 0;
-    middle.ForEach(place, end, scan, notes, cursor, [&](const Byte* start, const Byte* stop) {
-      matches.emplace_back(start - text.begin(), stop - text.begin());
-      place = stop;
-      return ++taken < atOnce;
-    });
+    middle.ForEach(place, text.begin(), end, scan, notes, cursor,
+                   [&](const Byte* start, const Byte* stop) {
+                     matches.emplace_back(start - text.begin(), stop - text.begin());
+                     place = stop;
+                     return ++taken < atOnce;
+                   });
   }
   return matches;
 }
@@ -87,16 +91,12 @@ Ranges OnlyFirst(Ranges matches) {
   return matches;
 }
 
-/// Whether a RunScan takes these runs.
-bool IsTaken(const Runs& runs) {
-  for (std::size_t i = 0; i < runs.size(); ++i) {
-    if (runs[i].IsFixed() || !MeetsWhatFollows(runs, i)) continue;
-    for (std::size_t next = i + 1; next < runs.size(); ++next) {
-      if (!runs[next].IsFixed()) return false;
-    }
-  }
-  return true;
-}
+const std::vector<Beside> kBeside = {{},
+                                     {SetOf("\n"), ~CharSet()},
+                                     {~CharSet(), SetOf("\n")},
+                                     {SetOf("-\n"), SetOf("-\n")},
+                                     {~CharSet(), SetOf("a-")},
+                                     {SetOf("a"), SetOf("b\n")}};
 
 TEST(RunMiddle, FindsTheMatchesOfAllSmallRowsInAllSmallTexts) {
   Runs choices;
@@ -117,25 +117,32 @@ TEST(RunMiddle, FindsTheMatchesOfAllSmallRowsInAllSmallTexts) {
     }
   }
   std::vector<Block> texts;
-  for (const std::string& text : AllStrings({"a", "b", "-"}, 6))
+  for (const std::string& text : AllStrings({"a", "b", "-"}, 5))
     texts.emplace_back(text);
   std::size_t found = 0;
   std::size_t searched = 0;
-  for (const Runs& runs : rows) {
-    const std::optional<RunMiddle> middle = RunMiddle::For(runs);
-    if (!middle || !IsTaken(runs)) continue;
+  const auto tryAll = [&](const Runs& runs, const Beside& beside) {
+    if (!RunScan::CanTake(runs, beside.after)) return;
+    const std::optional<RunMiddle> middle = RunMiddle::For(runs, beside);
+    if (!middle) return;
     ++searched;
-    const RunScan scan(runs);
+    const RunScan scan(runs, beside.after);
     for (const Block& text : texts) {
-      const Ranges expected = TrivialMatches(runs, text, text.begin(), text.end());
+      const Ranges expected = TrivialMatches(runs, text, text.begin(), text.end(), beside);
       const std::string told(text.begin(), text.end());
       ASSERT_EQ(FoundMatches(scan, *middle, text, text.begin(), text.end(), 1), expected) << told;
       ASSERT_EQ(FoundMatches(scan, *middle, text, text.begin(), text.end(), 9), expected) << told;
       ASSERT_EQ(FirstMatch(scan, *middle, text, text.end()), OnlyFirst(expected)) << told;
       found += expected.size();
     }
+  };
+  for (const Runs& runs : rows) {
+    for (const Beside& beside : kBeside) {
+      tryAll(runs, beside);
+      if (HasFatalFailure()) return;
+    }
   }
-  EXPECT_GT(searched, 200U);
+  EXPECT_GT(searched, 800U);
   EXPECT_GT(found, 20'000U);
 }
 
@@ -155,7 +162,7 @@ Runs RandomRuns(Dice& dice) {
 }
 
 TEST(RunMiddle, FindsTheMatchesOfRandomRowsFromAnywhereToAnyEnd) {
-  constexpr std::uint32_t kRounds = 10'000;
+  constexpr std::uint32_t kRounds = 30'000;
   std::size_t searched = 0;
   std::size_t found = 0;
   for (const ScanRoad& road : AllScanRoads()) {
@@ -163,8 +170,10 @@ TEST(RunMiddle, FindsTheMatchesOfRandomRowsFromAnywhereToAnyEnd) {
     for (std::uint32_t seed = 1; seed <= kRounds; ++seed) {
       Dice dice(seed);
       const Runs runs = RandomRuns(dice);
-      if (!IsTaken(runs)) continue;
-      const std::optional<RunMiddle> middle = RunMiddle::For(runs);
+      const Beside& beside =
+          kBeside[dice.OneIn(2) ? 0 : static_cast<std::size_t>(dice.Between(1, 5))];
+      if (!RunScan::CanTake(runs, beside.after)) continue;
+      const std::optional<RunMiddle> middle = RunMiddle::For(runs, beside);
       if (!middle) continue;
       ++searched;
       const char* const alphabet = dice.OneIn(2) ? "aaabbbccd-" : "abcd-\n";
@@ -174,9 +183,9 @@ TEST(RunMiddle, FindsTheMatchesOfRandomRowsFromAnywhereToAnyEnd) {
       const Byte* const place =
           dice.OneIn(2) ? text.begin() + dice.Between(0, static_cast<int>(end - text.begin()))
                         : text.begin();
-      const Ranges expected = TrivialMatches(runs, text, place, end);
+      const Ranges expected = TrivialMatches(runs, text, place, end, beside);
       const std::size_t atOnce = dice.OneIn(2) ? 1 : 10;
-      const RunScan scan(runs);
+      const RunScan scan(runs, beside.after);
       ASSERT_EQ(FoundMatches(scan, *middle, text, place, end, atOnce), expected)
           << road.name << " seed " << seed << ": " << std::string(text.begin(), text.end());
       found += expected.size();

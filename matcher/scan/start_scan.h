@@ -1,0 +1,103 @@
+// The search for places where a match can start, by the bytes that can stand there, and by what must stand before:
+// of "^[0-9]" a line feed and a digit after it. At the begin of a text, where a line feed is only thought, the first
+// byte of the match alone decides.
+
+#ifndef TROVEX_MATCHER_SCAN_START_SCAN_H
+#define TROVEX_MATCHER_SCAN_START_SCAN_H
+
+#include "matcher/scan/place_cursor.h"
+#include "matcher/scan/place_scan.h"
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+namespace trovex {
+
+class StartScan {
+ public:
+  /// `ways`: probes for each way to start. If not all bytes are in `before`, those that can stand before a match, the
+  /// probes' offset 0 is that byte, and `first` has the bytes that matches can start with.
+  StartScan(const std::vector<Probes>& ways, const CharSet& before, const CharSet& first)
+      : scan_(PlaceScan::ForAlternatives(ways)), lead_(before.all() ? 0 : 1) {
+    for (std::size_t c = 0; c < first_.size(); ++c) {
+      before_[c] = before[c];
+      first_[c] = first[c];
+    }
+  }
+
+  /// 1 where something is asked of the byte before a match, else 0.
+  std::ptrdiff_t Lead() const { return lead_; }
+
+  /// Whether what stands before `place`, in a text that begins at `begin`, can stand before a match.
+  bool MayStartAfter(const unsigned char* begin, const unsigned char* place) const {
+    return lead_ == 0 || before_[place != begin ? place[-1] : '\n'];
+  }
+
+  /// The first of the places in [place, end); null if there is none. The text goes from `begin` to `end`.
+  const unsigned char* Find(const unsigned char* place, const unsigned char* begin,
+                            const unsigned char* end) const {
+    if (lead_ == 0) return scan_.Find(place, end);
+    const unsigned char* found = nullptr;
+    Walk(
+        place, begin, end,
+        [this, end](const unsigned char* from, const auto& take) {
+          while (from != nullptr && from < end) {
+            from = scan_.Find(from, end);
+            if (from != nullptr) from = take(from);
+          }
+        },
+        [&found](const unsigned char* hit) {
+          found = hit;
+          return nullptr;
+        });
+    return found;
+  }
+
+  /// The same, for many places one after another.
+  const unsigned char* Find(const unsigned char* place, const unsigned char* begin,
+                            const unsigned char* end, PlaceCursor& cursor) const {
+    if (lead_ == 0) return cursor.Find(scan_, place, end);
+    const unsigned char* found = nullptr;
+    ForEach(place, begin, end, cursor, [&found](const unsigned char* hit) {
+      found = hit;
+      return nullptr;
+    });
+    return found;
+  }
+
+  /// Calls `take(p)` for the places from `place` on, as the cursor does.
+  template <typename Take>
+  void ForEach(const unsigned char* place, const unsigned char* begin, const unsigned char* end,
+               PlaceCursor& cursor, Take take) const {
+    if (lead_ == 0) return cursor.ForEach(scan_, place, end, take);
+    const auto scan = [&](const unsigned char* from, const auto& takeHit) {
+      cursor.ForEach(scan_, from, end, takeHit);
+    };
+    Walk(place, begin, end, scan, take);
+  }
+
+ private:
+  /// Takes the begin of the text, and then the places that `scan(from, take)` finds one byte before.
+  template <typename Scan, typename Take>
+  void Walk(const unsigned char* place, const unsigned char* begin, const unsigned char* end,
+            Scan scan, Take take) const {
+    if (place >= end) return;
+    if (place == begin) place = before_['\n'] && first_[*place] ? take(place) : place + 1;
+    if (place == nullptr || place >= end) return;
+    scan(place - 1, [&](const unsigned char* hit) -> const unsigned char* {
+      if (!before_[*hit]) return hit + 1;
+      const unsigned char* const next = take(hit + 1);
+      return next != nullptr ? next - 1 : nullptr;
+    });
+  }
+
+  PlaceScan scan_;
+  std::ptrdiff_t lead_;
+  std::array<bool, 256> before_{};
+  std::array<bool, 256> first_{};
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_SCAN_START_SCAN_H
