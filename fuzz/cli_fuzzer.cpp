@@ -9,6 +9,7 @@
 #include "fuzz/require.h"
 #include "hosts/cli/command/options.h"
 #include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/utf8_validity.h"
 #include "hosts/cli/output/visible_text.h"
 #include "hosts/cli/search/expression.h"
 #include "hosts/cli/search/units.h"

@@ -121,12 +121,10 @@ bool ListLead::ReadAfter(const SyntaxTree& tree, GraphOptions options) {
 }
 
 bool ListLead::MayStandIn(const Byte* begin, const Byte* end) const {
-  constexpr std::size_t kMost = 2 * WordScan::kWholeWindows;
-  static_assert(kLookedAtText <= kMost);
-  std::array<std::uint64_t, kMost / 64> marks;
-  std::array<std::uint32_t, kMost + kWindowsAtOnce> hits;
-  const auto length = static_cast<std::size_t>(end - begin);
-  const std::size_t size = length <= WordScan::kWholeWindows ? WordScan::kWholeWindows : kMost;
+  static_assert(kLookedAtText % 64 == 0);
+  std::array<std::uint64_t, kLookedAtText / 64> marks;
+  std::array<std::uint32_t, kLookedAtText + kWindowsAtOnce> hits;
+  const std::size_t size = (static_cast<std::size_t>(end - begin) + 63) / 64 * 64;
   list_.MarkStarts(begin, size, end, marks.data(), hits.data());
   return std::any_of(marks.begin(), marks.begin() + static_cast<std::ptrdiff_t>(size / 64),
                      [](std::uint64_t bits) { return bits != 0; });

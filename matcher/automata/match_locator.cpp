@@ -318,12 +318,10 @@ LocatorProgram::Answer LocatorProgram::TryRuns(const Byte* place, const Byte* en
 /// The first of the words.
 LocatorProgram::Answer LocatorProgram::LookForListed(const Byte* begin, const Byte* end,
                                                      LocatedRange& match) const {
-  constexpr std::size_t kMost = 2 * WordScan::kWholeWindows;
-  static_assert(kLookedAtText <= kMost);
-  std::array<std::uint64_t, kMost / 64> marks;
-  std::array<std::uint32_t, kMost + kWindowsAtOnce> hits;
-  const auto length = static_cast<std::size_t>(end - begin);
-  const std::size_t size = length <= WordScan::kWholeWindows ? WordScan::kWholeWindows : kMost;
+  static_assert(kLookedAtText % 64 == 0);
+  std::array<std::uint64_t, kLookedAtText / 64> marks;
+  std::array<std::uint32_t, kLookedAtText + kWindowsAtOnce> hits;
+  const std::size_t size = (static_cast<std::size_t>(end - begin) + 63) / 64 * 64;
   list_->MarkStarts(begin, size, end, marks.data(), hits.data());
   const auto kindAt = [&](const Byte* place) {
     return place < begin || place >= end ? ByteKind::kNewline : graph_->kindOf[*place];

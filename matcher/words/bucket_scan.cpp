@@ -30,6 +30,10 @@ FindInBuckets Choose() {
   return nullptr;
 }
 
+TestInBuckets ChooseTest() {
+  return nullptr;
+}
+
 #else
 
 using Bytes = hn::ScalableTag<std::uint8_t>;
@@ -58,19 +62,27 @@ class BucketTest {
 
   /// The same where only `size` bytes can be read; what is behind them counts as zeros.
   HWY_INLINE std::uint64_t operator()(const std::uint8_t* place, std::size_t size) const {
-    HWY_ALIGN std::uint8_t copy[kLanes + BucketTable::kMostBytes] = {};
 #if HWY_TARGET <= HWY_AVX3
-    hn::Store(hn::MaskedLoad(hn::FirstN(Bytes(), std::min(size, kLanes)), Bytes(), place), Bytes(),
-              copy);
-    for (std::size_t i = kLanes; i < std::min(size, sizeof copy); ++i)
-      copy[i] = place[i];
+    V buckets = With(UpTo(size, place), 0);
+    for (std::size_t i = 1; i < kLength; ++i) {
+      const std::size_t skipped = std::min(i, size);
+      buckets = hn::And(buckets, With(UpTo(size - skipped, place + skipped), i));
+    }
+    return BitsOf(buckets);
 #else
+    HWY_ALIGN std::uint8_t copy[kLanes + BucketTable::kMostBytes] = {};
     std::copy_n(place, std::min(size, sizeof copy), copy);
-#endif
     return (*this)(copy);
+#endif
   }
 
  private:
+#if HWY_TARGET <= HWY_AVX3
+  static HWY_INLINE V UpTo(std::size_t size, const std::uint8_t* place) {
+    return hn::MaskedLoad(hn::FirstN(Bytes(), std::min(size, kLanes)), Bytes(), place);
+  }
+#endif
+
   HWY_INLINE V With(V bytes, std::size_t offset) const {
     const V half = hn::Set(Bytes(), 0x0F);
     return hn::And(hn::TableLookupBytes(lower_[offset], hn::And(bytes, half)),
@@ -112,8 +124,7 @@ std::size_t Find(const BucketTable& table, const unsigned char* first, std::size
   for (; place < count; place += kLanes) {
     const std::size_t left = count - place;
     const std::uint64_t bits = test(first + place, size - place);
-    const std::uint64_t inside = left >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << left) - 1;
-    next = WriteHits(bits & inside, place, 1, next);
+    next = WriteHits(bits & FirstBits(left), place, 1, next);
   }
   return static_cast<std::size_t>(next - hits);
 }
@@ -132,8 +143,37 @@ std::size_t FindOfAnyLength(const BucketTable& table, const unsigned char* first
   }
 }
 
+template <std::size_t kLength>
+std::uint64_t TestFew(const BucketTable& table, const unsigned char* first, std::size_t count,
+                      const unsigned char* end) {
+  const BucketTest<kLength> test(table);
+  const auto size = static_cast<std::size_t>(end - first);
+  std::uint64_t bits = 0;
+  for (std::size_t place = 0; place < count; place += kLanes)
+    bits |= test(first + place, size - place) << place;
+  return bits & FirstBits(count);
+}
+
+std::uint64_t TestFewOfAnyLength(const BucketTable& table, const unsigned char* first,
+                                 std::size_t count, const unsigned char* end) {
+  switch (table.length) {
+    case 1:
+      return TestFew<1>(table, first, count, end);
+    case 2:
+      return TestFew<2>(table, first, count, end);
+    case 3:
+      return TestFew<3>(table, first, count, end);
+    default:
+      return TestFew<4>(table, first, count, end);
+  }
+}
+
 FindInBuckets Choose() {
   return &FindOfAnyLength;
+}
+
+TestInBuckets ChooseTest() {
+  return &TestFewOfAnyLength;
 }
 
 #endif
@@ -152,14 +192,23 @@ namespace trovex {
 #ifdef TROVEX_USE_HIGHWAY
 
 HWY_EXPORT(Choose);
+HWY_EXPORT(ChooseTest);
 
 FindInBuckets ChooseBucketScan() {
   return HWY_DYNAMIC_DISPATCH(Choose)();
 }
 
+TestInBuckets ChooseBucketTest() {
+  return HWY_DYNAMIC_DISPATCH(ChooseTest)();
+}
+
 #else
 
 FindInBuckets ChooseBucketScan() {
+  return nullptr;
+}
+
+TestInBuckets ChooseBucketTest() {
   return nullptr;
 }
 

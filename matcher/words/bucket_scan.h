@@ -67,6 +67,11 @@ inline constexpr std::size_t kPlacesAtOnce = 64;
 /// The fastest way that the machine has; null where it has none.
 FindInBuckets ChooseBucketScan();
 
+/// The same for up to 64 places of a short text, all before its end: a bit for each. Chosen like the former.
+using TestInBuckets = std::uint64_t (*)(const BucketTable& table, const unsigned char* first,
+                                        std::size_t count, const unsigned char* end);
+TestInBuckets ChooseBucketTest();
+
 /// The same without vector instructions.
 std::size_t FindInBucketsPlainly(const BucketTable& table, const unsigned char* first,
                                  std::size_t count, const unsigned char* end, std::uint32_t* hits);

@@ -35,6 +35,10 @@ FindWindows Choose(const WindowTable& /*table*/) {
   return &FindWindowsPlainly;
 }
 
+TestWindows ChooseTest(const WindowTable& /*table*/) {
+  return &TestWindowsPlainly;
+}
+
 #else
 
 using Words = hn::ScalableTag<std::uint32_t>;
@@ -167,8 +171,25 @@ std::size_t Find(const WindowTable& table, const unsigned char* first, std::size
   return static_cast<std::size_t>(next - hits);
 }
 
+template <bool kIsLong>
+std::uint64_t TestFew(const WindowTable& table, const unsigned char* first, std::size_t count,
+                      const unsigned char* end) {
+  const WindowTest<kIsLong> test(table);
+  const auto textSize = static_cast<std::size_t>(end - first);
+  std::uint64_t bits = 0;
+  for (std::size_t window = 0; window < count; window += kLanes) {
+    const std::size_t offset = window * table.stride;
+    bits |= test(first + offset, textSize - offset) << window;
+  }
+  return bits & FirstBits(count);
+}
+
 FindWindows Choose(const WindowTable& table) {
   return table.length > 4 ? &Find<true> : &Find<false>;
+}
+
+TestWindows ChooseTest(const WindowTable& table) {
+  return table.length > 4 ? &TestFew<true> : &TestFew<false>;
 }
 
 #endif
@@ -187,15 +208,24 @@ namespace trovex {
 #ifdef TROVEX_USE_HIGHWAY
 
 HWY_EXPORT(Choose);
+HWY_EXPORT(ChooseTest);
 
 FindWindows ChooseWindowScan(const WindowTable& table) {
   return HWY_DYNAMIC_DISPATCH(Choose)(table);
+}
+
+TestWindows ChooseWindowTest(const WindowTable& table) {
+  return HWY_DYNAMIC_DISPATCH(ChooseTest)(table);
 }
 
 #else
 
 FindWindows ChooseWindowScan(const WindowTable& /*table*/) {
   return &FindWindowsPlainly;
+}
+
+TestWindows ChooseWindowTest(const WindowTable& /*table*/) {
+  return &TestWindowsPlainly;
 }
 
 #endif
@@ -210,6 +240,16 @@ std::size_t FindWindowsPlainly(const WindowTable& table, const unsigned char* fi
     found += table.Has(table.At<false>(first + offset, end)) ? 1 : 0;
   }
   return found;
+}
+
+std::uint64_t TestWindowsPlainly(const WindowTable& table, const unsigned char* first,
+                                 std::size_t count, const unsigned char* end) {
+  std::uint64_t bits = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool has = table.Has(table.At<false>(first + i * table.stride, end));
+    bits |= static_cast<std::uint64_t>(has) << i;
+  }
+  return bits;
 }
 
 }  // namespace trovex

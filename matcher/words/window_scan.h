@@ -81,6 +81,18 @@ inline constexpr std::size_t kWindowsAtOnce = 64;
 /// The fastest way that the machine has for windows of this length.
 FindWindows ChooseWindowScan(const WindowTable& table);
 
+/// The same for up to 64 windows of a short text, all of which begin before its end: a bit for each.
+using TestWindows = std::uint64_t (*)(const WindowTable& table, const unsigned char* first,
+                                      std::size_t count, const unsigned char* end);
+TestWindows ChooseWindowTest(const WindowTable& table);
+std::uint64_t TestWindowsPlainly(const WindowTable& table, const unsigned char* first,
+                                 std::size_t count, const unsigned char* end);
+
+/// The `count` lowest bits, up to 64.
+inline std::uint64_t FirstBits(std::size_t count) {
+  return count < 64 ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
+}
+
 /// The same without vector instructions.
 std::size_t FindWindowsPlainly(const WindowTable& table, const unsigned char* first,
                                std::size_t count, const unsigned char* end, std::uint32_t* hits);

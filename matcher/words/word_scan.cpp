@@ -30,6 +30,15 @@ constexpr std::size_t kFewHits = 8;
 /// So many trees of words with the same beginning are told apart by the bytes after it.
 constexpr std::size_t kMostTreesOfBeginning = RootTable::kEntriesOfBucket - 1;
 
+/// `size` / `stride`, in the fifth of the time, for sizes up to a stretch.
+std::size_t DividedByStride(std::size_t size, std::size_t stride) {
+  constexpr int kShift = 17;
+  constexpr std::array<std::size_t, kMostStride + 1> kReciprocals = {
+      0, 1 << kShift, (1 << kShift) / 2, (1 << kShift) / 3 + 1, (1 << kShift) / 4};
+  static_assert(kLargestWordStretch + kMostStride < (std::size_t{1} << kShift));
+  return size * kReciprocals[stride] >> kShift;
+}
+
 /// The longest window with this stride of which all can lie within so many bytes of a word; 0: none.
 std::size_t WindowLength(std::size_t shortest, std::size_t stride) {
   if (shortest < stride) return 0;
@@ -273,11 +282,13 @@ class WordScanMaker {
     if (choice.buckets) {
       group.buckets = *choice.buckets;
       group.findInBuckets = ChooseBucketScan();
+      group.testInBuckets = ChooseBucketTest();
     } else if (!AddWindows(words, choice, group)) {
       return false;
     }
     if (!AddRoots(words, group)) return false;
     group.findWindows = ChooseWindowScan(group.windows);
+    group.testWindows = ChooseWindowTest(group.windows);
     group.findBeginnings = ChooseBeginningScan(group.beginnings);
     scan_.groups_.push_back(std::move(group));
     return true;
@@ -475,6 +486,10 @@ void WordScan::MarkStarts(const Byte* from, std::size_t size, const Byte* textEn
 /// The text may be cut off kLookedAt bytes after what is looked at.
 void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
                       std::uint32_t* hits) const {
+  if (size == 64 && textEnd - from <= 64) {
+    *marks = MarkInShort(from, textEnd);
+    return;
+  }
   std::fill_n(marks, size / 64, 0);
   const auto textSize = static_cast<std::size_t>(textEnd - from);
   for (const Group& group : groups_) {
@@ -483,7 +498,8 @@ void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, s
     if (textSize < shortest) continue;
     // A word that starts at one of the places up to a window holds that window, if it is no further away than
     // the stride. Behind the last place with room for a word there is none.
-    const std::size_t windows = std::min(size, textSize - shortest + stride) / stride;
+    const std::size_t windows =
+        DividedByStride(std::min(size, textSize - shortest + stride), stride);
     const std::size_t count =
         group.findInBuckets != nullptr
             ? group.findInBuckets(group.buckets, from, windows, textEnd, hits)
@@ -501,6 +517,49 @@ void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, s
     }
     MarkOneByOne(group, from, {hits + done, count - done}, textEnd, marks);
   }
+}
+
+/// The marks of up to 64 bytes. The tables of all groups are asked before anything depends on what they say: a
+/// processor that does not foresee it then waits for them once.
+std::uint64_t WordScan::MarkInShort(const Byte* from, const Byte* textEnd) const {
+  const auto size = static_cast<std::size_t>(textEnd - from);
+  std::array<std::uint64_t, kMostGroups> hits;
+  for (std::size_t i = 0; i < groups_.size(); ++i) {
+    const Group& group = groups_[i];
+    const std::size_t stride = group.windows.stride;
+    const std::size_t shortest = std::min(group.shortest, kLookedAt);
+    hits[i] = 0;
+    if (size < shortest) continue;
+    const std::size_t windows = DividedByStride(size - shortest + stride, stride);
+    hits[i] = group.testInBuckets != nullptr
+                  ? group.testInBuckets(group.buckets, from, windows, textEnd)
+                  : group.testWindows(group.windows, from + (stride - 1), windows, textEnd);
+  }
+  std::uint64_t marks = 0;
+  for (std::size_t i = 0; i < groups_.size(); ++i) {
+    const Group& group = groups_[i];
+    const std::size_t stride = group.windows.stride;
+    const std::size_t shortest = std::min(group.shortest, kLookedAt);
+    for (std::uint64_t bits = hits[i]; bits != 0; bits &= bits - 1) {
+      const std::size_t hit = static_cast<std::size_t>(std::countr_zero(bits)) * stride;
+      const std::size_t last = std::min(hit + stride, size - shortest + 1);
+      for (std::size_t place = hit; place < last; ++place) {
+        const bool may = MayStandAt(group, from + place, from, textEnd);
+        marks |= std::uint64_t{may} << place;
+      }
+    }
+  }
+  return marks;
+}
+
+/// Whether a word of `group` may start at `place`.
+inline bool WordScan::MayStandAt(const Group& group, const Byte* place, const Byte* begin,
+                                 const Byte* textEnd) const {
+  const std::uint64_t bytes = EightBytes(place, begin, textEnd);
+  const std::uint32_t hash = group.beginnings.HashOf(bytes);
+  if (!group.beginnings.MayBegin(bytes, hash)) return false;
+  std::uint32_t root = 0;
+  return group.roots.Has(hash, TailAt(group, place, begin, textEnd), root);
 }
 
 /// Marks the places from each of `hits` on at which a word could start that has the window at the last of them.
@@ -529,12 +588,7 @@ void WordScan::MarkOneByOne(const Group& group, const Byte* from,
     const std::size_t shortest = std::min(group.shortest, kLookedAt);
     const std::size_t last = std::min(hit + group.windows.stride, textSize - shortest + 1);
     for (std::size_t place = hit; place < last; ++place) {
-      const std::uint64_t bytes = EightBytes(from + place, from, textEnd);
-      const std::uint32_t hash = group.beginnings.HashOf(bytes);
-      if (!group.beginnings.MayBegin(bytes, hash)) continue;
-      std::uint32_t root = 0;
-      const std::uint64_t tail = TailAt(group, from + place, from, textEnd);
-      const std::uint64_t may = group.roots.Has(hash, tail, root) ? 1 : 0;
+      const std::uint64_t may = MayStandAt(group, from + place, from, textEnd) ? 1 : 0;
       marks[place / 64] |= may << (place % 64);
     }
   }

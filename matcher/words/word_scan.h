@@ -59,8 +59,8 @@ class WordScan {
   double CostOfByte() const { return cost_; }
 
   /// Sets, of the `size` places from `from` on in a text that ends at `textEnd`, the bits of those at which a
-  /// word may start; there may be fewer bytes. `size` is a multiple of kWholeWindows, kLargestWordStretch at most, `hits` has room for it
-  /// and kWindowsAtOnce more.
+  /// word may start; there may be fewer bytes. `size` is a multiple of kWholeWindows, or of 64 where there are no more
+  /// bytes; kLargestWordStretch at most. `hits` has room for it and kWindowsAtOnce more.
   void MarkStarts(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
                   std::uint32_t* hits) const;
 
@@ -94,9 +94,11 @@ class WordScan {
     std::size_t shortest = 0;
     WindowTable windows;
     FindWindows findWindows = nullptr;
+    TestWindows testWindows = nullptr;
     /// Looked up instead of windows, if there is a way to do so.
     BucketTable buckets;
     FindInBuckets findInBuckets = nullptr;
+    TestInBuckets testInBuckets = nullptr;
     FollowerTable beginnings;
     FindBeginnings findBeginnings = nullptr;
     RootTable roots;
@@ -132,10 +134,14 @@ class WordScan {
 
   void MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, std::uint64_t* marks,
               std::uint32_t* hits) const;
+  std::uint64_t MarkInShort(const Byte* from, const Byte* textEnd) const;
   void MarkNear(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
                 const Byte* textEnd, std::uint64_t* marks) const;
   void MarkOneByOne(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
                     const Byte* textEnd, std::uint64_t* marks) const;
+
+  bool MayStandAt(const Group& group, const Byte* place, const Byte* begin,
+                  const Byte* textEnd) const;
 
   /// What counts of the bytes at `place` after those that are hashed.
   std::uint64_t TailAt(const Group& group, const Byte* place, const Byte* begin,
@@ -143,6 +149,7 @@ class WordScan {
     return EightBytes(place + group.beginnings.length, begin, textEnd) & byteMask_;
   }
 
+  static constexpr std::size_t kMostGroups = kWordCuts.size() + 1;
   std::vector<Group> groups_;   // the one with the longest words first
   std::uint64_t byteMask_ = 0;  // what counts of the bytes after those
   /// Set where classes have so many bytes that a table with all of these would be too large: the bytes of a text

@@ -1,6 +1,7 @@
 // UTF-8 and the code page, held against plain tables.
 
 #include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/utf8_validity.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -184,6 +184,53 @@ TEST_F(Output, JsonIsOneObjectAMatch) {
                               {"negative", false}}));
 }
 
+TEST_F(Output, JsonHasTheLinesAroundAMatch) {
+  Write("t", "eins\r\nzwei\ndrei a\nvier\n");
+  const auto records = JsonLines(Run({"--json", "-C1", "a", "t"}).out);
+  ASSERT_EQ(records.size(), 3U);
+  EXPECT_EQ(records[0], (Json{{"type", "context"},
+                              {"file", "t"},
+                              {"line", 2},
+                              {"start", 6},
+                              {"end", 10},
+                              {"line_text", "zwei"}}));
+  EXPECT_EQ(records[1]["type"], "match");
+  EXPECT_EQ(records[2]["line_text"], "vier");
+  const auto inverse = JsonLines(Run({"--json", "-v", "-B2", "i", "t"}).out);
+  EXPECT_TRUE(inverse.empty());
+  const auto lines = JsonLines(Run({"--json", "-v", "-B1", "[s3]|a", "t"}).out);
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[0]["type"], "context");
+  EXPECT_EQ(lines[1]["text"], "zwei");
+  EXPECT_EQ(lines[2]["line_text"], "drei a");
+  EXPECT_EQ(lines[3]["negative"], true);
+}
+
+TEST_F(Output, JsonHasCountsAndNamesAsRecords) {
+  Write("t", "a\nb\na a\n");
+  const auto counts = JsonLines(Run({"--json", "-c", "a", "t"}).out);
+  ASSERT_EQ(counts.size(), 1U);
+  EXPECT_EQ(counts[0], (Json{{"type", "count"}, {"file", "t"}, {"count", 2}}));
+  const auto names = JsonLines(Run({"--json", "-l", "a", "t"}).out);
+  ASSERT_EQ(names.size(), 1U);
+  EXPECT_EQ(names[0], (Json{{"type", "file"}, {"file", "t"}}));
+  EXPECT_EQ(JsonLines(Run({"--json", "-L", "x", "t"}).out)[0], names[0]);
+}
+
+TEST_F(Output, JsonHasAVeryLongLineOnce) {
+  Write("t", Times(20000, "ä.") + "\n" + Times(3, "ä.") + "\n");
+  const std::string out = Run({"--json", "ä", "t"}).out;
+  EXPECT_LT(out.size(), 5'000'000U);
+  const auto records = JsonLines(out);
+  ASSERT_EQ(records.size(), 20003U);
+  EXPECT_EQ(records[0]["line_text"].get<std::string>().size(), 60000U);
+  EXPECT_FALSE(records[1].contains("line_text"));
+  EXPECT_EQ(records[19999]["column"], 39999);
+  EXPECT_EQ(records[19999]["byte_column"], 59998);
+  EXPECT_EQ(records[20002]["line_text"], "ä.ä.ä.");
+  EXPECT_EQ(records[20002]["column"], 5);
+}
+
 TEST_F(Output, JsonTellsTheTag) {
   const auto matches = JsonLines(Run({"--json", "--tag=2", "(a)(b)c"}, "abc").out);
   ASSERT_EQ(matches.size(), 1U);

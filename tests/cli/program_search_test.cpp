@@ -136,6 +136,14 @@ TEST_F(Search, NotExcludesFiles) {
   EXPECT_EQ(Run({"Haus & !Garten", "a", "b"}).out, "a:1:Haus\n");
 }
 
+TEST_F(Search, EachOfSeveralExpressionsHasItsOwnReferences) {
+  const std::string text = "aa\nbb\nab\nxy x\n";
+  EXPECT_EQ(Run({"-e", "(a)\\1", "-e", "(b)\\1"}, text).out, "1:aa\n2:bb\n");
+  EXPECT_EQ(Run({"-e", "y (x)", "-e", "((b)\\1)"}, text).out, "2:bb\n4:xy x\n");
+  EXPECT_EQ(Run({"-o", "--tag", "2", "-e", "y (x)", "-e", "(b)\\1"}, text).out, "2:b\n");
+  EXPECT_EQ(Run({"-v", "-e", "(a)\\1", "-e", "(b)\\1"}, text).out, "3:ab\n4:xy x\n");
+}
+
 TEST_F(Search, ExpressionsThatLookLikeOptions) {
   EXPECT_EQ(Run({"-e", "-x"}, "a-x\n").out, "1:a-x\n");
   EXPECT_EQ(Run({"--", "-x"}, "a-x\n").out, "1:a-x\n");

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -68,14 +69,47 @@ std::string WithContext(const std::string& text, int before, int after, int most
   return out;
 }
 
+/// `text` as it is shown: the only byte of it that is no UTF-8 is the ä of Windows Latin-1.
+std::string Shown(const std::string& text) {
+  std::string shown;
+  for (const char c : text)
+    shown += c == '\xE4' ? "ä" : std::string(1, c);
+  return shown;
+}
+
+/// The same lines as they are shown without JSON, of the records of matches and context; whose places in
+/// `text` have to be right.
+std::string LinesOfRecords(const std::string& records, const std::string& text) {
+  std::string lines;
+  std::int64_t latest = 0;
+  std::istringstream stream(records);
+  for (std::string line; std::getline(stream, line);) {
+    const nlohmann::json record = nlohmann::json::parse(line);
+    if (record["type"] == "summary") continue;
+    const auto begin = record["start"].get<std::size_t>();
+    const auto end = record["end"].get<std::size_t>();
+    const std::string shown = record[record["type"] == "match" ? "text" : "line_text"];
+    EXPECT_EQ(Shown(text.substr(begin, end - begin)), shown);
+    const auto number = record["line"].get<std::int64_t>();
+    if (number == latest) continue;
+    if (latest > 0 && number > latest + 1) lines += "--\n";
+    latest = number;
+    lines += std::to_string(number) + (record["type"] == "match" ? ':' : '-');
+    lines += record["line_text"].get<std::string>() + "\n";
+  }
+  return lines;
+}
+
 TEST_F(Workers, ContextOfALargeFileIsWhatStandsAroundItsLines) {
   for (std::uint32_t seed = 0; seed < 6; ++seed) {
     Dice dice(seed);
     const int rarity = dice.Between(2, 3000);
+    const int foreign = dice.Between(3, 30'000);
     std::string text;
     while (text.size() < 1'500'000) {
       const bool found = dice.OneIn(rarity);
       text += std::string(static_cast<std::size_t>(dice.Between(0, 200)), 'y');
+      if (dice.OneIn(foreign)) text += "\xE4y";
       text += found ? "x\n" : "\n";
     }
     if (dice.OneIn(2)) text.pop_back();
@@ -87,11 +121,27 @@ TEST_F(Workers, ContextOfALargeFileIsWhatStandsAroundItsLines) {
                                           std::to_string(after)};
     if (most < 1000) arguments.insert(arguments.end(), {"-m", std::to_string(most)});
     arguments.insert(arguments.end(), {"-j", "", "x", "t"});
+    const std::string expected = WithContext(Shown(text), before, after, most);
     for (const char* jobs : {"1", "2", "5"}) {
       arguments[arguments.size() - 3] = jobs;
-      EXPECT_TRUE(Run(arguments).out == WithContext(text, before, after, most))
-          << "seed " << seed << ", jobs " << jobs;
+      EXPECT_TRUE(Run(arguments).out == expected) << "seed " << seed << ", jobs " << jobs;
     }
+    arguments.insert(arguments.begin(), "--json");
+    EXPECT_TRUE(LinesOfRecords(Run(arguments).out, text) == expected) << "seed " << seed;
+  }
+}
+
+TEST_F(Workers, ContextFromThePieceBeforeIsShownInUtf8Too) {
+  for (std::uint32_t seed = 0; seed < 8; ++seed) {
+    Dice dice(seed);
+    std::string text;
+    while (text.size() < 3'000'000) {
+      text += std::string(static_cast<std::size_t>(dice.Between(0, 90'000)), 'y');
+      text += dice.OneIn(4) ? "\xE4\n" : dice.OneIn(2) ? "x\n" : "\n";
+    }
+    Write("t", text);
+    const std::string expected = WithContext(Shown(text), 1000, 0, 1'000'000);
+    EXPECT_TRUE(Run({"-I", "-B1000", "x", "t"}).out == expected) << "seed " << seed;
   }
 }
 

@@ -86,7 +86,7 @@ Plain SearchPlainly(const Query& query, const std::string& text, Scope scope, in
 std::string RandomExpression(testing::Dice& dice, int depth) {
   static const std::vector<std::string> kTerms = {
       "a",    "ab",    "b",        "ä",    "aä", "c+", "^a",   "b$",  "^$",    "a*",
-      "(a)b", "[ab]c", "(a|b)\\1", "~aba", ".",  "x",  "\\<b", "c|b", "(a)(ä)"};
+      "$",  "(a)b", "[ab]c", "(a|b)\\1", "~aba", ".",  "x",  "\\<b", "c|b", "(a)(ä)"};
   if (depth == 0 || dice.OneIn(3)) return dice.OneOf(kTerms);
   const auto operand = [&] {
     std::string inner = RandomExpression(dice, depth - 1);
@@ -158,6 +158,8 @@ void HoldAgainstPlain(std::uint32_t seed) {
     ASSERT_EQ(found.unitsWithout, plain.unitsWithout) << where();
     search.Search(text, Need::kLines, found);
     ASSERT_EQ(Begins(found), plain.lines) << where();
+    for (const FoundLine& line : found.lines)
+      ASSERT_EQ(line.line, LineAround(text, line.line.begin)) << where();
     search.Search(text, Need::kCount, found);
     ASSERT_EQ(found.linesWithMatches + found.unitsWithout,
               plain.linesWithMatches + plain.unitsWithout)

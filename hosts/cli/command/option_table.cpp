@@ -132,9 +132,9 @@ constexpr OptionEntry kTable[] = {
      "This is the default on a terminal; --no-heading puts it before each line."},
     {Id::kNull, kOutput, '0', "null", "", "", kNone, "", "a zero byte after each file's name", ""},
     {Id::kJson, kOutput, '\0', "json", "", "", kNone, "", "JSON, one object a line",
-     "An object for each match; with --count or --files-with-matches, for each file. The last "
-     "object "
-     "holds the statistics."},
+     "An object for each match, and with -A, -B and -C for each line around them; with --count or "
+     "--files-with-matches, for each file. Its type tells which: match, context, count, file, "
+     "binary; the last one, summary, has the statistics."},
     {Id::kQuiet, kOutput, 'q', "quiet", "silent", "", kNone, "", "nothing; the exit status tells",
      ""},
     {Id::kColor, kOutput, '\0', "color", "colour", "WHEN", kChoice, "auto always never",

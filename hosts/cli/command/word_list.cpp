@@ -34,6 +34,17 @@ void ForEachLine(std::string_view content, Take take) {
   }
 }
 
+/// Whether "\1" to "\9" stands in the expression. Neighbouring alternatives become one pattern, in which its
+/// brackets have other numbers; two NOTs before it leave it a pattern of its own.
+bool HasReference(std::string_view expression) {
+  for (std::size_t i = 0; i + 1 < expression.size(); ++i) {
+    if (expression[i] != '\\') continue;
+    ++i;
+    if (expression[i] >= '1' && expression[i] <= '9') return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 std::vector<std::string> ReadWords(std::string_view content) {
@@ -92,7 +103,7 @@ JoinedExpression JoinExpressions(const std::vector<std::string>& expressions,
   };
   for (const std::string& expression : expressions) {
     if (!text.empty()) text += '|';
-    if (joined.bracketed) text += '(';
+    if (joined.bracketed) text += HasReference(expression) ? "(!!" : "(";
     add(expression);
     if (joined.bracketed) text += ')';
   }

@@ -98,22 +98,6 @@ std::size_t AsciiPrefixLength(std::string_view text) {
   return i;
 }
 
-bool IsValidUtf8(std::string_view text) {
-  for (;;) {
-    text.remove_prefix(AsciiPrefixLength(text));
-    if (text.empty()) return true;
-    // The letters of Western Europe first, for their number.
-    if ((static_cast<unsigned char>(text[0]) & 0xFE) == 0xC2 && text.size() > 1 &&
-        IsContinuation(text[1])) {
-      text.remove_prefix(2);
-      continue;
-    }
-    const Utf8Character character = ReadUtf8(text);
-    if (!character.valid) return false;
-    text.remove_prefix(static_cast<std::size_t>(character.length));
-  }
-}
-
 void AppendUtf8(char32_t code, std::string& out) {
   const auto add = [&out](char32_t byte) { out += static_cast<char>(byte); };
   if (code < 0x80) {

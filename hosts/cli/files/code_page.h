@@ -28,9 +28,6 @@ Utf8Character ReadUtf8(std::string_view text);
 /// The length of the longest prefix of `text` that is pure ASCII.
 std::size_t AsciiPrefixLength(std::string_view text);
 
-/// Whether all of `text` is valid UTF-8.
-bool IsValidUtf8(std::string_view text);
-
 /// Appends the UTF-8 form of `code`.
 void AppendUtf8(char32_t code, std::string& out);
 

@@ -249,6 +249,8 @@ class IconvDecoder : public Decoder {
     return length;
   }
 
+  bool CountsOn() const override { return false; }
+
  private:
   Converter converter_;
   mutable Converter back_;

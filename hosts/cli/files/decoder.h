@@ -29,6 +29,9 @@ class Decoder {
   /// How many bytes of the file a piece of the output was made of. It begins and ends between
   /// characters. Of encodings with several bytes a character, faulty bytes are counted as one each.
   virtual std::uint64_t SourceLength(std::string_view decoded) const = 0;
+  /// Whether the lengths of two pieces are together that of both: not where signs between characters switch
+  /// the alphabet.
+  virtual bool CountsOn() const { return true; }
 
   /// How many bytes at the start of the file became nothing: those of a byte order mark.
   std::size_t MarkLength() const { return markLength_; }

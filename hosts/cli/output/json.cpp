@@ -3,6 +3,7 @@
 #include "hosts/cli/output/json.h"
 
 #include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/utf8_validity.h"
 #include "hosts/cli/output/visible_text.h"
 
 #include <cstdio>
@@ -17,11 +18,21 @@ void AppendEscape(char32_t code, std::string& out) {
   out += number;
 }
 
-/// JSON may be read on a terminal, so what a terminal obeys is escaped, too; all of that begins with one of two
-/// bytes.
+/// All that a terminal obeys and is no ASCII begins with one of two bytes.
+bool StandsForItself(char c) {
+  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20 && c != 0x7F &&
+         c != '\xC2' && c != '\xE2';
+}
+
+/// JSON may be read on a terminal, so what a terminal obeys is escaped, too.
 void AppendString(std::string_view text, std::string& out) {
   out += '"';
   for (std::size_t i = 0; i < text.size(); ++i) {
+    const std::size_t begin = i;
+    while (i < text.size() && StandsForItself(text[i]))
+      ++i;
+    out += text.substr(begin, i - begin);
+    if (i == text.size()) break;
     const char c = text[i];
     if (c == '"' || c == '\\') {
       out += '\\';
@@ -30,8 +41,6 @@ void AppendString(std::string_view text, std::string& out) {
       out += "\\n";
     } else if (c == '\t') {
       out += "\\t";
-    } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      AppendEscape(static_cast<unsigned char>(c), out);
     } else if (c == '\xC2' || c == '\xE2') {
       const Utf8Character character = ReadUtf8(text.substr(i));
       const auto length = static_cast<std::size_t>(character.length);
@@ -42,7 +51,7 @@ void AppendString(std::string_view text, std::string& out) {
       }
       i += length - 1;
     } else {
-      out += c;
+      AppendEscape(static_cast<unsigned char>(c), out);
     }
   }
   out += '"';

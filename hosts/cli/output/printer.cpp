@@ -7,17 +7,25 @@
 #include "hosts/cli/output/printer.h"
 
 #include "hosts/cli/files/decoder.h"
+#include "hosts/cli/files/utf8_validity.h"
 #include "hosts/cli/output/json.h"
+#include "hosts/cli/output/line_prefix.h"
 
 #include <limits.h>
 #include <unistd.h>
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
+#include <optional>
 
 namespace trovex::cli {
 
 namespace {
+
+/// Where less is shown than a line in so many bytes, each is looked at by itself.
+constexpr std::size_t kSparse = 256;
+/// In JSON, a longer line stands with the first of its matches alone.
+constexpr std::size_t kLineToRepeat = std::size_t{16} * 1024;
 
 void AppendNumber(std::int64_t number, std::string& out) {
   char digits[24];
@@ -48,10 +56,6 @@ std::string FileAddress(std::string_view name) {
 
 }  // namespace
 
-std::uint64_t FilePiece::OffsetOf(std::size_t place) const {
-  return offset + (decoder != nullptr ? decoder->SourceLength(text.substr(0, place)) : place);
-}
-
 /// The output of one piece while it is written.
 class Printer::Page {
  public:
@@ -59,7 +63,11 @@ class Printer::Page {
        std::string& out)
       : printer_(printer), piece_(piece), found_(found), state_(state), out_(out) {
     number_ = state.linesBefore + 1;
+    offset_ = piece.offset;
+    unit_ = found.satisfied.begin();
     if (printer.fileNames_ && !printer.heading_) printer.AppendName(piece.name, name_);
+    if (!printer.colored_) prefix_.emplace(name_, printer.nullAfterName_, printer.lineNumbers_);
+    asItIs_ = StaysAsItIs();
   }
 
   void WriteLines();
@@ -67,6 +75,7 @@ class Printer::Page {
   void WriteJson();
 
  private:
+  bool StaysAsItIs() const;
   bool Enough() const { return printer_.maxCount_ >= 0 && state_.shown >= printer_.maxCount_; }
 
   /// Makes `number_` that of the line.
@@ -76,36 +85,50 @@ class Printer::Page {
   void WriteMatches(const FoundLine& found);
   void WriteWhole(const FoundLine& found);
   void WritePrefix(char separator, std::int64_t number, std::int64_t column, std::uint64_t offset);
+  void WriteColoredPrefix(char separator, std::int64_t number);
+  void WriteField(std::int64_t value, char separator);
+  void WriteText(std::string_view text) {
+    if (asItIs_) {
+      out_ += text;
+    } else {
+      AppendText(text, printer_.textForm_, out_);
+    }
+  }
   void WriteSeparator(char separator) {
     printer_.AppendColored({&separator, 1}, printer_.palette_.separator, out_);
   }
-  void WriteContextLine(std::string_view line, std::int64_t number, std::uint64_t offset);
+  void WriteContext(std::string_view text, std::int64_t number, std::uint64_t offset,
+                    std::uint64_t length);
+  void WriteContextLine(Range line, std::int64_t number);
+  std::string_view Shown(Range range);
   void WriteContextAfter(std::size_t& place, std::size_t end);
   void WriteContextBefore(std::size_t place, const FoundLine& found);
   void KeepLinesInFront(std::size_t place);
   std::size_t LinesBefore(std::size_t end, std::size_t place, std::int64_t& count) const;
   void WriteGap(std::int64_t first);
 
+  std::uint64_t OffsetOf(std::size_t place);
   /// Where `place` stands in the file; in a text that is decoded, that has to be counted.
-  std::uint64_t OffsetIfShown(std::size_t place) const {
-    return printer_.byteOffset_ ? piece_.OffsetOf(place) : 0;
+  std::uint64_t OffsetIfShown(std::size_t place) {
+    return printer_.byteOffset_ || printer_.json_ ? OffsetOf(place) : 0;
   }
 
+  std::int64_t CharactersBefore(std::size_t place, Range line);
   /// In characters, or for editors in bytes.
-  std::int64_t ColumnOf(const FoundLine& found, std::size_t place) const {
-    const std::string_view before = Piece(piece_.text, {found.line.begin, place});
-    const bool bytes = printer_.output_ == OutputMode::kVimgrep || printer_.textForm_.fromLatin1;
-    return static_cast<std::int64_t>(bytes ? before.size() : CharactersOf(before)) + 1;
+  std::int64_t ColumnOf(const FoundLine& found, std::size_t place) {
+    if (printer_.output_ == OutputMode::kVimgrep)
+      return static_cast<std::int64_t>(place - found.line.begin) + 1;
+    return CharactersBefore(place, found.line) + 1;
   }
 
   JsonObject Match(Range range, Range line);
-  void WriteJsonMatch(Range match, Range line);
+  void WriteJsonMatch(std::size_t index, const FoundLine& found);
   void WriteJsonUnit(Range unit);
-  std::string Utf8(Range range) const {
-    std::string text;
-    AppendText(Piece(piece_.text, range), {true, printer_.textForm_.fromLatin1, false}, text);
-    return text;
-  }
+  void WriteJsonLine(const FoundLine& found);
+  void WriteJsonUnitAt(std::size_t begin);
+  void WriteJsonContext(std::string_view text, std::int64_t number, std::uint64_t offset,
+                        std::uint64_t length);
+  TextForm JsonForm() const { return {true, printer_.textForm_.fromLatin1, false}; }
 
   const Printer& printer_;
   const FilePiece& piece_;
@@ -113,11 +136,63 @@ class Printer::Page {
   PrintState& state_;
   std::string& out_;
   std::string name_;
+  /// Where nothing is coloured.
+  std::optional<LinePrefix> prefix_;
+  bool asItIs_ = false;
+  std::string shown_;
+  /// The latest place whose offset was counted, and the latest whose characters were, in which line.
+  std::size_t offsetPlace_ = 0;
+  std::uint64_t offset_;
+  std::size_t columnLine_ = 0;
+  std::size_t columnPlace_ = 0;
+  std::int64_t characters_ = 0;
+  /// For JSON: the next unit that satisfies the expression without a match.
+  std::vector<Range>::const_iterator unit_;
   std::int64_t number_ = 1;
 };
 
-void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_t column,
-                                std::uint64_t offset) {
+/// Where `place` stands in the file. In a text that was decoded it is counted, on from the latest place.
+std::uint64_t Printer::Page::OffsetOf(std::size_t place) {
+  if (piece_.decoder == nullptr) return piece_.offset + place;
+  if (place < offsetPlace_ || !piece_.decoder->CountsOn()) {
+    offsetPlace_ = 0;
+    offset_ = piece_.offset;
+  }
+  offset_ += piece_.decoder->SourceLength(Piece(piece_.text, {offsetPlace_, place}));
+  offsetPlace_ = place;
+  return offset_;
+}
+
+/// The characters of the line before `place`, counted on from the latest place.
+std::int64_t Printer::Page::CharactersBefore(std::size_t place, Range line) {
+  if (printer_.textForm_.fromLatin1) return static_cast<std::int64_t>(place - line.begin);
+  if (line.begin != columnLine_ || place < columnPlace_) {
+    columnLine_ = columnPlace_ = line.begin;
+    characters_ = 0;
+  }
+  characters_ += static_cast<std::int64_t>(CharactersOf(Piece(piece_.text, {columnPlace_, place})));
+  columnPlace_ = place;
+  return characters_;
+}
+
+/// Whether all that is shown of the piece is written as it is. Where that is little, it is not known.
+bool Printer::Page::StaysAsItIs() const {
+  const TextForm form = printer_.json_ ? JsonForm() : printer_.textForm_;
+  if (form.visible) return false;
+  if (!form.utf8) return true;
+  const auto around = static_cast<std::size_t>(printer_.contextBefore_ + printer_.contextAfter_);
+  const bool dense = found_.lines.size() * (around + 1) > piece_.text.size() / kSparse;
+  return dense && !form.fromLatin1 && IsValidUtf8(piece_.text);
+}
+
+void Printer::Page::WriteField(std::int64_t value, char separator) {
+  out_ += printer_.palette_.lineNumber;
+  AppendNumber(value, out_);
+  if (!printer_.palette_.lineNumber.empty()) out_ += printer_.palette_.reset;
+  WriteSeparator(separator);
+}
+
+void Printer::Page::WriteColoredPrefix(char separator, std::int64_t number) {
   if (!name_.empty()) {
     out_ += name_;
     if (printer_.nullAfterName_) {
@@ -126,21 +201,24 @@ void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_
       WriteSeparator(separator);
     }
   }
-  const auto field = [&](std::int64_t value) {
-    out_ += printer_.palette_.lineNumber;
-    AppendNumber(value, out_);
-    if (!printer_.palette_.lineNumber.empty()) out_ += printer_.palette_.reset;
-    WriteSeparator(separator);
-  };
-  if (printer_.lineNumbers_) field(number);
-  if (printer_.column_ && column > 0) field(column);
-  if (printer_.byteOffset_) field(static_cast<std::int64_t>(offset));
+  if (printer_.lineNumbers_) WriteField(number, separator);
+}
+
+void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_t column,
+                                std::uint64_t offset) {
+  if (prefix_.has_value()) {
+    out_ += prefix_->Of(number, separator);
+  } else {
+    WriteColoredPrefix(separator, number);
+  }
+  if (printer_.column_ && column > 0) WriteField(column, separator);
+  if (printer_.byteOffset_) WriteField(static_cast<std::int64_t>(offset), separator);
 }
 
 void Printer::Page::WriteWhole(const FoundLine& found) {
   const Range line = found.line;
   if (printer_.palette_.match.empty() || found.matchCount == 0) {
-    AppendText(Piece(piece_.text, line), printer_.textForm_, out_);
+    WriteText(Piece(piece_.text, line));
     out_ += '\n';
     return;
   }
@@ -149,15 +227,15 @@ void Printer::Page::WriteWhole(const FoundLine& found) {
     const Range& match = found_.matches[i];
     const std::size_t begin = std::clamp(match.begin, shown, line.end);
     const std::size_t end = std::clamp(match.end, begin, line.end);
-    AppendText(Piece(piece_.text, {shown, begin}), printer_.textForm_, out_);
+    WriteText(Piece(piece_.text, {shown, begin}));
     if (end > begin) {
       out_ += printer_.palette_.match;
-      AppendText(Piece(piece_.text, {begin, end}), printer_.textForm_, out_);
+      WriteText(Piece(piece_.text, {begin, end}));
       out_ += printer_.palette_.reset;
     }
     shown = end;
   }
-  AppendText(Piece(piece_.text, {shown, line.end}), printer_.textForm_, out_);
+  WriteText(Piece(piece_.text, {shown, line.end}));
   out_ += '\n';
 }
 
@@ -173,7 +251,7 @@ void Printer::Page::WriteMatches(const FoundLine& found) {
       WriteWhole(found);
     } else {
       out_ += printer_.palette_.match;
-      AppendText(Piece(piece_.text, shown), printer_.textForm_, out_);
+      WriteText(Piece(piece_.text, shown));
       if (!printer_.palette_.match.empty()) out_ += printer_.palette_.reset;
       out_ += '\n';
     }
@@ -198,17 +276,33 @@ void Printer::Page::WriteLines() {
   }
 }
 
-void Printer::Page::WriteContextLine(std::string_view line, std::int64_t number,
-                                     std::uint64_t offset) {
-  WritePrefix('-', number, 0, offset);
-  AppendText(line, printer_.textForm_, out_);
-  out_ += '\n';
+/// `text` is what is shown of a line that has `length` bytes in the file and begins at `offset`.
+void Printer::Page::WriteContext(std::string_view text, std::int64_t number, std::uint64_t offset,
+                                 std::uint64_t length) {
   state_.afterShown = number + 1;
+  if (printer_.json_) return WriteJsonContext(text, number, offset, length);
+  WritePrefix('-', number, 0, offset);
+  out_.append(text) += '\n';
+}
+
+void Printer::Page::WriteContextLine(Range line, std::int64_t number) {
+  const std::uint64_t offset = OffsetIfShown(line.begin);
+  const std::uint64_t length = printer_.json_ ? OffsetOf(line.end) - offset : 0;
+  WriteContext(Shown(line), number, offset, length);
+}
+
+/// What is shown of a range; valid until the next call.
+std::string_view Printer::Page::Shown(Range range) {
+  const std::string_view text = Piece(piece_.text, range);
+  if (asItIs_) return text;
+  shown_.clear();
+  AppendText(text, printer_.json_ ? JsonForm() : printer_.textForm_, shown_);
+  return shown_;
 }
 
 /// Marks that lines have been left out before line `first`.
 void Printer::Page::WriteGap(std::int64_t first) {
-  if (state_.afterShown == 0 || state_.afterShown >= first) return;
+  if (state_.afterShown == 0 || state_.afterShown >= first || printer_.json_) return;
   printer_.AppendColored("--", printer_.palette_.separator, out_);
   out_ += '\n';
 }
@@ -218,7 +312,7 @@ void Printer::Page::WriteGap(std::int64_t first) {
 void Printer::Page::WriteContextAfter(std::size_t& place, std::size_t end) {
   for (Range line; state_.contextToCome > 0 && place < end; --state_.contextToCome) {
     NextUnit(piece_.text, Scope::kLine, place, line);
-    WriteContextLine(Piece(piece_.text, line), state_.afterShown, OffsetIfShown(line.begin));
+    WriteContextLine(line, state_.afterShown);
   }
 }
 
@@ -245,11 +339,11 @@ void Printer::Page::WriteContextBefore(std::size_t place, const FoundLine& found
   std::int64_t number = number_ - count - static_cast<std::int64_t>(inFront.size());
   WriteGap(number);
   for (const LineInFront& line : inFront)
-    WriteContextLine(line.text, number++, line.offset);
+    WriteContext(line.shown, number++, line.offset, line.length);
   inFront.clear();
   for (Range line; number < number_; ++number) {
     NextUnit(piece_.text, Scope::kLine, place, line);
-    WriteContextLine(Piece(piece_.text, line), number, OffsetIfShown(line.begin));
+    WriteContextLine(line, number);
   }
 }
 
@@ -258,21 +352,29 @@ void Printer::Page::KeepLinesInFront(std::size_t place) {
   std::int64_t count = printer_.contextBefore_;
   place = LinesBefore(piece_.text.size(), place, count);
   auto& inFront = state_.mayBeContext;
-  for (Range line; NextUnit(piece_.text, Scope::kLine, place, line);)
-    inFront.push_back({std::string(Piece(piece_.text, line)), OffsetIfShown(line.begin)});
+  for (Range line; NextUnit(piece_.text, Scope::kLine, place, line);) {
+    const std::uint64_t offset = OffsetIfShown(line.begin);
+    const std::uint64_t length = printer_.json_ ? OffsetOf(line.end) - offset : 0;
+    inFront.push_back({std::string(Shown(line)), offset, length});
+  }
   while (inFront.size() > static_cast<std::size_t>(printer_.contextBefore_))
     inFront.pop_front();
 }
 
 /// Lines with their context. Context that touches is joined; a gap is marked.
 void Printer::Page::WriteWithContext() {
+  if (printer_.json_ && printer_.scope_ == Scope::kFile) WriteJsonUnitAt(0);
   std::size_t place = 0;
   for (const FoundLine& found : found_.lines) {
     if (Enough()) break;
     WriteContextAfter(place, found.line.begin);
     GoTo(found);
     WriteContextBefore(place, found);
-    WriteFoundLine(found);
+    if (printer_.json_) {
+      WriteJsonLine(found);
+    } else {
+      WriteFoundLine(found);
+    }
     state_.afterShown = number_ + 1;
     state_.contextToCome = printer_.contextAfter_;
     place = NextLineBegin(piece_.text, found.line.end);
@@ -283,21 +385,21 @@ void Printer::Page::WriteWithContext() {
 
 JsonObject Printer::Page::Match(Range range, Range line) {
   JsonObject object(out_);
-  const Range before{line.begin, std::max(line.begin, range.begin)};
-  const auto bytes = static_cast<std::int64_t>(before.end - before.begin);
-  const std::string_view text = Piece(piece_.text, before);
-  const auto characters =
-      static_cast<std::int64_t>(printer_.textForm_.fromLatin1 ? text.size() : CharactersOf(text));
+  const std::size_t begin = std::max(line.begin, range.begin);
   object.Text("type", "match").File(piece_.name).Number("line", number_);
-  object.Number("column", characters + 1).Number("byte_column", bytes + 1);
-  object.Number("start", static_cast<std::int64_t>(piece_.OffsetOf(range.begin)));
-  object.Number("end", static_cast<std::int64_t>(piece_.OffsetOf(range.end)));
+  object.Number("column", CharactersBefore(begin, line) + 1);
+  object.Number("byte_column", static_cast<std::int64_t>(begin - line.begin) + 1);
+  object.Number("start", static_cast<std::int64_t>(OffsetOf(range.begin)));
+  object.Number("end", static_cast<std::int64_t>(OffsetOf(range.end)));
   return object;
 }
 
-void Printer::Page::WriteJsonMatch(Range match, Range line) {
-  JsonObject object = Match(match, line);
-  object.Text("text", Utf8(match)).Text("line_text", Utf8(line));
+void Printer::Page::WriteJsonMatch(std::size_t index, const FoundLine& found) {
+  const Range match = found_.matches[index];
+  JsonObject object = Match(match, found.line);
+  object.Text("text", Shown(match));
+  if (index == found.firstMatch || found.line.end - found.line.begin <= kLineToRepeat)
+    object.Text("line_text", Shown(found.line));
   if (printer_.tag_ > 0) {
     object.Number("tag", printer_.tag_);
   } else {
@@ -310,28 +412,43 @@ void Printer::Page::WriteJsonUnit(Range unit) {
   JsonObject object = Match(unit, unit);
   // A whole file may be huge, and its reader has it.
   if (printer_.scope_ != Scope::kFile) {
-    object.Text("text", Utf8(unit)).Text("line_text", Utf8(LineAround(piece_.text, unit.begin)));
+    object.Text("text", Shown(unit));
+    object.Text("line_text", Shown(LineAround(piece_.text, unit.begin)));
   }
   object.Null("tag").Flag("negative", true).End();
 }
 
+void Printer::Page::WriteJsonContext(std::string_view text, std::int64_t number,
+                                     std::uint64_t offset, std::uint64_t length) {
+  JsonObject object(out_);
+  object.Text("type", "context").File(piece_.name).Number("line", number);
+  object.Number("start", static_cast<std::int64_t>(offset));
+  object.Number("end", static_cast<std::int64_t>(offset + length));
+  object.Text("line_text", text).End();
+}
+
+void Printer::Page::WriteJsonUnitAt(std::size_t begin) {
+  if (unit_ == found_.satisfied.end() || unit_->begin != begin || Enough()) return;
+  WriteJsonUnit(*unit_++);
+  ++state_.shown;
+}
+
+/// The unit that begins with the line, or the matches on it.
+void Printer::Page::WriteJsonLine(const FoundLine& found) {
+  WriteJsonUnitAt(found.line.begin);
+  if (found.matchCount == 0 || Enough()) return;
+  for (std::size_t i = found.firstMatch; i < found.firstMatch + found.matchCount; ++i)
+    WriteJsonMatch(i, found);
+  ++state_.shown;
+}
+
 /// Matches, and units without one, in their order.
 void Printer::Page::WriteJson() {
-  auto unit = found_.satisfied.begin();
-  const auto writeUnitAt = [&](std::size_t begin) {
-    if (unit == found_.satisfied.end() || unit->begin != begin || Enough()) return;
-    WriteJsonUnit(*unit++);
-    ++state_.shown;
-  };
-  if (printer_.scope_ == Scope::kFile) writeUnitAt(0);
+  if (printer_.scope_ == Scope::kFile) WriteJsonUnitAt(0);
   for (const FoundLine& found : found_.lines) {
-    GoTo(found);
-    writeUnitAt(found.line.begin);
-    if (found.matchCount == 0) continue;
     if (Enough()) return;
-    for (std::size_t i = found.firstMatch; i < found.firstMatch + found.matchCount; ++i)
-      WriteJsonMatch(found_.matches[i], found.line);
-    ++state_.shown;
+    GoTo(found);
+    WriteJsonLine(found);
   }
 }
 
@@ -347,7 +464,7 @@ Printer::Printer(const Options& options, const Display& display)
       includeZero_(options.includeZero),
       nullAfterName_(options.nullAfterName),
       links_(display.links),
-      hasContext_(options.output == OutputMode::kLines && !options.json &&
+      hasContext_(options.output == OutputMode::kLines &&
                   (options.contextBefore > 0 || options.contextAfter > 0)),
       contextBefore_(options.contextBefore),
       contextAfter_(options.contextAfter),
@@ -356,7 +473,8 @@ Printer::Printer(const Options& options, const Display& display)
       nameForm_{display.terminal && display.utf8, false, display.terminal},
       textForm_{display.utf8, options.encoding == Encoding::kWindows1252,
                 display.terminal && !options.raw},
-      palette_(Palette::For(options.colors, display.colors)) {
+      palette_(Palette::For(options.colors, display.colors)),
+      colored_(display.colors) {
   countsLines_ = ShowsContents() && (lineNumbers_ || json_ || hasContext_);
   need_ = FindNeed(options);
 }
@@ -395,7 +513,7 @@ std::string Printer::Heading(std::string_view name) const {
 
 std::string Printer::Separator() const {
   if (heading_ && ShowsContents()) return "\n";
-  if (!hasContext_) return {};
+  if (!hasContext_ || json_) return {};
   std::string separator;
   AppendColored("--", palette_.separator, separator);
   return separator + "\n";
@@ -409,8 +527,8 @@ void Printer::PrintPiece(const FilePiece& piece, const Found& found, PrintState&
   }
   if (!hasContext_ && !found.Any()) return;
   Page page(*this, piece, found, state, out);
-  if (json_) return page.WriteJson();
   if (hasContext_) return page.WriteWithContext();
+  if (json_) return page.WriteJson();
   page.WriteLines();
 }
 

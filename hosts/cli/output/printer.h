@@ -51,15 +51,13 @@ struct FilePiece {
   std::uint64_t offset = 0;
   /// What made the text of the file's bytes; null where they are the same.
   const Decoder* decoder = nullptr;
-
-  /// Where the byte at `place` of the text stands in the file.
-  std::uint64_t OffsetOf(std::size_t place) const;
 };
 
-/// A line without its end, and where it begins in the file.
+/// What is shown of a line without its end; where it begins in the file, and its bytes there, if these are shown.
 struct LineInFront {
-  std::string text;
+  std::string shown;
   std::uint64_t offset;
+  std::uint64_t length;
 };
 
 /// What the output of a piece has to know of the pieces before it.
@@ -139,6 +137,7 @@ class Printer {
   TextForm nameForm_;
   TextForm textForm_;
   Palette palette_;
+  bool colored_;
 };
 
 }  // namespace trovex::cli

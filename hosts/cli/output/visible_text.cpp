@@ -3,6 +3,7 @@
 #include "hosts/cli/output/visible_text.h"
 
 #include "hosts/cli/files/code_page.h"
+#include "hosts/cli/files/utf8_validity.h"
 
 #include <cstdio>
 

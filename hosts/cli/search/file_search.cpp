@@ -490,6 +490,7 @@ void FileSearch::ShowAfter(PrintState& state, const FilePiece& piece, LargeFile:
 /// Searches the units that begin in a stretch.
 void FileSearch::SearchStretch(LargeFile& file, std::size_t index, LargeFile::Result& result) {
   const LargeFile::Stretch stretch = file.StretchOf(index);
+  result.output = file.TextToFill();
   FilePiece piece;
   const bool whole = ReadStretch(file, stretch, piece, result.complaints);
   result.counts.incomplete = !result.complaints.empty();

@@ -51,8 +51,8 @@ struct Found {
     std::int64_t count = 0;
     std::size_t place = 0;
     for (FoundLine& found : lines) {
-      count += CountLineFeeds(Piece(text, {place, found.line.begin}));
-      place = found.line.begin;
+      if (found.line.begin > place) count += CountLineFeeds(Piece(text, {place, found.line.begin}));
+      place = found.line.end;
       found.linesBefore = count;
     }
     return count + CountLineFeeds(text.substr(place));

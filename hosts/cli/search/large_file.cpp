@@ -29,6 +29,7 @@ LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t be
       state_(std::move(before)),
       slots_(window_ + 1) {
   slots_[0].linesBefore = state_.linesBefore;
+  shownTexts_.reserve(slots_.size());
 }
 
 LargeFile::Stretch LargeFile::StretchOf(std::size_t index) const {
@@ -41,6 +42,15 @@ std::optional<std::size_t> LargeFile::Take() {
   moved_.wait(lock, [this] { return next_ >= count_ || next_ < shown_ + window_; });
   if (next_ >= count_) return std::nullopt;
   return next_++;
+}
+
+std::string LargeFile::TextToFill() {
+  const std::lock_guard lock(mutex_);
+  if (shownTexts_.empty()) return {};
+  std::string text = std::move(shownTexts_.back());
+  shownTexts_.pop_back();
+  text.clear();
+  return text;
 }
 
 PrintState& LargeFile::WaitForTurn(std::size_t index) {
@@ -102,7 +112,7 @@ void LargeFile::Finish(std::size_t index, Result result) {
 void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
   while (shown_ < next_ && SlotOf(shown_).done) {
     Slot& slot = SlotOf(shown_);
-    const Result ready = std::move(slot.result);
+    Result ready = std::move(slot.result);
     slot.lines = -1;
     slot.done = false;
     counts_ += ready.counts;
@@ -111,6 +121,10 @@ void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
     for (const std::string& sentence : ready.complaints)
       channel_.Complaint(sentence);
     lock.lock();
+    const std::size_t capacity = ready.output.capacity();
+    const bool worthKeeping = capacity >= kStretch / 8 && capacity <= 4 * kStretch;
+    if (worthKeeping && shownTexts_.size() < slots_.size())
+      shownTexts_.push_back(std::move(ready.output));
     ++shown_;
     moved_.notify_all();
   }

@@ -51,6 +51,8 @@ class LargeFile {
   /// The next piece that nobody has taken; waits where too many are on their way. Null when there is
   /// none left.
   std::optional<std::size_t> Take();
+  /// An empty text for the output of a piece, with the memory of one that has been shown.
+  std::string TextToFill();
   /// Tells how many line feeds piece `index` has.
   void TellLines(std::size_t index, std::int64_t lines);
   /// The lines before piece `index`; waits until they are told. Nothing if a piece before it is lost.
@@ -107,6 +109,7 @@ class LargeFile {
   std::size_t turn_ = 0;      // the piece that has, or gets, `state_`
   PrintState state_;
   std::vector<Slot> slots_;
+  std::vector<std::string> shownTexts_;
   FileCounts counts_;
 };
 

@@ -2,6 +2,8 @@
 
 #include "hosts/cli/search/text_search.h"
 
+#include "hosts/cli/search/line_feeds.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -145,29 +147,33 @@ bool TextSearch::PassMatchingLines() {
   options.firstOfLine = !plan_.wholeLines;
   const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
     if (item.begin < place || !IsInLine({item.begin, item.end})) return true;
-    const Range line = LineAround(text_, item.begin);
-    AddLinesWithout(place, line.begin);
-    place = NextLineBegin(text_, line.end);
+    AddLinesWithout(place, item.begin, false);
+    place = NextLineBegin(text_, item.begin);
     return !Enough();
   });
   if (verdict == Verdict::kGaveUp) return false;
-  if (!Enough()) AddLinesWithout(place, text_.size());
+  if (!Enough()) AddLinesWithout(place, text_.size(), true);
   return true;
 }
 
-/// Adds the lines from `place` to `end`, where lines begin: no match lies on them.
-void TextSearch::AddLinesWithout(std::size_t place, std::size_t end) {
-  if (place >= end) return;
+/// Adds the lines from `place`, where one begins, that end before `end`, and one that ends there with the text
+/// if `alsoLast`: no match lies on them.
+void TextSearch::AddLinesWithout(std::size_t place, std::size_t end, bool alsoLast) {
+  const bool last = alsoLast && place < end && text_[end - 1] != '\n';
   if (need_ < Need::kLines) {
-    const std::string_view lines = Piece(text_, {place, end});
-    found_->unitsWithout += CountLineFeeds(lines) + (lines.ends_with('\n') ? 0 : 1);
+    found_->unitsWithout += CountLineFeeds(Piece(text_, {place, end})) + (last ? 1 : 0);
     return;
   }
-  for (Range line; place < end && NextUnit(text_, Scope::kLine, place, line);) {
+  const auto add = [&](Range line) {
     ++found_->unitsWithout;
     found_->satisfied.push_back(line);
     found_->lines.push_back({line, found_->matches.size(), 0});
-  }
+  };
+  ForEachLineFeed(text_, place, end, [&](std::size_t feed) {
+    add({place, feed > place && text_[feed - 1] == '\r' ? feed - 1 : feed});
+    place = feed + 1;
+  });
+  if (last) add({place, end});
 }
 
 /// Searches each unit by itself, for the search of all has given up.

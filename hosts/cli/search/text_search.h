@@ -31,7 +31,7 @@ class TextSearch {
   void SearchUnit(Range unit);
   bool CollectUnits();
   bool PassMatchingLines();
-  void AddLinesWithout(std::size_t place, std::size_t end);
+  void AddLinesWithout(std::size_t place, std::size_t end, bool alsoLast);
   void StartOver();
 
   bool IsInLine(Range match) const;

@@ -77,6 +77,11 @@ TEST(BucketScan, FindsWhatIsFoundOneByOneAndAllBeginnings) {
     std::vector<std::uint32_t> fast(count + kPlacesAtOnce);
     fast.resize(find(table, begin, count, end, fast.data()));
     ASSERT_EQ(fast, plain) << "seed " << seed << " length " << length;
+    const std::size_t few = std::min({count, text.size(), std::size_t{64}});
+    std::uint64_t expected = 0;
+    for (const std::uint32_t place : plain)
+      expected |= place < few ? std::uint64_t{1} << place : 0;
+    ASSERT_EQ(ChooseBucketTest()(table, begin, few, end), expected) << "seed " << seed;
   }
 }
 

@@ -6,6 +6,7 @@
 #include "tests/matcher/words/plain_words.h"
 
 #include <gtest/gtest.h>
+#include <algorithm>
 #include <bit>
 #include <string>
 #include <vector>
@@ -55,6 +56,13 @@ TEST(WindowScan, FindsTheWindowsThatAreFoundOneByOne) {
     fast.resize(ChooseWindowScan(table)(table, begin, count, end, fast.data()));
     plain.resize(FindWindowsPlainly(table, begin, count, end, plain.data()));
     ASSERT_EQ(fast, plain) << "seed " << seed << " stride " << stride << " length " << length;
+    const std::size_t few = std::min({count, (text.size() + stride - 1) / stride, std::size_t{64}});
+    const std::uint64_t bits = ChooseWindowTest(table)(table, begin, few, end);
+    ASSERT_EQ(bits, TestWindowsPlainly(table, begin, few, end)) << "seed " << seed;
+    for (std::size_t i = 0; i < few; ++i) {
+      const bool isHit = std::find(plain.begin(), plain.end(), i * stride) != plain.end();
+      ASSERT_EQ(bits >> i & 1, isHit ? 1U : 0U) << "seed " << seed << " window " << i;
+    }
   }
 }
 

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -70,6 +72,18 @@ Ranges Find(const WordScan& scan, WordPlaces& places, const std::string& text,
   return found;
 }
 
+/// The places of a text of up to 64 bytes at which a word may start, looked at as a short text if `isShort`, and
+/// else like a long one.
+std::uint64_t MarksOf(const WordScan& scan, const std::string& text, bool isShort) {
+  const ExactBytes bytes(text);
+  const unsigned char* const begin = bytes.View().data();
+  std::array<std::uint64_t, WordScan::kWholeWindows / 64> marks{};
+  std::array<std::uint32_t, WordScan::kWholeWindows + kWindowsAtOnce> hits;
+  scan.MarkStarts(begin, isShort ? 64 : WordScan::kWholeWindows, begin + text.size(), marks.data(),
+                  hits.data());
+  return marks[0];
+}
+
 void Compare(const std::vector<std::string>& words, const std::vector<std::string>& texts,
              bool folds, std::uint32_t seed) {
   const auto scan = ScanFor(Joined(words), folds);
@@ -81,6 +95,10 @@ void Compare(const std::vector<std::string>& words, const std::vector<std::strin
     ASSERT_EQ(Find(*scan, places, text, anywhere),
               AllWords(words, text, fold, [](std::size_t, std::size_t) { return true; }))
         << "seed " << seed << " words " << Visible(Joined(words)) << " text " << Visible(text);
+    if (text.size() <= 64) {
+      ASSERT_EQ(MarksOf(*scan, text, true), MarksOf(*scan, text, false))
+          << "seed " << seed << " words " << Visible(Joined(words)) << " text " << Visible(text);
+    }
     const auto atEven = [](std::size_t end) { return end % 2 == 0; };
     ASSERT_EQ(
         Find(*scan, places, text, atEven),
