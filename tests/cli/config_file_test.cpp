@@ -43,6 +43,7 @@ TEST(ConfigFile, HoldsOneOptionALine) {
 TEST(ConfigFile, CommentsEmptyLinesAndBlanksAtEndsDoNotCount) {
   EXPECT_EQ(Read("# --words\n\n   --hidden  \r\n\t# x\n --glob  a b \n"),
             (Lines{"--hidden", "--glob=a b"}));
+  EXPECT_EQ(Read("\xEF\xBB\xBF--hidden\r\n"), Lines{"--hidden"});
   EXPECT_EQ(Read("--colors=match=bold+red\n--glob='x'\n"),
             (Lines{"--colors=match=bold+red", "--glob='x'"}));
 }
@@ -84,6 +85,9 @@ TEST(ConfigFile, CountsAsIfItStoodBeforeTheCommandLine) {
   std::filesystem::remove(name);
   EXPECT_EQ(std::get<UsageError>(parse({"a"})).message,
             "The configuration file " + name + " cannot be read: No such file or directory.");
+  surroundings.configFile = "/";
+  EXPECT_EQ(std::get<UsageError>(parse({"a"})).message,
+            "The configuration file / cannot be read: Is a directory.");
 }
 
 }  // namespace

@@ -78,11 +78,21 @@ TEST(CompileExpressions, AFaultOfALiteralExpressionIsShownAsItWasTyped) {
   EXPECT_EQ(fault->end, typed.find('(') + 1);
 }
 
-TEST(CompileExpressions, ARepetitionThatIsTooLargeIsNoList) {
-  auto compiled = CompileExpressions({"a{40000}"}, {}, Options{});
-  const auto* fault = std::get_if<ExpressionFault>(&compiled);
-  ASSERT_NE(fault, nullptr);
-  EXPECT_EQ(fault->advice, "The numbers of a repetition go up to 32767.");
+TEST(CompileExpressions, WhatOtherLanguagesWriteGetsItsOwnAdvice) {
+  const auto advice = [](const char* expression) {
+    auto compiled = CompileExpressions({expression}, {}, Options{});
+    const auto* fault = std::get_if<ExpressionFault>(&compiled);
+    return fault == nullptr ? "no fault" : fault->advice;
+  };
+  EXPECT_EQ(advice("a{40000}"), "The numbers of a repetition go up to 32767.");
+  EXPECT_EQ(advice("Haus && Hof"), "A single & is AND.");
+  EXPECT_EQ(advice("Haus || Hof"), "A single | is OR.");
+  EXPECT_EQ(advice("*.txt"), "Write .* for any characters, or \\* for the character.");
+  EXPECT_EQ(advice("(?i)haus"),
+            "Groups that begin with (? are not known; write \\? for the character.");
+  EXPECT_EQ(advice("Haus\\nHof"),
+            "A match never crosses the end of a line; & joins what stands on several.");
+  EXPECT_EQ(advice("+"), "Write \\ before it for the character.");
 }
 
 TEST(MarkedExpression, MarksCharactersNotBytes) {

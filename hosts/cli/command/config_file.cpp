@@ -2,11 +2,10 @@
 
 #include "hosts/cli/command/config_file.h"
 
+#include "hosts/cli/files/input.h"
+
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -15,6 +14,7 @@ namespace trovex::cli {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string_view Trim(std::string_view line) {
   const std::size_t begin = line.find_first_not_of(kBlanks);
@@ -63,6 +63,7 @@ std::optional<std::string> FaultOf(const CommandLine& line) {
 
 std::variant<std::vector<ConfigOption>, UsageError> ReadConfig(std::string_view content,
                                                                const std::string& name) {
+  if (content.starts_with(kByteOrderMark)) content.remove_prefix(kByteOrderMark.size());
   std::vector<ConfigOption> options;
   int number = 1;
   for (std::size_t begin = 0; begin < content.size(); ++number) {
@@ -85,14 +86,12 @@ std::variant<std::vector<ConfigOption>, UsageError> ReadConfig(std::string_view 
 }
 
 std::variant<std::vector<ConfigOption>, UsageError> ReadConfigFile(const std::string& name) {
-  errno = 0;
-  std::ifstream file(name, std::ios::binary);
-  const std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (file.bad() || !file.is_open()) {
+  const auto content = ReadWholeFile(name);
+  if (const auto* error = std::get_if<SystemError>(&content)) {
     return UsageError{"The configuration file " + name +
-                      " cannot be read: " + std::strerror(errno != 0 ? errno : EIO) + "."};
+                      " cannot be read: " + std::strerror(error->number) + "."};
   }
-  return ReadConfig(content, name);
+  return ReadConfig(std::get<std::string>(content), name);
 }
 
 }  // namespace trovex::cli

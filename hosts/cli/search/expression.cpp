@@ -17,8 +17,10 @@ namespace {
 constexpr std::string_view kPatternCharacters = ".[]*+?{}|^$~";
 constexpr std::string_view kOperators = "&!()";
 
-/// The number of the fault that there is too much to be compiled.
+/// The numbers of some faults.
 constexpr int kExpressionTooLong = 9814;
+constexpr int kNothingToRepeat = 9816;
+constexpr int kNoSuchEscape = 9850;
 
 /// What a person can do about the fault of this number.
 std::string_view Advice(int number) {
@@ -44,7 +46,7 @@ std::string_view Advice(int number) {
       return "Put a list of words into a file and search with --file.";
     case 9815:
       return "Write \\) for the character.";
-    case 9816:
+    case kNothingToRepeat:
       return "Write \\ before it for the character.";
     case 9819:
       return "Type something there, or leave the operator out.";
@@ -54,7 +56,7 @@ std::string_view Advice(int number) {
     case 9822:
     case 9823:
       return "Type an operand there, or write \\ before the operator for the character.";
-    case 9850:
+    case kNoSuchEscape:
       return "Leave the backslash out, or write \\\\ for a backslash.";
     case 9851:
     case 9852:
@@ -71,12 +73,26 @@ std::string_view Advice(int number) {
   }
 }
 
+/// The same where what is meant shows what was intended: other languages write it so.
+std::string_view AdviceAt(int number, std::string_view expression, std::size_t begin) {
+  const std::string_view meant = expression.substr(std::min(begin, expression.size()));
+  const bool opensGroup = begin > 0 && expression[begin - 1] == '(';
+  if (meant.starts_with("&&")) return "A single & is AND.";
+  if (meant.starts_with("||")) return "A single | is OR.";
+  if (number == kExpressionTooLong && meant.starts_with('{'))
+    return "The numbers of a repetition go up to 32767.";
+  if (number == kNothingToRepeat && meant.starts_with('*'))
+    return "Write .* for any characters, or \\* for the character.";
+  if (number == kNothingToRepeat && meant.starts_with('?') && opensGroup)
+    return "Groups that begin with (? are not known; write \\? for the character.";
+  if (number == kNoSuchEscape && meant.starts_with("\\n"))
+    return "A match never crosses the end of a line; & joins what stands on several.";
+  return Advice(number);
+}
+
 ExpressionFault WithRange(const Fault& fault, std::string expression, std::size_t begin,
                           std::size_t end) {
-  const bool isRepetition = begin < expression.size() && expression[begin] == '{';
-  const std::string_view advice = fault.number == kExpressionTooLong && isRepetition
-                                      ? "The numbers of a repetition go up to 32767."
-                                      : Advice(fault.number);
+  const std::string_view advice = AdviceAt(fault.number, expression, begin);
   return {fault.sentence, std::string(advice), std::move(expression), begin, end, true};
 }
 
