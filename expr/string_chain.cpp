@@ -81,12 +81,13 @@ void StringChain::Prepare() {
   operands_.clear();
   leafOf_.clear();
   AddOperand(node, false, false, false);
-  std::vector<const LocatorProgram*> strings;
+  std::vector<StringMatches::String> strings;
   for (const bool bringsPlaces : {true, false}) {
     for (Leaf& leaf : leaves_) {
       if ((leaf.isNegated && leaf.isDecisive) == bringsPlaces) continue;
       leaf.number = strings.size();
-      strings.push_back(outline_[leaf.node].pattern->locator.get());
+      strings.push_back(
+          StringMatches::StringOf(*outline_[leaf.node].pattern->locator, leaf.number));
       if (bringsPlaces) leafOf_.push_back(static_cast<std::size_t>(&leaf - leaves_.data()));
     }
   }

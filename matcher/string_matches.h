@@ -1,4 +1,5 @@
-// The matches of several patterns that are strings, in the order of a text, found in one pass over it.
+// The matches of several patterns that are strings, or either of a few strings, in the order of a text, found in one
+// pass over it.
 //
 // A scan looks for up to eight strings at once (string_group.h). Of more there are two groups, and the text is
 // taken in stretches that stay in the processor's cache: each group passes over a stretch, and what both find
@@ -8,6 +9,7 @@
 #define TROVEX_MATCHER_STRING_MATCHES_H
 
 #include "matcher/automata/match_locator.h"
+#include "matcher/pattern/pattern_syntax.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/string_group.h"
 #include "matcher/scan/string_scan.h"
@@ -38,17 +40,44 @@ class StringMatches {
     return program.IsString() && program.StringSets().size() <= kLongestSearched;
   }
 
-  /// Takes strings, which are known by their places in the list and must outlive the search. Matches are wanted of the
-  /// first `wanted` of them, which is 1 to `kMostStrings`.
-  StringMatches(const std::vector<const LocatorProgram*>& strings, std::size_t wanted, Sight sight);
+  /// The strings that a pattern of nothing but a few of them matches, if no two can stand at one place and none is too
+  /// long; else none.
+  static std::vector<StringGroup::String> AlternativesOf(const SyntaxTree& tree);
+
+  /// A string that a pattern is, or that it may be: the patterns are numbered from 0, and the strings of one stand side
+  /// by side in a list.
+  struct String {
+    StringGroup::String sets;
+    std::size_t pattern;
+    /// Has a say in what stands beside a match, and must outlive the search; null: that does not count.
+    const LocatorProgram* program;
+  };
+  /// The same of a program that is a string.
+  static String StringOf(const LocatorProgram& program, std::size_t pattern) {
+    return {program.StringSets(), pattern, &program};
+  }
+
+  /// Takes strings, at least one. Matches are wanted of the patterns of the first `wanted` of them, which is 1 to
+  /// `kMostStrings`.
+  StringMatches(const std::vector<String>& strings, std::size_t wanted, Sight sight);
 
   /// What follows is about `text`, which stays as it is meanwhile.
   void Begin(TextView text);
 
-  /// Looks for the first match of string `number` alone.
-  bool IsFound(std::size_t number);
+  /// Whether `pattern` has a match, which is looked for alone.
+  bool IsFound(std::size_t pattern);
 
-  /// Calls `take(number, start, stop)` for the matches of each string that are wanted, which do not overlap each other: by
+  /// Whether `pattern` has a match in `text`, which nothing has begun with: for short texts. Its matches are those of the
+  /// whole text (Sight).
+  bool Holds(std::size_t pattern, TextView text) const {
+    const Byte* const begin = text.data();
+    for (std::size_t number = patterns_[pattern]; number < patterns_[pattern + 1]; ++number) {
+      if (First(strings_[number], begin, begin + text.size()) != nullptr) return true;
+    }
+    return false;
+  }
+
+  /// Calls `take(pattern, start, stop)` for the matches of each pattern that are wanted, which do not overlap each other: by
   /// start, then by end. It returns false when no more are wanted. Once after `Begin`.
   template <typename Take>
   void ForEach(Take take) {
@@ -61,12 +90,11 @@ class StringMatches {
   }
 
  private:
-  struct String {
+  struct Searched {
     const LocatorProgram* program;
     StringScan scan;
     std::size_t length;
-    /// Where the next match may start.
-    const Byte* from = nullptr;
+    std::size_t pattern;
     /// Before this there is none.
     const Byte* first = nullptr;
   };
@@ -82,18 +110,28 @@ class StringMatches {
   };
 
   const Byte* Start() const;
+  /// The first match of `string` in a text; null where there is none.
+  static const Byte* First(const Searched& string, const Byte* begin, const Byte* end) {
+    const Byte* place = string.scan.Find(begin, end);
+    while (place != nullptr && string.program != nullptr &&
+           !string.program->IsStringBetween(place, place + string.length, begin, end))
+      place = string.scan.Find(place + 1, end);
+    return place;
+  }
 
-  bool IsMatch(const String& string, const Byte* place) const {
-    const Byte* const begin = sight_ == Sight::kRest ? string.from : begin_;
+  bool IsMatch(const Searched& string, const Byte* place) const {
+    if (string.program == nullptr) return true;
+    const Byte* const begin = sight_ == Sight::kRest ? from_[string.pattern] : begin_;
     return string.program->IsStringBetween(place, place + string.length, begin, end_);
   }
 
   template <typename Take>
   bool Offer(std::size_t number, const Byte* place, Take& take) {
-    String& string = strings_[number];
-    if (place < string.from || !IsMatch(string, place)) return true;
-    string.from = place + string.length;
-    return take(number, place, string.from);
+    const Searched& string = strings_[number];
+    const Byte*& from = from_[string.pattern];
+    if (place < from || !IsMatch(string, place)) return true;
+    from = place + string.length;
+    return take(string.pattern, place, from);
   }
 
   template <typename Take>
@@ -111,7 +149,9 @@ class StringMatches {
   void FindPlaces(const Byte* from, const Byte* to);
 
   const Sight sight_;
-  std::vector<String> strings_;
+  std::vector<Searched> strings_;
+  std::vector<std::size_t> patterns_;  // by pattern: its first string, and at last their number
+  std::vector<const Byte*> from_;      // by pattern: where its next match may start
   const std::size_t wanted_;
   std::vector<Group> groups_;
   std::ptrdiff_t longest_ = 0;

@@ -57,6 +57,8 @@ inline constexpr std::size_t kNearCandidates = 128;
 /// of nearly everything.
 inline constexpr std::size_t kLargestCluster = 4'096;
 inline constexpr std::int64_t kLongestClustered = 1 << 16;
+/// The same in words, which are counted again and again.
+inline constexpr std::int64_t kMostClusteredWords = 128;
 
 /// What one step of a search costs, in units of about a nanosecond: an operand or an operator finds a
 /// place; the walk of a distance decides one; a merge compares two; a tag is written, or given to the

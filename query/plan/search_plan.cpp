@@ -331,6 +331,7 @@ std::variant<SearchPlan, QueryFault> MakeSearchPlan(ParsedQuery& query,
                                                     const QueryOptions& options) {
   SearchPlan plan;
   plan.substitute = query.substitute;
+  plan.hasTags = query.tagCount > 0;
   try {
     Planner(options, plan).Plan(*query.root);
   } catch (const Refused& refused) {

@@ -60,6 +60,7 @@ struct SearchPlan {
   /// The last one is the whole query.
   std::vector<PlannedStream> streams;
   unsigned char substitute = 0x81;
+  bool hasTags = false;
   bool measuresDistances = false;
   /// Whether words are counted; and whether all characters are, for distances that are too long to be
   /// counted one by one.

@@ -6,10 +6,6 @@ namespace trovex {
 
 namespace {
 
-/// The most bytes of a text that one character takes: a sequence of UTF-8, or a letter and a combining
-/// accent.
-constexpr std::size_t kMostBytesOfCharacter = 4;
-
 /// The order of a heap with the first end at its top.
 bool EndsLater(const FoundPlace& a, const FoundPlace& b) {
   return a.end > b.end;

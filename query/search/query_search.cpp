@@ -84,7 +84,7 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.tagLists.Reset();
   context_.skipsLines =
       options.firstOfLine && plan_.streams.size() == 1 && patterns_.front() != nullptr;
-  context_.wantsTags = options.tags && options.mostItems > 0;
+  context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
   context_.wantsPositions = options.mostItems > 0 || plan_.measuresDistances;
   context_.wantsCharacters = plan_.countsCharacters;
   context_.countsWords = plan_.countsWords;
@@ -109,15 +109,18 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   context_.credit = 0;
   granted_ = 0;
   const bool isAlone = plan_.streams.size() == 1;
+  const bool wantsTags = options.tags && plan_.hasTags;
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
-  if (asItIs && isAlone && !options.tags && patterns_.front() != nullptr)
+  if (asItIs && isAlone && !wantsTags && patterns_.front() != nullptr)
     return RunAlone(text, options, visit, visitContext);
   std::size_t passed = 0;
-  const bool isPlainSearch = options.interrupt == nullptr && !options.tags && !options.firstOfLine;
+  const bool isPlainSearch = options.interrupt == nullptr && !wantsTags && !options.firstOfLine;
+  MeasuredText measured = {text};
   if (isPlainSearch && !isAlone && Strings() != nullptr &&
-      MaySearchForStrings(text, options.encoding)) {
+      MaySearchForStrings(measured, options.encoding)) {
     using Answer = StringSearch::Answer;
-    const StringSearch::Result result = strings_->Run(text, options.mostItems, visit, visitContext);
+    const StringSearch::Result result =
+        strings_->Run(measured, options.mostItems, visit, visitContext);
     if (result.answer != Answer::kUnknown)
       return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
     passed = result.visited;
@@ -169,10 +172,11 @@ bool QuerySearch::MaySearchAsItIs(TextView text, Encoding encoding) const {
   return IsPlainAscii(text) || (arePlain_ && !MayHoldMarks(text));
 }
 
-/// The same for a search that reads the text once. Distances are counted in characters.
-bool QuerySearch::MaySearchForStrings(TextView text, Encoding encoding) const {
-  if (encoding == Encoding::kLatin1 || IsPlainAscii(text)) return true;
-  return arePlain_ && !plan_.measuresDistances && !MayHoldMarks(text);
+/// The same for a search that reads the text once. Tells whether it is to be measured as UTF-8.
+bool QuerySearch::MaySearchForStrings(MeasuredText& text, Encoding encoding) const {
+  if (encoding == Encoding::kLatin1 || IsPlainAscii(text.bytes)) return true;
+  text.isUtf8 = true;
+  return arePlain_ && !plan_.countsCharacters && !MayHoldMarks(text.bytes);
 }
 
 /// A look at a short text, before anything is begun with: false only where stream `stream` has the

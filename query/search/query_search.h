@@ -42,7 +42,7 @@ class QuerySearch {
  private:
   void MakeStream(const PlannedStream& planned);
   bool MaySearchAsItIs(TextView text, Encoding encoding) const;
-  bool MaySearchForStrings(TextView text, Encoding encoding) const;
+  bool MaySearchForStrings(MeasuredText& text, Encoding encoding) const;
   bool MayBeSatisfied(std::size_t stream, TextView text);
   StringSearch* Strings();
   Verdict RunStreams(std::size_t passed, const SearchOptions& options, Visit visit,

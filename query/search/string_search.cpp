@@ -1,160 +1,348 @@
 #include "query/search/string_search.h"
 
 #include "matcher/tuning.h"
+#include "query/search/text_blocks.h"
 #include "query/tuning.h"
 
 #include <algorithm>
 #include <bit>
-#include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace trovex {
 
+// ---- What is read of the plan ----
+
 std::unique_ptr<StringSearch> StringSearch::Make(const SearchPlan& plan,
                                                  const std::vector<PatternSearch*>& patterns) {
   std::unique_ptr<StringSearch> search(new StringSearch);
-  if (!search->Read(plan, patterns)) return nullptr;
-  if (search->strings_.empty()) return nullptr;
-  search->matches_.emplace(search->strings_, search->strings_.size(),
-                           StringMatches::Sight::kWholeText);
-  return search;
+  return search->Read(plan, patterns) ? std::move(search) : nullptr;
 }
 
 bool StringSearch::Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
-  isNear_ = plan.streams.back().kind == PlannedStream::Kind::kNear;
-  if (isNear_) return ReadNear(plan, patterns);
-  return plan.streams.back().kind == PlannedStream::Kind::kAnd && ReadAnd(plan, patterns);
-}
-
-/// Patterns, and NOTs of patterns.
-bool StringSearch::ReadAnd(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
-  for (const std::size_t index : plan.streams.back().operands) {
-    const PlannedStream& operand = plan.streams[index];
-    if (operand.kind == PlannedStream::Kind::kNot) {
-      const std::size_t negated = operand.operands.front();
-      if (patterns[negated] == nullptr) return false;
-      excluded_.push_back(patterns[negated]);
-    } else if (!AddLeaf(operand, patterns[index])) {
-      return false;
-    }
-  }
-  return leaves_ > 0;
-}
-
-/// Distances between patterns, and nothing else.
-bool StringSearch::ReadNear(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
+  if (plan.streams.size() > kFewStreams) return false;
   for (std::size_t i = 0; i < plan.streams.size(); ++i) {
-    const PlannedStream& planned = plan.streams[i];
-    Operand operand;
-    if (planned.kind == PlannedStream::Kind::kPattern) {
-      operand.leaf = leaves_;
-      operand.needs = 1U << operand.leaf;
-      operandOf_.push_back(i);
-      if (!AddLeaf(planned, patterns[i])) return false;
-    } else if (planned.kind == PlannedStream::Kind::kNear) {
-      const AndLink& link = planned.link;
-      const bool isByCharacters =
-          link.distance.has_value() && link.unit == DistanceUnit::kCharacters && !link.ordered;
-      if (!isByCharacters || *link.distance > kLongestClustered) return false;
-      operand.isLeaf = false;
-      operand.left = planned.operands[0];
-      operand.right = planned.operands[1];
-      operand.isLeftNegated = planned.isLeftNegated;
-      operand.isRightNegated = planned.isRightNegated;
-      operand.distance = static_cast<std::size_t>(*link.distance);
-      longestDistance_ = std::max(longestDistance_, operand.distance);
-      if (!operand.isLeftNegated) operand.needs |= operands_[operand.left].needs;
-      if (!operand.isRightNegated) operand.needs |= operands_[operand.right].needs;
-    } else {
-      return false;
-    }
-    operands_.push_back(std::move(operand));
+    if (!ReadOperand(plan.streams[i], patterns[i])) return false;
   }
+  MarkWanted(operands_.size() - 1, true);
+  if (!ReadStrings(plan)) return false;
+  for (Operand& operand : operands_)
+    operand.needs = NeedsOf(operand);
+  NoteNeeded(operands_.size() - 1);
   ChooseNearby();
   return true;
 }
 
-/// Of one pattern that is no string, only what is in reach of a string can be kept, or keep something else from
-/// being kept; unless it is kept where it is near to none.
-void StringSearch::ChooseNearby() {
-  if (others_.size() != 1) return;
-  const std::size_t other = operandOf_[others_.front().leaf];
-  isNearby_ = std::none_of(operands_.begin(), operands_.end(), [&](const Operand& operand) {
-    return (operand.left == other && operand.isRightNegated) ||
-           (operand.right == other && operand.isLeftNegated);
-  });
-}
-
-/// False where `planned` is no pattern, or one too many.
-bool StringSearch::AddLeaf(const PlannedStream& planned, PatternSearch* search) {
-  if (search == nullptr || leaves_ == StringMatches::kMostStrings) return false;
-  if (const LocatorProgram* const program = StringOf(planned)) {
-    strings_.push_back(program);
-    leafOf_.push_back(leaves_);
-  } else {
-    others_.push_back({search, leaves_, {}});
+/// False where it is a sound, or where a distance would have to wait for the verdict on another one.
+bool StringSearch::ReadOperand(const PlannedStream& planned, PatternSearch* search) {
+  Operand operand;
+  operand.kind = planned.kind;
+  operand.operands = planned.operands;
+  for (const std::size_t below : planned.operands) {
+    operand.hasDistances = operand.hasDistances || operands_[below].hasDistances;
+    operand.judgesDistances = operand.judgesDistances || operands_[below].judgesDistances;
   }
-  ++leaves_;
+  switch (planned.kind) {
+    case Kind::kPattern:
+      if (leaves_.size() == kMostLeaves) return false;
+      operand.leaf = leaves_.size();
+      leaves_.push_back({.search = search, .operand = operands_.size()});
+      break;
+    case Kind::kNear:
+      if (operand.judgesDistances || !ReadDistance(planned, operand)) return false;
+      break;
+    case Kind::kAnd:
+    case Kind::kNot:
+      operand.judgesDistances = operand.hasDistances;
+      break;
+    case Kind::kOr:
+      break;
+    case Kind::kSound:
+    case Kind::kStored:
+      return false;
+  }
+  operands_.push_back(std::move(operand));
   return true;
 }
 
-/// Null where `planned` is none.
-const LocatorProgram* StringSearch::StringOf(const PlannedStream& planned) {
-  if (planned.kind != PlannedStream::Kind::kPattern) return nullptr;
-  if (planned.program->References() != nullptr) return nullptr;
-  const LocatorProgram* const program = planned.program->Locator();
-  return StringMatches::CanTake(*program) ? program : nullptr;
+/// False where it is so long that nearly everything would be one cluster.
+bool StringSearch::ReadDistance(const PlannedStream& planned, Operand& operand) {
+  operand.isLeftNegated = planned.isLeftNegated;
+  operand.isRightNegated = planned.isRightNegated;
+  operand.link = planned.link;
+  operand.hasDistances = true;
+  distances_.push_back(operands_.size());
+  const bool isOfWords = planned.link.unit == DistanceUnit::kWords;
+  const std::int64_t most = isOfWords ? kMostClusteredWords : kLongestClustered;
+  const std::int64_t distance = planned.link.distance.value_or(most + 1);
+  std::int64_t& longest = isOfWords ? longestWords_ : longestDistance_;
+  longest = std::max(longest, distance);
+  return distance <= most;
 }
 
-StringSearch::Result StringSearch::Run(TextView text, std::size_t most, Visit visit,
+/// Marks the leaves below operand `index` whose matches must be known: if those of the operand must, or for a distance.
+void StringSearch::MarkWanted(std::size_t index, bool isWanted) {
+  const Operand& operand = operands_[index];
+  if (operand.kind == Kind::kPattern) {
+    Leaf& leaf = leaves_[operand.leaf];
+    leaf.isWanted = leaf.isWanted || isWanted;
+  }
+  for (const std::size_t below : operand.operands)
+    MarkWanted(below, operand.kind == Kind::kNear || (isWanted && operand.kind != Kind::kNot));
+}
+
+/// Makes the search for strings. False where there are none, or too many patterns.
+bool StringSearch::ReadStrings(const SearchPlan& plan) {
+  std::vector<StringMatches::String> strings;
+  std::size_t wanted = 0;
+  for (std::size_t i = 0; i < leaves_.size(); ++i) {
+    Leaf& leaf = leaves_[i];
+    if (!leaf.isWanted) continue;
+    if (++wanted > StringMatches::kMostStrings) return false;
+    const std::size_t room = StringMatches::kMostStrings - strings.size();
+    const std::size_t pattern = leafOf_.size();
+    auto alternatives = StringsOf(*plan.streams[leaf.operand].program, pattern);
+    if (alternatives.empty() || alternatives.size() > room) {
+      others_.push_back({leaf.search, i, {}});
+      continue;
+    }
+    leaf.pattern = pattern;
+    leafOf_.push_back(i);
+    std::move(alternatives.begin(), alternatives.end(), std::back_inserter(strings));
+  }
+  if (strings.empty()) return false;
+  matches_.emplace(strings, strings.size(), StringMatches::Sight::kWholeText);
+  return true;
+}
+
+/// The strings that `program` is, or is one of; none where it is anything else.
+std::vector<StringMatches::String> StringSearch::StringsOf(const PatternProgram& program,
+                                                           std::size_t pattern) {
+  if (program.References() != nullptr) return {};
+  if (StringMatches::CanTake(*program.Locator()))
+    return {StringMatches::StringOf(*program.Locator(), pattern)};
+  std::vector<StringMatches::String> strings;
+  if (program.Options().wholeWords) return strings;
+  for (StringGroup::String& sets : StringMatches::AlternativesOf(program.Tree()))
+    strings.push_back({std::move(sets), pattern, nullptr});
+  return strings;
+}
+
+/// A bit for each leaf without which it has no places in a cluster.
+std::uint32_t StringSearch::NeedsOf(const Operand& operand) const {
+  const auto needs = [&](std::size_t below) { return operands_[below].needs; };
+  if (operand.kind == Kind::kPattern) return std::uint32_t{1} << operand.leaf;
+  if (operand.kind == Kind::kNear) {
+    return (operand.isLeftNegated ? 0 : needs(operand.operands[0])) |
+           (operand.isRightNegated ? 0 : needs(operand.operands[1]));
+  }
+  std::uint32_t all = UINT32_MAX;
+  for (const std::size_t below : operand.operands) {
+    if (operands_[below].kind != Kind::kNot) all &= needs(below);
+  }
+  return all;
+}
+
+/// Notes the strings below operand `index` without which its verdict is no, and whether there is anything else that may
+/// make it no.
+void StringSearch::NoteNeeded(std::size_t index) {
+  const Operand& operand = operands_[index];
+  const bool isString =
+      operand.kind == Kind::kPattern && leaves_[operand.leaf].pattern != kNoString;
+  if (isString) needed_.push_back(operand.leaf);
+  if (operand.kind == Kind::kAnd) {
+    for (const std::size_t below : operand.operands)
+      NoteNeeded(below);
+  } else if (operand.kind == Kind::kNear) {
+    if (!operand.isLeftNegated) NoteNeeded(operand.operands[0]);
+    if (!operand.isRightNegated) NoteNeeded(operand.operands[1]);
+  } else if (!isString && operand.kind != Kind::kNot) {
+    needsMore_ = true;
+  }
+  hasOr_ = hasOr_ || operand.kind == Kind::kOr;
+}
+
+/// Of one pattern that is no string, only what is in reach of a string can be kept, or keep something else from
+/// being kept, where there is nothing but distances; unless it is kept where it is near to none.
+void StringSearch::ChooseNearby() {
+  if (others_.size() != 1 || longestWords_ >= 0) return;
+  const std::size_t other = leaves_[others_.front().leaf].operand;
+  isNearby_ = std::all_of(operands_.begin(), operands_.end(), [&](const Operand& operand) {
+    if (operand.kind == Kind::kPattern) return true;
+    return operand.kind == Kind::kNear &&
+           !(operand.operands[0] == other && operand.isRightNegated) &&
+           !(operand.operands[1] == other && operand.isLeftNegated);
+  });
+}
+
+// ---- One text ----
+
+StringSearch::Result StringSearch::Run(const MeasuredText& text, std::size_t most, Visit visit,
                                        void* visitContext) {
-  Receiver receiver = {most, visit, visitContext};
-  matches_->Begin(text);
-  const Answer answer = isNear_ ? RunNear(text, receiver) : RunAnd(text, receiver);
-  return {answer, receiver.count};
+  const std::size_t query = operands_.size() - 1;
+  isShort_ = text.bytes.size() <= kLookedAtText;
+  if (isShort_ && LacksString(text.bytes)) return {Answer::kNo, 0};
+  text_ = text;
+  gaveUp_ = false;
+  std::fill_n(isFound_.begin(), leaves_.size(), Known::kNot);
+  if (isShort_) {
+    for (const std::size_t leaf : needed_)
+      isFound_[leaf] = Known::kYes;
+    if (needsMore_ && !MayBe(query)) return {gaveUp_ ? Answer::kUnknown : Answer::kNo, 0};
+  }
+  // A character may take several bytes.
+  reach_ = static_cast<std::size_t>(std::max<std::int64_t>(longestDistance_, 0)) *
+           (text.isUtf8 ? kMostBytesOfCharacter : 1);
+  receiver_ = {most, visit, visitContext};
+  matches_->Begin(text.bytes);
+  const bool isYes = operands_[query].hasDistances ? RunNear() : RunAnywhere();
+  const Answer answer = isYes ? Answer::kYes : Answer::kNo;
+  return {gaveUp_ ? Answer::kUnknown : answer, receiver_.count};
 }
 
-/// The verdict on patterns that may lie anywhere.
-StringSearch::Answer StringSearch::IsSatisfied(TextView text) {
-  for (std::size_t string = 0; string < strings_.size(); ++string) {
-    if (!matches_->IsFound(string)) return Answer::kNo;
+/// A look at a short text: whether it lacks a string without which the verdict is no. Most lack the first.
+bool StringSearch::LacksString(TextView text) const {
+  return std::any_of(needed_.begin(), needed_.end(), [&](std::size_t leaf) {
+    return !matches_->Holds(leaves_[leaf].pattern, text);
+  });
+}
+
+/// False only where the verdict on operand `index` is no, wherever its patterns have matches; or where one gives up.
+bool StringSearch::MayBe(std::size_t index) {
+  const Operand& operand = operands_[index];
+  const auto mayBe = [this](std::size_t below) { return MayBe(below); };
+  switch (operand.kind) {
+    case Kind::kPattern:
+      return IsFound(operand.leaf);
+    case Kind::kNot:
+      return true;
+    case Kind::kOr:
+      return std::any_of(operand.operands.begin(), operand.operands.end(), mayBe);
+    case Kind::kNear:
+      return (operand.isLeftNegated || mayBe(operand.operands[0])) &&
+             (operand.isRightNegated || mayBe(operand.operands[1]));
+    default:
+      return std::all_of(operand.operands.begin(), operand.operands.end(), mayBe);
   }
-  ByteRange match;
-  for (const Other& other : others_) {
-    const SearchOutcome outcome = other.search->First(text, match);
-    if (outcome == SearchOutcome::kGaveUp) return Answer::kUnknown;
-    if (outcome == SearchOutcome::kNotFound) return Answer::kNo;
+}
+
+/// The verdict where there are no distances. What it means where the search gives up is said by that.
+bool StringSearch::RunAnywhere() {
+  const std::size_t query = operands_.size() - 1;
+  const bool isJudged = isShort_ && needed_.size() == query;  // all operands of one AND
+  if (!isJudged && (!Judge(query) || gaveUp_)) return false;
+  if (receiver_.most == 0) return true;
+  chosen_ = 0;
+  if (hasOr_) Choose(query);
+  if (gaveUp_) return false;
+  const std::uint32_t chosen = hasOr_ ? chosen_ : UINT32_MAX;
+  Receiver receiver = receiver_;
+  ByteRange last;
+  ForEachMatch([&](std::size_t leaf, const ByteRange& range) {
+    if ((chosen >> leaf & 1) == 0 || range == last) return true;
+    last = range;
+    return receiver.Take(range);
+  });
+  receiver_ = receiver;
+  return true;
+}
+
+/// The same where there are some.
+bool StringSearch::RunNear() {
+  const std::size_t query = operands_.size() - 1;
+  for (const std::size_t distance : distances_)
+    operands_[distance].hasPlaces = false;
+  JudgeAnds(false);
+  if (operands_[query].judgesDistances) {
+    FindDistances();
+    JudgeAnds(true);
+    if (gaveUp_ || !Judge(query)) return false;
+    if (receiver_.most == 0) return true;
   }
-  for (PatternSearch* const search : excluded_) {
-    const SearchOutcome outcome = search->First(text, match);
-    if (outcome == SearchOutcome::kGaveUp) return Answer::kUnknown;
-    if (outcome == SearchOutcome::kFound) return Answer::kNo;
+  ForEachCluster([this] { return Deliver(); });
+  return receiver_.count > 0 || (!gaveUp_ && Judge(query));
+}
+
+/// Whether a leaf has a match. False also where that is not known: then the search gives up.
+bool StringSearch::IsFound(std::size_t leaf) {
+  if (isFound_[leaf] == Known::kNot) {
+    const Leaf& pattern = leaves_[leaf];
+    bool isFound = false;
+    if (pattern.pattern != kNoString) {
+      isFound = isShort_ ? matches_->Holds(pattern.pattern, text_.bytes)
+                         : matches_->IsFound(pattern.pattern);
+    } else {
+      ByteRange match;
+      const SearchOutcome outcome = pattern.search->First(text_.bytes, match);
+      gaveUp_ = gaveUp_ || outcome == SearchOutcome::kGaveUp;
+      isFound = outcome == SearchOutcome::kFound;
+    }
+    isFound_[leaf] = isFound ? Known::kYes : Known::kNo;
   }
-  return Answer::kYes;
+  return isFound_[leaf] == Known::kYes;
+}
+
+/// The verdict on operand `index`, once that on the distances is known.
+bool StringSearch::Judge(std::size_t index) {
+  const Operand& operand = operands_[index];
+  const auto judge = [this](std::size_t below) { return Judge(below); };
+  switch (operand.kind) {
+    case Kind::kPattern:
+      return IsFound(operand.leaf);
+    case Kind::kNot:
+      return !Judge(operand.operands.front());
+    case Kind::kOr:
+      return std::any_of(operand.operands.begin(), operand.operands.end(), judge);
+    case Kind::kNear:
+      return operand.hasPlaces;
+    default:
+      return std::all_of(operand.operands.begin(), operand.operands.end(), judge);
+  }
+}
+
+/// Finds out which of the ANDs are there: of those with distances below, or of the others.
+void StringSearch::JudgeAnds(bool withDistances) {
+  for (std::size_t i = 0; i < operands_.size(); ++i) {
+    Operand& operand = operands_[i];
+    if (operand.kind == Kind::kAnd && operand.hasDistances == withDistances)
+      operand.isThere = Judge(i);
+  }
+}
+
+/// Chooses the leaves below operand `index`, whose verdict is yes or which is a leaf or an OR.
+void StringSearch::Choose(std::size_t index) {
+  const Operand& operand = operands_[index];
+  if (operand.kind == Kind::kPattern) chosen_ |= std::uint32_t{1} << operand.leaf;
+  if (operand.kind == Kind::kNot) return;
+  for (const std::size_t below : operand.operands) {
+    if (operands_[below].kind != Kind::kAnd || Judge(below)) Choose(below);
+  }
 }
 
 /// Goes on to the next match of `other`. False where it is not known.
 bool StringSearch::Advance(Other& other) {
   other.head = other.search->Next();
-  if (other.search->Outcome() == SearchOutcome::kGaveUp) return false;
-  if (other.search->Outcome() != SearchOutcome::kFound) other.head = {};
-  return true;
+  const SearchOutcome outcome = other.search->Outcome();
+  if (outcome != SearchOutcome::kFound) other.head = {};
+  gaveUp_ = gaveUp_ || outcome == SearchOutcome::kGaveUp;
+  return outcome != SearchOutcome::kGaveUp;
 }
 
 /// Passes over what the only pattern that is no string has on lines before that of `place`.
-bool StringSearch::PassTo(TextView text, std::size_t place) {
+bool StringSearch::PassTo(std::size_t place) {
   Other& other = others_.front();
   if (other.head.begin >= place) return true;
-  const void* const feed = memrchr(text.data() + other.head.begin, '\n', place - other.head.begin);
+  const unsigned char* const begin = text_.bytes.data();
+  const void* const feed = memrchr(begin + other.head.begin, '\n', place - other.head.begin);
   if (feed == nullptr) return true;
   other.search->SkipTo(
-      static_cast<std::size_t>(static_cast<const unsigned char*>(feed) + 1 - text.data()));
+      static_cast<std::size_t>(static_cast<const unsigned char*>(feed) + 1 - begin));
   return Advance(other);
 }
 
 /// Calls `take` for the matches of patterns that are no strings before `limit`, by begin, then by end. False where no
-/// more are wanted, or where they are not known: the answer is then kUnknown.
+/// more are wanted, or where the search gives up.
 template <typename Take>
 bool StringSearch::TakeBefore(const ByteRange& limit, Take& take) {
   const auto isBefore = [](const ByteRange& a, const ByteRange& b) {
@@ -165,172 +353,120 @@ bool StringSearch::TakeBefore(const ByteRange& limit, Take& take) {
         std::min_element(others_.begin(), others_.end(),
                          [&](const Other& a, const Other& b) { return isBefore(a.head, b.head); });
     if (next == others_.end() || !isBefore(next->head, limit)) return true;
-    if (!take(next->leaf, next->head)) return false;
-    if (!Advance(*next)) return !(gaveUp_ = true);
+    if (!take(next->leaf, next->head) || !Advance(*next)) return false;
   }
 }
 
 /// Calls `take` for the matches of patterns that are no strings, up to the string at `range`; the one before it ended
 /// at `lastEnd`. Those that are out of reach of both may be left out.
 template <typename Take>
-bool StringSearch::TakeUpTo(TextView text, const ByteRange& range, std::size_t lastEnd,
-                            Take& take) {
-  if (isNearby_ && range.begin > lastEnd + 2 * longestDistance_) {
-    const std::size_t reach = lastEnd + longestDistance_ + 1;
-    if (!TakeBefore({reach, reach}, take)) return false;
-    if (!PassTo(text, range.begin - longestDistance_)) return !(gaveUp_ = true);
+bool StringSearch::TakeUpTo(const ByteRange& range, std::size_t lastEnd, Take& take) {
+  if (isNearby_ && range.begin > lastEnd + 2 * reach_) {
+    const std::size_t beyond = lastEnd + reach_ + 1;
+    if (!TakeBefore({beyond, beyond}, take)) return false;
+    if (!PassTo(range.begin - reach_)) return false;
   }
   return TakeBefore(range, take);
 }
 
-/// Calls `take(leaf, range)` for the matches of all leaves, by begin, then by end, until it returns false. False where
-/// they are not all known.
+/// Calls `take(leaf, range)` for the matches of all wanted leaves, by begin, then by end, until it returns false or the
+/// search gives up.
 template <typename Take>
-bool StringSearch::ForEachMatch(TextView text, Take take) {
-  gaveUp_ = false;
+void StringSearch::ForEachMatch(Take take) {
   for (Other& other : others_) {
-    other.search->Begin(text);
-    if (!Advance(other)) return false;
+    other.search->Begin(text_.bytes);
+    if (!Advance(other)) return;
   }
   bool goesOn = true;
   std::size_t lastEnd = 0;  // of a string
-  matches_->ForEach([&](std::size_t string, const unsigned char* start, const unsigned char* stop) {
-    const ByteRange range = {static_cast<std::size_t>(start - text.data()),
-                             static_cast<std::size_t>(stop - text.data())};
-    if (!others_.empty()) {
-      if (!TakeUpTo(text, range, lastEnd, take)) return goesOn = false;
-      lastEnd = std::max(lastEnd, range.end);
-    }
-    return goesOn = take(leafOf_[string], range);
-  });
+  const unsigned char* const begin = text_.bytes.data();
+  matches_->ForEach(
+      [&](std::size_t pattern, const unsigned char* start, const unsigned char* stop) {
+        const ByteRange range = {static_cast<std::size_t>(start - begin),
+                                 static_cast<std::size_t>(stop - begin)};
+        if (!others_.empty()) {
+          if (!TakeUpTo(range, lastEnd, take)) return goesOn = false;
+          lastEnd = std::max(lastEnd, range.end);
+        }
+        return goesOn = take(leafOf_[pattern], range);
+      });
   if (goesOn && !others_.empty()) {
-    const std::size_t last = isNearby_ ? lastEnd + longestDistance_ + 1 : kNowhere;
+    const std::size_t last = isNearby_ ? lastEnd + reach_ + 1 : kNowhere;
     TakeBefore({last, last}, take);
   }
-  return !gaveUp_;
 }
 
-StringSearch::Answer StringSearch::RunAnd(TextView text, Receiver& receiver) {
-  const Answer answer = IsSatisfied(text);
-  if (answer != Answer::kYes || receiver.most == 0) return answer;
-  ByteRange last;
-  const bool areKnown = ForEachMatch(text, [&](std::size_t, const ByteRange& range) {
-    if (range.begin == last.begin && range.end == last.end) return true;
-    last = range;
-    return receiver.Take(range);
-  });
-  return areKnown ? Answer::kYes : Answer::kUnknown;
-}
-
-/// False where a pattern does not occur without which there is nothing. Most short texts lack the first of them.
-bool StringSearch::MayHaveNeeded(TextView text) {
-  const unsigned needs = operands_.back().needs;
-  for (std::size_t string = 0; string < strings_.size(); ++string) {
-    if ((needs >> leafOf_[string] & 1) != 0 && !matches_->IsFound(string)) return false;
-  }
-  return std::none_of(others_.begin(), others_.end(), [&](const Other& other) {
-    ByteRange match;
-    return (needs >> other.leaf & 1) != 0 &&
-           other.search->First(text, match) == SearchOutcome::kNotFound;
-  });
-}
-
-StringSearch::Answer StringSearch::RunNear(TextView text, Receiver& receiver) {
-  if (text.size() <= kLookedAtText && !MayHaveNeeded(text)) return Answer::kNo;
+/// Calls `decide()` for each cluster, whose matches are the places of the leaves then, until it returns false or the
+/// search gives up.
+template <typename Decide>
+void StringSearch::ForEachCluster(Decide decide) {
+  for (const Leaf& leaf : leaves_)
+    operands_[leaf.operand].places.clear();
+  seen_ = 0;
   std::size_t size = 0;
   std::size_t clusterEnd = 0;
-  bool isOver = false;
-  for (Operand& operand : operands_)
-    operand.places.clear();
-  seen_ = 0;
-  const bool areKnown = ForEachMatch(text, [&](std::size_t leaf, const ByteRange& range) {
-    if (range.begin > clusterEnd + longestDistance_) {
-      if (!Decide(receiver)) return !(isOver = true);
-      size = 0;
+  const auto close = [&] {
+    const bool goesOn = seen_ == 0 || decide();
+    for (; seen_ != 0; seen_ &= seen_ - 1) {
+      const auto leaf = static_cast<std::size_t>(std::countr_zero(seen_));
+      operands_[leaves_[leaf].operand].places.clear();
     }
-    if (++size > kLargestCluster) return false;
+    size = 0;
+    return goesOn;
+  };
+  bool isOver = false;
+  ForEachMatch([&](std::size_t leaf, const ByteRange& range) {
+    if (IsApart(clusterEnd, range.begin) && !close()) return !(isOver = true);
+    if (++size > kLargestCluster) return !(gaveUp_ = true);
     clusterEnd = std::max(clusterEnd, range.end);
-    operands_[operandOf_[leaf]].places.push_back(range);
-    seen_ |= 1U << leaf;
+    operands_[leaves_[leaf].operand].places.push_back(range);
+    seen_ |= std::uint32_t{1} << leaf;
     return true;
   });
-  if (size > kLargestCluster || !areKnown) return Answer::kUnknown;
-  if (!isOver) static_cast<void>(Decide(receiver));
-  return receiver.count > 0 ? Answer::kYes : Answer::kNo;
+  if (!isOver && !gaveUp_) close();
 }
 
-/// Hands out what the cluster has, and forgets it. False when no more is wanted.
-bool StringSearch::Decide(Receiver& receiver) {
-  bool goesOn = true;
-  Operand& query = operands_.back();
-  if ((seen_ & query.needs) == query.needs) {
-    for (Operand& operand : operands_) {
-      if (!operand.isLeaf) Combine(operand);
-    }
-    goesOn = std::all_of(query.places.begin(), query.places.end(),
-                         [&](const ByteRange& place) { return receiver.Take(place); });
-  }
-  for (; seen_ != 0; seen_ &= seen_ - 1)
-    operands_[operandOf_[static_cast<std::size_t>(std::countr_zero(seen_))]].places.clear();
-  return goesOn;
+/// Whether what begins at `begin` is out of reach of all that ends at `end` or before.
+bool StringSearch::IsApart(std::size_t end, std::size_t begin) const {
+  if (begin <= end + reach_) return false;
+  const AndLink words = {.distance = longestWords_, .unit = DistanceUnit::kWords};
+  return longestWords_ < 0 || !IsWithin(words, text_, end, begin);
 }
 
-/// The places of both operands that have one of the other in reach; where one is negated, those of the other
-/// that have none. One walk over both, as in near_stream.h.
-void StringSearch::Combine(Operand& near) {
-  struct Side {
-    const std::vector<ByteRange>& places;
-    bool isNegated;
-    std::size_t here = 0;   // the first that begins where the walk stands, or after
-    std::size_t after = 0;  // the first that begins after
-    bool hasPassed = false;
-    std::size_t passedEnd = 0;  // where the one of those before ends that ends last
-  };
-  Side sides[] = {{operands_[near.left].places, near.isLeftNegated},
-                  {operands_[near.right].places, near.isRightNegated}};
-  std::vector<ByteRange>& kept = near.places;
-  kept.clear();
-  const auto next = [](const Side& side) {
-    return side.here < side.places.size() ? side.places[side.here].begin : kNowhere;
-  };
-  for (;;) {
-    const std::size_t at = std::min(next(sides[0]), next(sides[1]));
-    if (at == kNowhere) return;
-    for (Side& side : sides) {
-      side.after = side.here;
-      while (side.after < side.places.size() && side.places[side.after].begin == at)
-        ++side.after;
-    }
-    const std::size_t keptBefore = kept.size();
-    for (const bool isLeft : {true, false}) {
-      const Side& side = sides[isLeft ? 0 : 1];
-      const Side& other = sides[isLeft ? 1 : 0];
-      if (side.isNegated) continue;
-      const bool isNearBefore =
-          other.after > other.here || (other.hasPassed && at <= other.passedEnd + near.distance);
-      for (std::size_t i = side.here; i < side.after; ++i) {
-        const ByteRange& place = side.places[i];
-        const bool isNear =
-            isNearBefore || (other.after < other.places.size() &&
-                             other.places[other.after].begin <= place.end + near.distance);
-        if (isNear != other.isNegated) kept.push_back(place);
-      }
-    }
-    const auto keptHere = kept.begin() + static_cast<std::ptrdiff_t>(keptBefore);
-    if (kept.end() - keptHere > 1) {
-      std::sort(keptHere, kept.end(),
-                [](const ByteRange& a, const ByteRange& b) { return a.end < b.end; });
-      kept.erase(std::unique(keptHere, kept.end(),
-                             [](const ByteRange& a, const ByteRange& b) { return a.end == b.end; }),
-                 kept.end());
-    }
-    for (Side& side : sides) {
-      for (; side.here < side.after; ++side.here) {
-        side.hasPassed = true;
-        side.passedEnd = std::max(side.passedEnd, side.places[side.here].end);
-      }
-    }
+/// Finds out which distances have places.
+void StringSearch::FindDistances() {
+  ForEachCluster([this] {
+    for (Operand& operand : operands_)
+      Combine(operand);
+    return !std::all_of(distances_.begin(), distances_.end(),
+                        [this](std::size_t distance) { return operands_[distance].hasPlaces; });
+  });
+  matches_->Begin(text_.bytes);
+}
+
+/// Hands out what the cluster has. False when no more is wanted.
+bool StringSearch::Deliver() {
+  const Operand& query = operands_.back();
+  if ((seen_ & query.needs) != query.needs) return true;
+  for (Operand& operand : operands_)
+    Combine(operand);
+  return std::all_of(query.places.begin(), query.places.end(),
+                     [this](const ByteRange& place) { return receiver_.Take(place); });
+}
+
+/// The places that `operand` has in the cluster.
+void StringSearch::Combine(Operand& operand) {
+  if (operand.kind == Kind::kPattern || operand.kind == Kind::kNot) return;
+  if (operand.kind == Kind::kNear) {
+    near_.Find(operand.link, text_, {operands_[operand.operands[0]].places, operand.isLeftNegated},
+               {operands_[operand.operands[1]].places, operand.isRightNegated}, operand.places);
+    operand.hasPlaces = operand.hasPlaces || !operand.places.empty();
+    return;
   }
+  operand.places.clear();
+  if (!operand.isThere) return;
+  for (const std::size_t below : operand.operands)
+    UnitePlaces(operand.places, operands_[below].places);
 }
 
 }  // namespace trovex

@@ -1,14 +1,16 @@
-// Queries whose patterns are strings, or nearly all of them, "Datei & Verzeichnis" or "Datei &40 [0-9]+ & !Name":
+// Queries whose patterns are strings, or nearly all of them, "Datei & Verzeichnis" or "(Datei|Ordner) &40 [0-9]+ & !Name":
 // they are searched for all their strings at once (string_matches.h), beside these for each other pattern, and
 // what is found is told as it comes.
 //
 // Patterns that may lie anywhere are looked for one by one first, each up to its first match, and those of a
-// NOT through the whole text; where the verdict is yes, the matches of all are put together.
+// NOT through the whole text; where the verdict is yes, the matches of all are put together that belong to what is
+// there.
 //
 // With distances, matches further apart than the longest of them have nothing to do with each other. So the
 // matches of the text fall apart into clusters, and in most of these some pattern is missing. The others are
-// decided one after the other, each operator over all of a cluster. A single pattern that is no string is looked
-// for on the lines near to strings alone: elsewhere it is near to nothing.
+// decided one after the other, each operator over all of a cluster (near_places.h). A single pattern that is no string
+// is looked for on the lines near to strings alone: elsewhere it is near to nothing. Where an AND or a NOT waits for the
+// verdict on a distance, the text is gone through for that first.
 //
 // A cluster that would become too large is left to the streams (item_stream.h), which need no more memory
 // for it; and so is the rest of a text where a pattern gives up.
@@ -19,11 +21,14 @@
 #include "matcher/pattern_search.h"
 #include "matcher/string_matches.h"
 #include "query/plan/search_plan.h"
+#include "query/search/near_places.h"
 #include "text/byte_range.h"
 
 #include <trovex/query.h>
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -51,12 +56,29 @@ class StringSearch {
   static std::unique_ptr<StringSearch> Make(const SearchPlan& plan,
                                             const std::vector<PatternSearch*>& patterns);
 
-  /// The verdict on `text`, each byte of which is a character, and up to `most` items, by begin, then by
-  /// end, no two with the same range. With 0, `visit` is not called.
-  Result Run(TextView text, std::size_t most, Visit visit, void* visitContext);
+  /// The verdict on `text`, and up to `most` items, by begin, then by end, no two with the same range. With 0, `visit`
+  /// is not called.
+  Result Run(const MeasuredText& text, std::size_t most, Visit visit, void* visitContext);
 
  private:
-  /// A pattern that is no string.
+  using Kind = PlannedStream::Kind;
+
+  /// What is known of the text.
+  enum class Known : unsigned char { kNot, kNo, kYes };
+
+  static constexpr std::size_t kNoString = SIZE_MAX;
+  static constexpr std::size_t kMostLeaves = 32;
+
+  /// A pattern of the query.
+  struct Leaf {
+    PatternSearch* search;
+    std::size_t operand;
+    /// Whether its matches are wanted, and not only whether there are any.
+    bool isWanted = false;
+    std::size_t pattern = kNoString;  // its number in `matches_`
+  };
+
+  /// A wanted pattern that is no string.
   struct Other {
     PatternSearch* search;
     std::size_t leaf;
@@ -64,19 +86,22 @@ class StringSearch {
     ByteRange head;
   };
 
-  /// A leaf, by its number, or a distance between two operands, which stand before it.
+  /// A stream of the plan, with the same number.
   struct Operand {
-    bool isLeaf = true;
-    std::size_t leaf = 0;
-    std::size_t left = 0;
-    std::size_t right = 0;
+    Kind kind = Kind::kPattern;
+    std::vector<std::size_t> operands;
+    std::size_t leaf = 0;  // of a pattern
     bool isLeftNegated = false;
     bool isRightNegated = false;
-    std::size_t distance = 0;
-    /// A bit for each leaf without which it has no places.
-    unsigned needs = 0;
-    /// Of the cluster.
-    std::vector<ByteRange> places;
+    AndLink link;
+    bool hasDistances = false;  // here or below
+    bool judgesDistances =
+        false;  // here or below, an AND or a NOT waits for the verdict on a distance
+    /// A bit for each leaf without which it has no places in a cluster.
+    std::uint32_t needs = 0;
+    bool hasPlaces = false;         // in the text, of a distance
+    bool isThere = true;            // of an AND: whether the verdict is yes
+    std::vector<ByteRange> places;  // of the cluster
   };
 
   /// Who gets the items.
@@ -100,41 +125,63 @@ class StringSearch {
   StringSearch() = default;
 
   bool Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool ReadAnd(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool ReadNear(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool AddLeaf(const PlannedStream& planned, PatternSearch* search);
+  bool ReadOperand(const PlannedStream& planned, PatternSearch* search);
+  bool ReadDistance(const PlannedStream& planned, Operand& operand);
+  bool ReadStrings(const SearchPlan& plan);
+  static std::vector<StringMatches::String> StringsOf(const PatternProgram& program,
+                                                      std::size_t pattern);
+  void MarkWanted(std::size_t index, bool isWanted);
+  std::uint32_t NeedsOf(const Operand& operand) const;
+  void NoteNeeded(std::size_t index);
   void ChooseNearby();
-  static const LocatorProgram* StringOf(const PlannedStream& planned);
 
-  Answer IsSatisfied(TextView text);
+  bool RunAnywhere();
+  bool RunNear();
+  bool LacksString(TextView text) const;
+  bool MayBe(std::size_t index);
+  bool IsFound(std::size_t leaf);
+  bool Judge(std::size_t index);
+  void JudgeAnds(bool withDistances);
+  void Choose(std::size_t index);
+  void FindDistances();
+  bool Deliver();
+  void Combine(Operand& operand);
+  bool IsApart(std::size_t end, std::size_t begin) const;
+  template <typename Decide>
+  void ForEachCluster(Decide decide);
   template <typename Take>
-  bool ForEachMatch(TextView text, Take take);
+  void ForEachMatch(Take take);
   template <typename Take>
   bool TakeBefore(const ByteRange& limit, Take& take);
   template <typename Take>
-  bool TakeUpTo(TextView text, const ByteRange& range, std::size_t lastEnd, Take& take);
+  bool TakeUpTo(const ByteRange& range, std::size_t lastEnd, Take& take);
   bool Advance(Other& other);
-  bool PassTo(TextView text, std::size_t place);
-  Answer RunAnd(TextView text, Receiver& receiver);
-  bool MayHaveNeeded(TextView text);
-  Answer RunNear(TextView text, Receiver& receiver);
-  bool Decide(Receiver& receiver);
-  void Combine(Operand& near);
+  bool PassTo(std::size_t place);
 
-  bool isNear_ = false;
-  std::size_t leaves_ = 0;  // the patterns that bring places
-  std::vector<const LocatorProgram*> strings_;
-  std::vector<std::size_t> leafOf_;  // by string
+  std::vector<Operand> operands_;  // the last one is the query
+  std::vector<Leaf> leaves_;
+  std::optional<StringMatches> matches_;
+  std::vector<std::size_t> leafOf_;  // by the patterns of these
   std::vector<Other> others_;
-  std::vector<PatternSearch*> excluded_;  // the operands of NOTs, where there are no distances
-  std::optional<StringMatches> matches_;  // of the strings, if there are any
-  // Where there are distances.
-  std::vector<Operand> operands_;       // the last one is the query
-  std::vector<std::size_t> operandOf_;  // by leaf
-  std::size_t longestDistance_ = 0;
+  std::vector<std::size_t>
+      needed_;  // the leaves that are strings without which the verdict is no, as they are planned
+  bool needsMore_ = false;  // than these
+  bool hasOr_ = false;
+  std::vector<std::size_t> distances_;
+  std::int64_t longestDistance_ = -1;
+  std::int64_t longestWords_ = -1;
   bool isNearby_ = false;  // the only pattern that is no string is wanted near to strings alone
+  NearPlaces near_;
+
+  // Of the text.
+  MeasuredText text_;
+  Receiver receiver_{};
+  bool isShort_ = false;
   bool gaveUp_ = false;
-  unsigned seen_ = 0;  // the leaves that have places in the cluster
+  std::size_t reach_ = 0;  // of the longest distance in characters, in bytes
+  std::array<Known, kMostLeaves> isFound_{};
+  std::uint32_t chosen_ = 0;  // the leaves whose matches are items, where there are no distances
+  std::uint32_t seen_ = 0;    // the leaves that have places in the cluster
 };
 
 }  // namespace trovex

@@ -116,9 +116,12 @@ std::size_t TextBlocks::SumBefore(std::vector<std::size_t>& counts, std::size_t 
 }
 
 std::size_t TextBlocks::CharactersIn(const ByteRange& range) const {
-  if (reading_ == Reading::kPlain) return range.Length();
-  const unsigned char* const begin = text_.data() + range.begin;
-  const unsigned char* const end = text_.data() + range.end;
+  return reading_ == Reading::kPlain ? range.Length() : CharactersOf(text_, range);
+}
+
+std::size_t CharactersOf(TextView text, const ByteRange& range) {
+  const unsigned char* const begin = text.data() + range.begin;
+  const unsigned char* const end = text.data() + range.end;
   std::size_t characters = 0;
   for (const unsigned char* at = begin; at < end;) {
     const Utf8Sequence sequence = ReadSequence(at, end);

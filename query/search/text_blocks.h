@@ -107,6 +107,13 @@ class TextBlocks {
   std::vector<std::size_t> words_;
 };
 
+/// The most bytes of a text that one character takes: a sequence of UTF-8, or a letter and a combining
+/// accent.
+inline constexpr std::size_t kMostBytesOfCharacter = 4;
+
+/// How many characters of `text`, which is UTF-8, stand in `range`, which begins and ends with characters.
+std::size_t CharactersOf(TextView text, const ByteRange& range);
+
 /// Where the line of `text` ends that holds `byte`, after its line feed.
 std::size_t AfterLineOf(TextView text, std::size_t byte);
 

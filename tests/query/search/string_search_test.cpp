@@ -34,6 +34,10 @@ struct Outcome {
 /// Latin-1, the bytes as they are.
 constexpr QueryOptions kOptions = {.encoding = ExpressionEncoding::kLatin1, .caseSensitive = true};
 
+bool IsQuery(const std::string& expression, const QueryOptions& options) {
+  return std::holds_alternative<ParsedQuery>(ParseQuery(expression, options));
+}
+
 class Searched {
  public:
   explicit Searched(const std::string& expression, const QueryOptions& options = kOptions) {
@@ -134,13 +138,22 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
 }
 
 TEST(StringSearch, IsForPatternsBesideStrings) {
-  for (const char* const expression : {"a+ & b*", "a &>3 b", "a &3w b", "a &> b", "!a & !b",
-                                       "a & (b &3 c)", "a &3 (b & c)", "a & ~Meier", "a"}) {
+  for (const char* const expression :
+       {"a+ & b*", "a+ &1 b*", "a &> b", "a &99999 b", "a &99999w b", "!a & !b", "a & ~Meier",
+        "a &3 (b & (c &3 a))", "a &3 (b|(a & !(c &3 a)))"}) {
     EXPECT_FALSE(Searched(expression).IsOfStrings()) << expression;
+  }
+  for (const char* const expression :
+       {"a &>3 b", "a &3w b", "a & (b &3 c)", "a &3 (b & c)", "a+ & (b|c)", "(ab|c) &3 x+",
+        "(a &3 b)|(c &3 d)", "a & !(b &3 c)"}) {
+    EXPECT_TRUE(Searched(expression).IsOfStrings()) << expression;
   }
   const std::string sixteen = "a & b & c & d & e & f & g & h & i & j & k & l & m & n & o & p";
   EXPECT_TRUE(Searched(sixteen + " & !q").IsOfStrings());
   EXPECT_FALSE(Searched(sixteen + " & q").IsOfStrings());
+  EXPECT_FALSE(Searched(sixteen + " & !q & !r & !s & !t & !u & !v & !w & !x & !y & !z & !A & !B"
+                                  " & !C & !D & !E & !F & !G")
+                   .IsOfStrings());
 }
 
 std::string RandomString(Dice& dice) {
@@ -171,6 +184,32 @@ std::string RandomExpression(Dice& dice) {
                                 : RandomPattern(dice, others);
   }
   return expression;
+}
+
+std::string RandomOperand(Dice& dice, int depth);
+
+/// Operands with any operators between them.
+std::string RandomTree(Dice& dice, int depth) {
+  std::string expression = RandomOperand(dice, depth);
+  for (int more = dice.Between(depth > 1 ? 1 : 0, 2); more > 0; --more) {
+    const std::string distance = std::to_string(dice.OneIn(4) ? 300 : dice.Between(0, 12));
+    const std::string order = dice.OneIn(3) ? ">" : "";
+    expression += " &";
+    if (dice.OneIn(2)) expression += order + distance + (dice.OneIn(4) ? "w" : "");
+    expression += dice.OneIn(4) ? " !" : " ";
+    expression += RandomOperand(dice, depth);
+  }
+  return expression;
+}
+
+std::string RandomOperand(Dice& dice, int depth) {
+  if (depth == 0 || dice.OneIn(3)) {
+    if (dice.OneIn(5)) return RandomPattern(dice, 2);
+    return dice.OneOf(std::vector<std::string>{"a", "b", "x", "ab", "ac", "(ab|c)", "(bc|ca|xy)"});
+  }
+  std::string operand = "(" + RandomTree(dice, depth - 1) + ")";
+  if (dice.OneIn(3)) operand += "|(" + RandomTree(dice, depth - 1) + ")";
+  return operand;
 }
 
 std::string RandomText(Dice& dice) {
@@ -206,6 +245,32 @@ TEST(StringSearch, FindsWhatStreamsFindInRandomTexts) {
   }
 }
 
+TEST(StringSearch, FindsWhatStreamsFindOfQueriesInBrackets) {
+  int ofStrings = 0;
+  int found = 0;
+  for (std::uint32_t seed = 1; seed <= 4'000; ++seed) {
+    Dice dice(seed);
+    QueryOptions options = kOptions;
+    options.wholeWords = dice.OneIn(8);
+    options.caseSensitive = dice.OneIn(2);
+    const std::string expression = RandomTree(dice, 2);
+    if (!IsQuery(expression, options)) continue;  // an operand of a distance without items
+    const Searched searched(expression, options);
+    ofStrings += searched.IsOfStrings() ? 1 : 0;
+    const std::string text = dice.OneIn(3) ? RandomText(dice) : dice.Bytes("aabbcxy  -\n", 60);
+    const Outcome expected = searched.AsStreams(text);
+    found += static_cast<int>(expected.items.size());
+    ASSERT_EQ(searched.AsStrings(text), expected)
+        << "seed " << seed << ": " << expression << " in " << ::testing::PrintToString(text);
+    const auto most = static_cast<std::size_t>(dice.Between(0, 3));
+    Outcome fewer = expected;
+    fewer.items.resize(std::min(most, expected.items.size()));
+    ASSERT_EQ(searched.AsStrings(text, most), fewer) << "seed " << seed << ": " << expression;
+  }
+  EXPECT_GT(ofStrings, 1'500);
+  EXPECT_GT(found, 10'000);
+}
+
 TEST(StringSearch, FindsWhatStreamsFindOfOnePatternNearToStrings) {
   const std::vector<std::string> patterns = {"[xy]+",   "x.*y",     "y*",
                                              "^[a-y]*", "(x|y)\\1", "[^-]+$"};
@@ -234,15 +299,20 @@ TEST(StringSearch, FindsWhatStreamsFindOfOnePatternNearToStrings) {
   EXPECT_GT(found, 1'000);
 }
 
-TEST(StringSearch, SearchesTheBytesOfUtf8WhereCharactersAreNotCounted) {
-  for (const char* const expression : {"a & b", "a & !c", "a & [xy]+", "a &3 b", "\xC3\xA4 & a"}) {
+TEST(StringSearch, SearchesTheBytesOfUtf8AndCountsItsCharacters) {
+  for (const char* const expression :
+       {"a & b", "a & !c", "a & [xy]+", "a &3 b", "\xC3\xA4 & a", "a &>2 b", "ab &9 (xy|b-)",
+        "a &2w b", "x+ &1 a &4 !b", "(a &2 x) & y"}) {
     const Searched searched(expression);
     for (std::uint32_t seed = 1; seed <= 200; ++seed) {
       Dice dice(seed);
+      const std::vector<std::string> kOthers = {"\xC3\xA4", "\xE2\x82\xAC", "\xE4",
+                                                "\xF0\x9F\x98\x80",
+                                                seed % 4 == 0 ? "a\xCC\x88" : "\xC3\x9F"};
+      const int rare = dice.OneIn(2) ? 40 : 2;
       std::string text;
       for (int i = dice.Between(0, dice.OneIn(4) ? 5'000 : 50); i > 0; --i)
-        text +=
-            dice.OneIn(40) ? (dice.OneIn(4) ? "a\xCC\x88" : "\xC3\xA4") : dice.Bytes("ab-xy", 2);
+        text += dice.OneIn(rare) ? dice.OneOf(kOthers) : dice.Bytes("ab- xy", 2);
       ASSERT_EQ(searched.AsStrings(text, SIZE_MAX, Encoding::kUtf8),
                 searched.AsStreams(text, SIZE_MAX, Encoding::kUtf8))
           << expression << " seed " << seed;

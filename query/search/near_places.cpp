@@ -1,0 +1,144 @@
+#include "query/search/near_places.h"
+
+#include "query/search/text_blocks.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace trovex {
+
+namespace {
+
+bool IsBefore(const ByteRange& a, const ByteRange& b) {
+  return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
+}
+
+/// Whether at most `most` words lie wholly between the two.
+bool HasFewWords(TextView text, std::size_t end, std::size_t begin, std::size_t most) {
+  // Few bytes at a time: mostly there are too many words soon.
+  constexpr std::size_t kStep = 32;
+  const std::size_t goesOn = IsInsideWord(text, begin) ? 1 : 0;
+  std::size_t words = 0;
+  for (std::size_t at = end; at < begin; at += kStep) {
+    words += WordsBegunIn(text, at, std::min(at + kStep, begin));
+    if (words > most + goesOn) return false;
+  }
+  return words <= most + goesOn;
+}
+
+}  // namespace
+
+bool IsWithin(const AndLink& link, const MeasuredText& text, std::size_t end, std::size_t begin) {
+  if (!link.distance.has_value() || begin <= end) return true;
+  const auto most = static_cast<std::size_t>(*link.distance);
+  const std::size_t bytes = begin - end;
+  if (link.unit == DistanceUnit::kWords) {
+    // A word and what parts it from the next take two bytes.
+    return bytes / 2 < most || HasFewWords(text.bytes, end, begin, most);
+  }
+  if (bytes <= most) return true;
+  if (!text.isUtf8 || bytes / kMostBytesOfCharacter > most) return false;
+  return CharactersOf(text.bytes, {end, begin}) <= most;
+}
+
+void NearPlaces::Find(const AndLink& link, const MeasuredText& text, const NearOperand& left,
+                      const NearOperand& right, std::vector<ByteRange>& kept) {
+  kept.clear();
+  const bool isOfBytes =
+      link.distance.has_value() && link.unit == DistanceUnit::kCharacters && !text.isUtf8;
+  if (isOfBytes && !link.ordered) {
+    const auto most = static_cast<std::size_t>(*link.distance);
+    const auto within = [most](std::size_t end, std::size_t begin) { return begin <= end + most; };
+    return FindOnEitherSide(left, right, within, kept);
+  }
+  const auto within = [&](std::size_t end, std::size_t begin) {
+    return IsWithin(link, text, end, begin);
+  };
+  if (link.ordered)
+    FindInOrder(left, right, within, kept);
+  else
+    FindOnEitherSide(left, right, within, kept);
+}
+
+/// One walk over both. The nearest place of the other operand is the next one, or of those before the one that ends
+/// last.
+template <typename Within>
+void NearPlaces::FindOnEitherSide(const NearOperand& left, const NearOperand& right, Within within,
+                                  std::vector<ByteRange>& kept) {
+  struct Side {
+    const ByteRange* next;
+    const ByteRange* end;
+    bool isNegated;
+    bool hasPassed = false;
+    std::size_t passedEnd = 0;
+  };
+  const auto sideOf = [](const NearOperand& operand) {
+    const ByteRange* const places = operand.places.data();
+    return Side{places, places + operand.places.size(), operand.isNegated};
+  };
+  Side l = sideOf(left);
+  Side r = sideOf(right);
+  while (l.next != l.end || r.next != r.end) {
+    const bool isLeft = r.next == r.end || (l.next != l.end && !IsBefore(*r.next, *l.next));
+    Side& side = isLeft ? l : r;
+    const Side& other = isLeft ? r : l;
+    const ByteRange& place = *side.next++;
+    side.passedEnd = std::max(side.passedEnd, place.end);
+    side.hasPassed = true;
+    if (side.isNegated) continue;
+    const bool isNear = (other.hasPassed && within(other.passedEnd, place.begin)) ||
+                        (other.next != other.end && within(place.end, other.next->begin));
+    if (isNear == other.isNegated) continue;
+    const bool isKept =
+        !kept.empty() && kept.back().begin == place.begin && kept.back().end == place.end;
+    if (!isKept) kept.push_back(place);
+  }
+}
+
+/// Of a left place the nearest is the first right one that begins where it ends or after, of a right one that left
+/// one which ends last where it begins or before.
+template <typename Within>
+void NearPlaces::FindInOrder(const NearOperand& left, const NearOperand& right, Within within,
+                             std::vector<ByteRange>& kept) {
+  if (!left.isNegated) {
+    for (const ByteRange& place : left.places) {
+      const auto next = std::lower_bound(
+          right.places.begin(), right.places.end(), place.end,
+          [](const ByteRange& range, std::size_t from) { return range.begin < from; });
+      const bool isNear = next != right.places.end() && within(place.end, next->begin);
+      if (isNear != right.isNegated) kept.push_back(place);
+    }
+  }
+  if (right.isNegated) return;
+  ends_.clear();
+  for (const ByteRange& place : left.places)
+    ends_.push_back(place.end);
+  std::sort(ends_.begin(), ends_.end());
+  const auto keptLeft = static_cast<std::ptrdiff_t>(kept.size());
+  for (const ByteRange& place : right.places) {
+    const auto after = std::upper_bound(ends_.begin(), ends_.end(), place.begin);
+    const bool isNear = after != ends_.begin() && within(after[-1], place.begin);
+    if (isNear != left.isNegated) kept.push_back(place);
+  }
+  std::inplace_merge(kept.begin(), kept.begin() + keptLeft, kept.end(), IsBefore);
+  kept.erase(std::unique(kept.begin(), kept.end(),
+                         [](const ByteRange& a, const ByteRange& b) {
+                           return a.begin == b.begin && a.end == b.end;
+                         }),
+             kept.end());
+}
+
+void UnitePlaces(std::vector<ByteRange>& places, const std::vector<ByteRange>& more) {
+  if (more.empty()) return;
+  const auto known = static_cast<std::ptrdiff_t>(places.size());
+  places.insert(places.end(), more.begin(), more.end());
+  if (known == 0) return;
+  std::inplace_merge(places.begin(), places.begin() + known, places.end(), IsBefore);
+  places.erase(std::unique(places.begin(), places.end(),
+                           [](const ByteRange& a, const ByteRange& b) {
+                             return a.begin == b.begin && a.end == b.end;
+                           }),
+               places.end());
+}
+
+}  // namespace trovex
