@@ -21,6 +21,7 @@
 #include "hosts/cli/search/search_pool.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -90,6 +91,13 @@ int ProgressDescriptor() {
   struct stat status {};
   const bool toPipe = fstat(STDOUT_FILENO, &status) == 0 && S_ISFIFO(status.st_mode);
   return toPipe ? -1 : STDERR_FILENO;
+}
+
+/// Has large blocks mapped, whatever was freed before: they grow without being copied, and go back at once. What
+/// is smaller stays, and is not asked for again and again.
+void MapLargeBlocks() {
+  mallopt(M_MMAP_THRESHOLD, 1024 * 1024);
+  mallopt(M_TRIM_THRESHOLD, 8 * 1024 * 1024);
 }
 
 int ThreadCount(const Options& options) {
@@ -343,6 +351,7 @@ int RunArguments(int argc, const char* const* argv, ResultStream& stream) {
 }  // namespace
 
 int RunProgram(int argc, const char* const* argv) {
+  MapLargeBlocks();
   OccupyStandardStreams();
   HandleInterruptions();
   ResultStream stream({}, nullptr, LeaveOnOutputFailure);

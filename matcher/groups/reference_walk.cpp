@@ -66,6 +66,7 @@ std::optional<ReferenceWalk> ReferenceWalk::Make(const WayGraph& graph, const Op
   walk.NoteRepeats(graph, *paths);
   walk.NoteStarts();
   walk.NoteFirstRun();
+  walk.looksForRuns_ = walk.beginsWithRun_ && walk.RunsAreWords();
   return walk;
 }
 
@@ -215,6 +216,16 @@ void ReferenceWalk::NoteFirstRun() {
   beginsWithRun_ = true;
 }
 
+/// Whether the first group begins where a run does and nowhere else, as it is where it must begin a word.
+bool ReferenceWalk::RunsAreWords() const {
+  for (std::size_t b = 0; b < inRun_.size(); ++b) {
+    if (starts_[b] == Start::kAlways) return false;
+    if (starts_[b] != Start::kNever && inRun_[b] != InRun::kRun) return false;
+    if (inRun_[b] == InRun::kRun && !options_.wordBytes.test(b)) return false;
+  }
+  return inRun_['\n'] == InRun::kNo;
+}
+
 /// Whether after the run at `start` stands what may stand there, and then the first byte of the run again.
 bool ReferenceWalk::CanGoOnAfterRun(TextView text, std::size_t start, std::size_t lineEnd,
                                     std::uint64_t& used) const {
@@ -322,10 +333,33 @@ bool ReferenceWalk::CanBeAt(TextView text, std::size_t place) const {
 std::size_t ReferenceWalk::NextStart(TextView text, std::size_t from, std::size_t lastStart) const {
   for (std::size_t place = from; place <= lastStart; ++place) {
     if (place == text.size()) return canStartAnywhere_ ? place : kNowhere;
-    const Start start = starts_[text[place]];
-    if (start == Start::kNever) continue;
-    if (start == Start::kAlways) return place;
-    if (place == 0 || !options_.wordBytes.test(text[place - 1])) return place;
+    if (CanStartAt(text, place)) return place;
+  }
+  return kNowhere;
+}
+
+bool ReferenceWalk::CanStartAt(TextView text, std::size_t place) const {
+  const Start start = starts_[text[place]];
+  if (start != Start::kAfterNoWord) return start == Start::kAlways;
+  return place == 0 || !options_.wordBytes.test(text[place - 1]);
+}
+
+/// The first place from `from` to `lastStart` where a run begins after which what may stand there does, and then the
+/// first byte of the run again; kNowhere if there is none. Byte by byte, without asking where runs end, which no
+/// processor foresees.
+std::size_t ReferenceWalk::NextRun(TextView text, std::size_t from, std::size_t lastStart) const {
+  if (from >= text.size()) return kNowhere;
+  std::size_t start = from;  // of the run that the place belongs to, or the place
+  unsigned char byte = text[from];
+  unsigned char first = options_.comparedAs[byte];
+  for (std::size_t place = from; place + 1 < text.size() && start <= lastStart; ++place) {
+    const InRun here = inRun_[byte];
+    byte = text[place + 1];
+    const unsigned char next = options_.comparedAs[byte];
+    const bool standsAgain = (here == InRun::kAfter) & (next == first) & (start < place);
+    if (standsAgain && CanStartAt(text, start)) return start;
+    start = here == InRun::kRun ? start : place + 1;
+    first = here == InRun::kRun ? first : next;
   }
   return kNowhere;
 }
@@ -348,6 +382,7 @@ void ReferenceWalk::NoteStarts() {
 }
 
 std::size_t ReferenceWalk::NextPlace(TextView text, std::size_t from, std::size_t lastStart) const {
+  if (looksForRuns_) return NextRun(text, from, lastStart);
   if (text.size() <= reach_) return kNowhere;
   const std::size_t last = std::min(lastStart, text.size() - reach_ - 1);
   std::size_t place = from;

@@ -8,7 +8,8 @@
 //
 // If moreover all its pieces have fixed lengths, as in "([a-z][a-z][a-z])\1",
 // the places where bytes repeat at the right distances are looked for first,
-// eight at a time.
+// eight at a time. Where it begins with a word that stands again after a byte,
+// as in the first example, the words are that the same byte stands after.
 
 #ifndef TROVEX_MATCHER_GROUPS_REFERENCE_WALK_H
 #define TROVEX_MATCHER_GROUPS_REFERENCE_WALK_H
@@ -61,7 +62,7 @@ class ReferenceWalk {
   std::size_t NextStart(TextView text, std::size_t from, std::size_t lastStart) const;
 
   /// Whether NextPlace() leaves places out.
-  bool LooksForPlaces() const { return !repeats_.empty(); }
+  bool LooksForPlaces() const { return looksForRuns_ || !repeats_.empty(); }
 
   /// The first place from `from` to `lastStart` at which a match could begin;
   /// kNowhere if there is none.
@@ -84,6 +85,9 @@ class ReferenceWalk {
 
   void NoteStarts();
   void NoteFirstRun();
+  bool RunsAreWords() const;
+  bool CanStartAt(TextView text, std::size_t place) const;
+  std::size_t NextRun(TextView text, std::size_t from, std::size_t lastStart) const;
   bool CanGoOnAfterRun(TextView text, std::size_t start, std::size_t lineEnd,
                        std::uint64_t& used) const;
   bool Fill(const WayGraph& graph, const std::vector<WayPath>& paths);
@@ -113,6 +117,7 @@ class ReferenceWalk {
   /// back-reference to it after the next byte: part of the run, or that byte.
   enum class InRun : unsigned char { kNo, kRun, kAfter };
   bool beginsWithRun_ = false;
+  bool looksForRuns_ = false;  // it can begin where such a run does, and nowhere else
   std::array<InRun, 256> inRun_{};
   std::vector<Repeat> repeats_;
   std::size_t reach_ = 0;  // the greatest offset in `repeats_`

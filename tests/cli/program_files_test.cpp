@@ -87,13 +87,28 @@ TEST_F(Files, AFileInPlaceOfAFolderIsTold) {
 }
 
 TEST_F(Files, ALineOfManyMegabytesIsSearchedInParts) {
-  const std::string line = Times(3000000, "viele ") + "Ziel\n";
+  const std::string line = Times(5000000, "viele ") + "Ziel\n";
   Write("huge", "x\n" + line + "Ziel\n" + line);
   for (const char* threads : {"1", "2"}) {
     const RunResult run = Run({"-j", threads, "-o", "Ziel", "huge"});
     EXPECT_EQ(run.status, 2);
     EXPECT_EQ(run.out, "huge:2:Ziel\nhuge:3:Ziel\nhuge:4:Ziel\n");
-    EXPECT_EQ(run.err, "trovex: huge: a line has more than 8 MB and was searched in parts\n");
+    EXPECT_EQ(run.err, "trovex: huge: a line has more than 20 MB and was searched in parts\n");
+  }
+}
+
+TEST_F(Files, ALineOfTwelveMegabytesIsSearchedWhole) {
+  const std::string line = "Anfang " + Times(2000000, "viele ") + "Ende\n";
+  Write("a/first", "x\n" + line + line + "Anfang\n" + line);
+  Write("a/second", line + "Anfang Ende\n");
+  for (const char* threads : {"1", "2", "7"}) {
+    const RunResult counts = Run({"-j", threads, "-c", "-S", "line", "Anfang & Ende", "a"});
+    EXPECT_EQ(counts.status, 0);
+    EXPECT_EQ(counts.out, "a/first:3\na/second:2\n");
+    EXPECT_EQ(counts.err, "");
+    EXPECT_TRUE(Run({"-j", threads, "-I", "Anfang", "a"}).out ==
+                "2:" + line + "3:" + line + "4:Anfang\n5:" + line + "1:" + line + "2:Anfang Ende\n")
+        << threads;
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <cstdlib>
@@ -120,8 +121,10 @@ RunResult ProgramTest::Execute(const std::vector<std::string>& command,
     Become(command);
   }
   int status = 0;
-  waitpid(process, &status, 0);
+  rusage usage{};
+  wait4(process, &status, 0, &usage);
   RunResult result;
+  result.kilobytes = usage.ru_maxrss;
   result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
   result.out = ReadAll(folder_ + ".out");
   result.err = ReadAll(folder_ + ".err");

@@ -16,6 +16,8 @@ struct RunResult {
   int status = -1;  // the exit status, or 128 and the signal that ended it
   std::string out;
   std::string err;
+  /// The most memory that it had at once, or that the test had when it began.
+  long kilobytes = 0;
 };
 
 /// A test with an empty folder, in which the program is started.

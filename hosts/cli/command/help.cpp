@@ -54,7 +54,7 @@ const std::string_view kHelpExpressions =
 const std::string_view kHelpLimits =
     "By line and by paragraph, files of any size are searched in 64 MB of memory. A line or "
     "paragraph of more "
-    "than 8 MB is searched in parts, which is told, and a list may have some 40000 words.";
+    "than 20 MB is searched in parts, which is told, and a list may have some 40000 words.";
 
 const std::string_view kHelpStatus =
     "The exit status is 0 when something is found, 1 when nothing is, 2 when there was trouble.";

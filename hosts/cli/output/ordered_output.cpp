@@ -31,6 +31,11 @@ void OrderedOutput::Put(Channel& channel, Channel::Kind kind, std::string_view t
   }
 }
 
+void OrderedOutput::WaitToBeInFront(const Channel& channel) {
+  std::unique_lock lock(mutex_);
+  moved_.wait(lock, [&] { return &channel == &channels_.front(); });
+}
+
 void OrderedOutput::Close(Channel& channel) {
   const std::lock_guard lock(mutex_);
   channel.closed_ = true;

@@ -32,6 +32,8 @@ class OrderedOutput {
     void Complaint(std::string_view sentence) { owner_.Put(*this, Kind::kComplaint, sentence); }
     /// Has what was put shown as soon as it may be.
     void Flush() { owner_.Put(*this, Kind::kFlush, {}); }
+    /// Waits until this is the channel in front: everything before it is done.
+    void WaitToBeInFront() { owner_.WaitToBeInFront(*this); }
     /// Ends the channel, which must not be used any more.
     void Close() { owner_.Close(*this); }
 
@@ -58,6 +60,7 @@ class OrderedOutput {
  private:
   void Put(Channel& channel, Channel::Kind kind, std::string_view text);
   void Close(Channel& channel);
+  void WaitToBeInFront(const Channel& channel);
   void Show(Channel::Kind kind, std::string_view text);
   void ShowHeld(Channel& channel);
 

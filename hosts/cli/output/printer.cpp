@@ -217,6 +217,8 @@ void Printer::Page::WritePrefix(char separator, std::int64_t number, std::int64_
 
 void Printer::Page::WriteWhole(const FoundLine& found) {
   const Range line = found.line;
+  if (line.end - line.begin > kLineToRepeat)
+    out_.reserve(out_.size() + (line.end - line.begin) + kLineToRepeat);
   if (printer_.palette_.match.empty() || found.matchCount == 0) {
     WriteText(Piece(piece_.text, line));
     out_ += '\n';

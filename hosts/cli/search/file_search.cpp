@@ -17,7 +17,12 @@ namespace {
 
 constexpr std::size_t kBlock = std::size_t{256} * 1024;
 /// A line or paragraph that is longer is searched in parts, so that memory is bounded.
-constexpr std::size_t kLongestUnit = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t kLongestUnit = std::size_t{20} * 1024 * 1024;
+/// So much of units that are not at their end may all threads have in memory together. Whoever needs more waits
+/// until everything before it is done, so that only one does.
+constexpr std::size_t kLongUnits = std::size_t{8} * 1024 * 1024;
+/// How fast the memory for such a unit grows.
+constexpr std::size_t kLargestStep = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
 /// What is read after a stretch, for the end of its last line.
 constexpr std::size_t kNearEnd = 4096;
@@ -43,7 +48,7 @@ std::size_t ForcedCut(std::string_view text) {
 
 std::string PartedSentence(std::string_view name, Scope scope) {
   const char* const unit = scope == Scope::kParagraph ? "paragraph" : "line";
-  return std::string(name) + ": a " + unit + " has more than 8 MB and was searched in parts";
+  return std::string(name) + ": a " + unit + " has more than 20 MB and was searched in parts";
 }
 
 }  // namespace
@@ -65,11 +70,18 @@ struct FileSearch::CurrentFile {
 /// The text of a file, block by block.
 class FileSearch::Blocks {
  public:
-  /// From where `input` stands.
-  Blocks(Input& input, Buffer& buffer) : input_(input), buffer_(buffer) {}
+  /// From where `input` stands. Units longer than `longUnit` are read when `channel` is in front.
+  Blocks(Input& input, Buffer& buffer, std::size_t longUnit, OrderedOutput::Channel& channel)
+      : input_(input), buffer_(buffer), longUnit_(longUnit), channel_(channel) {}
   /// From `begin` on, of a regular file.
-  Blocks(const Input& input, Buffer& buffer, std::uint64_t begin)
-      : input_(const_cast<Input&>(input)), buffer_(buffer), readAt_(begin), offset_(begin) {}
+  Blocks(const Input& input, Buffer& buffer, std::size_t longUnit, OrderedOutput::Channel& channel,
+         std::uint64_t begin)
+      : input_(const_cast<Input&>(input)),
+        buffer_(buffer),
+        longUnit_(longUnit),
+        channel_(channel),
+        readAt_(begin),
+        offset_(begin) {}
 
   /// Reads the first block, of a regular file as much as there is, and sees how it is encoded.
   std::optional<SystemError> Begin(const EncodingChoice& encoding) {
@@ -130,6 +142,7 @@ class FileSearch::Blocks {
         size = ForcedCut(text);
         return std::nullopt;
       }
+      if (text.size() >= longUnit_) channel_.WaitToBeInFront();
       MoveToFront();
       if (const auto error = ReadMore()) return error;
     }
@@ -151,7 +164,7 @@ class FileSearch::Blocks {
 
   void MakeRoom(std::size_t room) {
     if (buffer_.Capacity() - end_ >= room) return;
-    buffer_.Reserve(std::max(end_ + 2 * room, end_ + end_ / 2));
+    buffer_.Reserve(std::max(end_ + 2 * room, end_ + std::min(end_ / 2, kLargestStep)));
   }
 
   void Append(std::string_view bytes) {
@@ -190,6 +203,8 @@ class FileSearch::Blocks {
 
   Input& input_;
   Buffer& buffer_;
+  std::size_t longUnit_;
+  OrderedOutput::Channel& channel_;
   std::optional<std::uint64_t> readAt_;
   std::unique_ptr<Decoder> decoder_;
   std::uint64_t offset_ = 0;  // of the text that was not taken, in the file
@@ -200,7 +215,10 @@ class FileSearch::Blocks {
 };
 
 FileSearch::FileSearch(SearchJob& job, int threads, ShareWork share)
-    : job_(job), threads_(threads), share_(std::move(share)) {
+    : job_(job),
+      threads_(threads),
+      longUnit_(kLongUnits / static_cast<std::size_t>(std::max(2, threads))),
+      share_(std::move(share)) {
   if (job.plan != nullptr) search_.emplace(*job.plan);
 }
 
@@ -229,7 +247,7 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
     return;
   }
   CurrentFile current{DisplayName(file.path), channel, input, file.named};
-  Blocks blocks(input, buffer_);
+  Blocks blocks(input, buffer_, longUnit_, channel);
   const EncodingChoice encoding{job_.options.encoding, job_.options.encodingName};
   if (const auto error = blocks.Begin(encoding))
     return Complain(channel, current.name + ": " + Reason(*error));
@@ -280,7 +298,7 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
     SearchText(file, {file.name, blocks.Take(size), offset, blocks.Decoding()});
     if (!file.input.IsRegular()) file.channel.Flush();
     if (file.Decided() || job_.printer.HasEnough(file.print)) return;
-    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks, told);
+    if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks, size, told);
   }
 }
 
@@ -290,12 +308,15 @@ bool FileSearch::IsSharable(const CurrentFile& file, const Blocks& blocks) const
          file.input.Size() > blocks.Offset() + kBlock;
 }
 
-/// The rest of a large file, with whoever has nothing to do.
-void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting) {
+/// The rest of a large file, with whoever has nothing to do. `searched` bytes were so just now.
+void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks, std::size_t searched,
+                              bool toldOfParting) {
   LargeFile large(file.name, file.input, blocks.Offset(),
                   std::max(blocks.Offset(), file.input.Size()), std::move(file.print),
                   job_.printer.InOrder(), threads_, file.channel);
   if (toldOfParting) large.TellsOfParting();
+  if (searched > 2 * kBlock) large.ExpectUnits(searched);
+  buffer_.Trim(4 * kBlock);
   share_(large);
   file.counts += large.Wait();
 }
@@ -341,6 +362,8 @@ void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
     out_.clear();
     job_.printer.PrintPiece(piece, found_, file.print, out_);
     file.channel.Output(out_);
+    // An assignment would keep the memory.
+    if (out_.capacity() > kLargestStep) std::string().swap(out_);
   }
   file.counts += CountFound(piece.text);
   file.print.linesBefore += lines;
@@ -403,8 +426,8 @@ LargeFile::Result FileSearch::SearchPiece(LargeFile& file, std::size_t index) {
 
 /// Reads the units that begin in a stretch. Returns false, with what has been read, where one of them
 /// is too long.
-bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch,
-                             FilePiece& piece, std::vector<std::string>& complaints) {
+bool FileSearch::ReadStretch(LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
+                             std::vector<std::string>& complaints) {
   const Scope scope = job_.plan->scope;
   // What stands before the stretch shows whether a unit begins with it.
   const std::size_t before = stretch.first ? 0 : 3;
@@ -433,13 +456,14 @@ bool FileSearch::ReadStretch(const LargeFile& file, const LargeFile::Stretch& st
   if (begin >= std::min(size, wanted)) return take(size, size), true;
   if (stretch.last) return take(begin, std::min(size, wanted)), true;
   std::size_t from = wanted;
-  for (;;) {
+  for (std::size_t step = 4 * kNearEnd;; step *= 2) {
     const std::size_t end = FirstCut(stretch_.View(0, size), scope, from);
+    if (size - wanted > kBlock) file.ExpectUnits(size - wanted);
     if (end != std::string_view::npos) return take(begin, end), true;
     if (atEnd) return take(begin, size), true;
-    if (size - begin >= kLongestUnit) return take(begin, begin), false;
+    if (size - wanted >= longUnit_) return take(begin, begin), false;
     from = std::max(wanted, size - 2);
-    readTo(size * 2);
+    readTo(size + std::min(step, longUnit_ / 2));
   }
 }
 
@@ -506,14 +530,13 @@ void FileSearch::SearchStretch(LargeFile& file, std::size_t index, LargeFile::Re
   }
 }
 
-/// The same, from `begin` on, where units have to be parted.
+/// The same, from `begin` on, where one of them is long.
 void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64_t begin,
                                  LargeFile::Result& result) {
   const Scope scope = job_.plan->scope;
   const std::uint64_t end = file.StretchOf(index).end;
-  if (file.TellsOfParting()) result.complaints.push_back(PartedSentence(file.Name(), scope));
-  totals_.trouble = true;
-  Blocks blocks(file.File(), stretch_, begin);
+  file.WaitToBeFirst(index);
+  Blocks blocks(file.File(), stretch_, longUnit_, file.Channel(), begin);
   std::int64_t lines = 0;
   bool parted = false;
   while (blocks.Offset() < end || parted) {
@@ -524,6 +547,8 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
       break;
     }
     if (size == 0) break;
+    if (parted && file.TellsOfParting())
+      result.complaints.push_back(PartedSentence(file.Name(), scope));
     const std::uint64_t offset = blocks.Offset();
     const std::size_t least = offset < end ? static_cast<std::size_t>(end - offset) : 1;
     if (!parted) size = std::min(size, FirstCut(blocks.Text(), scope, least));

@@ -51,11 +51,12 @@ class FileSearch {
   void SearchWhole(CurrentFile& file, Blocks& blocks);
   void SearchBlocks(CurrentFile& file, Blocks& blocks);
   bool IsSharable(const CurrentFile& file, const Blocks& blocks) const;
-  void SearchShared(CurrentFile& file, const Blocks& blocks, bool toldOfParting);
+  void SearchShared(CurrentFile& file, const Blocks& blocks, std::size_t searched,
+                    bool toldOfParting);
   void SearchText(CurrentFile& file, const FilePiece& piece);
   LargeFile::Result SearchPiece(LargeFile& file, std::size_t index);
   void SearchStretch(LargeFile& file, std::size_t index, LargeFile::Result& result);
-  bool ReadStretch(const LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
+  bool ReadStretch(LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
                    std::vector<std::string>& complaints);
   void SearchPieceOf(const FilePiece& piece);
   void ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece, std::int64_t lines,
@@ -76,6 +77,8 @@ class FileSearch {
 
   SearchJob& job_;
   int threads_;
+  /// A unit that is longer is not read beside others.
+  std::size_t longUnit_;
   ShareWork share_;
   std::optional<TextSearch> search_;
   SearchTotals totals_;

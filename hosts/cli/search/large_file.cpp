@@ -12,6 +12,9 @@ namespace {
 /// What is searched while it is still in the cache of a core.
 constexpr std::uint64_t kStretch = std::uint64_t{256} * 1024;
 constexpr std::size_t kPiecesAThread = 8;
+constexpr std::uint64_t kUnitsAStretch = 4;
+/// What the stretches of all threads have together, where units are long.
+constexpr std::uint64_t kLongStretches = std::uint64_t{8} * 1024 * 1024;
 
 }  // namespace
 
@@ -22,7 +25,9 @@ LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t be
       input_(input),
       begin_(begin),
       end_(end),
-      count_(static_cast<std::size_t>((end - begin + kStretch - 1) / kStretch)),
+      stretch_(kStretch),
+      longestStretch_(
+          std::max(kStretch, kLongStretches / static_cast<std::uint64_t>(std::max(1, threads)))),
       window_(static_cast<std::size_t>(threads) * kPiecesAThread),
       inOrder_(inOrder),
       channel_(channel),
@@ -32,16 +37,24 @@ LargeFile::LargeFile(std::string_view name, const Input& input, std::uint64_t be
   shownTexts_.reserve(slots_.size());
 }
 
-LargeFile::Stretch LargeFile::StretchOf(std::size_t index) const {
-  const std::uint64_t begin = begin_ + index * kStretch;
-  return {begin, std::min(end_, begin + kStretch), index == 0, begin + kStretch >= end_};
-}
-
 std::optional<std::size_t> LargeFile::Take() {
   std::unique_lock lock(mutex_);
-  moved_.wait(lock, [this] { return next_ >= count_ || next_ < shown_ + window_; });
-  if (next_ >= count_) return std::nullopt;
+  moved_.wait(lock, [this] { return AllTaken() || next_ < shown_ + window_; });
+  if (AllTaken()) return std::nullopt;
+  const std::uint64_t end = std::min(end_, begin_ + stretch_);
+  SlotOf(next_).stretch = {begin_, end, next_ == 0, end == end_};
+  begin_ = end;
   return next_++;
+}
+
+void LargeFile::ExpectUnits(std::size_t length) {
+  const std::lock_guard lock(mutex_);
+  stretch_ = std::max(stretch_, std::min(longestStretch_, kUnitsAStretch * length));
+}
+
+void LargeFile::WaitToBeFirst(std::size_t index) {
+  std::unique_lock lock(mutex_);
+  moved_.wait(lock, [&] { return shown_ == index; });
 }
 
 std::string LargeFile::TextToFill() {
@@ -80,7 +93,7 @@ bool LargeFile::Lose(std::size_t index) {
   const std::lock_guard lock(mutex_);
   const bool first = lost_ == kNone;
   lost_ = std::min(lost_, index);
-  count_ = std::min(count_, next_);
+  begin_ = end_;
   moved_.notify_all();
   return first;
 }
@@ -132,13 +145,13 @@ void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
 
 void LargeFile::Stop() {
   const std::lock_guard lock(mutex_);
-  count_ = std::min(count_, next_);
+  begin_ = end_;
   moved_.notify_all();
 }
 
 FileCounts LargeFile::Wait() {
   std::unique_lock lock(mutex_);
-  moved_.wait(lock, [this] { return shown_ >= next_ && next_ >= count_; });
+  moved_.wait(lock, [this] { return shown_ >= next_ && AllTaken(); });
   return counts_;
 }
 

@@ -2,7 +2,8 @@
 // same time, and shown in order.
 //
 // Piece k has the units (lines, or paragraphs) that begin in the k-th stretch of the file; the last
-// one of them is read to its end, wherever that is. So each thread finds its piece alone.
+// one of them is read to its end, wherever that is. So each thread finds its piece alone. Where units are long,
+// further stretches are, too, lest most of them hold no unit's begin and are read in vain.
 
 #ifndef TROVEX_HOSTS_CLI_LARGE_FILE_H
 #define TROVEX_HOSTS_CLI_LARGE_FILE_H
@@ -39,18 +40,24 @@ class LargeFile {
   std::string_view Name() const { return name_; }
   const Input& File() const { return input_; }
 
-  /// The stretch of piece `index`.
   struct Stretch {
     std::uint64_t begin;
     std::uint64_t end;
     bool first;
     bool last;
   };
-  Stretch StretchOf(std::size_t index) const;
+  /// The stretch of piece `index`, which has been taken.
+  Stretch StretchOf(std::size_t index) { return SlotOf(index).stretch; }
 
   /// The next piece that nobody has taken; waits where too many are on their way. Null when there is
   /// none left.
   std::optional<std::size_t> Take();
+  /// Tells that units of `length` bytes have been seen.
+  void ExpectUnits(std::size_t length);
+  /// Waits until all pieces before `index` are finished and shown.
+  void WaitToBeFirst(std::size_t index);
+  /// The way to the output.
+  OrderedOutput::Channel& Channel() { return channel_; }
   /// An empty text for the output of a piece, with the memory of one that has been shown.
   std::string TextToFill();
   /// Tells how many line feeds piece `index` has.
@@ -77,6 +84,7 @@ class LargeFile {
  private:
   /// A piece on its way.
   struct Slot {
+    Stretch stretch{};
     std::int64_t lines = -1;
     std::int64_t linesBefore = 0;
     bool done = false;
@@ -85,15 +93,17 @@ class LargeFile {
 
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
+  bool AllTaken() const { return begin_ >= end_; }
   void ShowFinished(std::unique_lock<std::mutex>& lock);
   /// Pieces on their way are fewer than slots, so that what a piece comes to needs no memory of its own.
   Slot& SlotOf(std::size_t index) { return slots_[index % slots_.size()]; }
 
   std::string_view name_;
   const Input& input_;
-  std::uint64_t begin_;
+  std::uint64_t begin_;  // of the stretch that is taken next
   std::uint64_t end_;
-  std::size_t count_;
+  std::uint64_t stretch_;
+  std::uint64_t longestStretch_;
   std::size_t window_;
   bool inOrder_;
   OrderedOutput::Channel& channel_;

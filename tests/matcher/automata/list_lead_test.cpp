@@ -184,7 +184,7 @@ TEST(ListLead, FindsWhatTheTrivialMatcherFindsInTextsOfWords) {
   EXPECT_GT(answers.unknown, 0);
 }
 
-// On the whole road. The words have rare bytes, so that they lead.
+// On the whole road. The words have common bytes beside rare ones, so that they lead and nothing else does.
 
 std::shared_ptr<const PatternProgram> Compile(const std::string& pattern,
                                               const ProgramOptions& options) {
@@ -208,17 +208,17 @@ Ranges AllMatches(const PatternProgram& program, std::string_view text) {
 
 TEST(ListLead, TheSecondDoorsRoadFindsWhatTheTrivialMatcherFinds) {
   static const std::vector<std::string> parts = {
-      "", "[a-z]*", "[A-Za-z]", ".*", "[qx]+y?", "\\<", "[a-z]", " ?", "(q|xy|yq*x)", "\\>"};
-  for (int seed = 0; seed < testing::CasesToTry(400); ++seed) {
+      "", "[a-z]*", "[A-Za-z]", ".*", "[en]+q?", "\\<", "[a-z]", " ?", "(e|xn|nq*e)", "\\>"};
+  for (int seed = 0; seed < testing::CasesToTry(200); ++seed) {
     Dice dice(static_cast<std::uint32_t>(seed));
-    const auto words = RandomWords(dice, "qxy", dice.Between(9, 40), dice.Between(2, 4), 8);
+    const auto words = RandomWords(dice, "enqx", dice.Between(9, 40), dice.Between(3, 4), 8);
     const std::string pattern = dice.OneOf(parts) + Alternatives(words) + dice.OneOf(parts);
     const ProgramOptions options = OptionsFor(dice.OneIn(3));
     const auto program = Compile(pattern, options);
     const SyntaxTree tree = TreeOf(pattern);
     TreeMatcher reference(tree, options);
     for (int round = 0; round < 3; ++round) {
-      const std::string text = TextOfWords(dice, words, dice.OneIn(2) ? "qx \n-" : "qxya\n",
+      const std::string text = TextOfWords(dice, words, dice.OneIn(2) ? "en \n-" : "enxa\n",
                                            dice.Between(0, dice.OneIn(5) ? 400 : 100));
       const Ranges expected = reference.AllMatches(text);
       ASSERT_EQ(AllMatches(*program, text), expected)
@@ -247,12 +247,12 @@ std::vector<MatchRange> AllMatches(PatternWork& pattern, const SearchConditions&
 }
 
 TEST(ListLead, TheFirstDoorsRoadFindsWhatTheEngineFinds) {
-  static const std::vector<std::string> parts = {"",       "[a-z]*", "[A-Za-z]",
-                                                 "[qx]+y", " ?",     "(q|xy)*"};
-  for (int seed = 0; seed < testing::CasesToTry(400); ++seed) {
+  static const std::vector<std::string> befores = {"[a-z]*", "[A-Za-z]", "[en]+q", ".*"};
+  static const std::vector<std::string> afters = {"", "", "[a-z]*", " ?", "(e|xn)*"};
+  for (int seed = 0; seed < testing::CasesToTry(800); ++seed) {
     Dice dice(static_cast<std::uint32_t>(seed));
-    const auto words = RandomWords(dice, "qxY", dice.Between(9, 14), dice.Between(2, 4), 8);
-    const std::string pattern = dice.OneOf(parts) + Alternatives(words) + dice.OneOf(parts);
+    const auto words = RandomWords(dice, "enqX", dice.Between(9, 14), dice.Between(3, 4), 8);
+    const std::string pattern = dice.OneOf(befores) + Alternatives(words) + dice.OneOf(afters);
     const PatternOptions options = {.foldCase = dice.OneIn(2), .matchWords = dice.OneIn(2)};
     const CompileResult compiled = CompileMatcher(pattern, options);
     ASSERT_TRUE(compiled.pattern->searchable) << pattern;
@@ -261,7 +261,7 @@ TEST(ListLead, TheFirstDoorsRoadFindsWhatTheEngineFinds) {
     SearchConditions engineOnly = conditions;
     engineOnly.engineOnly = true;
     std::string text =
-        TextOfWords(dice, words, dice.OneIn(2) ? "qx \n-" : "qXYa\n", dice.Between(1, 80));
+        TextOfWords(dice, words, dice.OneIn(2) ? "en \n-" : "eXna\n", dice.Between(1, 80));
     if (dice.OneIn(2)) text += " " + dice.OneOf(words);
     const char after = dice.Byte("a \n");
     ASSERT_EQ(AllMatches(work, conditions, text, after), AllMatches(work, engineOnly, text, after))

@@ -237,9 +237,11 @@ TEST(ReferenceSearch, AgreesWithTheModelOnRandomPatterns) {
 TEST(ReferenceSearch, AgreesWithTheModelWhereOneWayIsOpen) {
   testing::Dice dice(20);
   int checked = 0;
-  for (const char* pattern : {"(a)\\1", "(..)\\1", "(.)(.)\\2\\1", "\\<([ab]+) \\1\\>", "(a+)b\\1",
-                              "((a)b)\\1\\2", "([ab][ab][ab])\\1", "(a|b) (\\1b)+",
-                              "((a)b|(b)a)\\1", "(aB)\\1$", "(.....)\\1", "(A)b\\1?"}) {
+  for (const char* pattern :
+       {"(a)\\1", "(..)\\1", "(.)(.)\\2\\1", "\\<([ab]+) \\1\\>", "(a+)b\\1", "\\<([aB]+)[ b]\\1",
+        "\\<(a[ab]*) \\1", "\\<([ab]+)[b ]\\1", "\\<([ab ]+)A\\1", "\\b([ab]+) \\1", "((a)b)\\1\\2",
+        "([ab][ab][ab])\\1", "(a|b) (\\1b)+", "((a)b|(b)a)\\1", "(aB)\\1$", "(.....)\\1",
+        "(A)b\\1?"}) {
     for (const int variant : {0, 1, 2, 3}) {
       Agreement agreement(pattern, variant % 2 == 1, variant >= 2);
       for (int i = 0; i < 250; ++i) {
