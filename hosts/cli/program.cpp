@@ -127,6 +127,12 @@ std::string StatsText(const Options& options, const SearchTotals& total, double 
          line(total.counts.bytes, "byte searched", "bytes searched") + time + " seconds\n";
 }
 
+/// Whether there is nothing of that name; errno tells why.
+bool IsMissing(const std::string& path) {
+  struct stat status {};
+  return path != kStandardInput && stat(path.c_str(), &status) != 0;
+}
+
 /// The last record of --json. What was not asked for was not counted.
 std::string JsonSummary(const Options& options, Need need, const SearchTotals& total,
                         double seconds) {
@@ -198,7 +204,9 @@ int Run::ListFiles() {
   FileWalk walk(options_);
   bool trouble = false;
   bool any = false;
-  while (const std::optional<FileToSearch> file = walk.Next()) {
+  while (std::optional<FileToSearch> file = walk.Next()) {
+    if (file->named && IsMissing(file->path))
+      file->complaint = DisplayName(file->path) + ": " + std::strerror(errno);
     if (file->complaint.empty()) {
       std::string line;
       if (options_.json) {

@@ -80,6 +80,14 @@ TEST_F(Output, JsonListsFilesToo) {
   EXPECT_EQ(Run({"--files", "--json", "d"}).out, "{\"type\":\"file\",\"file\":\"d/a\"}\n");
 }
 
+TEST_F(Output, FilesThatAreNotThereAreNotListed) {
+  Write("a", "");
+  const RunResult run = Run({"--files", "a", "b"});
+  EXPECT_EQ(run.out, "a\n");
+  EXPECT_EQ(run.err, "trovex: b: No such file or directory\n");
+  EXPECT_EQ(run.status, 2);
+}
+
 TEST_F(Output, FilesWithMatchesAreNamedOnce) {
   Write("a", "x\nx\n");
   Write("b", "y\n");
