@@ -85,8 +85,8 @@ Plain SearchPlainly(const Query& query, const std::string& text, Scope scope, in
 
 std::string RandomExpression(testing::Dice& dice, int depth) {
   static const std::vector<std::string> kTerms = {
-      "a",    "ab",    "b",        "ä",    "aä", "c+", "^a",   "b$",  "^$",    "a*",
-      "$",  "(a)b", "[ab]c", "(a|b)\\1", "~aba", ".",  "x",  "\\<b", "c|b", "(a)(ä)"};
+      "a", "ab",   "b",     "ä",        "aä",   "c+", "^a", "b$",   "^$",  "a*",
+      "$", "(a)b", "[ab]c", "(a|b)\\1", "~aba", ".",  "x",  "\\<b", "c|b", "(a)(ä)"};
   if (depth == 0 || dice.OneIn(3)) return dice.OneOf(kTerms);
   const auto operand = [&] {
     std::string inner = RandomExpression(dice, depth - 1);
