@@ -3,6 +3,7 @@
 #ifndef TROVEX_TEXT_BYTE_RANGE_H
 #define TROVEX_TEXT_BYTE_RANGE_H
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -24,6 +25,8 @@ struct ByteRange {
   bool IsNowhere() const { return begin == kNowhere; }
   std::size_t Length() const { return end - begin; }
   bool operator==(const ByteRange&) const = default;
+  /// By begin, then by end.
+  auto operator<=>(const ByteRange&) const = default;
 };
 
 }  // namespace trovex

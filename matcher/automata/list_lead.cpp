@@ -106,10 +106,7 @@ bool ListLead::ReadBefore(const SyntaxTree& tree, GraphOptions options) {
   if (before_ == nullptr) return false;
   width_ = WidthOf(tree);
   if (width_ || !IsEndlessRun(*before_)) return true;
-  auto run = std::make_unique<std::array<bool, 256>>();
-  for (std::size_t c = 0; c < run->size(); ++c)
-    (*run)[c] = before_->bytes[0][c];
-  run_ = std::move(run);
+  run_ = std::make_unique<const MemberTable>(MembersOf(before_->bytes[0]));
   runMayBeEmpty_ = before_->canBeEmpty;
   return true;
 }

@@ -61,7 +61,7 @@ class ListLead {
   std::unique_ptr<const PositionGraph> after_;
   std::optional<std::size_t> width_ = 0;  // of all that can stand before the list
   /// Set if an endless run stands there: its bytes, and whether it may have none.
-  std::unique_ptr<const std::array<bool, 256>> run_;
+  std::unique_ptr<const MemberTable> run_;
   bool runMayBeEmpty_ = false;
 };
 

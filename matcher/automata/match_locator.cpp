@@ -161,9 +161,7 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
       words_(words),
       findsMany_(!graph_->canBeEmpty),
       startsAnywhere_(StartAnywhere(*graph_)) {
-  const CharSet first = FirstBytes(*graph_);
-  for (std::size_t c = 0; c < canStart_.size(); ++c)
-    canStart_[c] = first[c];
+  canStart_ = MembersOf(FirstBytes(*graph_));
   const std::optional<Beside> beside = BesideOf(*graph_);
   const bool areRuns = CanTakeRuns(runs, beside);
   for (const Run& run : runs)

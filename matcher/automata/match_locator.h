@@ -137,13 +137,13 @@ class LocatorProgram {
       filter_;  // set if the leading bytes are common: looks for the row as a whole
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
   Beside beside_;
-  bool isToldBeside_ = true;          // what must stand beside the string is in `beside_`
-  bool isStringFree_ = false;         // nothing must stand beside the string
-  bool findsMany_ = false;            // matches are found several at a time: none is empty
-  bool startsAnywhere_ = false;       // matches start so whatever stands before them
-  std::array<bool, 256> canStart_{};  // the bytes that a match, which is not empty, can start with
-  std::ptrdiff_t shortest_ = 0;       // no match has fewer bytes
-  std::optional<WordScan> list_;      // set if that lead is followed
+  bool isToldBeside_ = true;      // what must stand beside the string is in `beside_`
+  bool isStringFree_ = false;     // nothing must stand beside the string
+  bool findsMany_ = false;        // matches are found several at a time: none is empty
+  bool startsAnywhere_ = false;   // matches start so whatever stands before them
+  MemberTable canStart_{};        // the bytes that a match, which is not empty, can start with
+  std::ptrdiff_t shortest_ = 0;   // no match has fewer bytes
+  std::optional<WordScan> list_;  // set if that lead is followed
   bool canDoWithoutList_ = true;
   std::optional<ListLead>
       listLead_;     // set if that lead is followed, for as long as its credit lasts

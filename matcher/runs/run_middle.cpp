@@ -87,14 +87,9 @@ RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Bes
   const Middle told = StringFrom(runs, middle);
   lead_ = told.hasLead ? 1 : 0;
   rate_ = RateOf(told, beside);
-  for (std::size_t c = 0; c < mayBeBefore_.size(); ++c)
-    mayBeBefore_[c] = beside.before[c];
-  for (std::size_t i = middle; i-- > 0;) {
-    RunBefore run = {.least = runs[i].least, .most = runs[i].most};
-    for (std::size_t c = 0; c < run.members.size(); ++c)
-      run.members[c] = runs[i].bytes[c];
-    before_.push_back(run);
-  }
+  mayBeBefore_ = MembersOf(beside.before);
+  for (std::size_t i = middle; i-- > 0;)
+    before_.push_back({runs[i].least, runs[i].most, MembersOf(runs[i].bytes)});
 }
 
 std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs, const Beside& beside) {

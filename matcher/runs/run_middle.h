@@ -27,7 +27,6 @@
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/string_scan.h"
 
-#include <array>
 #include <cstddef>
 #include <optional>
 #include <utility>
@@ -72,7 +71,7 @@ class RunMiddle {
   struct RunBefore {
     std::ptrdiff_t least;
     std::ptrdiff_t most;
-    std::array<bool, 256> members{};
+    MemberTable members;
   };
 
   /// How far the matches of a text have come.
@@ -103,7 +102,7 @@ class RunMiddle {
   std::vector<RunBefore> before_;
   bool meetsMiddle_;         // the run before the string may hold its first byte
   std::ptrdiff_t lead_ = 0;  // how many bytes of that run the string begins with: one or none
-  std::array<bool, 256> mayBeBefore_{};  // the bytes that may stand before a match
+  MemberTable mayBeBefore_;  // the bytes that may stand before a match
   double rate_ = 0;
   StringScan string_;
 };

@@ -60,10 +60,8 @@ RunScan::ReadyRun::ReadyRun(const Run& run)
       most(run.most),
       isFixed(run.IsFixed()),
       isEndless(run.most == Run::kEndless),
-      exits(Probes{{0, ~run.bytes}}) {
-  for (std::size_t c = 0; c < members.size(); ++c)
-    members[c] = run.bytes[c];
-}
+      members(MembersOf(run.bytes)),
+      exits(Probes{{0, ~run.bytes}}) {}
 
 RunScan::RunScan(const std::vector<Run>& runs, const CharSet& after)
     : after_(after.all() ? 0 : 1), tried_(kMaxRuns) {

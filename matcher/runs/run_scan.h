@@ -105,7 +105,7 @@ class RunScan {
     std::ptrdiff_t most;
     bool isFixed;
     bool isEndless;
-    std::array<bool, 256> members{};
+    MemberTable members;
     PlaceScan exits;  // finds the bytes that do not belong to it
   };
 

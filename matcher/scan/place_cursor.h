@@ -30,12 +30,7 @@ class PlaceCursor {
   /// last.
   const unsigned char* Find(const PlaceScan& scan, const unsigned char* place,
                             const unsigned char* end) {
-    const unsigned char* found = nullptr;
-    ForEach(scan, place, end, [&found](const unsigned char* hit) {
-      found = hit;
-      return nullptr;
-    });
-    return found;
+    return FirstTaken([&](const auto& take) { ForEach(scan, place, end, take); });
   }
 
   /// Calls `take(p)` for the places that `scan` finds from `place` on, one after another. It returns from
@@ -46,7 +41,8 @@ class PlaceCursor {
     const std::ptrdiff_t reach = scan.Reach();
     if (end - place <= reach) return;
     if (batch_.tested == nullptr && end - place < kShortStretch) {
-      TakeFew(scan, place, end, take);
+      // In a short text there are few places, and for most texts none: nothing is kept.
+      scan.ForEach(place, end, take);
       return;
     }
     const unsigned char* const last = end - reach;
@@ -77,17 +73,6 @@ class PlaceCursor {
     if (scan.FindHits(place, end, window_, batch_)) return true;
     Reset();
     return false;
-  }
-
-  /// In a short text there are few places, and for most texts none: nothing is kept.
-  template <typename Take>
-  static void TakeFew(const PlaceScan& scan, const unsigned char* place, const unsigned char* end,
-                      Take take) {
-    while (place != nullptr) {
-      place = scan.Find(place, end);
-      if (place != nullptr) place = take(place);
-      if (place != nullptr && end - place <= scan.Reach()) return;
-    }
   }
 
   /// Goes back to the first hit from `place` on, if it has been passed.

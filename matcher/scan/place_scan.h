@@ -53,6 +53,16 @@ class PlaceScan {
     return find_(tables_, begin, end);
   }
 
+  /// Calls `take(p)` for the places that Find finds from `place` on, one after another. It returns from where on the
+  /// next one counts, which is after p; null: no more are wanted.
+  template <typename Take>
+  void ForEach(const unsigned char* place, const unsigned char* end, Take take) const {
+    while (place != nullptr && end - place > Reach()) {
+      place = Find(place, end);
+      if (place != nullptr) place = take(place);
+    }
+  }
+
   /// The same for many places one after another (place_cursor.h).
   bool FindHits(const unsigned char* begin, const unsigned char* end, std::ptrdiff_t window,
                 HitBatch& batch) const {
@@ -90,6 +100,17 @@ class PlaceScan {
   FindPlace find_;
   trovex::FindHits findHits_;
 };
+
+/// The first place that `forEach(take)` calls `take` for, which asks it for no more; null if there is none.
+template <typename ForEach>
+const unsigned char* FirstTaken(ForEach forEach) {
+  const unsigned char* first = nullptr;
+  forEach([&first](const unsigned char* place) -> const unsigned char* {
+    first = place;
+    return nullptr;
+  });
+  return first;
+}
 
 /// Chooses probes for a search: of `sets[i]`, the bytes that can stand at offset i of whatever is
 /// looked for, as many as are worth their time, at most `PlaceScan::kMaxProbes`, the rarest in

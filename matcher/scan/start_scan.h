@@ -8,7 +8,6 @@
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/place_scan.h"
 
-#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -19,12 +18,10 @@ class StartScan {
   /// `ways`: probes for each way to start. If not all bytes are in `before`, those that can stand before a match, the
   /// probes' offset 0 is that byte, and `first` has the bytes that matches can start with.
   StartScan(const std::vector<Probes>& ways, const CharSet& before, const CharSet& first)
-      : scan_(PlaceScan::ForAlternatives(ways)), lead_(before.all() ? 0 : 1) {
-    for (std::size_t c = 0; c < first_.size(); ++c) {
-      before_[c] = before[c];
-      first_[c] = first[c];
-    }
-  }
+      : scan_(PlaceScan::ForAlternatives(ways)),
+        lead_(before.all() ? 0 : 1),
+        before_(MembersOf(before)),
+        first_(MembersOf(first)) {}
 
   /// 1 where something is asked of the byte before a match, else 0.
   std::ptrdiff_t Lead() const { return lead_; }
@@ -38,32 +35,17 @@ class StartScan {
   const unsigned char* Find(const unsigned char* place, const unsigned char* begin,
                             const unsigned char* end) const {
     if (lead_ == 0) return scan_.Find(place, end);
-    const unsigned char* found = nullptr;
-    Walk(
-        place, begin, end,
-        [this, end](const unsigned char* from, const auto& take) {
-          while (from != nullptr && from < end) {
-            from = scan_.Find(from, end);
-            if (from != nullptr) from = take(from);
-          }
-        },
-        [&found](const unsigned char* hit) {
-          found = hit;
-          return nullptr;
-        });
-    return found;
+    const auto scan = [&](const unsigned char* from, const auto& takeHit) {
+      scan_.ForEach(from, end, takeHit);
+    };
+    return FirstTaken([&](const auto& take) { Walk(place, begin, end, scan, take); });
   }
 
   /// The same, for many places one after another.
   const unsigned char* Find(const unsigned char* place, const unsigned char* begin,
                             const unsigned char* end, PlaceCursor& cursor) const {
     if (lead_ == 0) return cursor.Find(scan_, place, end);
-    const unsigned char* found = nullptr;
-    ForEach(place, begin, end, cursor, [&found](const unsigned char* hit) {
-      found = hit;
-      return nullptr;
-    });
-    return found;
+    return FirstTaken([&](const auto& take) { ForEach(place, begin, end, cursor, take); });
   }
 
   /// Calls `take(p)` for the places from `place` on, as the cursor does.
@@ -94,8 +76,8 @@ class StartScan {
 
   PlaceScan scan_;
   std::ptrdiff_t lead_;
-  std::array<bool, 256> before_{};
-  std::array<bool, 256> first_{};
+  MemberTable before_;
+  MemberTable first_;
 };
 
 }  // namespace trovex

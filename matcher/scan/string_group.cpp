@@ -62,7 +62,7 @@ void StringGroup::Add(const String& string, std::size_t number) {
   member.number = number;
   member.length = string.size();
   for (std::size_t offset = 0; offset < string.size(); ++offset) {
-    const Rest rest = {static_cast<std::uint32_t>(offset), TableOf(string[offset])};
+    const Rest rest = {static_cast<std::uint32_t>(offset), tables_.NumberOf(string[offset])};
     member.all.push_back(rest);
     const MaskedByte byte = MaskedByteOf(string[offset]);
     if (offset >= sizeof(std::uint64_t) || !byte.holds) {
@@ -76,17 +76,6 @@ void StringGroup::Add(const String& string, std::size_t number) {
     member.value |= std::bit_cast<std::uint64_t>(place);
   }
   members_.push_back(std::move(member));
-}
-
-std::uint32_t StringGroup::TableOf(const CharSet& set) {
-  const auto known = std::find(sets_.begin(), sets_.end(), set);
-  const auto index = static_cast<std::uint32_t>(known - sets_.begin());
-  if (known != sets_.end()) return index;
-  sets_.push_back(set);
-  std::array<bool, 256>& table = tables_.emplace_back();
-  for (std::size_t c = 0; c < table.size(); ++c)
-    table[c] = set[c];
-  return index;
 }
 
 }  // namespace trovex

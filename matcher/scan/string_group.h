@@ -79,12 +79,10 @@ class StringGroup {
   }
 
   void Add(const String& string, std::size_t number);
-  std::uint32_t TableOf(const CharSet& set);
 
   PlaceScan scan_;
   std::vector<Member> members_;  // in the order of the scan's alternatives
-  std::vector<CharSet> sets_;    // those of the tables
-  std::vector<std::array<bool, 256>> tables_;
+  MemberTables tables_;
 };
 
 }  // namespace trovex

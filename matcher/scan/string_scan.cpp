@@ -32,7 +32,7 @@ StringScan::StringScan(const std::vector<CharSet>& sets, const Beside& beside)
   const Probes probes = ProbesFor(sets, beside);
   const std::vector<CharSet> whole = WithNeighbours(sets, beside);
   for (std::size_t offset = 0; offset < whole.size(); ++offset) {
-    const Rest rest = {static_cast<std::uint32_t>(offset), MembersOf(whole[offset])};
+    const Rest rest = {static_cast<std::uint32_t>(offset), tables_.NumberOf(whole[offset])};
     all_.push_back(rest);
     const bool isProbed = std::any_of(probes.begin(), probes.end(), [&](const Probe& probe) {
       return static_cast<std::size_t>(probe.offset) == offset;
@@ -40,25 +40,14 @@ StringScan::StringScan(const std::vector<CharSet>& sets, const Beside& beside)
     if (!isProbed) rest_.push_back(rest);
   }
   const Probe rarest = ChooseProbes(sets).front();
-  rarest_ = {static_cast<std::uint32_t>(rarest.offset), MembersOf(rarest.bytes)};
-}
-
-std::uint32_t StringScan::MembersOf(const CharSet& set) {
-  const auto known = std::find(sets_.begin(), sets_.end(), set);
-  const auto number = static_cast<std::uint32_t>(known - sets_.begin());
-  if (known != sets_.end()) return number;
-  sets_.push_back(set);
-  std::array<bool, 256>& members = members_.emplace_back();
-  for (std::size_t c = 0; c < members.size(); ++c)
-    members[c] = set[c];
-  return number;
+  rarest_ = {static_cast<std::uint32_t>(rarest.offset), tables_.NumberOf(rarest.bytes)};
 }
 
 bool StringScan::HoldsAllAt(const Byte* place, const Byte* begin, const Byte* end) const {
   for (const Rest& rest : all_) {
     const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(rest.offset) - lead_;
     const bool isBeyond = offset < 0 ? place == begin : offset == end - place;
-    if (!members_[rest.members][isBeyond ? Byte{'\n'} : place[offset]]) return false;
+    if (!tables_[rest.table][isBeyond ? Byte{'\n'} : place[offset]]) return false;
   }
   return true;
 }

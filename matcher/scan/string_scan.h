@@ -13,7 +13,6 @@
 #include "matcher/scan/place_scan.h"
 #include "text/char_set.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -30,20 +29,14 @@ class StringScan {
   const unsigned char* Find(const unsigned char* place, const unsigned char* begin,
                             const unsigned char* end) const {
     if (lead_ == 0 && tail_ == 0) return FindPlain(place, end);
-    const unsigned char* found = nullptr;
-    Walk(
-        place, begin, end,
-        [this](const unsigned char* from, const unsigned char* to, const auto& take) {
-          while (from != nullptr && to - from > scan_.Reach()) {
-            from = scan_.Find(from, to);
-            if (from != nullptr) from = take(from);
-          }
-        },
-        [&found](const unsigned char* hit) {
-          found = hit;
-          return nullptr;
-        });
-    return found;
+    return FirstTaken([&](const auto& take) {
+      Walk(
+          place, begin, end,
+          [this](const Byte* from, const Byte* to, const auto& takeHit) {
+            scan_.ForEach(from, to, takeHit);
+          },
+          take);
+    });
   }
 
   /// The same in a text that begins at `place`.
@@ -54,12 +47,7 @@ class StringScan {
   /// The same, for many places one after another, where nothing is asked before the string.
   const unsigned char* Find(const unsigned char* place, const unsigned char* end,
                             PlaceCursor& cursor) const {
-    const unsigned char* found = nullptr;
-    ForEach(place, place, end, cursor, [&found](const unsigned char* hit) {
-      found = hit;
-      return nullptr;
-    });
-    return found;
+    return FirstTaken([&](const auto& take) { ForEach(place, place, end, cursor, take); });
   }
 
   /// Calls `take(p)` for the places from `place` on at which the string stands so, as the cursor does.
@@ -79,17 +67,15 @@ class StringScan {
  private:
   using Byte = unsigned char;
 
-  /// One set, by its place in `members_`.
+  /// One set, by the number of its table.
   struct Rest {
     std::uint32_t offset;
-    std::uint32_t members;
+    std::uint32_t table;
   };
-
-  std::uint32_t MembersOf(const CharSet& set);
 
   bool HoldsAt(const Byte* place) const {
     for (const Rest& rest : rest_) {
-      if (!members_[rest.members][place[rest.offset]]) return false;
+      if (!tables_[rest.table][place[rest.offset]]) return false;
     }
     return true;
   }
@@ -108,7 +94,7 @@ class StringScan {
   /// Whether the string stands at `place`, where it has room, with what is asked beside it. Mostly its rarest byte says
   /// that it does not.
   bool StandsAt(const Byte* place, const Byte* begin, const Byte* end) const {
-    return members_[rarest_.members][place[rarest_.offset]] && HoldsAllAt(place, begin, end);
+    return tables_[rarest_.table][place[rarest_.offset]] && HoldsAllAt(place, begin, end);
   }
   bool HoldsAllAt(const Byte* place, const Byte* begin, const Byte* end) const;
 
@@ -138,11 +124,10 @@ class StringScan {
   std::size_t length_;
   std::ptrdiff_t lead_;  // 1 where something is asked of the byte before the string, else 0
   std::ptrdiff_t tail_;  // the same of the byte after it
-  std::vector<CharSet> sets_;
-  std::vector<std::array<bool, 256>> members_;  // of the different sets
-  std::vector<Rest> all_;                       // with what is asked beside the string
-  std::vector<Rest> rest_;                      // what the scan has not looked at
-  Rest rarest_;                                 // of the string alone
+  MemberTables tables_;
+  std::vector<Rest> all_;   // with what is asked beside the string
+  std::vector<Rest> rest_;  // what the scan has not looked at
+  Rest rarest_;             // of the string alone
   PlaceScan scan_;
 };
 

@@ -9,8 +9,11 @@ namespace trovex {
 
 namespace {
 
-bool IsBefore(const ByteRange& a, const ByteRange& b) {
-  return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
+/// Puts the places from number `second` on, and those before, each in order, together as one row of different ones.
+void MergeFrom(std::size_t second, std::vector<ByteRange>& places) {
+  std::inplace_merge(places.begin(), places.begin() + static_cast<std::ptrdiff_t>(second),
+                     places.end());
+  places.erase(std::unique(places.begin(), places.end()), places.end());
 }
 
 /// Whether at most `most` words lie wholly between the two.
@@ -79,7 +82,7 @@ void NearPlaces::FindOnEitherSide(const NearOperand& left, const NearOperand& ri
   Side l = sideOf(left);
   Side r = sideOf(right);
   while (l.next != l.end || r.next != r.end) {
-    const bool isLeft = r.next == r.end || (l.next != l.end && !IsBefore(*r.next, *l.next));
+    const bool isLeft = r.next == r.end || (l.next != l.end && *r.next >= *l.next);
     Side& side = isLeft ? l : r;
     const Side& other = isLeft ? r : l;
     const ByteRange& place = *side.next++;
@@ -89,9 +92,7 @@ void NearPlaces::FindOnEitherSide(const NearOperand& left, const NearOperand& ri
     const bool isNear = (other.hasPassed && within(other.passedEnd, place.begin)) ||
                         (other.next != other.end && within(place.end, other.next->begin));
     if (isNear == other.isNegated) continue;
-    const bool isKept =
-        !kept.empty() && kept.back().begin == place.begin && kept.back().end == place.end;
-    if (!isKept) kept.push_back(place);
+    if (kept.empty() || kept.back() != place) kept.push_back(place);
   }
 }
 
@@ -114,31 +115,20 @@ void NearPlaces::FindInOrder(const NearOperand& left, const NearOperand& right, 
   for (const ByteRange& place : left.places)
     ends_.push_back(place.end);
   std::sort(ends_.begin(), ends_.end());
-  const auto keptLeft = static_cast<std::ptrdiff_t>(kept.size());
+  const std::size_t keptLeft = kept.size();
   for (const ByteRange& place : right.places) {
     const auto after = std::upper_bound(ends_.begin(), ends_.end(), place.begin);
     const bool isNear = after != ends_.begin() && within(after[-1], place.begin);
     if (isNear != left.isNegated) kept.push_back(place);
   }
-  std::inplace_merge(kept.begin(), kept.begin() + keptLeft, kept.end(), IsBefore);
-  kept.erase(std::unique(kept.begin(), kept.end(),
-                         [](const ByteRange& a, const ByteRange& b) {
-                           return a.begin == b.begin && a.end == b.end;
-                         }),
-             kept.end());
+  MergeFrom(keptLeft, kept);
 }
 
 void UnitePlaces(std::vector<ByteRange>& places, const std::vector<ByteRange>& more) {
   if (more.empty()) return;
-  const auto known = static_cast<std::ptrdiff_t>(places.size());
+  const std::size_t known = places.size();
   places.insert(places.end(), more.begin(), more.end());
-  if (known == 0) return;
-  std::inplace_merge(places.begin(), places.begin() + known, places.end(), IsBefore);
-  places.erase(std::unique(places.begin(), places.end(),
-                           [](const ByteRange& a, const ByteRange& b) {
-                             return a.begin == b.begin && a.end == b.end;
-                           }),
-               places.end());
+  if (known != 0) MergeFrom(known, places);
 }
 
 }  // namespace trovex

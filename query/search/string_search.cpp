@@ -345,14 +345,11 @@ bool StringSearch::PassTo(std::size_t place) {
 /// more are wanted, or where the search gives up.
 template <typename Take>
 bool StringSearch::TakeBefore(const ByteRange& limit, Take& take) {
-  const auto isBefore = [](const ByteRange& a, const ByteRange& b) {
-    return a.begin != b.begin ? a.begin < b.begin : a.end < b.end;
-  };
   for (;;) {
     const auto next =
         std::min_element(others_.begin(), others_.end(),
-                         [&](const Other& a, const Other& b) { return isBefore(a.head, b.head); });
-    if (next == others_.end() || !isBefore(next->head, limit)) return true;
+                         [](const Other& a, const Other& b) { return a.head < b.head; });
+    if (next == others_.end() || next->head >= limit) return true;
     if (!take(next->leaf, next->head) || !Advance(*next)) return false;
   }
 }

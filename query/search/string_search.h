@@ -95,8 +95,8 @@ class StringSearch {
     bool isRightNegated = false;
     AndLink link;
     bool hasDistances = false;  // here or below
-    bool judgesDistances =
-        false;  // here or below, an AND or a NOT waits for the verdict on a distance
+    /// Here or below, an AND or a NOT waits for the verdict on a distance.
+    bool judgesDistances = false;
     /// A bit for each leaf without which it has no places in a cluster.
     std::uint32_t needs = 0;
     bool hasPlaces = false;         // in the text, of a distance
@@ -163,8 +163,8 @@ class StringSearch {
   std::optional<StringMatches> matches_;
   std::vector<std::size_t> leafOf_;  // by the patterns of these
   std::vector<Other> others_;
-  std::vector<std::size_t>
-      needed_;  // the leaves that are strings without which the verdict is no, as they are planned
+  /// The leaves that are strings without which the verdict is no, as they are planned.
+  std::vector<std::size_t> needed_;
   bool needsMore_ = false;  // than these
   bool hasOr_ = false;
   std::vector<std::size_t> distances_;

@@ -3,10 +3,8 @@
 
 #include "matcher/automata/list_lead.h"
 
-#include "matcher/matcher.h"
-#include "matcher/pattern_search.h"
 #include "tests/dice.h"
-#include "tests/heap_text.h"
+#include "tests/matcher/both_doors.h"
 #include "tests/matcher/random_pattern.h"
 #include "tests/matcher/tree_matcher.h"
 #include "tests/matcher/words/plain_words.h"
@@ -21,21 +19,16 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <variant>
 #include <vector>
 
 namespace trovex {
 
-static bool operator==(const MatchRange& a, const MatchRange& b) {
-  return a.start == b.start && a.end == b.end;
-}
-
 namespace {
 
+using testing::AllMatches;
+using testing::CompileProgram;
 using testing::Dice;
 using testing::ExactBytes;
-using testing::HeapText;
 using testing::RandomPattern;
 using testing::RandomWords;
 using testing::TextOfWords;
@@ -186,26 +179,6 @@ TEST(ListLead, FindsWhatTheTrivialMatcherFindsInTextsOfWords) {
 
 // On the whole road. The words have common bytes beside rare ones, so that they lead and nothing else does.
 
-std::shared_ptr<const PatternProgram> Compile(const std::string& pattern,
-                                              const ProgramOptions& options) {
-  auto result = PatternProgram::Compile(TreeOf(pattern), options);
-  EXPECT_TRUE(std::holds_alternative<std::shared_ptr<const PatternProgram>>(result)) << pattern;
-  return std::get<std::shared_ptr<const PatternProgram>>(result);
-}
-
-Ranges AllMatches(const PatternProgram& program, std::string_view text) {
-  const ExactBytes bytes(text);
-  PatternSearch search(program);
-  search.Begin(bytes.View());
-  Ranges matches;
-  ByteRange match;
-  SearchOutcome outcome = SearchOutcome::kFound;
-  while ((outcome = search.Next(match)) == SearchOutcome::kFound)
-    matches.push_back(match);
-  EXPECT_EQ(outcome, SearchOutcome::kNotFound);
-  return matches;
-}
-
 TEST(ListLead, TheSecondDoorsRoadFindsWhatTheTrivialMatcherFinds) {
   static const std::vector<std::string> parts = {
       "", "[a-z]*", "[A-Za-z]", ".*", "[en]+q?", "\\<", "[a-z]", " ?", "(e|xn|nq*e)", "\\>"};
@@ -214,8 +187,8 @@ TEST(ListLead, TheSecondDoorsRoadFindsWhatTheTrivialMatcherFinds) {
     const auto words = RandomWords(dice, "enqx", dice.Between(9, 40), dice.Between(3, 4), 8);
     const std::string pattern = dice.OneOf(parts) + Alternatives(words) + dice.OneOf(parts);
     const ProgramOptions options = OptionsFor(dice.OneIn(3));
-    const auto program = Compile(pattern, options);
     const SyntaxTree tree = TreeOf(pattern);
+    const auto program = CompileProgram(tree, options);
     TreeMatcher reference(tree, options);
     for (int round = 0; round < 3; ++round) {
       const std::string text = TextOfWords(dice, words, dice.OneIn(2) ? "en \n-" : "enxa\n",
@@ -230,20 +203,6 @@ TEST(ListLead, TheSecondDoorsRoadFindsWhatTheTrivialMatcherFinds) {
       ASSERT_EQ(first, expected.empty() ? ByteRange() : expected.front());
     }
   }
-}
-
-std::vector<MatchRange> AllMatches(PatternWork& pattern, const SearchConditions& conditions,
-                                   const std::string& text, char after) {
-  std::vector<MatchRange> matches;
-  HeapText heap(text, after);
-  for (int from = 0; from < heap.Length();) {
-    const MatchResult result =
-        ExecuteMatcher(pattern, conditions, heap.Data() + from, heap.Length() - from, 0);
-    if (result.outcome != SearchOutcome::kFound) break;
-    matches.push_back({from + result.range.start, from + result.range.end});
-    from += std::max(result.range.end, result.range.start + 1);
-  }
-  return matches;
 }
 
 TEST(ListLead, TheFirstDoorsRoadFindsWhatTheEngineFinds) {
@@ -283,8 +242,8 @@ TEST(ListLead, WhereTooMuchIsReadInVainTheAnswerIsNotKnown) {
   search.Begin(text.size());
   ListLeadSearch::Request request = {.place = begin, .begin = begin, .end = begin + text.size()};
   EXPECT_EQ(search.Find(request), ListLeadSearch::Answer::kUnknown);
-  EXPECT_EQ(AllMatches(*Compile("(xx|xy|qqq|qx)[a-z]*1", options), text).size(), 0U);
-  EXPECT_EQ(AllMatches(*Compile("[^ ]* (xx|xy|qqq|qx)", options), text).size(), 0U);
+  EXPECT_EQ(AllMatches(*CompileProgram(TreeOf("(xx|xy|qqq|qx)[a-z]*1"), options), text).size(), 0U);
+  EXPECT_EQ(AllMatches(*CompileProgram(TreeOf("[^ ]* (xx|xy|qqq|qx)"), options), text).size(), 0U);
 }
 
 TEST(ListLead, AnEndlessRunBeforeTheListIsReadOnce) {
@@ -299,7 +258,7 @@ TEST(ListLead, AnEndlessRunBeforeTheListIsReadOnce) {
   ListLeadSearch::Request request = {.place = begin, .begin = begin, .end = begin + text.size()};
   EXPECT_NE(search.Find(request), ListLeadSearch::Answer::kMatch);
   const std::string found = text + "1 xy1 xx";
-  const Ranges matches = AllMatches(*Compile(".*(xxq?|xy)1", options), found);
+  const Ranges matches = AllMatches(*CompileProgram(TreeOf(".*(xxq?|xy)1"), options), found);
   ASSERT_EQ(matches.size(), 1U);
   EXPECT_EQ(matches[0], (ByteRange{0, 1'000'005}));
 }

@@ -1,10 +1,9 @@
 // Lists of words on the whole road of a search: those of both doors against the most trivial matcher, and
 // against the engine alone.
 
-#include "matcher/matcher.h"
-#include "matcher/pattern_search.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
+#include "tests/matcher/both_doors.h"
 #include "tests/matcher/tree_matcher.h"
 #include "tests/matcher/words/plain_words.h"
 #include "tests/visible.h"
@@ -13,18 +12,14 @@
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <string>
-#include <utility>
-#include <variant>
 #include <vector>
 
 namespace trovex {
 
-static bool operator==(const MatchRange& a, const MatchRange& b) {
-  return a.start == b.start && a.end == b.end;
-}
-
 namespace {
 
+using testing::AllMatches;
+using testing::CompileProgram;
 using testing::Dice;
 using testing::ExactBytes;
 using testing::HeapText;
@@ -52,25 +47,6 @@ std::string RandomList(Dice& dice, const std::vector<std::string>& words) {
   return pattern;
 }
 
-std::shared_ptr<const PatternProgram> Compile(SyntaxTree tree, const ProgramOptions& options) {
-  auto result = PatternProgram::Compile(std::move(tree), options);
-  EXPECT_TRUE(std::holds_alternative<std::shared_ptr<const PatternProgram>>(result));
-  return std::get<std::shared_ptr<const PatternProgram>>(result);
-}
-
-Ranges AllMatches(const PatternProgram& program, std::string_view text) {
-  const ExactBytes bytes(text);
-  PatternSearch search(program);
-  search.Begin(bytes.View());
-  Ranges matches;
-  ByteRange match;
-  SearchOutcome outcome = SearchOutcome::kFound;
-  while ((outcome = search.Next(match)) == SearchOutcome::kFound)
-    matches.push_back(match);
-  EXPECT_EQ(outcome, SearchOutcome::kNotFound);
-  return matches;
-}
-
 /// What is found of the first match alone, which is looked for in a short text before a search is set up.
 ByteRange FirstMatch(const PatternProgram& program, std::string_view text) {
   const ExactBytes bytes(text);
@@ -89,7 +65,7 @@ TEST(WordRoad, FindsWhatTheTrivialMatcherFinds) {
     ProgramOptions options;
     options.wholeWords = dice.OneIn(3);
     options.wordBytes = CodePageWords();
-    const auto program = Compile(tree, options);
+    const auto program = CompileProgram(tree, options);
     TreeMatcher reference(tree, options);
     for (int round = 0; round < 3; ++round) {
       const std::string text = TextOfWords(dice, words, dice.OneIn(2) ? "ab \n-" : "abcx\n",
@@ -101,21 +77,6 @@ TEST(WordRoad, FindsWhatTheTrivialMatcherFinds) {
           << "seed " << seed << " pattern " << pattern << " text " << Visible(text);
     }
   }
-}
-
-std::vector<MatchRange> AllMatches(PatternWork& pattern, const SearchConditions& conditions,
-                                   const std::string& text, char after) {
-  std::vector<MatchRange> matches;
-  HeapText heap(text, after);
-  int from = 0;
-  while (from < heap.Length()) {
-    const MatchResult result =
-        ExecuteMatcher(pattern, conditions, heap.Data() + from, heap.Length() - from, 0);
-    if (result.outcome != SearchOutcome::kFound) break;
-    matches.push_back({from + result.range.start, from + result.range.end});
-    from += std::max(result.range.end, result.range.start + 1);
-  }
-  return matches;
 }
 
 TEST(WordRoad, FindsWhatTheEngineFinds) {
@@ -197,7 +158,8 @@ std::string NearlyRepeated(std::size_t shortest, std::size_t count) {
 TEST(WordRoad, LongWordsThatNearlyMatchEverywhereAreFound) {
   ProgramOptions options;
   const std::string pattern = NearlyRepeated(2000, 12);
-  const auto program = Compile(ParsePattern(pattern.data(), pattern.size(), nullptr), options);
+  const auto program =
+      CompileProgram(ParsePattern(pattern.data(), pattern.size(), nullptr), options);
   std::string text(400'000, 'a');
   EXPECT_EQ(AllMatches(*program, text).size(), 0U);
   text += 'b';
@@ -214,7 +176,8 @@ TEST(WordRoad, WordsOfOneByteFromOneToManyAreFoundInATextOfThatByte) {
     pattern.append(length, 'a');
   }
   ProgramOptions options;
-  const auto program = Compile(ParsePattern(pattern.data(), pattern.size(), nullptr), options);
+  const auto program =
+      CompileProgram(ParsePattern(pattern.data(), pattern.size(), nullptr), options);
   const Ranges matches = AllMatches(*program, std::string(100'020, 'a'));
   ASSERT_EQ(matches.size(), 2001U);
   EXPECT_EQ(matches[1999], (ByteRange{99'950, 100'000}));
