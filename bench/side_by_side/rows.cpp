@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <sstream>
 
 namespace trovex::bench {
 
@@ -159,6 +160,16 @@ std::vector<Row> MakeRows(const std::vector<std::string>& words) {
   for (const std::vector<Row>& more : {Expressions(), ListsOf(words)})
     rows.insert(rows.end(), more.begin(), more.end());
   return rows;
+}
+
+Row RowOfLine(const std::string& line) {
+  std::istringstream parts(line);
+  Row row = {.name = {}, .expression = {}, .mode = Mode::kLeaf};
+  std::getline(parts, row.expression, '\t');
+  std::getline(parts, row.peerPattern, '\t');
+  std::getline(parts, row.without);
+  row.name = row.expression;
+  return row;
 }
 
 }  // namespace trovex::bench

@@ -67,6 +67,10 @@ struct Row {
 /// words there are none.
 std::vector<Row> MakeRows(const std::vector<std::string>& words);
 
+/// A row of one pattern that is told in a line: the pattern and, after a tab, how the peers word it where that
+/// differs; after another tab, who cannot do it.
+Row RowOfLine(const std::string& line);
+
 }  // namespace trovex::bench
 
 #endif  // TROVEX_BENCH_ROWS_H
