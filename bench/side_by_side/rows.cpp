@@ -165,7 +165,7 @@ std::vector<Row> MakeRows(const std::vector<std::string>& words) {
 
 Row RowOfLine(const std::string& line) {
   std::istringstream fields(line);
-  Row row = {.name = {}, .expression = {}, .mode = Mode::kLeaf};
+  Row row;
   std::string mode;
   std::getline(fields, row.name, '\t');
   std::getline(fields, mode, '\t');
@@ -176,6 +176,8 @@ Row RowOfLine(const std::string& line) {
     row.mode = Mode::kFolded;
   } else if (mode == "whole") {
     row.mode = Mode::kWholeWords;
+  } else if (mode == "leaf") {
+    row.mode = Mode::kLeaf;
   } else if (mode != "plain" || row.expression.empty()) {
     throw std::runtime_error("no row: " + line);
   }
