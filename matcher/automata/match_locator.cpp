@@ -233,25 +233,11 @@ bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const By
   return (graph_->starts[0] & atStart) != 0 && (graph_->ends[graph_->size - 1] & atStop) != 0;
 }
 
-LocatorProgram::Answer LocatorProgram::LookAt(const Byte* begin, const Byte* end,
-                                              LocatedRange& match) const {
-  const Answer answer = LookForFirst(begin, end, match);
-  // Whether a whole word ends where the text does may depend on the byte after it.
-  const bool isOpen = words_ && answer == Answer::kMatch && match.end == end;
-  return isOpen ? Answer::kUnknown : answer;
-}
-
 LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byte* end,
                                                     LocatedRange& match) const {
   const Byte* place = begin;
   if (end - begin < shortest_) return Answer::kNoMatch;
   if (class_ || middle_) return LookForRuns(place, end, match);
-  if (string_) {
-    const Byte* const found = string_->Find(place, end);
-    if (found == nullptr) return Answer::kNoMatch;
-    match = {found, found + string_->Length()};
-    return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
-  }
   if (list_) return LookForListed(place, end, match);
   if (listLead_) return listLead_->MayStandIn(place, end) ? Answer::kUnknown : Answer::kNoMatch;
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
