@@ -56,10 +56,9 @@ inline constexpr std::ptrdiff_t kFewRunBytes = 4;
 /// Runs that may take so many bytes are noted, for starts that come into them.
 inline constexpr std::ptrdiff_t kLongRun = 16;
 /// Longer bounded runs are left to the automata, for each start reads as many bytes again; where what follows
-/// is tried in them, so are those that are longer than the second or that more fixed bytes follow than the third.
-/// Measured: "a.{0,100}b" left to the automata by any of the three, 2.9 to 3.6.
+/// is tried in them, so are those that more fixed bytes follow than the second.
+/// Measured: "a.{0,100}b" left to the automata by either, 2.9 to 3.6.
 inline constexpr std::uint32_t kMostBoundedRun = 1'000;
-inline constexpr std::uint32_t kMostTriedRun = 256;
 inline constexpr std::uint32_t kMostTailBytes = 8;
 
 /// How often a row comes is told from at most so many bytes of each run, and of no run that goes on for longer than
@@ -141,8 +140,8 @@ inline constexpr double kCorrelation = 1.9;
 inline constexpr std::size_t kMostVariants = 64;
 /// Of what stands before a list in a pattern, a width up to this is made use of.
 inline constexpr std::size_t kLongestFixedLead = 256;
-/// More words are not parted among buckets.
-inline constexpr std::size_t kMostBucketWords = 128;
+/// Where more words are parted among buckets, those that begin alike stay together.
+inline constexpr std::size_t kMostBucketWords = 256;
 /// A stretch is scanned for places of words at a time, first of the one size, then doubled up to the other. Both
 /// are multiples of 64 and of every stride.
 inline constexpr std::size_t kFirstWordStretch = 192;

@@ -1,6 +1,7 @@
 // The library beside four peers: the same searches in the same text, in one run.
 //
-//     side_by_side [--filter=WORDS] [--form=lines|line|rows] [--words=FILE] [--json=FILE] TEXT...
+//     side_by_side [--filter=WORDS] [--form=lines|line|rows] [--words=FILE] [--rows=FILE] [--json=FILE]
+//                  TEXT...
 //
 // The library takes part through both of its doors. Rows are searched in each text as it is ("lines"),
 // and in the first one also with every line feed replaced by a blank ("one line") and cut into rows of
@@ -11,7 +12,8 @@
 // Whoever needs longer than kSecondsMax for a search has a "-".
 //
 // --filter runs only what has WORDS in its name, --form only one form, but of all texts. --words is a
-// sorted list of words in Windows Latin-1, of which the rows of long lists are made.
+// sorted list of words in Windows Latin-1, of which the rows of long lists are made. --rows has other rows than
+// the table's, one a line (RowOfLine).
 
 #include "bench/side_by_side/results.h"
 #include "bench/side_by_side/trials.h"
@@ -38,6 +40,7 @@ struct Options {
   std::string filter;
   std::optional<Form> form;
   std::string words;  // empty: no rows of long lists
+  std::string rows;   // empty: those of the table
   std::string json;   // empty: none
   std::vector<std::string> texts;
 
@@ -64,6 +67,8 @@ bool ReadOptions(int argc, char** argv, Options* options) {
       options->form = FormOf(value);
     } else if (argument.starts_with("--words=")) {
       options->words = value;
+    } else if (argument.starts_with("--rows=")) {
+      options->rows = value;
     } else if (argument.starts_with("--json=")) {
       options->json = value;
     } else if (!argument.starts_with('-')) {
@@ -83,13 +88,22 @@ std::string ReadFile(const std::string& name) {
   return content;
 }
 
-std::vector<std::string> ReadWords(const std::string& name) {
-  std::vector<std::string> words;
-  if (name.empty()) return words;
-  std::istringstream lines(ReadFile(name));
-  for (std::string word; std::getline(lines, word);)
-    words.push_back(word);
-  return words;
+/// The lines of a file; none without a name.
+std::vector<std::string> ReadLines(const std::string& name) {
+  std::vector<std::string> lines;
+  if (name.empty()) return lines;
+  std::istringstream file(ReadFile(name));
+  for (std::string line; std::getline(file, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+std::vector<Row> AllRows(const Options& options) {
+  if (options.rows.empty()) return MakeRows(ReadLines(options.words));
+  std::vector<Row> rows;
+  for (const std::string& line : ReadLines(options.rows))
+    rows.push_back(RowOfLine(line));
+  return rows;
 }
 
 FormResult SearchAll(const std::vector<const Row*>& rows, const Text& text, EngineStock& stock) {
@@ -135,9 +149,10 @@ std::vector<const T*> Wanted(std::span<const T> all, const std::string& filter) 
 }
 
 int Run(const Options& options) {
-  const std::vector<Row> allRows = MakeRows(ReadWords(options.words));
+  const std::vector<Row> allRows = AllRows(options);
   const auto rows = Wanted(std::span(allRows), options.filter);
-  const auto growing = Wanted(GrowthPatterns(), options.filter);
+  const auto growing = Wanted(
+      options.rows.empty() ? GrowthPatterns() : decltype(GrowthPatterns()){}, options.filter);
   if (rows.empty() && growing.empty()) {
     std::fprintf(stderr, "no row has \"%s\" in its name\n", options.filter.c_str());
     return 2;
@@ -177,7 +192,7 @@ int main(int argc, char** argv) {
     if (trovex::bench::ReadOptions(argc, argv, &options)) return trovex::bench::Run(options);
     std::fputs(
         "usage: side_by_side [--filter=WORDS] [--form=lines|line|rows] [--words=FILE] "
-        "[--json=FILE] TEXT...\n",
+        "[--rows=FILE] [--json=FILE] TEXT...\n",
         stderr);
   } catch (const std::exception& e) {
     std::fprintf(stderr, "side_by_side: %s\n", e.what());

@@ -2,6 +2,7 @@
 // against the engine alone.
 
 #include "tests/dice.h"
+#include "tests/heap_text.h"
 #include "tests/matcher/both_doors.h"
 #include "tests/matcher/tree_matcher.h"
 #include "tests/matcher/words/plain_words.h"
@@ -21,6 +22,7 @@ using testing::AllMatches;
 using testing::CompileProgram;
 using testing::Dice;
 using testing::ExactBytes;
+using testing::HeapText;
 using testing::RandomWords;
 using testing::TextOfWords;
 using testing::TreeMatcher;
