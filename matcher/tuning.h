@@ -148,8 +148,8 @@ inline constexpr double kCorrelation = 1.9;
 inline constexpr std::size_t kMostVariants = 64;
 /// Of what stands before a list in a pattern, a width up to this is made use of.
 inline constexpr std::size_t kLongestFixedLead = 256;
-/// More words are not parted among buckets.
-inline constexpr std::size_t kMostBucketWords = 128;
+/// Where more words are parted among buckets, those that begin alike stay together.
+inline constexpr std::size_t kMostBucketWords = 256;
 /// A stretch is scanned for places of words at a time, first of the one size, then doubled up to the other. Both
 /// are multiples of 64 and of every stride.
 inline constexpr std::size_t kFirstWordStretch = 192;

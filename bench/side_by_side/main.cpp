@@ -12,8 +12,8 @@
 // Whoever needs longer than kSecondsMax for a search has a "-".
 //
 // --filter runs only what has WORDS in its name, --form only one form, but of all texts. --words is a
-// sorted list of words in Windows Latin-1, of which the rows of long lists are made. --rows searches for the
-// patterns of a file instead, one a line (RowOfLine).
+// sorted list of words in Windows Latin-1, of which the rows of long lists are made. --rows has other rows than
+// the table's, one a line (RowOfLine).
 
 #include "bench/side_by_side/results.h"
 #include "bench/side_by_side/trials.h"
@@ -92,13 +92,13 @@ std::string ReadFile(const std::string& name) {
 std::vector<std::string> ReadLines(const std::string& name) {
   std::vector<std::string> lines;
   if (name.empty()) return lines;
-  std::istringstream content(ReadFile(name));
-  for (std::string line; std::getline(content, line);)
+  std::istringstream file(ReadFile(name));
+  for (std::string line; std::getline(file, line);)
     lines.push_back(line);
   return lines;
 }
 
-std::vector<Row> RowsFor(const Options& options) {
+std::vector<Row> AllRows(const Options& options) {
   if (options.rows.empty()) return MakeRows(ReadLines(options.words));
   std::vector<Row> rows;
   for (const std::string& line : ReadLines(options.rows))
@@ -149,7 +149,7 @@ std::vector<const T*> Wanted(std::span<const T> all, const std::string& filter) 
 }
 
 int Run(const Options& options) {
-  const std::vector<Row> allRows = RowsFor(options);
+  const std::vector<Row> allRows = AllRows(options);
   const auto rows = Wanted(std::span(allRows), options.filter);
   const auto growing = Wanted(
       options.rows.empty() ? GrowthPatterns() : decltype(GrowthPatterns()){}, options.filter);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 
 namespace trovex::bench {
 
@@ -163,12 +164,23 @@ std::vector<Row> MakeRows(const std::vector<std::string>& words) {
 }
 
 Row RowOfLine(const std::string& line) {
-  std::istringstream parts(line);
-  Row row = {.name = {}, .expression = {}, .mode = Mode::kLeaf};
-  std::getline(parts, row.expression, '\t');
-  std::getline(parts, row.peerPattern, '\t');
-  std::getline(parts, row.without);
-  row.name = row.expression;
+  std::istringstream fields(line);
+  Row row;
+  std::string mode;
+  std::getline(fields, row.name, '\t');
+  std::getline(fields, mode, '\t');
+  std::getline(fields, row.expression, '\t');
+  std::getline(fields, row.peerPattern, '\t');
+  std::getline(fields, row.without, '\t');
+  if (mode == "folded") {
+    row.mode = Mode::kFolded;
+  } else if (mode == "whole") {
+    row.mode = Mode::kWholeWords;
+  } else if (mode == "leaf") {
+    row.mode = Mode::kLeaf;
+  } else if (mode != "plain" || row.expression.empty()) {
+    throw std::runtime_error("no row: " + line);
+  }
   return row;
 }
 

@@ -67,8 +67,9 @@ struct Row {
 /// words there are none.
 std::vector<Row> MakeRows(const std::vector<std::string>& words);
 
-/// A row of one pattern that is told in a line: the pattern and, after a tab, how the peers word it where that
-/// differs; after another tab, who cannot do it.
+/// A row that is told in a line: its name, "plain", "leaf", "folded" or "whole", the expression, what the peers search for
+/// instead, if anything, and the names of those that cannot, with tabs between them. Throws std::runtime_error if it
+/// is none.
 Row RowOfLine(const std::string& line);
 
 }  // namespace trovex::bench

@@ -58,7 +58,7 @@ bool IsEndlessRun(const PositionGraph& graph) {
 
 std::optional<ListLead> ListLead::For(const SyntaxTree& tree, const GraphOptions& options,
                                       double mostCost, CompileBudget& budget) {
-  if (mostCost <= kCostOfBucketByte) return std::nullopt;
+  if (mostCost <= kCostOfBuckets) return std::nullopt;
   CompileBudget part = budget.Part(kMaxWordListSteps, kMaxWordListBytes);
   std::optional<ListLead> lead;
   try {
@@ -72,7 +72,7 @@ std::optional<ListLead> ListLead::For(const SyntaxTree& tree, const GraphOptions
 
 std::optional<ListLead> ListLead::Make(const SyntaxTree& tree, const GraphOptions& options,
                                        double mostCost, CompileBudget& budget) {
-  const double mostRate = (mostCost - kCostOfBucketByte) / kCostOfPlace * 100'000;
+  const double mostRate = (mostCost - kCostOfBuckets) / kCostOfPlace * 100'000;
   std::optional<ListInPattern> found = FindListInPattern(tree, mostRate, budget);
   if (!found) return std::nullopt;
   if (options.words && !found->before) {

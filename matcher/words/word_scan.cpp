@@ -160,15 +160,21 @@ class WordScanMaker {
   Choice ChooseLookup(std::size_t from, std::size_t to) {
     Choice best = ChooseWindows(from, to);
     // Of many words, only the shortest may be few enough for buckets.
-    if (from > 1) return best;
+    if (from > 1 || LeastCostOfBuckets(to) >= best.cost) return best;
     const std::optional<Buckets>& buckets = BucketsFor(to);
-    if (!buckets) return best;
-    const double cost = kCostOfBucketByte + buckets->rate * kCostOfBeginning;
-    if (cost < best.cost) best = {1, 1, cost, buckets->table};
+    if (buckets && buckets->cost < best.cost) best = {1, 1, buckets->cost, buckets->table};
     return best;
   }
 
-  /// Buckets for the words shorter than `to`; none if they are too many, or the machine lacks the instructions.
+  /// What buckets for the words shorter than `to` cost if these are found nowhere else.
+  double LeastCostOfBuckets(std::size_t to) const {
+    double rate = 0;
+    for (std::size_t length = 1; length < to; ++length)
+      rate += rates_[length][0][std::min(length, BucketTable::kMostBytes)];
+    return kCostOfBuckets + rate * kCostOfBeginning;
+  }
+
+  /// Buckets for the words shorter than `to`; none if the machine lacks the instructions.
   const std::optional<Buckets>& BucketsFor(std::size_t to) {
     std::optional<std::optional<Buckets>>& known = buckets_[to];
     if (!known) known = MakeBucketsFor(to);
@@ -176,27 +182,50 @@ class WordScanMaker {
   }
 
   std::optional<Buckets> MakeBucketsFor(std::size_t to) {
-    if (ChooseBucketScan() == nullptr) return std::nullopt;
-    std::size_t length = BucketTable::kMostBytes;
-    for (const std::string_view word : words_) {
-      if (std::min(word.size(), kLongLength) < to) length = std::min(length, word.size());
-    }
-    std::vector<BucketBeginning> beginnings;
-    std::string_view latest;
-    for (const std::string_view word : words_) {
-      if (std::min(word.size(), kLongLength) >= to || word.substr(0, length) == latest) continue;
-      latest = word.substr(0, length);
-      if (beginnings.size() == kMostBucketWords) return std::nullopt;
-      BucketBeginning& beginning = beginnings.emplace_back();
-      for (std::size_t i = 0; i < length; ++i)
-        beginning[i] = LookedUpAs(static_cast<Byte>(latest[i]));
-    }
+    const BucketLookup* const lookup = MachineBucketLookup();
+    if (lookup == nullptr) return std::nullopt;
+    std::vector<std::string_view> words;
+    std::copy_if(words_.begin(), words_.end(), std::back_inserter(words),
+                 [to](auto word) { return std::min(word.size(), kLongLength) < to; });
+    const std::vector<BucketBeginning> beginnings = BeginningsOf(words);
     const auto count = static_cast<std::int64_t>(beginnings.size());
     budget_.ChargeSteps(count * count * kBucketStepsPerPair);
     std::array<double, 256> frequencies{};
     for (std::size_t c = 0; c < 256; ++c)
       frequencies[scan_.translation_[c]] += (kByteFrequency[c] + 0.5) / 100'000;
-    return MakeBuckets(beginnings, length, frequencies, kCorrelation);
+    return MakeBuckets(beginnings, *lookup, frequencies, kCorrelation);
+  }
+
+  /// What `words`, which are sorted, begin with. If there are many, words that have as much in common as makes them
+  /// few are taken together.
+  std::vector<BucketBeginning> BeginningsOf(std::span<const std::string_view> words) {
+    const auto areAlike = [](std::size_t length) {
+      return [length](auto a, auto b) { return a.substr(0, length) == b.substr(0, length); };
+    };
+    std::size_t common = BucketTable::kMostBytes;
+    for (; common > 1; --common) {
+      std::size_t count = 1;
+      for (std::size_t i = 1; i < words.size(); ++i)
+        count += areAlike(common)(words[i - 1], words[i]) ? 0 : 1;
+      if (count <= kMostBucketWords) break;
+    }
+    budget_.ChargeSteps(static_cast<std::int64_t>(words.size()) * kSortStepsPerWord);
+    std::vector<BucketBeginning> beginnings;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+      if (i == 0 || !areAlike(common)(words[i - 1], words[i])) beginnings.emplace_back();
+      AddTo(beginnings.back(), words[i]);
+    }
+    return beginnings;
+  }
+
+  void AddTo(BucketBeginning& beginning, std::string_view word) const {
+    for (std::size_t i = 0; i < beginning.size(); ++i) {
+      if (i < word.size()) {
+        beginning[i] |= LookedUpAs(static_cast<Byte>(word[i]));
+      } else {
+        beginning[i].set();
+      }
+    }
   }
 
   /// What the bytes of a class are looked up as, in buckets and as what follows a beginning.
@@ -281,8 +310,8 @@ class WordScanMaker {
     const Choice choice = ChooseLookup(from, to);
     if (choice.buckets) {
       group.buckets = *choice.buckets;
-      group.findInBuckets = ChooseBucketScan();
-      group.testInBuckets = ChooseBucketTest();
+      group.findInBuckets = ChooseBucketScan(group.buckets);
+      group.testInBuckets = ChooseBucketTest(group.buckets);
     } else if (!AddWindows(words, choice, group)) {
       return false;
     }
