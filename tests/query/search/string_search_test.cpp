@@ -153,6 +153,11 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
                                          "a &1w b",
                                          "a &0w b &1w a",
                                          "a &>1w b",
+                                         "a &> b",
+                                         "ab &> a &> b+",
+                                         "(a & ab)|b &> b",
+                                         "a &> !(b & ab)",
+                                         "!ab &> a",
                                          "b &>0w !a",
                                          "ab &1w b* &1 a",
                                          "(ab|ba) & aa",
@@ -179,7 +184,12 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
       const Searched searched(expression, options);
       ASSERT_TRUE(searched.IsOfStrings()) << expression;
       ForEachText("ab \n", 6, [&](const std::string& text) {
-        ASSERT_EQ(searched.AsStrings(text), searched.AsStreams(text))
+        const Outcome expected = searched.AsStreams(text);
+        ASSERT_EQ(searched.AsStrings(text), expected)
+            << expression << (words ? ", words, in " : " in ") << ::testing::PrintToString(text);
+        Outcome first = expected;
+        first.items.resize(std::min<std::size_t>(1, expected.items.size()));
+        ASSERT_EQ(searched.AsStrings(text, 1), first)
             << expression << (words ? ", words, in " : " in ") << ::testing::PrintToString(text);
       });
     }
@@ -188,13 +198,13 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
 
 TEST(StringSearch, IsForPatternsBesideStrings) {
   for (const char* const expression :
-       {"a+ & b*", "a+ &1 b*", "a &> b", "a &99999 b", "a &99999w b", "!a & !b", "a & ~Meier",
-        "a &3 (b & (c &3 a))", "a &3 (b|(a & !(c &3 a)))"}) {
+       {"a+ & b*", "a+ &1 b*", "a &99999w b", "!a & !b", "a & ~Meier", "a &3 (b & (c &3 a))",
+        "a &3 (b|(a & !(c &3 a)))"}) {
     EXPECT_FALSE(Searched(expression).IsOfStrings()) << expression;
   }
   for (const char* const expression :
-       {"a &>3 b", "a &3w b", "a & (b &3 c)", "a &3 (b & c)", "a+ & (b|c)", "(ab|c) &3 x+",
-        "(a &3 b)|(c &3 d)", "a & !(b &3 c)"}) {
+       {"a &>3 b", "a &> b", "a &99999 b", "a &3w b", "a & (b &3 c)", "a &3 (b & c)", "a+ & (b|c)",
+        "(ab|c) &3 x+", "(a &3 b)|(c &3 d)", "a & !(b &3 c)"}) {
     EXPECT_TRUE(Searched(expression).IsOfStrings()) << expression;
   }
   const std::string sixteen = "a & b & c & d & e & f & g & h & i & j & k & l & m & n & o & p";
@@ -244,7 +254,10 @@ std::string RandomTree(Dice& dice, int depth) {
     const std::string distance = std::to_string(dice.OneIn(4) ? 300 : dice.Between(0, 12));
     const std::string order = dice.OneIn(3) ? ">" : "";
     expression += " &";
-    if (dice.OneIn(2)) expression += order + distance + (dice.OneIn(4) ? "w" : "");
+    if (dice.OneIn(2)) {
+      const bool isEndless = !order.empty() && dice.OneIn(3);
+      expression += isEndless ? order : order + distance + (dice.OneIn(4) ? "w" : "");
+    }
     expression += dice.OneIn(4) ? " !" : " ";
     expression += RandomOperand(dice, depth);
   }
@@ -381,6 +394,17 @@ TEST(StringSearch, LeavesToStreamsWhatLiesTooCloseTogether) {
     for (const std::size_t most : {std::size_t{0}, std::size_t{3}, std::size_t{5000}, SIZE_MAX})
       EXPECT_EQ(searched.AsStrings(text, most), searched.AsStreams(text, most)) << expression;
   }
+}
+
+TEST(StringSearch, LeavesToStreamsWhatIsTooMuchForADistanceWithoutAnEnd) {
+  std::string text = "--b--ab--";
+  for (int i = 0; i < 150'000; ++i)
+    text += "a b ";
+  text += "--ab--a-";
+  const Searched searched("a &> b &> ab");
+  ASSERT_TRUE(searched.IsOfStrings());
+  for (const std::size_t most : {std::size_t{0}, std::size_t{3}, SIZE_MAX})
+    EXPECT_EQ(searched.AsStrings(text, most), searched.AsStreams(text, most)) << most;
 }
 
 }  // namespace
