@@ -261,8 +261,9 @@ Verdict QuerySearch::RunForAll(TextView text, const SearchOptions& options, Visi
   return GiveUpAlone();
 }
 
-/// The same in a long text of UTF-8, of whose bytes only those with a match are looked at for combining marks, block by
-/// block. Nothing where a block may hold one: `passed` items were handed out before it.
+/// The same in a long text of UTF-8, block by block. Where a combining mark may follow a match, its last letter is another
+/// one: then the verdict is left to the streams, and `passed` items were handed out before it. Nowhere else do marks make a
+/// difference to a pattern of ASCII.
 std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptions& options,
                                                 Visit visit, void* visitContext,
                                                 std::size_t& passed) {
@@ -273,9 +274,9 @@ std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptio
     const TextView block = text.subspan(range.begin, range.Length());
     alone_->Begin(block);
     ByteRange match = alone_->Next();
-    if (alone_->Outcome() == SearchOutcome::kNotFound) continue;
-    if (MayHoldMarks(block)) return std::nullopt;
     for (; alone_->Outcome() == SearchOutcome::kFound; match = alone_->Next()) {
+      const bool isAtEnd = match.end == block.size();
+      if (!isAtEnd && MayHoldMarks(block.subspan(match.end, 1))) return std::nullopt;
       if (options.mostItems == 0) return Verdict::kYes;
       ++passed;
       const ByteRange item = {range.begin + match.begin, range.begin + match.end};
