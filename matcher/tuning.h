@@ -101,7 +101,7 @@ inline constexpr double kRequiredAdvantageOverRuns = 8;
 inline constexpr double kCommonLead = 800;
 inline constexpr double kAdvantageOfRows = 4;
 /// From where on a string is so common that it is looked for as such a row, with what must stand beside it.
-/// Measured: "\\<[a-z]{4}\\>" with 100,000, 3.6 to 5.5.
+/// Measured: "\<[a-z]{4}\>" with 100,000, 3.6 to 5.5.
 inline constexpr double kCommonString = 4'000;
 /// How much rarer than the leading bytes a string in the middle of a row must be, and how rare, where the row can be
 /// looked for as a whole. Measured, on 9 to 10 MB of manual pages, prose and a log: four numbers with dots

@@ -160,8 +160,9 @@ CharSet BytesAtEdge(Iterator first, Iterator last) {
   return bytes;
 }
 
-/// Whether all matches of `runs` have the same beside them, which is then told, and a scan can find where they end. Where
-/// a run at an edge may be missing, its bytes must be among those that have it beside them: of "\< *a" no blank has.
+/// Whether all matches of `runs` have the same beside them, which is then told, and a scan can find where they end.
+/// Where a run at an edge may be missing, its bytes must be among those that have it beside them: of "\< *a" no
+/// blank has.
 bool CanTakeRuns(const std::vector<Run>& runs, const PositionGraph& graph,
                  const std::optional<Beside>& beside) {
   if (runs.empty() || !beside) return false;

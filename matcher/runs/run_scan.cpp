@@ -238,8 +238,8 @@ const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Not
   return place;
 }
 
-/// Behind the first of the strings after the run that begin from `lowest` up to `highest`, in a text that ends at `end`; null
-/// if there is none.
+/// Behind the first of the strings after the run that begin from `lowest` up to `highest`, in a text that ends at
+/// `end`; null if there is none.
 const unsigned char* RunScan::AfterBridge(const ReadyRun& run, const Byte* lowest,
                                           const Byte* highest, const Byte* end) {
   const auto length = static_cast<std::ptrdiff_t>(run.bridge->Length());

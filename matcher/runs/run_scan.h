@@ -84,8 +84,8 @@ class RunScan {
   };
 
   /// Whether finding out where a match of `runs` ends, with a byte of `after` after it, takes no longer than it may,
-  /// and only the last run of no fixed length can have a byte that what follows can begin with, too, or one that another
-  /// takes over from.
+  /// and no run of no fixed length but the last, and those that another takes over from, can have a byte that what
+  /// follows can begin with, too.
   static bool CanTake(const std::vector<Run>& runs, const CharSet& after = ~CharSet());
 
   /// Takes 1 to `kMaxRuns` runs that it can take.

@@ -351,8 +351,8 @@ class Chooser {
 
   std::size_t Count() const { return chosen_[0].size(); }
 
-  /// Whether only single bytes are looked for so far, and a class would be with a probe at `offset`: then a place takes about
-  /// twice as long.
+  /// Whether only single bytes are looked for so far, and a class would be with a probe at `offset`: then a place takes
+  /// about twice as long.
   bool MixesWithBytes(std::size_t offset) const {
     if (alternatives_.size() > 1 || alternatives_[0][offset].count() == 1) return false;
     return std::all_of(chosen_[0].begin(), chosen_[0].end(),
