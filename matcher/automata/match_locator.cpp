@@ -318,8 +318,10 @@ LocatorProgram::Answer LocatorProgram::LookForRuns(const Byte* place, const Byte
   RunScan::Notes notes;
   const auto [start, stop] =
       class_ ? class_->First(place, end) : middle_->First(place, end, *runs_, notes);
+  // Asked before anything is written: both at once would be waited for.
+  if (start == nullptr) return Answer::kNoMatch;
   match = {start, stop};
-  return match.start != nullptr ? Answer::kMatch : Answer::kNoMatch;
+  return Answer::kMatch;
 }
 
 /// Tries `place` and the ones after it that `next` gives.

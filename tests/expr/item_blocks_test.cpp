@@ -67,6 +67,14 @@ class ItemBlocks : public ::testing::Test {
   void TearDown() override { FreeStockedItemBlocks(); }
 };
 
+TEST_F(ItemBlocks, AreNotNeededForTheArrayWhichTakesThePlaceOfTheOneBeforeIt) {
+  const void* const place = trovex::MakeResult().get();
+  const auto next = trovex::MakeResult();
+  const auto besides = trovex::MakeResult();
+  EXPECT_EQ(next.get(), place);
+  EXPECT_NE(besides.get(), place);
+}
+
 TEST_F(ItemBlocks, HoldTheItemsAsTheyWereMade) {
   for (int count = 0; count < kSeveralBlocks; count += count < 300 ? 1 : 97) {
     const auto array = MakeItems(count);
