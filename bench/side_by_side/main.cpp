@@ -13,8 +13,7 @@
 //
 // --filter runs only what has WORDS in its name, --form only one form, but of all texts. --words is a
 // sorted list of words in Windows Latin-1, of which the rows of long lists are made. --rows has other rows than
-// the table's, one a line: its name, "plain", "folded" or "whole", the expression, what the peers search for
-// instead, if anything, and the names of those that cannot, with tabs between them.
+// the table's, one a line (RowOfLine).
 
 #include "bench/side_by_side/results.h"
 #include "bench/side_by_side/trials.h"
@@ -89,6 +88,7 @@ std::string ReadFile(const std::string& name) {
   return content;
 }
 
+/// The lines of a file; none without a name.
 std::vector<std::string> ReadLines(const std::string& name) {
   std::vector<std::string> lines;
   if (name.empty()) return lines;
@@ -98,31 +98,11 @@ std::vector<std::string> ReadLines(const std::string& name) {
   return lines;
 }
 
-/// Throws std::runtime_error where a line is no row.
-Row ReadRow(const std::string& line) {
-  std::istringstream fields(line);
-  Row row;
-  std::string mode;
-  std::getline(fields, row.name, '\t');
-  std::getline(fields, mode, '\t');
-  std::getline(fields, row.expression, '\t');
-  std::getline(fields, row.peerPattern, '\t');
-  std::getline(fields, row.without, '\t');
-  if (mode == "folded") {
-    row.mode = Mode::kFolded;
-  } else if (mode == "whole") {
-    row.mode = Mode::kWholeWords;
-  } else if (mode != "plain" || row.expression.empty()) {
-    throw std::runtime_error("no row: " + line);
-  }
-  return row;
-}
-
 std::vector<Row> AllRows(const Options& options) {
   if (options.rows.empty()) return MakeRows(ReadLines(options.words));
   std::vector<Row> rows;
   for (const std::string& line : ReadLines(options.rows))
-    rows.push_back(ReadRow(line));
+    rows.push_back(RowOfLine(line));
   return rows;
 }
 
@@ -171,7 +151,8 @@ std::vector<const T*> Wanted(std::span<const T> all, const std::string& filter) 
 int Run(const Options& options) {
   const std::vector<Row> allRows = AllRows(options);
   const auto rows = Wanted(std::span(allRows), options.filter);
-  const auto growing = Wanted(GrowthPatterns(), options.filter);
+  const auto growing = Wanted(
+      options.rows.empty() ? GrowthPatterns() : decltype(GrowthPatterns()){}, options.filter);
   if (rows.empty() && growing.empty()) {
     std::fprintf(stderr, "no row has \"%s\" in its name\n", options.filter.c_str());
     return 2;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <sstream>
+#include <stdexcept>
 
 namespace trovex::bench {
 
@@ -159,6 +161,27 @@ std::vector<Row> MakeRows(const std::vector<std::string>& words) {
   for (const std::vector<Row>& more : {Expressions(), ListsOf(words)})
     rows.insert(rows.end(), more.begin(), more.end());
   return rows;
+}
+
+Row RowOfLine(const std::string& line) {
+  std::istringstream fields(line);
+  Row row;
+  std::string mode;
+  std::getline(fields, row.name, '\t');
+  std::getline(fields, mode, '\t');
+  std::getline(fields, row.expression, '\t');
+  std::getline(fields, row.peerPattern, '\t');
+  std::getline(fields, row.without, '\t');
+  if (mode == "folded") {
+    row.mode = Mode::kFolded;
+  } else if (mode == "whole") {
+    row.mode = Mode::kWholeWords;
+  } else if (mode == "leaf") {
+    row.mode = Mode::kLeaf;
+  } else if (mode != "plain" || row.expression.empty()) {
+    throw std::runtime_error("no row: " + line);
+  }
+  return row;
 }
 
 }  // namespace trovex::bench

@@ -9,39 +9,53 @@
 
 namespace trovex {
 
+/// The string that begins with run `middle`: what has a fixed length there, and beside that one byte before it and
+/// what every match has after it.
+struct MiddleString {
+  std::vector<CharSet> sets;
+  bool hasLead;
+  bool isLast;  // the row ends with it
+};
+
 namespace {
 
 bool Meet(const Run& a, const Run& b) {
   return (a.bytes & b.bytes).any();
 }
 
+/// Whether run `index` has a byte of one before `middle` that can stand right after it.
+bool MeetsNext(const std::vector<Run>& runs, std::size_t index, std::size_t middle) {
+  for (std::size_t next = index + 1; next < middle; ++next) {
+    if (Meet(runs[index], runs[next])) return true;
+    if (runs[next].least > 0) break;
+  }
+  return false;
+}
+
 /// Whether the way back from run `middle`, the first of a string, is one, as it is told above.
 bool IsMiddle(const std::vector<Run>& runs, std::size_t middle) {
   if (!runs[middle].IsFixed() || runs[middle].least == 0) return false;
+  bool hasBefore = false;  // whether something has to stand before the run
   for (std::size_t i = 0; i < middle; ++i) {
-    const bool isLast = i + 1 == middle;
-    if (runs[i].least == 0) return false;
-    if (!isLast && Meet(runs[i], runs[i + 1])) return false;
-    if (!Meet(runs[i], runs[middle])) continue;
-    if (!isLast || runs[i].most != Run::kEndless) return false;
+    const Run& run = runs[i];
+    const bool isEndless = run.most == Run::kEndless;
+    if (MeetsNext(runs, i, middle)) return false;
+    if (i > 0 && !isEndless && !hasBefore) return false;
+    if (run.least > 0) hasBefore = true;
+    if (!Meet(run, runs[middle])) continue;
+    const bool isAlone = middle == 1 && run.least <= kFewRunBytes;
+    if (i + 1 != middle || (!isEndless && !isAlone)) return false;
   }
   return true;
 }
 
-/// The string that begins with run `middle`: what has a fixed length there, and beside that one byte before it and
-/// what every match has after it. Common sets at the ends of a long one take longer to look at than they save.
-struct Middle {
-  std::vector<CharSet> string;
-  bool hasLead;
-  bool isLast;  // the row ends with it
-};
-
-Middle StringFrom(const std::vector<Run>& runs, std::size_t middle) {
+/// Common sets at the ends of a long string take longer to look at than they save.
+MiddleString StringFrom(const std::vector<Run>& runs, std::size_t middle) {
   const auto isCommon = [](const CharSet& set) {
     return ExpectedRate(Probes{{0, set}}) > kCommonSet;
   };
   std::vector<CharSet> string;
-  const bool isTold = !Meet(runs[middle - 1], runs[middle]);
+  const bool isTold = runs[middle - 1].least > 0 && !Meet(runs[middle - 1], runs[middle]);
   bool isLast = false;
   if (isTold) string.push_back(runs[middle - 1].bytes);
   for (std::size_t next = middle; next < runs.size(); ++next) {
@@ -60,34 +74,34 @@ Middle StringFrom(const std::vector<Run>& runs, std::size_t middle) {
 }
 
 /// What must stand after the string, which is what must stand after a match where the row ends with it.
-Beside AfterString(const Middle& middle, const Beside& beside) {
+Beside AfterString(const MiddleString& middle, const Beside& beside) {
   Beside after;
   if (middle.isLast) after.after = beside.after;
   return after;
 }
 
 /// At how many of 100,000 places the string is to be expected.
-double RateOf(const Middle& middle, const Beside& beside) {
-  std::vector<CharSet> string = middle.string;
+double RateOf(const MiddleString& middle, const Beside& beside) {
+  std::vector<CharSet> string = middle.sets;
   if (middle.isLast && beside.AsksAfter()) string.push_back(beside.after);
   return RateInClusters(ChooseProbes(string));
 }
 
 /// Whether the one way back leads to the only start that has what must stand before it.
 bool IsStartOnly(const std::vector<Run>& runs, const Beside& beside) {
-  return !beside.AsksBefore() || runs.front().IsFixed() ||
-         (runs.front().bytes & beside.before).none();
+  if (!beside.AsksBefore() || runs.front().IsFixed()) return true;
+  return runs.front().least > 0 && (runs.front().bytes & beside.before).none();
 }
 
 }  // namespace
 
-RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Beside& beside)
-    : meetsMiddle_(Meet(runs[middle - 1], runs[middle])),
-      string_(StringFrom(runs, middle).string, AfterString(StringFrom(runs, middle), beside)) {
-  const Middle told = StringFrom(runs, middle);
-  lead_ = told.hasLead ? 1 : 0;
-  rate_ = RateOf(told, beside);
-  mayBeBefore_ = MembersOf(beside.before);
+RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const MiddleString& told,
+                     const Beside& beside)
+    : meetsMiddle_(runs[middle - 1].most == Run::kEndless && Meet(runs[middle - 1], runs[middle])),
+      lead_(told.hasLead ? 1 : 0),
+      mayBeBefore_(MembersOf(beside.before)),
+      rate_(RateOf(told, beside)),
+      string_(told.sets, AfterString(told, beside)) {
   for (std::size_t i = middle; i-- > 0;)
     before_.push_back({runs[i].least, runs[i].most, MembersOf(runs[i].bytes)});
 }
@@ -97,7 +111,7 @@ std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs, const Besi
   if (runs.empty() || !IsStartOnly(runs, beside)) return rarest;
   for (std::size_t middle = 1; middle < runs.size(); ++middle) {
     if (!IsMiddle(runs, middle)) continue;
-    RunMiddle found(runs, middle, beside);
+    RunMiddle found(runs, middle, StringFrom(runs, middle), beside);
     if (!rarest || found.rate_ < rarest->rate_) rarest.emplace(std::move(found));
   }
   return rarest;

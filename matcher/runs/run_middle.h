@@ -7,12 +7,15 @@
 //   [0-9]{1,3}\.[0-9]{1,3}\.[0-9]+    [0-9]\.[0-9] is looked for; from its dot back over up to three digits
 //   [a-z]+ung                         "ung"; from there back over all letters
 //   [A-Z][a-z]+keit                   "keit"; back over all small letters, and one capital
+//   .{0,500}x                         "x"; from the first one back over up to 500 bytes of the line
 //
 // The way back is one and leads to the leftmost start, because the runs on it have nothing in common with their
 // neighbours, and the first byte of the string belongs to none of them: so no match that begins before the
-// string has another one first. The run right before the string may have that byte where it has no end and
-// only the string follows it: it goes back to the same place from wherever in it the string stands, and which of
-// the strings in it is the last is told on the way forward.
+// string has another one first. A run that may be missing makes neighbours of those at its sides; and where all
+// before a run may be missing, it has no end, for a match could begin in the middle of it. The run right before
+// the string may have that byte where it has no end and only the string follows it: it goes back to the same place
+// from wherever in it the string stands, and which of the strings in it is the last is told on the way forward. If
+// it is all that stands before the string, it may have an end, too: the first string leads furthest to the left.
 //
 // What must stand before a match is asked of that one place: no byte of a first run that has no fixed length will
 // do for it.
@@ -33,6 +36,8 @@
 #include <vector>
 
 namespace trovex {
+
+struct MiddleString;
 
 class RunMiddle {
  public:
@@ -82,7 +87,8 @@ class RunMiddle {
     const Byte* tried;  // where the string stood that no match was found around; null: none
   };
 
-  RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Beside& beside);
+  RunMiddle(const std::vector<Run>& runs, std::size_t middle, const MiddleString& told,
+            const Beside& beside);
   const Byte* StartBefore(const Byte* middle, const Walk& walk) const;
 
   /// The match that the string at `found` leads to; null if there is none.
@@ -100,10 +106,10 @@ class RunMiddle {
   }
 
   std::vector<RunBefore> before_;
-  bool meetsMiddle_;         // the run before the string may hold its first byte
-  std::ptrdiff_t lead_ = 0;  // how many bytes of that run the string begins with: one or none
+  bool meetsMiddle_;         // the run before the string has no end and may hold its first byte
+  std::ptrdiff_t lead_;      // how many bytes of that run the string begins with: one or none
   MemberTable mayBeBefore_;  // the bytes that may stand before a match
-  double rate_ = 0;
+  double rate_;
   StringScan string_;
 };
 

@@ -40,8 +40,7 @@ bool CanBeWalked(const std::vector<Run>& runs, std::size_t index) {
   if (run.most != Run::kEndless && run.most > kMostBoundedRun) return false;
   if (run.IsFixed() || !MeetsWhatFollows(runs, index)) return true;
   const std::optional<std::uint32_t> tail = FixedLengthAfter(runs, index);
-  return tail && *tail <= kMostTailBytes &&
-         (run.most == Run::kEndless || run.most <= kMostTriedRun);
+  return tail && *tail <= kMostTailBytes;
 }
 
 }  // namespace

@@ -101,8 +101,16 @@ const std::vector<Beside> kBeside = {{},
 TEST(RunMiddle, FindsTheMatchesOfAllSmallRowsInAllSmallTexts) {
   Runs choices;
   for (const char* set : {"a", "b", "ab"}) {
-    for (const auto& [least, most] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
-             {1, 1}, {0, 1}, {1, ByteRun::kEndless}, {2, ByteRun::kEndless}, {1, 2}, {2, 2}})
+    for (const auto& [least, most] :
+         std::vector<std::pair<std::uint32_t, std::uint32_t>>{{1, 1},
+                                                              {0, 1},
+                                                              {0, 3},
+                                                              {0, ByteRun::kEndless},
+                                                              {1, ByteRun::kEndless},
+                                                              {2, ByteRun::kEndless},
+                                                              {1, 2},
+                                                              {2, 2},
+                                                              {2, 3}})
       choices.push_back({SetOf(set), least, most});
   }
   std::vector<Runs> rows;
@@ -112,8 +120,10 @@ TEST(RunMiddle, FindsTheMatchesOfAllSmallRowsInAllSmallTexts) {
       for (const ByteRun& third : Runs{{SetOf("a"), 1, 1},
                                        {SetOf("b"), 1, 1},
                                        {SetOf("b"), 1, 2},
-                                       {SetOf("ab"), 1, ByteRun::kEndless}})
+                                       {SetOf("ab"), 1, ByteRun::kEndless}}) {
         rows.push_back({first, second, third});
+        if (second.least == 0) rows.push_back({first, second, third, {SetOf("-"), 1, 1}});
+      }
     }
   }
   std::vector<Block> texts;
@@ -153,7 +163,7 @@ Runs RandomRuns(Dice& dice) {
   Runs runs(static_cast<std::size_t>(dice.Between(2, 6)));
   for (ByteRun& run : runs) {
     run.bytes = sets[static_cast<std::size_t>(dice.Between(0, static_cast<int>(sets.size()) - 1))];
-    run.least = static_cast<std::uint32_t>(dice.OneIn(8) ? 0 : dice.Between(1, 3));
+    run.least = static_cast<std::uint32_t>(dice.OneIn(4) ? 0 : dice.Between(1, 3));
     run.most = dice.OneIn(2) ? run.least + static_cast<std::uint32_t>(dice.Between(0, 2))
                              : ByteRun::kEndless;
     if (run.most == 0) run.most = 1;
@@ -230,11 +240,16 @@ TEST(RunMiddle, ARowOfWhichTheWayBackIsNotOneHasNone) {
   const ByteRun b = {SetOf("b"), 1, 1};
   const ByteRun dash = {SetOf("-"), 1, 1};
   EXPECT_FALSE(RunMiddle::For({letters}));
-  EXPECT_FALSE(RunMiddle::For({few, b}));
+  EXPECT_FALSE(RunMiddle::For({{SetOf("ab"), 5, 9}, b}));
+  EXPECT_FALSE(RunMiddle::For({dash, few, b}));
   EXPECT_FALSE(RunMiddle::For({b, letters}));
-  EXPECT_FALSE(RunMiddle::For({{SetOf("a"), 0, 1}, dash}));
+  EXPECT_FALSE(RunMiddle::For({{SetOf("a"), 0, 1}, {SetOf("b"), 0, 3}, dash}));
+  EXPECT_FALSE(RunMiddle::For({{SetOf("a"), 1, 1}, {SetOf("b"), 0, 1}, letters, dash}));
   EXPECT_TRUE(RunMiddle::For({letters, b}));
+  EXPECT_TRUE(RunMiddle::For({few, b}));
   EXPECT_TRUE(RunMiddle::For({few, dash}));
+  EXPECT_TRUE(RunMiddle::For({{SetOf("a"), 0, 1}, dash}));
+  EXPECT_TRUE(RunMiddle::For({{SetOf("a"), 0, 1}, {SetOf("b"), 0, ByteRun::kEndless}, dash}));
 }
 
 }  // namespace
