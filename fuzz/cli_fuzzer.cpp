@@ -8,10 +8,10 @@
 #include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "hosts/cli/command/options.h"
+#include "hosts/cli/expression/expression.h"
 #include "hosts/cli/files/code_page.h"
 #include "hosts/cli/files/utf8_validity.h"
 #include "hosts/cli/output/visible_text.h"
-#include "hosts/cli/search/expression.h"
 #include "hosts/cli/search/units.h"
 
 #include <trovex/query.h>

@@ -3,10 +3,12 @@
 #include "hosts/cli/program.h"
 
 #include "hosts/cli/command/options.h"
-#include "hosts/cli/command/word_list.h"
+#include "hosts/cli/expression/explain.h"
+#include "hosts/cli/expression/expression.h"
+#include "hosts/cli/expression/fault_text.h"
+#include "hosts/cli/expression/word_list.h"
 #include "hosts/cli/files/file_walk.h"
 #include "hosts/cli/files/input.h"
-#include "hosts/cli/output/fault_text.h"
 #include "hosts/cli/output/interruption.h"
 #include "hosts/cli/output/json.h"
 #include "hosts/cli/output/ordered_output.h"
@@ -16,8 +18,6 @@
 #include "hosts/cli/output/terminal.h"
 #include "hosts/cli/output/visible_text.h"
 #include "hosts/cli/search/classic_search.h"
-#include "hosts/cli/search/explain.h"
-#include "hosts/cli/search/expression.h"
 #include "hosts/cli/search/search_pool.h"
 
 #include <fcntl.h>

@@ -1,8 +1,8 @@
 // The typed expression: its conversion, the escaping of --literal, several at once, and faults.
 
-#include "hosts/cli/search/expression.h"
+#include "hosts/cli/expression/expression.h"
 
-#include "hosts/cli/output/fault_text.h"
+#include "hosts/cli/expression/fault_text.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -60,6 +60,53 @@ TEST_F(Memory, OfLinesAndParagraphsOfEighteenMegabytesIsBounded) {
   }
 }
 
+TEST_F(Memory, OfManyMatchesOnALongLineIsBounded) {
+  Shell(
+      "yes 'eine Zeile mit Zahlen' | head -c 5000000 | tr '\\n' ' ' > t;"
+      "iconv -f utf-8 -t utf-16 t > w; for i in 1 2 3; do cat t; echo; done > u");
+  for (const char* options : {"-o", "--color always", "-c --stats", "-m1 -o"}) {
+    for (const char* file : {"w", "u", "- < t"}) {
+      const RunResult run =
+          Shell(std::string("$TROVEX -j2 ") + options + " '[a-z]' " + file + " > /dev/null");
+      EXPECT_LT(run.kilobytes, kMost) << options << " " << file;
+    }
+  }
+  for (const char* options :
+       {"-ob --column '[a-z]'", "--color always -C1 '[a-z]'", "--json '[a-z]+'",
+        "--json -C1 '[a-z]+'", "-c --stats -S line '[a-z] & Zahl'", "-o --tag 1 '([a-z])[a-z]*'"}) {
+    const RunResult run = Shell(std::string("$TROVEX ") + options + " t > /dev/null");
+    EXPECT_LT(run.kilobytes, kMost) << options;
+  }
+}
+
+TEST_F(Memory, OfALineThatIsRepeatedForEachMatchIsBounded) {
+  Shell("yes 'eine Zeile' | head -c 6000000 | tr '\\n' ' ' > t");
+  const RunResult run = Shell("$TROVEX --vimgrep eine t | head -c 100000000 | wc -c");
+  EXPECT_EQ(run.out, "100000000\n");
+  EXPECT_LT(run.kilobytes, kMost);
+}
+
+TEST_F(Memory, OfLongLinesThatMayBecomeContextIsBounded) {
+  Shell(
+      "yes 'eine Zeile' | head -c 6000000 | tr '\\n' ' ' > s;"
+      "for i in 1 2 3 4 5 6 7 8 9; do cat s; echo; done > t; echo Ziel >> t");
+  for (const char* threads : {"1", "2"}) {
+    const RunResult run = Shell(std::string("$TROVEX -B8 Ziel t -j ") + threads + " | wc -l");
+    EXPECT_EQ(run.out, "9\n");
+    EXPECT_LT(run.kilobytes, kMost);
+  }
+}
+
+TEST_F(Memory, OfManyShortLinesAfterALongOneIsBounded) {
+  Shell("{ yes x | head -c 8000000 | tr '\\n' ' '; echo; yes x | head -c 8000000; } > t");
+  for (const char* options : {"-n x", "-n -v y", "-S line 'x & !y'", "-o x"}) {
+    const RunResult run = Shell(std::string("$TROVEX ") + options + " t > /dev/null");
+    EXPECT_LT(run.kilobytes, kMost) << options;
+    const RunResult pipe = Shell(std::string("cat t | $TROVEX ") + options + " > /dev/null");
+    EXPECT_LT(pipe.kilobytes, kMost) << options;
+  }
+}
+
 TEST_F(Memory, AReaderThatHasSeenEnoughEndsASearchWithoutEnd) {
   EXPECT_EQ(Shell("yes | $TROVEX -S line y | head -1").out, "1:y\n");
   EXPECT_EQ(Shell("yes | $TROVEX -m 3 -N y").out, "y\ny\ny\n");

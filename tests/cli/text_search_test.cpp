@@ -128,6 +128,62 @@ std::vector<std::size_t> Begins(const Found& found) {
   return begins;
 }
 
+/// Adds a portion to what was found before.
+void Join(const Found& portion, Found& whole) {
+  for (const FoundLine& line : portion.lines) {
+    if (line.goesOn) {
+      ASSERT_EQ(line.line, whole.lines.back().line);
+      whole.lines.back().matchCount += line.matchCount;
+    } else {
+      whole.lines.push_back(line);
+      whole.lines.back().firstMatch += whole.matches.size();
+    }
+  }
+  whole.matches.insert(whole.matches.end(), portion.matches.begin(), portion.matches.end());
+  whole.satisfied.insert(whole.satisfied.end(), portion.satisfied.begin(), portion.satisfied.end());
+  whole.linesWithMatches += portion.linesWithMatches;
+  whole.unitsWithout += portion.unitsWithout;
+}
+
+/// What is found is the same in portions, and as far as they are taken.
+void HoldPortionsAgainstWhole(const SearchPlan& plan, const std::string& text, Need need,
+                              testing::Dice& dice) {
+  Found whole;
+  TextSearch(plan).Search(text, need, whole);
+  TextSearch search(plan, static_cast<std::size_t>(dice.Between(1, 6)));
+  const int most = dice.OneIn(3) ? dice.Between(1, 3) : 1000;
+  int taken = 0;
+  bool goesOn = false;
+  Found joined;
+  const auto take = [&](Found& portion) {
+    EXPECT_FALSE(portion.lines.empty());
+    EXPECT_EQ(portion.lines.front().goesOn, goesOn);
+    goesOn = portion.lastGoesOn;
+    Join(portion, joined);
+    portion.Clear();
+    return ++taken < most;
+  };
+  Found last;
+  search.Search(text, need, last, take);
+  if (taken == most) {
+    ASSERT_FALSE(last.Any());
+    ASSERT_TRUE(std::equal(joined.matches.begin(), joined.matches.end(), whole.matches.begin()));
+    return;
+  }
+  Join(last, joined);
+  ASSERT_EQ(joined.matches, whole.matches);
+  ASSERT_EQ(joined.satisfied, whole.satisfied);
+  ASSERT_EQ(joined.linesWithMatches, whole.linesWithMatches);
+  ASSERT_EQ(joined.unitsWithout, whole.unitsWithout);
+  ASSERT_EQ(joined.lines.size(), whole.lines.size());
+  for (std::size_t i = 0; i < whole.lines.size(); ++i) {
+    ASSERT_EQ(joined.lines[i].line, whole.lines[i].line);
+    ASSERT_EQ(joined.lines[i].matched, whole.lines[i].matched);
+    ASSERT_EQ(joined.lines[i].firstMatch, whole.lines[i].firstMatch);
+    ASSERT_EQ(joined.lines[i].matchCount, whole.lines[i].matchCount);
+  }
+}
+
 void HoldAgainstPlain(std::uint32_t seed) {
   testing::Dice dice(seed);
   Options options;
@@ -166,6 +222,12 @@ void HoldAgainstPlain(std::uint32_t seed) {
         << where();
     search.Search(text, Need::kVerdict, found);
     ASSERT_EQ(found.Any(), !plain.lines.empty() || plain.unitsWithout > 0) << where();
+    if (i > 0) continue;
+    for (const Need need : {Need::kLines, Need::kMatches}) {
+      SCOPED_TRACE(where());
+      HoldPortionsAgainstWhole(plan, text, need, dice);
+      if (::testing::Test::HasFatalFailure()) return;
+    }
   }
 }
 

@@ -1,6 +1,6 @@
 // Lists of words, and several expressions as one.
 
-#include "hosts/cli/command/word_list.h"
+#include "hosts/cli/expression/word_list.h"
 
 #include "tests/dice.h"
 

@@ -6,6 +6,7 @@
 #include "hosts/cli/files/utf8_validity.h"
 #include "hosts/cli/output/visible_text.h"
 
+#include <charconv>
 #include <cstdio>
 
 namespace trovex::cli {
@@ -25,8 +26,7 @@ bool StandsForItself(char c) {
 }
 
 /// JSON may be read on a terminal, so what a terminal obeys is escaped, too.
-void AppendString(std::string_view text, std::string& out) {
-  out += '"';
+void AppendEscaped(std::string_view text, std::string& out) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const std::size_t begin = i;
     while (i < text.size() && StandsForItself(text[i]))
@@ -54,7 +54,6 @@ void AppendString(std::string_view text, std::string& out) {
       AppendEscape(static_cast<unsigned char>(c), out);
     }
   }
-  out += '"';
 }
 
 std::string Base64(std::string_view bytes) {
@@ -77,19 +76,32 @@ std::string Base64(std::string_view bytes) {
 void JsonObject::Name(std::string_view name) {
   if (!first_) out_ += ',';
   first_ = false;
-  AppendString(name, out_);
-  out_ += ':';
+  out_ += '"';
+  out_ += name;
+  out_ += "\":";
 }
 
 JsonObject& JsonObject::Text(std::string_view name, std::string_view value) {
-  Name(name);
-  AppendString(value, out_);
+  BeginText(name);
+  AppendEscaped(value, out_);
+  EndText();
   return *this;
 }
 
-JsonObject& JsonObject::Number(std::string_view name, std::int64_t value) {
+void JsonObject::BeginText(std::string_view name) {
   Name(name);
-  out_ += std::to_string(value);
+  out_ += '"';
+}
+
+void JsonObject::AddText(std::string_view part) {
+  AppendEscaped(part, out_);
+}
+
+JsonObject& JsonObject::Number(std::string_view name, std::int64_t value) {
+  char digits[24];
+  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  Name(name);
+  out_.append(digits, static_cast<std::size_t>(end - digits));
   return *this;
 }
 

@@ -17,6 +17,10 @@ class JsonObject {
 
   /// `value` is valid UTF-8.
   JsonObject& Text(std::string_view name, std::string_view value);
+  /// The same in parts, each of whole characters: begun, given, and ended.
+  void BeginText(std::string_view name);
+  void AddText(std::string_view part);
+  void EndText() { out_ += '"'; }
   JsonObject& Number(std::string_view name, std::int64_t value);
   JsonObject& Seconds(std::string_view name, double value);
   JsonObject& Flag(std::string_view name, bool value);

@@ -8,7 +8,9 @@ namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kMostHeldBytes = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t kMostHeldBytes = std::size_t{8} * 1024 * 1024;
+/// Longer texts stay as they are, lest memory be kept for what never comes.
+constexpr std::size_t kMostJoined = std::size_t{64} * 1024;
 
 }  // namespace
 
@@ -22,8 +24,9 @@ void OrderedOutput::Put(Channel& channel, Channel::Kind kind, std::string_view t
   moved_.wait(lock, [&] { return &channel == &channels_.front() || heldBytes_ < kMostHeldBytes; });
   if (&channel == &channels_.front()) return Show(kind, text);
   heldBytes_ += text.size();
-  const bool joins =
-      kind == Channel::Kind::kOutput && !channel.held_.empty() && channel.held_.back().kind == kind;
+  const bool joins = kind == Channel::Kind::kOutput && !channel.held_.empty() &&
+                     channel.held_.back().kind == kind &&
+                     channel.held_.back().text.size() + text.size() <= kMostJoined;
   if (joins) {
     channel.held_.back().text += text;
   } else {

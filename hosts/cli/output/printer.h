@@ -1,8 +1,9 @@
 // What was found, as the user sees it: lines with context, the matches alone, counts, names or JSON.
 //
-// A file is printed piece by piece. What a piece has to know of those before it is carried from one
-// to the next; where that is only the number of lines, pieces can be printed at the same time.
-// Lines that are neither found nor context of one that is are not looked at.
+// A file is printed piece by piece, each on a page of its own. What a piece has to know of those before it is
+// carried from one to the next; where that is only the number of lines, pieces can be printed at the same time.
+// Lines that are neither found nor context of one that is are not looked at. Of a line there may be more to be shown
+// than fits into memory; so nothing is kept that can be written.
 
 #ifndef TROVEX_HOSTS_CLI_PRINTER_H
 #define TROVEX_HOSTS_CLI_PRINTER_H
@@ -15,12 +16,16 @@
 #include <algorithm>
 #include <cstdint>
 #include <deque>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace trovex::cli {
 
 class Decoder;
+class Input;
+class Outlet;
 
 /// What was found in a file, or in several.
 struct FileCounts {
@@ -51,11 +56,14 @@ struct FilePiece {
   std::uint64_t offset = 0;
   /// What made the text of the file's bytes; null where they are the same.
   const Decoder* decoder = nullptr;
+  /// Where it can be read again; null where it cannot.
+  const Input* source = nullptr;
 };
 
-/// What is shown of a line without its end; where it begins in the file, and its bytes there, if these are shown.
+/// A line of a piece before, without its end: what is shown of it, or if that is long and can be read again, only
+/// where it stands. Offset and length are in the file, and known where they are shown or needed.
 struct LineInFront {
-  std::string shown;
+  std::optional<std::string> shown;
   std::uint64_t offset;
   std::uint64_t length;
 };
@@ -96,9 +104,8 @@ class Printer {
   /// What stands between the outputs of two files.
   std::string Separator() const;
 
-  /// Appends what is to be seen of a piece. With InOrder(), pieces come in order.
-  void PrintPiece(const FilePiece& piece, const Found& found, PrintState& state,
-                  std::string& out) const;
+  /// The output of one piece. With InOrder(), pieces come in order.
+  class Page;
   /// Appends what is told of a file as a whole, when it is searched.
   void PrintFile(std::string_view name, const FileCounts& counts, std::string& out) const;
   /// Appends that a binary file has matches, where lines would be shown.
@@ -110,8 +117,6 @@ class Printer {
   }
 
  private:
-  class Page;
-
   Need FindNeed(const Options& options) const;
   void AppendName(std::string_view name, std::string& out) const;
   void AppendColored(std::string_view text, const std::string& color, std::string& out) const;
@@ -138,6 +143,30 @@ class Printer {
   TextForm textForm_;
   Palette palette_;
   bool colored_;
+};
+
+class Printer::Page {
+ public:
+  /// All of these outlive the page.
+  Page(const Printer& printer, const FilePiece& piece, PrintState& state, Outlet& outlet);
+  ~Page();
+  Page(const Page&) = delete;
+  Page& operator=(const Page&) = delete;
+
+  /// Writes what is to be seen of a portion of what is found in the piece. Portions come in order.
+  void Write(const Found& found);
+  /// Nothing more is found in the piece.
+  void End();
+
+ private:
+  class Writing;
+
+  const Printer& printer_;
+  const FilePiece& piece_;
+  PrintState& state_;
+  Outlet& outlet_;
+  /// Most pieces have nothing to show.
+  std::unique_ptr<Writing> writing_;
 };
 
 }  // namespace trovex::cli

@@ -61,7 +61,7 @@ Progress::Progress(int descriptor, Clock::time_point start)
 
 void Progress::Show(Clock::time_point now) {
   const std::unique_lock lock(mutex_, std::try_to_lock);
-  if (!lock.owns_lock() || now < nextDraw_) return;
+  if (!lock.owns_lock() || paused_ || now < nextDraw_) return;
   const double seconds = std::chrono::duration<double>(now - start_).count();
   drawn_ = true;
   WriteTo(descriptor_,
@@ -72,8 +72,14 @@ void Progress::Show(Clock::time_point now) {
 void Progress::Erase() {
   if (!drawn_) return;
   const std::lock_guard lock(mutex_);
-  if (!drawn_.exchange(false)) return;
-  WriteTo(descriptor_, "\r\033[K");
+  if (drawn_.exchange(false)) WriteTo(descriptor_, "\r\033[K");
+}
+
+void Progress::Pause() {
+  if (!visible_) return;
+  const std::lock_guard lock(mutex_);
+  paused_ = true;
+  if (drawn_.exchange(false)) WriteTo(descriptor_, "\r\033[K");
 }
 
 }  // namespace trovex::cli

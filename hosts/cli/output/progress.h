@@ -30,6 +30,9 @@ class Progress {
   }
   /// Takes the line away.
   void Erase();
+  /// The same, and draws none until Resume(): a line of something else is not at its end.
+  void Pause();
+  void Resume() { paused_ = false; }
 
   /// Whether a line may stand on the terminal: for a signal's handler.
   bool IsDrawn() const { return drawn_; }
@@ -42,6 +45,7 @@ class Progress {
   Clock::time_point start_;
   std::mutex mutex_;
   std::atomic<bool> drawn_{false};
+  std::atomic<bool> paused_{false};
   Clock::time_point nextDraw_;
   std::atomic<std::int64_t> files_{0};
   std::atomic<std::int64_t> bytes_{0};

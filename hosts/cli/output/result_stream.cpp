@@ -79,8 +79,10 @@ void ResultStream::Flush() {
 }
 
 void ResultStream::Write(std::string_view text) {
-  if (toTerminal_ && progress_ != nullptr) progress_->Erase();
+  const bool besideProgress = toTerminal_ && progress_ != nullptr;
+  if (besideProgress) progress_->Pause();
   const int error = WriteAll(STDOUT_FILENO, text);
+  if (besideProgress && text.ends_with('\n')) progress_->Resume();
   lastWrite_ = Clock::now();
   if (error != 0) onFailure_(error);
 }

@@ -23,7 +23,7 @@ class ResultStream {
   /// `separator` is written between the outputs of two files, where both have some.
   ResultStream(std::string_view separator, Progress* progress, FailureHandler onFailure);
 
-  /// Takes a piece of the standard output, of whole lines.
+  /// Takes a piece of the standard output. Between the pieces of a line comes nothing else.
   void Output(std::string_view text);
   /// Writes a sentence to standard error, with the program's name and a line end. What a terminal
   /// might obey is made visible.

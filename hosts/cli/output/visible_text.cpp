@@ -73,6 +73,18 @@ bool IsObeyedByTerminals(char32_t code) {
   return IsControl(code) || TurnsDirection(code);
 }
 
+/// No character has more than three bytes after its first.
+std::string_view WholeCharacters(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return text;
+  const auto isInside = [text](std::size_t place) {
+    return (static_cast<unsigned char>(text[place]) & 0xC0U) == 0x80U;
+  };
+  std::size_t end = most;
+  while (end > most - 3 && isInside(end))
+    --end;
+  return text.substr(0, isInside(end) ? most : end);
+}
+
 void AppendText(std::string_view text, const TextForm& form, std::string& out) {
   const bool staysAsItIs = !form.utf8 || (!form.fromLatin1 && IsValidUtf8(text));
   if (!form.visible && staysAsItIs) {

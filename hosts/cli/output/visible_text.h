@@ -23,6 +23,9 @@ struct TextForm {
 /// Whether a terminal might obey the character: controls but the tab, and what turns the direction of the text.
 bool IsObeyedByTerminals(char32_t code);
 
+/// The longest prefix of `text` of at most `most` bytes, from 4 on, that ends between two characters.
+std::string_view WholeCharacters(std::string_view text, std::size_t most);
+
 /// Appends `text` in this form.
 void AppendText(std::string_view text, const TextForm& form, std::string& out);
 

@@ -66,7 +66,7 @@ void AddLineOf(Range match, std::string_view file, Found& found) {
   }
   const Range line = LineAround(file, match.begin);
   if (!found.lines.empty() && found.lines.back().line.begin == line.begin) return;
-  found.lines.push_back({line, found.matches.size(), 0});
+  found.lines.push_back({line, found.matches.size(), 0, true});
   ++found.linesWithMatches;
 }
 
@@ -155,7 +155,7 @@ void ClassicSearch::SearchUnit(std::string_view file, Range unit, Need need, Fou
     std::size_t place = range.begin;
     for (Range line;
          scope_ != Scope::kFile && place <= range.end && NextUnit(file, Scope::kLine, place, line);)
-      found.lines.push_back({line, found.matches.size(), 0});
+      found.lines.push_back({line, found.matches.size()});
     return;
   }
   if (tag_ > 0) items->DeleteItemsWithTagNotMatched();

@@ -4,6 +4,7 @@
 
 #include "hosts/cli/files/decoder.h"
 #include "hosts/cli/files/encodings.h"
+#include "hosts/cli/output/outlet.h"
 #include "hosts/cli/search/classic_search.h"
 
 #include <algorithm>
@@ -15,22 +16,13 @@ namespace trovex::cli {
 
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{256} * 1024;
-/// A line or paragraph that is longer is searched in parts, so that memory is bounded.
-constexpr std::size_t kLongestUnit = std::size_t{20} * 1024 * 1024;
 /// So much of units that are not at their end may all threads have in memory together. Whoever needs more waits
 /// until everything before it is done, so that only one does.
 constexpr std::size_t kLongUnits = std::size_t{8} * 1024 * 1024;
-/// How fast the memory for such a unit grows.
-constexpr std::size_t kLargestStep = std::size_t{2} * 1024 * 1024;
+constexpr std::size_t kLongText = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
 /// What is read after a stretch, for the end of its last line.
 constexpr std::size_t kNearEnd = 4096;
-constexpr std::size_t kEncodingLookAhead = std::size_t{64} * 1024;
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-/// The first bytes of the byte order marks.
-constexpr std::string_view kMarkBegins("\xEF\xFE\xFF\0", 4);
-
 bool LooksBinary(std::string_view text) {
   const std::string_view begin = text.substr(0, kBinaryLookAhead);
   return !begin.empty() && std::memchr(begin.data(), '\0', begin.size()) != nullptr;
@@ -40,16 +32,67 @@ std::string Reason(SystemError error) {
   return std::strerror(error.number);
 }
 
-/// Where a unit is parted that is too long: after a blank, if there is one near.
-std::size_t ForcedCut(std::string_view text) {
-  const std::size_t blank = text.rfind(' ');
-  return blank != text.npos && blank + 1024 > text.size() ? blank + 1 : text.size();
-}
-
 std::string PartedSentence(std::string_view name, Scope scope) {
   const char* const unit = scope == Scope::kParagraph ? "paragraph" : "line";
   return std::string(name) + ": a " + unit + " has more than 20 MB and was searched in parts";
 }
+
+/// Where `piece` begins in its file, and there `place`; `linesBefore` is null where lines are not counted.
+std::string GaveUpSentence(const FilePiece& piece, std::size_t place,
+                           const std::int64_t* linesBefore) {
+  std::string where = ", byte " + std::to_string(piece.offset + place);
+  if (linesBefore != nullptr) {
+    const std::int64_t line = *linesBefore + CountLineFeeds(piece.text.substr(0, place)) + 1;
+    where = ", line " + std::to_string(line);
+  }
+  return std::string(piece.name) + where +
+         ": the search gave up here, so it is not known whether this is found";
+}
+
+/// What becomes of a piece of a file: its portions are cut to what is wanted, counted and shown.
+class PieceReport {
+ public:
+  PieceReport(const Printer& printer, const FilePiece& piece, Outlet& outlet)
+      : printer_(printer), piece_(piece), outlet_(outlet), lines_(piece.text) {}
+
+  /// Numbers the lines of a portion, if that is needed.
+  void Number(Found& found) {
+    if (printer_.CountsLines()) lines_.Number(found);
+  }
+  /// The lines of the piece; 0 where they are not counted.
+  std::int64_t Lines() const { return printer_.CountsLines() ? lines_.OfText() : 0; }
+
+  /// Takes a portion whose lines are numbered. Returns whether more is wanted.
+  bool Take(Found& found, PrintState& state) {
+    printer_.KeepWanted(found, state);
+    counts_.lines += found.linesWithMatches;
+    counts_.units += found.unitsWithout;
+    counts_.matches += static_cast<std::int64_t>(found.matches.size()) + found.unitsWithout;
+    const bool numbered = printer_.CountsLines() || piece_.offset == 0;
+    for (const std::size_t place : found.gaveUp)
+      complaints_.push_back(GaveUpSentence(piece_, place, numbered ? &state.linesBefore : nullptr));
+    if (!page_.has_value()) page_.emplace(printer_, piece_, state, outlet_);
+    page_->Write(found);
+    return found.lastGoesOn || !printer_.HasEnough(state);
+  }
+  void End() {
+    if (page_.has_value()) page_->End();
+    counts_.incomplete = !complaints_.empty();
+    counts_.bytes = static_cast<std::int64_t>(piece_.text.size());
+  }
+
+  const FileCounts& Counts() const { return counts_; }
+  const std::vector<std::string>& Complaints() const { return complaints_; }
+
+ private:
+  const Printer& printer_;
+  const FilePiece& piece_;
+  Outlet& outlet_;
+  LineCount lines_;
+  FileCounts counts_;
+  std::vector<std::string> complaints_;
+  std::optional<Printer::Page> page_;
+};
 
 }  // namespace
 
@@ -65,153 +108,6 @@ struct FileSearch::CurrentFile {
   FileCounts counts{};
 
   bool Decided() const { return need == Need::kVerdict && counts.Any(); }
-};
-
-/// The text of a file, block by block.
-class FileSearch::Blocks {
- public:
-  /// From where `input` stands. Units longer than `longUnit` are read when `channel` is in front.
-  Blocks(Input& input, Buffer& buffer, std::size_t longUnit, OrderedOutput::Channel& channel)
-      : input_(input), buffer_(buffer), longUnit_(longUnit), channel_(channel) {}
-  /// From `begin` on, of a regular file.
-  Blocks(const Input& input, Buffer& buffer, std::size_t longUnit, OrderedOutput::Channel& channel,
-         std::uint64_t begin)
-      : input_(const_cast<Input&>(input)),
-        buffer_(buffer),
-        longUnit_(longUnit),
-        channel_(channel),
-        readAt_(begin),
-        offset_(begin) {}
-
-  /// Reads the first block, of a regular file as much as there is, and sees how it is encoded.
-  std::optional<SystemError> Begin(const EncodingChoice& encoding) {
-    do {
-      if (const auto error = ReadMore()) return error;
-    } while (!atEnd_ && (input_.IsRegular() ? end_ < kBlock : MayBeMark()));
-    decoder_ = ChooseDecoder(Text().substr(0, kEncodingLookAhead), encoding);
-    if (decoder_ != nullptr) {
-      const std::string bytes(Text());
-      end_ = 0;
-      offset_ = decoder_->MarkLength();
-      Append(bytes);
-    } else if (Text().starts_with(kByteOrderMark)) {
-      Take(kByteOrderMark.size());
-    }
-    return std::nullopt;
-  }
-
-  std::optional<SystemError> ReadAll() {
-    while (!atEnd_) {
-      if (const auto error = ReadMore()) return error;
-    }
-    return std::nullopt;
-  }
-
-  /// What has been read and not been taken, and where it begins in the file.
-  std::string_view Text() const { return buffer_.View(begin_, end_); }
-  std::uint64_t Offset() const { return offset_; }
-  bool AtEnd() const { return atEnd_; }
-  /// Null where texts are bytes of the file as they are.
-  const Decoder* Decoding() const { return decoder_.get(); }
-
-  std::string_view Take(std::size_t size) {
-    const std::string_view piece = Text().substr(0, size);
-    begin_ += size;
-    offset_ += decoder_ != nullptr ? decoder_->SourceLength(piece) : size;
-    return piece;
-  }
-
-  /// Writes how many bytes of the text are whole units, and at least one where there is any; reads on
-  /// where there is none. `parted` tells whether a unit was too long and has to be parted.
-  std::optional<SystemError> FindUnits(Scope scope, std::size_t& size, bool& parted) {
-    parted = false;
-    std::size_t known = 0;
-    for (;;) {
-      const std::string_view text = Text();
-      size = text.size();
-      if (atEnd_) return std::nullopt;
-      // An empty line shows in the three bytes around it.
-      const std::size_t from = known < 3 ? 0 : known - 3;
-      if (const std::size_t cut = LastCut(text.substr(from), scope); cut > 0) {
-        size = from + cut;
-        return std::nullopt;
-      }
-      known = text.size();
-      if (text.size() >= kLongestUnit) {
-        parted = true;
-        size = ForcedCut(text);
-        return std::nullopt;
-      }
-      if (text.size() >= longUnit_) channel_.WaitToBeInFront();
-      MoveToFront();
-      if (const auto error = ReadMore()) return error;
-    }
-  }
-
- private:
-  /// Whether the bytes of a pipe could be the beginning of a byte order mark.
-  bool MayBeMark() const {
-    const std::string_view text = Text();
-    return text.size() < 4 && kMarkBegins.find(text.front()) != kMarkBegins.npos;
-  }
-
-  void MoveToFront() {
-    if (begin_ == 0) return;
-    std::memmove(buffer_.Data(), buffer_.Data() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-  }
-
-  void MakeRoom(std::size_t room) {
-    if (buffer_.Capacity() - end_ >= room) return;
-    buffer_.Reserve(std::max(end_ + 2 * room, end_ + std::min(end_ / 2, kLargestStep)));
-  }
-
-  void Append(std::string_view bytes) {
-    decoded_.clear();
-    decoder_->Decode(bytes, atEnd_, decoded_);
-    MakeRoom(decoded_.size() + 1);
-    std::memcpy(buffer_.Data() + end_, decoded_.data(), decoded_.size());
-    end_ += decoded_.size();
-  }
-
-  std::optional<SystemError> ReadMore() {
-    std::string bytes;
-    char* place = nullptr;
-    std::size_t room = kBlock / 2;
-    if (decoder_ != nullptr) {
-      bytes.resize(room);
-      place = bytes.data();
-    } else {
-      MakeRoom(room);
-      place = buffer_.Data() + end_;
-      room = buffer_.Capacity() - end_;
-    }
-    const auto count =
-        readAt_.has_value() ? input_.ReadAt(place, room, *readAt_) : input_.Read(place, room);
-    if (const auto* error = std::get_if<SystemError>(&count)) return *error;
-    const std::size_t size = std::get<std::size_t>(count);
-    if (readAt_.has_value()) *readAt_ += size;
-    atEnd_ = size == 0 || (input_.ReadsWhole() && size < room);
-    if (decoder_ != nullptr) {
-      Append(std::string_view(bytes).substr(0, size));
-    } else {
-      end_ += size;
-    }
-    return std::nullopt;
-  }
-
-  Input& input_;
-  Buffer& buffer_;
-  std::size_t longUnit_;
-  OrderedOutput::Channel& channel_;
-  std::optional<std::uint64_t> readAt_;
-  std::unique_ptr<Decoder> decoder_;
-  std::uint64_t offset_ = 0;  // of the text that was not taken, in the file
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
-  bool atEnd_ = false;
-  std::string decoded_;
 };
 
 FileSearch::FileSearch(SearchJob& job, int threads, ShareWork share)
@@ -247,7 +143,7 @@ void FileSearch::SearchInput(const FileToSearch& file, OrderedOutput::Channel& c
     return;
   }
   CurrentFile current{DisplayName(file.path), channel, input, file.named};
-  Blocks blocks(input, buffer_, longUnit_, channel);
+  FileBlocks blocks(input, buffer_, longUnit_, channel);
   const EncodingChoice encoding{job_.options.encoding, job_.options.encodingName};
   if (const auto error = blocks.Begin(encoding))
     return Complain(channel, current.name + ": " + Reason(*error));
@@ -273,18 +169,18 @@ void FileSearch::ComplainOfReading(CurrentFile& file, SystemError error) {
   Complain(file.channel, file.name + ": " + Reason(error));
 }
 
-void FileSearch::SearchByRoad(CurrentFile& file, Blocks& blocks) {
+void FileSearch::SearchByRoad(CurrentFile& file, FileBlocks& blocks) {
   if (blocks.AtEnd() || job_.plan == nullptr || !job_.plan->InPieces())
     return SearchWhole(file, blocks);
   SearchBlocks(file, blocks);
 }
 
-void FileSearch::SearchWhole(CurrentFile& file, Blocks& blocks) {
+void FileSearch::SearchWhole(CurrentFile& file, FileBlocks& blocks) {
   if (const auto error = blocks.ReadAll()) return ComplainOfReading(file, *error);
   SearchText(file, {file.name, blocks.Text(), blocks.Offset(), blocks.Decoding()});
 }
 
-void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
+void FileSearch::SearchBlocks(CurrentFile& file, FileBlocks& blocks) {
   bool told = false;
   for (;;) {
     bool parted = false;
@@ -295,7 +191,9 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
     if (parted && !std::exchange(told, true))
       Complain(file.channel, PartedSentence(file.name, job_.plan->scope));
     const std::uint64_t offset = blocks.Offset();
-    SearchText(file, {file.name, blocks.Take(size), offset, blocks.Decoding()});
+    const bool canBeReadAgain = blocks.Decoding() == nullptr && file.input.IsRegular();
+    SearchText(file, {file.name, blocks.Take(size), offset, blocks.Decoding(),
+                      canBeReadAgain ? &file.input : nullptr});
     if (!file.input.IsRegular()) file.channel.Flush();
     if (file.Decided() || job_.printer.HasEnough(file.print)) return;
     if (!parted && IsSharable(file, blocks)) return SearchShared(file, blocks, size, told);
@@ -303,13 +201,13 @@ void FileSearch::SearchBlocks(CurrentFile& file, Blocks& blocks) {
 }
 
 /// Whether the rest of the file can be searched by several threads at the same time.
-bool FileSearch::IsSharable(const CurrentFile& file, const Blocks& blocks) const {
+bool FileSearch::IsSharable(const CurrentFile& file, const FileBlocks& blocks) const {
   return threads_ > 1 && file.input.IsRegular() && blocks.Decoding() == nullptr && !file.binary &&
          file.input.Size() > blocks.Offset() + kBlock;
 }
 
 /// The rest of a large file, with whoever has nothing to do. `searched` bytes were so just now.
-void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks, std::size_t searched,
+void FileSearch::SearchShared(CurrentFile& file, const FileBlocks& blocks, std::size_t searched,
                               bool toldOfParting) {
   LargeFile large(file.name, file.input, blocks.Offset(),
                   std::max(blocks.Offset(), file.input.Size()), std::move(file.print),
@@ -321,58 +219,36 @@ void FileSearch::SearchShared(CurrentFile& file, const Blocks& blocks, std::size
   file.counts += large.Wait();
 }
 
-void FileSearch::RunSearch(std::string_view text, Need need) {
+void FileSearch::RunSearch(std::string_view text, Need need, const TakePortion& take) {
   if (job_.classic != nullptr) {
     job_.classic->Search(text, need, found_);
   } else {
-    search_->Search(text, need, found_);
+    search_->Search(text, need, found_, take);
   }
-}
-
-FileCounts FileSearch::CountFound(std::string_view text) const {
-  FileCounts counts;
-  counts.lines = found_.linesWithMatches;
-  counts.units = found_.unitsWithout;
-  counts.matches = static_cast<std::int64_t>(found_.matches.size()) + found_.unitsWithout;
-  counts.bytes = static_cast<std::int64_t>(text.size());
-  counts.incomplete = !found_.gaveUp.empty();
-  return counts;
-}
-
-/// `linesBefore` is null where lines are not counted.
-std::string FileSearch::GaveUpSentence(const FilePiece& piece, std::size_t place,
-                                       const std::int64_t* linesBefore) const {
-  std::string where = ", byte " + std::to_string(piece.offset + place);
-  if (linesBefore != nullptr) {
-    const std::int64_t line = *linesBefore + CountLineFeeds(piece.text.substr(0, place)) + 1;
-    where = ", line " + std::to_string(line);
-  }
-  return std::string(piece.name) + where +
-         ": the search gave up here, so it is not known whether this is found";
+  take(found_);
+  // A search of a long text keeps as much memory, and would need both for a longer one.
+  if (search_.has_value() && text.size() > kLongText) search_.emplace(*job_.plan);
+  job_.progress.Add(0, static_cast<std::int64_t>(text.size()));
 }
 
 /// Searches whole units of a file and shows what is found.
 void FileSearch::SearchText(CurrentFile& file, const FilePiece& piece) {
-  RunSearch(piece.text, file.need);
-  job_.printer.KeepWanted(found_, file.print);
-  const std::int64_t lines = CountLinesIfNeeded(piece.text);
-  for (const std::size_t place : found_.gaveUp)
-    Complain(file.channel, GaveUpSentence(piece, place, &file.print.linesBefore));
-  if (!file.binary) {
-    out_.clear();
-    job_.printer.PrintPiece(piece, found_, file.print, out_);
-    file.channel.Output(out_);
-    // An assignment would keep the memory.
-    if (out_.capacity() > kLargestStep) std::string().swap(out_);
-  }
-  file.counts += CountFound(piece.text);
-  file.print.linesBefore += lines;
-  job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
-}
-
-/// The lines of `text`, which was searched just now.
-std::int64_t FileSearch::CountLinesIfNeeded(std::string_view text) {
-  return job_.printer.CountsLines() ? found_.CountLines(text) : 0;
+  out_.clear();
+  Outlet outlet(out_, [&](std::string& text) {
+    if (!file.binary) file.channel.Output(text);
+    text.clear();
+  });
+  PieceReport report(job_.printer, piece, outlet);
+  RunSearch(piece.text, file.need, [&](Found& found) {
+    report.Number(found);
+    return report.Take(found, file.print);
+  });
+  report.End();
+  if (!file.binary) file.channel.Output(out_);
+  for (const std::string& sentence : report.Complaints())
+    Complain(file.channel, sentence);
+  file.counts += report.Counts();
+  file.print.linesBefore += report.Lines();
 }
 
 void FileSearch::FinishFile(CurrentFile& file) {
@@ -449,7 +325,8 @@ bool FileSearch::ReadStretch(LargeFile& file, const LargeFile::Stretch& stretch,
   readTo(stretch.last ? wanted : wanted + kNearEnd);
 
   const auto take = [&](std::size_t begin, std::size_t end) {
-    piece = {file.Name(), stretch_.View(begin, std::max(begin, end)), readFrom + begin};
+    piece = {file.Name(), stretch_.View(begin, std::max(begin, end)), readFrom + begin, nullptr,
+             &file.File()};
   };
   const std::size_t begin = FirstCut(stretch_.View(0, size), scope, before);
   // Units that begin after the stretch are of the next one.
@@ -467,48 +344,56 @@ bool FileSearch::ReadStretch(LargeFile& file, const LargeFile::Stretch& stretch,
   }
 }
 
-/// Searches whole units of a large file.
-void FileSearch::SearchPieceOf(const FilePiece& piece) {
-  RunSearch(piece.text, job_.printer.NeedOfSearch());
-  job_.progress.Add(0, static_cast<std::int64_t>(piece.text.size()));
-}
-
-/// Adds what they count for, and what is to be shown of them. `lines` stand before them in the piece.
-void FileSearch::ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
-                             std::int64_t lines, LargeFile::Result& result) {
+/// Searches whole units of a large file and shows what is found. `linesInFront` of them stand before the piece in its
+/// stretch; without, the stretch is this piece, and others are told its lines. Returns how many it has.
+std::int64_t FileSearch::SearchPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
+                                       std::optional<std::int64_t> linesInFront,
+                                       LargeFile::Result& result) {
   const Printer& printer = job_.printer;
-  if (printer.InOrder()) return ShowInTurn(file, index, piece, result);
-  result.counts += CountFound(piece.text);
-  if (!found_.Any() && found_.gaveUp.empty()) return;
-  PrintState state;
-  if (printer.CountsLines()) {
-    const std::optional<std::int64_t> before = file.LinesBefore(index);
-    if (!before.has_value()) return;
-    state.linesBefore = *before + lines;
-  }
-  ShowAfter(state, piece, result);
+  Outlet outlet(result.output, [&](std::string& text) { file.HandOn(index, text); });
+  PieceReport report(printer, piece, outlet);
+  bool tells = printer.CountsLines() && !printer.InOrder() && !linesInFront.has_value();
+  bool wanted = true;
+  PrintState own;
+  PrintState* state = nullptr;
+  RunSearch(piece.text, printer.NeedOfSearch(), [&](Found& found) {
+    report.Number(found);
+    // Those that come later need to know this before anything is shown.
+    if (std::exchange(tells, false)) file.TellLines(index, report.Lines());
+    if (state == nullptr) {
+      const bool anything = found.Any() || !found.gaveUp.empty();
+      if (!anything && !printer.InOrder()) return true;
+      state = StateOf(file, index, linesInFront.value_or(0), own);
+      wanted = state != nullptr;
+    }
+    return wanted && report.Take(found, *state);
+  });
+  if (!wanted) return 0;
+  report.End();
+  result.counts += report.Counts();
+  result.complaints.insert(result.complaints.end(), report.Complaints().begin(),
+                           report.Complaints().end());
+  if (state != nullptr) state->linesBefore += report.Lines();
+  return report.Lines();
 }
 
-/// The same where what was shown before decides what is shown.
-void FileSearch::ShowInTurn(LargeFile& file, std::size_t index, const FilePiece& piece,
-                            LargeFile::Result& result) {
-  const std::int64_t lines = CountLinesIfNeeded(piece.text);
-  PrintState& state = file.WaitForTurn(index);
-  if (file.IsLostBefore(index)) return;
-  if (job_.printer.HasEnough(state)) return file.Stop();
-  job_.printer.KeepWanted(found_, state);
-  result.counts += CountFound(piece.text);
-  ShowAfter(state, piece, result);
-  state.linesBefore += lines;
-}
-
-void FileSearch::ShowAfter(PrintState& state, const FilePiece& piece, LargeFile::Result& result) {
+/// What has to be known of the pieces before one that is to be shown; it may be written into `own`. Null where nothing
+/// more of the file is wanted.
+PrintState* FileSearch::StateOf(LargeFile& file, std::size_t index, std::int64_t linesInFront,
+                                PrintState& own) {
   const Printer& printer = job_.printer;
-  for (const std::size_t place : found_.gaveUp) {
-    result.complaints.push_back(
-        GaveUpSentence(piece, place, printer.CountsLines() ? &state.linesBefore : nullptr));
+  if (printer.InOrder()) {
+    PrintState& state = file.WaitForTurn(index);
+    if (file.IsLostBefore(index)) return nullptr;
+    if (!printer.HasEnough(state)) return &state;
+    file.Stop();
+    return nullptr;
   }
-  printer.PrintPiece(piece, found_, state, result.output);
+  if (!printer.CountsLines()) return &own;
+  const std::optional<std::int64_t> before = file.LinesBefore(index);
+  if (!before.has_value()) return nullptr;
+  own.linesBefore = *before + linesInFront;
+  return &own;
 }
 
 /// Searches the units that begin in a stretch.
@@ -519,11 +404,7 @@ void FileSearch::SearchStretch(LargeFile& file, std::size_t index, LargeFile::Re
   const bool whole = ReadStretch(file, stretch, piece, result.complaints);
   result.counts.incomplete = !result.complaints.empty();
   if (whole) {
-    SearchPieceOf(piece);
-    // Those that come later need to know this before anything is shown.
-    if (job_.printer.CountsLines() && !job_.printer.InOrder())
-      file.TellLines(index, found_.CountLines(piece.text));
-    ShowPieceOf(file, index, piece, 0, result);
+    SearchPieceOf(file, index, piece, std::nullopt, result);
   } else {
     SearchLongUnits(file, index, piece.offset, result);
     stretch_.Trim(0);
@@ -536,7 +417,7 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
   const Scope scope = job_.plan->scope;
   const std::uint64_t end = file.StretchOf(index).end;
   file.WaitToBeFirst(index);
-  Blocks blocks(file.File(), stretch_, longUnit_, file.Channel(), begin);
+  FileBlocks blocks(file.File(), stretch_, longUnit_, file.Channel(), begin);
   std::int64_t lines = 0;
   bool parted = false;
   while (blocks.Offset() < end || parted) {
@@ -552,11 +433,8 @@ void FileSearch::SearchLongUnits(LargeFile& file, std::size_t index, std::uint64
     const std::uint64_t offset = blocks.Offset();
     const std::size_t least = offset < end ? static_cast<std::size_t>(end - offset) : 1;
     if (!parted) size = std::min(size, FirstCut(blocks.Text(), scope, least));
-    const FilePiece piece{file.Name(), blocks.Take(size), offset};
-    SearchPieceOf(piece);
-    const std::int64_t ofPiece = CountLinesIfNeeded(piece.text);
-    ShowPieceOf(file, index, piece, lines, result);
-    lines += ofPiece;
+    const FilePiece piece{file.Name(), blocks.Take(size), offset, nullptr, &file.File()};
+    lines += SearchPieceOf(file, index, piece, lines, result);
   }
   if (job_.printer.CountsLines()) file.TellLines(index, lines);
 }

@@ -13,10 +13,12 @@
 #include "hosts/cli/files/file_walk.h"
 #include "hosts/cli/files/input.h"
 #include "hosts/cli/output/ordered_output.h"
+#include "hosts/cli/search/file_blocks.h"
 #include "hosts/cli/search/large_file.h"
 #include "hosts/cli/search/search_job.h"
 #include "hosts/cli/search/text_search.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -43,36 +45,29 @@ class FileSearch {
 
  private:
   struct CurrentFile;
-  class Blocks;
 
   void SearchInput(const FileToSearch& file, OrderedOutput::Channel& channel);
   void ComplainOfReading(CurrentFile& file, SystemError error);
-  void SearchByRoad(CurrentFile& file, Blocks& blocks);
-  void SearchWhole(CurrentFile& file, Blocks& blocks);
-  void SearchBlocks(CurrentFile& file, Blocks& blocks);
-  bool IsSharable(const CurrentFile& file, const Blocks& blocks) const;
-  void SearchShared(CurrentFile& file, const Blocks& blocks, std::size_t searched,
+  void SearchByRoad(CurrentFile& file, FileBlocks& blocks);
+  void SearchWhole(CurrentFile& file, FileBlocks& blocks);
+  void SearchBlocks(CurrentFile& file, FileBlocks& blocks);
+  bool IsSharable(const CurrentFile& file, const FileBlocks& blocks) const;
+  void SearchShared(CurrentFile& file, const FileBlocks& blocks, std::size_t searched,
                     bool toldOfParting);
   void SearchText(CurrentFile& file, const FilePiece& piece);
   LargeFile::Result SearchPiece(LargeFile& file, std::size_t index);
   void SearchStretch(LargeFile& file, std::size_t index, LargeFile::Result& result);
   bool ReadStretch(LargeFile& file, const LargeFile::Stretch& stretch, FilePiece& piece,
                    std::vector<std::string>& complaints);
-  void SearchPieceOf(const FilePiece& piece);
-  void ShowPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece, std::int64_t lines,
-                   LargeFile::Result& result);
-  void ShowInTurn(LargeFile& file, std::size_t index, const FilePiece& piece,
-                  LargeFile::Result& result);
-  void ShowAfter(PrintState& state, const FilePiece& piece, LargeFile::Result& result);
+  std::int64_t SearchPieceOf(LargeFile& file, std::size_t index, const FilePiece& piece,
+                             std::optional<std::int64_t> linesInFront, LargeFile::Result& result);
+  PrintState* StateOf(LargeFile& file, std::size_t index, std::int64_t linesInFront,
+                      PrintState& own);
   void SearchLongUnits(LargeFile& file, std::size_t index, std::uint64_t begin,
                        LargeFile::Result& result);
-  std::int64_t CountLinesIfNeeded(std::string_view text);
   void FinishFile(CurrentFile& file);
 
-  void RunSearch(std::string_view text, Need need);
-  FileCounts CountFound(std::string_view text) const;
-  std::string GaveUpSentence(const FilePiece& piece, std::size_t place,
-                             const std::int64_t* linesBefore) const;
+  void RunSearch(std::string_view text, Need need, const TakePortion& take);
   void Complain(OrderedOutput::Channel& channel, const std::string& sentence);
 
   SearchJob& job_;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -27,11 +28,15 @@ struct FoundLine {
   Range line;
   std::size_t firstMatch = 0;
   std::size_t matchCount = 0;
+  /// Whether matches are what it was found by; else its unit satisfies the expression without one.
+  bool matched = false;
+  /// Whether the portion before has the line, too, with matches before these.
+  bool goesOn = false;
   /// How many lines of the text stand before it, once they have been counted.
   std::int64_t linesBefore = 0;
 };
 
-/// What was found in one text. All ranges are of its bytes.
+/// What was found in one text, or a portion of it. All ranges are of the text's bytes.
 struct Found {
   /// For Need::kLines, each once, in order.
   std::vector<FoundLine> lines;
@@ -43,43 +48,31 @@ struct Found {
   /// How many lines matches begin on, and how many units satisfy the expression without a match.
   std::int64_t linesWithMatches = 0;
   std::int64_t unitsWithout = 0;
+  /// Whether the last of `lines` goes on in the next portion.
+  bool lastGoesOn = false;
   /// Where searches ended without an answer.
   std::vector<std::size_t> gaveUp;
 
-  /// Counts the line feeds of `text`, in which this was found, and the lines before each of `lines`.
-  std::int64_t CountLines(std::string_view text) {
-    std::int64_t count = 0;
-    std::size_t place = 0;
-    for (FoundLine& found : lines) {
-      if (found.line.begin > place) count += CountLineFeeds(Piece(text, {place, found.line.begin}));
-      place = found.line.end;
-      found.linesBefore = count;
-    }
-    return count + CountLineFeeds(text.substr(place));
-  }
-
   bool Any() const { return linesWithMatches > 0 || unitsWithout > 0; }
 
-  /// Forgets what comes after the first `most` lines.
+  /// Forgets what comes after the first `most` lines, besides one that goes on.
   void KeepLines(std::int64_t most) {
     if (lines.empty()) {
       linesWithMatches = std::min(linesWithMatches, most);
       unitsWithout = std::min(unitsWithout, most - linesWithMatches);
       return;
     }
-    if (static_cast<std::int64_t>(lines.size()) <= most) return;
-    lines.resize(static_cast<std::size_t>(most));
+    const std::size_t kept = static_cast<std::size_t>(most) + (lines.front().goesOn ? 1 : 0);
+    if (lines.size() <= kept) return;
+    lines.resize(kept);
+    lastGoesOn = false;
     const std::size_t end = lines.empty() ? 0 : lines.back().line.end + 1;
     const auto isAfter = [end](Range unit) { return unit.begin >= end; };
     satisfied.erase(std::find_if(satisfied.begin(), satisfied.end(), isAfter), satisfied.end());
     unitsWithout = static_cast<std::int64_t>(satisfied.size());
-    linesWithMatches = 0;
-    auto unit = satisfied.begin();
-    for (const FoundLine& found : lines) {
-      while (unit != satisfied.end() && std::max(unit->end, unit->begin + 1) <= found.line.begin)
-        ++unit;
-      if (unit == satisfied.end() || found.line.begin < unit->begin) ++linesWithMatches;
-    }
+    linesWithMatches = std::count_if(lines.begin(), lines.end(), [](const FoundLine& found) {
+      return found.matched && !found.goesOn;
+    });
     matches.resize(lines.empty() ? 0 : lines.back().firstMatch + lines.back().matchCount);
   }
 
@@ -88,8 +81,35 @@ struct Found {
     matches.clear();
     satisfied.clear();
     linesWithMatches = unitsWithout = 0;
+    lastGoesOn = false;
     gaveUp.clear();
   }
+};
+
+/// Takes a portion of what is found while the search goes on, and may change it; returns whether more is wanted.
+using TakePortion = std::function<bool(Found& portion)>;
+
+/// Counts the line feeds of a text, along with what is found in it.
+class LineCount {
+ public:
+  explicit LineCount(std::string_view text) : text_(text) {}
+
+  /// Writes how many lines stand before those of a portion. Portions come in order.
+  void Number(Found& found) {
+    for (FoundLine& line : found.lines) {
+      if (line.line.begin > place_)
+        count_ += CountLineFeeds(Piece(text_, {place_, line.line.begin}));
+      place_ = line.line.end;
+      line.linesBefore = count_;
+    }
+  }
+  /// The line feeds of the whole text.
+  std::int64_t OfText() const { return count_ + CountLineFeeds(text_.substr(place_)); }
+
+ private:
+  std::string_view text_;
+  std::size_t place_ = 0;
+  std::int64_t count_ = 0;
 };
 
 }  // namespace trovex::cli

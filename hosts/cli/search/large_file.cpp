@@ -14,7 +14,9 @@ constexpr std::uint64_t kStretch = std::uint64_t{256} * 1024;
 constexpr std::size_t kPiecesAThread = 8;
 constexpr std::uint64_t kUnitsAStretch = 4;
 /// What the stretches of all threads have together, where units are long.
-constexpr std::uint64_t kLongStretches = std::uint64_t{8} * 1024 * 1024;
+constexpr std::uint64_t kLongStretches = std::uint64_t{4} * 1024 * 1024;
+/// How much output pieces that cannot be shown yet may have together.
+constexpr std::size_t kMostHeldBytes = std::size_t{8} * 1024 * 1024;
 
 }  // namespace
 
@@ -55,6 +57,22 @@ void LargeFile::ExpectUnits(std::size_t length) {
 void LargeFile::WaitToBeFirst(std::size_t index) {
   std::unique_lock lock(mutex_);
   moved_.wait(lock, [&] { return shown_ == index; });
+}
+
+void LargeFile::HandOn(std::size_t index, std::string& text) {
+  std::unique_lock lock(mutex_);
+  Slot& slot = SlotOf(index);
+  const std::size_t others = heldBytes_ - slot.held;
+  if (shown_ != index && others + text.size() <= kMostHeldBytes) {
+    heldBytes_ = others + text.size();
+    slot.held = text.size();
+    return;
+  }
+  moved_.wait(lock, [&] { return shown_ == index; });
+  heldBytes_ -= std::exchange(slot.held, 0);
+  lock.unlock();
+  channel_.Output(text);
+  text.clear();
 }
 
 std::string LargeFile::TextToFill() {
@@ -134,9 +152,10 @@ void LargeFile::ShowFinished(std::unique_lock<std::mutex>& lock) {
     for (const std::string& sentence : ready.complaints)
       channel_.Complaint(sentence);
     lock.lock();
+    heldBytes_ -= std::exchange(slot.held, 0);
     const std::size_t capacity = ready.output.capacity();
     const bool worthKeeping = capacity >= kStretch / 8 && capacity <= 4 * kStretch;
-    if (worthKeeping && shownTexts_.size() < slots_.size())
+    if (worthKeeping && shownTexts_.size() < slots_.size() / 2)
       shownTexts_.push_back(std::move(ready.output));
     ++shown_;
     moved_.notify_all();

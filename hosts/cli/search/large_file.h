@@ -58,6 +58,9 @@ class LargeFile {
   void WaitToBeFirst(std::size_t index);
   /// The way to the output.
   OrderedOutput::Channel& Channel() { return channel_; }
+  /// Takes the output of piece `index` that there is so far: shows it and leaves `text` empty, if all pieces before
+  /// are finished and shown; keeps it there while all pieces have little; else waits until it can be shown.
+  void HandOn(std::size_t index, std::string& text);
   /// An empty text for the output of a piece, with the memory of one that has been shown.
   std::string TextToFill();
   /// Tells how many line feeds piece `index` has.
@@ -88,6 +91,7 @@ class LargeFile {
     std::int64_t lines = -1;
     std::int64_t linesBefore = 0;
     bool done = false;
+    std::size_t held = 0;  // bytes of output that are kept
     Result result;
   };
 
@@ -118,6 +122,7 @@ class LargeFile {
   std::size_t lost_ = kNone;  // the first piece that is lost
   std::size_t turn_ = 0;      // the piece that has, or gets, `state_`
   PrintState state_;
+  std::size_t heldBytes_ = 0;  // of all slots
   std::vector<Slot> slots_;
   std::vector<std::string> shownTexts_;
   FileCounts counts_;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace trovex::cli {
 
@@ -52,16 +53,21 @@ bool HoldsCarriageReturn(std::string_view text) {
 
 }  // namespace
 
-TextSearch::TextSearch(const SearchPlan& plan)
-    : plan_(plan), picky_(plan.tag > 0 || plan.wholeLines), searcher_(plan.query) {
+TextSearch::TextSearch(const SearchPlan& plan, std::size_t portion)
+    : plan_(plan),
+      portion_(portion),
+      picky_(plan.tag > 0 || plan.wholeLines),
+      searcher_(plan.query) {
   if (plan.probe.has_value()) probe_.emplace(*plan.probe);
   options_.encoding = plan.encoding;
   options_.tags = plan.tag > 0;
 }
 
-void TextSearch::Search(std::string_view text, Need need, Found& found) {
+void TextSearch::Search(std::string_view text, Need need, Found& found, const TakePortion& take) {
   found.Clear();
   found_ = &found;
+  take_ = take ? &take : nullptr;
+  ended_ = false;
   need_ = need;
   nextLine_ = 0;
   text_ = text;
@@ -82,7 +88,7 @@ void TextSearch::Search(std::string_view text, Need need, Found& found) {
       SearchCandidates();
       break;
     case SearchPlan::Road::kUnits:
-      SearchUnits();
+      SearchUnits(0);
       break;
   }
   FinishLine();
@@ -99,49 +105,49 @@ void TextSearch::SearchItems() {
     if (onlyCounts) {
       ++found_->linesWithMatches;
     } else {
-      AddMatch(match);
+      AddMatch(match, item.begin);
     }
     return !Enough();
   });
   if (verdict == Verdict::kGaveUp) StartOver();
 }
 
-/// Writes the units in which the probe is found; returns false when that is not known.
-bool TextSearch::CollectUnits() {
-  units_.clear();
-  std::size_t after = 0;  // the last of these units
+/// Calls `visit` with each unit in which the probe is found, until it returns false.
+template <typename Visit>
+Verdict TextSearch::ForEachUnitOfProbe(Visit visit) {
+  std::size_t after = 0;  // the latest of these units
   SearchOptions options;
   options.encoding = plan_.encoding;
-  const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
-    if (!units_.empty() && item.begin <= after) return;
-    if (!IsInLine({item.begin, item.end})) return;
+  return probe_->ForEach(searched_, options, [&](const Item& item) {
+    if (item.begin < after || !IsInLine({item.begin, item.end})) return true;
     const Range unit = UnitAround(text_, plan_.scope, item.begin);
-    if (plan_.scope == Scope::kParagraph && unit.begin == unit.end) return;
-    units_.push_back(unit);
-    after = unit.end;
+    if (plan_.scope == Scope::kParagraph && unit.begin == unit.end) return true;
+    after = unit.end + 1;
+    visit(unit);
+    return !Enough();
   });
-  return verdict != Verdict::kGaveUp;
 }
 
 void TextSearch::SearchInverse() {
   if (text_.empty()) return;
-  if (plan_.scope == Scope::kLine ? !PassMatchingLines() : !CollectUnits()) return StartOver();
-  if (plan_.scope == Scope::kLine) return;
-  auto found = units_.begin();
-  std::size_t place = 0;
-  for (Range unit; NextUnit(text_, plan_.scope, place, unit);) {
-    if (found != units_.end() && found->begin == unit.begin) {
-      ++found;
-      continue;
-    }
-    AddSatisfied(unit);
-    if (Enough()) return;
-  }
+  if (plan_.scope == Scope::kLine) return PassMatchingLines();
+  PassMatchingUnits();
 }
 
-/// Adds the lines between those with a match as these are found; returns false when the search gives up.
-bool TextSearch::PassMatchingLines() {
-  std::size_t place = 0;  // after the lines that are known
+/// Adds the units between those with a match as these are found.
+void TextSearch::PassMatchingUnits() {
+  std::size_t place = 0;  // after the units that are known
+  const Verdict verdict = ForEachUnitOfProbe([&](Range unit) {
+    AddUnitsWithout(place, unit.begin);
+    place = NextLineBegin(text_, unit.end);
+  });
+  if (verdict == Verdict::kGaveUp) return SearchUnits(place);
+  AddUnitsWithout(place, text_.size());
+}
+
+/// The same with lines.
+void TextSearch::PassMatchingLines() {
+  std::size_t place = 0;
   SearchOptions options;
   options.encoding = plan_.encoding;
   options.firstOfLine = !plan_.wholeLines;
@@ -151,9 +157,16 @@ bool TextSearch::PassMatchingLines() {
     place = NextLineBegin(text_, item.begin);
     return !Enough();
   });
-  if (verdict == Verdict::kGaveUp) return false;
+  if (verdict == Verdict::kGaveUp) return SearchUnits(place);
   if (!Enough()) AddLinesWithout(place, text_.size(), true);
-  return true;
+}
+
+/// Adds the units from `place` on that begin before `end`: no match lies on them. Moves `place` after them.
+void TextSearch::AddUnitsWithout(std::size_t& place, std::size_t end) {
+  for (Range unit; !Enough() && place < end && NextUnit(text_, plan_.scope, place, unit);) {
+    if (unit.begin >= end) return;
+    AddSatisfied(unit);
+  }
 }
 
 /// Adds the lines from `place`, where one begins, that end before `end`, and one that ends there with the text
@@ -165,9 +178,10 @@ void TextSearch::AddLinesWithout(std::size_t place, std::size_t end, bool alsoLa
     return;
   }
   const auto add = [&](Range line) {
+    if (!HasRoom(line.begin)) return;
     ++found_->unitsWithout;
     found_->satisfied.push_back(line);
-    found_->lines.push_back({line, found_->matches.size(), 0});
+    AddLineWithout(line);
   };
   ForEachLineFeed(text_, place, end, [&](std::size_t feed) {
     add({place, feed > place && text_[feed - 1] == '\r' ? feed - 1 : feed});
@@ -176,30 +190,42 @@ void TextSearch::AddLinesWithout(std::size_t place, std::size_t end, bool alsoLa
   if (last) add({place, end});
 }
 
-/// Searches each unit by itself, for the search of all has given up.
+/// Searches each line by itself, for the search of all has given up. What lies before the line of the latest match
+/// is known.
 void TextSearch::StartOver() {
-  found_->Clear();
-  nextLine_ = 0;
-  SearchUnits();
+  if (found_->lines.empty()) {
+    found_->Clear();
+    nextLine_ = 0;
+    return SearchUnits(0);
+  }
+  const FoundLine last = found_->lines.back();
+  if (last.goesOn) {
+    found_->gaveUp.push_back(searcher_.GaveUpAt());
+    return SearchUnits(nextLine_);
+  }
+  found_->matches.resize(last.firstMatch);
+  found_->lines.pop_back();
+  --found_->linesWithMatches;
+  nextLine_ = last.line.begin;
+  SearchUnits(nextLine_);
 }
 
 void TextSearch::SearchCandidates() {
   if (text_.empty()) return;
-  if (!CollectUnits()) return StartOver();
-  for (const Range unit : units_) {
+  std::size_t place = 0;  // after the units that are known
+  const Verdict verdict = ForEachUnitOfProbe([&](Range unit) {
     SearchUnit(unit);
-    if (Enough()) return;
-  }
+    place = NextLineBegin(text_, unit.end);
+  });
+  if (verdict == Verdict::kGaveUp) SearchUnits(place);
 }
 
-void TextSearch::SearchUnits() {
+/// Searches each unit from `place` on, where one begins.
+void TextSearch::SearchUnits(std::size_t place) {
   // A pattern is searched in units only where it gave up, and then line by line.
   const Scope scope = plan_.road == SearchPlan::Road::kItems ? Scope::kLine : plan_.scope;
-  std::size_t place = 0;
-  for (Range unit; NextUnit(text_, scope, place, unit);) {
+  for (Range unit; !Enough() && NextUnit(text_, scope, place, unit);)
     SearchUnit(unit);
-    if (Enough()) return;
-  }
 }
 
 void TextSearch::SearchUnit(Range unit) {
@@ -218,12 +244,12 @@ void TextSearch::SearchUnit(Range unit) {
   bool anyItem = false;
   if (verdictIsEnough && !picky_) {
     verdict = searcher_.Matches(text, plan_.encoding);
-    if (verdict == Verdict::kYes) AddLine(unit);
+    if (verdict == Verdict::kYes && HasRoom(unit.begin)) AddLine(unit);
   } else {
     verdict = searcher_.ForEach(text, options_, [&](const Item& item) {
       anyItem = true;
       Range match;
-      if (Takes(item, unit.begin, match)) AddMatch(match);
+      if (Takes(item, unit.begin, match)) AddMatch(match, unit.begin + PlaceOf(item.begin));
       return !Enough();
     });
     if (verdict == Verdict::kYes && !anyItem) AddSatisfied(unit);
@@ -263,7 +289,10 @@ bool TextSearch::Takes(const Item& item, std::size_t base, Range& match) const {
   return true;
 }
 
-void TextSearch::AddMatch(Range match) {
+/// Adds a match of an item that begins at `itemBegin`; what comes later begins there or behind.
+void TextSearch::AddMatch(Range match, std::size_t itemBegin) {
+  if (need_ != Need::kMatches && match.begin < nextLine_) return;
+  if (!HasRoom(itemBegin)) return;
   if (match.begin >= nextLine_) {
     FinishLine();
     AddLine(LineAround(text_, match.begin));
@@ -276,7 +305,11 @@ void TextSearch::AddMatch(Range match) {
 void TextSearch::AddLine(Range line) {
   ++found_->linesWithMatches;
   nextLine_ = line.end + (text_.substr(line.end, 2) == "\r\n" ? 2 : 1);
-  if (need_ >= Need::kLines) found_->lines.push_back({line, found_->matches.size(), 0});
+  if (need_ >= Need::kLines) found_->lines.push_back({line, found_->matches.size(), 0, true});
+}
+
+void TextSearch::AddLineWithout(Range line) {
+  found_->lines.push_back({line, found_->matches.size()});
 }
 
 /// Tags may come out of order.
@@ -289,14 +322,68 @@ void TextSearch::FinishLine() {
   });
 }
 
+/// Makes room for what is found at `place` or behind: hands a full portion on. Returns false when no more is wanted.
+bool TextSearch::HasRoom(std::size_t place) {
+  const bool full = take_ != nullptr && found_->lines.size() + found_->matches.size() >= portion_;
+  if (full && !ended_) HandOn(place);
+  return !ended_;
+}
+
+void TextSearch::HandOn(std::size_t place) {
+  FinishLine();
+  std::vector<Range> kept;
+  std::optional<FoundLine> last;
+  if (place < nextLine_) last = KeepBack(place, kept);
+  std::vector<std::size_t> gaveUp;
+  if (found_->lines.empty()) {
+    gaveUp = std::move(found_->gaveUp);
+  } else {
+    ended_ = !(*take_)(*found_);
+  }
+  found_->Clear();
+  if (ended_) return;
+  found_->gaveUp = std::move(gaveUp);
+  if (!last.has_value()) return;
+  found_->linesWithMatches = last->goesOn ? 0 : 1;
+  found_->lines.push_back(*last);
+  found_->matches = std::move(kept);
+}
+
+/// Takes the matches of the last line from `place` on out of the portion, and the line itself if no other is left.
+/// Returns the line as it goes on.
+FoundLine TextSearch::KeepBack(std::size_t place, std::vector<Range>& kept) {
+  FoundLine& last = found_->lines.back();
+  auto& matches = found_->matches;
+  auto first = matches.end();
+  if (plan_.tag > 0) {
+    first = std::lower_bound(matches.begin() + static_cast<std::ptrdiff_t>(last.firstMatch), first,
+                             place, [](Range match, std::size_t at) { return match.begin < at; });
+  }
+  kept.assign(first, matches.end());
+  matches.erase(first, matches.end());
+  last.matchCount -= kept.size();
+  FoundLine rest{last.line, 0, kept.size(), true, true};
+  if (last.matchCount > 0) {
+    found_->lastGoesOn = true;
+  } else {
+    rest.goesOn = last.goesOn;
+    if (!last.goesOn) --found_->linesWithMatches;
+    found_->lines.pop_back();
+  }
+  return rest;
+}
+
 void TextSearch::AddSatisfied(Range unit) {
+  if (!HasRoom(unit.begin)) return;
   ++found_->unitsWithout;
   if (need_ < Need::kLines) return;
   found_->satisfied.push_back(unit);
   if (plan_.scope == Scope::kFile) return;
   std::size_t place = unit.begin;
-  for (Range line; place <= unit.end && NextUnit(text_, Scope::kLine, place, line);)
-    found_->lines.push_back({line, found_->matches.size(), 0});
+  for (Range line; place <= unit.end && NextUnit(text_, Scope::kLine, place, line);) {
+    if (!HasRoom(line.begin)) return;
+    AddLineWithout(line);
+  }
 }
 
 }  // namespace trovex::cli

@@ -1,6 +1,6 @@
 // Columns, not bytes, stand above one another.
 
-#include "hosts/cli/output/fault_text.h"
+#include "hosts/cli/expression/fault_text.h"
 
 #include "hosts/cli/files/code_page.h"
 #include "hosts/cli/output/visible_text.h"

@@ -1,6 +1,6 @@
 // Quoting and joining. Expressions are put into brackets, for any operator may stand in them.
 
-#include "hosts/cli/command/word_list.h"
+#include "hosts/cli/expression/word_list.h"
 
 #include <algorithm>
 

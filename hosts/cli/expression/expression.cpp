@@ -1,8 +1,8 @@
 // Conversion, escaping, and what to do about faults.
 
-#include "hosts/cli/search/expression.h"
+#include "hosts/cli/expression/expression.h"
 
-#include "hosts/cli/command/word_list.h"
+#include "hosts/cli/expression/word_list.h"
 #include "hosts/cli/files/code_page.h"
 #include "hosts/cli/output/terminal.h"
 #include "hosts/cli/search/search_plan.h"

@@ -8,7 +8,7 @@
 // Where the expression has brackets that became no part of the tree, a last line tells so: text
 // beside a bracketed operator is dropped.
 
-#include "hosts/cli/search/explain.h"
+#include "hosts/cli/expression/explain.h"
 
 #include "hosts/cli/files/code_page.h"
 #include "hosts/cli/output/visible_text.h"
