@@ -7,6 +7,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace trovex {
@@ -259,7 +260,10 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
 
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
                                   CompileBudget& budget) {
-  listLead_ = ListLead::For(tree, options, cost_, budget);
+  const bool makesStatesAllTheTime = cost_ > 0 && graph_->size > kMostLeadingPositions;
+  listLead_ = ListLead::For(
+      tree, options, makesStatesAllTheTime ? std::numeric_limits<double>::infinity() : cost_,
+      budget);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,

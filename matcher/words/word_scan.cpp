@@ -46,6 +46,9 @@ std::size_t WindowLength(std::size_t shortest, std::size_t stride) {
   return std::min(shortest - stride + 1, kMost[stride]);
 }
 
+/// To look up a byte as the one of its class, in nanoseconds.
+constexpr double kCostOfTranslation = 0.4;
+
 int BitsFor(std::size_t entries) {
   return static_cast<int>(std::bit_width(std::max<std::size_t>(entries, 1) - 1));
 }
@@ -80,6 +83,9 @@ class WordScanMaker {
     for (const auto& [from, to] : ChooseGroups()) {
       if (!AddGroup(from, to)) return std::nullopt;
     }
+    scan_.areAllInBuckets_ =
+        std::all_of(scan_.groups_.begin(), scan_.groups_.end(),
+                    [](const auto& group) { return group.findInBuckets != nullptr; });
     budget_.ChargeBytes(static_cast<std::int64_t>(scan_.words_.Bytes()));
     return std::move(scan_);
   }
@@ -159,6 +165,7 @@ class WordScanMaker {
   /// The best way to look for the words of the lengths [from, to), which are some.
   Choice ChooseLookup(std::size_t from, std::size_t to) {
     Choice best = ChooseWindows(from, to);
+    if (scan_.translates_) best.cost += kCostOfTranslation;
     // Of many words, only the shortest may be few enough for buckets.
     if (from > 1 || LeastCostOfBuckets(to) >= best.cost) return best;
     const std::optional<Buckets>& buckets = BucketsFor(to);
@@ -192,7 +199,7 @@ class WordScanMaker {
     budget_.ChargeSteps(count * count * kBucketStepsPerPair);
     std::array<double, 256> frequencies{};
     for (std::size_t c = 0; c < 256; ++c)
-      frequencies[scan_.translation_[c]] += (kByteFrequency[c] + 0.5) / 100'000;
+      frequencies[c] = (kByteFrequency[c] + 0.5) / 100'000;
     return MakeBuckets(beginnings, *lookup, frequencies, kCorrelation);
   }
 
@@ -221,14 +228,14 @@ class WordScanMaker {
   void AddTo(BucketBeginning& beginning, std::string_view word) const {
     for (std::size_t i = 0; i < beginning.size(); ++i) {
       if (i < word.size()) {
-        beginning[i] |= LookedUpAs(static_cast<Byte>(word[i]));
+        beginning[i] |= list_.bytesOf[static_cast<Byte>(word[i])];
       } else {
         beginning[i].set();
       }
     }
   }
 
-  /// What the bytes of a class are looked up as, in buckets and as what follows a beginning.
+  /// What the bytes of a class are looked up as after a beginning.
   CharSet LookedUpAs(Byte number) const {
     if (!scan_.translates_) return list_.bytesOf[number];
     return CharSet().set(static_cast<Byte>(values_[number][0]));
@@ -505,7 +512,7 @@ std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, Compile
 
 void WordScan::MarkStarts(const Byte* from, std::size_t size, const Byte* textEnd,
                           std::uint64_t* marks, std::uint32_t* hits) const {
-  if (!translates_) return MarkIn(from, size, textEnd, marks, hits);
+  if (!translates_ || areAllInBuckets_) return MarkIn(from, size, textEnd, marks, hits);
   std::array<Byte, kLargestWordStretch + kLookedAt> copy;
   const std::size_t copied = std::min(size + kLookedAt, static_cast<std::size_t>(textEnd - from));
   Translate(from, copied, copy.data());
@@ -538,7 +545,8 @@ void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, s
     const auto isInside = [&](std::size_t last) {
       return hits[last] + stride - 1 + sizeof(std::uint64_t) <= textSize;
     };
-    while (count - done >= kFewHits) {
+    const bool isAsLookedUp = !translates_ || !areAllInBuckets_;
+    while (isAsLookedUp && count - done >= kFewHits) {
       const std::size_t some = std::min(count - done, Beginnings::kMostHits);
       if (!isInside(done + some - 1)) break;
       MarkNear(group, from, {hits + done, some}, textEnd, marks);
@@ -584,10 +592,14 @@ std::uint64_t WordScan::MarkInShort(const Byte* from, const Byte* textEnd) const
 /// Whether a word of `group` may start at `place`.
 inline bool WordScan::MayStandAt(const Group& group, const Byte* place, const Byte* begin,
                                  const Byte* textEnd) const {
+  std::uint32_t root = 0;
+  if (translates_ && areAllInBuckets_) {
+    const Start start = StartAt(group, place, textEnd);
+    return group.roots.Has(start.hash, start.tail, root);
+  }
   const std::uint64_t bytes = EightBytes(place, begin, textEnd);
   const std::uint32_t hash = group.beginnings.HashOf(bytes);
   if (!group.beginnings.MayBegin(bytes, hash)) return false;
-  std::uint32_t root = 0;
   return group.roots.Has(hash, TailAt(group, place, begin, textEnd), root);
 }
 

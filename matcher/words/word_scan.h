@@ -155,6 +155,8 @@ class WordScan {
   /// Set where classes have so many bytes that a table with all of these would be too large: the bytes of a text
   /// are looked up as what they are here, one byte of their class.
   bool translates_ = false;
+  /// Only near the places that are found in buckets then, where there are no windows.
+  bool areAllInBuckets_ = false;
   ByteMap translation_ = kSameBytes;
   WordTrie words_;
   Neighbours starts_;

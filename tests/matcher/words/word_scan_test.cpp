@@ -226,6 +226,9 @@ TEST(WordScan, WordsWithSetsOfManyBytesAreFound) {
       ASSERT_EQ(Find(*scan, places, text, [](std::size_t) { return true; }),
                 AllWords(words, text, fold, [](std::size_t, std::size_t) { return true; }))
           << "seed " << seed << " pattern " << pattern << " text " << Visible(text);
+      if (text.size() > 64) continue;
+      ASSERT_EQ(MarksOf(*scan, text, true), MarksOf(*scan, text, false))
+          << "seed " << seed << " pattern " << pattern << " text " << Visible(text);
     }
   }
 }
