@@ -1,7 +1,6 @@
 #include "matcher/pattern_search.h"
 
 #include "matcher/costs.h"
-#include "matcher/tuning.h"
 
 #include <algorithm>
 #include <cstring>
@@ -25,23 +24,6 @@ void PatternSearch::Begin(TextView text) {
   if (locator_) locator_->Begin(text_.data(), text_.size());
   if (references_) references_->Begin(text_);
   groupWork_.Begin();
-}
-
-SearchOutcome PatternSearch::First(TextView text, ByteRange& match) {
-  if (locator_ && text.size() <= kLookedAtText) {
-    LocatedRange found;
-    const unsigned char* const begin = text.data();
-    const auto answer = program_.Locator()->LookAt(begin, begin + text.size(), found);
-    if (answer == LocatorProgram::Answer::kNoMatch) return outcome_ = SearchOutcome::kNotFound;
-    if (answer == LocatorProgram::Answer::kMatch && isLocated_) {
-      match = {static_cast<std::size_t>(found.start - begin),
-               static_cast<std::size_t>(found.end - begin)};
-      return outcome_ = SearchOutcome::kFound;
-    }
-  }
-  Begin(text);
-  match = Next();
-  return outcome_;
 }
 
 ByteRange PatternSearch::NextNotReady() {

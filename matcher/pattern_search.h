@@ -17,6 +17,7 @@
 #include "matcher/groups/reference_search.h"
 #include "matcher/pattern_program.h"
 #include "matcher/search_outcome.h"
+#include "matcher/tuning.h"
 #include "text/byte_range.h"
 
 #include <cstddef>
@@ -62,7 +63,21 @@ class PatternSearch {
 
   /// The first match of `text` alone, as Begin and Next find it; a short text that has none is done with
   /// before anything is begun. Afterwards, Begin comes before anything else.
-  SearchOutcome First(TextView text, ByteRange& match);
+  SearchOutcome First(TextView text, ByteRange& match) {
+    if (locator_ && text.size() <= kLookedAtText) {
+      LocatedRange found;
+      const unsigned char* const begin = text.data();
+      const auto answer = program_.Locator()->LookAt(begin, begin + text.size(), found);
+      if (answer == LocatorProgram::Answer::kNoMatch) return outcome_ = SearchOutcome::kNotFound;
+      if (answer == LocatorProgram::Answer::kMatch && isLocated_) {
+        match = {static_cast<std::size_t>(found.start - begin),
+                 static_cast<std::size_t>(found.end - begin)};
+        return outcome_ = SearchOutcome::kFound;
+      }
+    }
+    Begin(text);
+    return Next(match);
+  }
 
   /// Where the groups of `match`, a match of this text, lie: groups[g - 1] is the range of group g,
   /// nowhere if it took no part. With `kGaveUp`, where that would take too long, there are none.

@@ -67,14 +67,19 @@ class StringMatches {
   /// Whether `pattern` has a match, which is looked for alone.
   bool IsFound(std::size_t pattern);
 
-  /// Whether `pattern` has a match in `text`, which nothing has begun with: for short texts. Its matches are those of the
-  /// whole text (Sight).
-  bool Holds(std::size_t pattern, TextView text) const {
+  /// The first match of `pattern` in `text`, which nothing has begun with; nowhere if there is none. For short texts. Its
+  /// matches are those of the whole text (Sight).
+  ByteRange FirstIn(TextView text, std::size_t pattern) const {
+    ByteRange first;
     const Byte* const begin = text.data();
     for (std::size_t number = patterns_[pattern]; number < patterns_[pattern + 1]; ++number) {
-      if (First(strings_[number], begin, begin + text.size()) != nullptr) return true;
+      const Searched& string = strings_[number];
+      const Byte* const place = First(string, begin, begin + text.size());
+      if (place == nullptr) continue;
+      const auto at = static_cast<std::size_t>(place - begin);
+      if (at < first.begin) first = {at, at + string.length};
     }
-    return false;
+    return first;
   }
 
   /// Calls `take(pattern, start, stop)` for the matches of each pattern that are wanted, which do not overlap each other: by

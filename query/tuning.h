@@ -53,10 +53,11 @@ inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
 /// Candidates of a scan that are not further apart are near: the lines of near ones are read together.
 inline constexpr std::size_t kNearCandidates = 128;
 
-/// Strings that are searched together: so many places are one cluster at most; longer distances would make one cluster
-/// of nearly everything.
+/// Strings that are searched together: so many places are one cluster at most. Longer distances are taken as if they
+/// had no end: the text is one cluster, of at most so many places.
 inline constexpr std::size_t kLargestCluster = 4'096;
 inline constexpr std::int64_t kLongestClustered = 1 << 16;
+inline constexpr std::size_t kLargestEndless = std::size_t{1} << 18;
 /// The same in words, which are counted again and again.
 inline constexpr std::int64_t kMostClusteredWords = 128;
 

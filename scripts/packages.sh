@@ -27,3 +27,16 @@ PYTHON_PACKAGES=(python3-dev python3-venv)
 
 # What Spark takes beside that.
 SPARK_PACKAGES=(default-jre-headless procps)
+
+# What making Debian packages, and a bare system to try them in, takes.
+SYSTEM_PACKAGES=(debootstrap dpkg-dev fakeroot gzip)
+
+# Has all builds that follow take from each other what they compile alike: the library is built for several
+# hosts. What is kept is under build/. Without ccache each build compiles everything.
+share_compilations() {
+  [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] || return 0
+  command -v ccache >/dev/null || need ccache || return 0
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  export CCACHE_DIR=${CCACHE_DIR:-$PWD/build/ccache}
+  export CCACHE_DEPEND=1  # what a unit includes is known from its compilation: it is not preprocessed before
+}

@@ -13,6 +13,8 @@ python_package() {
   if command -v ccache >/dev/null; then
     export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
   fi
+  # The name by which CMake calls the compiler elsewhere: ccache tells compilers apart by their names, too.
+  export CXX=${CXX:-c++}
   "$PYTHON" -m pip install --quiet 'scikit-build-core>=0.10' 'nanobind>=2.4' 'setuptools>=70.1'
   "$PYTHON" -m pip install --quiet --force-reinstall --no-deps --no-build-isolation "./$1"
 }

@@ -32,6 +32,12 @@ struct LeadingProbes {
   double rate = kEveryPlace;
 };
 
+/// Whether only single bytes are looked for, which takes half as long as classes.
+bool AreBytes(const Probes& probes) {
+  return std::all_of(probes.begin(), probes.end(),
+                     [](const Probe& probe) { return probe.bytes.count() == 1; });
+}
+
 /// Several ways are looked for as one, which takes far less, where that leaves hardly more places: what sets
 /// them apart need not be what is rare about them.
 LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
@@ -48,8 +54,8 @@ LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   LeadingProbes together;
   together.ways = {ChooseProbes(any)};
   together.rate = ExpectedRate(together.ways);
-  return together.rate <= std::max(kFewMorePlaces, kHardlyMorePlaces * apart.rate) ? together
-                                                                                   : apart;
+  const double few = AreBytes(together.ways[0]) ? kFewMorePlacesByBytes : kFewMorePlaces;
+  return together.rate <= std::max(few, kHardlyMorePlaces * apart.rate) ? together : apart;
 }
 
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
@@ -105,12 +111,6 @@ std::optional<RunMiddle> WorthwhileMiddle(const std::vector<Run>& runs, const Be
   return middle;
 }
 
-/// Whether matches start so whatever stands before them.
-bool StartAnywhere(const PositionGraph& graph) {
-  return std::all_of(graph.starts.begin(), graph.starts.end(),
-                     [](Neighbours between) { return between == 0 || between == kAnyNeighbours; });
-}
-
 /// A row of runs, and what must stand beside it as runs of one byte.
 std::vector<Run> WithNeighbours(std::vector<Run> runs, const Beside& beside) {
   if (beside.AsksBefore()) runs.insert(runs.begin(), {beside.before, 1, 1});
@@ -118,12 +118,17 @@ std::vector<Run> WithNeighbours(std::vector<Run> runs, const Beside& beside) {
   return runs;
 }
 
-/// Whether all matches of `runs` have the same beside them, which is then told, and a scan can find where they end.
-bool CanTakeRuns(const std::vector<Run>& runs, const std::optional<Beside>& beside) {
-  if (runs.empty() || !beside) return false;
-  if (beside->AsksBefore() && runs.front().least == 0) return false;
-  if (beside->AsksAfter() && runs.back().least == 0) return false;
-  return RunScan::CanTake(runs, beside->after);
+/// Whether a string is everywhere, and rare with what must stand beside it.
+bool IsRareRow(const std::vector<CharSet>& string, const std::vector<Run>& runs,
+               const Beside& beside) {
+  const double rate = ExpectedRate(ChooseProbes(string));
+  return rate > kCommonString && IsRareAsAWhole(WithNeighbours(runs, beside), rate);
+}
+
+/// Whether matches start so whatever stands before them.
+bool StartAnywhere(const PositionGraph& graph) {
+  return std::all_of(graph.starts.begin(), graph.starts.end(),
+                     [](Neighbours between) { return between == 0 || between == kAnyNeighbours; });
 }
 
 /// The bytes that matches that are not empty can start with.
@@ -133,6 +138,39 @@ CharSet FirstBytes(const PositionGraph& graph) {
     if (graph.starts[position] != 0) first |= graph.bytes[position];
   }
   return first;
+}
+
+/// The bytes that they can end with.
+CharSet LastBytes(const PositionGraph& graph) {
+  CharSet last;
+  for (std::uint32_t position = 0; position < graph.size; ++position) {
+    if (graph.ends[position] != 0) last |= graph.bytes[position];
+  }
+  return last;
+}
+
+/// The bytes of the runs from `first` on, which go to `last`, up to one that cannot be missing.
+template <typename Iterator>
+CharSet BytesAtEdge(Iterator first, Iterator last) {
+  CharSet bytes;
+  for (; first != last; ++first) {
+    bytes |= first->bytes;
+    if (first->least > 0) break;
+  }
+  return bytes;
+}
+
+/// Whether all matches of `runs` have the same beside them, which is then told, and a scan can find where they end.
+/// Where a run at an edge may be missing, its bytes must be among those that have it beside them: of "\< *a" no
+/// blank has.
+bool CanTakeRuns(const std::vector<Run>& runs, const PositionGraph& graph,
+                 const std::optional<Beside>& beside) {
+  if (runs.empty() || !beside) return false;
+  const bool startsSo = !beside->AsksBefore() || runs.front().least > 0 ||
+                        BytesAtEdge(runs.begin(), runs.end()) == FirstBytes(graph);
+  const bool endsSo = !beside->AsksAfter() || runs.back().least > 0 ||
+                      BytesAtEdge(runs.rbegin(), runs.rend()) == LastBytes(graph);
+  return startsSo && endsSo && RunScan::CanTake(runs, beside->after);
 }
 
 /// What the words of a list are searched with beside them: the kinds of bytes.
@@ -163,12 +201,13 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
       startsAnywhere_(StartAnywhere(*graph_)) {
   canStart_ = MembersOf(FirstBytes(*graph_));
   const std::optional<Beside> beside = BesideOf(*graph_);
-  const bool areRuns = CanTakeRuns(runs, beside);
+  const bool areRuns = CanTakeRuns(runs, *graph_, beside);
   for (const Run& run : runs)
     shortest_ += run.least;
   if (areRuns && beside->IsAny() && runs.size() == 1 && (runs[0].least > 1 || runs[0].most > 1))
     class_ = ClassRun::For(runs[0]);
-  if (IsOneString(*graph_)) {
+  const bool isInRow = areRuns && !class_ && IsRareRow(graph_->bytes, runs, *beside);
+  if (IsOneString(*graph_) && !isInRow) {
     isToldBeside_ = beside.has_value();
     beside_ = beside.value_or(Beside{});
     isStringFree_ = isToldBeside_ && beside_.IsAny();
@@ -233,25 +272,11 @@ bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const By
   return (graph_->starts[0] & atStart) != 0 && (graph_->ends[graph_->size - 1] & atStop) != 0;
 }
 
-LocatorProgram::Answer LocatorProgram::LookAt(const Byte* begin, const Byte* end,
-                                              LocatedRange& match) const {
-  const Answer answer = LookForFirst(begin, end, match);
-  // Whether a whole word ends where the text does may depend on the byte after it.
-  const bool isOpen = words_ && answer == Answer::kMatch && match.end == end;
-  return isOpen ? Answer::kUnknown : answer;
-}
-
 LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byte* end,
                                                     LocatedRange& match) const {
   const Byte* place = begin;
   if (end - begin < shortest_) return Answer::kNoMatch;
   if (class_ || middle_) return LookForRuns(place, end, match);
-  if (string_) {
-    const Byte* const found = string_->Find(place, end);
-    if (found == nullptr) return Answer::kNoMatch;
-    match = {found, found + string_->Length()};
-    return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
-  }
   if (list_) return LookForListed(place, end, match);
   if (listLead_) return listLead_->MayStandIn(place, end) ? Answer::kUnknown : Answer::kNoMatch;
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;

@@ -101,11 +101,24 @@ class LocatorProgram {
 
   /// A look at a text from `place` to `end`, of at most kLookedAtText bytes, before anything is set up for a
   /// search: the first match, or that there is none, or, where that takes more, that it is not known. Costs as much as a scan.
-  Answer LookAt(const unsigned char* place, const unsigned char* end, LocatedRange& match) const;
+  Answer LookAt(const unsigned char* place, const unsigned char* end, LocatedRange& match) const {
+    const Answer answer =
+        string_ && !class_ ? LookForString(place, end, match) : LookForFirst(place, end, match);
+    // Whether a whole word ends where the text does may depend on the byte after it.
+    const bool isOpen = words_ && answer == Answer::kMatch && match.end == end;
+    return isOpen ? Answer::kUnknown : answer;
+  }
 
  private:
   friend class MatchLocator;
 
+  Answer LookForString(const unsigned char* begin, const unsigned char* end,
+                       LocatedRange& match) const {
+    const unsigned char* const found = string_->Find(begin, end);
+    if (found == nullptr) return Answer::kNoMatch;
+    match = {found, found + string_->Length()};
+    return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
+  }
   Answer LookForFirst(const unsigned char* begin, const unsigned char* end,
                       LocatedRange& match) const;
   Answer LookForRuns(const unsigned char* place, const unsigned char* end,

@@ -14,13 +14,19 @@ namespace trovex {
 struct MiddleString {
   std::vector<CharSet> sets;
   bool hasLead;
-  bool isLast;  // the row ends with it
+  bool isLast;       // the row ends with it
+  bool meetsBefore;  // the run before it has no end and may hold its first byte
 };
 
 namespace {
 
 bool Meet(const Run& a, const Run& b) {
   return (a.bytes & b.bytes).any();
+}
+
+/// What stands at `middle`: the first byte of the string, or behind all runs what must stand after a match.
+const CharSet& BytesAt(const std::vector<Run>& runs, std::size_t middle, const Beside& beside) {
+  return middle < runs.size() ? runs[middle].bytes : beside.after;
 }
 
 /// Whether run `index` has a byte of one before `middle` that can stand right after it.
@@ -33,8 +39,10 @@ bool MeetsNext(const std::vector<Run>& runs, std::size_t index, std::size_t midd
 }
 
 /// Whether the way back from run `middle`, the first of a string, is one, as it is told above.
-bool IsMiddle(const std::vector<Run>& runs, std::size_t middle) {
-  if (!runs[middle].IsFixed() || runs[middle].least == 0) return false;
+bool IsMiddle(const std::vector<Run>& runs, std::size_t middle, const Beside& beside) {
+  const bool isBehind = middle == runs.size();
+  if (isBehind && (beside.after.count() != 1 || runs.back().least == 0)) return false;
+  if (!isBehind && (!runs[middle].IsFixed() || runs[middle].least == 0)) return false;
   bool hasBefore = false;  // whether something has to stand before the run
   for (std::size_t i = 0; i < middle; ++i) {
     const Run& run = runs[i];
@@ -42,7 +50,8 @@ bool IsMiddle(const std::vector<Run>& runs, std::size_t middle) {
     if (MeetsNext(runs, i, middle)) return false;
     if (i > 0 && !isEndless && !hasBefore) return false;
     if (run.least > 0) hasBefore = true;
-    if (!Meet(run, runs[middle])) continue;
+    if ((run.bytes & BytesAt(runs, middle, beside)).none()) continue;
+    if (isBehind) return false;
     const bool isAlone = middle == 1 && run.least <= kFewRunBytes;
     if (i + 1 != middle || (!isEndless && !isAlone)) return false;
   }
@@ -51,11 +60,13 @@ bool IsMiddle(const std::vector<Run>& runs, std::size_t middle) {
 
 /// Common sets at the ends of a long string take longer to look at than they save.
 MiddleString StringFrom(const std::vector<Run>& runs, std::size_t middle) {
+  if (middle == runs.size()) return {{runs.back().bytes}, true, true, false};
   const auto isCommon = [](const CharSet& set) {
     return ExpectedRate(Probes{{0, set}}) > kCommonSet;
   };
   std::vector<CharSet> string;
-  const bool isTold = runs[middle - 1].least > 0 && !Meet(runs[middle - 1], runs[middle]);
+  const bool meetsBefore = Meet(runs[middle - 1], runs[middle]);
+  const bool isTold = runs[middle - 1].least > 0 && !meetsBefore;
   bool isLast = false;
   if (isTold) string.push_back(runs[middle - 1].bytes);
   for (std::size_t next = middle; next < runs.size(); ++next) {
@@ -70,7 +81,8 @@ MiddleString StringFrom(const std::vector<Run>& runs, std::size_t middle) {
   }
   const bool isCut = isTold && string.size() > kShortString && isCommon(string.front());
   if (isCut) string.erase(string.begin());
-  return {std::move(string), isTold && !isCut, isLast};
+  return {std::move(string), isTold && !isCut, isLast,
+          meetsBefore && runs[middle - 1].most == Run::kEndless};
 }
 
 /// What must stand after the string, which is what must stand after a match where the row ends with it.
@@ -89,15 +101,19 @@ double RateOf(const MiddleString& middle, const Beside& beside) {
 
 /// Whether the one way back leads to the only start that has what must stand before it.
 bool IsStartOnly(const std::vector<Run>& runs, const Beside& beside) {
-  if (!beside.AsksBefore() || runs.front().IsFixed()) return true;
-  return runs.front().least > 0 && (runs.front().bytes & beside.before).none();
+  if (!beside.AsksBefore()) return true;
+  for (const Run& run : runs) {
+    if (!run.IsFixed() && (run.bytes & beside.before).any()) return false;
+    if (run.least > 0) break;
+  }
+  return true;
 }
 
 }  // namespace
 
 RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const MiddleString& told,
                      const Beside& beside)
-    : meetsMiddle_(runs[middle - 1].most == Run::kEndless && Meet(runs[middle - 1], runs[middle])),
+    : meetsMiddle_(told.meetsBefore),
       lead_(told.hasLead ? 1 : 0),
       mayBeBefore_(MembersOf(beside.before)),
       rate_(RateOf(told, beside)),
@@ -109,8 +125,8 @@ RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Mid
 std::optional<RunMiddle> RunMiddle::For(const std::vector<Run>& runs, const Beside& beside) {
   std::optional<RunMiddle> rarest;
   if (runs.empty() || !IsStartOnly(runs, beside)) return rarest;
-  for (std::size_t middle = 1; middle < runs.size(); ++middle) {
-    if (!IsMiddle(runs, middle)) continue;
+  for (std::size_t middle = 1; middle <= runs.size(); ++middle) {
+    if (!IsMiddle(runs, middle, beside)) continue;
     RunMiddle found(runs, middle, StringFrom(runs, middle), beside);
     if (!rarest || found.rate_ < rarest->rate_) rarest.emplace(std::move(found));
   }

@@ -8,6 +8,7 @@
 //   [a-z]+ung                         "ung"; from there back over all letters
 //   [A-Z][a-z]+keit                   "keit"; back over all small letters, and one capital
 //   .{0,500}x                         "x"; from the first one back over up to 500 bytes of the line
+//   [a-z]+$                           a letter and the line feed after it; back over all letters
 //
 // The way back is one and leads to the leftmost start, because the runs on it have nothing in common with their
 // neighbours, and the first byte of the string belongs to none of them: so no match that begins before the

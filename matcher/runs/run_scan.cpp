@@ -35,10 +35,35 @@ std::optional<std::uint32_t> FixedLengthAfter(const std::vector<Run>& runs, std:
   return length;
 }
 
+/// The bytes of the fixed runs from `first` up to `last`, one set for each.
+std::vector<CharSet> BytesFrom(const std::vector<Run>& runs, std::size_t first, std::size_t last) {
+  std::vector<CharSet> bytes;
+  for (; first < last; ++first)
+    bytes.insert(bytes.end(), runs[first].least, runs[first].bytes);
+  return bytes;
+}
+
+/// Where run `index` is an endless one that fixed runs follow, and then one that has all their bytes, and its own: the
+/// number of that one, else 0. What goes on from a later place of these runs goes on from the first one, too.
+std::size_t GoesOnIn(const std::vector<Run>& runs, std::size_t index) {
+  if (runs[index].most != Run::kEndless) return 0;
+  CharSet bytes = runs[index].bytes;
+  std::size_t length = 0;
+  std::size_t next = index + 1;
+  for (; next < runs.size() && runs[next].IsFixed(); ++next) {
+    bytes |= runs[next].bytes;
+    length += runs[next].least;
+  }
+  const bool goesOn = length > 0 && length <= kLongestRequired && next < runs.size() &&
+                      runs[next].most == Run::kEndless && (bytes & ~runs[next].bytes).none();
+  return goesOn ? next : 0;
+}
+
 bool CanBeWalked(const std::vector<Run>& runs, std::size_t index) {
   const Run& run = runs[index];
   if (run.most != Run::kEndless && run.most > kMostBoundedRun) return false;
   if (run.IsFixed() || !MeetsWhatFollows(runs, index)) return true;
+  if (GoesOnIn(runs, index) != 0) return true;
   const std::optional<std::uint32_t> tail = FixedLengthAfter(runs, index);
   return tail && *tail <= kMostTailBytes;
 }
@@ -68,7 +93,13 @@ RunScan::RunScan(const std::vector<Run>& runs, const CharSet& after)
   for (std::size_t i = 0; i < all.size(); ++i) {
     runs_.emplace_back(all[i]);
     if (tried_ < i) tailLength_ += all[i].least;
-    if (!all[i].IsFixed() && MeetsWhatFollows(all, i)) tried_ = i;
+    if (all[i].IsFixed() || !MeetsWhatFollows(all, i)) continue;
+    if (const std::size_t next = GoesOnIn(all, i); next != 0) {
+      runs_[i].bridge.emplace(BytesFrom(all, i + 1, next));
+      runs_[i].next = next;
+    } else {
+      tried_ = i;
+    }
   }
   if (tried_ == kMaxRuns || IsAfter(tried_ + 1) || all[tried_ + 1].bytes.count() != 1) return;
   for (tailByte_ = 0; !all[tried_ + 1].bytes[static_cast<std::size_t>(tailByte_)];)
@@ -195,8 +226,26 @@ const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Not
       return tail + (tailLength_ - after_);
     }
     place = left;
+    if (run.bridge) {
+      place = AfterBridge(run, walk.entered[i] + run.least, left, end);
+      if (place == nullptr) {
+        NoteFailure(i, walk, notes);
+        return nullptr;
+      }
+      i = run.next - 1;
+    }
   }
   return place;
+}
+
+/// Behind the first of the strings after the run that begin from `lowest` up to `highest`, in a text that ends at
+/// `end`; null if there is none.
+const unsigned char* RunScan::AfterBridge(const ReadyRun& run, const Byte* lowest,
+                                          const Byte* highest, const Byte* end) {
+  const auto length = static_cast<std::ptrdiff_t>(run.bridge->Length());
+  const Byte* const limit = end - highest > length ? highest + length : end;
+  const Byte* const found = run.bridge->Find(lowest, limit);
+  return found != nullptr ? found + length : nullptr;
 }
 
 const unsigned char* RunScan::NextStart(const Byte* start, const Notes& notes) const {

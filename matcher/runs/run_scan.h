@@ -8,7 +8,10 @@
 // From a given start there is one way through such a row, as long as no byte can belong to a run and to
 // what may follow it: each run takes all that it can, many bytes at a time. Only the last run of no fixed
 // length may be told from what follows by trying, as the dot from the b: of the places where that can
-// follow, the last counts.
+// follow, the last counts. Others may, too, where an endless run comes after it that takes all of it: then the first
+// place counts, for from there that run reaches whatever it does from any other.
+//
+//   a.*b.*c                a, the first b after it, the last c after that on the line
 //
 // What must stand after a match is read as one more run of a single byte, which belongs to no match. It may be the
 // line feed that is thought after the text.
@@ -27,11 +30,13 @@
 #include "matcher/limits.h"
 #include "matcher/scan/beside.h"
 #include "matcher/scan/place_scan.h"
+#include "matcher/scan/string_scan.h"
 #include "text/char_set.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace trovex {
@@ -79,7 +84,8 @@ class RunScan {
   };
 
   /// Whether finding out where a match of `runs` ends, with a byte of `after` after it, takes no longer than it may,
-  /// and only the last run of no fixed length can have a byte that what follows can begin with, too.
+  /// and no run of no fixed length but the last, and those that another takes over from, can have a byte that what
+  /// follows can begin with, too.
   static bool CanTake(const std::vector<Run>& runs, const CharSet& after = ~CharSet());
 
   /// Takes 1 to `kMaxRuns` runs that it can take.
@@ -107,6 +113,9 @@ class RunScan {
     bool isEndless;
     MemberTable members;
     PlaceScan exits;  // finds the bytes that do not belong to it
+    /// What stands between it and run `next`, where it may have bytes of that; the first place of it counts.
+    std::optional<StringScan> bridge;
+    std::size_t next = 0;
   };
 
   /// Where the walk came into its runs and left them.
@@ -117,6 +126,8 @@ class RunScan {
 
   bool IsAfter(std::size_t index) const { return after_ != 0 && index + 1 == runs_.size(); }
 
+  static const Byte* AfterBridge(const ReadyRun& run, const Byte* lowest, const Byte* highest,
+                                 const Byte* end);
   static const Byte* EndOfRun(const ReadyRun& run, const Byte* place, const Byte* limit);
   const Byte* EndOfBoundedRun(std::size_t index, const Byte* place, const Byte* end,
                               Notes& notes) const;

@@ -40,7 +40,8 @@ class PlaceCursor {
                Take take) {
     const std::ptrdiff_t reach = scan.Reach();
     if (end - place <= reach) return;
-    if (batch_.tested == nullptr && end - place < kShortStretch) {
+    const std::ptrdiff_t places = end - place - reach;
+    if (batch_.tested == nullptr && places >= HitBatch::kChunk && end - place < kShortStretch) {
       // In a short text there are few places, and for most texts none: nothing is kept.
       scan.ForEach(place, end, take);
       return;

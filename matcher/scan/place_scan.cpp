@@ -327,8 +327,9 @@ class Chooser {
 
   std::vector<Probes> Choose() {
     while (offsets_ > 0 && Count() < PlaceScan::kMaxProbes) {
-      if (Count() >= 2 && Rate() < kRareEnough) break;
       const std::size_t offset = BestOffset();
+      if (Count() >= 2 && Rate() < (MixesWithBytes(offset) ? kRareEnoughForBytes : kRareEnough))
+        break;
       const bool hardlyHelps =
           RateWith(offset) > (Count() < 2 ? kProbeHelps : kLaterProbeHelps) * Rate();
       if (Count() > 0 && hardlyHelps) break;
@@ -349,6 +350,14 @@ class Chooser {
   }
 
   std::size_t Count() const { return chosen_[0].size(); }
+
+  /// Whether only single bytes are looked for so far, and a class would be with a probe at `offset`: then a place takes
+  /// about twice as long.
+  bool MixesWithBytes(std::size_t offset) const {
+    if (alternatives_.size() > 1 || alternatives_[0][offset].count() == 1) return false;
+    return std::all_of(chosen_[0].begin(), chosen_[0].end(),
+                       [](const Probe& probe) { return probe.bytes.count() == 1; });
+  }
 
   /// At which share of all places the probes chosen so far hold.
   double Rate() const { return std::accumulate(rates_.begin(), rates_.end(), 0.0); }

@@ -234,6 +234,30 @@ HWY_INLINE const Byte* FirstHit(const Test& /*test*/, const Byte* block, hn::Vec
   return lane < 0 ? nullptr : block + lane;
 }
 
+// Hits as bits: bit i is a hit at the i-th place of a chunk.
+
+/// The hits of as many places as a vector of `D` has.
+template <class D, class Test>
+HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
+#if HWY_TARGET <= HWY_AVX3
+  return Test::Hits(result).raw;
+#else
+  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
+  hn::StoreMaskBits(D(), Test::Hits(result), bytes);
+  std::uint64_t bits = 0;
+  std::memcpy(&bits, bytes, sizeof bits);
+  return bits;
+#endif
+}
+
+/// The hits of `places` places, at least as many as a vector of `D` has and at most twice as many, or as a chunk has: of the
+/// first block and of the last, which may overlap.
+template <class D, class Test>
+HWY_INLINE std::uint64_t BitsOfFew(const Test& test, const Byte* begin, std::ptrdiff_t places) {
+  const std::ptrdiff_t last = places - SizeOf(D());
+  return BitsOf<D>(test, test(begin)) | BitsOf<D>(test, test(begin + last)) << last;
+}
+
 /// Searches fewer places than two blocks of `D` have: in the first block and in the last, which may
 /// overlap; when they are fewer than one block has, in shorter blocks.
 template <class Kind, class D>
@@ -248,6 +272,11 @@ HWY_INLINE const Byte* FindInFewBlocks(const ScanTables& tables, const Byte* beg
     }
   }
   const typename Kind::template Test<D> test(tables);
+  if constexpr (2 * kBlock <= kChunk) {
+    // Both at once: in short texts nobody can guess which block has a hit.
+    const std::uint64_t hits = BitsOfFew<D>(test, begin, places);
+    return hits != 0 ? begin + std::countr_zero(hits) : nullptr;
+  }
   if (const Byte* const hit = FirstHit<D>(test, begin, test(begin))) return hit;
   const Byte* const last = begin + (places - kBlock);
   return FirstHit<D>(test, last, test(last));
@@ -292,22 +321,6 @@ const Byte* Find(const ScanTables& tables, const Byte* begin, const Byte* end) {
   return FindInManyBlocks<Kind, LongestBlock>(tables, begin, places);
 }
 
-// Hits as bits: bit i is a hit at the i-th place of a chunk.
-
-/// The hits of as many places as a vector of `D` has.
-template <class D, class Test>
-HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
-#if HWY_TARGET <= HWY_AVX3
-  return Test::Hits(result).raw;
-#else
-  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
-  hn::StoreMaskBits(D(), Test::Hits(result), bytes);
-  std::uint64_t bits = 0;
-  std::memcpy(&bits, bytes, sizeof bits);
-  return bits;
-#endif
-}
-
 /// The hits of the whole chunk at `block`.
 template <class D, class Test>
 HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
@@ -332,19 +345,44 @@ HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::
   return end;
 }
 
+/// The same of fewer places than a chunk has, in shorter blocks where they are fewer than `D` has.
+template <class Kind, class D>
+HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
+                                      std::ptrdiff_t places) {
+  constexpr std::ptrdiff_t kBlock = SizeOf(D());
+  if (places < kBlock) {
+    if constexpr (kBlock > 16) {
+      return BitsOfPlaces<Kind, hn::Half<D>>(tables, begin, places);
+    } else {
+      std::uint64_t bits = 0;
+      const Byte* place = begin;
+      for (std::ptrdiff_t left = places; left > 0; left = places - (place - begin)) {
+        place = tables.FindOneByOne(place, left);
+        if (place == nullptr) break;
+        bits |= std::uint64_t{1} << (place++ - begin);
+      }
+      return bits;
+    }
+  }
+  const typename Kind::template Test<D> test(tables);
+  if (places <= 2 * kBlock) return BitsOfFew<D>(test, begin, places);
+  std::uint64_t bits = 0;
+  for (std::ptrdiff_t at = 0; at < places - kBlock; at += kBlock)
+    bits |= BitsOf<D>(test, test(begin + at)) << at;
+  return bits | BitsOf<D>(test, test(begin + (places - kBlock))) << (places - kBlock);
+}
+
 /// The hits of `places` places, fewer than a chunk has.
 template <class Kind>
 bool HitsOfFewPlaces(const ScanTables& tables, const Byte* begin, std::ptrdiff_t places,
                      HitBatch& batch) {
+  const std::uint64_t bits =
+      places > 0 ? BitsOfPlaces<Kind, LongestBlock>(tables, begin, places) : 0;
   batch.base = begin;
   batch.tested = begin + places;
-  batch.count = 0;
-  for (const Byte* place = begin; place < batch.tested; ++place) {
-    place = Find<Kind>(tables, place, batch.tested + tables.reach);
-    if (place == nullptr) break;
-    batch.offsets[batch.count++] = static_cast<std::uint16_t>(place - begin);
-  }
-  return batch.count > 0;
+  batch.count =
+      static_cast<std::size_t>(WriteHits(bits, 0, batch.offsets.data()) - batch.offsets.data());
+  return bits != 0;
 }
 
 /// The first chunk from `chunk` on, which is not after `last`, that has a hit, or `last`.

@@ -16,6 +16,10 @@ void MergeFrom(std::size_t second, std::vector<ByteRange>& places) {
   places.erase(std::unique(places.begin(), places.end()), places.end());
 }
 
+bool BeginsBefore(const ByteRange& place, std::size_t byte) {
+  return place.begin < byte;
+}
+
 /// Whether at most `most` words lie wholly between the two.
 bool HasFewWords(TextView text, std::size_t end, std::size_t begin, std::size_t most) {
   // Few bytes at a time: mostly there are too many words soon.
@@ -101,24 +105,29 @@ void NearPlaces::FindOnEitherSide(const NearOperand& left, const NearOperand& ri
 template <typename Within>
 void NearPlaces::FindInOrder(const NearOperand& left, const NearOperand& right, Within within,
                              std::vector<ByteRange>& kept) {
-  if (!left.isNegated) {
-    for (const ByteRange& place : left.places) {
-      const auto next = std::lower_bound(
-          right.places.begin(), right.places.end(), place.end,
-          [](const ByteRange& range, std::size_t from) { return range.begin < from; });
-      const bool isNear = next != right.places.end() && within(place.end, next->begin);
-      if (isNear != right.isNegated) kept.push_back(place);
-    }
-  }
-  if (right.isNegated) return;
   ends_.clear();
   for (const ByteRange& place : left.places)
     ends_.push_back(place.end);
-  std::sort(ends_.begin(), ends_.end());
+  // Where they are of one pattern, they are in order.
+  const bool areInOrder = std::is_sorted(ends_.begin(), ends_.end());
+  auto next = right.places.begin();
+  for (const ByteRange& place : left.places) {
+    if (left.isNegated) break;
+    if (!areInOrder)
+      next = std::lower_bound(right.places.begin(), right.places.end(), place.end, BeginsBefore);
+    while (next != right.places.end() && next->begin < place.end)
+      ++next;
+    const bool isNear = next != right.places.end() && within(place.end, next->begin);
+    if (isNear != right.isNegated) kept.push_back(place);
+  }
+  if (right.isNegated) return;
+  if (!areInOrder) std::sort(ends_.begin(), ends_.end());
   const std::size_t keptLeft = kept.size();
+  std::size_t after = 0;
   for (const ByteRange& place : right.places) {
-    const auto after = std::upper_bound(ends_.begin(), ends_.end(), place.begin);
-    const bool isNear = after != ends_.begin() && within(after[-1], place.begin);
+    while (after < ends_.size() && ends_[after] <= place.begin)
+      ++after;
+    const bool isNear = after > 0 && within(ends_[after - 1], place.begin);
     if (isNear != left.isNegated) kept.push_back(place);
   }
   MergeFrom(keptLeft, kept);

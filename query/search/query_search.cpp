@@ -8,6 +8,7 @@
 #include "query/tuning.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace trovex {
@@ -18,6 +19,14 @@ namespace {
 /// scan before theirs. From 1,024 to 65,536 bytes this takes 0.98 to 1.05 of the time that it takes with that
 /// scan (geometric mean of seven queries): less where patterns are found, more where they are rare.
 constexpr std::size_t kShortText = 4096;
+
+/// Hands out an item without tags.
+bool Show(const ByteRange& range, QuerySearch::Visit visit, void* visitContext) {
+  Item item;
+  item.begin = range.begin;
+  item.end = range.end;
+  return visit(visitContext, item);
+}
 
 /// Where the line after that of `place` begins; after the last line, no place is before it.
 std::size_t NextLine(TextView text, std::size_t place) {
@@ -32,6 +41,7 @@ QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
   streams_.reserve(plan.streams.size());
   for (const PlannedStream& planned : plan.streams)
     MakeStream(planned);
+  if (patterns_.size() == 1) alone_ = patterns_.front();
 }
 
 void QuerySearch::MakeStream(const PlannedStream& planned) {
@@ -82,9 +92,7 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
   context_.blocks.Begin(text, isUtf8 ? TextBlocks::Reading::kUtf8 : TextBlocks::Reading::kPlain,
                         plan_.substitute);
   context_.tagLists.Reset();
-  context_.skipsLines =
-      options.firstOfLine && plan_.streams.size() == 1 && patterns_.front() != nullptr;
-  context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
+  context_.skipsLines = options.firstOfLine && alone_ != nullptr;
   context_.wantsPositions = options.mostItems > 0 || plan_.measuresDistances;
   context_.wantsCharacters = plan_.countsCharacters;
   context_.countsWords = plan_.countsWords;
@@ -108,19 +116,32 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   context_.gaveUpAt = 0;
   context_.credit = 0;
   granted_ = 0;
-  const bool isAlone = plan_.streams.size() == 1;
-  const bool wantsTags = options.tags && plan_.hasTags;
+  context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
-  if (asItIs && isAlone && !wantsTags && patterns_.front() != nullptr)
-    return RunAlone(text, options, visit, visitContext);
   std::size_t passed = 0;
-  const bool isPlainSearch = options.interrupt == nullptr && !wantsTags && !options.firstOfLine;
-  MeasuredText measured = {text};
-  if (isPlainSearch && !isAlone && Strings() != nullptr &&
-      MaySearchForStrings(measured, options.encoding)) {
+  if (alone_ != nullptr && !context_.wantsTags) {
+    if (asItIs) return RunAlone(text, options, visit, visitContext);
+    if (options.interrupt == nullptr && arePlain_ && text.size() > kShortText) {
+      const std::optional<Verdict> verdict =
+          RunByBlocks(text, options, visit, visitContext, passed);
+      if (verdict.has_value()) return *verdict;
+    }
+  }
+  return RunSeveral(text, asItIs, passed, options, visit, visitContext);
+}
+
+/// Where there is more than a pattern: strings are searched for together, or streams find the items. `asItIs`: the patterns
+/// can be looked for in the bytes of the text. The first `passed` items are known already.
+Verdict QuerySearch::RunSeveral(TextView text, bool asItIs, std::size_t passed,
+                                const SearchOptions& options, Visit visit, void* visitContext) {
+  const bool isPlainSearch =
+      options.interrupt == nullptr && !context_.wantsTags && !options.firstOfLine;
+  bool isUtf8 = false;
+  if (isPlainSearch && alone_ == nullptr && Strings() != nullptr &&
+      MaySearchForStrings(text, options.encoding, isUtf8)) {
     using Answer = StringSearch::Answer;
     const StringSearch::Result result =
-        strings_->Run(measured, options.mostItems, visit, visitContext);
+        strings_->Run(text, isUtf8, options.mostItems, visit, visitContext);
     if (result.answer != Answer::kUnknown)
       return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
     passed = result.visited;
@@ -173,10 +194,10 @@ bool QuerySearch::MaySearchAsItIs(TextView text, Encoding encoding) const {
 }
 
 /// The same for a search that reads the text once. Tells whether it is to be measured as UTF-8.
-bool QuerySearch::MaySearchForStrings(MeasuredText& text, Encoding encoding) const {
-  if (encoding == Encoding::kLatin1 || IsPlainAscii(text.bytes)) return true;
-  text.isUtf8 = true;
-  return arePlain_ && !plan_.countsCharacters && !MayHoldMarks(text.bytes);
+bool QuerySearch::MaySearchForStrings(TextView text, Encoding encoding, bool& isUtf8) const {
+  if (encoding == Encoding::kLatin1 || IsPlainAscii(text)) return true;
+  isUtf8 = true;
+  return arePlain_ && !plan_.countsCharacters && !MayHoldMarks(text);
 }
 
 /// A look at a short text, before anything is begun with: false only where stream `stream` has the
@@ -209,45 +230,67 @@ bool QuerySearch::MayBeSatisfied(std::size_t stream, TextView text) {
 
 Verdict QuerySearch::RunAlone(TextView text, const SearchOptions& options, Visit visit,
                               void* visitContext) {
-  PatternSearch& alone = *patterns_.front();
-  const std::size_t mostItems = options.mostItems;
-  if (mostItems <= 1) return RunForOne(text, mostItems, visit, visitContext);
+  PatternSearch& alone = *alone_;
   ByteRange match;
-  if (text.size() <= kLookedAtText && alone.First(text, match) == SearchOutcome::kNotFound)
-    return Verdict::kNo;
+  if (options.mostItems <= 1 || text.size() <= kLookedAtText) {
+    // Most short texts have no match, and of others often no more than the first is wanted.
+    const SearchOutcome first = alone.First(text, match);
+    if (first == SearchOutcome::kNotFound) return Verdict::kNo;
+    if (options.mostItems <= 1 && first == SearchOutcome::kFound) {
+      if (options.mostItems > 0) Show(match, visit, visitContext);
+      return Verdict::kYes;
+    }
+    if (first == SearchOutcome::kGaveUp) return GiveUpAlone();
+  }
+  return RunForAll(text, options, visit, visitContext);
+}
+
+/// The same for more than the first item.
+Verdict QuerySearch::RunForAll(TextView text, const SearchOptions& options, Visit visit,
+                               void* visitContext) {
+  PatternSearch& alone = *alone_;
   alone.Begin(text);
-  match = alone.Next();
+  ByteRange match = alone.Next();
   if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kNo;
   for (std::size_t items = 1; alone.Outcome() == SearchOutcome::kFound; ++items) {
-    Item item;
-    item.begin = match.begin;
-    item.end = match.end;
-    if (!visit(visitContext, item) || items == mostItems) return Verdict::kYes;
+    if (!Show(match, visit, visitContext) || items == options.mostItems) return Verdict::kYes;
     if (options.firstOfLine) alone.SkipLine(match);
     match = alone.Next();
     if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kYes;
   }
-  context_.GiveUp(alone.GaveUpAt());
-  return Verdict::kGaveUp;
+  return GiveUpAlone();
 }
 
-/// The same for the verdict alone, or the first item.
-Verdict QuerySearch::RunForOne(TextView text, std::size_t mostItems, Visit visit,
-                               void* visitContext) {
-  ByteRange match;
-  const SearchOutcome outcome = patterns_.front()->First(text, match);
-  if (outcome == SearchOutcome::kNotFound) return Verdict::kNo;
-  if (outcome == SearchOutcome::kGaveUp) {
-    context_.GiveUp(patterns_.front()->GaveUpAt());
-    return Verdict::kGaveUp;
+/// The same in a long text of UTF-8, block by block. Where a combining mark may follow a match, its last letter is another
+/// one: then the verdict is left to the streams, and `passed` items were handed out before it. Nowhere else do marks make a
+/// difference to a pattern of ASCII.
+std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptions& options,
+                                                Visit visit, void* visitContext,
+                                                std::size_t& passed) {
+  TextBlocks& blocks = context_.blocks;
+  blocks.Begin(text, TextBlocks::Reading::kUtf8, plan_.substitute);
+  for (std::size_t number = 0; blocks.Has(number); ++number) {
+    const ByteRange range = blocks.RangeOf(number);
+    const TextView block = text.subspan(range.begin, range.Length());
+    alone_->Begin(block);
+    ByteRange match = alone_->Next();
+    for (; alone_->Outcome() == SearchOutcome::kFound; match = alone_->Next()) {
+      const bool isAtEnd = match.end == block.size();
+      if (!isAtEnd && MayHoldMarks(block.subspan(match.end, 1))) return std::nullopt;
+      if (options.mostItems == 0) return Verdict::kYes;
+      ++passed;
+      const ByteRange item = {range.begin + match.begin, range.begin + match.end};
+      if (!Show(item, visit, visitContext) || passed == options.mostItems) return Verdict::kYes;
+      if (options.firstOfLine) alone_->SkipLine(match);
+    }
+    if (alone_->Outcome() == SearchOutcome::kGaveUp) return std::nullopt;
   }
-  if (mostItems > 0) {
-    Item item;
-    item.begin = match.begin;
-    item.end = match.end;
-    visit(visitContext, item);
-  }
-  return Verdict::kYes;
+  return passed > 0 ? Verdict::kYes : Verdict::kNo;
+}
+
+Verdict QuerySearch::GiveUpAlone() {
+  context_.GiveUp(alone_->GaveUpAt());
+  return Verdict::kGaveUp;
 }
 
 bool QuerySearch::Deliver(FoundPlace place, Visit visit, void* visitContext) {

@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace trovex {
@@ -42,13 +43,18 @@ class QuerySearch {
  private:
   void MakeStream(const PlannedStream& planned);
   bool MaySearchAsItIs(TextView text, Encoding encoding) const;
-  bool MaySearchForStrings(MeasuredText& text, Encoding encoding) const;
+  bool MaySearchForStrings(TextView text, Encoding encoding, bool& isUtf8) const;
   bool MayBeSatisfied(std::size_t stream, TextView text);
   StringSearch* Strings();
   Verdict RunStreams(std::size_t passed, const SearchOptions& options, Visit visit,
                      void* visitContext);
   Verdict RunAlone(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
-  Verdict RunForOne(TextView text, std::size_t mostItems, Visit visit, void* visitContext);
+  Verdict RunForAll(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
+  std::optional<Verdict> RunByBlocks(TextView text, const SearchOptions& options, Visit visit,
+                                     void* visitContext, std::size_t& passed);
+  Verdict GiveUpAlone();
+  Verdict RunSeveral(TextView text, bool asItIs, std::size_t passed, const SearchOptions& options,
+                     Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
 
@@ -59,6 +65,7 @@ class QuerySearch {
   std::vector<StoredStream*> stored_;
   /// The patterns' own searches, by stream; null for other streams.
   std::vector<PatternSearch*> patterns_;
+  PatternSearch* alone_ = nullptr;  // of a query that is nothing but a pattern
   /// The search for the query as one of strings, made when it is first wanted; null if it is no such query.
   std::unique_ptr<StringSearch> strings_;
   bool knowsStrings_ = false;

@@ -66,19 +66,21 @@ bool StringSearch::ReadOperand(const PlannedStream& planned, PatternSearch* sear
   return true;
 }
 
-/// False where it is so long that nearly everything would be one cluster.
+/// False where it has so many words that they would take long to count.
 bool StringSearch::ReadDistance(const PlannedStream& planned, Operand& operand) {
   operand.isLeftNegated = planned.isLeftNegated;
   operand.isRightNegated = planned.isRightNegated;
   operand.link = planned.link;
   operand.hasDistances = true;
   distances_.push_back(operands_.size());
-  const bool isOfWords = planned.link.unit == DistanceUnit::kWords;
-  const std::int64_t most = isOfWords ? kMostClusteredWords : kLongestClustered;
-  const std::int64_t distance = planned.link.distance.value_or(most + 1);
-  std::int64_t& longest = isOfWords ? longestWords_ : longestDistance_;
-  longest = std::max(longest, distance);
-  return distance <= most;
+  const std::int64_t distance = planned.link.distance.value_or(INT64_MAX);
+  if (planned.link.unit == DistanceUnit::kWords && planned.link.distance.has_value()) {
+    longestWords_ = std::max(longestWords_, distance);
+    return distance <= kMostClusteredWords;
+  }
+  isEndless_ = isEndless_ || distance > kLongestClustered;
+  if (!isEndless_) longestDistance_ = std::max(longestDistance_, distance);
+  return true;
 }
 
 /// Marks the leaves below operand `index` whose matches must be known: if those of the operand must, or for a distance.
@@ -166,7 +168,7 @@ void StringSearch::NoteNeeded(std::size_t index) {
 /// Of one pattern that is no string, only what is in reach of a string can be kept, or keep something else from
 /// being kept, where there is nothing but distances; unless it is kept where it is near to none.
 void StringSearch::ChooseNearby() {
-  if (others_.size() != 1 || longestWords_ >= 0) return;
+  if (others_.size() != 1 || longestWords_ >= 0 || isEndless_) return;
   const std::size_t other = leaves_[others_.front().leaf].operand;
   isNearby_ = std::all_of(operands_.begin(), operands_.end(), [&](const Operand& operand) {
     if (operand.kind == Kind::kPattern) return true;
@@ -178,12 +180,15 @@ void StringSearch::ChooseNearby() {
 
 // ---- One text ----
 
-StringSearch::Result StringSearch::Run(const MeasuredText& text, std::size_t most, Visit visit,
+StringSearch::Result StringSearch::Run(TextView text, bool isUtf8, std::size_t most, Visit visit,
                                        void* visitContext) {
   const std::size_t query = operands_.size() - 1;
-  isShort_ = text.bytes.size() <= kLookedAtText;
-  if (isShort_ && LacksString(text.bytes)) return {Answer::kNo, 0};
-  text_ = text;
+  isShort_ = text.size() <= kLookedAtText;
+  ByteRange first;
+  if (isShort_ && LacksString(text, first)) return {Answer::kNo, 0};
+  // Streams need not go through all of a text for few items.
+  if (isEndless_ && !isShort_ && most != SIZE_MAX) return {Answer::kUnknown, 0};
+  text_ = {text, isUtf8};
   gaveUp_ = false;
   std::fill_n(isFound_.begin(), leaves_.size(), Known::kNot);
   if (isShort_) {
@@ -193,19 +198,22 @@ StringSearch::Result StringSearch::Run(const MeasuredText& text, std::size_t mos
   }
   // A character may take several bytes.
   reach_ = static_cast<std::size_t>(std::max<std::int64_t>(longestDistance_, 0)) *
-           (text.isUtf8 ? kMostBytesOfCharacter : 1);
+           (isUtf8 ? kMostBytesOfCharacter : 1);
   receiver_ = {most, visit, visitContext};
-  matches_->Begin(text.bytes);
-  const bool isYes = operands_[query].hasDistances ? RunNear() : RunAnywhere();
+  const bool isYes = operands_[query].hasDistances ? RunNear() : RunAnywhere(first);
   const Answer answer = isYes ? Answer::kYes : Answer::kNo;
   return {gaveUp_ ? Answer::kUnknown : answer, receiver_.count};
 }
 
-/// A look at a short text: whether it lacks a string without which the verdict is no. Most lack the first.
-bool StringSearch::LacksString(TextView text) const {
-  return std::any_of(needed_.begin(), needed_.end(), [&](std::size_t leaf) {
-    return !matches_->Holds(leaves_[leaf].pattern, text);
-  });
+/// A look at a short text: whether it lacks a string without which the verdict is no, as most do. Else `first` is the
+/// first match of all these strings.
+bool StringSearch::LacksString(TextView text, ByteRange& first) const {
+  for (const std::size_t leaf : needed_) {
+    const ByteRange match = matches_->FirstIn(text, leaves_[leaf].pattern);
+    if (match.IsNowhere()) return true;
+    if (match < first) first = match;
+  }
+  return false;
 }
 
 /// False only where the verdict on operand `index` is no, wherever its patterns have matches; or where one gives up.
@@ -227,12 +235,19 @@ bool StringSearch::MayBe(std::size_t index) {
   }
 }
 
-/// The verdict where there are no distances. What it means where the search gives up is said by that.
-bool StringSearch::RunAnywhere() {
+/// The verdict where there are no distances. What it means where the search gives up is said by that. Of a short text
+/// `first` is what LacksString has found.
+bool StringSearch::RunAnywhere(const ByteRange& first) {
   const std::size_t query = operands_.size() - 1;
   const bool isJudged = isShort_ && needed_.size() == query;  // all operands of one AND
+  if (!isShort_) matches_->Begin(text_.bytes);
   if (!isJudged && (!Judge(query) || gaveUp_)) return false;
   if (receiver_.most == 0) return true;
+  if (isShort_ && receiver_.most == 1 && !needsMore_) {
+    receiver_.Take(first);
+    return true;
+  }
+  if (isShort_) matches_->Begin(text_.bytes);
   chosen_ = 0;
   if (hasOr_) Choose(query);
   if (gaveUp_) return false;
@@ -251,6 +266,7 @@ bool StringSearch::RunAnywhere() {
 /// The same where there are some.
 bool StringSearch::RunNear() {
   const std::size_t query = operands_.size() - 1;
+  matches_->Begin(text_.bytes);
   for (const std::size_t distance : distances_)
     operands_[distance].hasPlaces = false;
   JudgeAnds(false);
@@ -270,7 +286,7 @@ bool StringSearch::IsFound(std::size_t leaf) {
     const Leaf& pattern = leaves_[leaf];
     bool isFound = false;
     if (pattern.pattern != kNoString) {
-      isFound = isShort_ ? matches_->Holds(pattern.pattern, text_.bytes)
+      isFound = isShort_ ? !matches_->FirstIn(text_.bytes, pattern.pattern).IsNowhere()
                          : matches_->IsFound(pattern.pattern);
     } else {
       ByteRange match;
@@ -400,6 +416,7 @@ void StringSearch::ForEachCluster(Decide decide) {
   for (const Leaf& leaf : leaves_)
     operands_[leaf.operand].places.clear();
   seen_ = 0;
+  const std::size_t largest = isEndless_ ? kLargestEndless : kLargestCluster;
   std::size_t size = 0;
   std::size_t clusterEnd = 0;
   const auto close = [&] {
@@ -414,7 +431,7 @@ void StringSearch::ForEachCluster(Decide decide) {
   bool isOver = false;
   ForEachMatch([&](std::size_t leaf, const ByteRange& range) {
     if (IsApart(clusterEnd, range.begin) && !close()) return !(isOver = true);
-    if (++size > kLargestCluster) return !(gaveUp_ = true);
+    if (++size > largest) return !(gaveUp_ = true);
     clusterEnd = std::max(clusterEnd, range.end);
     operands_[leaves_[leaf].operand].places.push_back(range);
     seen_ |= std::uint32_t{1} << leaf;
@@ -425,7 +442,7 @@ void StringSearch::ForEachCluster(Decide decide) {
 
 /// Whether what begins at `begin` is out of reach of all that ends at `end` or before.
 bool StringSearch::IsApart(std::size_t end, std::size_t begin) const {
-  if (begin <= end + reach_) return false;
+  if (isEndless_ || begin <= end + reach_) return false;
   const AndLink words = {.distance = longestWords_, .unit = DistanceUnit::kWords};
   return longestWords_ < 0 || !IsWithin(words, text_, end, begin);
 }

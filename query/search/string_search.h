@@ -12,6 +12,8 @@
 // is looked for on the lines near to strings alone: elsewhere it is near to nothing. Where an AND or a NOT waits for the
 // verdict on a distance, the text is gone through for that first.
 //
+// Where a distance has no end, "Datei &> Verzeichnis", all of the text is one cluster.
+//
 // A cluster that would become too large is left to the streams (item_stream.h), which need no more memory
 // for it; and so is the rest of a text where a pattern gives up.
 
@@ -57,8 +59,8 @@ class StringSearch {
                                             const std::vector<PatternSearch*>& patterns);
 
   /// The verdict on `text`, and up to `most` items, by begin, then by end, no two with the same range. With 0, `visit`
-  /// is not called.
-  Result Run(const MeasuredText& text, std::size_t most, Visit visit, void* visitContext);
+  /// is not called. `isUtf8`: its characters may be more than a byte; then it holds no combining marks.
+  Result Run(TextView text, bool isUtf8, std::size_t most, Visit visit, void* visitContext);
 
  private:
   using Kind = PlannedStream::Kind;
@@ -135,9 +137,9 @@ class StringSearch {
   void NoteNeeded(std::size_t index);
   void ChooseNearby();
 
-  bool RunAnywhere();
+  bool RunAnywhere(const ByteRange& first);
   bool RunNear();
-  bool LacksString(TextView text) const;
+  bool LacksString(TextView text, ByteRange& first) const;
   bool MayBe(std::size_t index);
   bool IsFound(std::size_t leaf);
   bool Judge(std::size_t index);
@@ -170,7 +172,8 @@ class StringSearch {
   std::vector<std::size_t> distances_;
   std::int64_t longestDistance_ = -1;
   std::int64_t longestWords_ = -1;
-  bool isNearby_ = false;  // the only pattern that is no string is wanted near to strings alone
+  bool isEndless_ = false;  // there is a distance that all of a text may be within
+  bool isNearby_ = false;   // the only pattern that is no string is wanted near to strings alone
   NearPlaces near_;
 
   // Of the text.

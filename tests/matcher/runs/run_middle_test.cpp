@@ -96,7 +96,9 @@ const std::vector<Beside> kBeside = {{},
                                      {~CharSet(), SetOf("\n")},
                                      {SetOf("-\n"), SetOf("-\n")},
                                      {~CharSet(), SetOf("a-")},
-                                     {SetOf("a"), SetOf("b\n")}};
+                                     {SetOf("a"), SetOf("b\n")},
+                                     {SetOf("b\n"), SetOf("\n")},
+                                     {~CharSet(), SetOf("b")}};
 
 TEST(RunMiddle, FindsTheMatchesOfAllSmallRowsInAllSmallTexts) {
   Runs choices;
@@ -181,7 +183,7 @@ TEST(RunMiddle, FindsTheMatchesOfRandomRowsFromAnywhereToAnyEnd) {
       Dice dice(seed);
       const Runs runs = RandomRuns(dice);
       const Beside& beside =
-          kBeside[dice.OneIn(2) ? 0 : static_cast<std::size_t>(dice.Between(1, 5))];
+          kBeside[dice.OneIn(2) ? 0 : static_cast<std::size_t>(dice.Between(1, 7))];
       if (!RunScan::CanTake(runs, beside.after)) continue;
       const std::optional<RunMiddle> middle = RunMiddle::For(runs, beside);
       if (!middle) continue;
@@ -245,6 +247,10 @@ TEST(RunMiddle, ARowOfWhichTheWayBackIsNotOneHasNone) {
   EXPECT_FALSE(RunMiddle::For({b, letters}));
   EXPECT_FALSE(RunMiddle::For({{SetOf("a"), 0, 1}, {SetOf("b"), 0, 3}, dash}));
   EXPECT_FALSE(RunMiddle::For({{SetOf("a"), 1, 1}, {SetOf("b"), 0, 1}, letters, dash}));
+  EXPECT_FALSE(RunMiddle::For({letters}, {~CharSet(), SetOf("-\n")}));
+  EXPECT_FALSE(RunMiddle::For({letters}, {~CharSet(), SetOf("b")}));
+  EXPECT_FALSE(RunMiddle::For({{SetOf("a"), 0, ByteRun::kEndless}}, {~CharSet(), SetOf("\n")}));
+  EXPECT_TRUE(RunMiddle::For({letters}, {~CharSet(), SetOf("\n")}));
   EXPECT_TRUE(RunMiddle::For({letters, b}));
   EXPECT_TRUE(RunMiddle::For({few, b}));
   EXPECT_TRUE(RunMiddle::For({few, dash}));

@@ -4,6 +4,7 @@
 
 #include "tests/dice.h"
 #include "tests/matcher/scan/byte_blocks.h"
+#include "tests/matcher/small_cases.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -19,12 +20,14 @@
 namespace trovex {
 namespace {
 
+using testing::AllStrings;
 using testing::Block;
 using testing::Dice;
 using testing::SetOf;
 using testing::Without;
 using Byte = unsigned char;
 using ByteRun = trovex::Run;  // the tests have a Run of their own
+using Runs = std::vector<ByteRun>;
 
 /// Where the longest match of the runs from `index` on ends; null if none does.
 /// The longest end of what goes on with run `index`, with a byte of `after` after it.
@@ -75,10 +78,10 @@ std::string Told(const std::vector<ByteRun>& runs, const Block& text) {
   return told.str();
 }
 
-std::size_t Compare(const std::vector<ByteRun>& runs, std::string_view content,
-                    const CharSet& after = ~CharSet()) {
+/// `scan` is of `runs` and `after`.
+std::size_t Compare(const RunScan& scan, const std::vector<ByteRun>& runs, std::string_view content,
+                    const CharSet& after) {
   const Block text(content);
-  const RunScan scan(runs, after);
   RunScan::Notes notes;
   const auto found = Matches(
       text, [&](const Byte* start) { return scan.EndOfMatch(start, text.end(), notes); },
@@ -118,8 +121,9 @@ TEST(RunScan, AgreesWithTheTrivialWalkOnAllSmallRowsAndTexts) {
   const auto tryAll = [&](const std::vector<ByteRun>& runs) {
     for (const CharSet& after : {~CharSet(), SetOf("\n"), SetOf("-\n"), SetOf("b")}) {
       if (!IsTaken(runs, after)) continue;
+      const RunScan scan(runs, after);
       for (std::size_t i = 0; i < texts.size() && !::testing::Test::HasFailure(); ++i)
-        matches += Compare(runs, texts[i], after);
+        matches += Compare(scan, runs, texts[i], after);
     }
   };
   for (const ByteRun& first : choices) {
@@ -127,6 +131,52 @@ TEST(RunScan, AgreesWithTheTrivialWalkOnAllSmallRowsAndTexts) {
     for (const ByteRun& second : choices)
       tryAll({first, second});
   }
+  EXPECT_GT(matches, 50'000U);
+}
+
+TEST(RunScan, AgreesWhereOneRunTakesOverFromAnother) {
+  Runs firsts;
+  Runs lasts;
+  for (const char* set : {"a", "ab", "ab-"}) {
+    for (const std::uint32_t least : {0U, 1U, 2U}) {
+      firsts.push_back({SetOf(set), least, ByteRun::kEndless});
+      lasts.push_back({SetOf(set), least, ByteRun::kEndless});
+    }
+    firsts.push_back({SetOf(set), 0, 2});
+    lasts.push_back({SetOf(set), 0, 2});
+  }
+  const std::vector<Runs> bridges = {
+      {{SetOf("a"), 1, 1}}, {{SetOf("a"), 2, 2}},
+      {{SetOf("b"), 1, 1}}, {{SetOf("b"), 1, 1}, {SetOf("a"), 1, 1}},
+      {{SetOf("-"), 1, 1}}, {{SetOf("a"), 0, 1}},
+  };
+  const std::vector<Runs> tails = {{}, {{SetOf("b"), 1, 1}}, {{SetOf("-"), 1, 1}}};
+  const std::vector<std::string> texts = AllStrings({"a", "b", "-"}, 5);
+  std::size_t taken = 0;
+  std::size_t matches = 0;
+  const auto tryAll = [&](const Runs& runs) {
+    for (const CharSet& after : {~CharSet(), SetOf("-\n")}) {
+      if (!IsTaken(runs, after)) continue;
+      ++taken;
+      const RunScan scan(runs, after);
+      for (std::size_t i = 0; i < texts.size() && !::testing::Test::HasFailure(); ++i)
+        matches += Compare(scan, runs, texts[i], after);
+    }
+  };
+  for (const ByteRun& first : firsts) {
+    for (const Runs& bridge : bridges) {
+      for (const ByteRun& last : lasts) {
+        for (const Runs& tail : tails) {
+          Runs runs = {first};
+          runs.insert(runs.end(), bridge.begin(), bridge.end());
+          runs.push_back(last);
+          runs.insert(runs.end(), tail.begin(), tail.end());
+          tryAll(runs);
+        }
+      }
+    }
+  }
+  EXPECT_GT(taken, 500U);
   EXPECT_GT(matches, 50'000U);
 }
 
@@ -153,7 +203,7 @@ TEST(RunScan, AgreesWithTheTrivialWalkAtRandom) {
     if (!IsTaken(runs, after)) continue;
     const char* const alphabet = dice.OneIn(2) ? "aaaaaaaabc-" : "abc-\n";
     SCOPED_TRACE("seed " + std::to_string(seed));
-    Compare(runs, dice.Bytes(alphabet, dice.OneIn(4) ? 300 : 60), after);
+    Compare(RunScan(runs, after), runs, dice.Bytes(alphabet, dice.OneIn(4) ? 300 : 60), after);
   }
 }
 
@@ -166,6 +216,16 @@ TEST(RunScan, ReadsNoTextAgainAndAgain) {
       {{SetOf("a"), 1, 1}, {Without(""), 0, ByteRun::kEndless}, {SetOf("b"), 1, 1}},
       {{SetOf("a"), 1, 1}, {Without(""), 0, 250}, {SetOf("b"), 1, 1}},
       {{SetOf("a"), 0, ByteRun::kEndless}, {SetOf(";"), 1, 1}},
+      {{SetOf("a"), 1, 1},
+       {Without(""), 0, ByteRun::kEndless},
+       {SetOf("b"), 1, 1},
+       {Without(""), 0, ByteRun::kEndless},
+       {SetOf("c"), 1, 1}},
+      {{SetOf("a"), 1, 1},
+       {Without(""), 0, ByteRun::kEndless},
+       {SetOf("a"), 3, 3},
+       {Without(""), 0, ByteRun::kEndless},
+       {SetOf("c"), 1, 1}},
   };
   for (const std::vector<ByteRun>& runs : rows) {
     const RunScan scan(runs);

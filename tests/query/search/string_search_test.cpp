@@ -59,20 +59,21 @@ class Searched {
   }
 
   Outcome AsStrings(std::string_view text, std::size_t most = SIZE_MAX,
-                    Encoding encoding = Encoding::kLatin1) const {
-    return Run(text, most, encoding, nullptr);
+                    Encoding encoding = Encoding::kLatin1, bool firstOfLine = false) const {
+    return Run(text, most, encoding, firstOfLine, nullptr);
   }
   Outcome AsStreams(std::string_view text, std::size_t most = SIZE_MAX,
-                    Encoding encoding = Encoding::kLatin1) const {
-    return Run(text, most, encoding, [](void*) { return false; });
+                    Encoding encoding = Encoding::kLatin1, bool firstOfLine = false) const {
+    return Run(text, most, encoding, firstOfLine, [](void*) { return false; });
   }
 
  private:
-  Outcome Run(std::string_view text, std::size_t most, Encoding encoding,
+  Outcome Run(std::string_view text, std::size_t most, Encoding encoding, bool firstOfLine,
               bool (*interrupt)(void*)) const {
     SearchOptions options;
     options.encoding = encoding;
     options.mostItems = most;
+    options.firstOfLine = firstOfLine;
     options.interrupt = interrupt;
     Outcome outcome;
     const auto keep = [](void* items, const Item& item) {
@@ -153,6 +154,11 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
                                          "a &1w b",
                                          "a &0w b &1w a",
                                          "a &>1w b",
+                                         "a &> b",
+                                         "ab &> a &> b+",
+                                         "(a & ab)|b &> b",
+                                         "a &> !(b & ab)",
+                                         "!ab &> a",
                                          "b &>0w !a",
                                          "ab &1w b* &1 a",
                                          "(ab|ba) & aa",
@@ -161,6 +167,9 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
                                          "a &1 !(ab|ba)",
                                          "(ab|bb|ba) &>1 (aa|b) & a",
                                          "a & !(b|ab+)",
+                                         "a(b|ab) & b",
+                                         "b &1 (a(b|ba)|bb)",
+                                         "a((ab|b)|b) & aa",
                                          "(a & b)|(ab & ba)",
                                          "a & (b|(ab & !ba))",
                                          "(a & !b)|(b & !a)",
@@ -179,7 +188,12 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
       const Searched searched(expression, options);
       ASSERT_TRUE(searched.IsOfStrings()) << expression;
       ForEachText("ab \n", 6, [&](const std::string& text) {
-        ASSERT_EQ(searched.AsStrings(text), searched.AsStreams(text))
+        const Outcome expected = searched.AsStreams(text);
+        ASSERT_EQ(searched.AsStrings(text), expected)
+            << expression << (words ? ", words, in " : " in ") << ::testing::PrintToString(text);
+        Outcome first = expected;
+        first.items.resize(std::min<std::size_t>(1, expected.items.size()));
+        ASSERT_EQ(searched.AsStrings(text, 1), first)
             << expression << (words ? ", words, in " : " in ") << ::testing::PrintToString(text);
       });
     }
@@ -188,13 +202,13 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
 
 TEST(StringSearch, IsForPatternsBesideStrings) {
   for (const char* const expression :
-       {"a+ & b*", "a+ &1 b*", "a &> b", "a &99999 b", "a &99999w b", "!a & !b", "a & ~Meier",
-        "a &3 (b & (c &3 a))", "a &3 (b|(a & !(c &3 a)))"}) {
+       {"a+ & b*", "a+ &1 b*", "a &99999w b", "!a & !b", "a & ~Meier", "a &3 (b & (c &3 a))",
+        "a &3 (b|(a & !(c &3 a)))"}) {
     EXPECT_FALSE(Searched(expression).IsOfStrings()) << expression;
   }
   for (const char* const expression :
-       {"a &>3 b", "a &3w b", "a & (b &3 c)", "a &3 (b & c)", "a+ & (b|c)", "(ab|c) &3 x+",
-        "(a &3 b)|(c &3 d)", "a & !(b &3 c)"}) {
+       {"a &>3 b", "a &> b", "a &99999 b", "a &3w b", "a & (b &3 c)", "a &3 (b & c)", "a+ & (b|c)",
+        "(ab|c) &3 x+", "(a &3 b)|(c &3 d)", "a & !(b &3 c)"}) {
     EXPECT_TRUE(Searched(expression).IsOfStrings()) << expression;
   }
   const std::string sixteen = "a & b & c & d & e & f & g & h & i & j & k & l & m & n & o & p";
@@ -244,7 +258,10 @@ std::string RandomTree(Dice& dice, int depth) {
     const std::string distance = std::to_string(dice.OneIn(4) ? 300 : dice.Between(0, 12));
     const std::string order = dice.OneIn(3) ? ">" : "";
     expression += " &";
-    if (dice.OneIn(2)) expression += order + distance + (dice.OneIn(4) ? "w" : "");
+    if (dice.OneIn(2)) {
+      const bool isEndless = !order.empty() && dice.OneIn(3);
+      expression += isEndless ? order : order + distance + (dice.OneIn(4) ? "w" : "");
+    }
     expression += dice.OneIn(4) ? " !" : " ";
     expression += RandomOperand(dice, depth);
   }
@@ -369,6 +386,39 @@ TEST(StringSearch, SearchesTheBytesOfUtf8AndCountsItsCharacters) {
   }
 }
 
+TEST(PatternAlone, IsFoundInLongTextsOfUtf8AsStreamsFindIt) {
+  const std::vector<std::string> kOthers = {"\xC3\xA4", "\xE2\x82\xAC", "\xE4", "\n", "b\n", "ba"};
+  for (const char* const expression :
+       {"ab", "a[a-z]+", "^a", "a$", "a*b", "(a)\\1", "xyz", "[xy]+b"}) {
+    const Searched searched(expression);
+    int found = 0;
+    for (std::uint32_t seed = 1; seed <= 16; ++seed) {
+      Dice dice(seed);
+      const int rare = dice.OneIn(2) ? 40 : 4;
+      std::string text;
+      const auto size =
+          static_cast<std::size_t>(dice.Between(4'000, dice.OneIn(3) ? 300'000 : 9'000));
+      while (text.size() < size)
+        text += dice.OneIn(rare) ? dice.OneOf(kOthers) : dice.Bytes("ab- xy", 2);
+      // A combining mark, which takes the letter before it away, first here, then there.
+      if (dice.OneIn(2)) {
+        const auto place = static_cast<std::size_t>(dice.Between(0, static_cast<int>(size) - 1));
+        text.replace(text.find('-', place) == std::string::npos ? 0 : text.find('-', place), 1,
+                     "ab\xCC\x88");
+      }
+      for (const bool firstOfLine : {false, true}) {
+        for (const std::size_t most : {SIZE_MAX, static_cast<std::size_t>(dice.Between(0, 900))}) {
+          const Outcome expected = searched.AsStreams(text, most, Encoding::kUtf8, firstOfLine);
+          found += static_cast<int>(expected.items.size());
+          ASSERT_EQ(searched.AsStrings(text, most, Encoding::kUtf8, firstOfLine), expected)
+              << expression << " seed " << seed << " most " << most;
+        }
+      }
+    }
+    EXPECT_EQ(found > 400, expression != std::string("xyz")) << expression;
+  }
+}
+
 TEST(StringSearch, LeavesToStreamsWhatLiesTooCloseTogether) {
   // Two clusters that are decided, one of more places than are kept, and what is behind it.
   std::string text = "a b" + std::string(100, '-') + "b a" + std::string(100, '-');
@@ -381,6 +431,17 @@ TEST(StringSearch, LeavesToStreamsWhatLiesTooCloseTogether) {
     for (const std::size_t most : {std::size_t{0}, std::size_t{3}, std::size_t{5000}, SIZE_MAX})
       EXPECT_EQ(searched.AsStrings(text, most), searched.AsStreams(text, most)) << expression;
   }
+}
+
+TEST(StringSearch, LeavesToStreamsWhatIsTooMuchForADistanceWithoutAnEnd) {
+  std::string text = "--b--ab--";
+  for (int i = 0; i < 150'000; ++i)
+    text += "a b ";
+  text += "--ab--a-";
+  const Searched searched("a &> b &> ab");
+  ASSERT_TRUE(searched.IsOfStrings());
+  for (const std::size_t most : {std::size_t{0}, std::size_t{3}, SIZE_MAX})
+    EXPECT_EQ(searched.AsStrings(text, most), searched.AsStreams(text, most)) << most;
 }
 
 }  // namespace
