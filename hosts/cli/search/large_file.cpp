@@ -14,9 +14,9 @@ constexpr std::uint64_t kStretch = std::uint64_t{256} * 1024;
 constexpr std::size_t kPiecesAThread = 8;
 constexpr std::uint64_t kUnitsAStretch = 4;
 /// What the stretches of all threads have together, where units are long.
-constexpr std::uint64_t kLongStretches = std::uint64_t{4} * 1024 * 1024;
+constexpr std::uint64_t kLongStretches = std::uint64_t{8} * 1024 * 1024;
 /// How much output pieces that cannot be shown yet may have together.
-constexpr std::size_t kMostHeldBytes = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t kMostHeldBytes = std::size_t{4} * 1024 * 1024;
 
 }  // namespace
 

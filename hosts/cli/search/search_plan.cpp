@@ -135,6 +135,24 @@ bool IsOfLetters(const Query& query) {
   });
 }
 
+/// The scan for a query that is nothing but a string of ASCII letters and digits. That texts must hold it shows that
+/// it has no other spelling.
+std::optional<LineScan> ScanFor(const Query& query) {
+  std::string_view string = query.Expression();
+  while (string.starts_with('(') && string.ends_with(')'))
+    string = string.substr(1, string.size() - 2);
+  const bool plain = !string.empty() && std::all_of(string.begin(), string.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  });
+  const ExpressionOptions& options = query.Options();
+  if (!plain || options.words || options.phonetic || options.variants) return std::nullopt;
+  const auto required = query.Required().clauses;
+  const bool must =
+      required.size() == 1 && required[0].size() == 1 && required[0][0].size() == string.size();
+  if (!must) return std::nullopt;
+  return LineScan(string, !options.caseSensitive);
+}
+
 }  // namespace
 
 SearchPlan::SearchPlan(Query compiled, const Options& options, int tag_)
@@ -148,12 +166,16 @@ SearchPlan::SearchPlan(Query compiled, const Options& options, int tag_)
   if (parts.IsPlain(0)) {
     road = Road::kItems;
     seesLineEnds = !IsOfLetters(query);
+    string = ScanFor(query);
     return;
   }
   if (scope == Scope::kFile) return;
   if (const auto negated = parts.Negated(0)) {
     probe = CompileLike(query, *negated);
-    if (probe.has_value()) road = Road::kInverse;
+    if (probe.has_value()) {
+      road = Road::kInverse;
+      string = ScanFor(*probe);
+    }
   } else if (const auto part = parts.ProbeOf(0)) {
     probe = CompileLike(query, part->expression);
     if (probe.has_value()) road = Road::kCandidates;

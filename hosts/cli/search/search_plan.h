@@ -16,6 +16,7 @@
 #define TROVEX_HOSTS_CLI_SEARCH_PLAN_H
 
 #include "hosts/cli/command/options.h"
+#include "hosts/cli/search/line_scan.h"
 
 #include <trovex/query.h>
 #include <optional>
@@ -40,6 +41,9 @@ struct SearchPlan {
   trovex::Encoding encoding = trovex::Encoding::kUtf8;
   /// Whether it matters to the query how a line ends: in a line feed alone, or with a carriage return before it.
   bool seesLineEnds = true;
+
+  /// Where the query, or for kInverse what must not be found, is a plain string: finds it in the lines of a text.
+  std::optional<LineScan> string;
 
   /// Whether a text can be searched in pieces of whole units, so that it need not be in memory.
   bool InPieces() const { return scope != Scope::kFile || road == Road::kItems; }

@@ -2,7 +2,7 @@
 
 #include "hosts/cli/search/text_search.h"
 
-#include "hosts/cli/search/line_feeds.h"
+#include "hosts/cli/search/line_scan.h"
 
 #include <algorithm>
 #include <cstring>
@@ -45,6 +45,11 @@ void Shorten(std::string_view text, std::string& shortened, std::vector<std::siz
     shortened += '\n';
     text.remove_prefix(1);
   }
+}
+
+/// From so many lines on, looking at each costs less than searching on from match to match.
+bool IsDense(std::size_t lines, std::size_t size) {
+  return lines > size / 160;
 }
 
 bool HoldsCarriageReturn(std::string_view text) {
@@ -94,8 +99,47 @@ void TextSearch::Search(std::string_view text, Need need, Found& found, const Ta
   FinishLine();
 }
 
+/// Whether a scan tells of each line whether it is found: where a string stands on most.
+bool TextSearch::TakesScan() const {
+  return dense_ && plan_.string.has_value() && !picky_ && need_ != Need::kMatches;
+}
+
+/// Adds the lines with the string, or all others.
+void TextSearch::ScanLines(bool inverse) {
+  std::size_t holding = 0;
+  const auto isSure = [this](std::size_t end) { return IsSureAt(end); };
+  plan_.string->ForEachLine(text_, isSure, [&](std::size_t begin, std::size_t end, bool holds) {
+    holding += holds ? 1 : 0;
+    if (holds == inverse) return true;
+    if (need_ == Need::kCount) {
+      ++(inverse ? found_->unitsWithout : found_->linesWithMatches);
+      return true;
+    }
+    const bool isReturn = end < text_.size() && end > begin && text_[end - 1] == '\r';
+    const Range line{begin, isReturn ? end - 1 : end};
+    if (inverse) {
+      AddLineWithout(line);
+    } else if (HasRoom(begin)) {
+      AddLine(line);
+    }
+    return !Enough();
+  });
+  dense_ = IsDense(holding, text_.size());
+}
+
+/// Whether a string of letters that ends there in the text is these letters, and not the last with an accent of its
+/// own. Those begin with two bytes; the line is searched where one stands.
+bool TextSearch::IsSureAt(std::size_t end) {
+  if (end == text_.size()) return true;
+  const char next = text_[end];
+  if (next != '\xCC' && next != '\xCD') return true;
+  Searcher& searcher = probe_.has_value() ? *probe_ : searcher_;
+  return searcher.Matches(Piece(text_, LineAround(text_, end)), plan_.encoding) == Verdict::kYes;
+}
+
 /// The matches of all lines at once.
 void TextSearch::SearchItems() {
+  if (TakesScan()) return ScanLines(false);
   SearchOptions options = options_;
   options.firstOfLine = !picky_ && need_ != Need::kMatches;
   const bool onlyCounts = options.firstOfLine && need_ <= Need::kCount;
@@ -109,7 +153,8 @@ void TextSearch::SearchItems() {
     }
     return !Enough();
   });
-  if (verdict == Verdict::kGaveUp) StartOver();
+  if (verdict == Verdict::kGaveUp) return StartOver();
+  dense_ = IsDense(static_cast<std::size_t>(found_->linesWithMatches), text_.size());
 }
 
 /// Calls `visit` with each unit in which the probe is found, until it returns false.
@@ -130,7 +175,7 @@ Verdict TextSearch::ForEachUnitOfProbe(Visit visit) {
 
 void TextSearch::SearchInverse() {
   if (text_.empty()) return;
-  if (plan_.scope == Scope::kLine) return PassMatchingLines();
+  if (plan_.scope == Scope::kLine) return TakesScan() ? ScanLines(true) : PassMatchingLines();
   PassMatchingUnits();
 }
 
@@ -148,16 +193,19 @@ void TextSearch::PassMatchingUnits() {
 /// The same with lines.
 void TextSearch::PassMatchingLines() {
   std::size_t place = 0;
+  std::size_t matching = 0;
   SearchOptions options;
   options.encoding = plan_.encoding;
   options.firstOfLine = !plan_.wholeLines;
   const Verdict verdict = probe_->ForEach(searched_, options, [&](const Item& item) {
     if (item.begin < place || !IsInLine({item.begin, item.end})) return true;
     AddLinesWithout(place, item.begin, false);
+    ++matching;
     place = NextLineBegin(text_, item.begin);
     return !Enough();
   });
   if (verdict == Verdict::kGaveUp) return SearchUnits(place);
+  dense_ = IsDense(matching, text_.size());
   if (!Enough()) AddLinesWithout(place, text_.size(), true);
 }
 
@@ -177,17 +225,11 @@ void TextSearch::AddLinesWithout(std::size_t place, std::size_t end, bool alsoLa
     found_->unitsWithout += CountLineFeeds(Piece(text_, {place, end})) + (last ? 1 : 0);
     return;
   }
-  const auto add = [&](Range line) {
-    if (!HasRoom(line.begin)) return;
-    ++found_->unitsWithout;
-    found_->satisfied.push_back(line);
-    AddLineWithout(line);
-  };
   ForEachLineFeed(text_, place, end, [&](std::size_t feed) {
-    add({place, feed > place && text_[feed - 1] == '\r' ? feed - 1 : feed});
+    AddLineWithout({place, feed > place && text_[feed - 1] == '\r' ? feed - 1 : feed});
     place = feed + 1;
   });
-  if (last) add({place, end});
+  if (last) AddLineWithout({place, end});
 }
 
 /// Searches each line by itself, for the search of all has given up. What lies before the line of the latest match
@@ -308,7 +350,11 @@ void TextSearch::AddLine(Range line) {
   if (need_ >= Need::kLines) found_->lines.push_back({line, found_->matches.size(), 0, true});
 }
 
+/// Adds a line that is a unit without a match.
 void TextSearch::AddLineWithout(Range line) {
+  if (!HasRoom(line.begin)) return;
+  ++found_->unitsWithout;
+  found_->satisfied.push_back(line);
   found_->lines.push_back({line, found_->matches.size()});
 }
 
@@ -382,7 +428,7 @@ void TextSearch::AddSatisfied(Range unit) {
   std::size_t place = unit.begin;
   for (Range line; place <= unit.end && NextUnit(text_, Scope::kLine, place, line);) {
     if (!HasRoom(line.begin)) return;
-    AddLineWithout(line);
+    found_->lines.push_back({line, found_->matches.size()});
   }
 }
 

@@ -32,6 +32,9 @@ class TextSearch {
 
  private:
   void SearchItems();
+  bool TakesScan() const;
+  void ScanLines(bool inverse);
+  bool IsSureAt(std::size_t end);
   void SearchInverse();
   void SearchCandidates();
   void SearchUnits(std::size_t place);
@@ -67,6 +70,8 @@ class TextSearch {
 
   // Of the search that is running.
   std::string_view text_;
+  /// Whether matches lay on many lines of the text before.
+  bool dense_ = false;
   /// The same with line feeds for the carriage returns of line ends.
   std::string_view searched_;
   Need need_ = Need::kVerdict;
