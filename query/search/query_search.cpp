@@ -8,6 +8,7 @@
 #include "query/tuning.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace trovex {
@@ -117,16 +118,22 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   granted_ = 0;
   context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
   const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
-  if (asItIs && alone_ != nullptr && !context_.wantsTags)
-    return RunAlone(text, options, visit, visitContext);
-  return RunSeveral(text, asItIs, options, visit, visitContext);
+  std::size_t passed = 0;
+  if (alone_ != nullptr && !context_.wantsTags) {
+    if (asItIs) return RunAlone(text, options, visit, visitContext);
+    if (options.interrupt == nullptr && arePlain_ && text.size() > kShortText) {
+      const std::optional<Verdict> verdict =
+          RunByBlocks(text, options, visit, visitContext, passed);
+      if (verdict.has_value()) return *verdict;
+    }
+  }
+  return RunSeveral(text, asItIs, passed, options, visit, visitContext);
 }
 
 /// Where there is more than a pattern: strings are searched for together, or streams find the items. `asItIs`: the patterns
-/// can be looked for in the bytes of the text.
-Verdict QuerySearch::RunSeveral(TextView text, bool asItIs, const SearchOptions& options,
-                                Visit visit, void* visitContext) {
-  std::size_t passed = 0;
+/// can be looked for in the bytes of the text. The first `passed` items are known already.
+Verdict QuerySearch::RunSeveral(TextView text, bool asItIs, std::size_t passed,
+                                const SearchOptions& options, Visit visit, void* visitContext) {
   const bool isPlainSearch =
       options.interrupt == nullptr && !context_.wantsTags && !options.firstOfLine;
   bool isUtf8 = false;
@@ -252,6 +259,33 @@ Verdict QuerySearch::RunForAll(TextView text, const SearchOptions& options, Visi
     if (alone.Outcome() == SearchOutcome::kNotFound) return Verdict::kYes;
   }
   return GiveUpAlone();
+}
+
+/// The same in a long text of UTF-8, block by block. Where a combining mark may follow a match, its last letter is another
+/// one: then the verdict is left to the streams, and `passed` items were handed out before it. Nowhere else do marks make a
+/// difference to a pattern of ASCII.
+std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptions& options,
+                                                Visit visit, void* visitContext,
+                                                std::size_t& passed) {
+  TextBlocks& blocks = context_.blocks;
+  blocks.Begin(text, TextBlocks::Reading::kUtf8, plan_.substitute);
+  for (std::size_t number = 0; blocks.Has(number); ++number) {
+    const ByteRange range = blocks.RangeOf(number);
+    const TextView block = text.subspan(range.begin, range.Length());
+    alone_->Begin(block);
+    ByteRange match = alone_->Next();
+    for (; alone_->Outcome() == SearchOutcome::kFound; match = alone_->Next()) {
+      const bool isAtEnd = match.end == block.size();
+      if (!isAtEnd && MayHoldMarks(block.subspan(match.end, 1))) return std::nullopt;
+      if (options.mostItems == 0) return Verdict::kYes;
+      ++passed;
+      const ByteRange item = {range.begin + match.begin, range.begin + match.end};
+      if (!Show(item, visit, visitContext) || passed == options.mostItems) return Verdict::kYes;
+      if (options.firstOfLine) alone_->SkipLine(match);
+    }
+    if (alone_->Outcome() == SearchOutcome::kGaveUp) return std::nullopt;
+  }
+  return passed > 0 ? Verdict::kYes : Verdict::kNo;
 }
 
 Verdict QuerySearch::GiveUpAlone() {

@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace trovex {
@@ -49,9 +50,11 @@ class QuerySearch {
                      void* visitContext);
   Verdict RunAlone(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   Verdict RunForAll(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
+  std::optional<Verdict> RunByBlocks(TextView text, const SearchOptions& options, Visit visit,
+                                     void* visitContext, std::size_t& passed);
   Verdict GiveUpAlone();
-  Verdict RunSeveral(TextView text, bool asItIs, const SearchOptions& options, Visit visit,
-                     void* visitContext);
+  Verdict RunSeveral(TextView text, bool asItIs, std::size_t passed, const SearchOptions& options,
+                     Visit visit, void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
 

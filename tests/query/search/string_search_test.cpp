@@ -59,20 +59,21 @@ class Searched {
   }
 
   Outcome AsStrings(std::string_view text, std::size_t most = SIZE_MAX,
-                    Encoding encoding = Encoding::kLatin1) const {
-    return Run(text, most, encoding, nullptr);
+                    Encoding encoding = Encoding::kLatin1, bool firstOfLine = false) const {
+    return Run(text, most, encoding, firstOfLine, nullptr);
   }
   Outcome AsStreams(std::string_view text, std::size_t most = SIZE_MAX,
-                    Encoding encoding = Encoding::kLatin1) const {
-    return Run(text, most, encoding, [](void*) { return false; });
+                    Encoding encoding = Encoding::kLatin1, bool firstOfLine = false) const {
+    return Run(text, most, encoding, firstOfLine, [](void*) { return false; });
   }
 
  private:
-  Outcome Run(std::string_view text, std::size_t most, Encoding encoding,
+  Outcome Run(std::string_view text, std::size_t most, Encoding encoding, bool firstOfLine,
               bool (*interrupt)(void*)) const {
     SearchOptions options;
     options.encoding = encoding;
     options.mostItems = most;
+    options.firstOfLine = firstOfLine;
     options.interrupt = interrupt;
     Outcome outcome;
     const auto keep = [](void* items, const Item& item) {
@@ -166,6 +167,9 @@ TEST(StringSearch, FindsWhatStreamsFindInAllShortTexts) {
                                          "a &1 !(ab|ba)",
                                          "(ab|bb|ba) &>1 (aa|b) & a",
                                          "a & !(b|ab+)",
+                                         "a(b|ab) & b",
+                                         "b &1 (a(b|ba)|bb)",
+                                         "a((ab|b)|b) & aa",
                                          "(a & b)|(ab & ba)",
                                          "a & (b|(ab & !ba))",
                                          "(a & !b)|(b & !a)",
@@ -379,6 +383,39 @@ TEST(StringSearch, SearchesTheBytesOfUtf8AndCountsItsCharacters) {
                 searched.AsStreams(text, SIZE_MAX, Encoding::kUtf8))
           << expression << " seed " << seed;
     }
+  }
+}
+
+TEST(PatternAlone, IsFoundInLongTextsOfUtf8AsStreamsFindIt) {
+  const std::vector<std::string> kOthers = {"\xC3\xA4", "\xE2\x82\xAC", "\xE4", "\n", "b\n", "ba"};
+  for (const char* const expression :
+       {"ab", "a[a-z]+", "^a", "a$", "a*b", "(a)\\1", "xyz", "[xy]+b"}) {
+    const Searched searched(expression);
+    int found = 0;
+    for (std::uint32_t seed = 1; seed <= 16; ++seed) {
+      Dice dice(seed);
+      const int rare = dice.OneIn(2) ? 40 : 4;
+      std::string text;
+      const auto size =
+          static_cast<std::size_t>(dice.Between(4'000, dice.OneIn(3) ? 300'000 : 9'000));
+      while (text.size() < size)
+        text += dice.OneIn(rare) ? dice.OneOf(kOthers) : dice.Bytes("ab- xy", 2);
+      // A combining mark, which takes the letter before it away, first here, then there.
+      if (dice.OneIn(2)) {
+        const auto place = static_cast<std::size_t>(dice.Between(0, static_cast<int>(size) - 1));
+        text.replace(text.find('-', place) == std::string::npos ? 0 : text.find('-', place), 1,
+                     "ab\xCC\x88");
+      }
+      for (const bool firstOfLine : {false, true}) {
+        for (const std::size_t most : {SIZE_MAX, static_cast<std::size_t>(dice.Between(0, 900))}) {
+          const Outcome expected = searched.AsStreams(text, most, Encoding::kUtf8, firstOfLine);
+          found += static_cast<int>(expected.items.size());
+          ASSERT_EQ(searched.AsStrings(text, most, Encoding::kUtf8, firstOfLine), expected)
+              << expression << " seed " << seed << " most " << most;
+        }
+      }
+    }
+    EXPECT_EQ(found > 400, expression != std::string("xyz")) << expression;
   }
 }
 
