@@ -234,6 +234,10 @@ TEST(RunMiddle, TheRarestStringIsTaken) {
   const Runs ending = {{letters, 1, ByteRun::kEndless}, {SetOf("q"), 1, 1}};
   ASSERT_TRUE(RunMiddle::For(ending));
   EXPECT_LT(RunMiddle::For(ending)->Rate(), 100);
+  const Beside atLineEnd = {~CharSet(), SetOf("\n")};
+  const Runs word = {{letters, 1, ByteRun::kEndless}};
+  ASSERT_TRUE(RunMiddle::For(word, atLineEnd));
+  EXPECT_LT(RunMiddle::For(word, atLineEnd)->Rate(), 5'000);
 }
 
 TEST(RunMiddle, ARowOfWhichTheWayBackIsNotOneHasNone) {
