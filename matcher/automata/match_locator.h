@@ -184,7 +184,7 @@ class MatchLocator {
     const unsigned char* place;
     /// Before it nothing is looked at: a line begins there.
     const unsigned char* begin;
-    /// The end of the last line: nothing after it is looked at.
+    /// The end of the last line, the same for all searches of a text: nothing after it is looked at.
     const unsigned char* end;
     /// Whether no empty match counts at `place` itself.
     bool refusesEmpty = false;

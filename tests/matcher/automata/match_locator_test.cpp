@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <trovex/functions.h>
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -320,6 +321,88 @@ TEST_F(MatchLocatorTest, RowsOfRunsBetweenAnchors) {
     }
   }
   EXPECT_GT(found, 10'000U);
+}
+
+// Matches that are found together, where each search begins, with the text, where the match before ends.
+
+using Located = std::pair<std::ptrdiff_t, std::ptrdiff_t>;
+
+/// All matches, each by a locator of its own.
+std::vector<Located> OneByOne(const LocatorProgram& program, const HeapText& text) {
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text.Data());
+  const auto* const end = begin + text.Length();
+  std::vector<Located> found;
+  for (const unsigned char* place = begin; place < end;) {
+    MatchLocator locator(program);
+    locator.Begin(begin, static_cast<std::size_t>(text.Length()));
+    const LocatedRange match = locator.Find({.place = place, .begin = place, .end = end});
+    if (match.start == nullptr) break;
+    found.emplace_back(match.start - begin, match.end - begin);
+    place = match.end;
+  }
+  return found;
+}
+
+/// The same by `locator`, which hands out what is ready with a match.
+std::vector<Located> Together(MatchLocator& locator, const HeapText& text) {
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text.Data());
+  const auto* const end = begin + text.Length();
+  std::vector<Located> found;
+  for (const unsigned char* place = begin; place < end;) {
+    const LocatedRange match = locator.Find({.place = place, .begin = place, .end = end});
+    if (match.start == nullptr) break;
+    found.emplace_back(match.start - begin, match.end - begin);
+    place = match.end;
+    for (const LocatedRange& ready : locator.TakeAllReady(place, end)) {
+      found.emplace_back(ready.start - begin, ready.end - begin);
+      place = ready.end;
+    }
+  }
+  return found;
+}
+
+TEST_F(MatchLocatorTest, MatchesThatAreReadyAreThoseThatSearchesFromTheMatchBeforeFind) {
+  constexpr unsigned kSeed = 4712;
+  Dice dice(kSeed);
+  std::size_t found = 0;
+  for (const char* pattern :
+       {"a", "ab", "^a", "^[ab]", "\\<a", "\\<[ab]+", "\\ba", "a\\b", "[ab]+", "[ab]{2,3}", "a*b",
+        "a$", "[^b]+$", "(a|ab)b", "\\<ab\\>", "^a|b", "-[ab]\\>", "[ab]+-[abx]"}) {
+    ASSERT_TRUE(IsLocated(pattern));
+    const LocatorProgram& program = *Matcher().installed->pattern->locator;
+    for (int round = 0; round < 200; ++round) {
+      const HeapText text(
+          "a" + dice.Bytes(dice.OneIn(2) ? "ab\n" : "aabx-. \n", dice.Between(1, 200)), 'a');
+      const std::vector<Located> expected = OneByOne(program, text);
+      MatchLocator locator(program);
+      locator.Begin(reinterpret_cast<const unsigned char*>(text.Data()),
+                    static_cast<std::size_t>(text.Length()));
+      for (const char* pass : {"first", "second"}) {
+        ASSERT_EQ(Together(locator, text), expected)
+            << pattern << " in " << Visible({text.Data(), static_cast<std::size_t>(text.Length())})
+            << ", " << pass << " pass";
+      }
+      found += expected.size();
+    }
+  }
+  EXPECT_GT(found, 20'000U);
+}
+
+TEST_F(MatchLocatorTest, WhatIsReadyIsForTheSearchThatGoesOnAlone) {
+  ASSERT_TRUE(IsLocated("[ab]+"));
+  const HeapText text("a a ab abb ab ba b", 'a');
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text.Data());
+  const auto* const end = begin + text.Length();
+  MatchLocator locator(*Matcher().installed->pattern->locator);
+  locator.Begin(begin, static_cast<std::size_t>(text.Length()));
+  const unsigned char* place = locator.Find({.place = begin, .begin = begin, .end = end}).end;
+  place = locator.Find({.place = place, .begin = place, .end = end}).end;
+  EXPECT_TRUE(locator.TakeAllReady(place + 1, end).empty());
+  EXPECT_TRUE(locator.TakeAllReady(place, end - 1).empty());
+  const auto ready = locator.TakeAllReady(place, end);
+  ASSERT_EQ(ready.size(), 1U);
+  EXPECT_EQ(ready[0].start - begin, 4);
+  EXPECT_EQ(ready[0].end - begin, 6);
 }
 
 TEST_F(MatchLocatorTest, RandomPatternsInLongRandomTexts) {
