@@ -87,7 +87,7 @@ TEST_F(Robust, AnInterruptedSearchTakesItsTracesFromTheTerminal) {
   const std::string drawn = "\r\033[K";
   const std::string seen = ShellOnTerminal(
       "(trap '' INT; while echo y; do sleep 0.05; done) > slow 2> /dev/null & "
-      "$TROVEX -j3 -c x many slow many",
+      "exec $TROVEX -j3 -c x many slow many",
       drawn, "\x03");
   ASSERT_NE(seen.find(" files, "), std::string::npos) << seen;
   EXPECT_GT(seen.rfind(drawn), seen.rfind(" files, ")) << seen;
@@ -97,7 +97,7 @@ TEST_F(Robust, AnInterruptedSearchLeavesNeitherColorNorLink) {
   ASSERT_EQ(mkfifo(Path("silent").c_str(), 0600), 0);
   Write("a", "x\n");
   const std::string seen = ShellOnTerminal(
-      "exec 3<> silent; $TROVEX --sort none --hyperlink always x a silent", "1", "\x03");
+      "exec 3<> silent; exec $TROVEX --sort none --hyperlink always x a silent", "1", "\x03");
   EXPECT_TRUE(seen.ends_with("\033]8;;\033\\\033[0m")) << seen;
   EXPECT_EQ(ShellOnTerminal("$TROVEX -q x a"), "");
 }

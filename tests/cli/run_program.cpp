@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,9 @@ namespace trovex::testing {
 namespace fs = std::filesystem;
 
 namespace {
+
+/// What a terminal shows when a command on it has ended.
+constexpr char kEndOfCommand = '\005';
 
 std::string ReadAll(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -79,22 +83,38 @@ std::string ProgramTest::ShellOnTerminal(const std::string& command, const std::
   int terminal = -1;
   const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);
   if (process < 0) throw std::runtime_error("no terminal for the test");
-  if (process == 0) {
-    EnterFolder();
-    Become({"/bin/sh", "-c", command});
-  }
+  if (process == 0) LeadSession(command);
   std::string seen;
   bool typed = keys.empty();
   char buffer[4096];
-  for (ssize_t count; (count = read(terminal, buffer, sizeof buffer)) > 0;) {
+  while (seen.find(kEndOfCommand) == std::string::npos) {
+    const ssize_t count = read(terminal, buffer, sizeof buffer);
+    if (count <= 0) break;
     seen.append(buffer, static_cast<std::size_t>(count));
     if (typed || seen.find(sign) == std::string::npos) continue;
     typed = true;
     if (write(terminal, keys.data(), keys.size()) < 0) break;
   }
+  kill(process, SIGKILL);
   close(terminal);
   waitpid(process, nullptr, 0);
-  return seen;
+  return seen.substr(0, seen.find(kEndOfCommand));
+}
+
+/// Runs a command on the terminal of the process, which is a new one, and then stays until it is killed: when the
+/// first process of a terminal ends, what has not been read of it may be lost. What is typed is for the command.
+void ProgramTest::LeadSession(const std::string& command) const {
+  EnterFolder();
+  std::signal(SIGINT, SIG_IGN);
+  const pid_t shell = fork();
+  if (shell == 0) {
+    std::signal(SIGINT, SIG_DFL);
+    Become({"/bin/sh", "-c", command});
+  }
+  waitpid(shell, nullptr, 0);
+  if (write(STDOUT_FILENO, &kEndOfCommand, 1) < 0) _exit(127);
+  for (;;)
+    pause();
 }
 
 /// Makes the process, which is a new one, stand where a run begins. What the runner of the tests left open

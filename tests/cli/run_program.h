@@ -44,6 +44,7 @@ class ProgramTest : public ::testing::Test {
 
  private:
   void EnterFolder() const;
+  [[noreturn]] void LeadSession(const std::string& command) const;
   RunResult Execute(const std::vector<std::string>& command, const std::string& input) const;
 
   std::string folder_;
