@@ -261,9 +261,9 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
                                   CompileBudget& budget) {
   const bool makesStatesAllTheTime = cost_ > 0 && graph_->size > kMostLeadingPositions;
-  listLead_ = ListLead::For(
-      tree, options, makesStatesAllTheTime ? std::numeric_limits<double>::infinity() : cost_,
-      budget);
+  listLead_ = ListLead::For(tree, options,
+                            makesStatesAllTheTime ? std::numeric_limits<double>::infinity() : cost_,
+                            budget);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
