@@ -19,10 +19,12 @@ namespace {
 /// So much of units that are not at their end may all threads have in memory together. Whoever needs more waits
 /// until everything before it is done, so that only one does.
 constexpr std::size_t kLongUnits = std::size_t{8} * 1024 * 1024;
+/// After a longer text a search gives its memory back.
 constexpr std::size_t kLongText = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t kBinaryLookAhead = std::size_t{32} * 1024;
 /// What is read after a stretch, for the end of its last line.
 constexpr std::size_t kNearEnd = 4096;
+
 bool LooksBinary(std::string_view text) {
   const std::string_view begin = text.substr(0, kBinaryLookAhead);
   return !begin.empty() && std::memchr(begin.data(), '\0', begin.size()) != nullptr;
@@ -60,7 +62,7 @@ class PieceReport {
     if (printer_.CountsLines()) lines_.Number(found);
   }
   /// The lines of the piece; 0 where they are not counted.
-  std::int64_t Lines() const { return printer_.CountsLines() ? lines_.OfText() : 0; }
+  std::int64_t Lines() { return printer_.CountsLines() ? lines_.OfText() : 0; }
 
   /// Takes a portion whose lines are numbered. Returns whether more is wanted.
   bool Take(Found& found, PrintState& state) {

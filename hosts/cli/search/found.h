@@ -103,13 +103,17 @@ class LineCount {
       line.linesBefore = count_;
     }
   }
-  /// The line feeds of the whole text.
-  std::int64_t OfText() const { return count_ + CountLineFeeds(text_.substr(place_)); }
+  /// The line feeds of the whole text, which are counted once.
+  std::int64_t OfText() {
+    if (!ofText_.has_value()) ofText_ = count_ + CountLineFeeds(text_.substr(place_));
+    return *ofText_;
+  }
 
  private:
   std::string_view text_;
   std::size_t place_ = 0;
-  std::int64_t count_ = 0;
+  std::int64_t count_ = 0;  // before `place_`
+  std::optional<std::int64_t> ofText_;
 };
 
 }  // namespace trovex::cli

@@ -157,7 +157,7 @@ void TextSearch::SearchItems() {
   dense_ = IsDense(static_cast<std::size_t>(found_->linesWithMatches), text_.size());
 }
 
-/// Calls `visit` with each unit in which the probe is found, until it returns false.
+/// Calls `visit` with each unit in which the probe is found, while more is wanted.
 template <typename Visit>
 Verdict TextSearch::ForEachUnitOfProbe(Visit visit) {
   std::size_t after = 0;  // the latest of these units
