@@ -166,6 +166,8 @@ inline constexpr int kLineStretch = 256;
 inline constexpr std::size_t kGroupStretch = std::size_t{1} << 15;
 /// Runs that are longer are compared by suffixes, not half by half. Measured: runs of 300 bytes half by half, 1.5.
 inline constexpr std::size_t kLongDoubledRun = 64;
+/// Halves of such runs that have a bound are compared one by one; with a greater bound they are rows.
+inline constexpr int kLongestBoundedHalf = 32;
 /// What may be spent at one place before outcomes are remembered, in units of back-references.
 inline constexpr std::uint64_t kMostProbeUnits = 500;
 /// Rows with back-references: how rare their beginnings must be, in 100,000 places, to be preferred to places where
