@@ -71,6 +71,13 @@ inline constexpr std::size_t kMaxListedSet = 16;
 /// How many windows a table of words is made for.
 inline constexpr std::size_t kMaxWindows = 1 << 20;
 
+/// What reads a match in a short text (automata/match_reader.h): how many entries its states may have together, of how
+/// many classes of bytes, and what making them may cost. Larger patterns are searched as in long texts.
+inline constexpr std::size_t kMaxReaderEntries = 8'192;
+inline constexpr int kMaxReaderClasses = 250;
+inline constexpr std::int64_t kMaxReaderSteps = 100'000;
+inline constexpr std::int64_t kMaxReaderBytes = std::int64_t{1} << 20;
+
 /// The automata that locate matches: how many pairs of bytes of the pattern that may stand side by
 /// side they are made for, how many tables each of them has at most at one time (1 KB each), and how
 /// many positions its states may hold together. Larger patterns are left to the engine.

@@ -25,6 +25,8 @@ namespace trovex {
 /// Texts up to this size are looked at with a scan before a search is set up. Measured: rows of 36 bytes without
 /// that, 1.4 to 1.9.
 inline constexpr std::size_t kLookedAtText = 256;
+/// A look reads no more than so many times the text in vain.
+inline constexpr std::ptrdiff_t kReadAgainInLook = 8;
 /// In stretches up to this size places are found one by one, and nothing is kept beside them.
 inline constexpr std::ptrdiff_t kShortStretch = 256;
 
