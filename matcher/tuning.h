@@ -58,6 +58,9 @@ inline constexpr std::ptrdiff_t kNearLineEnd = 4'096;
 
 /// Up to so many bytes of a run are looked at one by one.
 inline constexpr std::ptrdiff_t kFewRunBytes = 4;
+/// Where what follows a run, and is longer than a byte, could begin at more places of it, each is not tried without a
+/// note.
+inline constexpr int kFewTails = 8;
 /// Runs that may take so many bytes are noted, for starts that come into them.
 inline constexpr std::ptrdiff_t kLongRun = 16;
 /// Longer bounded runs are left to the automata, for each start reads as many bytes again; where what follows

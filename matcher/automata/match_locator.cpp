@@ -59,6 +59,13 @@ LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   return together.rate <= std::max(few, kHardlyMorePlaces * apart.rate) ? together : apart;
 }
 
+/// Whether a required string with these probes is looked for twice as fast as what leads, and leaves hardly more places.
+bool IsFaster(const Probes& required, double requiredRate, const LeadingProbes& leading) {
+  const bool areLeadsBytes = leading.ways.size() == 1 && AreBytes(leading.ways[0]);
+  return AreBytes(required) && !areLeadsBytes &&
+         requiredRate <= std::max(kFewMorePlaces, leading.rate);
+}
+
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
 /// saves. A short string needs them.
 std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
@@ -250,7 +257,8 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   }
   const LeadingProbes leading = ChooseLeading(ways);
   const double leadingRate = leading.rate;
-  const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
+  const Probes requiredProbes = ChooseProbes(required);
+  const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(requiredProbes);
   if (!runs.empty()) middle_ = WorthwhileMiddle(runs, beside_, leading);
   if (middle_) {
     runs_.emplace(runs, beside_.after);
@@ -258,17 +266,20 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   }
   double rate = std::min(leadingRate, kEveryPlace);
   const bool areRuns = !runs.empty() && leadingRate < kWorthwhileLead;
-  if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
+  const bool isFaster =
+      !areRuns && !required.empty() && IsFaster(requiredProbes, requiredRate, leading);
+  if (isFaster ||
+      requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
   } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
     rarer_.emplace(WithoutCommonEnds(required));
   }
-  if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
+  if (!isFaster && leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
     leading_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
   } else {
     rate = kEveryPlace;
   }
-  if (required_) rate = std::min(rate, RateInClusters(ChooseProbes(required)));
+  if (required_) rate = std::min(rate, RateInClusters(requiredProbes));
   cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
   if (!leading_ || required_ || !areRuns) return;
   cost_ = 0;
