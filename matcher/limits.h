@@ -178,6 +178,8 @@ inline constexpr std::size_t kMaxWayVisits = 20'000;
 /// Back-references: what the search of a text may take for each byte, and in any case, in units of about 10 ns.
 inline constexpr std::uint64_t kReferenceUnitsPerByte = 200;
 inline constexpr std::uint64_t kReferenceUnitsPerText = 100'000'000;
+/// Rows of more pieces, or of more words in one place, are not read as such.
+inline constexpr std::size_t kMostRowPieces = 32;
 /// What such a search remembers: outcomes (about 150 MB), ends of pieces, ranges of groups.
 inline constexpr std::size_t kMaxReferenceOutcomes = 3'000'000;
 inline constexpr std::size_t kMaxReferenceEnds = 12'000'000;
