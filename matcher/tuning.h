@@ -27,6 +27,9 @@ namespace trovex {
 inline constexpr std::size_t kLookedAtText = 256;
 /// A look reads no more than so many times the text in vain.
 inline constexpr std::ptrdiff_t kReadAgainInLook = 8;
+/// Rows of runs are read byte by byte there where their runs are expected to take no more bytes than this. Measured, byte
+/// by byte: "^ *[a-z]", 0.8, "be[a-z]*en", 1.3, "[A-Z][a-z]+", 1.4.
+inline constexpr double kFewReadBytes = 2;
 /// In stretches up to this size places are found one by one, and nothing is kept beside them.
 inline constexpr std::ptrdiff_t kShortStretch = 256;
 

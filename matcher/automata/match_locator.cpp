@@ -79,23 +79,41 @@ std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
   return string;
 }
 
+/// The part of all bytes that belong to a set, as far as it counts.
+double ShareOf(const CharSet& set) {
+  return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongestCountedRun);
+}
+
+/// At how many places after what was read of a run the next one may begin.
+double RoomOf(const Run& run) {
+  return run.IsFixed() ? 1 : 1 / (1 - ShareOf(run.bytes));
+}
+
 /// At how many of 100,000 places a row of runs is to be expected. A run that bytes of its own may follow goes on
 /// for as long as they come; after any other one there is none of them.
 double RateOf(const std::vector<Run>& runs) {
-  const auto shareOf = [](const CharSet& set) {
-    return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongestCountedRun);
-  };
   double rate = kEveryPlace;
   double room = 1;  // at how many places after what was read the next run may begin
   for (std::size_t i = 0; i < runs.size(); ++i) {
-    const double share = shareOf(runs[i].bytes);
+    const double share = ShareOf(runs[i].bytes);
     double here = 1;
     for (std::uint32_t n = 0; n < std::min(runs[i].least, kMostCountedBytes); ++n)
       here *= share;
     rate *= std::min(1.0, room * here);
-    room = runs[i].IsFixed() ? 1 : 1 / (1 - share);
+    room = RoomOf(runs[i]);
   }
   return rate;
+}
+
+/// How many bytes those of the runs take that are longer than one, if bytes came independently of each other.
+double VariableBytes(const std::vector<Run>& runs) {
+  double bytes = 0;
+  for (const Run& run : runs) {
+    if (run.most == 1 && run.least == 1) continue;
+    const double more = RoomOf(run) - 1;
+    bytes += std::min(run.least + more, static_cast<double>(run.most));
+  }
+  return bytes;
 }
 
 /// Whether a row of runs is so much rarer than what it begins with, at `leadingRate`, that it is looked for as a
@@ -274,16 +292,18 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
     rarer_.emplace(WithoutCommonEnds(required));
   }
-  if (!isFaster && leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
-    leading_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
-  } else {
-    rate = kEveryPlace;
+  if (leadingRate < kWorthwhileLead) {
+    const bool isForShortTexts = required_ && (isFaster || leadingRate >= kRareLead);
+    std::optional<StartScan>& scan = isForShortTexts ? starts_ : leading_;
+    scan.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
   }
+  if (!leading_) rate = kEveryPlace;
   if (required_) rate = std::min(rate, RateInClusters(requiredProbes));
   cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
   if (!leading_ || required_ || !areRuns) return;
   cost_ = 0;
   runs_.emplace(runs, beside_.after);
+  readsRuns_ = VariableBytes(runs) <= kFewReadBytes;
   const std::vector<Run> row = WithNeighbours(runs, beside_);
   if (IsRareAsAWhole(row, leadingRate)) filter_ = RunFilter::For(row);
 }
@@ -297,7 +317,7 @@ void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& op
 }
 
 void LocatorProgram::PrepareLooks(CompileBudget& budget) {
-  if (!NeedsNoAutomata()) reader_ = MatchReader::For(*graph_, budget);
+  if (!NeedsNoAutomata() || readsRuns_) reader_ = MatchReader::For(*graph_, budget);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
@@ -320,8 +340,8 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
-  if (leading_) {
-    place = leading_->Find(place, begin, end);
+  if (const StartScan* const starts = Starts()) {
+    place = starts->Find(place, begin, end);
     if (place == nullptr) return Answer::kNoMatch;
     if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   }
@@ -343,8 +363,14 @@ LocatorProgram::Answer LocatorProgram::LookByReading(const Byte* place, const By
     return at == begin ? ByteKind::kNewline : graph_->kindOf[at[-1]];
   };
   const Byte* const last = end - shortest_;
+  const StartScan* const starts = Starts();
   std::ptrdiff_t mayRead = kReadAgainInLook * (end - begin);
-  while (place <= last) {
+  for (;;) {
+    if (shortest_ > 0) {
+      while (place <= last && !canStart_[*place])
+        ++place;
+    }
+    if (place > last) return Answer::kNoMatch;
     const MatchReader::Reading reading = reader_->Read(place, end, kindBefore(place));
     if (reading.end != nullptr) {
       // Whether there is a line after the last line feed, which would be empty, depends on who asks.
@@ -355,14 +381,13 @@ LocatorProgram::Answer LocatorProgram::LookByReading(const Byte* place, const By
     mayRead -= reading.readTo - place;
     if (mayRead < 0) return Answer::kUnknown;
     place = reading.next;
-    if (leading_) {
-      place = place <= last ? leading_->Find(place, begin, end) : nullptr;
+    if (starts != nullptr) {
+      place = place <= last ? starts->Find(place, begin, end) : nullptr;
       if (place == nullptr) return Answer::kNoMatch;
     } else if (reader_->StartsLines()) {
       place = LineEnd(place - 1, end) + 1;
     }
   }
-  return Answer::kNoMatch;
 }
 
 /// The first place from `place` on where the row of runs can begin as a whole; null if there is none. Where something

@@ -140,6 +140,8 @@ class LocatorProgram {
                        LocatedRange& match) const;
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
                      const unsigned char* begin, const unsigned char* end) const;
+  /// What finds the places where a match can start in short texts; null: they are all looked at.
+  const StartScan* Starts() const { return leading_ ? &*leading_ : starts_ ? &*starts_ : nullptr; }
   bool HasScan() const { return required_.has_value() || leading_.has_value(); }
   /// Whether the lead alone tells where matches lie.
   bool NeedsNoAutomata() const { return string_ || class_ || runs_; }
@@ -155,9 +157,11 @@ class LocatorProgram {
   std::optional<RunMiddle> middle_;     // a string in the middle of the row
   std::optional<RunFilter>
       filter_;  // set if the leading bytes are common: looks for the row as a whole
-  std::optional<MatchReader> reader_;  // set if it is of use in short texts
+  std::optional<StartScan> starts_;    // the same where another leads, for short texts
+  std::optional<MatchReader> reader_;  // set if it is of use in these
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
   Beside beside_;
+  bool readsRuns_ = false;        // the row of runs is read byte by byte in short texts
   bool isToldBeside_ = true;      // what must stand beside the string is in `beside_`
   bool isStringFree_ = false;     // nothing must stand beside the string
   bool findsMany_ = false;        // matches are found several at a time: none is empty
