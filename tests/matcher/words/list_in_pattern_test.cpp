@@ -72,6 +72,7 @@ TEST(ListInPattern, WhatOnlySomeAlternativesBeginOrEndWithIsNoneOfThat) {
   EXPECT_FALSE(Find("[a-z]{2}Haus|[a-z]{3}Hof"));
   EXPECT_FALSE(Find("[a-z]{20}Haus|[a-z]{20,21}Hof"));
   EXPECT_FALSE(Find("[a-z]Haus|[a-y]Hof"));
+  EXPECT_FALSE(Find("(.x|.y)Haus|(.x|.y|.z)Hof"));
   EXPECT_FALSE(Find("Haus[a-z]*|Hof"));
   EXPECT_FALSE(Find("..|..Haus"));
   EXPECT_FALSE(Find("[a-z]*|[a-z]*"));
