@@ -310,6 +310,8 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
 
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
                                   CompileBudget& budget) {
+  if (leading_ && !required_ && !runs_) few_ = FewWords::For(tree, words_, budget);
+  if (few_) return;
   const bool makesStatesAllTheTime = cost_ > 0 && graph_->size > kMostLeadingPositions;
   listLead_ = ListLead::For(tree, options,
                             makesStatesAllTheTime ? std::numeric_limits<double>::infinity() : cost_,
@@ -345,6 +347,7 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
     if (place == nullptr) return Answer::kNoMatch;
     if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   }
+  if (few_) return LookForFewWords(place, begin, end, match);
   if (filter_) {
     RunFilter::Cursor places;
     const auto nextRow = [&](const Byte* from) { return NextRow(from, begin, end, places); };
@@ -354,6 +357,32 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
   if (!runs_) return Answer::kUnknown;
   const auto next = [&](const Byte* from) { return leading_->Find(from, begin, end); };
   return TryRuns(place, end, next, match);
+}
+
+/// The first of a few words, at `place` or at one after it that the leading bytes lead to.
+LocatorProgram::Answer LocatorProgram::LookForFewWords(const Byte* place, const Byte* begin,
+                                                       const Byte* end, LocatedRange& match) const {
+  for (; place != nullptr; place = leading_->Find(place + 1, begin, end)) {
+    const Byte* const stop = EndOfWord(place, begin, end);
+    if (stop == nullptr) continue;
+    match = {place, stop};
+    return Answer::kMatch;
+  }
+  return Answer::kNoMatch;
+}
+
+/// Where the longest of a few words ends that stands at `place` in a text from `begin` to `end`; null: there is none.
+inline const Byte* LocatorProgram::EndOfWord(const Byte* place, const Byte* begin,
+                                             const Byte* end) const {
+  const auto kindAt = [&](const Byte* at) {
+    return at < begin || at == end ? ByteKind::kNewline : graph_->kindOf[*at];
+  };
+  if ((few_->Starts() & NeighbourBit(kindAt(place - 1), kindAt(place))) == 0) return nullptr;
+  const auto canEnd = [&](const Byte* stop) {
+    return (few_->Stops() & NeighbourBit(kindAt(stop - 1), kindAt(stop))) != 0;
+  };
+  const std::size_t length = few_->LongestAt(place, begin, end, canEnd);
+  return length > 0 ? place + length : nullptr;
 }
 
 /// Reads from `place` and the ones after it from which a match may start.
@@ -466,6 +495,9 @@ LocatorProgram::LocatorProgram(WordScan scan, bool words, const CharSet& wordByt
                                std::unique_ptr<const PositionGraph> graph)
     : graph_(graph != nullptr ? std::move(graph) : KindsAlone(scan, wordBytes)),
       words_(words),
+      findsMany_(true),
+      startsAnywhere_(scan.Starts() == kAnyNeighbours),
+      canStart_(MembersOf(scan.FirstBytes())),
       list_(std::move(scan)),
       canDoWithoutList_(graph_->size > 0) {}
 
@@ -512,11 +544,12 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
                                        bool refusesEmpty, int after) {
   Search search = {place, begin, end, refusesEmpty, false, {}};
   gaveUpAt_ = nullptr;
-  if (program_.findsMany_ && after < 0) return FindMany(search);
+  const bool wordMayGoOn = after >= 0 && program_.words_ &&
+                           graph_.kindOf[static_cast<std::size_t>(after)] == ByteKind::kLetter;
+  if (program_.findsMany_ && !wordMayGoOn) return FindMany(search);
   if (!FindFrom(search)) return {};
   // A word ends before the byte after the text as it really is, unless it is the whole line.
-  if (after >= 0 && program_.words_ && search.match.end == end &&
-      graph_.kindOf[static_cast<std::size_t>(after)] == ByteKind::kLetter &&
+  if (wordMayGoOn && search.match.end == end &&
       KindBefore(search, search.match.start) != ByteKind::kNewline) {
     search.place = search.match.start;
     search.refusesLineEnd = true;
@@ -586,6 +619,7 @@ std::size_t MatchLocator::FindTogether(const Search& search, std::size_t most) {
   if (program_.class_) return FindClassRuns(search, most);
   if (program_.middle_) return FindFromMiddle(search, most);
   if (program_.runs_) return FindRuns(search, most);
+  if (program_.few_) return FindFewWords(search, most);
   return program_.string_ ? FindStrings(search, most) : FindOneByOne(search, most);
 }
 
@@ -642,6 +676,18 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
     place = program_.NextRow(place, search.begin, search.end, runPlaces_);
     if (place != nullptr) place = take(place);
   }
+  return count;
+}
+
+std::size_t MatchLocator::FindFewWords(const Search& search, std::size_t most) {
+  std::size_t count = 0;
+  const auto take = [&](const Byte* place) -> const Byte* {
+    const Byte* const end = program_.EndOfWord(place, search.begin, search.end);
+    if (end == nullptr) return place + 1;
+    ready_[count++] = {place, end};
+    return count < most ? end : nullptr;
+  };
+  program_.leading_->ForEach(search.place, search.begin, search.end, hits_, take);
   return count;
 }
 
