@@ -20,6 +20,12 @@ bool BeginsBefore(const ByteRange& place, std::size_t byte) {
   return place.begin < byte;
 }
 
+/// Whether at most `most` words of UTF-8 lie wholly between the two.
+bool HasFewWordsOfUtf8(TextView text, std::size_t end, std::size_t begin, std::size_t most) {
+  const std::size_t begun = most + (IsInsideWordOfUtf8(text, begin) ? 1 : 0);
+  return WordsBegunInUtf8(text, end, begin, begun) <= begun;
+}
+
 /// Whether at most `most` words lie wholly between the two.
 bool HasFewWords(TextView text, std::size_t end, std::size_t begin, std::size_t most) {
   // Few bytes at a time: mostly there are too many words soon.
@@ -41,7 +47,9 @@ bool IsWithin(const AndLink& link, const MeasuredText& text, std::size_t end, st
   const std::size_t bytes = begin - end;
   if (link.unit == DistanceUnit::kWords) {
     // A word and what parts it from the next take two bytes.
-    return bytes / 2 < most || HasFewWords(text.bytes, end, begin, most);
+    if (bytes / 2 < most) return true;
+    return text.isUtf8 ? HasFewWordsOfUtf8(text.bytes, end, begin, most)
+                       : HasFewWords(text.bytes, end, begin, most);
   }
   if (bytes <= most) return true;
   if (!text.isUtf8 || bytes / kMostBytesOfCharacter > most) return false;

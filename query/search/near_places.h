@@ -11,14 +11,13 @@
 
 namespace trovex {
 
-/// A text, and whether its characters may be more than a byte: then it is UTF-8 without combining marks.
+/// A text, and whether its characters may be more than a byte: then it is UTF-8.
 struct MeasuredText {
   TextView bytes;
   bool isUtf8 = false;
 };
 
-/// Whether what begins at `begin` lies within the distance of `link` from what ends at `end`. In UTF-8 no words are
-/// counted.
+/// Whether what begins at `begin` lies within the distance of `link` from what ends at `end`. Characters begin at both.
 bool IsWithin(const AndLink& link, const MeasuredText& text, std::size_t end, std::size_t begin);
 
 /// One operand of a distance.

@@ -141,6 +141,12 @@ std::size_t TextBlocks::WordsBefore(std::size_t number) {
                    [](TextView text) { return WordsBegunIn(text, 0, text.size()); });
 }
 
+std::size_t LineStart(TextView text, std::size_t byte) {
+  const void* const feed = memrchr(text.data(), '\n', byte);
+  if (feed == nullptr) return 0;
+  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text.data()) + 1;
+}
+
 std::size_t AfterLineOf(TextView text, std::size_t byte) {
   const void* const feed = std::memchr(text.data() + byte, '\n', text.size() - byte);
   if (feed == nullptr) return text.size();
@@ -157,6 +163,37 @@ std::size_t WordsBegunIn(TextView text, std::size_t begin, std::size_t end) {
     before = here;
   }
   return words;
+}
+
+std::size_t WordsBegunInUtf8(TextView text, std::size_t begin, std::size_t end, std::size_t most) {
+  const auto& isWord = WordTable();
+  const unsigned char* const start = text.data();
+  const unsigned char* const stop = start + end;
+  std::size_t words = 0;
+  unsigned before = begin > 0 && IsWordBefore(start, start + begin) ? 1 : 0;
+  for (const unsigned char* at = start + begin; at < stop && words <= most;) {
+    unsigned here = isWord[*at];
+    if (*at < 0x80) {
+      ++at;
+    } else if (*at == 0xC3 && stop - at > 1 && IsContinuation(at[1])) {
+      here = isWord[at[1] | 0x40U];
+      at += 2;
+    } else {
+      const Utf8Sequence sequence = ReadSequence(at, stop);
+      const bool isMark = ComposedWithLast(start, at, sequence) != 0;
+      here = isMark || IsWordAt(at, stop) ? 1 : 0;
+      at += sequence.length;
+    }
+    words += here & ~before;
+    before = here;
+  }
+  return words;
+}
+
+bool IsInsideWordOfUtf8(TextView text, std::size_t index) {
+  const unsigned char* const at = text.data() + index;
+  const unsigned char* const end = text.data() + text.size();
+  return index > 0 && at < end && IsWordAt(at, end) && IsWordBefore(text.data(), at);
 }
 
 bool IsInsideWord(TextView text, std::size_t index) {
