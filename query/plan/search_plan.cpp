@@ -158,7 +158,7 @@ class Planner {
     compiled.leaf = leafCount_++;
     compiled.isPlain = form.has_value() && form->IsPlain();
     if (compiled.isPlain) {
-      compiled.utf8 = Utf8Pattern{compiled.program, {}, false, nullptr};
+      compiled.utf8 = Utf8Pattern{compiled.program, {}, {}};
     } else if (form.has_value()) {
       CompileBudget part = budget_.Part(INT64_MAX, INT64_MAX);
       compiled.utf8 = CompileUtf8Form(std::move(*form), part);

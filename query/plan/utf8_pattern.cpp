@@ -359,18 +359,25 @@ std::optional<Utf8Pattern> CompileUtf8Form(Utf8Form form, CompileBudget& budget)
   options.wordBytes = CodePageWords() & Ascii();
   auto result = PatternProgram::Compile(std::move(form.tree), options, budget);
   if (std::holds_alternative<MessageNumber>(result)) return std::nullopt;
-  Utf8Pattern pattern{std::get<std::shared_ptr<const PatternProgram>>(std::move(result)),
-                      form.edges, form.needsRegular, nullptr};
-  if (form.suspects.any())
-    pattern.suspects = std::make_shared<const StringScan>(std::vector<CharSet>{form.suspects});
-  return pattern;
+  return Utf8Pattern{std::get<std::shared_ptr<const PatternProgram>>(std::move(result)), form.edges,
+                     form.needsRegular ? Utf8Guard(form.suspects) : Utf8Guard()};
 }
 
-bool Utf8Pattern::CanSearch(TextView text) const {
-  if (!needsRegular || text.empty()) return true;
+Utf8Guard::Utf8Guard(const CharSet& suspects) : isNeeded_(true), suspects_(suspects) {
+  if (suspects.any()) scan_ = std::make_shared<const StringScan>(std::vector<CharSet>{suspects});
+}
+
+bool Utf8Guard::Allows(TextView text) const {
+  if (!isNeeded_ || text.empty()) return true;
   const unsigned char* const begin = text.data();
   const unsigned char* const end = begin + text.size();
-  return (suspects != nullptr && suspects->Find(begin, end) == nullptr) || IsRegularUtf8(text);
+  return (scan_ != nullptr && scan_->Find(begin, end) == nullptr) || IsRegularUtf8(text);
+}
+
+Utf8Guard Utf8Guard::And(const Utf8Guard& other) const {
+  if (!isNeeded_ || !other.isNeeded_) return isNeeded_ ? *this : other;
+  const bool haveSuspects = suspects_.any() && other.suspects_.any();
+  return Utf8Guard(haveSuspects ? suspects_ | other.suspects_ : CharSet());
 }
 
 bool MayHoldMarks(TextView text) {

@@ -34,17 +34,31 @@
 
 namespace trovex {
 
+/// What a text must be like for patterns to find in its bytes what they find in its characters.
+class Utf8Guard {
+ public:
+  /// Any text will do.
+  Utf8Guard() = default;
+  /// A text has to be regular (IsRegularUtf8), or to have none of `suspects`; none of these: it has to be regular.
+  explicit Utf8Guard(const CharSet& suspects);
+
+  bool IsNeeded() const { return isNeeded_; }
+  bool Allows(TextView text) const;
+
+  /// What allows what both allow.
+  Utf8Guard And(const Utf8Guard& other) const;
+
+ private:
+  bool isNeeded_ = false;
+  CharSet suspects_;
+  std::shared_ptr<const StringScan> scan_;  // for these; null if there are none
+};
+
 struct Utf8Pattern {
   std::shared_ptr<const PatternProgram> program;
   /// What is looked at beside its matches.
   Utf8Edges edges;
-  /// Whether the text must be regular (IsRegularUtf8).
-  bool needsRegular = false;
-  /// Finds the bytes of which one must be there for that to make a difference; null if that is not known.
-  std::shared_ptr<const StringScan> suspects;
-
-  /// Whether it finds in the bytes of `text` what it finds in the characters.
-  bool CanSearch(TextView text) const;
+  Utf8Guard guard;
 
   Utf8Edges::Answer Judge(TextView text, const ByteRange& match) const {
     const unsigned char* const begin = text.data();

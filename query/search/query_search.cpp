@@ -40,7 +40,7 @@ class LineStretches {
  public:
   LineStretches(TextView text, const PlannedStream& pattern)
       : text_(text),
-        scan_(pattern.utf8->needsRegular ? &pattern.scan : nullptr),
+        scan_(pattern.utf8->guard.IsNeeded() ? &pattern.scan : nullptr),
         spelled_(pattern.spelled.has_value()) {}
 
   /// False where there are no more.
@@ -140,6 +140,7 @@ void QuerySearch::MakeSearchOfBytes(const PlannedStream& planned) {
   arePlain_ = arePlain_ && planned.isPlain;
   areOfBytes_ = areOfBytes_ && planned.utf8.has_value();
   if (!planned.utf8.has_value()) return;
+  guard_ = guard_.And(planned.utf8->guard);
   if (!planned.isPlain)
     ownBytes_.push_back(std::make_unique<PatternSearch>(*planned.utf8->program));
   bytes_.back() = {planned.isPlain ? patterns_.back().search : ownBytes_.back().get(),
@@ -176,23 +177,28 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   context_.credit = 0;
   granted_ = 0;
   context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
-  const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   std::size_t passed = 0;
-  if (alone_ != nullptr && !context_.wantsTags) {
-    if (asItIs) return RunAlone(text, options, visit, visitContext);
-    if (options.encoding == Encoding::kUtf8 && areOfBytes_ && !text.empty()) {
-      const std::optional<Verdict> verdict =
-          RunByBlocks(text, options, visit, visitContext, passed);
-      if (verdict.has_value()) return *verdict;
-    }
+  const bool isAlone = alone_ != nullptr && !context_.wantsTags;
+  const bool isOfBytes =
+      isAlone && options.encoding == Encoding::kUtf8 && areOfBytes_ && !text.empty();
+  const bool isShort = text.size() <= kLookedAtText;
+  const bool looksAtBytes = isOfBytes && isShort && !guard_.IsNeeded();
+  if (isAlone && !looksAtBytes && MaySearchAsItIs(text, options))
+    return RunAlone(text, options, visit, visitContext);
+  if (isOfBytes && isShort) {
+    const std::optional<Verdict> verdict = LookAtBytes(text, options, visit, visitContext);
+    if (verdict.has_value()) return *verdict;
   }
-  return RunSeveral(text, asItIs, passed, options, visit, visitContext);
+  if (isOfBytes) {
+    const std::optional<Verdict> verdict = RunByBlocks(text, options, visit, visitContext, passed);
+    if (verdict.has_value()) return *verdict;
+  }
+  return RunSeveral(text, passed, options, visit, visitContext);
 }
 
-/// Where there is more than a pattern: strings are searched for together, or streams find the items. `asItIs`: the patterns
-/// can be looked for in the bytes of the text. The first `passed` items are known already.
-Verdict QuerySearch::RunSeveral(TextView text, bool asItIs, std::size_t passed,
-                                const SearchOptions& options, Visit visit, void* visitContext) {
+/// Where there is more than a pattern: strings are searched for together, or streams find the items. The first `passed` items are known already.
+Verdict QuerySearch::RunSeveral(TextView text, std::size_t passed, const SearchOptions& options,
+                                Visit visit, void* visitContext) {
   const bool isPlainSearch =
       options.interrupt == nullptr && !context_.wantsTags && !options.firstOfLine;
   bool isUtf8 = false;
@@ -205,7 +211,8 @@ Verdict QuerySearch::RunSeveral(TextView text, bool asItIs, std::size_t passed,
     if (result.answer != Answer::kUnknown)
       return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
     passed = result.visited;
-  } else if (asItIs && text.size() <= kLookedAtText && plan_.streams.size() <= kFewStreams) {
+  } else if (text.size() <= kLookedAtText && plan_.streams.size() <= kFewStreams &&
+             MaySearchAsItIs(text, options)) {
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
@@ -247,30 +254,28 @@ StringSearch* QuerySearch::Strings() {
 
 /// The same in the bytes of UTF-8.
 StringSearch* QuerySearch::StringsOfUtf8() {
-  if (!std::exchange(knowsStringsOfUtf8_, true) && areOfBytes_)
-    stringsOfUtf8_ = StringSearch::Make(plan_, bytes_);
+  if (!std::exchange(knowsStringsOfUtf8_, true)) stringsOfUtf8_ = StringSearch::Make(plan_, bytes_);
   return stringsOfUtf8_.get();
 }
 
 /// Whether the patterns can be looked for in the bytes of `text`. Rows of a table are such texts: what
 /// is done beside the search counts there.
-bool QuerySearch::MaySearchAsItIs(TextView text, Encoding encoding) const {
-  if (encoding == Encoding::kLatin1) return true;
+bool QuerySearch::MaySearchAsItIs(TextView text, const SearchOptions& options) const {
+  if (options.interrupt != nullptr) return false;
+  if (options.encoding == Encoding::kLatin1) return true;
   if (text.size() > kShortText) return false;
   return IsPlainAscii(text) || (arePlain_ && !MayHoldMarks(text));
 }
 
 /// The search for strings that `text` can be given to, if there is one. Tells whether it is to be measured as UTF-8.
 StringSearch* QuerySearch::StringsFor(TextView text, Encoding encoding, bool& isUtf8) {
-  if (encoding == Encoding::kLatin1 || IsPlainAscii(text)) return Strings();
-  isUtf8 = true;
-  StringSearch* const strings = StringsOfUtf8();
+  if (encoding == Encoding::kLatin1) return Strings();
   // Many characters take long to count again and again.
-  if (strings == nullptr || !plan_.countsFew) return nullptr;
-  const auto canSearch = [&](const StringSearch::Pattern& pattern) {
-    return pattern.utf8 == nullptr || pattern.utf8->CanSearch(text);
-  };
-  return std::all_of(bytes_.begin(), bytes_.end(), canSearch) ? strings : nullptr;
+  const bool isOfBytes = areOfBytes_ && plan_.countsFew;
+  if ((!isOfBytes || guard_.IsNeeded()) && IsPlainAscii(text)) return Strings();
+  isUtf8 = true;
+  StringSearch* const strings = isOfBytes ? StringsOfUtf8() : nullptr;
+  return strings != nullptr && guard_.Allows(text) ? strings : nullptr;
 }
 
 /// A look at a short text, before anything is begun with: false only where stream `stream` has the
@@ -334,6 +339,21 @@ Verdict QuerySearch::RunForAll(TextView text, const SearchOptions& options, Visi
   return GiveUpAlone();
 }
 
+/// A look at a short text in UTF-8, which most patterns are not in, and of which often no more than the first item is
+/// wanted. Nothing where more has to be done.
+std::optional<Verdict> QuerySearch::LookAtBytes(TextView text, const SearchOptions& options,
+                                                Visit visit, void* visitContext) {
+  const StringSearch::Pattern& pattern = bytes_.back();
+  ByteRange match;
+  const SearchOutcome first = pattern.search->First(text, match);
+  if (first == SearchOutcome::kGaveUp || !guard_.Allows(text)) return std::nullopt;
+  if (first == SearchOutcome::kNotFound) return Verdict::kNo;
+  const bool isOne = options.mostItems <= 1 && first == SearchOutcome::kFound;
+  if (!isOne || pattern.utf8->Judge(text, match) != Utf8Edges::Answer::kMatch) return std::nullopt;
+  if (options.mostItems > 0) Show(match, visit, visitContext);
+  return Verdict::kYes;
+}
+
 /// The same in UTF-8, block by block, in the bytes of each that can be searched so. Nothing where the verdict is left to
 /// the streams, after `passed` items that were handed out.
 std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptions& options,
@@ -362,7 +382,7 @@ QuerySearch::BlockEnd QuerySearch::RunInBytes(TextView text, const ByteRange& ra
   const auto decode = [&](std::size_t known) {
     return RunDecoded(text, range, known, options, visit, visitContext, passed);
   };
-  if (!pattern.utf8->CanSearch(block)) return decode(0);
+  if (!pattern.utf8->guard.Allows(block)) return decode(0);
   std::size_t known = 0;
   search.Begin(block);
   ByteRange match = search.Next();

@@ -43,7 +43,7 @@ class QuerySearch {
  private:
   void MakeStream(const PlannedStream& planned);
   void MakeSearchOfBytes(const PlannedStream& planned);
-  bool MaySearchAsItIs(TextView text, Encoding encoding) const;
+  bool MaySearchAsItIs(TextView text, const SearchOptions& options) const;
   StringSearch* StringsFor(TextView text, Encoding encoding, bool& isUtf8);
   bool MayBeSatisfied(std::size_t stream, TextView text);
   StringSearch* Strings();
@@ -52,6 +52,8 @@ class QuerySearch {
                      void* visitContext);
   Verdict RunAlone(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   Verdict RunForAll(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
+  std::optional<Verdict> LookAtBytes(TextView text, const SearchOptions& options, Visit visit,
+                                     void* visitContext);
   /// What is done with a block: the search goes on, ends with the verdict yes, or it is not known.
   enum class BlockEnd { kGoOn, kEnough, kUnknown };
   std::optional<Verdict> RunByBlocks(TextView text, const SearchOptions& options, Visit visit,
@@ -62,8 +64,8 @@ class QuerySearch {
                       const SearchOptions& options, Visit visit, void* visitContext,
                       std::size_t& passed);
   Verdict GiveUpAlone();
-  Verdict RunSeveral(TextView text, bool asItIs, std::size_t passed, const SearchOptions& options,
-                     Visit visit, void* visitContext);
+  Verdict RunSeveral(TextView text, std::size_t passed, const SearchOptions& options, Visit visit,
+                     void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
 
@@ -87,6 +89,7 @@ class QuerySearch {
   /// ask for a regular text.
   bool arePlain_ = true;
   bool areOfBytes_ = true;
+  Utf8Guard guard_;
   OpenBlock decoded_;
 };
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 
 namespace trovex {
@@ -120,10 +121,19 @@ std::size_t TextBlocks::CharactersIn(const ByteRange& range) const {
 }
 
 std::size_t CharactersOf(TextView text, const ByteRange& range) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
   const unsigned char* const begin = text.data() + range.begin;
   const unsigned char* const end = text.data() + range.end;
   std::size_t characters = 0;
   for (const unsigned char* at = begin; at < end;) {
+    std::uint64_t eight = kHighBits;
+    if (end - at >= static_cast<std::ptrdiff_t>(sizeof eight))
+      std::memcpy(&eight, at, sizeof eight);
+    if ((eight & kHighBits) == 0) {
+      characters += sizeof eight;
+      at += sizeof eight;
+      continue;
+    }
     const Utf8Sequence sequence = ReadSequence(at, end);
     characters += ComposedWithLast(begin, at, sequence) == 0 ? 1 : 0;
     at += sequence.length;
