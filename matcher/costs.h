@@ -95,6 +95,8 @@ inline constexpr std::int64_t kGraphStepsPerState = 8;
 inline constexpr std::int64_t kGraphBytesPerState = 80;
 inline constexpr std::size_t kGraphStepsPerEdge = 8;
 inline constexpr std::int64_t kGraphStepsPerSet = 1'000;
+/// A state of what reads a match in a short text, in any case.
+inline constexpr std::int64_t kReaderStepsPerState = 100;
 /// The search for back-references: a node of the tree.
 inline constexpr std::int64_t kWalkStepsPerNode = 1'000;
 inline constexpr std::int64_t kWalkBytesPerNode = 500;

@@ -71,6 +71,13 @@ inline constexpr std::size_t kMaxListedSet = 16;
 /// How many windows a table of words is made for.
 inline constexpr std::size_t kMaxWindows = 1 << 20;
 
+/// What reads a match in a short text (automata/match_reader.h): how many entries its states may have together, of how
+/// many classes of bytes, and what making them may cost. Larger patterns are searched as in long texts.
+inline constexpr std::size_t kMaxReaderEntries = 8'192;
+inline constexpr int kMaxReaderClasses = 250;
+inline constexpr std::int64_t kMaxReaderSteps = 100'000;
+inline constexpr std::int64_t kMaxReaderBytes = std::int64_t{1} << 20;
+
 /// The automata that locate matches: how many pairs of bytes of the pattern that may stand side by
 /// side they are made for, how many tables each of them has at most at one time (1 KB each), and how
 /// many positions its states may hold together. Larger patterns are left to the engine.
@@ -171,6 +178,8 @@ inline constexpr std::size_t kMaxWayVisits = 20'000;
 /// Back-references: what the search of a text may take for each byte, and in any case, in units of about 10 ns.
 inline constexpr std::uint64_t kReferenceUnitsPerByte = 200;
 inline constexpr std::uint64_t kReferenceUnitsPerText = 100'000'000;
+/// Rows of more pieces, or of more words in one place, are not read as such.
+inline constexpr std::size_t kMostRowPieces = 32;
 /// What such a search remembers: outcomes (about 150 MB), ends of pieces, ranges of groups.
 inline constexpr std::size_t kMaxReferenceOutcomes = 3'000'000;
 inline constexpr std::size_t kMaxReferenceEnds = 12'000'000;

@@ -174,6 +174,7 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
   auto locator = std::make_unique<LocatorProgram>(std::move(graph), words,
                                                   FindRequiredString(tree, budget), RunsOf(tree));
   locator->ConsiderList(tree, GraphOptionsFor(words, wordBytes), budget);
+  locator->PrepareLooks(budget);
   compiled.locator = std::move(locator);
 }
 

@@ -8,10 +8,10 @@
 #define TROVEX_MATCHER_MATCHER_H
 
 #include "matcher/automata/match_locator.h"
-#include "matcher/automata/text_notes.h"
 #include "matcher/budget.h"
 #include "matcher/engine/regular_expression.h"
 #include "matcher/groups/reference_search.h"
+#include "matcher/groups/text_notes.h"
 #include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/scan/keyword_set.h"
 #include "matcher/search_outcome.h"

@@ -82,6 +82,7 @@ bool PatternProgram::PrepareLocator(const SyntaxTree& tree, bool words, CompileB
   }
   locator_.emplace(std::move(graph), words, FindRequiredString(tree, budget), RunsOf(tree));
   locator_->ConsiderList(tree, options, budget);
+  locator_->PrepareLooks(budget);
   return true;
 }
 

@@ -281,15 +281,17 @@ MatchRange RangeIn(Search& search, const LocatedMatch& match) {
   return tookPart ? group : search.RangeOf(lineBegin, -1, -1);
 }
 
-/// Whether it is certain that the line filter lets the line of `match` pass: reading the pattern as the
-/// locator does, it finds the same match there. Anchors see no further than one byte beyond it.
-bool CertainlyPasses(const Search& search, const LocatedMatch& match) {
-  if (search.pattern.lineFilterReading != Reading::kAlikeButForUnderscores) {
-    return search.pattern.lineFilterReading == Reading::kAlike;
+/// Whether it is certain that the line filter lets the line of a match from `start` to `end` pass, which was located in
+/// a text from `begin` to `limit`: reading the pattern as the locator does, it finds the same match there. Anchors see no
+/// further than one byte beyond it.
+bool CertainlyPasses(const CompiledPattern& pattern, const char* start, const char* end,
+                     const char* begin, const char* limit) {
+  if (pattern.lineFilterReading != Reading::kAlikeButForUnderscores) {
+    return pattern.lineFilterReading == Reading::kAlike;
   }
-  const char* const begin = match.start - (match.start > search.text ? 1 : 0);
-  const char* const end = match.end + (match.end < search.limit ? 1 : 0);
-  return std::memchr(begin, '_', static_cast<std::size_t>(end - begin)) == nullptr;
+  const char* const first = start - (start > begin ? 1 : 0);
+  const char* const last = end + (end < limit ? 1 : 0);
+  return std::memchr(first, '_', static_cast<std::size_t>(last - first)) == nullptr;
 }
 
 /// What is found out about a text on the way holds for all its searches, and for no other text.
@@ -369,7 +371,7 @@ void FindByLocator(Search& search) {
   for (;;) {
     const LocatedMatch match = Locate(search, scan);
     if (match.start == nullptr) return SpendWork(search);
-    if (!CertainlyPasses(search, match)) {
+    if (!CertainlyPasses(search.pattern, match.start, match.end, search.text, search.limit)) {
       const char* const line = LineStart(match.start, scan);
       const char* const place = NextPlace(search, line, search.limit);
       if (place == nullptr) return;
@@ -440,6 +442,13 @@ bool CanLocateKeyword(const CompiledPattern& pattern) {
          pattern.lineFilterReading == Reading::kAlike;
 }
 
+/// The same of a match that was found by looking at a text of `length` bytes.
+bool CertainlyPasses(const CompiledPattern& pattern, const LocatedRange& match, const char* text,
+                     int length) {
+  return CertainlyPasses(pattern, reinterpret_cast<const char*>(match.start),
+                         reinterpret_cast<const char*>(match.end), text, text + length);
+}
+
 /// The first match of a short text, or that there is none, where a scan tells it.
 std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
                                   const SearchConditions& conditions, const char* text, int length,
@@ -449,9 +458,8 @@ std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
   LocatedRange match;
   const LocatorProgram::Answer answer = pattern.locator->LookAt(begin, begin + length, match);
   if (answer == LocatorProgram::Answer::kNoMatch) return MatchResult{};
-  const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0 &&
-                       pattern.lineFilterReading == Reading::kAlike;
-  if (!isKnown) return std::nullopt;
+  const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0;
+  if (!isKnown || !CertainlyPasses(pattern, match, text, length)) return std::nullopt;
   MatchResult result;
   result.outcome = SearchOutcome::kFound;
   result.range = {static_cast<int>(match.start - begin), static_cast<int>(match.end - begin)};
@@ -473,8 +481,8 @@ LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
     return Answer::kUnknown;
   const auto* const begin = reinterpret_cast<const unsigned char*>(text);
   const Answer answer = pattern.locator->LookAt(begin, begin + length, match);
-  const bool isKnown = answer == Answer::kNoMatch || pattern.lineFilterReading == Reading::kAlike;
-  return isKnown ? answer : Answer::kUnknown;
+  const bool isMatch = answer == Answer::kMatch;
+  return isMatch && !CertainlyPasses(pattern, match, text, length) ? Answer::kUnknown : answer;
 }
 
 bool IsSearchedAsString(const CompiledPattern& pattern, const SearchConditions& conditions) {

@@ -25,6 +25,8 @@ namespace trovex {
 /// Texts up to this size are looked at with a scan before a search is set up. Measured: rows of 36 bytes without
 /// that, 1.4 to 1.9.
 inline constexpr std::size_t kLookedAtText = 256;
+/// A look reads no more than so many times the text in vain.
+inline constexpr std::ptrdiff_t kReadAgainInLook = 8;
 /// In stretches up to this size places are found one by one, and nothing is kept beside them.
 inline constexpr std::ptrdiff_t kShortStretch = 256;
 
@@ -168,6 +170,13 @@ inline constexpr std::size_t kGroupStretch = std::size_t{1} << 15;
 inline constexpr std::size_t kLongDoubledRun = 64;
 /// What may be spent at one place before outcomes are remembered, in units of back-references.
 inline constexpr std::uint64_t kMostProbeUnits = 500;
+/// Rows with back-references: how rare their beginnings must be, in 100,000 places, to be preferred to places where
+/// bytes repeat, what counts as every place, and up to which bound runs are read anew at each start.
+inline constexpr double kRareRow = 5'000;
+inline constexpr double kEveryRowPlace = 100'000;
+inline constexpr std::size_t kMostBoundedRowRun = 16;
+/// How many ends of runs and words are tried at one start of a row before it is left to what remembers outcomes.
+inline constexpr std::size_t kMostRowTries = 2'000;
 /// More repeated bytes than these do not make a place rarer that is worth it. Measured: "([a-z][a-z][a-z])\1" with
 /// one, 3.9; with sixteen no difference.
 inline constexpr std::size_t kMostRepeatedBytes = 4;

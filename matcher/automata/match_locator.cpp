@@ -150,6 +150,26 @@ CharSet LastBytes(const PositionGraph& graph) {
   return last;
 }
 
+/// How many bytes every match has at least.
+std::ptrdiff_t ShortestMatch(const PositionGraph& graph) {
+  if (graph.canBeEmpty) return 0;
+  std::vector<bool> isReached(graph.size + 1, false);
+  std::vector<std::uint32_t> reached = {graph.Start()};
+  for (std::ptrdiff_t length = 0; !reached.empty(); ++length) {
+    std::vector<std::uint32_t> further;
+    for (const std::uint32_t node : reached) {
+      if (node != graph.Start() && graph.ends[node] != 0) return length;
+      for (const PositionEdge& edge : graph.next[node]) {
+        if (isReached[edge.position]) continue;
+        isReached[edge.position] = true;
+        further.push_back(edge.position);
+      }
+    }
+    reached = std::move(further);
+  }
+  return 0;
+}
+
 /// The bytes of the runs from `first` on, which go to `last`, up to one that cannot be missing.
 template <typename Iterator>
 CharSet BytesAtEdge(Iterator first, Iterator last) {
@@ -203,8 +223,7 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   canStart_ = MembersOf(FirstBytes(*graph_));
   const std::optional<Beside> beside = BesideOf(*graph_);
   const bool areRuns = CanTakeRuns(runs, *graph_, beside);
-  for (const Run& run : runs)
-    shortest_ += run.least;
+  shortest_ = ShortestMatch(*graph_);
   if (areRuns && beside->IsAny() && runs.size() == 1 && (runs[0].least > 1 || runs[0].most > 1))
     class_ = ClassRun::For(runs[0]);
   const bool isInRow = areRuns && !class_ && IsRareRow(graph_->bytes, runs, *beside);
@@ -266,6 +285,10 @@ void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& op
                             budget);
 }
 
+void LocatorProgram::PrepareLooks(CompileBudget& budget) {
+  if (!NeedsNoAutomata()) reader_ = MatchReader::For(*graph_, budget);
+}
+
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
                                    const Byte* end) const {
   const auto kindAt = [&](const Byte* place) {
@@ -279,25 +302,56 @@ bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const By
 LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byte* end,
                                                     LocatedRange& match) const {
   const Byte* place = begin;
-  if (end - begin < shortest_) return Answer::kNoMatch;
   if (class_ || middle_) return LookForRuns(place, end, match);
   if (list_) return LookForListed(place, end, match);
-  if (listLead_) return listLead_->MayStandIn(place, end) ? Answer::kUnknown : Answer::kNoMatch;
+  if (listLead_ && !listLead_->MayStandIn(place, end)) return Answer::kNoMatch;
+  if (listLead_ && !reader_) return Answer::kUnknown;
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
-  if (!leading_) return Answer::kUnknown;
-  place = leading_->Find(place, begin, end);
-  if (place == nullptr) return Answer::kNoMatch;
-  if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
-  if (!runs_) return Answer::kUnknown;
+  if (leading_) {
+    place = leading_->Find(place, begin, end);
+    if (place == nullptr) return Answer::kNoMatch;
+    if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
+  }
   if (filter_) {
     RunFilter::Cursor places;
     const auto nextRow = [&](const Byte* from) { return NextRow(from, begin, end, places); };
     return TryRuns(nextRow(place), end, nextRow, match);
   }
+  if (reader_) return LookByReading(place, begin, end, match);
+  if (!runs_) return Answer::kUnknown;
   const auto next = [&](const Byte* from) { return leading_->Find(from, begin, end); };
   return TryRuns(place, end, next, match);
+}
+
+/// Reads from `place` and the ones after it from which a match may start.
+LocatorProgram::Answer LocatorProgram::LookByReading(const Byte* place, const Byte* begin,
+                                                     const Byte* end, LocatedRange& match) const {
+  const auto kindBefore = [&](const Byte* at) {
+    return at == begin ? ByteKind::kNewline : graph_->kindOf[at[-1]];
+  };
+  const Byte* const last = end - shortest_;
+  std::ptrdiff_t mayRead = kReadAgainInLook * (end - begin);
+  while (place <= last) {
+    const MatchReader::Reading reading = reader_->Read(place, end, kindBefore(place));
+    if (reading.end != nullptr) {
+      // Whether there is a line after the last line feed, which would be empty, depends on who asks.
+      if (place == end && (begin == end || end[-1] == '\n')) return Answer::kUnknown;
+      match = {place, reading.end};
+      return Answer::kMatch;
+    }
+    mayRead -= reading.readTo - place;
+    if (mayRead < 0) return Answer::kUnknown;
+    place = reading.next;
+    if (leading_) {
+      place = place <= last ? leading_->Find(place, begin, end) : nullptr;
+      if (place == nullptr) return Answer::kNoMatch;
+    } else if (reader_->StartsLines()) {
+      place = LineEnd(place - 1, end) + 1;
+    }
+  }
+  return Answer::kNoMatch;
 }
 
 /// The first place from `place` on where the row of runs can begin as a whole; null if there is none. Where something

@@ -37,6 +37,7 @@
 #include "matcher/automata/forward_automaton.h"
 #include "matcher/automata/line_search.h"
 #include "matcher/automata/list_lead.h"
+#include "matcher/automata/match_reader.h"
 #include "matcher/automata/position_graph.h"
 #include "matcher/automata/search_credit.h"
 #include "matcher/runs/class_run.h"
@@ -81,6 +82,9 @@ class LocatorProgram {
   /// faster than what leads now. The work is charged to `budget`.
   void ConsiderList(const SyntaxTree& tree, const GraphOptions& options, CompileBudget& budget);
 
+  /// Prepares to tell matches in short texts without a search. The work is charged to `budget`.
+  void PrepareLooks(CompileBudget& budget);
+
   /// Whether matches must be whole words.
   bool Words() const { return words_; }
 
@@ -102,6 +106,7 @@ class LocatorProgram {
   /// A look at a text from `place` to `end`, of at most kLookedAtText bytes, before anything is set up for a
   /// search: the first match, or that there is none, or, where that takes more, that it is not known. Costs as much as a scan.
   Answer LookAt(const unsigned char* place, const unsigned char* end, LocatedRange& match) const {
+    if (end - place < shortest_) return Answer::kNoMatch;
     const Answer answer =
         string_ && !class_ ? LookForString(place, end, match) : LookForFirst(place, end, match);
     // Whether a whole word ends where the text does may depend on the byte after it.
@@ -129,6 +134,8 @@ class LocatorProgram {
   template <typename Next>
   Answer TryRuns(const unsigned char* place, const unsigned char* end, Next next,
                  LocatedRange& match) const;
+  Answer LookByReading(const unsigned char* place, const unsigned char* begin,
+                       const unsigned char* end, LocatedRange& match) const;
   Answer LookForListed(const unsigned char* begin, const unsigned char* end,
                        LocatedRange& match) const;
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
@@ -148,6 +155,7 @@ class LocatorProgram {
   std::optional<RunMiddle> middle_;     // a string in the middle of the row
   std::optional<RunFilter>
       filter_;  // set if the leading bytes are common: looks for the row as a whole
+  std::optional<MatchReader> reader_;  // set if it is of use in short texts
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
   Beside beside_;
   bool isToldBeside_ = true;      // what must stand beside the string is in `beside_`

@@ -42,6 +42,12 @@ ReferenceRun::ReferenceRun(const ReferenceSearch& search)
       opened_(static_cast<std::size_t>(graph_.groupCount) + 1) {}
 
 void ReferenceRun::Begin(TextView text) {
+  BeginAgain(text);
+  row_.Begin();
+}
+
+/// The same, where what was found out about the text still holds.
+void ReferenceRun::BeginAgain(TextView text) {
   text_ = text;
   hasLine_ = false;
   used_ = 0;
@@ -52,7 +58,7 @@ void ReferenceRun::BeginRest(TextView text) {
   const auto from = static_cast<std::size_t>(text.data() - text_.data());
   const bool isOnLine = hasLine_ && lineBegin_ <= from && from <= lineEnd_;
   const std::size_t lineEnd = lineEnd_;
-  Begin(text);
+  BeginAgain(text);
   if (!isOnLine) return;
   hasLine_ = true;
   lineBegin_ = 0;
@@ -67,6 +73,7 @@ SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRa
     return SearchOutcome::kGaveUp;
   }
   if (search_.doubled_) return FindDoubled(from, lastStart, match, groups);
+  if (search_.row_ && groups == nullptr) return FindRow(from, lastStart, match);
   while (from <= lastStart) {
     if (search_.walk_ && search_.walk_->LooksForPlaces()) {
       from = search_.walk_->NextPlace(text_, from, lastStart);
@@ -97,6 +104,24 @@ SearchOutcome ReferenceRun::FindDoubled(std::size_t from, std::size_t lastStart,
   match = {start, start + 2 * half};
   if (groups != nullptr) groups->assign(1, {start, start + half});
   return SearchOutcome::kFound;
+}
+
+/// Reads the row. Where there are too many ways at a place, they are tried there with all that is remembered of them.
+SearchOutcome ReferenceRun::FindRow(std::size_t from, std::size_t lastStart, ByteRange& match) {
+  while (true) {
+    const std::uint64_t before = row_.Used();
+    const std::uint64_t most =
+        before + (budget_ - std::min(used_, budget_)) * static_cast<std::uint64_t>(kReferenceUnits);
+    const SearchOutcome read = search_.row_->Next(text_, from, lastStart, match, most, row_);
+    used_ += (row_.Used() - before) / static_cast<std::uint64_t>(kReferenceUnits);
+    if (read != SearchOutcome::kGaveUp) return read;
+    gaveUpAt_ = match.begin;
+    if (row_.Used() > most || !EnterLine(match.begin)) return read;
+    const std::size_t start = match.begin;
+    const SearchOutcome outcome = FindInLine(start, start, match, nullptr);
+    if (outcome != SearchOutcome::kNotFound) return outcome;
+    from = start + 1;
+  }
 }
 
 /// Goes the only way that the pattern leaves open: from `from` alone if places

@@ -3,6 +3,7 @@
 #include "matcher/groups/reference_search.h"
 
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,6 +27,9 @@ ReferenceSearch::ReferenceSearch(const SyntaxTree& tree, const ReferenceOptions&
   NoteWhatIsAskedFor();
   NoteStart();
   walk_ = ReferenceWalk::Make(graph_, {options.wholeWords, options.wordBytes, options.comparedAs});
+  if (doubled_) return;
+  row_ = ReferenceRow::Make(tree, {options.wholeWords, options.wordBytes, options.comparedAs});
+  if (row_ && walk_ && walk_->LooksForPlaces() && row_->Rate() > kRareRow) row_.reset();
 }
 
 void ReferenceSearch::NoteReferencedGroups() {

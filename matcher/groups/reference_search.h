@@ -7,7 +7,8 @@
 // that POSIX wants (way_graph.h).
 //
 // Where the text leaves only one way open, it is followed (reference_walk.h), and
-// a run of bytes that stands twice is looked for as such (doubled_run.h).
+// a run of bytes that stands twice is looked for as such (doubled_run.h). A row of
+// runs and fixed bytes is read piece by piece (reference_row.h).
 // In general nothing is known that does it fast. From a place where a match
 // could begin the ways are tried one after another; what became of a step of
 // the pattern at a place of the text, with the same ranges of the groups that
@@ -23,6 +24,7 @@
 #define TROVEX_MATCHER_GROUPS_REFERENCE_SEARCH_H
 
 #include "matcher/groups/doubled_run.h"
+#include "matcher/groups/reference_row.h"
 #include "matcher/groups/reference_walk.h"
 #include "matcher/groups/way_graph.h"
 #include "matcher/pattern/pattern_syntax.h"
@@ -70,8 +72,8 @@ class ReferenceSearch {
   ReferenceSearch(const SyntaxTree& tree, const ReferenceOptions& options);
 
   /// Whether it goes through a text fast, with nobody looking for places
-  /// beforehand: at most one way is open at each of them.
-  bool IsFast() const { return walk_.has_value() || doubled_.has_value(); }
+  /// beforehand: at most one way is open at each of them, or the ways are those of a row.
+  bool IsFast() const { return walk_.has_value() || doubled_.has_value() || row_.has_value(); }
 
  private:
   friend class ReferenceRun;
@@ -97,6 +99,7 @@ class ReferenceSearch {
   bool isTooLarge_ = false;
   std::optional<ReferenceWalk> walk_;  // set if the pattern leaves only one way open
   std::optional<DoubledRun> doubled_;  // set if the pattern is one
+  std::optional<ReferenceRow> row_;    // set if the pattern is one, and nothing else is faster
 };
 
 /// One thread's work space for a search. After the first texts it allocates
@@ -173,9 +176,11 @@ class ReferenceRun {
     Capture before;
   };
 
+  void BeginAgain(TextView text);
   bool EnterLine(std::size_t place);
   SearchOutcome FindDoubled(std::size_t from, std::size_t lastStart, ByteRange& match,
                             std::vector<ByteRange>* groups);
+  SearchOutcome FindRow(std::size_t from, std::size_t lastStart, ByteRange& match);
   SearchOutcome FindInLine(std::size_t from, std::size_t lastStart, ByteRange& match,
                            std::vector<ByteRange>* groups);
   SearchOutcome Walk(std::size_t& from, std::size_t lastStart, ByteRange& match,
@@ -224,6 +229,7 @@ class ReferenceRun {
   std::vector<std::size_t> opened_;
   ReferenceWalk::Captures walkCaptures_;
   std::vector<std::size_t> same_;
+  ReferenceRow::Workspace row_;
 };
 
 }  // namespace trovex

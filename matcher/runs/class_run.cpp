@@ -224,10 +224,7 @@ namespace {
 std::optional<ScanTables> ExactTables(const CharSet& set) {
   ScanTables tables = PlaceScan(Probes{{0, set}}).Tables();
   if (tables.isExact) return tables;
-  for (std::size_t c = 0; c < set.size(); ++c) {
-    const bool isTold = (tables.high[0][c / 16] & tables.low[0][c % 16]) != 0;
-    if (isTold != set[c]) return std::nullopt;
-  }
+  if (!AreHalvesExact(tables, set)) return std::nullopt;
   tables.form = ScanForm::kKinds;
   return tables;
 }

@@ -3,6 +3,7 @@
 #include "matcher/tuning.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <optional>
 
@@ -101,6 +102,10 @@ RunScan::RunScan(const std::vector<Run>& runs, const CharSet& after)
       tried_ = i;
     }
   }
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (all[i].IsFixed() || runs_[i].bridge) continue;
+    runs_[i].glance = RunGlance::For(all[i].bytes, all[i == tried_ ? i + 1 : i].bytes);
+  }
   if (tried_ == kMaxRuns || IsAfter(tried_ + 1) || all[tried_ + 1].bytes.count() != 1) return;
   for (tailByte_ = 0; !all[tried_ + 1].bytes[static_cast<std::size_t>(tailByte_)];)
     ++tailByte_;
@@ -190,48 +195,93 @@ void RunScan::Note(std::size_t run, const Byte* first, const Byte* last, Notes& 
   notes.failures_[run] = {first, last};
 }
 
-void RunScan::NoteFailure(std::size_t failed, const Walk& walk, Notes& notes) const {
-  for (std::size_t i = 0; i <= failed; ++i) {
-    if (runs_[i].isEndless) Note(i, walk.entered[i], walk.left[i], notes);
+void RunScan::NoteFailure(const Walk& walk, Notes& notes) const {
+  for (std::uint32_t rest = walk.read; rest != 0; rest &= rest - 1) {
+    const auto run = static_cast<std::size_t>(std::countr_zero(rest));
+    Note(run, walk.entered[run], walk.left[run], notes);
   }
+}
+
+/// Goes past a fixed run; null if it does not stand at `place`.
+inline const unsigned char* RunScan::PassFixed(const ReadyRun& run, const Byte* place,
+                                               const Byte* end) {
+  if (end - place < run.least) return nullptr;
+  for (const Byte* const stop = place + run.least; place != stop; ++place) {
+    if (!run.members[*place]) return nullptr;
+  }
+  return place;
+}
+
+/// The last of the places, bits after `base`, at which what follows the run that is tried stands; null if there is none.
+inline const unsigned char* RunScan::LastTailAmong(std::uint64_t places, const Byte* base,
+                                                   const Byte* end) const {
+  constexpr int kHighest = 63;
+  while (places != 0) {
+    const int last = kHighest - std::countl_zero(places);
+    if (HoldsTail(base + last, end)) return base + last;
+    places ^= std::uint64_t{1} << last;
+  }
+  return nullptr;
+}
+
+/// Goes past a run of which all is seen at a glance: to where it ends, or where it is tried, to what follows it last.
+/// Null if it fails.
+inline const unsigned char* RunScan::PassAtAGlance(std::size_t index, const GlanceBits& bits,
+                                                   std::ptrdiff_t length, const Byte* place,
+                                                   const Byte* end) const {
+  const ReadyRun& run = runs_[index];
+  if (length < run.least) return nullptr;
+  if (index != tried_) return place + length;
+  const std::uint64_t upTo = ~std::uint64_t{0} >> (RunGlance::kBytes - 1 - length);
+  const std::uint64_t from = ~std::uint64_t{0} << run.least;
+  return LastTailAmong(bits.next & from & upTo, place, end);
 }
 
 const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Notes& notes) const {
   Walk walk;
   const Byte* place = start;
-  for (std::size_t i = 0; i < runs_.size(); ++i) {
+  const auto fail = [&]() -> const Byte* {
+    if (walk.read != 0) NoteFailure(walk, notes);
+    return nullptr;
+  };
+  const std::size_t count = runs_.size();
+  for (std::size_t i = 0; i < count; ++i) {
     const ReadyRun& run = runs_[i];
-    if (IsAfter(i)) {
-      if (run.members[place != end ? *place : Byte{'\n'}]) return place;
-      NoteFailure(i, walk, notes);
-      return nullptr;
+    if (after_ != 0 && i + 1 == count)
+      return run.members[place != end ? *place : Byte{'\n'}] ? place : fail();
+    if (run.isFixed && run.most < kLongRun) {
+      place = PassFixed(run, place, end);
+      if (place == nullptr) return fail();
+      continue;
     }
     const bool isRefused = run.isEndless && IsNoted(i, place, notes);
+    if (run.glance && !isRefused && end - place >= RunGlance::kBytes) {
+      const GlanceBits bits = run.glance->At(place);
+      const auto length = std::min<std::ptrdiff_t>(std::countr_one(bits.members), run.most);
+      if (length < RunGlance::kBytes) {
+        place = PassAtAGlance(i, bits, length, place, end);
+        if (place == nullptr) return fail();
+        if (i == tried_) return place + (tailLength_ - after_);
+        continue;
+      }
+    }
     const Byte* const left = isRefused       ? notes.failures_[i].last
                              : run.isEndless ? EndOfRun(run, place, end)
                                              : EndOfBoundedRun(i, place, end, notes);
     walk.entered[i] = place;
     walk.left[i] = left;
-    if (isRefused || left - place < run.least) {
-      NoteFailure(i, walk, notes);
-      return nullptr;
-    }
+    if (run.isEndless) walk.read |= std::uint32_t{1} << i;
+    if (isRefused || left - place < run.least) return fail();
     if (i == tried_) {
       const Byte* const tail = LastTail(place + run.least, left, end, notes);
-      if (tail == nullptr) {
-        NoteFailure(i, walk, notes);
-        return nullptr;
-      }
+      if (tail == nullptr) return fail();
       if (run.isEndless) Note(i, tail + 1, left, notes);
       return tail + (tailLength_ - after_);
     }
     place = left;
     if (run.bridge) {
       place = AfterBridge(run, walk.entered[i] + run.least, left, end);
-      if (place == nullptr) {
-        NoteFailure(i, walk, notes);
-        return nullptr;
-      }
+      if (place == nullptr) return fail();
       i = run.next - 1;
     }
   }

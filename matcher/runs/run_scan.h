@@ -19,7 +19,8 @@
 // A start at which the row fails says something of the starts after it: whoever comes into an endless run
 // that has been read, anywhere in it, comes out of it at the same end and fails there just the same.
 // These stretches are noted, and what is known of the bytes before a place, so that no text is read again
-// and again.
+// and again. Of a run that ends within the next few bytes nothing is noted: a glance tells the same once more
+// (run_glance.h).
 //
 //   a[a-z]*;  in "abcabcabc."   the start at 0 reads [a-z]* from 1 to 9 and finds no ";". The starts at
 //                               3 and 6 come into that run at 4 and 7: they need not read it
@@ -28,6 +29,7 @@
 #define TROVEX_MATCHER_RUNS_RUN_SCAN_H
 
 #include "matcher/limits.h"
+#include "matcher/runs/run_glance.h"
 #include "matcher/scan/beside.h"
 #include "matcher/scan/place_scan.h"
 #include "matcher/scan/string_scan.h"
@@ -113,13 +115,16 @@ class RunScan {
     bool isEndless;
     MemberTable members;
     PlaceScan exits;  // finds the bytes that do not belong to it
+    /// Of it, and of what follows it where it is tried; none for a fixed run, and where it does not serve.
+    std::optional<RunGlance> glance;
     /// What stands between it and run `next`, where it may have bytes of that; the first place of it counts.
     std::optional<StringScan> bridge;
     std::size_t next = 0;
   };
 
-  /// Where the walk came into its runs and left them.
+  /// Where the walk came into runs and left them.
   struct Walk {
+    std::uint32_t read = 0;  // a bit for each endless run of which more than a glance was taken
     std::array<const Byte*, kMaxRuns> entered;
     std::array<const Byte*, kMaxRuns> left;
   };
@@ -131,13 +136,17 @@ class RunScan {
   static const Byte* EndOfRun(const ReadyRun& run, const Byte* place, const Byte* limit);
   const Byte* EndOfBoundedRun(std::size_t index, const Byte* place, const Byte* end,
                               Notes& notes) const;
+  static const Byte* PassFixed(const ReadyRun& run, const Byte* place, const Byte* end);
+  const Byte* PassAtAGlance(std::size_t index, const GlanceBits& bits, std::ptrdiff_t length,
+                            const Byte* place, const Byte* end) const;
+  const Byte* LastTailAmong(std::uint64_t places, const Byte* base, const Byte* end) const;
   const Byte* LastTail(const Byte* lowest, const Byte* highest, const Byte* end,
                        Notes& notes) const;
   bool HoldsTail(const Byte* place, const Byte* end) const;
   bool IsNoted(std::size_t run, const Byte* place, const Notes& notes) const;
   void Prepare(Notes& notes) const;
   void Note(std::size_t run, const Byte* first, const Byte* last, Notes& notes) const;
-  void NoteFailure(std::size_t failed, const Walk& walk, Notes& notes) const;
+  void NoteFailure(const Walk& walk, Notes& notes) const;
 
   std::vector<ReadyRun> runs_;     // with what must stand after them
   std::ptrdiff_t after_;           // 1 where something must, else 0

@@ -78,8 +78,9 @@ class RangeMembers {
 class KindMembers {
  public:
   explicit HWY_INLINE KindMembers(const ScanTables& tables)
-      : low_(hn::LoadDup128(Tag(), tables.low[0].data())),
-        high_(hn::LoadDup128(Tag(), tables.high[0].data())) {}
+      : KindMembers(tables.low[0], tables.high[0]) {}
+  HWY_INLINE KindMembers(const NibbleTable& low, const NibbleTable& high)
+      : low_(hn::LoadDup128(Tag(), low.data())), high_(hn::LoadDup128(Tag(), high.data())) {}
   HWY_INLINE std::uint64_t operator()(Bytes bytes) const {
     const Bytes low = hn::TableLookupBytes(low_, hn::And(bytes, hn::Set(Tag(), 15)));
     const Bytes high = hn::TableLookupBytes(high_, hn::ShiftRight<4>(bytes));

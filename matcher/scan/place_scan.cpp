@@ -440,6 +440,14 @@ bool PlaceScan::IsFast() const {
   return find_ != &FindOneByOne;
 }
 
+bool AreHalvesExact(const ScanTables& tables, const CharSet& set) {
+  for (std::size_t c = 0; c < set.size(); ++c) {
+    const bool isTold = (tables.high[0][c / 16] & tables.low[0][c % 16]) != 0;
+    if (isTold != set[c]) return false;
+  }
+  return true;
+}
+
 Probes ChooseProbes(const std::vector<CharSet>& sets) {
   return std::move(ChooseProbesForAlternatives({sets})[0]);
 }

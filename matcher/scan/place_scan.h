@@ -112,6 +112,10 @@ const unsigned char* FirstTaken(ForEach forEach) {
   return first;
 }
 
+/// Whether the halves of bytes that `tables` has for its first probe tell exactly what belongs to `set`, which that
+/// looks for, whatever form it has.
+bool AreHalvesExact(const ScanTables& tables, const CharSet& set);
+
 /// Chooses probes for a search: of `sets[i]`, the bytes that can stand at offset i of whatever is
 /// looked for, as many as are worth their time, at most `PlaceScan::kMaxProbes`, the rarest in
 /// German text first. At least one, unless there are no sets.

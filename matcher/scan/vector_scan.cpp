@@ -85,6 +85,30 @@ HWY_INLINE void FetchAhead(const Byte* block) {
     FetchLineAhead(reinterpret_cast<std::uintptr_t>(block) + at);
 }
 
+/// The bytes of a block that begins at `place`.
+template <class D>
+HWY_INLINE hn::Vec<D> BytesOf(const Byte* place) {
+  return hn::LoadU(D(), place);
+}
+
+#if HWY_TARGET <= HWY_AVX3
+/// Fewer places than a block of `D` has, of which nothing else is read.
+template <class D>
+struct FewPlaces {
+  const Byte* begin;
+  hn::Mask<D> lanes;
+
+  HWY_INLINE FewPlaces operator+(std::ptrdiff_t offset) const { return {begin + offset, lanes}; }
+};
+
+template <class D>
+HWY_INLINE hn::Vec<D> BytesOf(FewPlaces<D> places) {
+  return hn::MaskedLoad(places.lanes, D(), places.begin);
+}
+#endif
+
+// The tests take a block by the place where it begins, or as FewPlaces.
+
 /// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
 /// hold.
 template <class D, int kCount, bool kAreBytes>
@@ -100,7 +124,8 @@ class MaskedTest {
     }
   }
 
-  HWY_INLINE V operator()(const Byte* place) const {
+  template <class Place>
+  HWY_INLINE V operator()(Place place) const {
     V differs = Difference(place, 0);
     for (std::size_t i = 1; i < kCount; ++i)
       differs = hn::Or(differs, Difference(place, i));
@@ -112,8 +137,9 @@ class MaskedTest {
   static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Eq(result, hn::Zero(D())); }
 
  private:
-  HWY_INLINE V Difference(const Byte* place, std::size_t i) const {
-    const V bits = hn::Xor(hn::LoadU(D(), place + offsets_[i]), values_[i]);
+  template <class Place>
+  HWY_INLINE V Difference(Place place, std::size_t i) const {
+    const V bits = hn::Xor(BytesOf<D>(place + offsets_[i]), values_[i]);
     return kAreBytes ? bits : hn::And(bits, masks_[i]);
   }
 
@@ -137,7 +163,8 @@ class RangeTest {
     }
   }
 
-  HWY_INLINE V operator()(const Byte* place) const {
+  template <class Place>
+  HWY_INLINE V operator()(Place place) const {
     V outside = Excess(place, 0);
     for (std::size_t i = 1; i < kCount; ++i)
       outside = hn::Or(outside, Excess(place, i));
@@ -149,8 +176,9 @@ class RangeTest {
 
  private:
   /// By how much the bytes lie above the range; below it, they lie far above.
-  HWY_INLINE V Excess(const Byte* place, std::size_t i) const {
-    const V bytes = hn::LoadU(D(), place + offsets_[i]);
+  template <class Place>
+  HWY_INLINE V Excess(Place place, std::size_t i) const {
+    const V bytes = BytesOf<D>(place + offsets_[i]);
     const V masked = kAreMasked ? hn::And(bytes, masks_[i]) : bytes;
     return hn::SaturatedSub(hn::Sub(masked, values_[i]), widths_[i]);
   }
@@ -175,7 +203,8 @@ class NibbleTest {
     }
   }
 
-  HWY_INLINE V operator()(const Byte* place) const {
+  template <class Place>
+  HWY_INLINE V operator()(Place place) const {
     V bits = Bits(place, 0);
     for (std::size_t i = 1; i < kCount; ++i) {
       const V others = Bits(place, i);
@@ -188,8 +217,9 @@ class NibbleTest {
   static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Ne(result, hn::Zero(D())); }
 
  private:
-  HWY_INLINE V Bits(const Byte* place, std::size_t i) const {
-    const V bytes = hn::LoadU(D(), place + offsets_[i]);
+  template <class Place>
+  HWY_INLINE V Bits(Place place, std::size_t i) const {
+    const V bytes = BytesOf<D>(place + offsets_[i]);
     const V low = hn::And(bytes, hn::Set(D(), 15));
     const V high = hn::ShiftRight<4>(bytes);
     return hn::And(hn::TableLookupBytes(low_[i], low), hn::TableLookupBytes(high_[i], high));
@@ -250,39 +280,49 @@ HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
 #endif
 }
 
-/// The hits of `places` places, at least as many as a vector of `D` has and at most twice as many, or as a chunk has: of the
-/// first block and of the last, which may overlap.
-template <class D, class Test>
-HWY_INLINE std::uint64_t BitsOfFew(const Test& test, const Byte* begin, std::ptrdiff_t places) {
-  const std::ptrdiff_t last = places - SizeOf(D());
-  return BitsOf<D>(test, test(begin)) | BitsOf<D>(test, test(begin + last)) << last;
+#if HWY_TARGET <= HWY_AVX3
+
+/// The hits of `places` places, no more than a chunk has.
+template <class Kind>
+HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
+                                      std::ptrdiff_t places) {
+  using D = LongestBlock;
+  static_assert(SizeOf(D()) == kChunk);
+  if (places <= 0) return 0;
+  const typename Kind::template Test<D> test(tables);
+  const FewPlaces<D> few = {begin, hn::FirstN(D(), static_cast<std::size_t>(places))};
+  return BitsOf<D>(test, test(few)) & few.lanes.raw;
 }
 
-/// Searches fewer places than two blocks of `D` have: in the first block and in the last, which may
-/// overlap; when they are fewer than one block has, in shorter blocks.
-template <class Kind, class D>
-HWY_INLINE const Byte* FindInFewBlocks(const ScanTables& tables, const Byte* begin,
-                                       std::ptrdiff_t places) {
+#else
+
+/// The hits of `places` places, no more than a chunk has: in blocks of which the last two may overlap; when they are fewer
+/// than one block has, in shorter ones.
+template <class Kind, class D = LongestBlock>
+HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
+                                      std::ptrdiff_t places) {
   constexpr std::ptrdiff_t kBlock = SizeOf(D());
   if (places < kBlock) {
     if constexpr (kBlock > 16) {
-      return FindInFewBlocks<Kind, hn::Half<D>>(tables, begin, places);
+      return BitsOfPlaces<Kind, hn::Half<D>>(tables, begin, places);
     } else {
-      return tables.FindOneByOne(begin, places);
+      std::uint64_t bits = 0;
+      for (std::ptrdiff_t at = 0; at < places; ++at)
+        bits |= std::uint64_t{tables.AlternativesAt(begin + at) != 0} << at;
+      return bits;
     }
   }
   const typename Kind::template Test<D> test(tables);
-  if constexpr (2 * kBlock <= kChunk) {
-    // Both at once: in short texts nobody can guess which block has a hit.
-    const std::uint64_t hits = BitsOfFew<D>(test, begin, places);
-    return hits != 0 ? begin + std::countr_zero(hits) : nullptr;
-  }
-  if (const Byte* const hit = FirstHit<D>(test, begin, test(begin))) return hit;
-  const Byte* const last = begin + (places - kBlock);
-  return FirstHit<D>(test, last, test(last));
+  const std::ptrdiff_t last = places - kBlock;
+  std::uint64_t bits = BitsOf<D>(test, test(begin + last)) << last;
+  for (std::ptrdiff_t at = 0; at < last; at += kBlock)
+    bits |= BitsOf<D>(test, test(begin + at)) << at;
+  return bits;
 }
 
-/// Searches places of which there are at least as many as two blocks have.
+#endif
+
+/// Searches places of which there are at least as many as a block has.
 template <class Kind, class D>
 HWY_INLINE const Byte* FindInManyBlocks(const ScanTables& tables, const Byte* begin,
                                         std::ptrdiff_t places) {
@@ -316,8 +356,11 @@ HWY_INLINE const Byte* FindInManyBlocks(const ScanTables& tables, const Byte* be
 template <class Kind>
 const Byte* Find(const ScanTables& tables, const Byte* begin, const Byte* end) {
   const std::ptrdiff_t places = end - begin - tables.reach;
-  if (places < 2 * SizeOf(LongestBlock()))
-    return FindInFewBlocks<Kind, LongestBlock>(tables, begin, places);
+  if (places <= kChunk) {
+    // All at once: in short texts nobody can guess which block has a hit.
+    const std::uint64_t hits = BitsOfPlaces<Kind>(tables, begin, places);
+    return hits != 0 ? begin + std::countr_zero(hits) : nullptr;
+  }
   return FindInManyBlocks<Kind, LongestBlock>(tables, begin, places);
 }
 
@@ -345,39 +388,11 @@ HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::
   return end;
 }
 
-/// The same of fewer places than a chunk has, in shorter blocks where they are fewer than `D` has.
-template <class Kind, class D>
-HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
-                                      std::ptrdiff_t places) {
-  constexpr std::ptrdiff_t kBlock = SizeOf(D());
-  if (places < kBlock) {
-    if constexpr (kBlock > 16) {
-      return BitsOfPlaces<Kind, hn::Half<D>>(tables, begin, places);
-    } else {
-      std::uint64_t bits = 0;
-      const Byte* place = begin;
-      for (std::ptrdiff_t left = places; left > 0; left = places - (place - begin)) {
-        place = tables.FindOneByOne(place, left);
-        if (place == nullptr) break;
-        bits |= std::uint64_t{1} << (place++ - begin);
-      }
-      return bits;
-    }
-  }
-  const typename Kind::template Test<D> test(tables);
-  if (places <= 2 * kBlock) return BitsOfFew<D>(test, begin, places);
-  std::uint64_t bits = 0;
-  for (std::ptrdiff_t at = 0; at < places - kBlock; at += kBlock)
-    bits |= BitsOf<D>(test, test(begin + at)) << at;
-  return bits | BitsOf<D>(test, test(begin + (places - kBlock))) << (places - kBlock);
-}
-
 /// The hits of `places` places, fewer than a chunk has.
 template <class Kind>
 bool HitsOfFewPlaces(const ScanTables& tables, const Byte* begin, std::ptrdiff_t places,
                      HitBatch& batch) {
-  const std::uint64_t bits =
-      places > 0 ? BitsOfPlaces<Kind, LongestBlock>(tables, begin, places) : 0;
+  const std::uint64_t bits = BitsOfPlaces<Kind>(tables, begin, places);
   batch.base = begin;
   batch.tested = begin + places;
   batch.count =

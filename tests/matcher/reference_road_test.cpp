@@ -3,6 +3,7 @@
 #include "matcher/matcher.h"
 #include "tests/dice.h"
 #include "tests/heap_text.h"
+#include "tests/matcher/reference_rows.h"
 #include "tests/visible.h"
 
 #include <gtest/gtest.h>
@@ -127,12 +128,28 @@ TEST(ReferenceRoad, RandomPatternsInRandomTexts) {
   }
 }
 
+TEST(ReferenceRoad, RandomRowsInRandomTexts) {
+  int rows = 0;
+  for (std::uint32_t seed = 0; seed < 1500; ++seed) {
+    Dice dice(seed);
+    const std::string pattern = testing::RandomRow(dice).Pattern();
+    rows += CompileMatcher(pattern, {}).pattern->references != nullptr ? 1 : 0;
+    std::vector<std::string> texts;
+    for (int i = 0; i < 3; ++i)
+      texts.push_back(testing::TextForRows(dice, 40));
+    Compare(pattern, dice.OneIn(3), texts);
+    ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
+  }
+  EXPECT_GT(rows, 800);
+}
+
 TEST(ReferenceRoad, TheRoadIsTaken) {
   for (const char* const pattern :
-       {"([a-z][a-z][a-z])\\1", "(.)(.)\\2\\1", "\\<([a-z]+) \\1\\>", "([a-z]+)\\1"}) {
+       {"([a-z][a-z][a-z])\\1", "(.)(.)\\2\\1", "\\<([a-z]+) \\1\\>", "([a-z]+)\\1",
+        "\"([a-z])[a-z]*\\1\"", "(a|ab)\\1", "([a-z]{2,5})\\1"}) {
     EXPECT_NE(CompileMatcher(pattern, {}).pattern->references, nullptr) << pattern;
   }
-  EXPECT_EQ(CompileMatcher("(a|ab)\\1", {}).pattern->references, nullptr);
+  EXPECT_EQ(CompileMatcher("(a*|b)\\1", {}).pattern->references, nullptr);
   EXPECT_EQ(CompileMatcher("(a+)\\1", {.matchWords = true}).pattern->references, nullptr);
 }
 

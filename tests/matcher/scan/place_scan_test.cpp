@@ -73,6 +73,22 @@ Places AllPlaces(const Byte* begin, const Byte* end, const Find& find) {
   return places;
 }
 
+/// The same by batches of hits.
+Places AllHits(const PlaceScan& scan, const Byte* begin, const Byte* end) {
+  Places places;
+  HitBatch batch;
+  const Byte* place = begin;
+  while (end - place > scan.Reach() && scan.FindHits(place, end, HitBatch::kChunk, batch)) {
+    for (std::size_t i = 0; i < batch.count; ++i) {
+      const Byte* const hit = batch.base + batch.offsets[i];
+      EXPECT_TRUE(place <= hit && hit < batch.tested);
+      if (scan.AreHitsExact() || scan.AlternativesAt(hit) != 0) places.push_back(hit - begin);
+    }
+    place = batch.tested;
+  }
+  return places;
+}
+
 const Byte* Begin(const HeapText& text) {
   return reinterpret_cast<const Byte*>(text.Data());
 }
@@ -99,6 +115,7 @@ class Scans {
       const PlaceScan& scan = scans_[i];
       EXPECT_EQ(AllPlaces(begin, end, [&](auto* b, auto* e) { return scan.Find(b, e); }), expected)
           << roads_[i].name;
+      EXPECT_EQ(AllHits(scan, begin, end), expected) << roads_[i].name << ", by batches";
     }
     EXPECT_EQ(
         AllPlaces(begin, end, [&](auto* b, auto* e) { return scans_.front().FindPlainly(b, e); }),

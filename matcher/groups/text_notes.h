@@ -5,8 +5,8 @@
 // not change; whoever asks for them keeps one of these, so that the locator knows that it is still the
 // same text.
 
-#ifndef TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
-#define TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
+#ifndef TROVEX_MATCHER_GROUPS_TEXT_NOTES_H
+#define TROVEX_MATCHER_GROUPS_TEXT_NOTES_H
 
 #include "matcher/limits.h"
 #include "matcher/work_credit.h"
@@ -74,4 +74,4 @@ class TextNotes {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_AUTOMATA_TEXT_NOTES_H
+#endif  // TROVEX_MATCHER_GROUPS_TEXT_NOTES_H

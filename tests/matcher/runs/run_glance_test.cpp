@@ -1,0 +1,73 @@
+// What a glance tells of sixty-four bytes against asking the sets of each.
+
+#include "matcher/runs/run_glance.h"
+
+#include "tests/dice.h"
+#include "tests/matcher/scan/byte_blocks.h"
+#include "tests/matcher/small_cases.h"
+
+#include <gtest/gtest.h>
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace trovex {
+namespace {
+
+using testing::Block;
+using testing::Dice;
+using testing::SetOf;
+using testing::Without;
+
+/// A bit for each byte of `text` that belongs to `set`.
+std::uint64_t BitsOf(const CharSet& set, const Block& text) {
+  std::uint64_t bits = 0;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(RunGlance::kBytes); ++i)
+    bits |= std::uint64_t{set[text.begin()[i]]} << i;
+  return bits;
+}
+
+TEST(RunGlance, TellsWhatBelongsToBothSets) {
+  if (!RunGlance::For(SetOf("a"), SetOf("b"))) GTEST_SKIP() << "there are no vector instructions";
+  constexpr std::uint32_t kRounds = 2'000;
+  std::size_t told = 0;
+  for (std::uint32_t seed = 1; seed <= kRounds; ++seed) {
+    Dice dice(seed);
+    CharSet sets[2];
+    for (CharSet& set : sets) {
+      for (int range = dice.Between(0, 3); range >= 0; --range) {
+        const int first = dice.Between(0, 255);
+        const int last = std::min(255, first + dice.Between(0, 40));
+        for (int c = first; c <= last; ++c)
+          set.set(static_cast<std::size_t>(c));
+      }
+      if (dice.OneIn(4)) set = ~set;
+    }
+    std::string content(static_cast<std::size_t>(RunGlance::kBytes), '\0');
+    for (char& c : content)
+      c = static_cast<char>(dice.Between(0, 255));
+    const Block text(content);
+    const std::optional<RunGlance> glance = RunGlance::For(sets[0], sets[1]);
+    if (!glance) continue;
+    ++told;
+    const GlanceBits bits = glance->At(text.begin());
+    ASSERT_EQ(bits.members, BitsOf(sets[0], text)) << "seed " << seed;
+    ASSERT_EQ(bits.next, BitsOf(sets[1], text)) << "seed " << seed;
+  }
+  EXPECT_GT(told, kRounds / 2);
+}
+
+TEST(RunGlance, ServesForNoSetThatItCannotTell) {
+  // Each half of the bytes has members of its own: more kinds than there are bits.
+  CharSet many;
+  for (std::size_t half = 0; half < 16; ++half)
+    for (std::size_t low = 0; low <= half; ++low)
+      many.set(16 * half + low);
+  EXPECT_FALSE(RunGlance::For(many, SetOf("a")));
+  EXPECT_FALSE(RunGlance::For(SetOf("a"), many));
+}
+
+}  // namespace
+}  // namespace trovex
