@@ -4,17 +4,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 namespace trovex {
 
 namespace {
-
-/// Puts the places from number `second` on, and those before, each in order, together as one row of different ones.
-void MergeFrom(std::size_t second, std::vector<ByteRange>& places) {
-  std::inplace_merge(places.begin(), places.begin() + static_cast<std::ptrdiff_t>(second),
-                     places.end());
-  places.erase(std::unique(places.begin(), places.end()), places.end());
-}
 
 bool BeginsBefore(const ByteRange& place, std::size_t byte) {
   return place.begin < byte;
@@ -141,11 +135,19 @@ void NearPlaces::FindInOrder(const NearOperand& left, const NearOperand& right, 
   MergeFrom(keptLeft, kept);
 }
 
-void UnitePlaces(std::vector<ByteRange>& places, const std::vector<ByteRange>& more) {
+void NearPlaces::Unite(std::vector<ByteRange>& places, const std::vector<ByteRange>& more) {
   if (more.empty()) return;
   const std::size_t known = places.size();
   places.insert(places.end(), more.begin(), more.end());
   if (known != 0) MergeFrom(known, places);
+}
+
+/// Puts the places from number `second` on, and those before, each in order, together as one row of different ones.
+void NearPlaces::MergeFrom(std::size_t second, std::vector<ByteRange>& places) {
+  const auto middle = places.begin() + static_cast<std::ptrdiff_t>(second);
+  merged_.clear();
+  std::set_union(places.begin(), middle, middle, places.end(), std::back_inserter(merged_));
+  places.assign(merged_.begin(), merged_.end());
 }
 
 }  // namespace trovex

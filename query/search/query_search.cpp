@@ -361,15 +361,23 @@ std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptio
                                                 std::size_t& passed) {
   LineStretches stretches(text, plan_.streams.back());
   for (ByteRange range; stretches.Next(range);) {
-    if (options.interrupt != nullptr && options.interrupt(options.interruptContext)) {
-      context_.GiveUp(range.begin);
-      return Verdict::kGaveUp;
-    }
+    untilAsked_ = 0;
+    if (IsInterrupted(options, range.begin)) return Verdict::kGaveUp;
     const BlockEnd end = RunInBytes(text, range, options, visit, visitContext, passed);
     if (end == BlockEnd::kUnknown) return std::nullopt;
+    if (end == BlockEnd::kGaveUp) return Verdict::kGaveUp;
     if (end == BlockEnd::kEnough) return Verdict::kYes;
   }
   return passed > 0 ? Verdict::kYes : Verdict::kNo;
+}
+
+/// Asks now and then whether to go on with the text at byte `at`, where a place was found.
+bool QuerySearch::IsInterrupted(const SearchOptions& options, std::size_t at) {
+  if (options.interrupt == nullptr || (untilAsked_ -= kWorkOfPlace) > 0) return false;
+  untilAsked_ = kWorkBetweenAsks;
+  if (!options.interrupt(options.interruptContext)) return false;
+  context_.GiveUp(at);
+  return true;
 }
 
 /// Searches the bytes of a block, or decodes it where they do not tell.
@@ -387,6 +395,7 @@ QuerySearch::BlockEnd QuerySearch::RunInBytes(TextView text, const ByteRange& ra
   search.Begin(block);
   ByteRange match = search.Next();
   for (; search.Outcome() == SearchOutcome::kFound; match = search.Next()) {
+    if (IsInterrupted(options, range.begin + match.begin)) return BlockEnd::kGaveUp;
     const Utf8Edges::Answer answer = pattern.utf8->Judge(block, match);
     if (answer == Utf8Edges::Answer::kNoMatch) continue;
     if (answer == Utf8Edges::Answer::kOtherLetter) return decode(known);
@@ -411,6 +420,7 @@ QuerySearch::BlockEnd QuerySearch::RunDecoded(TextView text, const ByteRange& ra
   search.Begin(decoded_.Text());
   ByteRange match = search.Next();
   for (; search.Outcome() == SearchOutcome::kFound; match = search.Next()) {
+    if (IsInterrupted(options, range.begin)) return BlockEnd::kGaveUp;
     if (options.mostItems == 0) return BlockEnd::kEnough;
     if (known > 0) {
       --known;

@@ -54,8 +54,9 @@ class QuerySearch {
   Verdict RunForAll(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   std::optional<Verdict> LookAtBytes(TextView text, const SearchOptions& options, Visit visit,
                                      void* visitContext);
-  /// What is done with a block: the search goes on, ends with the verdict yes, or it is not known.
-  enum class BlockEnd { kGoOn, kEnough, kUnknown };
+  /// What is done with a block: the search goes on, ends with the verdict yes, or was interrupted, or it is not known.
+  enum class BlockEnd { kGoOn, kEnough, kGaveUp, kUnknown };
+  bool IsInterrupted(const SearchOptions& options, std::size_t at);
   std::optional<Verdict> RunByBlocks(TextView text, const SearchOptions& options, Visit visit,
                                      void* visitContext, std::size_t& passed);
   BlockEnd RunInBytes(TextView text, const ByteRange& range, const SearchOptions& options,
@@ -91,6 +92,7 @@ class QuerySearch {
   bool areOfBytes_ = true;
   Utf8Guard guard_;
   OpenBlock decoded_;
+  std::int64_t untilAsked_ = 0;
 };
 
 }  // namespace trovex

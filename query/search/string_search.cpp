@@ -504,7 +504,7 @@ void StringSearch::Combine(Operand& operand) {
   operand.places.clear();
   if (!operand.isThere) return;
   for (const std::size_t below : operand.operands)
-    UnitePlaces(operand.places, operands_[below].places);
+    near_.Unite(operand.places, operands_[below].places);
 }
 
 }  // namespace trovex
