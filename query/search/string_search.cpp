@@ -270,6 +270,9 @@ bool StringSearch::RunAnywhere(const ByteRange& first) {
 bool StringSearch::RunNear() {
   const std::size_t query = operands_.size() - 1;
   matches_->Begin(text_.bytes);
+  // Where one that must be there is not, the others need not be gone through.
+  const auto isFound = [this](std::size_t leaf) { return IsFound(leaf); };
+  if (!std::all_of(needed_.begin(), needed_.end(), isFound)) return false;
   for (const std::size_t distance : distances_)
     operands_[distance].hasPlaces = false;
   JudgeAnds(false);
