@@ -192,4 +192,20 @@ TEST_P(Utf8Search, FindsInBytesWhatStandsInTheCharacters) {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, Utf8Search, ::testing::Values(40, 300, 6'000, 200'000));
 
+TEST(Utf8Strings, StandBesidePatternsWhoseLastLetterAMarkChanges) {
+  for (const char* const expression :
+       {"ba & [abx]+", "x &3 [ab]+", "[ab]+ &1 x", "ba & !x[ab]+", "ba & x+[ab]"}) {
+    Searcher searcher(std::get<Query>(Query::Compile(expression)));
+    Searcher other(std::get<Query>(Query::Compile(expression)));
+    for (std::uint32_t seed = 1; seed <= 200; ++seed) {
+      Dice dice(seed);
+      std::string text;
+      for (int pieces = dice.Between(1, 300); pieces > 0; --pieces)
+        text += dice.OneIn(40) ? "a\u0308" : dice.OneIn(30) ? "b\u0308" : dice.OneOf(kCommon);
+      ASSERT_EQ(FoundIn(searcher, text, {}), FoundInCharacters(other, text, {}))
+          << "seed " << seed << ": " << expression << " in " << ::testing::PrintToString(text);
+    }
+  }
+}
+
 }  // namespace
