@@ -181,11 +181,11 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const bool isAlone = alone_ != nullptr && !context_.wantsTags;
   const bool isOfBytes =
       isAlone && options.encoding == Encoding::kUtf8 && areOfBytes_ && !text.empty();
-  const bool isShort = text.size() <= kLookedAtText;
-  const bool looksAtBytes = isOfBytes && isShort && !guard_.IsNeeded();
+  const bool mayLook = text.size() <= kLookedAtText && options.interrupt == nullptr;
+  const bool looksAtBytes = isOfBytes && mayLook && !guard_.IsNeeded();
   if (isAlone && !looksAtBytes && MaySearchAsItIs(text, options))
     return RunAlone(text, options, visit, visitContext);
-  if (isOfBytes && isShort) {
+  if (isOfBytes && mayLook) {
     const std::optional<Verdict> verdict = LookAtBytes(text, options, visit, visitContext);
     if (verdict.has_value()) return *verdict;
   }
