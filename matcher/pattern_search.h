@@ -34,6 +34,8 @@ class PatternSearch {
   PatternSearch(const PatternSearch&) = delete;
   PatternSearch& operator=(const PatternSearch&) = delete;
 
+  const PatternProgram& Program() const { return program_; }
+
   /// The matches that follow are those of `text`, which must stay as it is meanwhile. It is never
   /// written, and nothing outside of it is read.
   void Begin(TextView text);

@@ -74,8 +74,8 @@ std::vector<StringGroup::String> StringMatches::AlternativesOf(const SyntaxTree&
 StringMatches::StringMatches(const std::vector<String>& strings, std::size_t wanted, Sight sight)
     : sight_(sight), wanted_(wanted) {
   for (const String& string : strings) {
-    strings_.push_back(
-        {string.program, StringScan(string.sets), string.sets.size(), string.pattern});
+    strings_.push_back({string.program, StringScan(string.sets), string.sets.size(), string.pattern,
+                        string.edges});
     longest_ = std::max(longest_, static_cast<std::ptrdiff_t>(string.sets.size()));
   }
   from_.resize(strings.back().pattern + 1);

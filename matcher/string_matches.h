@@ -15,10 +15,12 @@
 #include "matcher/scan/string_scan.h"
 #include "matcher/tuning.h"
 #include "text/byte_range.h"
+#include "text/utf8_edges.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -51,10 +53,13 @@ class StringMatches {
     std::size_t pattern;
     /// Has a say in what stands beside a match, and must outlive the search; null: that does not count.
     const LocatorProgram* program;
+    /// Set in texts of UTF-8.
+    std::optional<Utf8Edges> edges = {};
   };
   /// The same of a program that is a string.
-  static String StringOf(const LocatorProgram& program, std::size_t pattern) {
-    return {program.StringSets(), pattern, &program};
+  static String StringOf(const LocatorProgram& program, std::size_t pattern,
+                         const std::optional<Utf8Edges>& edges = {}) {
+    return {program.StringSets(), pattern, &program, edges};
   }
 
   /// Takes strings, at least one. Matches are wanted of the patterns of the first `wanted` of them, which is 1 to
@@ -100,6 +105,7 @@ class StringMatches {
     StringScan scan;
     std::size_t length;
     std::size_t pattern;
+    std::optional<Utf8Edges> edges;
     /// Before this there is none.
     const Byte* first = nullptr;
   };
@@ -118,16 +124,23 @@ class StringMatches {
   /// The first match of `string` in a text; null where there is none.
   static const Byte* First(const Searched& string, const Byte* begin, const Byte* end) {
     const Byte* place = string.scan.Find(begin, end);
-    while (place != nullptr && string.program != nullptr &&
-           !string.program->IsStringBetween(place, place + string.length, begin, end))
+    while (place != nullptr && !IsMatch(string, place, begin, end))
       place = string.scan.Find(place + 1, end);
     return place;
   }
 
+  /// Whether `string`, which stands at `place`, is a match there as far as its neighbours count.
+  static bool IsMatch(const Searched& string, const Byte* place, const Byte* begin,
+                      const Byte* end) {
+    const Byte* const stop = place + string.length;
+    if (string.program != nullptr && !string.program->IsStringBetween(place, stop, begin, end))
+      return false;
+    return !string.edges.has_value() ||
+           string.edges->Judge(place, stop, begin, end) == Utf8Edges::Answer::kMatch;
+  }
+
   bool IsMatch(const Searched& string, const Byte* place) const {
-    if (string.program == nullptr) return true;
-    const Byte* const begin = sight_ == Sight::kRest ? from_[string.pattern] : begin_;
-    return string.program->IsStringBetween(place, place + string.length, begin, end_);
+    return IsMatch(string, place, sight_ == Sight::kRest ? from_[string.pattern] : begin_, end_);
   }
 
   template <typename Take>

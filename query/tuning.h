@@ -36,6 +36,11 @@ inline constexpr int kMostWrittenRounds = 4;
 /// At how many of 100,000 places a scan may stop and still be worth its time.
 inline constexpr double kMostCandidates = 500;
 
+/// Patterns of more nodes are not written in bytes of UTF-8: compiling them a second time would take too long.
+inline constexpr std::size_t kMostNodesWritten = 4'000;
+/// Characters beyond ASCII are counted no further there: each takes two positions or more. Measured: ".{60,}", 0.23.
+inline constexpr int kMostCountedSequences = 4;
+
 // The search.
 
 /// Queries of up to so many streams are looked at pattern by pattern in a short text (kLookedAtText). Measured:
@@ -52,6 +57,8 @@ inline constexpr std::size_t kScanStep = std::size_t{1} << 20;
 inline constexpr std::int64_t kWorkBetweenAsks = 4'000'000;
 /// Candidates of a scan that are not further apart are near: the lines of near ones are read together.
 inline constexpr std::size_t kNearCandidates = 128;
+/// The least that is looked at, and searched in the bytes, from the line of a candidate on, where a text must be regular.
+inline constexpr std::size_t kShortestStretch = 2'048;
 
 /// Strings that are searched together: so many places are one cluster at most. Longer distances are taken as if they
 /// had no end: the text is one cluster, of at most so many places.

@@ -409,8 +409,29 @@ bool Decode(Utf8Decoding& decoding, const Byte* stop) {
   return isDecoded;
 }
 
+/// Whether nothing in the blocks at `at`, `kCount` of them, is wrong, nor a combining mark.
+template <std::ptrdiff_t kCount>
+HWY_INLINE bool AreRegular(const Byte* at) {
+  V wrong = hn::Zero(D());
+  for (std::ptrdiff_t i = 0; i < kCount; ++i) {
+    const Neighbours block(at + i * kBlock);
+    const auto isMark = hn::Eq(block.bytes, Same(0xC0 | kFirstMark >> 6));
+    wrong = hn::Or(wrong, hn::Or(Faults(block), hn::VecFromMask(D(), isMark)));
+  }
+  return hn::AllTrue(D(), hn::Eq(wrong, hn::Zero(D())));
+}
+
+const Byte* PassRegular(const Byte* at, const Byte* stop) {
+  constexpr std::ptrdiff_t kMany = 4;
+  while (stop - at >= kMany * kBlock && AreRegular<kMany>(at))
+    at += kMany * kBlock;
+  while (stop - at >= kBlock && AreRegular<1>(at))
+    at += kBlock;
+  return BackToBoundary(at);
+}
+
 Utf8Blocks Choose() {
-  return {&FindNonAscii, &Decode};
+  return {&FindNonAscii, &Decode, &PassRegular};
 }
 
 #endif

@@ -34,6 +34,11 @@ struct Utf8Blocks {
   /// two characters (a letter and its mark taken for two). At first the byte before `at` must be ASCII
   /// or end a sequence that is well-formed.
   bool (*decode)(Utf8Decoding& decoding, const unsigned char* stop) = nullptr;
+
+  /// Goes from `at` up to `stop` as long as all sequences are well-formed and none is a combining mark, and returns
+  /// where a character begins that it has come to: less than a few blocks before `stop`, unless there is something
+  /// else. The kUtf8Lookback bytes before `at` can be read, and a character ends there.
+  const unsigned char* (*passRegular)(const unsigned char* at, const unsigned char* stop) = nullptr;
 };
 
 Utf8Blocks ChooseUtf8Blocks();

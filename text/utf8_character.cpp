@@ -3,6 +3,7 @@
 #include "text/utf8_character.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace trovex {
@@ -95,7 +96,29 @@ constexpr Compositions MakeCompositions() {
 
 constexpr Compositions kCompositions = MakeCompositions();
 
+bool IsWord(const Utf8Sequence& sequence) {
+  if (!sequence.isWellFormed) return IsCodePageWord(static_cast<unsigned char>(sequence.codePoint));
+  const std::optional<unsigned char> c = UnicodeToCodePage(sequence.codePoint);
+  return c.has_value() && IsCodePageWord(*c);
+}
+
 }  // namespace
+
+bool IsWordAt(const unsigned char* at, const unsigned char* end) {
+  return IsWord(ReadSequence(at, end));
+}
+
+bool IsWordBefore(const unsigned char* begin, const unsigned char* at) {
+  const auto before = static_cast<std::size_t>(at - begin);
+  for (std::size_t length = 1; length <= std::min(before, kLongestSequence); ++length) {
+    const unsigned char* const first = at - length;
+    const Utf8Sequence sequence = ReadSequence(first, at);
+    if (!sequence.isWellFormed || sequence.length != length) continue;
+    // All letters with a mark are letters.
+    return ComposedWithLast(begin, first, sequence) != 0 || IsWord(sequence);
+  }
+  return IsCodePageWord(at[-1]);
+}
 
 unsigned char Compose(unsigned char base, char32_t mark) {
   if (base >= 128 || mark < kFirstMark || mark > kLastMark) return 0;

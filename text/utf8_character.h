@@ -88,6 +88,12 @@ inline unsigned char ComposedWithLast(const unsigned char* begin, const unsigned
   return Compose(at[-1], sequence.codePoint);
 }
 
+/// Whether the character at `at`, which is before `end`, belongs to a word. A mark is looked at by itself.
+bool IsWordAt(const unsigned char* at, const unsigned char* end);
+
+/// Whether the character that ends at `at`, which is after `begin`, belongs to a word.
+bool IsWordBefore(const unsigned char* begin, const unsigned char* at);
+
 /// Writes `codePoint`, which is one of the code page, after `to` as UTF-8.
 void AppendUtf8(char32_t codePoint, std::string& to);
 

@@ -318,4 +318,29 @@ bool IsPlainAscii(TextView text) {
   return FindNonAsciiIn(ChooseUtf8Blocks(), text.data(), end) == end;
 }
 
+bool IsRegularUtf8(TextView text) {
+  return IsRegularUtf8(text, ChooseUtf8Blocks());
+}
+
+bool IsRegularUtf8(TextView text, const Utf8Blocks& blocks) {
+  const Byte* at = text.data();
+  const Byte* const end = at + text.size();
+  while (at < end) {
+    const bool hasBlocks = blocks.passRegular != nullptr && end - at >= 2 * kCloseLook;
+    if (hasBlocks && at - text.data() >= static_cast<std::ptrdiff_t>(kUtf8Lookback))
+      at = blocks.passRegular(at, end);
+    // What the blocks have left: at the edges of the text, and where something is wrong.
+    for (const Byte* const until = end - at > kCloseLook ? at + kCloseLook : end; at < until;) {
+      const std::ptrdiff_t ascii = end - at >= kWord ? AsciiAt(at) : 0;
+      at += ascii;
+      if (ascii == kWord) continue;
+      const Utf8Sequence sequence = ReadSequence(at, end);
+      if (!sequence.isWellFormed) return false;
+      if (sequence.codePoint >= kFirstMark && sequence.codePoint <= kLastMark) return false;
+      at += sequence.length;
+    }
+  }
+  return true;
+}
+
 }  // namespace trovex

@@ -94,6 +94,11 @@ class Utf8Text {
 /// Whether all bytes of `text` are ASCII.
 bool IsPlainAscii(TextView text);
 
+/// Whether each character of `text` is one well-formed sequence, and none is a combining mark.
+bool IsRegularUtf8(TextView text);
+/// The same with these vector instructions, or with none.
+bool IsRegularUtf8(TextView text, const Utf8Blocks& blocks);
+
 }  // namespace trovex
 
 #endif  // TROVEX_TEXT_UTF8_TEXT_H

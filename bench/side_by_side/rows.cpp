@@ -154,6 +154,18 @@ std::vector<Row> ListsOf(const std::vector<std::string>& words) {
   return rows;
 }
 
+/// The patterns of `expression`, between which operators stand; of a NOT its operand.
+std::vector<std::string> OperandsOf(const std::string& expression) {
+  std::vector<std::string> operands;
+  for (std::size_t begin = 0;;) {
+    const std::size_t op = expression.find(" &", begin);
+    const std::string operand = expression.substr(begin, op - begin);
+    operands.push_back(operand.starts_with('!') ? operand.substr(1) : operand);
+    if (op == std::string::npos) return operands;
+    begin = expression.find(' ', op + 1) + 1;
+  }
+}
+
 }  // namespace
 
 std::vector<Row> MakeRows(const std::vector<std::string>& words) {
@@ -172,6 +184,13 @@ Row RowOfLine(const std::string& line) {
   std::getline(fields, row.expression, '\t');
   std::getline(fields, row.peerPattern, '\t');
   std::getline(fields, row.without, '\t');
+  std::istringstream words(mode);
+  for (std::string word; words >> word;) {
+    if (word == "and" || word == "near") row.byHand.operands = OperandsOf(row.expression);
+    if (word == "near") words >> row.byHand.nearBy;
+    if (word == "not") row.byHand.lastExcluded = true;
+  }
+  if (row.byHand.operands.size() > 1) return row;
   if (mode == "folded") {
     row.mode = Mode::kFolded;
   } else if (mode == "whole") {

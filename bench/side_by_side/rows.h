@@ -67,7 +67,8 @@ struct Row {
 /// words there are none.
 std::vector<Row> MakeRows(const std::vector<std::string>& words);
 
-/// A row that is told in a line: its name, "plain", "leaf", "folded" or "whole", the expression, what the peers search for
+/// A row that is told in a line: its name, "plain", "leaf", "folded" or "whole", or of an expression with operators "and" or
+/// "near" with the distance, and then "not" where its last operand is a NOT; the expression, what the peers search for
 /// instead, if anything, and the names of those that cannot, with tabs between them. Throws std::runtime_error if it
 /// is none.
 Row RowOfLine(const std::string& line);

@@ -1,7 +1,6 @@
 #include "query/plan/search_plan.h"
 
 #include "matcher/budget.h"
-#include "query/plan/plain_pattern.h"
 #include "query/tuning.h"
 #include "text/code_page.h"
 
@@ -82,6 +81,8 @@ class Planner {
 
   struct CompiledLeaf {
     std::shared_ptr<const PatternProgram> program;
+    std::optional<Utf8Pattern> utf8;
+    bool isPlain = false;
     std::size_t leaf = kNoLeaf;
   };
 
@@ -126,10 +127,11 @@ class Planner {
     planned.required = RequiredInMatch(pattern.tree, plan_.foldsCase);
     MakeScan(stream, pattern.tree, planned.required);
     planned.cost = stream.scan.has_value() ? kVerdictByScan : kVerdictByPattern;
-    stream.isPlain = !options_.wholeWords && IsPlainPattern(pattern.tree);
     const auto [known, isNew] = programs_.try_emplace(Written(pattern.tree));
-    if (isNew) known->second = {Compiled(std::move(pattern.tree), node.typed), leafCount_++};
+    if (isNew) known->second = CompileLeaf(std::move(pattern.tree), node.typed);
     stream.program = known->second.program;
+    stream.utf8 = known->second.utf8;
+    stream.isPlain = known->second.isPlain;
     planned.leaf = known->second.leaf;
     return planned;
   }
@@ -147,6 +149,22 @@ class Planner {
     if (stream.scan.has_value()) return;
     stream.spelled.reset();
     stream.scan = ScanForClauses(SpelledInMatch(tree, plan_.foldsCase), plan_.foldsCase);
+  }
+
+  CompiledLeaf CompileLeaf(SyntaxTree tree, const TypedRange& typed) {
+    std::optional<Utf8Form> form = Utf8FormOf(tree, options_.wholeWords, plan_.substitute);
+    CompiledLeaf compiled;
+    compiled.program = Compiled(std::move(tree), typed);
+    compiled.leaf = leafCount_++;
+    compiled.isPlain = form.has_value() && form->IsPlain();
+    if (compiled.isPlain) {
+      compiled.utf8 = Utf8Pattern{compiled.program, {}, {}};
+    } else if (form.has_value()) {
+      CompileBudget part = budget_.Part(INT64_MAX, INT64_MAX);
+      compiled.utf8 = CompileUtf8Form(std::move(*form), part);
+      budget_.Settle(part);
+    }
+    return compiled;
   }
 
   std::shared_ptr<const PatternProgram> Compiled(SyntaxTree tree, const TypedRange& typed) {
@@ -294,8 +312,9 @@ class Planner {
     plan_.measuresDistances = true;
     const bool countsWords = link.distance.has_value() && link.unit == DistanceUnit::kWords;
     plan_.countsWords = plan_.countsWords || countsWords;
-    if (countsWords || link.distance.value_or(0) > kMostCountedDistance)
-      plan_.countsCharacters = true;
+    const bool isLong = !countsWords && link.distance.value_or(0) > kMostCountedDistance;
+    plan_.countsFew = plan_.countsFew && !isLong;
+    plan_.countsCharacters = plan_.countsCharacters || countsWords || isLong;
     Planned planned;
     planned.stream = Last();
     planned.height = std::max(left.height, right.height) + 1;

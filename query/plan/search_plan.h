@@ -18,6 +18,7 @@
 #include "phonetic/sound_key.h"
 #include "query/plan/required_strings.h"
 #include "query/plan/spelled_strings.h"
+#include "query/plan/utf8_pattern.h"
 #include "query/query_options.h"
 #include "query/query_parser.h"
 #include "query/query_tree.h"
@@ -51,7 +52,8 @@ struct PlannedStream {
   std::optional<PlaceScan> scan;
   /// For a pattern that is a few strings: they tell which of the places of `scan` are matches.
   std::optional<SpelledStrings> spelled;
-  /// Whether the pattern can be looked for in the bytes of a UTF-8 text (plain_pattern.h).
+  /// The pattern in the bytes of UTF-8, if it can be looked for there. Where `isPlain`, its program is `program`.
+  std::optional<Utf8Pattern> utf8;
   bool isPlain = false;
   SoundKey soundKey;
 };
@@ -66,6 +68,8 @@ struct SearchPlan {
   /// counted one by one.
   bool countsWords = false;
   bool countsCharacters = false;
+  /// Whether no distance is so long that its characters are counted beforehand.
+  bool countsFew = true;
   StringClauses required;
   bool foldsCase = false;
 };

@@ -1,23 +1,11 @@
 #include "query/search/leaf_stream.h"
 
-#include "query/plan/plain_pattern.h"
+#include "query/plan/utf8_pattern.h"
 #include "query/tuning.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace trovex {
-
-namespace {
-
-/// Where the line of `text` begins that holds the place `at`.
-std::size_t LineStart(TextView text, std::size_t at) {
-  const void* const feed = memrchr(text.data(), '\n', at);
-  if (feed == nullptr) return 0;
-  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text.data()) + 1;
-}
-
-}  // namespace
 
 void LeafStream::OnBegin() {
   hasPiece_ = false;

@@ -2,7 +2,7 @@
 //
 // A leaf goes through the text block by block. Where every match holds one of a few strings of plain
 // ASCII, the bytes of the text are scanned for these first: a block without them is never opened. A
-// pattern of nothing but ASCII is looked for in the bytes as they are (plain_pattern.h), unless somebody
+// pattern of nothing but ASCII is looked for in the bytes as they are (utf8_pattern.h), unless somebody
 // has to know the characters before it. Any other pattern is looked for in the line of each place that the
 // scan has found, so that only these are decoded; where such lines stand close together, in all lines of
 // a stretch, which grows.

@@ -4,20 +4,20 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 namespace trovex {
 
 namespace {
 
-/// Puts the places from number `second` on, and those before, each in order, together as one row of different ones.
-void MergeFrom(std::size_t second, std::vector<ByteRange>& places) {
-  std::inplace_merge(places.begin(), places.begin() + static_cast<std::ptrdiff_t>(second),
-                     places.end());
-  places.erase(std::unique(places.begin(), places.end()), places.end());
-}
-
 bool BeginsBefore(const ByteRange& place, std::size_t byte) {
   return place.begin < byte;
+}
+
+/// Whether at most `most` words of UTF-8 lie wholly between the two.
+bool HasFewWordsOfUtf8(TextView text, std::size_t end, std::size_t begin, std::size_t most) {
+  const std::size_t begun = most + (IsInsideWordOfUtf8(text, begin) ? 1 : 0);
+  return WordsBegunInUtf8(text, end, begin, begun) <= begun;
 }
 
 /// Whether at most `most` words lie wholly between the two.
@@ -41,7 +41,9 @@ bool IsWithin(const AndLink& link, const MeasuredText& text, std::size_t end, st
   const std::size_t bytes = begin - end;
   if (link.unit == DistanceUnit::kWords) {
     // A word and what parts it from the next take two bytes.
-    return bytes / 2 < most || HasFewWords(text.bytes, end, begin, most);
+    if (bytes / 2 < most) return true;
+    return text.isUtf8 ? HasFewWordsOfUtf8(text.bytes, end, begin, most)
+                       : HasFewWords(text.bytes, end, begin, most);
   }
   if (bytes <= most) return true;
   if (!text.isUtf8 || bytes / kMostBytesOfCharacter > most) return false;
@@ -133,11 +135,19 @@ void NearPlaces::FindInOrder(const NearOperand& left, const NearOperand& right, 
   MergeFrom(keptLeft, kept);
 }
 
-void UnitePlaces(std::vector<ByteRange>& places, const std::vector<ByteRange>& more) {
+void NearPlaces::Unite(std::vector<ByteRange>& places, const std::vector<ByteRange>& more) {
   if (more.empty()) return;
   const std::size_t known = places.size();
   places.insert(places.end(), more.begin(), more.end());
   if (known != 0) MergeFrom(known, places);
+}
+
+/// Puts the places from number `second` on, and those before, each in order, together as one row of different ones.
+void NearPlaces::MergeFrom(std::size_t second, std::vector<ByteRange>& places) {
+  const auto middle = places.begin() + static_cast<std::ptrdiff_t>(second);
+  merged_.clear();
+  std::set_union(places.begin(), middle, middle, places.end(), std::back_inserter(merged_));
+  places.assign(merged_.begin(), merged_.end());
 }
 
 }  // namespace trovex

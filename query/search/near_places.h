@@ -11,14 +11,13 @@
 
 namespace trovex {
 
-/// A text, and whether its characters may be more than a byte: then it is UTF-8 without combining marks.
+/// A text, and whether its characters may be more than a byte: then it is UTF-8.
 struct MeasuredText {
   TextView bytes;
   bool isUtf8 = false;
 };
 
-/// Whether what begins at `begin` lies within the distance of `link` from what ends at `end`. In UTF-8 no words are
-/// counted.
+/// Whether what begins at `begin` lies within the distance of `link` from what ends at `end`. Characters begin at both.
 bool IsWithin(const AndLink& link, const MeasuredText& text, std::size_t end, std::size_t begin);
 
 /// One operand of a distance.
@@ -36,6 +35,9 @@ class NearPlaces {
   void Find(const AndLink& link, const MeasuredText& text, const NearOperand& left,
             const NearOperand& right, std::vector<ByteRange>& kept);
 
+  /// Adds `more` to `places`. Both are by begin, then by end, with no two of the same range, and so is what comes of it.
+  void Unite(std::vector<ByteRange>& places, const std::vector<ByteRange>& more);
+
  private:
   template <typename Within>
   static void FindOnEitherSide(const NearOperand& left, const NearOperand& right, Within within,
@@ -44,11 +46,11 @@ class NearPlaces {
   void FindInOrder(const NearOperand& left, const NearOperand& right, Within within,
                    std::vector<ByteRange>& kept);
 
-  std::vector<std::size_t> ends_;  // of the left places, in order
-};
+  void MergeFrom(std::size_t second, std::vector<ByteRange>& places);
 
-/// Adds `more` to `places`. Both are by begin, then by end, with no two of the same range, and so is what comes of it.
-void UnitePlaces(std::vector<ByteRange>& places, const std::vector<ByteRange>& more);
+  std::vector<std::size_t> ends_;  // of the left places, in order
+  std::vector<ByteRange> merged_;
+};
 
 }  // namespace trovex
 

@@ -2,7 +2,6 @@
 
 #include "matcher/limits.h"
 #include "matcher/tuning.h"
-#include "query/plan/plain_pattern.h"
 #include "query/search/leaf_stream.h"
 #include "query/search/near_stream.h"
 #include "query/tuning.h"
@@ -35,18 +34,67 @@ std::size_t NextLine(TextView text, std::size_t place) {
   return text[next - 1] == '\n' ? next : kNowhere;
 }
 
+/// The lines of a text, a block at a time, on which a pattern can have matches. Where the text must be regular, only the
+/// lines of places that a scan for required strings finds: where these stand close together, longer and longer stretches.
+class LineStretches {
+ public:
+  LineStretches(TextView text, const PlannedStream& pattern)
+      : text_(text),
+        scan_(pattern.utf8->guard.IsNeeded() ? &pattern.scan : nullptr),
+        spelled_(pattern.spelled.has_value()) {}
+
+  /// False where there are no more.
+  bool Next(ByteRange& range) {
+    if (next_ == text_.size()) return false;
+    std::size_t begin = next_;
+    std::size_t least = begin + kBlockSize - 1;
+    if (scan_ != nullptr && scan_->has_value()) {
+      const std::size_t candidate = FindCandidate();
+      if (candidate == kNowhere) return false;
+      begin = next_ + LineStart(text_.subspan(next_), candidate - next_);
+      const bool isNear = next_ > 0 && begin - next_ < kShortestStretch;
+      stretch_ = std::clamp(isNear ? 2 * stretch_ : stretch_ / 2, kShortestStretch, kBlockSize);
+      least = std::max(candidate, begin + stretch_);
+    }
+    next_ = AfterLineOf(text_, std::min(least, text_.size() - 1));
+    range = {begin, next_};
+    return true;
+  }
+
+ private:
+  /// The first place from `next_` on that the scan finds. Of a pattern that is a few strings it does not see the last ones
+  /// of a text.
+  std::size_t FindCandidate() const {
+    const PlaceScan& scan = **scan_;
+    const auto reach = static_cast<std::size_t>(scan.Reach());
+    const unsigned char* const end = text_.data() + text_.size();
+    const bool hasRoom = text_.size() - next_ > reach;
+    const unsigned char* const place = hasRoom ? scan.Find(text_.data() + next_, end) : nullptr;
+    if (place != nullptr) return static_cast<std::size_t>(place - text_.data());
+    if (!spelled_) return kNowhere;
+    return std::max(next_, text_.size() - std::min(text_.size(), reach + 1));
+  }
+
+  TextView text_;
+  const std::optional<PlaceScan>* scan_;
+  bool spelled_;
+  std::size_t next_ = 0;
+  std::size_t stretch_ = 0;
+};
+
 }  // namespace
 
 QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
   streams_.reserve(plan.streams.size());
   for (const PlannedStream& planned : plan.streams)
     MakeStream(planned);
-  if (patterns_.size() == 1) alone_ = patterns_.front();
+  if (patterns_.size() == 1) alone_ = patterns_.front().search;
 }
 
 void QuerySearch::MakeStream(const PlannedStream& planned) {
   using Kind = PlannedStream::Kind;
-  patterns_.push_back(nullptr);
+  patterns_.emplace_back();
+  bytes_.emplace_back();
   std::vector<ItemStream*> operands;
   for (const std::size_t operand : planned.operands)
     operands.push_back(streams_[operand].get());
@@ -54,8 +102,8 @@ void QuerySearch::MakeStream(const PlannedStream& planned) {
   switch (planned.kind) {
     case Kind::kPattern: {
       auto pattern = std::make_unique<PatternStream>(context_, planned);
-      patterns_.back() = &pattern->Search();
-      arePlain_ = arePlain_ && planned.isPlain;
+      patterns_.back().search = &pattern->Search();
+      MakeSearchOfBytes(planned);
       stream = std::move(pattern);
       break;
     }
@@ -85,6 +133,18 @@ void QuerySearch::MakeStream(const PlannedStream& planned) {
   }
   if (!planned.tags.empty()) stream->SetTags(&planned.tags);
   streams_.push_back(std::move(stream));
+}
+
+/// The search of the bytes of UTF-8 for the pattern that was made last.
+void QuerySearch::MakeSearchOfBytes(const PlannedStream& planned) {
+  arePlain_ = arePlain_ && planned.isPlain;
+  areOfBytes_ = areOfBytes_ && planned.utf8.has_value();
+  if (!planned.utf8.has_value()) return;
+  guard_ = guard_.And(planned.utf8->guard);
+  if (!planned.isPlain)
+    ownBytes_.push_back(std::make_unique<PatternSearch>(*planned.utf8->program));
+  bytes_.back() = {planned.isPlain ? patterns_.back().search : ownBytes_.back().get(),
+                   &*planned.utf8};
 }
 
 void QuerySearch::Begin(TextView text, const SearchOptions& options) {
@@ -117,35 +177,42 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   context_.credit = 0;
   granted_ = 0;
   context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
-  const bool asItIs = options.interrupt == nullptr && MaySearchAsItIs(text, options.encoding);
   std::size_t passed = 0;
-  if (alone_ != nullptr && !context_.wantsTags) {
-    if (asItIs) return RunAlone(text, options, visit, visitContext);
-    if (options.interrupt == nullptr && arePlain_ && text.size() > kShortText) {
-      const std::optional<Verdict> verdict =
-          RunByBlocks(text, options, visit, visitContext, passed);
-      if (verdict.has_value()) return *verdict;
-    }
+  const bool isAlone = alone_ != nullptr && !context_.wantsTags;
+  const bool isOfBytes =
+      isAlone && options.encoding == Encoding::kUtf8 && areOfBytes_ && !text.empty();
+  const bool mayLook = text.size() <= kLookedAtText && options.interrupt == nullptr;
+  const bool looksAtBytes = isOfBytes && mayLook && !guard_.IsNeeded();
+  if (isAlone && !looksAtBytes && MaySearchAsItIs(text, options))
+    return RunAlone(text, options, visit, visitContext);
+  if (isOfBytes && mayLook) {
+    const std::optional<Verdict> verdict = LookAtBytes(text, options, visit, visitContext);
+    if (verdict.has_value()) return *verdict;
   }
-  return RunSeveral(text, asItIs, passed, options, visit, visitContext);
+  if (isOfBytes) {
+    const std::optional<Verdict> verdict = RunByBlocks(text, options, visit, visitContext, passed);
+    if (verdict.has_value()) return *verdict;
+  }
+  return RunSeveral(text, passed, options, visit, visitContext);
 }
 
-/// Where there is more than a pattern: strings are searched for together, or streams find the items. `asItIs`: the patterns
-/// can be looked for in the bytes of the text. The first `passed` items are known already.
-Verdict QuerySearch::RunSeveral(TextView text, bool asItIs, std::size_t passed,
-                                const SearchOptions& options, Visit visit, void* visitContext) {
+/// Where there is more than a pattern: strings are searched for together, or streams find the items. The first `passed` items are known already.
+Verdict QuerySearch::RunSeveral(TextView text, std::size_t passed, const SearchOptions& options,
+                                Visit visit, void* visitContext) {
   const bool isPlainSearch =
       options.interrupt == nullptr && !context_.wantsTags && !options.firstOfLine;
   bool isUtf8 = false;
-  if (isPlainSearch && alone_ == nullptr && Strings() != nullptr &&
-      MaySearchForStrings(text, options.encoding, isUtf8)) {
+  StringSearch* const strings =
+      isPlainSearch && alone_ == nullptr ? StringsFor(text, options.encoding, isUtf8) : nullptr;
+  if (strings != nullptr) {
     using Answer = StringSearch::Answer;
     const StringSearch::Result result =
-        strings_->Run(text, isUtf8, options.mostItems, visit, visitContext);
+        strings->Run(text, isUtf8, options.mostItems, visit, visitContext);
     if (result.answer != Answer::kUnknown)
       return result.answer == Answer::kYes ? Verdict::kYes : Verdict::kNo;
     passed = result.visited;
-  } else if (asItIs && text.size() <= kLookedAtText && plan_.streams.size() <= kFewStreams) {
+  } else if (text.size() <= kLookedAtText && plan_.streams.size() <= kFewStreams &&
+             MaySearchAsItIs(text, options)) {
     if (!MayBeSatisfied(plan_.streams.size() - 1, text)) return Verdict::kNo;
   }
   Begin(text, options);
@@ -185,19 +252,30 @@ StringSearch* QuerySearch::Strings() {
   return strings_.get();
 }
 
+/// The same in the bytes of UTF-8.
+StringSearch* QuerySearch::StringsOfUtf8() {
+  if (!std::exchange(knowsStringsOfUtf8_, true)) stringsOfUtf8_ = StringSearch::Make(plan_, bytes_);
+  return stringsOfUtf8_.get();
+}
+
 /// Whether the patterns can be looked for in the bytes of `text`. Rows of a table are such texts: what
 /// is done beside the search counts there.
-bool QuerySearch::MaySearchAsItIs(TextView text, Encoding encoding) const {
-  if (encoding == Encoding::kLatin1) return true;
+bool QuerySearch::MaySearchAsItIs(TextView text, const SearchOptions& options) const {
+  if (options.interrupt != nullptr) return false;
+  if (options.encoding == Encoding::kLatin1) return true;
   if (text.size() > kShortText) return false;
   return IsPlainAscii(text) || (arePlain_ && !MayHoldMarks(text));
 }
 
-/// The same for a search that reads the text once. Tells whether it is to be measured as UTF-8.
-bool QuerySearch::MaySearchForStrings(TextView text, Encoding encoding, bool& isUtf8) const {
-  if (encoding == Encoding::kLatin1 || IsPlainAscii(text)) return true;
+/// The search for strings that `text` can be given to, if there is one. Tells whether it is to be measured as UTF-8.
+StringSearch* QuerySearch::StringsFor(TextView text, Encoding encoding, bool& isUtf8) {
+  if (encoding == Encoding::kLatin1) return Strings();
+  // Many characters take long to count again and again.
+  const bool isOfBytes = areOfBytes_ && plan_.countsFew;
+  if ((!isOfBytes || guard_.IsNeeded()) && IsPlainAscii(text)) return Strings();
   isUtf8 = true;
-  return arePlain_ && !plan_.countsCharacters && !MayHoldMarks(text);
+  StringSearch* const strings = isOfBytes ? StringsOfUtf8() : nullptr;
+  return strings != nullptr && guard_.Allows(text) ? strings : nullptr;
 }
 
 /// A look at a short text, before anything is begun with: false only where stream `stream` has the
@@ -208,7 +286,7 @@ bool QuerySearch::MayBeSatisfied(std::size_t stream, TextView text) {
   const auto mayBe = [&](std::size_t operand) { return MayBeSatisfied(operand, text); };
   switch (planned.kind) {
     case Kind::kPattern: {
-      PatternSearch& pattern = *patterns_[stream];
+      PatternSearch& pattern = *patterns_[stream].search;
       ByteRange match;
       return pattern.First(text, match) != SearchOutcome::kNotFound;
     }
@@ -261,31 +339,99 @@ Verdict QuerySearch::RunForAll(TextView text, const SearchOptions& options, Visi
   return GiveUpAlone();
 }
 
-/// The same in a long text of UTF-8, block by block. Where a combining mark may follow a match, its last letter is another
-/// one: then the verdict is left to the streams, and `passed` items were handed out before it. Nowhere else do marks make a
-/// difference to a pattern of ASCII.
+/// A look at a short text in UTF-8, which most patterns are not in, and of which often no more than the first item is
+/// wanted. Nothing where more has to be done.
+std::optional<Verdict> QuerySearch::LookAtBytes(TextView text, const SearchOptions& options,
+                                                Visit visit, void* visitContext) {
+  const StringSearch::Pattern& pattern = bytes_.back();
+  ByteRange match;
+  const SearchOutcome first = pattern.search->First(text, match);
+  if (first == SearchOutcome::kGaveUp || !guard_.Allows(text)) return std::nullopt;
+  if (first == SearchOutcome::kNotFound) return Verdict::kNo;
+  const bool isOne = options.mostItems <= 1 && first == SearchOutcome::kFound;
+  if (!isOne || pattern.utf8->Judge(text, match) != Utf8Edges::Answer::kMatch) return std::nullopt;
+  if (options.mostItems > 0) Show(match, visit, visitContext);
+  return Verdict::kYes;
+}
+
+/// The same in UTF-8, block by block, in the bytes of each that can be searched so. Nothing where the verdict is left to
+/// the streams, after `passed` items that were handed out.
 std::optional<Verdict> QuerySearch::RunByBlocks(TextView text, const SearchOptions& options,
                                                 Visit visit, void* visitContext,
                                                 std::size_t& passed) {
-  TextBlocks& blocks = context_.blocks;
-  blocks.Begin(text, TextBlocks::Reading::kUtf8, plan_.substitute);
-  for (std::size_t number = 0; blocks.Has(number); ++number) {
-    const ByteRange range = blocks.RangeOf(number);
-    const TextView block = text.subspan(range.begin, range.Length());
-    alone_->Begin(block);
-    ByteRange match = alone_->Next();
-    for (; alone_->Outcome() == SearchOutcome::kFound; match = alone_->Next()) {
-      const bool isAtEnd = match.end == block.size();
-      if (!isAtEnd && MayHoldMarks(block.subspan(match.end, 1))) return std::nullopt;
-      if (options.mostItems == 0) return Verdict::kYes;
-      ++passed;
-      const ByteRange item = {range.begin + match.begin, range.begin + match.end};
-      if (!Show(item, visit, visitContext) || passed == options.mostItems) return Verdict::kYes;
-      if (options.firstOfLine) alone_->SkipLine(match);
-    }
-    if (alone_->Outcome() == SearchOutcome::kGaveUp) return std::nullopt;
+  LineStretches stretches(text, plan_.streams.back());
+  for (ByteRange range; stretches.Next(range);) {
+    untilAsked_ = 0;
+    if (IsInterrupted(options, range.begin)) return Verdict::kGaveUp;
+    const BlockEnd end = RunInBytes(text, range, options, visit, visitContext, passed);
+    if (end == BlockEnd::kUnknown) return std::nullopt;
+    if (end == BlockEnd::kGaveUp) return Verdict::kGaveUp;
+    if (end == BlockEnd::kEnough) return Verdict::kYes;
   }
   return passed > 0 ? Verdict::kYes : Verdict::kNo;
+}
+
+/// Asks now and then whether to go on with the text at byte `at`, where a place was found.
+bool QuerySearch::IsInterrupted(const SearchOptions& options, std::size_t at) {
+  if (options.interrupt == nullptr || (untilAsked_ -= kWorkOfPlace) > 0) return false;
+  untilAsked_ = kWorkBetweenAsks;
+  if (!options.interrupt(options.interruptContext)) return false;
+  context_.GiveUp(at);
+  return true;
+}
+
+/// Searches the bytes of a block, or decodes it where they do not tell.
+QuerySearch::BlockEnd QuerySearch::RunInBytes(TextView text, const ByteRange& range,
+                                              const SearchOptions& options, Visit visit,
+                                              void* visitContext, std::size_t& passed) {
+  const StringSearch::Pattern& pattern = bytes_.back();
+  PatternSearch& search = *pattern.search;
+  const TextView block = text.subspan(range.begin, range.Length());
+  const auto decode = [&](std::size_t known) {
+    return RunDecoded(text, range, known, options, visit, visitContext, passed);
+  };
+  if (!pattern.utf8->guard.Allows(block)) return decode(0);
+  std::size_t known = 0;
+  search.Begin(block);
+  ByteRange match = search.Next();
+  for (; search.Outcome() == SearchOutcome::kFound; match = search.Next()) {
+    if (IsInterrupted(options, range.begin + match.begin)) return BlockEnd::kGaveUp;
+    const Utf8Edges::Answer answer = pattern.utf8->Judge(block, match);
+    if (answer == Utf8Edges::Answer::kNoMatch) continue;
+    if (answer == Utf8Edges::Answer::kOtherLetter) return decode(known);
+    if (options.mostItems == 0) return BlockEnd::kEnough;
+    ++passed;
+    ++known;
+    const ByteRange item = {range.begin + match.begin, range.begin + match.end};
+    if (!Show(item, visit, visitContext) || passed == options.mostItems) return BlockEnd::kEnough;
+    if (options.firstOfLine) search.SkipLine(match);
+  }
+  return search.Outcome() == SearchOutcome::kGaveUp ? BlockEnd::kUnknown : BlockEnd::kGoOn;
+}
+
+/// Decodes a block and searches it. The first `known` of its items were handed out before.
+QuerySearch::BlockEnd QuerySearch::RunDecoded(TextView text, const ByteRange& range,
+                                              std::size_t known, const SearchOptions& options,
+                                              Visit visit, void* visitContext,
+                                              std::size_t& passed) {
+  PatternSearch& search = *alone_;
+  context_.blocks.Begin(text, TextBlocks::Reading::kUtf8, plan_.substitute);
+  context_.blocks.OpenLines(decoded_, range);
+  search.Begin(decoded_.Text());
+  ByteRange match = search.Next();
+  for (; search.Outcome() == SearchOutcome::kFound; match = search.Next()) {
+    if (IsInterrupted(options, range.begin)) return BlockEnd::kGaveUp;
+    if (options.mostItems == 0) return BlockEnd::kEnough;
+    if (known > 0) {
+      --known;
+    } else {
+      ++passed;
+      const ByteRange item = {decoded_.ByteOf(match.begin), decoded_.ByteOf(match.end)};
+      if (!Show(item, visit, visitContext) || passed == options.mostItems) return BlockEnd::kEnough;
+    }
+    if (options.firstOfLine) search.SkipLine(match);
+  }
+  return search.Outcome() == SearchOutcome::kGaveUp ? BlockEnd::kUnknown : BlockEnd::kGoOn;
 }
 
 Verdict QuerySearch::GiveUpAlone() {

@@ -42,19 +42,31 @@ class QuerySearch {
 
  private:
   void MakeStream(const PlannedStream& planned);
-  bool MaySearchAsItIs(TextView text, Encoding encoding) const;
-  bool MaySearchForStrings(TextView text, Encoding encoding, bool& isUtf8) const;
+  void MakeSearchOfBytes(const PlannedStream& planned);
+  bool MaySearchAsItIs(TextView text, const SearchOptions& options) const;
+  StringSearch* StringsFor(TextView text, Encoding encoding, bool& isUtf8);
   bool MayBeSatisfied(std::size_t stream, TextView text);
   StringSearch* Strings();
+  StringSearch* StringsOfUtf8();
   Verdict RunStreams(std::size_t passed, const SearchOptions& options, Visit visit,
                      void* visitContext);
   Verdict RunAlone(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   Verdict RunForAll(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
+  std::optional<Verdict> LookAtBytes(TextView text, const SearchOptions& options, Visit visit,
+                                     void* visitContext);
+  /// What is done with a block: the search goes on, ends with the verdict yes, or was interrupted, or it is not known.
+  enum class BlockEnd { kGoOn, kEnough, kGaveUp, kUnknown };
+  bool IsInterrupted(const SearchOptions& options, std::size_t at);
   std::optional<Verdict> RunByBlocks(TextView text, const SearchOptions& options, Visit visit,
                                      void* visitContext, std::size_t& passed);
+  BlockEnd RunInBytes(TextView text, const ByteRange& range, const SearchOptions& options,
+                      Visit visit, void* visitContext, std::size_t& passed);
+  BlockEnd RunDecoded(TextView text, const ByteRange& range, std::size_t known,
+                      const SearchOptions& options, Visit visit, void* visitContext,
+                      std::size_t& passed);
   Verdict GiveUpAlone();
-  Verdict RunSeveral(TextView text, bool asItIs, std::size_t passed, const SearchOptions& options,
-                     Visit visit, void* visitContext);
+  Verdict RunSeveral(TextView text, std::size_t passed, const SearchOptions& options, Visit visit,
+                     void* visitContext);
   void Begin(TextView text, const SearchOptions& options);
   bool Deliver(FoundPlace place, Visit visit, void* visitContext);
 
@@ -64,13 +76,23 @@ class QuerySearch {
   std::vector<std::unique_ptr<ItemStream>> streams_;
   std::vector<StoredStream*> stored_;
   /// The patterns' own searches, by stream; null for other streams.
-  std::vector<PatternSearch*> patterns_;
+  std::vector<StringSearch::Pattern> patterns_;
+  /// The same in the bytes of UTF-8; null also where these have to be decoded. Some are `ownBytes_`.
+  std::vector<StringSearch::Pattern> bytes_;
+  std::vector<std::unique_ptr<PatternSearch>> ownBytes_;
   PatternSearch* alone_ = nullptr;  // of a query that is nothing but a pattern
   /// The search for the query as one of strings, made when it is first wanted; null if it is no such query.
   std::unique_ptr<StringSearch> strings_;
+  std::unique_ptr<StringSearch> stringsOfUtf8_;
   bool knowsStrings_ = false;
-  /// Whether all patterns can be looked for in the bytes of UTF-8.
+  bool knowsStringsOfUtf8_ = false;
+  /// Whether all patterns can be looked for in the bytes of UTF-8: as they are; or in their forms, which may
+  /// ask for a regular text.
   bool arePlain_ = true;
+  bool areOfBytes_ = true;
+  Utf8Guard guard_;
+  OpenBlock decoded_;
+  std::int64_t untilAsked_ = 0;
 };
 
 }  // namespace trovex

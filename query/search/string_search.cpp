@@ -15,18 +15,18 @@ namespace trovex {
 // ---- What is read of the plan ----
 
 std::unique_ptr<StringSearch> StringSearch::Make(const SearchPlan& plan,
-                                                 const std::vector<PatternSearch*>& patterns) {
+                                                 const std::vector<Pattern>& patterns) {
   std::unique_ptr<StringSearch> search(new StringSearch);
   return search->Read(plan, patterns) ? std::move(search) : nullptr;
 }
 
-bool StringSearch::Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns) {
+bool StringSearch::Read(const SearchPlan& plan, const std::vector<Pattern>& patterns) {
   if (plan.streams.size() > kFewStreams) return false;
   for (std::size_t i = 0; i < plan.streams.size(); ++i) {
     if (!ReadOperand(plan.streams[i], patterns[i])) return false;
   }
   MarkWanted(operands_.size() - 1, true);
-  if (!ReadStrings(plan)) return false;
+  if (!ReadStrings()) return false;
   for (Operand& operand : operands_)
     operand.needs = NeedsOf(operand);
   NoteNeeded(operands_.size() - 1);
@@ -35,7 +35,7 @@ bool StringSearch::Read(const SearchPlan& plan, const std::vector<PatternSearch*
 }
 
 /// False where it is a sound, or where a distance would have to wait for the verdict on another one.
-bool StringSearch::ReadOperand(const PlannedStream& planned, PatternSearch* search) {
+bool StringSearch::ReadOperand(const PlannedStream& planned, const Pattern& search) {
   Operand operand;
   operand.kind = planned.kind;
   operand.operands = planned.operands;
@@ -95,7 +95,7 @@ void StringSearch::MarkWanted(std::size_t index, bool isWanted) {
 }
 
 /// Makes the search for strings. False where there are none, or too many patterns.
-bool StringSearch::ReadStrings(const SearchPlan& plan) {
+bool StringSearch::ReadStrings() {
   std::vector<StringMatches::String> strings;
   std::size_t wanted = 0;
   for (std::size_t i = 0; i < leaves_.size(); ++i) {
@@ -104,7 +104,7 @@ bool StringSearch::ReadStrings(const SearchPlan& plan) {
     if (++wanted > StringMatches::kMostStrings) return false;
     const std::size_t room = StringMatches::kMostStrings - strings.size();
     const std::size_t pattern = leafOf_.size();
-    auto alternatives = StringsOf(*plan.streams[leaf.operand].program, pattern);
+    auto alternatives = StringsOf(leaf.search, pattern);
     if (alternatives.empty() || alternatives.size() > room) {
       others_.push_back({leaf.search, i, {}});
       continue;
@@ -118,16 +118,19 @@ bool StringSearch::ReadStrings(const SearchPlan& plan) {
   return true;
 }
 
-/// The strings that `program` is, or is one of; none where it is anything else.
-std::vector<StringMatches::String> StringSearch::StringsOf(const PatternProgram& program,
+/// The strings that a pattern is, or is one of; none where it is anything else.
+std::vector<StringMatches::String> StringSearch::StringsOf(const Pattern& search,
                                                            std::size_t pattern) {
+  const PatternProgram& program = search.search->Program();
+  std::optional<Utf8Edges> edges;
+  if (search.utf8 != nullptr) edges = search.utf8->edges;
   if (program.References() != nullptr) return {};
   if (StringMatches::CanTake(*program.Locator()))
-    return {StringMatches::StringOf(*program.Locator(), pattern)};
+    return {StringMatches::StringOf(*program.Locator(), pattern, edges)};
   std::vector<StringMatches::String> strings;
   if (program.Options().wholeWords) return strings;
   for (StringGroup::String& sets : StringMatches::AlternativesOf(program.Tree()))
-    strings.push_back({std::move(sets), pattern, nullptr});
+    strings.push_back({std::move(sets), pattern, nullptr, edges});
   return strings;
 }
 
@@ -267,6 +270,9 @@ bool StringSearch::RunAnywhere(const ByteRange& first) {
 bool StringSearch::RunNear() {
   const std::size_t query = operands_.size() - 1;
   matches_->Begin(text_.bytes);
+  // Where one that must be there is not, the others need not be gone through.
+  const auto isFound = [this](std::size_t leaf) { return IsFound(leaf); };
+  if (!std::all_of(needed_.begin(), needed_.end(), isFound)) return false;
   for (const std::size_t distance : distances_)
     operands_[distance].hasPlaces = false;
   JudgeAnds(false);
@@ -289,10 +295,7 @@ bool StringSearch::IsFound(std::size_t leaf) {
       isFound = isShort_ ? !matches_->FirstIn(text_.bytes, pattern.pattern).IsNowhere()
                          : matches_->IsFound(pattern.pattern);
     } else {
-      ByteRange match;
-      const SearchOutcome outcome = pattern.search->First(text_.bytes, match);
-      gaveUp_ = gaveUp_ || outcome == SearchOutcome::kGaveUp;
-      isFound = outcome == SearchOutcome::kFound;
+      isFound = HasMatch(pattern.search);
     }
     isFound_[leaf] = isFound ? Known::kYes : Known::kNo;
   }
@@ -336,13 +339,37 @@ void StringSearch::Choose(std::size_t index) {
   }
 }
 
+/// The next match of `pattern`, nowhere if there is none. Where it is not known, the search gives up.
+ByteRange StringSearch::NextOf(const Pattern& pattern) {
+  for (;;) {
+    const ByteRange match = pattern.search->Next();
+    const SearchOutcome outcome = pattern.search->Outcome();
+    gaveUp_ = gaveUp_ || outcome == SearchOutcome::kGaveUp;
+    if (outcome != SearchOutcome::kFound) return {};
+    if (pattern.utf8 == nullptr) return match;
+    const Utf8Edges::Answer answer = pattern.utf8->Judge(text_.bytes, match);
+    gaveUp_ = gaveUp_ || answer == Utf8Edges::Answer::kOtherLetter;
+    if (answer != Utf8Edges::Answer::kNoMatch) return match;
+  }
+}
+
+/// Whether `pattern` has a match. False also where that is not known: then the search gives up.
+bool StringSearch::HasMatch(const Pattern& pattern) {
+  ByteRange match;
+  const SearchOutcome outcome = pattern.search->First(text_.bytes, match);
+  gaveUp_ = gaveUp_ || outcome == SearchOutcome::kGaveUp;
+  if (outcome != SearchOutcome::kFound) return false;
+  if (pattern.utf8 == nullptr ||
+      pattern.utf8->Judge(text_.bytes, match) == Utf8Edges::Answer::kMatch)
+    return true;
+  pattern.search->Begin(text_.bytes);
+  return !NextOf(pattern).IsNowhere() && !gaveUp_;
+}
+
 /// Goes on to the next match of `other`. False where it is not known.
 bool StringSearch::Advance(Other& other) {
-  other.head = other.search->Next();
-  const SearchOutcome outcome = other.search->Outcome();
-  if (outcome != SearchOutcome::kFound) other.head = {};
-  gaveUp_ = gaveUp_ || outcome == SearchOutcome::kGaveUp;
-  return outcome != SearchOutcome::kGaveUp;
+  other.head = NextOf(other.search);
+  return !gaveUp_;
 }
 
 /// Passes over what the only pattern that is no string has on lines before that of `place`.
@@ -352,7 +379,7 @@ bool StringSearch::PassTo(std::size_t place) {
   const unsigned char* const begin = text_.bytes.data();
   const void* const feed = memrchr(begin + other.head.begin, '\n', place - other.head.begin);
   if (feed == nullptr) return true;
-  other.search->SkipTo(
+  other.search.search->SkipTo(
       static_cast<std::size_t>(static_cast<const unsigned char*>(feed) + 1 - begin));
   return Advance(other);
 }
@@ -387,7 +414,7 @@ bool StringSearch::TakeUpTo(const ByteRange& range, std::size_t lastEnd, Take& t
 template <typename Take>
 void StringSearch::ForEachMatch(Take take) {
   for (Other& other : others_) {
-    other.search->Begin(text_.bytes);
+    other.search.search->Begin(text_.bytes);
     if (!Advance(other)) return;
   }
   bool goesOn = true;
@@ -480,7 +507,7 @@ void StringSearch::Combine(Operand& operand) {
   operand.places.clear();
   if (!operand.isThere) return;
   for (const std::size_t below : operand.operands)
-    UnitePlaces(operand.places, operands_[below].places);
+    near_.Unite(operand.places, operands_[below].places);
 }
 
 }  // namespace trovex

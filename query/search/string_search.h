@@ -53,13 +53,19 @@ class StringSearch {
     std::size_t visited;  // how many items
   };
 
+  /// The search of a pattern: in the code page, or in the bytes of UTF-8 that `utf8` tells of.
+  struct Pattern {
+    PatternSearch* search = nullptr;
+    const Utf8Pattern* utf8 = nullptr;
+  };
+
   /// Null where the query is none of these, or of too many patterns. `plan` must outlive the search, and so
-  /// must `patterns`: the search of each stream that is a pattern.
+  /// must `patterns`: the search of each stream that is a pattern, all in the code page, or all in UTF-8.
   static std::unique_ptr<StringSearch> Make(const SearchPlan& plan,
-                                            const std::vector<PatternSearch*>& patterns);
+                                            const std::vector<Pattern>& patterns);
 
   /// The verdict on `text`, and up to `most` items, by begin, then by end, no two with the same range. With 0, `visit`
-  /// is not called. `isUtf8`: its characters may be more than a byte; then it holds no combining marks.
+  /// is not called. `isUtf8`: its characters may be more than a byte.
   Result Run(TextView text, bool isUtf8, std::size_t most, Visit visit, void* visitContext);
 
  private:
@@ -73,7 +79,7 @@ class StringSearch {
 
   /// A pattern of the query.
   struct Leaf {
-    PatternSearch* search;
+    Pattern search;
     std::size_t operand;
     /// Whether its matches are wanted, and not only whether there are any.
     bool isWanted = false;
@@ -82,7 +88,7 @@ class StringSearch {
 
   /// A wanted pattern that is no string.
   struct Other {
-    PatternSearch* search;
+    Pattern search;
     std::size_t leaf;
     /// The next match; nowhere when there are no more.
     ByteRange head;
@@ -126,12 +132,11 @@ class StringSearch {
 
   StringSearch() = default;
 
-  bool Read(const SearchPlan& plan, const std::vector<PatternSearch*>& patterns);
-  bool ReadOperand(const PlannedStream& planned, PatternSearch* search);
+  bool Read(const SearchPlan& plan, const std::vector<Pattern>& patterns);
+  bool ReadOperand(const PlannedStream& planned, const Pattern& search);
   bool ReadDistance(const PlannedStream& planned, Operand& operand);
-  bool ReadStrings(const SearchPlan& plan);
-  static std::vector<StringMatches::String> StringsOf(const PatternProgram& program,
-                                                      std::size_t pattern);
+  bool ReadStrings();
+  static std::vector<StringMatches::String> StringsOf(const Pattern& search, std::size_t pattern);
   void MarkWanted(std::size_t index, bool isWanted);
   std::uint32_t NeedsOf(const Operand& operand) const;
   void NoteNeeded(std::size_t index);
@@ -158,6 +163,8 @@ class StringSearch {
   template <typename Take>
   bool TakeUpTo(const ByteRange& range, std::size_t lastEnd, Take& take);
   bool Advance(Other& other);
+  ByteRange NextOf(const Pattern& pattern);
+  bool HasMatch(const Pattern& pattern);
   bool PassTo(std::size_t place);
 
   std::vector<Operand> operands_;  // the last one is the query

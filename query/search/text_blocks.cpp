@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 
 namespace trovex {
@@ -120,10 +121,19 @@ std::size_t TextBlocks::CharactersIn(const ByteRange& range) const {
 }
 
 std::size_t CharactersOf(TextView text, const ByteRange& range) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
   const unsigned char* const begin = text.data() + range.begin;
   const unsigned char* const end = text.data() + range.end;
   std::size_t characters = 0;
   for (const unsigned char* at = begin; at < end;) {
+    std::uint64_t eight = kHighBits;
+    if (end - at >= static_cast<std::ptrdiff_t>(sizeof eight))
+      std::memcpy(&eight, at, sizeof eight);
+    if ((eight & kHighBits) == 0) {
+      characters += sizeof eight;
+      at += sizeof eight;
+      continue;
+    }
     const Utf8Sequence sequence = ReadSequence(at, end);
     characters += ComposedWithLast(begin, at, sequence) == 0 ? 1 : 0;
     at += sequence.length;
@@ -139,6 +149,12 @@ std::size_t TextBlocks::CharactersBefore(std::size_t number) {
 std::size_t TextBlocks::WordsBefore(std::size_t number) {
   return SumBefore(words_, number,
                    [](TextView text) { return WordsBegunIn(text, 0, text.size()); });
+}
+
+std::size_t LineStart(TextView text, std::size_t byte) {
+  const void* const feed = memrchr(text.data(), '\n', byte);
+  if (feed == nullptr) return 0;
+  return static_cast<std::size_t>(static_cast<const unsigned char*>(feed) - text.data()) + 1;
 }
 
 std::size_t AfterLineOf(TextView text, std::size_t byte) {
@@ -157,6 +173,37 @@ std::size_t WordsBegunIn(TextView text, std::size_t begin, std::size_t end) {
     before = here;
   }
   return words;
+}
+
+std::size_t WordsBegunInUtf8(TextView text, std::size_t begin, std::size_t end, std::size_t most) {
+  const auto& isWord = WordTable();
+  const unsigned char* const start = text.data();
+  const unsigned char* const stop = start + end;
+  std::size_t words = 0;
+  unsigned before = begin > 0 && IsWordBefore(start, start + begin) ? 1 : 0;
+  for (const unsigned char* at = start + begin; at < stop && words <= most;) {
+    unsigned here = isWord[*at];
+    if (*at < 0x80) {
+      ++at;
+    } else if (*at == 0xC3 && stop - at > 1 && IsContinuation(at[1])) {
+      here = isWord[at[1] | 0x40U];
+      at += 2;
+    } else {
+      const Utf8Sequence sequence = ReadSequence(at, stop);
+      const bool isMark = ComposedWithLast(start, at, sequence) != 0;
+      here = isMark || IsWordAt(at, stop) ? 1 : 0;
+      at += sequence.length;
+    }
+    words += here & ~before;
+    before = here;
+  }
+  return words;
+}
+
+bool IsInsideWordOfUtf8(TextView text, std::size_t index) {
+  const unsigned char* const at = text.data() + index;
+  const unsigned char* const end = text.data() + text.size();
+  return index > 0 && at < end && IsWordAt(at, end) && IsWordBefore(text.data(), at);
 }
 
 bool IsInsideWord(TextView text, std::size_t index) {

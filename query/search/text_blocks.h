@@ -114,14 +114,21 @@ inline constexpr std::size_t kMostBytesOfCharacter = 4;
 /// How many characters of `text`, which is UTF-8, stand in `range`, which begins and ends with characters.
 std::size_t CharactersOf(TextView text, const ByteRange& range);
 
+/// Where the line of `text` begins that holds `byte`, which may be its end.
+std::size_t LineStart(TextView text, std::size_t byte);
+
 /// Where the line of `text` ends that holds `byte`, after its line feed.
 std::size_t AfterLineOf(TextView text, std::size_t byte);
 
 /// How many words of `text` begin in [begin, end) of it.
 std::size_t WordsBegunIn(TextView text, std::size_t begin, std::size_t end);
 
+/// The same in UTF-8, where characters begin at both; it counts no further than one beyond `most`.
+std::size_t WordsBegunInUtf8(TextView text, std::size_t begin, std::size_t end, std::size_t most);
+
 /// Whether a word goes on over the place between the bytes `index` - 1 and `index` of `text`.
 bool IsInsideWord(TextView text, std::size_t index);
+bool IsInsideWordOfUtf8(TextView text, std::size_t index);
 
 }  // namespace trovex
 

@@ -5,6 +5,8 @@
 
 #include "tests/dice.h"
 #include "tests/text/trivial_utf8.h"
+#include "text/code_page.h"
+#include "text/utf8_character.h"
 
 #include <gtest/gtest.h>
 #ifdef TROVEX_USE_HIGHWAY
@@ -23,6 +25,7 @@ namespace {
 using testing::DecodeTrivially;
 using testing::Dice;
 using testing::EncodeUtf8;
+using testing::SequenceOf;
 using testing::TrivialCharacter;
 
 using Byte = unsigned char;
@@ -61,17 +64,52 @@ std::string StringOf(TextView text) {
   return {reinterpret_cast<const char*>(text.data()), text.size()};
 }
 
+bool IsRegularTrivially(std::string_view text) {
+  for (std::size_t length = 1; !text.empty(); text.remove_prefix(length)) {
+    for (length = 1; length <= 4 && !SequenceOf(text, length);)
+      ++length;
+    if (length > 4) return false;
+    const char32_t codePoint = *SequenceOf(text, length);
+    if (codePoint >= 0x300 && codePoint <= 0x327) return false;
+  }
+  return true;
+}
+
 class Utf8TextTest : public ::testing::Test {
  protected:
   Utf8TextTest() {
-    for (const Utf8Blocks& blocks : AllBlocks())
+    for (const Utf8Blocks& blocks : all_)
       decoders_.emplace_back(blocks);
+  }
+
+  /// Whether all of `text` is well-formed and has no marks is found out in all ways alike.
+  void ExpectRegularity(std::string_view text) {
+    const ExactText exact(text);
+    const bool expected = IsRegularTrivially(text);
+    for (const Utf8Blocks& blocks : all_)
+      ASSERT_EQ(IsRegularUtf8(exact.View(), blocks), expected) << ::testing::PrintToString(text);
+  }
+
+  /// What stands on both sides of each character, words or not.
+  static void ExpectWords(std::string_view text, const std::vector<TrivialCharacter>& characters) {
+    const ExactText exact(text);
+    const Byte* const begin = exact.View().data();
+    for (const TrivialCharacter& character : characters) {
+      const bool isWord = character.byte.has_value() && IsCodePageWord(*character.byte);
+      ASSERT_EQ(IsWordAt(begin + character.begin, begin + text.size()), isWord)
+          << character.begin << " in " << ::testing::PrintToString(text);
+      ASSERT_EQ(IsWordBefore(begin, begin + character.end), isWord)
+          << character.end << " in " << ::testing::PrintToString(text);
+    }
   }
 
   /// Every decoder decodes `text` as the trivial one.
   void ExpectDecoded(std::string_view text) {
+    ExpectRegularity(text);
     const ExactText exact(text);
-    const std::string expected = BytesOf(DecodeTrivially(text), kSubstitute);
+    const std::vector<TrivialCharacter> characters = DecodeTrivially(text);
+    ExpectWords(text, characters);
+    const std::string expected = BytesOf(characters, kSubstitute);
     for (std::size_t i = 0; i < decoders_.size(); ++i) {
       ASSERT_EQ(StringOf(decoders_[i].Decode(exact.View(), kSubstitute)), expected)
           << "decoder " << i << ", text " << ::testing::PrintToString(text);
@@ -110,6 +148,7 @@ class Utf8TextTest : public ::testing::Test {
       ASSERT_EQ(decoder.DecodedOffset(source), i) << source;
   }
 
+  const std::vector<Utf8Blocks> all_ = AllBlocks();
   std::vector<Utf8Text> decoders_;
 };
 

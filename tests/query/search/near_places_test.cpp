@@ -90,7 +90,7 @@ TEST(NearPlaces, AreUnitedInOrderAndOnce) {
     const Places more = RandomPlaces(dice);
     std::set<ByteRange> expected(places.begin(), places.end());
     expected.insert(more.begin(), more.end());
-    UnitePlaces(places, more);
+    NearPlaces().Unite(places, more);
     ASSERT_EQ(places, Places(expected.begin(), expected.end())) << "seed " << seed;
   }
 }

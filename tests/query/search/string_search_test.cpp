@@ -49,11 +49,11 @@ class Searched {
   /// Of strings alone; or of streams.
   bool IsOfStrings() const {
     std::vector<std::unique_ptr<PatternSearch>> searches;
-    std::vector<PatternSearch*> patterns;
+    std::vector<StringSearch::Pattern> patterns;
     for (const PlannedStream& stream : plan_->streams) {
       if (stream.program != nullptr)
         searches.push_back(std::make_unique<PatternSearch>(*stream.program));
-      patterns.push_back(stream.program != nullptr ? searches.back().get() : nullptr);
+      patterns.push_back({stream.program != nullptr ? searches.back().get() : nullptr});
     }
     return StringSearch::Make(*plan_, patterns) != nullptr;
   }

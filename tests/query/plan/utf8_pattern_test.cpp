@@ -1,4 +1,4 @@
-#include "query/plan/plain_pattern.h"
+#include "query/plan/utf8_pattern.h"
 
 #include "query/query_parser.h"
 #include "tests/query/search/given_stream.h"
@@ -14,7 +14,9 @@ using trovex::testing::ViewOf;
 
 bool IsPlain(std::string_view pattern) {
   const auto parsed = ParseQuery(pattern, QueryOptions());
-  return IsPlainPattern(std::get<ParsedQuery>(parsed).root->pattern->tree);
+  const ParsedQuery& query = std::get<ParsedQuery>(parsed);
+  const auto form = Utf8FormOf(query.root->pattern->tree, false, query.substitute);
+  return form.has_value() && form->IsPlain();
 }
 
 TEST(PlainPattern, IsOneOfAsciiAlone) {
