@@ -407,7 +407,9 @@ void FindByReferences(Search& search) {
     if (outcome == SearchOutcome::kNotFound) return;
     const char* const start = search.text + match.begin;
     const LocatedMatch found = {start, search.text + match.end};
-    if (isPaid && CertainlyPasses(search, found)) return search.Found(RangeIn(search, found));
+    if (isPaid &&
+        CertainlyPasses(search.pattern, found.start, found.end, search.text, search.limit))
+      return search.Found(RangeIn(search, found));
     const char* const line = LineStart(start, scan);
     const char* const place = NextPlace(search, line, search.limit);
     if (place == nullptr || !isPaid) return isPaid ? void() : search.GiveUpAt(line);
