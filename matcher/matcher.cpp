@@ -179,7 +179,7 @@ void BuildLocator(CompiledPattern& compiled, std::string_view pattern, const Syn
 }
 
 /// Makes the search for a pattern with back-references, where it can answer for the engine.
-void BuildReferences(CompiledPattern& compiled, const SyntaxTree& tree,
+void BuildReferences(CompiledPattern& compiled, std::string_view pattern, const SyntaxTree& tree,
                      const PatternOptions& options, CompileBudget& budget) {
   const bool hasReferences =
       std::any_of(tree.nodes.begin(), tree.nodes.end(),
@@ -195,6 +195,9 @@ void BuildReferences(CompiledPattern& compiled, const SyntaxTree& tree,
   auto search = std::make_unique<const ReferenceSearch>(tree, references);
   if (!search->IsFast()) return;
   compiled.references = std::move(search);
+  // Up to its first back-reference, which the line filter lets pass, a match must be read alike.
+  const std::optional<TokenStream> stream = WriteTokenStream(tree, References::kWritten);
+  if (stream) compiled.lineFilterReading = ReadingOf(*stream, pattern, options, compiled);
 }
 
 /// Makes the locator alone of a list of words that the engine would take long for, or could not be given. It
@@ -258,7 +261,7 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   compiled.searchable = compiled.regex.IsCompiled() && fault == MessageNumber::kNone;
   if (compiled.searchable) {
     BuildLocator(compiled, pattern, *tree, options, budget);
-    BuildReferences(compiled, *tree, options, budget);
+    BuildReferences(compiled, pattern, *tree, options, budget);
   }
   return fault;
 }

@@ -406,12 +406,16 @@ void FindByReferences(Search& search) {
     if (outcome == SearchOutcome::kGaveUp) return search.GiveUpAt(search.text + run.GaveUpAt());
     if (outcome == SearchOutcome::kNotFound) return;
     const char* const start = search.text + match.begin;
+    const LocatedMatch found = {start, search.text + match.end};
+    if (isPaid &&
+        CertainlyPasses(search.pattern, found.start, found.end, search.text, search.limit))
+      return search.Found(RangeIn(search, found));
     const char* const line = LineStart(start, scan);
     const char* const place = NextPlace(search, line, search.limit);
     if (place == nullptr || !isPaid) return isPaid ? void() : search.GiveUpAt(line);
     scan = LineStart(place, line);
     if (scan != line) continue;  // a later line
-    return search.Found(RangeIn(search, {start, search.text + match.end}));
+    return search.Found(RangeIn(search, found));
   }
 }
 
@@ -429,6 +433,12 @@ void FindByEngine(Search& search, bool everyLine) {
     if (line.end >= search.limit) return;
     scan = line.end + 1;
   }
+}
+
+/// Whether matches with back-references are found without the engine.
+bool CanFollowReferences(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  return pattern.references != nullptr && !conditions.matchWords && !conditions.matchLines &&
+         !conditions.engineOnly;
 }
 
 bool CanLocate(const LocatorProgram& locator, const SearchConditions& conditions) {
@@ -477,6 +487,11 @@ LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
     return Answer::kUnknown;
   }
   if (pattern.keywordsAreExact && !CanLocateKeyword(pattern)) return Answer::kUnknown;
+  if (CanFollowReferences(pattern, conditions)) {
+    const TextView view = {reinterpret_cast<const unsigned char*>(text),
+                           static_cast<std::size_t>(length)};
+    return pattern.references->MayHold(view) ? Answer::kUnknown : Answer::kNoMatch;
+  }
   if (pattern.locator == nullptr || !CanLocate(*pattern.locator, conditions))
     return Answer::kUnknown;
   const auto* const begin = reinterpret_cast<const unsigned char*>(text);
@@ -510,10 +525,9 @@ MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions
                    text + length, std::max(group, 0),
                    allNotes,      allNotes.Credit(static_cast<std::size_t>(length))};
   const bool isLocated = isKeyword || (mayLocate && CanLocate(*pattern.locator, conditions));
-  const bool isPlain = !conditions.matchWords && !conditions.matchLines && !conditions.engineOnly;
   if (isLocated) {
     FindByLocator(search);
-  } else if (work.references != nullptr && isPlain) {
+  } else if (CanFollowReferences(pattern, conditions)) {
     FindByReferences(search);
   } else if (!pattern.regex.IsCompiled()) {
     search.GiveUpAt(text);

@@ -27,6 +27,9 @@ namespace trovex {
 inline constexpr std::size_t kLookedAtText = 256;
 /// A look reads no more than so many times the text in vain.
 inline constexpr std::ptrdiff_t kReadAgainInLook = 8;
+/// Rows of runs are read byte by byte there where their runs are expected to take no more bytes than this. Measured, byte
+/// by byte: "^ *[a-z]", 0.8, "be[a-z]*en", 1.3, "[A-Z][a-z]+", 1.4.
+inline constexpr double kFewReadBytes = 2;
 /// In stretches up to this size places are found one by one, and nothing is kept beside them.
 inline constexpr std::ptrdiff_t kShortStretch = 256;
 
@@ -58,6 +61,9 @@ inline constexpr std::ptrdiff_t kNearLineEnd = 4'096;
 
 /// Up to so many bytes of a run are looked at one by one.
 inline constexpr std::ptrdiff_t kFewRunBytes = 4;
+/// Where what follows a run, and is longer than a byte, could begin at more places of it, each is not tried without a
+/// note.
+inline constexpr int kFewTails = 8;
 /// Runs that may take so many bytes are noted, for starts that come into them.
 inline constexpr std::ptrdiff_t kLongRun = 16;
 /// Longer bounded runs are left to the automata, for each start reads as many bytes again; where what follows
@@ -168,6 +174,8 @@ inline constexpr int kLineStretch = 256;
 inline constexpr std::size_t kGroupStretch = std::size_t{1} << 15;
 /// Runs that are longer are compared by suffixes, not half by half. Measured: runs of 300 bytes half by half, 1.5.
 inline constexpr std::size_t kLongDoubledRun = 64;
+/// Halves of such runs that have a bound are compared one by one; with a greater bound they are rows.
+inline constexpr int kLongestBoundedHalf = 32;
 /// What may be spent at one place before outcomes are remembered, in units of back-references.
 inline constexpr std::uint64_t kMostProbeUnits = 500;
 /// Rows with back-references: how rare their beginnings must be, in 100,000 places, to be preferred to places where

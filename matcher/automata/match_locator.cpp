@@ -59,6 +59,13 @@ LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   return together.rate <= std::max(few, kHardlyMorePlaces * apart.rate) ? together : apart;
 }
 
+/// Whether a required string with these probes is looked for twice as fast as what leads, and leaves hardly more places.
+bool IsFaster(const Probes& required, double requiredRate, const LeadingProbes& leading) {
+  const bool areLeadsBytes = leading.ways.size() == 1 && AreBytes(leading.ways[0]);
+  return AreBytes(required) && !areLeadsBytes &&
+         requiredRate <= std::max(kFewMorePlaces, leading.rate);
+}
+
 /// `string` without the sets at its ends that most bytes belong to: looking at them takes longer than it
 /// saves. A short string needs them.
 std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
@@ -72,23 +79,41 @@ std::vector<CharSet> WithoutCommonEnds(std::vector<CharSet> string) {
   return string;
 }
 
+/// The part of all bytes that belong to a set, as far as it counts.
+double ShareOf(const CharSet& set) {
+  return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongestCountedRun);
+}
+
+/// At how many places after what was read of a run the next one may begin.
+double RoomOf(const Run& run) {
+  return run.IsFixed() ? 1 : 1 / (1 - ShareOf(run.bytes));
+}
+
 /// At how many of 100,000 places a row of runs is to be expected. A run that bytes of its own may follow goes on
 /// for as long as they come; after any other one there is none of them.
 double RateOf(const std::vector<Run>& runs) {
-  const auto shareOf = [](const CharSet& set) {
-    return std::min(ExpectedRate(Probes{{0, set}}) / kEveryPlace, 1 - 1 / kLongestCountedRun);
-  };
   double rate = kEveryPlace;
   double room = 1;  // at how many places after what was read the next run may begin
   for (std::size_t i = 0; i < runs.size(); ++i) {
-    const double share = shareOf(runs[i].bytes);
+    const double share = ShareOf(runs[i].bytes);
     double here = 1;
     for (std::uint32_t n = 0; n < std::min(runs[i].least, kMostCountedBytes); ++n)
       here *= share;
     rate *= std::min(1.0, room * here);
-    room = runs[i].IsFixed() ? 1 : 1 / (1 - share);
+    room = RoomOf(runs[i]);
   }
   return rate;
+}
+
+/// How many bytes those of the runs take that are longer than one, if bytes came independently of each other.
+double VariableBytes(const std::vector<Run>& runs) {
+  double bytes = 0;
+  for (const Run& run : runs) {
+    if (run.most == 1 && run.least == 1) continue;
+    const double more = RoomOf(run) - 1;
+    bytes += std::min(run.least + more, static_cast<double>(run.most));
+  }
+  return bytes;
 }
 
 /// Whether a row of runs is so much rarer than what it begins with, at `leadingRate`, that it is looked for as a
@@ -250,7 +275,8 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   }
   const LeadingProbes leading = ChooseLeading(ways);
   const double leadingRate = leading.rate;
-  const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(ChooseProbes(required));
+  const Probes requiredProbes = ChooseProbes(required);
+  const double requiredRate = required.empty() ? kEveryPlace : ExpectedRate(requiredProbes);
   if (!runs.empty()) middle_ = WorthwhileMiddle(runs, beside_, leading);
   if (middle_) {
     runs_.emplace(runs, beside_.after);
@@ -258,27 +284,34 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   }
   double rate = std::min(leadingRate, kEveryPlace);
   const bool areRuns = !runs.empty() && leadingRate < kWorthwhileLead;
-  if (requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
+  const bool isFaster =
+      !areRuns && !required.empty() && IsFaster(requiredProbes, requiredRate, leading);
+  if (isFaster ||
+      requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
     required_.emplace(WithoutCommonEnds(required));
   } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
     rarer_.emplace(WithoutCommonEnds(required));
   }
-  if (leadingRate < (required_ ? kRareLead : kWorthwhileLead)) {
-    leading_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
-  } else {
-    rate = kEveryPlace;
+  if (leadingRate < kWorthwhileLead) {
+    const bool isForShortTexts = required_ && (isFaster || leadingRate >= kRareLead);
+    std::optional<StartScan>& scan = isForShortTexts ? starts_ : leading_;
+    scan.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
   }
-  if (required_) rate = std::min(rate, RateInClusters(ChooseProbes(required)));
+  if (!leading_) rate = kEveryPlace;
+  if (required_) rate = std::min(rate, RateInClusters(requiredProbes));
   cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
   if (!leading_ || required_ || !areRuns) return;
   cost_ = 0;
   runs_.emplace(runs, beside_.after);
+  readsRuns_ = VariableBytes(runs) <= kFewReadBytes;
   const std::vector<Run> row = WithNeighbours(runs, beside_);
   if (IsRareAsAWhole(row, leadingRate)) filter_ = RunFilter::For(row);
 }
 
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
                                   CompileBudget& budget) {
+  if (leading_ && !required_ && !runs_) few_ = FewWords::For(tree, words_, budget);
+  if (few_) return;
   const bool makesStatesAllTheTime = cost_ > 0 && graph_->size > kMostLeadingPositions;
   listLead_ = ListLead::For(tree, options,
                             makesStatesAllTheTime ? std::numeric_limits<double>::infinity() : cost_,
@@ -286,7 +319,7 @@ void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& op
 }
 
 void LocatorProgram::PrepareLooks(CompileBudget& budget) {
-  if (!NeedsNoAutomata()) reader_ = MatchReader::For(*graph_, budget);
+  if (!NeedsNoAutomata() || readsRuns_) reader_ = MatchReader::For(*graph_, budget);
 }
 
 bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const Byte* begin,
@@ -309,11 +342,12 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
   const StringScan* const required = required_ ? &*required_ : rarer_ ? &*rarer_ : nullptr;
   const Byte* const held = required != nullptr ? required->Find(place, end) : end;
   if (held == nullptr) return Answer::kNoMatch;
-  if (leading_) {
-    place = leading_->Find(place, begin, end);
+  if (const StartScan* const starts = Starts()) {
+    place = starts->Find(place, begin, end);
     if (place == nullptr) return Answer::kNoMatch;
     if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   }
+  if (few_) return LookForFewWords(place, begin, end, match);
   if (filter_) {
     RunFilter::Cursor places;
     const auto nextRow = [&](const Byte* from) { return NextRow(from, begin, end, places); };
@@ -325,6 +359,32 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
   return TryRuns(place, end, next, match);
 }
 
+/// The first of a few words, at `place` or at one after it that the leading bytes lead to.
+LocatorProgram::Answer LocatorProgram::LookForFewWords(const Byte* place, const Byte* begin,
+                                                       const Byte* end, LocatedRange& match) const {
+  for (; place != nullptr; place = leading_->Find(place + 1, begin, end)) {
+    const Byte* const stop = EndOfWord(place, begin, end);
+    if (stop == nullptr) continue;
+    match = {place, stop};
+    return Answer::kMatch;
+  }
+  return Answer::kNoMatch;
+}
+
+/// Where the longest of a few words ends that stands at `place` in a text from `begin` to `end`; null: there is none.
+inline const Byte* LocatorProgram::EndOfWord(const Byte* place, const Byte* begin,
+                                             const Byte* end) const {
+  const auto kindAt = [&](const Byte* at) {
+    return at < begin || at == end ? ByteKind::kNewline : graph_->kindOf[*at];
+  };
+  if ((few_->Starts() & NeighbourBit(kindAt(place - 1), kindAt(place))) == 0) return nullptr;
+  const auto canEnd = [&](const Byte* stop) {
+    return (few_->Stops() & NeighbourBit(kindAt(stop - 1), kindAt(stop))) != 0;
+  };
+  const std::size_t length = few_->LongestAt(place, begin, end, canEnd);
+  return length > 0 ? place + length : nullptr;
+}
+
 /// Reads from `place` and the ones after it from which a match may start.
 LocatorProgram::Answer LocatorProgram::LookByReading(const Byte* place, const Byte* begin,
                                                      const Byte* end, LocatedRange& match) const {
@@ -332,8 +392,14 @@ LocatorProgram::Answer LocatorProgram::LookByReading(const Byte* place, const By
     return at == begin ? ByteKind::kNewline : graph_->kindOf[at[-1]];
   };
   const Byte* const last = end - shortest_;
+  const StartScan* const starts = Starts();
   std::ptrdiff_t mayRead = kReadAgainInLook * (end - begin);
-  while (place <= last) {
+  for (;;) {
+    if (shortest_ > 0) {
+      while (place <= last && !canStart_[*place])
+        ++place;
+    }
+    if (place > last) return Answer::kNoMatch;
     const MatchReader::Reading reading = reader_->Read(place, end, kindBefore(place));
     if (reading.end != nullptr) {
       // Whether there is a line after the last line feed, which would be empty, depends on who asks.
@@ -344,14 +410,13 @@ LocatorProgram::Answer LocatorProgram::LookByReading(const Byte* place, const By
     mayRead -= reading.readTo - place;
     if (mayRead < 0) return Answer::kUnknown;
     place = reading.next;
-    if (leading_) {
-      place = place <= last ? leading_->Find(place, begin, end) : nullptr;
+    if (starts != nullptr) {
+      place = place <= last ? starts->Find(place, begin, end) : nullptr;
       if (place == nullptr) return Answer::kNoMatch;
     } else if (reader_->StartsLines()) {
       place = LineEnd(place - 1, end) + 1;
     }
   }
-  return Answer::kNoMatch;
 }
 
 /// The first place from `place` on where the row of runs can begin as a whole; null if there is none. Where something
@@ -430,6 +495,9 @@ LocatorProgram::LocatorProgram(WordScan scan, bool words, const CharSet& wordByt
                                std::unique_ptr<const PositionGraph> graph)
     : graph_(graph != nullptr ? std::move(graph) : KindsAlone(scan, wordBytes)),
       words_(words),
+      findsMany_(true),
+      startsAnywhere_(scan.Starts() == kAnyNeighbours),
+      canStart_(MembersOf(scan.FirstBytes())),
       list_(std::move(scan)),
       canDoWithoutList_(graph_->size > 0) {}
 
@@ -476,11 +544,12 @@ MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, con
                                        bool refusesEmpty, int after) {
   Search search = {place, begin, end, refusesEmpty, false, {}};
   gaveUpAt_ = nullptr;
-  if (program_.findsMany_ && after < 0) return FindMany(search);
+  const bool wordMayGoOn = after >= 0 && program_.words_ &&
+                           graph_.kindOf[static_cast<std::size_t>(after)] == ByteKind::kLetter;
+  if (program_.findsMany_ && !wordMayGoOn) return FindMany(search);
   if (!FindFrom(search)) return {};
   // A word ends before the byte after the text as it really is, unless it is the whole line.
-  if (after >= 0 && program_.words_ && search.match.end == end &&
-      graph_.kindOf[static_cast<std::size_t>(after)] == ByteKind::kLetter &&
+  if (wordMayGoOn && search.match.end == end &&
       KindBefore(search, search.match.start) != ByteKind::kNewline) {
     search.place = search.match.start;
     search.refusesLineEnd = true;
@@ -550,6 +619,7 @@ std::size_t MatchLocator::FindTogether(const Search& search, std::size_t most) {
   if (program_.class_) return FindClassRuns(search, most);
   if (program_.middle_) return FindFromMiddle(search, most);
   if (program_.runs_) return FindRuns(search, most);
+  if (program_.few_) return FindFewWords(search, most);
   return program_.string_ ? FindStrings(search, most) : FindOneByOne(search, most);
 }
 
@@ -606,6 +676,18 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
     place = program_.NextRow(place, search.begin, search.end, runPlaces_);
     if (place != nullptr) place = take(place);
   }
+  return count;
+}
+
+std::size_t MatchLocator::FindFewWords(const Search& search, std::size_t most) {
+  std::size_t count = 0;
+  const auto take = [&](const Byte* place) -> const Byte* {
+    const Byte* const end = program_.EndOfWord(place, search.begin, search.end);
+    if (end == nullptr) return place + 1;
+    ready_[count++] = {place, end};
+    return count < most ? end : nullptr;
+  };
+  program_.leading_->ForEach(search.place, search.begin, search.end, hits_, take);
   return count;
 }
 

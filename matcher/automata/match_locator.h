@@ -15,7 +15,8 @@
 //                   says from where on the text up to its end could be the beginning of a match.
 //   every place     None of these promises to leave much out.
 //
-// Where the pattern is a row of runs (run_scan.h), these are read from the leading bytes on, and there is
+// Where the pattern is nothing but a few words (words/few_words.h), these are compared with the places that the leading
+// bytes lead to, and there is the answer. Where it is a row of runs (run_scan.h), these are read from the leading bytes on, and there is
 // the answer, too; where such bytes are everywhere, from a rare string in the middle of the row (run_middle.h), or
 // from the places where the whole row can begin (run_filter.h). A single run is told by its bits (class_run.h).
 // What must stand beside each match, as after "^" a line begins, is looked for with all of these. Where no match is
@@ -48,6 +49,7 @@
 #include "matcher/scan/start_scan.h"
 #include "matcher/scan/string_scan.h"
 #include "matcher/tuning.h"
+#include "matcher/words/few_words.h"
 #include "matcher/words/word_scan.h"
 
 #include <array>
@@ -79,7 +81,8 @@ class LocatorProgram {
                  std::unique_ptr<const PositionGraph> graph);
 
   /// Has a list of words in `tree`, which the graph was made of with `options`, lead where that is expected to be
-  /// faster than what leads now. The work is charged to `budget`.
+  /// faster than what leads now, or, if all of it are a few words, these compared where it leads to. The work is charged
+  /// to `budget`.
   void ConsiderList(const SyntaxTree& tree, const GraphOptions& options, CompileBudget& budget);
 
   /// Prepares to tell matches in short texts without a search. The work is charged to `budget`.
@@ -129,6 +132,10 @@ class LocatorProgram {
   Answer LookForRuns(const unsigned char* place, const unsigned char* end,
                      LocatedRange& match) const;
   void ChooseLead(const std::vector<CharSet>& required, const std::vector<Run>& runs);
+  Answer LookForFewWords(const unsigned char* place, const unsigned char* begin,
+                         const unsigned char* end, LocatedRange& match) const;
+  const unsigned char* EndOfWord(const unsigned char* place, const unsigned char* begin,
+                                 const unsigned char* end) const;
   const unsigned char* NextRow(const unsigned char* place, const unsigned char* begin,
                                const unsigned char* end, RunFilter::Cursor& cursor) const;
   template <typename Next>
@@ -140,9 +147,11 @@ class LocatorProgram {
                        LocatedRange& match) const;
   bool HasNeighbours(const unsigned char* start, const unsigned char* stop,
                      const unsigned char* begin, const unsigned char* end) const;
+  /// What finds the places where a match can start in short texts; null: they are all looked at.
+  const StartScan* Starts() const { return leading_ ? &*leading_ : starts_ ? &*starts_ : nullptr; }
   bool HasScan() const { return required_.has_value() || leading_.has_value(); }
   /// Whether the lead alone tells where matches lie.
-  bool NeedsNoAutomata() const { return string_ || class_ || runs_; }
+  bool NeedsNoAutomata() const { return string_ || class_ || runs_ || few_; }
 
   const std::unique_ptr<const PositionGraph> graph_;
   const bool words_;
@@ -155,15 +164,18 @@ class LocatorProgram {
   std::optional<RunMiddle> middle_;     // a string in the middle of the row
   std::optional<RunFilter>
       filter_;  // set if the leading bytes are common: looks for the row as a whole
-  std::optional<MatchReader> reader_;  // set if it is of use in short texts
+  std::optional<StartScan> starts_;    // the same where another leads, for short texts
+  std::optional<MatchReader> reader_;  // set if it is of use in these
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
   Beside beside_;
+  bool readsRuns_ = false;        // the row of runs is read byte by byte in short texts
   bool isToldBeside_ = true;      // what must stand beside the string is in `beside_`
   bool isStringFree_ = false;     // nothing must stand beside the string
   bool findsMany_ = false;        // matches are found several at a time: none is empty
   bool startsAnywhere_ = false;   // matches start so whatever stands before them
   MemberTable canStart_{};        // the bytes that a match, which is not empty, can start with
   std::ptrdiff_t shortest_ = 0;   // no match has fewer bytes
+  std::optional<FewWords> few_;   // set if what the leading bytes lead to are a few words
   std::optional<WordScan> list_;  // set if that lead is followed
   bool canDoWithoutList_ = true;
   std::optional<ListLead>
@@ -278,6 +290,7 @@ class MatchLocator {
   std::size_t FindFromMiddle(const Search& search, std::size_t most);
   std::size_t FindStrings(const Search& search, std::size_t most);
   std::size_t FindRuns(const Search& search, std::size_t most);
+  std::size_t FindFewWords(const Search& search, std::size_t most);
   std::size_t FindOneByOne(const Search& search, std::size_t most);
   Step FindListed(Search& search);
   Step FindAroundList(Search& search);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <utility>
 
 namespace trovex {
@@ -30,12 +31,17 @@ class ReaderMaker {
     auto operator<=>(const State&) const = default;
   };
 
+  /// In the order of rows.
+  enum class Rank : unsigned char { kNowhere, kOver, kEnded, kCovering, kOther };
+
+  Rank RankOf(std::size_t number) const;
+  void WriteRows(MatchReader& reader) const;
   State Step(const State& from, unsigned char byte);
   std::size_t NumberOf(const State& state);
   State StartBehind(ByteKind kind) const { return {{graph_.Start()}, kind, false}; }
   bool CoversStart(std::size_t number) const;
   bool IsBarren(std::size_t number) const;
-  std::size_t Stride() const { return static_cast<std::size_t>(graph_.classes) + 1; }
+  std::size_t Stride() const { return static_cast<std::size_t>(graph_.classes); }
 
   const PositionGraph& graph_;
   CompileBudget& budget_;
@@ -104,22 +110,44 @@ bool ReaderMaker::Make(MatchReader& reader) {
       next_[number].push_back(NumberOf(Step(*states_[number], byte)));
     }
   }
-  for (std::size_t number = 0; number < states_.size(); ++number) {
-    const State& state = *states_[number];
-    unsigned facts = state.hasEnded ? MatchReader::kHasEnded : 0;
-    if (state.nodes.empty()) facts |= MatchReader::kIsLast;
-    if (CoversStart(number)) facts |= MatchReader::kCoversStart;
-    reader.entries_.push_back(static_cast<Entry>(facts));
+  WriteRows(reader);
+  return true;
+}
+
+/// What a state is by the order of its row.
+ReaderMaker::Rank ReaderMaker::RankOf(std::size_t number) const {
+  const State& state = *states_[number];
+  if (state.nodes.empty()) return state.hasEnded ? Rank::kOver : Rank::kNowhere;
+  if (state.hasEnded) return Rank::kEnded;
+  return CoversStart(number) ? Rank::kCovering : Rank::kOther;
+}
+
+void ReaderMaker::WriteRows(MatchReader& reader) const {
+  std::vector<Rank> ranks;
+  for (std::size_t number = 0; number < states_.size(); ++number)
+    ranks.push_back(RankOf(number));
+  std::vector<std::size_t> order(states_.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return ranks[a] < ranks[b]; });
+  std::vector<Entry> rowOf(states_.size());
+  for (std::size_t i = 0; i < order.size(); ++i)
+    rowOf[order[i]] = static_cast<Entry>(i * Stride());
+  const auto firstFrom = [&](Rank rank) {
+    const auto count = std::count_if(ranks.begin(), ranks.end(), [&](Rank r) { return r < rank; });
+    return static_cast<Entry>(static_cast<std::size_t>(count) * Stride());
+  };
+  reader.over_ = static_cast<Entry>(firstFrom(Rank::kEnded) - Stride());
+  reader.covering_ = firstFrom(Rank::kCovering);
+  reader.others_ = firstFrom(Rank::kOther);
+  for (const std::size_t number : order) {
     for (const std::size_t next : next_[number])
-      reader.entries_.push_back(static_cast<Entry>(next * Stride()));
+      reader.entries_.push_back(rowOf[next]);
   }
   for (std::size_t kind = 0; kind < starts_.size(); ++kind) {
-    if (!IsBarren(starts_[kind]))
-      reader.starts_[kind] = static_cast<Entry>(starts_[kind] * Stride());
+    if (!IsBarren(starts_[kind])) reader.starts_[kind] = rowOf[starts_[kind]];
   }
-  for (std::size_t byte = 0; byte < reader.columnOf_.size(); ++byte)
-    reader.columnOf_[byte] = static_cast<unsigned char>(graph_.classOf[byte] + 1);
-  return true;
+  reader.columnOf_ = graph_.classOf;
 }
 
 std::optional<MatchReader> MatchReader::For(const PositionGraph& graph, CompileBudget& budget) {

@@ -45,18 +45,19 @@ class MatchReader {
   /// Reads from `place` on in a text that ends at `end`, behind a byte of the kind `before`.
   Reading Read(const unsigned char* place, const unsigned char* end, ByteKind before) const {
     const Entry* const entries = entries_.data();
-    std::size_t row = starts_[static_cast<std::size_t>(before)];
+    Entry row = starts_[static_cast<std::size_t>(before)];
     Reading reading = {nullptr, place + 1, place};
     bool isCovered = true;
     for (;; ++reading.readTo) {
       const unsigned char byte = reading.readTo != end ? *reading.readTo : '\n';
       row = entries[row + columnOf_[byte]];
-      const Entry facts = entries[row];
-      if ((facts & kHasEnded) != 0) reading.end = reading.readTo;
-      if ((facts & kIsLast) != 0) return reading;
-      isCovered = isCovered && (facts & kCoversStart) != 0;
+      if (row <= over_) break;
+      if (row < covering_) reading.end = reading.readTo;
+      isCovered = isCovered && row < others_;
       reading.next += isCovered ? 1 : 0;
     }
+    if (row != kNowhere) reading.end = reading.readTo;
+    return reading;
   }
 
   /// Whether matches start at the begins of lines alone.
@@ -68,17 +69,22 @@ class MatchReader {
  private:
   friend class ReaderMaker;
 
-  /// A state is a row of entries: what is to be known of it, then for each class of bytes where its row begins that the
-  /// state leads to.
+  /// A state is a row of entries: for each class of bytes, where the row of the state begins that it leads to. The order
+  /// of the rows says what is to be known of a state:
+  ///
+  ///   kNowhere          nothing can end
+  ///   over_             a match has ended before the byte that led here, and no other can
+  ///   up to covering_   a match has ended so
+  ///   up to others_     none has, and the state goes on in all ways in which a match can begin
+  ///   after that        all others
   using Entry = std::uint16_t;
-  static constexpr Entry kHasEnded = 1;     // a match has ended before the byte that led here
-  static constexpr Entry kIsLast = 2;       // no other can end
-  static constexpr Entry kCoversStart = 4;  // goes on in all ways in which a match can begin
-  /// The row of the state in which nothing can end.
   static constexpr Entry kNowhere = 0;
 
   std::vector<Entry> entries_;
   std::array<Entry, kByteKinds> starts_{};  // by the kind of the byte before
+  Entry over_ = 0;
+  Entry covering_ = 0;
+  Entry others_ = 0;
   ByteMap columnOf_{};
 };
 

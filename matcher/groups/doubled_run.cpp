@@ -18,14 +18,16 @@ std::optional<DoubledRun> DoubledRun::Make(const SyntaxTree& tree, const ByteMap
       reference.nextSibling != kNoNode)
     return std::nullopt;
   const SyntaxNode& repeat = tree.Node(group.firstChild);
-  if (repeat.kind != SyntaxKind::kRepeat || repeat.min < 1 || repeat.max != kUnbounded)
-    return std::nullopt;
+  if (repeat.kind != SyntaxKind::kRepeat || repeat.min < 1) return std::nullopt;
+  const bool isBounded = repeat.max != kUnbounded;
+  if (isBounded && repeat.max > kLongestBoundedHalf) return std::nullopt;
   const SyntaxNode& leaf = tree.Node(repeat.firstChild);
   if (leaf.kind != SyntaxKind::kByte && leaf.kind != SyntaxKind::kSet) return std::nullopt;
 
   DoubledRun run;
   run.comparedAs_ = comparedAs;
   run.shortest_ = static_cast<std::size_t>(repeat.min);
+  if (isBounded) run.longest_ = static_cast<std::size_t>(repeat.max);
   for (std::size_t c = 0; c < run.members_.size(); ++c) {
     const unsigned char translated = tree.translate[c];
     run.members_[c] = c != '\n' && (leaf.kind == SyntaxKind::kByte ? leaf.value == translated
@@ -53,9 +55,10 @@ std::size_t DoubledRun::Next(TextView text, std::size_t from, std::size_t lastSt
         ++runEnd;
     }
     const std::size_t run = runEnd - place;
-    if (run > kLongDoubledRun) looked += run;
-    half = run > kLongDoubledRun ? HalfAtLongRun(text.data() + place, run, same)
-                                 : HalfAt(text.data() + place, run, looked);
+    const bool isLong = run > kLongDoubledRun && longest_ == kNowhere;
+    if (isLong) looked += run;
+    half = isLong ? HalfAtLongRun(text.data() + place, run, same)
+                  : HalfAt(text.data() + place, run, looked);
     if (half > 0 || used + looked / kLookedForAUnit > most) {
       used += looked / kLookedForAUnit;
       return place;
@@ -69,7 +72,7 @@ std::size_t DoubledRun::Next(TextView text, std::size_t from, std::size_t lastSt
 std::size_t DoubledRun::HalfAt(const unsigned char* place, std::size_t run,
                                std::size_t& looked) const {
   const unsigned char first = comparedAs_[*place];
-  for (std::size_t half = run / 2; half >= shortest_; --half) {
+  for (std::size_t half = std::min(run / 2, longest_); half >= shortest_; --half) {
     ++looked;
     if (comparedAs_[place[half]] != first) continue;
     std::size_t same = 1;

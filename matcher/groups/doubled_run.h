@@ -1,4 +1,4 @@
-// Patterns such as "([a-z]+)\1": bytes of one set, and the same again.
+// Patterns such as "([a-z]+)\1" and "([a-z]{2,5})\1": bytes of one set, and the same again.
 //
 // Many ways are open there, and the text decides between them fast: bytes of the set stand in runs, and of a
 // place in a run it is asked at which distances the bytes from there on stand again, the greatest first. In a
@@ -39,6 +39,7 @@ class DoubledRun {
   std::array<bool, 256> members_{};
   ByteMap comparedAs_{};
   std::size_t shortest_ = 1;
+  std::size_t longest_ = kNowhere;  // of a half
 };
 
 }  // namespace trovex

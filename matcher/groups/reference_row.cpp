@@ -1,10 +1,12 @@
 #include "matcher/groups/reference_row.h"
 
+#include "matcher/groups/byte_words.h"
 #include "matcher/groups/way_graph.h"
 #include "matcher/limits.h"
 #include "matcher/tuning.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -26,6 +28,26 @@ CharSet AllButFeed() {
   return all;
 }
 
+/// The last place from `least` to `last` where `byte` stands; kNowhere if there is none.
+std::size_t LastSame(const unsigned char* bytes, std::size_t least, std::size_t last,
+                     unsigned char byte) {
+  if constexpr (std::endian::native == std::endian::little) {
+    for (; last >= least + 8; last -= 8) {
+      const std::uint64_t same = ZeroBytes(LoadWord(bytes + last - 7) ^ Repeated(byte));
+      if (same != 0) return last - static_cast<std::size_t>(std::countl_zero(same)) / 8;
+    }
+    if (last >= 7) {
+      const std::uint64_t same = ZeroBytes(LoadWord(bytes + last - 7) ^ Repeated(byte));
+      const std::size_t before = static_cast<std::size_t>(std::countl_zero(same)) / 8;
+      return before <= last - least ? last - before : kNowhere;
+    }
+  }
+  while (bytes[last] != byte) {
+    if (last-- == least) return kNowhere;
+  }
+  return last;
+}
+
 bool IsLeaf(const SyntaxNode& node) {
   return node.kind == SyntaxKind::kByte || node.kind == SyntaxKind::kSet;
 }
@@ -37,6 +59,7 @@ std::optional<ReferenceRow> ReferenceRow::Make(const SyntaxTree& tree, const Opt
   ReferenceRow row;
   row.options_ = options;
   row.wordBytes_ = MembersOf(options.wordBytes);
+  row.comparesBytes_ = options.comparedAs == kSameBytes;
   row.groups_.resize(static_cast<std::size_t>(tree.groupCount) + 1);
   if (!row.Add(tree, tree.Node(tree.Root())) || !row.IsFit()) return std::nullopt;
   row.NoteWhatFollows();
@@ -300,6 +323,7 @@ void ReferenceRow::NoteWhatFollows() {
     piece.asksNext = FirstOf(i + 1, next);
     if (!piece.asksNext) continue;
     piece.next = TableOf(next);
+    if (next.count() == 1) piece.nextByte = static_cast<unsigned char>(next._Find_first());
     piece.isRead = (next & sets_[piece.table]).none();
     std::size_t after = i + 1;
     while (pieces_[after].kind == Kind::kOpen || pieces_[after].kind == Kind::kClose ||
@@ -505,7 +529,8 @@ void ReferenceRow::Go(const Way& way, std::size_t index, std::size_t place) cons
         const std::size_t end = EndOfRun(way, piece, place);
         if (end - place < piece.least) return;
         if (!piece.isRead) return Choose(way, index, place, end);
-        if (end - place > piece.most) return;
+        if (end - place > piece.most || end == text.size()) return;
+        if (!tables_[piece.next][text[end]]) return;
         place = end;
         break;
       }
@@ -536,32 +561,34 @@ bool ReferenceRow::StandsAgain(const Way& way, const ByteRange& group, std::size
 /// The end of the run at `place`: of one that has a bound, and is not read to its end, no further than that.
 std::size_t ReferenceRow::EndOfRun(const Way& way, const Piece& run, std::size_t place) const {
   const unsigned char* const begin = way.text.data() + place;
-  const unsigned char* const end = way.text.data() + way.text.size();
-  const MemberTable& members = tables_[run.table];
-  const unsigned char* last = begin;
   if (!run.isRead && run.most <= kMostBoundedRowRun) {
-    const auto most = static_cast<std::ptrdiff_t>(run.most);
-    const unsigned char* const limit = end - begin > most ? begin + most : end;
-    while (last != limit && members[*last])
-      ++last;
-    return place + static_cast<std::size_t>(last - begin);
+    const std::size_t most = std::min(run.most, way.text.size() - place);
+    const MemberTable& members = tables_[run.table];
+    std::size_t length = 0;
+    while (length != most && members[begin[length]])
+      ++length;
+    return place + length;
   }
   Workspace::ReadRun& read = way.work.runs_[run.table];
-  if (read.from <= begin && begin < read.end) {
-    last = read.end;
-  } else {
-    if (areAllButFeed_[run.table]) {
-      const void* const feed = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
-      last = feed != nullptr ? static_cast<const unsigned char*>(feed) : end;
-    } else {
-      while (last != end && members[*last])
-        ++last;
-    }
-    way.work.used_ += static_cast<std::uint64_t>(last - begin) / 2;
-    read = {begin, last};
-  }
-  const auto length = static_cast<std::size_t>(last - begin);
+  if (begin < read.from || begin >= read.end) ReadRunAt(way, run, begin, read);
+  const auto length = static_cast<std::size_t>(read.end - begin);
   return place + (run.isRead ? length : std::min(length, run.most));
+}
+
+void ReferenceRow::ReadRunAt(const Way& way, const Piece& run, const unsigned char* begin,
+                             Workspace::ReadRun& read) const {
+  const unsigned char* const end = way.text.data() + way.text.size();
+  const unsigned char* last = begin;
+  if (areAllButFeed_[run.table]) {
+    const void* const feed = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
+    last = feed != nullptr ? static_cast<const unsigned char*>(feed) : end;
+  } else {
+    const MemberTable& members = tables_[run.table];
+    while (last != end && members[*last])
+      ++last;
+  }
+  way.work.used_ += static_cast<std::uint64_t>(last - begin) / 2;
+  read = {begin, last};
 }
 
 /// Tries the ends of the run at `place`, which can be no later than `end`, the furthest first.
@@ -570,33 +597,46 @@ void ReferenceRow::Choose(const Way& way, std::size_t index, std::size_t place,
   const Piece& run = pieces_[index];
   Workspace& work = way.work;
   const unsigned char* const bytes = way.text.data();
-  const MemberTable& next = tables_[run.next];
-  const ByteMap& as = options_.comparedAs;
-  unsigned char first = 0;
-  if (run.nextReference != 0) {
-    first = as[bytes[work.groups_[static_cast<std::size_t>(run.nextReference)].begin]];
+  const bool isReference = run.nextReference != 0;
+  unsigned char next = run.nextByte;
+  if (isReference) {
+    next = bytes[work.groups_[static_cast<std::size_t>(run.nextReference)].begin];
     work.metReference_ = true;
   }
-  const auto canGoOnAt = [&](std::size_t at) {
-    if (!run.asksNext) return true;
-    if (at == way.text.size()) return false;
-    return run.nextReference != 0 ? as[bytes[at]] == first : next[bytes[at]];
+  // The last end up to `last` at which what follows can stand; nowhere if that is before `least`.
+  const auto lastEnd = [&](std::size_t last, std::size_t least) {
+    if (!run.asksNext) return last;
+    if (last == way.text.size()) {
+      if (last == least) return kNowhere;
+      --last;
+    }
+    if (isReference ? !comparesBytes_ : run.nextByte == 0) {
+      const ByteMap& as = options_.comparedAs;
+      const MemberTable& members = tables_[run.next];
+      while (isReference ? as[bytes[last]] != as[next] : !members[bytes[last]]) {
+        if (last-- == least) return kNowhere;
+      }
+      return last;
+    }
+    return LastSame(bytes, least, last, next);
   };
   std::size_t least = place + run.least;
-  for (std::size_t at = end + 1; at-- > least;) {
-    if (!canGoOnAt(at)) {
-      ++work.used_;
-      continue;
-    }
+  for (std::size_t at = end;; --at) {
+    const std::size_t last = at;
+    at = lastEnd(last, least);
+    work.used_ += (last - (at == kNowhere ? least : at)) / 2;
+    if (at == kNowhere) return;
     if (++work.tries_ > kMostRowTries) {
       work.isSpent_ = true;
       return;
     }
     Go(way, index + 1, at);
     if (work.isSpent_) return;
-    if (work.best_ == kNowhere) continue;
-    const std::size_t after = MostAfter(way, index);
-    if (after != kEndless && work.best_ >= after) least = std::max(least, work.best_ - after + 1);
+    if (work.best_ != kNowhere) {
+      const std::size_t after = MostAfter(way, index);
+      if (after != kEndless && work.best_ >= after) least = std::max(least, work.best_ - after + 1);
+    }
+    if (at <= least) return;
   }
 }
 

@@ -77,6 +77,12 @@ class ReferenceRow {
   SearchOutcome Next(TextView text, std::size_t from, std::size_t lastStart, ByteRange& match,
                      std::uint64_t most, Workspace& work) const;
 
+  /// Whether what leads to matches stands in `text`.
+  bool MayBeIn(TextView text) const {
+    const unsigned char* const begin = text.data();
+    return !scan_ || scan_->Find(begin, begin + text.size()) != nullptr;
+  }
+
   /// At how many of 100,000 places a start is expected to be tried.
   double Rate() const { return rate_; }
 
@@ -94,8 +100,9 @@ class ReferenceRow {
     bool isRead = false;     // a run that is read to its end: none of its bytes can stand after it
     bool asksNext = false;   // it is known what can stand after it:
     std::uint32_t next = 0;  // these bytes
-    int nextReference = 0;   // or the first byte of this group; 0: none
-    std::size_t closedAt = 0;  // of a back-reference: the piece that closes its group
+    unsigned char nextByte = 0;  // this one alone, if it is not 0
+    int nextReference = 0;       // or the first byte of this group; 0: none
+    std::size_t closedAt = 0;    // of a back-reference: the piece that closes its group
   };
 
   /// A group that was read from the tree.
@@ -132,6 +139,8 @@ class ReferenceRow {
   void ChooseWord(const Way& way, std::size_t index, std::size_t place) const;
   bool StandsAgain(const Way& way, const ByteRange& group, std::size_t place) const;
   std::size_t EndOfRun(const Way& way, const Piece& run, std::size_t place) const;
+  void ReadRunAt(const Way& way, const Piece& run, const unsigned char* begin,
+                 Workspace::ReadRun& read) const;
   std::size_t MostAfter(const Way& way, std::size_t index) const;
   std::size_t NextStart(TextView text, std::size_t start, Workspace& work) const;
 
@@ -142,6 +151,7 @@ class ReferenceRow {
   MemberTables tables_;
   std::vector<CharSet> sets_;        // by table
   std::vector<bool> areAllButFeed_;  // by table: all bytes but the line feed belong to it
+  bool comparesBytes_ = false;       // back-references take bytes for the same only if they are
   MemberTable first_{};
   MemberTable wordBytes_{};
   Lead lead_ = Lead::kEveryPlace;

@@ -75,6 +75,9 @@ class ReferenceSearch {
   /// beforehand: at most one way is open at each of them, or the ways are those of a row.
   bool IsFast() const { return walk_.has_value() || doubled_.has_value() || row_.has_value(); }
 
+  /// Whether a scan of `text` leaves a match possible.
+  bool MayHold(TextView text) const { return !row_ || row_->MayBeIn(text); }
+
  private:
   friend class ReferenceRun;
 

@@ -1,5 +1,6 @@
 #include "matcher/groups/reference_walk.h"
 
+#include "matcher/groups/byte_words.h"
 #include "matcher/limits.h"
 #include "matcher/tuning.h"
 
@@ -7,7 +8,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <vector>
 
@@ -36,18 +36,6 @@ bool CanBeEmpty(const WayGraph& graph, int group) {
     open.push_back(step.other);
   }
   return false;
-}
-
-std::uint64_t Load(const unsigned char* bytes) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
-  return word;
-}
-
-/// The top bit of each byte that is zero.
-std::uint64_t ZeroBytes(std::uint64_t word) {
-  constexpr std::uint64_t kLow = 0x7F7F7F7F7F7F7F7FU;
-  return ~(((word & kLow) + kLow) | word | kLow);
 }
 
 }  // namespace
@@ -391,7 +379,7 @@ std::size_t ReferenceWalk::NextPlace(TextView text, std::size_t from, std::size_
       const unsigned char* const bytes = text.data() + place;
       std::uint64_t alike = ~std::uint64_t{0};
       for (const Repeat& repeat : repeats_)
-        alike &= ZeroBytes(Load(bytes + repeat.first) ^ Load(bytes + repeat.second));
+        alike &= ZeroBytes(LoadWord(bytes + repeat.first) ^ LoadWord(bytes + repeat.second));
       if (alike == 0) continue;
       place += static_cast<std::size_t>(std::countr_zero(alike)) / 8;
       return place <= last ? place : kNowhere;

@@ -9,7 +9,8 @@ namespace {
 
 class StreamWriter {
  public:
-  StreamWriter(const SyntaxTree& tree, TokenStream& stream) : tree_(tree), stream_(stream) {
+  StreamWriter(const SyntaxTree& tree, References references, TokenStream& stream)
+      : tree_(tree), references_(references), stream_(stream) {
     tokenOf_.fill(TokEnd);
     for (std::size_t c = 0; c < tree.translate.size(); ++c) {
       ++sourcesOf_[tree.translate[c]];
@@ -43,7 +44,7 @@ class StreamWriter {
         WriteAnchor(static_cast<Anchor>(node.value));
         break;
       case SyntaxKind::kBackReference:
-        isPossible_ = false;
+        if (references_ == References::kRefused) isPossible_ = false;
         Append(TokBackref);
         break;
       case SyntaxKind::kGroup:
@@ -146,6 +147,7 @@ class StreamWriter {
   void Append(Token token) { stream_.tokens.push_back(token); }
 
   const SyntaxTree& tree_;
+  const References references_;
   TokenStream& stream_;
   std::array<int, 256> sourcesOf_{};           // how many bytes are compared as this one
   std::array<unsigned char, 256> sourceOf_{};  // one of them
@@ -157,9 +159,9 @@ class StreamWriter {
 
 }  // namespace
 
-std::optional<TokenStream> WriteTokenStream(const SyntaxTree& tree) {
+std::optional<TokenStream> WriteTokenStream(const SyntaxTree& tree, References references) {
   TokenStream stream;
-  if (!StreamWriter(tree, stream).WriteTree()) return std::nullopt;
+  if (!StreamWriter(tree, references, stream).WriteTree()) return std::nullopt;
   return stream;
 }
 

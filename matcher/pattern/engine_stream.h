@@ -23,10 +23,13 @@ struct TokenStream {
   bool hasTextEnd = false;      // "\'", which the stream takes for the end of a line
 };
 
-/// The stream of `tree`; nothing where automata could not stand for the engine: with back-references,
-/// which they cannot decide, with anchors in a repetition, which the engine forgets in some rounds, and
+enum class References : unsigned char { kRefused, kWritten };
+
+/// The stream of `tree`; nothing where automata could not stand for the engine: with back-references, which they cannot
+/// decide, unless these are written nevertheless, with anchors in a repetition, which the engine forgets in some rounds, and
 /// with "\B", which it takes for granted at some places after a repetition (" *\B" in "\xE4 a").
-std::optional<TokenStream> WriteTokenStream(const SyntaxTree& tree);
+std::optional<TokenStream> WriteTokenStream(const SyntaxTree& tree,
+                                            References references = References::kRefused);
 
 }  // namespace trovex
 

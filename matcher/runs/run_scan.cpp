@@ -225,16 +225,23 @@ inline const unsigned char* RunScan::LastTailAmong(std::uint64_t places, const B
 }
 
 /// Goes past a run of which all is seen at a glance: to where it ends, or where it is tried, to what follows it last.
-/// Null if it fails.
-inline const unsigned char* RunScan::PassAtAGlance(std::size_t index, const GlanceBits& bits,
-                                                   std::ptrdiff_t length, const Byte* place,
-                                                   const Byte* end) const {
+/// Null if it fails. False where that would have to be tried at many places, and be noted.
+inline bool RunScan::PassAtAGlance(std::size_t index, const Byte*& place, const Byte* end) const {
   const ReadyRun& run = runs_[index];
-  if (length < run.least) return nullptr;
-  if (index != tried_) return place + length;
-  const std::uint64_t upTo = ~std::uint64_t{0} >> (RunGlance::kBytes - 1 - length);
-  const std::uint64_t from = ~std::uint64_t{0} << run.least;
-  return LastTailAmong(bits.next & from & upTo, place, end);
+  const GlanceBits bits = run.glance->At(place);
+  const auto length = std::min<std::ptrdiff_t>(std::countr_one(bits.members), run.most);
+  if (length == RunGlance::kBytes) return false;
+  if (length < run.least) {
+    place = nullptr;
+  } else if (index != tried_) {
+    place += length;
+  } else {
+    const std::uint64_t upTo = ~std::uint64_t{0} >> (RunGlance::kBytes - 1 - length);
+    const std::uint64_t tails = bits.next & upTo & ~std::uint64_t{0} << run.least;
+    if (tailLength_ > 1 && std::popcount(tails) > kFewTails) return false;
+    place = LastTailAmong(tails, place, end);
+  }
+  return true;
 }
 
 const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Notes& notes) const {
@@ -255,15 +262,11 @@ const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Not
       continue;
     }
     const bool isRefused = run.isEndless && IsNoted(i, place, notes);
-    if (run.glance && !isRefused && end - place >= RunGlance::kBytes) {
-      const GlanceBits bits = run.glance->At(place);
-      const auto length = std::min<std::ptrdiff_t>(std::countr_one(bits.members), run.most);
-      if (length < RunGlance::kBytes) {
-        place = PassAtAGlance(i, bits, length, place, end);
-        if (place == nullptr) return fail();
-        if (i == tried_) return place + (tailLength_ - after_);
-        continue;
-      }
+    if (run.glance && !isRefused && end - place >= RunGlance::kBytes &&
+        PassAtAGlance(i, place, end)) {
+      if (place == nullptr) return fail();
+      if (i == tried_) return place + (tailLength_ - after_);
+      continue;
     }
     const Byte* const left = isRefused       ? notes.failures_[i].last
                              : run.isEndless ? EndOfRun(run, place, end)

@@ -137,8 +137,7 @@ class RunScan {
   const Byte* EndOfBoundedRun(std::size_t index, const Byte* place, const Byte* end,
                               Notes& notes) const;
   static const Byte* PassFixed(const ReadyRun& run, const Byte* place, const Byte* end);
-  const Byte* PassAtAGlance(std::size_t index, const GlanceBits& bits, std::ptrdiff_t length,
-                            const Byte* place, const Byte* end) const;
+  bool PassAtAGlance(std::size_t index, const Byte*& place, const Byte* end) const;
   const Byte* LastTailAmong(std::uint64_t places, const Byte* base, const Byte* end) const;
   const Byte* LastTail(const Byte* lowest, const Byte* highest, const Byte* end,
                        Notes& notes) const;

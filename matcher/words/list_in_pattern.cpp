@@ -17,6 +17,16 @@ namespace {
 
 using Parts = std::span<const int>;
 
+/// Adds the parts that the node `index` is a row of. Recurses as deep as the pattern is nested, which is limited before.
+void AddParts(const SyntaxTree& tree, int index, std::vector<int>& parts, CompileBudget& budget) {
+  budget.ChargeSteps(4);
+  const SyntaxNode& node = tree.Node(index);
+  if (node.kind == SyntaxKind::kGroup) return AddParts(tree, node.firstChild, parts, budget);
+  if (node.kind != SyntaxKind::kConcat) return parts.push_back(index);
+  for (int c = node.firstChild; c != kNoNode; c = tree.Node(c).nextSibling)
+    AddParts(tree, c, parts, budget);
+}
+
 /// Writes some parts of a tree as a tree of their own.
 class TreeCopier {
  public:
@@ -26,19 +36,103 @@ class TreeCopier {
   }
 
   SyntaxTree Copy(Parts parts) {
-    if (parts.size() == 1) {
-      Add(parts.front());
-      return std::move(copy_);
-    }
-    SyntaxNode whole = {.kind = SyntaxKind::kConcat};
-    int latest = kNoNode;
-    for (const int part : parts)
-      Link(Add(part), whole, latest);
-    copy_.nodes.push_back(whole);
+    AddRow(parts);
+    return std::move(copy_);
+  }
+
+  /// The whole tree without its groups, in which the alternatives that are parts of its row have what all of them
+  /// begin and end with beside them: "..Haus|..Hof" is "..(Haus|Hof)".
+  SyntaxTree Factored() {
+    AddFactored(tree_.Root());
     return std::move(copy_);
   }
 
  private:
+  int AddRow(Parts parts) {
+    if (parts.size() == 1) return Add(parts.front());
+    SyntaxNode whole = {.kind = parts.empty() ? SyntaxKind::kEmpty : SyntaxKind::kConcat};
+    int latest = kNoNode;
+    for (const int part : parts)
+      Link(Add(part), whole, latest);
+    return Push(whole);
+  }
+
+  /// Recurses as deep as the pattern is nested, which is limited before.
+  int AddFactored(int index) {
+    budget_.ChargeSteps(4);
+    const SyntaxNode& node = tree_.Node(index);
+    if (node.kind == SyntaxKind::kGroup) return AddFactored(node.firstChild);
+    if (node.kind == SyntaxKind::kAlternate) return AddAlternatives(index);
+    if (node.kind != SyntaxKind::kConcat) return Add(index);
+    SyntaxNode row = {.kind = SyntaxKind::kConcat};
+    int latest = kNoNode;
+    for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling)
+      Link(AddFactored(c), row, latest);
+    return Push(row);
+  }
+
+  int AddAlternatives(int index) {
+    std::vector<std::vector<int>> rows;
+    for (int c = tree_.Node(index).firstChild; c != kNoNode; c = tree_.Node(c).nextSibling)
+      AddParts(tree_, c, rows.emplace_back(), budget_);
+    std::size_t rest = SIZE_MAX;
+    for (const std::vector<int>& row : rows)
+      rest = std::min(rest, row.size());
+    const auto isShared = [&](const auto& partOf) {
+      return std::all_of(rows.begin(), rows.end(), [&](const std::vector<int>& row) {
+        return AreSame(partOf(row), partOf(rows.front()));
+      });
+    };
+    std::size_t before = 0;
+    while (rest > 0 && isShared([&](const auto& row) { return row[before]; })) {
+      ++before;
+      --rest;
+    }
+    std::size_t after = 0;
+    while (rest > 0 && isShared([&](const auto& row) { return row[row.size() - 1 - after]; })) {
+      ++after;
+      --rest;
+    }
+    if (before + after == 0) return Add(index);
+    SyntaxNode whole = {.kind = SyntaxKind::kConcat};
+    int latest = kNoNode;
+    const Parts first = rows.front();
+    for (const int part : first.first(before))
+      Link(Add(part), whole, latest);
+    SyntaxNode alternatives = {.kind = SyntaxKind::kAlternate};
+    int latestRow = kNoNode;
+    for (const std::vector<int>& row : rows)
+      Link(AddRow(Parts(row).subspan(before, row.size() - before - after)), alternatives,
+           latestRow);
+    Link(Push(alternatives), whole, latest);
+    for (const int part : first.last(after))
+      Link(Add(part), whole, latest);
+    return Push(whole);
+  }
+
+  /// Whether two parts of the tree are alike. Recurses like Add.
+  bool AreSame(int a, int b) {
+    budget_.ChargeSteps(4);
+    const SyntaxNode& one = tree_.Node(a);
+    const SyntaxNode& other = tree_.Node(b);
+    if (a == b) return true;
+    if (one.kind != other.kind || one.min != other.min || one.max != other.max) return false;
+    const bool isSet = one.kind == SyntaxKind::kSet;
+    if (isSet ? tree_.Set(one) != tree_.Set(other) : one.value != other.value) return false;
+    int c = one.firstChild;
+    int d = other.firstChild;
+    for (; c != kNoNode && d != kNoNode;
+         c = tree_.Node(c).nextSibling, d = tree_.Node(d).nextSibling) {
+      if (!AreSame(c, d)) return false;
+    }
+    return c == d;
+  }
+
+  int Push(const SyntaxNode& node) {
+    copy_.nodes.push_back(node);
+    return copy_.Root();
+  }
+
   /// Recurses as deep as the pattern is nested, which is limited before.
   int Add(int index) {
     budget_.ChargeSteps(4);
@@ -51,8 +145,7 @@ class TreeCopier {
       copy_.sets.push_back(tree_.Set(node));
       node.value = static_cast<int>(copy_.sets.size()) - 1;
     }
-    copy_.nodes.push_back(node);
-    return copy_.Root();
+    return Push(node);
   }
 
   /// Makes `child` the last one of `parent`, of which `latest` is the last so far.
@@ -75,7 +168,7 @@ class ListFinder {
   ListFinder(const SyntaxTree& tree, CompileBudget& budget) : tree_(tree), budget_(budget) {}
 
   std::optional<ListInPattern> Find(double mostRate) {
-    AddParts(tree_.Root());
+    AddParts(tree_, tree_.Root(), parts_, budget_);
     std::optional<Found> rarest;
     for (std::size_t i = 0; i < parts_.size(); ++i) {
       if (KindOf(i) != SyntaxKind::kAlternate) continue;
@@ -100,16 +193,6 @@ class ListFinder {
     std::size_t begin;
     std::size_t end;
   };
-
-  /// Adds the parts that `index` is a row of. Recurses as deep as the pattern is nested, which is limited before.
-  void AddParts(int index) {
-    budget_.ChargeSteps(4);
-    const SyntaxNode& node = tree_.Node(index);
-    if (node.kind == SyntaxKind::kGroup) return AddParts(node.firstChild);
-    if (node.kind != SyntaxKind::kConcat) return parts_.push_back(index);
-    for (int c = node.firstChild; c != kNoNode; c = tree_.Node(c).nextSibling)
-      AddParts(c);
-  }
 
   SyntaxKind KindOf(std::size_t part) const { return tree_.Node(parts_[part]).kind; }
 
@@ -172,7 +255,8 @@ double ExpectedRate(const WordList& list) {
 
 std::optional<ListInPattern> FindListInPattern(const SyntaxTree& tree, double mostRate,
                                                CompileBudget& budget) {
-  return ListFinder(tree, budget).Find(mostRate);
+  const SyntaxTree factored = TreeCopier(tree, budget).Factored();
+  return ListFinder(factored, budget).Find(mostRate);
 }
 
 }  // namespace trovex

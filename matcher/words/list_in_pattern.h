@@ -5,6 +5,10 @@
 // words:
 //
 //   \<(Haus|Hof) [0-9]+     the words "Haus " and "Hof ", at the beginning of a word; after it [0-9]+
+//
+// What all alternatives begin or end with stands before the list or after it:
+//
+//   ..Haus|..Hof            before the words two bytes
 
 #ifndef TROVEX_MATCHER_WORDS_LIST_IN_PATTERN_H
 #define TROVEX_MATCHER_WORDS_LIST_IN_PATTERN_H

@@ -100,8 +100,10 @@ class WordScanMaker {
       words_.push_back(list_.Word(i));
     std::sort(words_.begin(), words_.end());
     words_.erase(std::unique(words_.begin(), words_.end()), words_.end());
-    for (const std::string_view word : words_)
+    for (const std::string_view word : words_) {
       scan_.longest_ = std::max(scan_.longest_, word.size());
+      scan_.firstBytes_ |= list_.bytesOf[static_cast<Byte>(word[0])];
+    }
   }
 
   /// Notes of each class the bytes that its bytes are looked up as, and how often these come.

@@ -55,6 +55,8 @@ class WordScan {
   Neighbours Starts() const { return starts_; }
   Neighbours Stops() const { return stops_; }
   std::size_t Longest() const { return longest_; }
+  /// The bytes that words begin with.
+  const CharSet& FirstBytes() const { return firstBytes_; }
   /// How many nanoseconds a byte of a text is expected to take.
   double CostOfByte() const { return cost_; }
 
@@ -162,6 +164,7 @@ class WordScan {
   Neighbours starts_;
   Neighbours stops_;
   std::size_t longest_ = 0;
+  CharSet firstBytes_;
   double cost_ = 0;
 };
 

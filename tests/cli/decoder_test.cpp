@@ -204,5 +204,24 @@ TEST(Decoder, APieceOfTheOutputLeadsBackToTheFile) {
   EXPECT_EQ(ChooseDecoder("", Named("euc-jp"))->SourceLength("a\xEF\xBF\xBDz"), 3U);
 }
 
+TEST(SourceCount, CountsAlikeHoweverTheTextIsCut) {
+  for (const char* const name : {"iso-2022-jp", "iso-2022-kr", "shift_jis", "euc-jp", "gb18030",
+                                 "utf-7", "utf-16le", "ibm850"}) {
+    const auto decoder = ChooseDecoder("", Named(name));
+    for (std::uint32_t seed = 0; seed < 40; ++seed) {
+      testing::Dice dice(seed);
+      std::string text;
+      const auto count = decoder->Count();
+      for (int i = dice.Between(0, 30); i > 0; --i) {
+        std::string piece;
+        for (int k = dice.Between(0, 4); k > 0; --k)
+          piece += dice.OneOf({"日本", "a", "\n", "ü", "かな", "\xEF\xBF\xBD"});
+        text += piece;
+        ASSERT_EQ(count->Add(piece), decoder->SourceLength(text)) << name << " seed " << seed;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace trovex::cli

@@ -145,6 +145,18 @@ TEST_F(Encodings, OffsetsAreThoseOfTheFileThatWasDecoded) {
   EXPECT_EQ(Run({"-b", "-o", "x", "t"}).out, "t:2:10:x\n");
 }
 
+TEST_F(Encodings, AByteOrderMarkMayComeInParts) {
+  EXPECT_EQ(Shell("(printf '\\377\\376'; sleep 0.1; printf '\\0\\0x\\0\\0\\0') | $TROVEX x").out,
+            "1:x\n");
+}
+
+TEST_F(Encodings, CharactersAreWholeWhereverABlockEnds) {
+  const std::string line = "a" + Times(150'000, "日本");
+  Write("t", line + "\n");
+  Shell("iconv -f utf-8 -t euc-jp t > e");
+  EXPECT_TRUE(Run({"-IN", "--encoding", "euc-jp", "a", "e"}).out == line + "\n");
+}
+
 TEST_F(Encodings, ColorsKeepCharactersWhole) {
   Write("t", "Gr\xFCn\n");
   EXPECT_EQ(Run({"--color", "always", "-IN", "ü", "t"}).out, "Gr\033[1;31mü\033[0mn\n");

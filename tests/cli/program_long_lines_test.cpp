@@ -79,20 +79,29 @@ TEST_F(LongLines, AreShownWithAndWithoutColours) {
     std::string plain;
     std::string colored;
     std::string context;
+    std::string both;   // in colours, and with context
+    std::string first;  // the same of the first line that is found
     for (const std::string& line : lines) {
       const std::string shown = Shown(line);
       context += shown + "\n";
+      const bool isFirst = plain.empty();
+      std::string marked;
+      for (const char c : shown)
+        marked += c == 'x' ? on + c + off : std::string(1, c);
+      both += marked + "\n";
+      first += (isFirst ? marked : shown) + "\n";
       if (PlacesOfX(line).empty()) continue;
       plain += shown + "\n";
-      for (const char c : shown)
-        colored += c == 'x' ? on + c + off : std::string(1, c);
-      colored += '\n';
+      colored += marked + "\n";
     }
     EXPECT_TRUE(Run({"-I", "-N", "x", "t"}).out == plain) << "seed " << seed;
     EXPECT_TRUE(Run({"-I", "-N", "--color=always", "x", "t"}).out == colored) << "seed " << seed;
     EXPECT_TRUE(Run({"-I", "-N", "-C5", "y", "t"}).out == context) << "seed " << seed;
     EXPECT_TRUE(Run({"-I", "-N", "-C5", "x", "t"}).out == (plain.empty() ? "" : context))
         << "seed " << seed;
+    if (plain.empty()) continue;
+    EXPECT_TRUE(Run({"-I", "-N", "--color=always", "-C5", "x", "t"}).out == both) << seed;
+    EXPECT_TRUE(Run({"-I", "-N", "--color=always", "-m1", "-C5", "x", "t"}).out == first) << seed;
   }
 }
 
@@ -123,6 +132,65 @@ TEST_F(LongLines, HaveAllTheirMatches) {
     const std::string sentence = all == 1 ? " match\n" : " matches\n";
     EXPECT_TRUE(stats.err.starts_with(std::to_string(all) + sentence)) << stats.err << seed;
   }
+}
+
+TEST_F(LongLines, AreNotAskedForAfterTheLastThatIs) {
+  Write("x", "x\n" + Times(30'000, "x.") + "\n");
+  EXPECT_EQ(Run({"-m1", "-I", "--color=always", "x", "x"}).out,
+            Shell("head -1 x | $TROVEX -I --color=always x").out);
+}
+
+TEST_F(LongLines, AreFoundWhereverTheyBegin) {
+  for (std::uint32_t seed = 0; seed < 6; ++seed) {
+    Dice dice(seed);
+    const int longest = dice.Between(10, 4'500) * 1000;
+    std::string text;
+    std::string numbered;
+    std::string alone;
+    int count = 0;
+    for (int line = 1; text.size() < 14'000'000; ++line) {
+      const bool isLong = dice.OneIn(3);
+      const std::size_t begin = text.size();
+      text.append(static_cast<std::size_t>(dice.Between(0, isLong ? longest : 3'000)), 'y');
+      if (dice.OneIn(4)) {
+        text += 'x';
+        ++count;
+        const std::string number = std::to_string(line) + ":";
+        alone += number + std::to_string(text.size() - 1) + ":x\n";
+        numbered += number + text.substr(begin) + "\n";
+      }
+      text += dice.OneIn(9) ? "\r\n" : "\n";
+    }
+    if (dice.OneIn(2)) text.erase(text.find_last_not_of("\r\n") + 1);
+    Write("t", text);
+    for (const char* jobs : {"1", "2", "8"}) {
+      EXPECT_TRUE(Run({"-j", jobs, "-I", "-n", "x", "t"}).out == numbered) << seed << jobs;
+      EXPECT_TRUE(Run({"-j", jobs, "-I", "-o", "-b", "x", "t"}).out == alone) << seed << jobs;
+      EXPECT_EQ(Run({"-j", jobs, "-I", "-c", "x", "t"}).out, std::to_string(count) + "\n") << seed;
+      EXPECT_EQ(Run({"-j", jobs, "-I", "-c", "-S", "paragraph", "x & !z", "t"}).out,
+                Run({"-j1", "-I", "-c", "-S", "paragraph", "x & !z", "t"}).out)
+          << seed;
+    }
+  }
+}
+
+TEST_F(LongLines, AreFoundOnceWhereTheyBeginWithAStretch) {
+  for (const int length : {1 << 18, 1 << 20, 1 << 21}) {
+    const int count = (12 << 20) / length;
+    Write("t", Times(count, std::string(static_cast<std::size_t>(length) - 2, 'y') + "x\n"));
+    std::string expected;
+    for (int i = 1; i <= count; ++i)
+      expected += std::to_string(i) + ":x\n";
+    for (const char* jobs : {"1", "2", "8"})
+      EXPECT_EQ(Run({"-j", jobs, "-I", "-o", "x", "t"}).out, expected) << length;
+  }
+}
+
+TEST_F(LongLines, ThatAreSearchedInPartsAreSearchedToTheirEnd) {
+  const std::string line = Times(2'100'000, "eine Zeile");
+  Write("t", "kurz x\n" + line + "x\nlang x\n" + line + line + "x\n");
+  for (const char* jobs : {"1", "2", "8"})
+    EXPECT_EQ(Run({"-j", jobs, "-I", "-o", "x", "t"}).out, "1:x\n2:x\n3:x\n4:x\n");
 }
 
 TEST_F(LongLines, HaveAllTheirTags) {
@@ -181,6 +249,17 @@ TEST_F(LongLines, AreWholeInRecords) {
             length += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 2 : 0;
         }
         offset += length;
+      }
+      std::size_t ofFirst = 0;
+      for (std::size_t i = 0; i < lines.size() && ofFirst == 0; ++i)
+        ofFirst = PlacesOfX(lines[i]).size();
+      for (const char* context : {"-C0", "-C1"}) {
+        const std::string most = Run({"--json", "-m1", context, "x", wide ? "w" : "t"}).out;
+        std::size_t matches = 0;
+        for (std::size_t at = most.find("\"type\":\"match\""); at != most.npos;
+             at = most.find("\"type\":\"match\"", at + 1))
+          ++matches;
+        EXPECT_EQ(matches, ofFirst) << "seed " << seed;
       }
     }
   }

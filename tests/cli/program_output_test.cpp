@@ -225,6 +225,14 @@ TEST_F(Output, JsonHasCountsAndNamesAsRecords) {
   EXPECT_EQ(JsonLines(Run({"--json", "-L", "x", "t"}).out)[0], names[0]);
 }
 
+TEST_F(Output, JsonHasTheFirstLinesWithoutAMatchEmptyOnesToo) {
+  Write("t", "\nx\n\nabc\n");
+  const auto records = JsonLines(Run({"--json", "-v", "-m2", "x", "t"}).out);
+  ASSERT_EQ(records.size(), 2U);
+  EXPECT_EQ(records[0]["line"], 1);
+  EXPECT_EQ(records[1]["line"], 3);
+}
+
 TEST_F(Output, JsonHasAVeryLongLineOnce) {
   Write("t", Times(20000, "ä.") + "\n" + Times(3, "ä.") + "\n");
   const std::string out = Run({"--json", "ä", "t"}).out;
@@ -314,6 +322,12 @@ TEST_F(Output, StatsCountTheMatchesOfABinaryFileThatIsNamed) {
   const RunResult run = Run({"--stats", "x", "binary"});
   EXPECT_EQ(run.out, "Binary file binary matches\n");
   EXPECT_EQ(run.err.find("4 matches\n2 matching lines\n1 file with matches\n"), 0U) << run.err;
+}
+
+TEST_F(Output, ABinaryFileIsNotShownHoweverManyMatchesItHas) {
+  Write("binary", std::string("x\0\n", 3) + Times(100'000, "x x x\n"));
+  for (const char* options : {"--stats", "-o", "--color=always", "-C1"})
+    EXPECT_EQ(Run({"--stats", options, "x", "binary"}).out, "Binary file binary matches\n");
 }
 
 TEST_F(Output, FilesWithoutAMatchAreFoundWhereTheyAreAskedFor) {

@@ -210,6 +210,9 @@ TEST_F(Robust, WhereASearchGivesUpIsToldAndNeverTakenForNotFound) {
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, told);
+  // Far from the begin of a file, lines are told only where they are counted.
+  Write("a", Times(40'000, "eine Zeile\n") + "ok\n" + Times(3000, "ab") + "x" + Times(3000, "ab"));
+  EXPECT_EQ(Run({"-c", expression, "a"}).err.find("trovex: a, byte 44"), 0U);
 }
 
 TEST_F(Robust, NothingThatATerminalObeysReachesIt) {

@@ -256,6 +256,11 @@ TEST_F(Search, HelpTeachesTheExpressions) {
   EXPECT_EQ(Run({"--version"}).out.find("trovex "), 0U);
 }
 
+TEST_F(Search, WholeLinesAreFoundAmongVeryManyThatHoldTheWord) {
+  Write("t", Times(200'000, "e\nee\n"));
+  EXPECT_EQ(Run({"-x", "-c", "-I", "e", "t"}).out, "200000\n");
+}
+
 TEST_F(Search, ALongLineIsOneLine) {
   const std::string line = Times(200000, "wort ") + "Ziel";
   EXPECT_EQ(Run({"-o", "Ziel"}, line).out, "1:Ziel\n");

@@ -136,7 +136,7 @@ TEST_F(Workers, ContextFromThePieceBeforeIsShownInUtf8Too) {
     Dice dice(seed);
     std::string text;
     while (text.size() < 3'000'000) {
-      text += std::string(static_cast<std::size_t>(dice.Between(0, 90'000)), 'y');
+      text += Times(dice.Between(0, 90'000), seed % 2 == 0 ? "y" : "€");
       text += dice.OneIn(4) ? "\xE4\n" : dice.OneIn(2) ? "x\n" : "\n";
     }
     Write("t", text);
@@ -154,6 +154,15 @@ TEST_F(Workers, TheMostLinesOfALargeFileAreItsFirst) {
     EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 70000);
     EXPECT_TRUE(run.out.ends_with("70000:1399995:Wort\n"));
   }
+}
+
+TEST_F(Workers, ManyMatchesOfALargeFileKeepTheirOrder) {
+  Write("t", Times(2'000'000, "x\n"));
+  std::string expected;
+  for (int i = 1; i <= 2'000'000; ++i)
+    expected += std::to_string(i) + ":x\n";
+  for (const char* jobs : {"2", "8"})
+    EXPECT_TRUE(Run({"-j", jobs, "-I", "-o", "x", "t"}).out == expected) << jobs;
 }
 
 TEST_F(Workers, CountsAndNamesKeepTheOrderToo) {

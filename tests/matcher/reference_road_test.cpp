@@ -143,6 +143,19 @@ TEST(ReferenceRoad, RandomRowsInRandomTexts) {
   EXPECT_GT(rows, 800);
 }
 
+/// The line filter, to which underscores are no letters, still has its say where one stands in a match or beside it.
+TEST(ReferenceRoad, TheLineFilterReadsUnderscoresOtherwise) {
+  const auto texts = AllTexts("ab ", 6);
+  for (const char* const pattern :
+       {"\\<(a+) \\1", "\\<([ab]+) \\1\\>", "\\b(a+) b?\\1", "(a+)\\> ?\\1"}) {
+    Compare(pattern, false, texts);
+    if (HasFatalFailure()) return;
+  }
+  PatternWork work(CompileMatcher("\\<([a_]+) \\1\\>", {}).pattern);
+  EXPECT_EQ(AllMatches(work, HeapText("a a"), 0, false), (std::vector<MatchRange>{{0, 3}}));
+  EXPECT_TRUE(AllMatches(work, HeapText("_ _"), 0, false).empty());
+}
+
 TEST(ReferenceRoad, TheRoadIsTaken) {
   for (const char* const pattern :
        {"([a-z][a-z][a-z])\\1", "(.)(.)\\2\\1", "\\<([a-z]+) \\1\\>", "([a-z]+)\\1",

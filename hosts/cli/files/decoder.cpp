@@ -147,6 +147,20 @@ class ByteDecoder : public Decoder {
   ByteTable table_;
 };
 
+/// Adds lengths up.
+class LengthCount : public SourceCount {
+ public:
+  explicit LengthCount(const Decoder& decoder) : decoder_(decoder) {}
+
+  std::uint64_t Add(std::string_view decoded) override {
+    return length_ += decoder_.SourceLength(decoded);
+  }
+
+ private:
+  const Decoder& decoder_;
+  std::uint64_t length_ = 0;
+};
+
 /// An open converter of iconv.
 class Converter {
  public:
@@ -213,10 +227,35 @@ std::optional<ByteTable> TableOf(const std::string& name) {
   return table;
 }
 
+/// Converts the text back, in one go: what a sign has switched stays so from piece to piece.
+class IconvCount : public SourceCount {
+ public:
+  explicit IconvCount(const std::string& name) : back_(name, "UTF-8") {}
+
+  std::uint64_t Add(std::string_view decoded) override {
+    while (!decoded.empty()) {
+      std::string bytes;
+      const int error = back_.Convert(decoded, bytes);
+      length_ += bytes.size();
+      if (error == 0) break;
+      // The replacement, which stands for one byte.
+      ++length_;
+      do {
+        decoded.remove_prefix(1);
+      } while (!decoded.empty() && (static_cast<unsigned char>(decoded.front()) & 0xC0) == 0x80);
+    }
+    return length_;
+  }
+
+ private:
+  Converter back_;
+  std::uint64_t length_ = 0;
+};
+
 class IconvDecoder : public Decoder {
  public:
   explicit IconvDecoder(const std::string& name)
-      : Decoder(0), converter_("UTF-8", name), back_(name, "UTF-8") {}
+      : Decoder(0), name_(name), converter_("UTF-8", name) {}
 
   void Decode(std::string_view in, bool last, std::string& out) override {
     rest_ += in;
@@ -233,27 +272,17 @@ class IconvDecoder : public Decoder {
   }
 
   std::uint64_t SourceLength(std::string_view decoded) const override {
-    std::uint64_t length = 0;
-    back_.Reset();
-    while (!decoded.empty()) {
-      std::string bytes;
-      const int error = back_.Convert(decoded, bytes);
-      length += bytes.size();
-      if (error == 0) break;
-      // The replacement, which stands for one byte.
-      ++length;
-      do {
-        decoded.remove_prefix(1);
-      } while (!decoded.empty() && (static_cast<unsigned char>(decoded.front()) & 0xC0) == 0x80);
-    }
-    return length;
+    return IconvCount(name_).Add(decoded);
   }
 
   bool CountsOn() const override { return false; }
+  std::unique_ptr<SourceCount> Count() const override {
+    return std::make_unique<IconvCount>(name_);
+  }
 
  private:
+  std::string name_;
   Converter converter_;
-  mutable Converter back_;
   std::string rest_;
 };
 
@@ -339,6 +368,10 @@ std::unique_ptr<Decoder> DecoderOfName(std::string_view name, std::string_view f
 }
 
 }  // namespace
+
+std::unique_ptr<SourceCount> Decoder::Count() const {
+  return std::make_unique<LengthCount>(*this);
+}
 
 void Decoder::SkipMark(std::string_view& in) {
   const std::size_t count = std::min(markLength_ - markSeen_, in.size());

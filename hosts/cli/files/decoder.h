@@ -16,6 +16,19 @@
 
 namespace trovex::cli {
 
+/// Counts the bytes of a file that a text was decoded from, piece by piece.
+class SourceCount {
+ public:
+  SourceCount() = default;
+  SourceCount(const SourceCount&) = delete;
+  SourceCount& operator=(const SourceCount&) = delete;
+  virtual ~SourceCount() = default;
+
+  /// How many bytes all pieces so far and this one, which follows them, were made of. They begin and end between
+  /// characters.
+  virtual std::uint64_t Add(std::string_view decoded) = 0;
+};
+
 /// Reads the bytes of one text, one block after the other. What stands for no character becomes
 /// U+FFFD.
 class Decoder {
@@ -32,6 +45,8 @@ class Decoder {
   /// Whether the lengths of two pieces are together that of both: not where signs between characters switch
   /// the alphabet.
   virtual bool CountsOn() const { return true; }
+  /// A count that begins with the text, or after the end of a line. The decoder outlives it.
+  virtual std::unique_ptr<SourceCount> Count() const;
 
   /// How many bytes at the start of the file became nothing: those of a byte order mark.
   std::size_t MarkLength() const { return markLength_; }

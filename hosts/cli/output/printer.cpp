@@ -60,15 +60,44 @@ std::string FileAddress(std::string_view name) {
   return address;
 }
 
+/// Where places of a piece stand in its file. In a text that was decoded they are counted, on from the latest one.
+class PlaceCount {
+ public:
+  explicit PlaceCount(const FilePiece& piece) : piece_(piece) {}
+
+  std::size_t Latest() const { return latest_; }
+
+  std::uint64_t OffsetOf(std::size_t place) {
+    if (piece_.decoder == nullptr) return piece_.offset + place;
+    if (count_ == nullptr || place < latest_) {
+      count_ = piece_.decoder->Count();
+      latest_ = 0;
+    }
+    const std::uint64_t length = count_->Add(Piece(piece_.text, {latest_, place}));
+    latest_ = place;
+    return piece_.offset + length;
+  }
+
+ private:
+  const FilePiece& piece_;
+  std::unique_ptr<SourceCount> count_;
+  std::size_t latest_ = 0;
+};
+
 }  // namespace
 
 /// The output of one piece while it is written.
 class Printer::Page::Writing {
  public:
   Writing(const Printer& printer, const FilePiece& piece, PrintState& state, Outlet& outlet)
-      : printer_(printer), piece_(piece), state_(state), outlet_(outlet), out_(outlet.Text()) {
+      : printer_(printer),
+        piece_(piece),
+        state_(state),
+        outlet_(outlet),
+        out_(outlet.Text()),
+        begins_(piece),
+        ends_(piece) {
     number_ = state.linesBefore + 1;
-    offset_ = piece.offset;
     if (printer.fileNames_ && !printer.heading_) printer.AppendName(piece.name, name_);
     if (!printer.colored_) prefix_.emplace(name_, printer.nullAfterName_, printer.lineNumbers_);
   }
@@ -134,7 +163,7 @@ class Printer::Page::Writing {
   std::size_t LinesBefore(std::size_t end, std::size_t place, std::int64_t& count) const;
   void WriteGap(std::int64_t first);
 
-  std::uint64_t OffsetOf(std::size_t place);
+  std::uint64_t OffsetOf(std::size_t place) { return begins_.OffsetOf(place); }
   std::uint64_t OffsetBehind(std::size_t begin, std::size_t end);
   /// Where `place` stands in the file; in a text that is decoded, that has to be counted.
   std::uint64_t OffsetIfShown(std::size_t place) {
@@ -178,9 +207,10 @@ class Printer::Page::Writing {
   /// After the last line that was shown with its context.
   std::size_t afterShown_ = 0;
   std::string shown_;
-  /// The latest place whose offset was counted, and the latest whose characters were, in which line.
-  std::size_t offsetPlace_ = 0;
-  std::uint64_t offset_;
+  /// Of places that something begins at, which come in order, and of those that something ends at.
+  PlaceCount begins_;
+  PlaceCount ends_;
+  /// The latest place whose characters were counted, in which line.
   std::size_t columnLine_ = 0;
   std::size_t columnPlace_ = 0;
   std::int64_t characters_ = 0;
@@ -189,24 +219,18 @@ class Printer::Page::Writing {
   std::int64_t number_ = 1;
 };
 
-/// Where `place` stands in the file. In a text that was decoded it is counted, on from the latest place.
-std::uint64_t Printer::Page::Writing::OffsetOf(std::size_t place) {
-  if (piece_.decoder == nullptr) return piece_.offset + place;
-  if (place < offsetPlace_ || !piece_.decoder->CountsOn()) {
-    offsetPlace_ = 0;
-    offset_ = piece_.offset;
-  }
-  offset_ += piece_.decoder->SourceLength(Piece(piece_.text, {offsetPlace_, place}));
-  offsetPlace_ = place;
-  return offset_;
-}
-
-/// Where `end` stands in the file; `begin` before it was asked for just now, and what is asked for next may stand
-/// between the two.
+/// Where `end` stands in the file, of what begins at `begin`, which was asked for just now. Ends need not be in order,
+/// and then what is shorter is counted again, from the begin of its line.
 std::uint64_t Printer::Page::Writing::OffsetBehind(std::size_t begin, std::size_t end) {
-  if (piece_.decoder == nullptr) return piece_.offset + end;
-  if (!piece_.decoder->CountsOn() || begin > end) return OffsetOf(end);
-  return OffsetOf(begin) + piece_.decoder->SourceLength(Piece(piece_.text, {begin, end}));
+  const Decoder* const decoder = piece_.decoder;
+  if (decoder == nullptr) return piece_.offset + end;
+  if (decoder->CountsOn())
+    return OffsetOf(begin) + decoder->SourceLength(Piece(piece_.text, {begin, end}));
+  if (end >= ends_.Latest()) return ends_.OffsetOf(end);
+  const auto count = decoder->Count();
+  const std::uint64_t before =
+      count->Add(Piece(piece_.text, {LineAround(piece_.text, begin).begin, begin}));
+  return OffsetOf(begin) + count->Add(Piece(piece_.text, {begin, end})) - before;
 }
 
 /// The characters of the line before `place`, counted on from the latest place.

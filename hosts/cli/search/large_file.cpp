@@ -12,7 +12,8 @@ namespace {
 /// What is searched while it is still in the cache of a core.
 constexpr std::uint64_t kStretch = std::uint64_t{256} * 1024;
 constexpr std::size_t kPiecesAThread = 8;
-constexpr std::uint64_t kUnitsAStretch = 4;
+/// With more of them, a stretch of long ones would be searched after it has left the cache.
+constexpr std::uint64_t kUnitsAStretch = 2;
 /// What the stretches of all threads have together, where units are long.
 constexpr std::uint64_t kLongStretches = std::uint64_t{8} * 1024 * 1024;
 /// How much output pieces that cannot be shown yet may have together.

@@ -26,7 +26,7 @@ inline std::uint64_t MaskOf(const char* at, char byte, char fold = 0) {
 #if defined(__SSE2__)
   const __m128i wanted = _mm_set1_epi8(static_cast<char>(byte | fold));
   const __m128i folded = _mm_set1_epi8(fold);
-  for (int part = 0; part < 4; ++part) {
+  for (std::size_t part = 0; part < 4; ++part) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + 16 * part));
     const int bits = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_or_si128(bytes, folded), wanted));
     mask |= static_cast<std::uint64_t>(static_cast<unsigned>(bits)) << (16 * part);

@@ -242,7 +242,7 @@ void TextSearch::StartOver() {
   }
   const FoundLine last = found_->lines.back();
   if (last.goesOn) {
-    found_->gaveUp.push_back(searcher_.GaveUpAt());
+    if (searcher_.GaveUpAt() < nextLine_) found_->gaveUp.push_back(searcher_.GaveUpAt());
     return SearchUnits(nextLine_);
   }
   found_->matches.resize(last.firstMatch);

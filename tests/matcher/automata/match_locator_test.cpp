@@ -327,6 +327,11 @@ TEST_F(MatchLocatorTest, RowsOfRunsBetweenAnchors) {
 
 using Located = std::pair<std::ptrdiff_t, std::ptrdiff_t>;
 
+/// The byte after `text`, where `program` asks for it.
+int AfterText(const LocatorProgram& program, const HeapText& text) {
+  return program.Words() ? static_cast<unsigned char>(text.Data()[text.Length()]) : -1;
+}
+
 /// All matches, each by a locator of its own.
 std::vector<Located> OneByOne(const LocatorProgram& program, const HeapText& text) {
   const auto* const begin = reinterpret_cast<const unsigned char*>(text.Data());
@@ -335,7 +340,8 @@ std::vector<Located> OneByOne(const LocatorProgram& program, const HeapText& tex
   for (const unsigned char* place = begin; place < end;) {
     MatchLocator locator(program);
     locator.Begin(begin, static_cast<std::size_t>(text.Length()));
-    const LocatedRange match = locator.Find({.place = place, .begin = place, .end = end});
+    const LocatedRange match = locator.Find(
+        {.place = place, .begin = place, .end = end, .after = AfterText(program, text)});
     if (match.start == nullptr) break;
     found.emplace_back(match.start - begin, match.end - begin);
     place = match.end;
@@ -343,13 +349,15 @@ std::vector<Located> OneByOne(const LocatorProgram& program, const HeapText& tex
   return found;
 }
 
-/// The same by `locator`, which hands out what is ready with a match.
-std::vector<Located> Together(MatchLocator& locator, const HeapText& text) {
+/// The same by `locator`, a search of `program`, which hands out what is ready with a match.
+std::vector<Located> Together(const LocatorProgram& program, MatchLocator& locator,
+                              const HeapText& text) {
   const auto* const begin = reinterpret_cast<const unsigned char*>(text.Data());
   const auto* const end = begin + text.Length();
   std::vector<Located> found;
   for (const unsigned char* place = begin; place < end;) {
-    const LocatedRange match = locator.Find({.place = place, .begin = place, .end = end});
+    const LocatedRange match = locator.Find(
+        {.place = place, .begin = place, .end = end, .after = AfterText(program, text)});
     if (match.start == nullptr) break;
     found.emplace_back(match.start - begin, match.end - begin);
     place = match.end;
@@ -365,24 +373,54 @@ TEST_F(MatchLocatorTest, MatchesThatAreReadyAreThoseThatSearchesFromTheMatchBefo
   constexpr unsigned kSeed = 4712;
   Dice dice(kSeed);
   std::size_t found = 0;
-  for (const char* pattern :
-       {"a", "ab", "^a", "^[ab]", "\\<a", "\\<[ab]+", "\\ba", "a\\b", "[ab]+", "[ab]{2,3}", "a*b",
-        "a$", "[^b]+$", "(a|ab)b", "\\<ab\\>", "^a|b", "-[ab]\\>", "[ab]+-[abx]"}) {
-    ASSERT_TRUE(IsLocated(pattern));
-    const LocatorProgram& program = *Matcher().installed->pattern->locator;
-    for (int round = 0; round < 200; ++round) {
-      const HeapText text(
-          "a" + dice.Bytes(dice.OneIn(2) ? "ab\n" : "aabx-. \n", dice.Between(1, 200)), 'a');
-      const std::vector<Located> expected = OneByOne(program, text);
-      MatchLocator locator(program);
-      locator.Begin(reinterpret_cast<const unsigned char*>(text.Data()),
-                    static_cast<std::size_t>(text.Length()));
-      for (const char* pass : {"first", "second"}) {
-        ASSERT_EQ(Together(locator, text), expected)
-            << pattern << " in " << Visible({text.Data(), static_cast<std::size_t>(text.Length())})
-            << ", " << pass << " pass";
+  for (const char* pattern : {"a",
+                              "ab",
+                              "^a",
+                              "^[ab]",
+                              "\\<a",
+                              "\\<[ab]+",
+                              "\\ba",
+                              "a\\b",
+                              "[ab]+",
+                              "[ab]{2,3}",
+                              "a*b",
+                              "a$",
+                              "[^b]+$",
+                              "(a|ab)b",
+                              "\\<ab\\>",
+                              "^a|b",
+                              "-[ab]\\>",
+                              "[ab]+-[abx]",
+                              "a|bb|ab-",
+                              "^(a|bb|ba)",
+                              "\\<(a|ab|bab)",
+                              "(a|ab|-b)\\>",
+                              "a|b-|ab|ba|aab|bab|x|ax|bx|-a",
+                              "\\<(a|b|ab|ba|aab|bab|x|ax|bx)",
+                              "^(a|b|ab|ba|aab|bab|x|ax|bx)"}) {
+    for (const bool words : {false, true}) {
+      const CompileResult compiled = CompileMatcher(pattern, {.matchWords = words});
+      const bool isLocated = compiled.pattern->locator != nullptr;
+      ASSERT_TRUE(isLocated || words)
+          << pattern;  // with anchors, only the engine knows whole words
+      if (!isLocated) continue;
+      const LocatorProgram& program = *compiled.pattern->locator;
+      for (int round = 0; round < 200; ++round) {
+        const HeapText text(
+            "a" + dice.Bytes(dice.OneIn(2) ? "ab\n" : "aabx-. \n", dice.Between(1, 200)),
+            dice.Byte("a \n"));
+        const std::vector<Located> expected = OneByOne(program, text);
+        MatchLocator locator(program);
+        locator.Begin(reinterpret_cast<const unsigned char*>(text.Data()),
+                      static_cast<std::size_t>(text.Length()));
+        for (const char* pass : {"first", "second"}) {
+          ASSERT_EQ(Together(program, locator, text), expected)
+              << pattern << (words ? " as words in " : " in ")
+              << Visible({text.Data(), static_cast<std::size_t>(text.Length())}) << ", " << pass
+              << " pass";
+        }
+        found += expected.size();
       }
-      found += expected.size();
     }
   }
   EXPECT_GT(found, 20'000U);

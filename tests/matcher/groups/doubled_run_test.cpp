@@ -18,11 +18,12 @@ namespace {
 using testing::Dice;
 using testing::Visible;
 
-/// The longest string of bytes of `set`, of `shortest` bytes or more, that stands at `place` twice.
+/// The longest string of `shortest` to `longest` bytes of `set` that stands at `place` twice.
 std::size_t HalfAt(std::string_view text, std::size_t place, std::string_view set,
-                   std::size_t shortest) {
+                   std::size_t shortest, std::size_t longest) {
   std::size_t half = 0;
-  for (std::size_t length = shortest; place + 2 * length <= text.size(); ++length) {
+  for (std::size_t length = shortest; length <= longest; ++length) {
+    if (place + 2 * length > text.size()) break;
     const std::string_view one = text.substr(place, length);
     if (one.find_first_not_of(set) != std::string_view::npos) break;
     if (one == text.substr(place + length, length)) half = length;
@@ -30,9 +31,12 @@ std::size_t HalfAt(std::string_view text, std::size_t place, std::string_view se
   return half;
 }
 
-void Compare(const std::string& text, std::string_view set, std::size_t shortest) {
+void Compare(const std::string& text, std::string_view set, std::size_t shortest,
+             std::size_t longest = kNowhere) {
   std::string pattern = "([";
-  pattern.append(set).append("]{").append(std::to_string(shortest)).append(",})\\1");
+  pattern.append(set).append("]{").append(std::to_string(shortest)).append(",");
+  if (longest != kNowhere) pattern.append(std::to_string(longest));
+  pattern.append("})\\1");
   const auto run =
       DoubledRun::Make(ParsePattern(pattern.data(), pattern.size(), nullptr), kSameBytes);
   ASSERT_TRUE(run.has_value()) << pattern;
@@ -43,7 +47,7 @@ void Compare(const std::string& text, std::string_view set, std::size_t shortest
   std::uint64_t used = 0;
   std::size_t from = 0;
   for (std::size_t place = 0; place < text.size(); ++place) {
-    const std::size_t expected = HalfAt(text, place, set, shortest);
+    const std::size_t expected = HalfAt(text, place, set, shortest, longest);
     if (expected == 0) continue;
     std::size_t half = 0;
     ASSERT_EQ(run->Next(view, from, text.size(), half, used, UINT64_MAX, same), place)
@@ -53,6 +57,19 @@ void Compare(const std::string& text, std::string_view set, std::size_t shortest
   }
   std::size_t half = 0;
   ASSERT_EQ(run->Next(view, from, text.size(), half, used, UINT64_MAX, same), kNowhere);
+}
+
+TEST(DoubledRun, FindsNoLongerHalvesThanItMay) {
+  for (std::uint32_t seed = 0; seed < 1200; ++seed) {
+    Dice dice(seed);
+    std::string text = dice.Bytes(dice.OneIn(2) ? "ab" : "aab.", dice.OneIn(4) ? 300 : 20);
+    if (dice.OneIn(3)) text += text;
+    if (dice.OneIn(8)) text.append(150, 'a');
+    const int shortest = dice.Between(1, 3);
+    Compare(text, dice.OneIn(3) ? "a" : "ab", static_cast<std::size_t>(shortest),
+            static_cast<std::size_t>(dice.Between(shortest, 6)));
+    ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
+  }
 }
 
 TEST(DoubledRun, FindsWhatTheTrivialSearchFinds) {
@@ -82,7 +99,7 @@ TEST(DoubledRun, StopsWhereItMayDoNoMore) {
 
 TEST(DoubledRun, OtherPatternsAreNone) {
   for (const std::string pattern : {"(a*)\\1", "(ab+)\\1", "(a+)b\\1", "(a+)\\1b", "(a+)(b)\\1",
-                                    "((a+))\\1", "(a+?)\\1", "a+", "(a{1,3})\\1"}) {
+                                    "((a+))\\1", "(a+?)\\1", "a+", "(a{1,33})\\1"}) {
     const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), nullptr);
     EXPECT_FALSE(DoubledRun::Make(tree, kSameBytes).has_value()) << pattern;
   }

@@ -165,6 +165,17 @@ TEST(ReferenceRow, StartsOnlyWhereItMay) {
   ASSERT_EQ(row->Next(text.View(), 1, 1, match, kMuch, work), SearchOutcome::kNotFound);
 }
 
+/// A shorter run can lead to a longer match, by no more than one byte.
+TEST(ReferenceRow, LeavesOutNoEndThatLeadsFurther) {
+  for (const std::string pattern : {"(a)\\1b*(cd|bcde)", "(a)\\1b*(cd|bcd)e?"}) {
+    const auto row = RowOf(pattern);
+    ASSERT_TRUE(row) << pattern;
+    for (const std::string text : {"aabbcde", "aabbbcde", "aabbcd", "aacde"}) {
+      EXPECT_EQ(Check(*row, pattern, text, false, false), 1) << pattern << " on " << text;
+    }
+  }
+}
+
 TEST(ReferenceRow, SaysWhereThereAreTooManyWays) {
   const std::string pattern = "(a)[ab]*[ab]*[ab]*b\\1x";
   const auto row = RowOf(pattern);

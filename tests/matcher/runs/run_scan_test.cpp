@@ -218,6 +218,7 @@ TEST(RunScan, ReadsNoTextAgainAndAgain) {
       {{SetOf("a"), 1, 1}, {SetOf("ab"), 0, ByteRun::kEndless}, {SetOf(";"), 1, 1}},
       {{SetOf("a"), 1, 1}, {Without(""), 0, ByteRun::kEndless}, {SetOf("b"), 1, 1}},
       {{SetOf("a"), 1, 1}, {Without(""), 0, 250}, {SetOf("b"), 1, 1}},
+      {{SetOf("a"), 1, 1}, {Without(""), 0, 60}, {SetOf("a"), 20, 20}, {SetOf("b"), 1, 1}},
       {{SetOf("a"), 0, ByteRun::kEndless}, {SetOf(";"), 1, 1}},
       {{SetOf("a"), 1, 1},
        {Without(""), 0, ByteRun::kEndless},

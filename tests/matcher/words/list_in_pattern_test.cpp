@@ -52,6 +52,32 @@ TEST(ListInPattern, ListsInsideOfBracketsAreFoundAndRepeatedOnesAreNot) {
   EXPECT_FALSE(Find("(Haus|Hof)?[a-z]*"));
 }
 
+TEST(ListInPattern, WhatAllAlternativesBeginOrEndWithStandsBesideTheList) {
+  const auto before = Find("..Haus|..Hof|..(Garten)");
+  ASSERT_TRUE(before);
+  EXPECT_EQ(WordsOf(before->list), (Words{"Garten", "Haus", "Hof"}));
+  EXPECT_EQ(before->before->nodes.size(), 3U);
+  EXPECT_FALSE(before->after);
+  const auto after = Find("x(Haus[a-z]*[0-9]|Hof[a-z]*[0-9])y");
+  ASSERT_TRUE(after);
+  EXPECT_EQ(WordsOf(after->list), (Words{"xHaus", "xHof"}));
+  EXPECT_EQ(after->after->nodes.size(), 5U);
+  const auto both = Find("\\<[a-c]Hut+|\\<[a-c]Rat+");
+  ASSERT_TRUE(both);
+  EXPECT_EQ(WordsOf(both->list), (Words{"Hu", "Ra"}));
+  EXPECT_TRUE(both->before && both->after);
+}
+
+TEST(ListInPattern, WhatOnlySomeAlternativesBeginOrEndWithIsNoneOfThat) {
+  EXPECT_FALSE(Find("[a-z]{2}Haus|[a-z]{3}Hof"));
+  EXPECT_FALSE(Find("[a-z]{20}Haus|[a-z]{20,21}Hof"));
+  EXPECT_FALSE(Find("[a-z]Haus|[a-y]Hof"));
+  EXPECT_FALSE(Find("(.x|.y)Haus|(.x|.y|.z)Hof"));
+  EXPECT_FALSE(Find("Haus[a-z]*|Hof"));
+  EXPECT_FALSE(Find("..|..Haus"));
+  EXPECT_FALSE(Find("[a-z]*|[a-z]*"));
+}
+
 TEST(ListInPattern, WhatIsNothingButAListOrTooCommonIsNone) {
   EXPECT_FALSE(Find("(Haus|Hof)en"));
   EXPECT_FALSE(Find("Haus[a-z]*"));

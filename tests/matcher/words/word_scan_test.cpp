@@ -233,5 +233,37 @@ TEST(WordScan, WordsWithSetsOfManyBytesAreFound) {
   }
 }
 
+TEST(WordScan, ManyWordsWithSetsOfManyBytesAreFoundAcrossTheEndsOfWhatIsScannedAtOnce) {
+  // So many that no buckets serve, and so many spellings that no table has all of them: a stretch is looked up as what
+  // it stands for, with some bytes behind it.
+  Dice dice(1);
+  const auto words = RandomWords(dice, "abcdefghijklmnopqrstuvwxyz", 2'000, 12, 14);
+  std::string pattern;
+  for (const std::string& word : words) {
+    if (!pattern.empty()) pattern += '|';
+    for (const char c : word) {
+      const auto number = static_cast<unsigned char>(c - 'a');
+      // Each letter has three more spellings.
+      pattern += {'[',
+                  c,
+                  static_cast<char>(0xA0 + 3 * number),
+                  static_cast<char>(0xA1 + 3 * number),
+                  static_cast<char>(0xA2 + 3 * number),
+                  ']'};
+    }
+  }
+  const auto scan = ScanFor(pattern, false);
+  ASSERT_TRUE(scan.has_value());
+  WordPlaces places(*scan);
+  const auto anywhere = [](std::size_t) { return true; };
+  std::size_t number = 0;
+  for (std::size_t before = 0; before < 1'400; ++before) {
+    const std::string& word = words[number++ % words.size()];
+    const std::string text = std::string(before, '.') + word + std::string(40, '.');
+    ASSERT_EQ(Find(*scan, places, text, anywhere), (Ranges{{before, before + word.size()}}))
+        << word << " after " << before;
+  }
+}
+
 }  // namespace
 }  // namespace trovex

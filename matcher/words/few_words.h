@@ -1,0 +1,88 @@
+// A few words: "der|die|das", "Datei(en)?", "error|warning" in either case.
+//
+// Where a scan has found a place at which one of them may stand, all are compared with it at once, eight bytes at a
+// time, and the longest that stands there is the match. There is nothing to build up before that and no state to go
+// through byte by byte: the matches of such words can be a few bytes apart, and texts a few bytes long.
+
+#ifndef TROVEX_MATCHER_WORDS_FEW_WORDS_H
+#define TROVEX_MATCHER_WORDS_FEW_WORDS_H
+
+#include "matcher/budget.h"
+#include "matcher/pattern/neighbours.h"
+#include "matcher/pattern/pattern_syntax.h"
+#include "matcher/words/beginning_scan.h"
+#include "matcher/words/word_list.h"
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace trovex {
+
+class FewWords {
+ public:
+  static constexpr std::size_t kMostWords = 8;
+  using Byte = unsigned char;
+
+  /// The words of `tree`, which must be whole words if `words` says so. Nothing where it is no list of two to
+  /// kMostWords words, or one of their sets is not just those c with (c & mask) == value, as both cases of a letter
+  /// are. The work is charged to `budget`.
+  static std::optional<FewWords> For(const SyntaxTree& tree, bool words, CompileBudget& budget);
+
+  /// Between which neighbours a word may start, and end.
+  Neighbours Starts() const { return starts_; }
+  Neighbours Stops() const { return stops_; }
+
+  /// The length of the longest word at `place`, in a text from `begin` to `end`, of which `canEnd(place + length)`
+  /// accepts the end; 0 where there is none.
+  template <typename CanEnd>
+  std::size_t LongestAt(const Byte* place, const Byte* begin, const Byte* end,
+                        const CanEnd& canEnd) const {
+    const std::uint64_t bytes = EightBytes(place, begin, end);
+    // Which of them stands there is as good as chance, so none is asked about alone.
+    unsigned standing = 0;
+    for (std::size_t i = 0; i < count_; ++i)
+      standing |= static_cast<unsigned>((bytes & masks_[i]) == values_[i]) << i;
+    for (; standing != 0; standing &= standing - 1) {
+      const auto number = static_cast<std::size_t>(std::countr_zero(standing));
+      const std::size_t length = lengths_[number];
+      const bool hasRoom = static_cast<std::size_t>(end - place) >= length;
+      if (hasRoom && GoesOnAt(number, place, begin, end) && canEnd(place + length)) return length;
+    }
+    return 0;
+  }
+
+ private:
+  /// Eight bytes of a word after its first eight.
+  struct Piece {
+    std::uint64_t mask = 0;
+    std::uint64_t value = 0;
+  };
+
+  FewWords(const WordList& list, const std::vector<Piece>& pieceOfClass);
+  void Add(std::string_view word, const std::vector<Piece>& pieceOfClass);
+
+  bool GoesOnAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const {
+    for (const Piece& piece : rests_[number]) {
+      place += sizeof(std::uint64_t);
+      if ((EightBytes(place, begin, end) & piece.mask) != piece.value) return false;
+    }
+    return true;
+  }
+
+  // The longest word first; those of one length as they come.
+  std::size_t count_ = 0;
+  std::array<std::uint64_t, kMostWords> masks_{};
+  std::array<std::uint64_t, kMostWords> values_{};
+  std::array<std::size_t, kMostWords> lengths_{};
+  std::array<std::vector<Piece>, kMostWords> rests_;
+  Neighbours starts_;
+  Neighbours stops_;
+};
+
+}  // namespace trovex
+
+#endif  // TROVEX_MATCHER_WORDS_FEW_WORDS_H
