@@ -67,6 +67,8 @@ inline constexpr std::int64_t kLongestClustered = 1 << 16;
 inline constexpr std::size_t kLargestEndless = std::size_t{1} << 18;
 /// The same in words, which are counted again and again.
 inline constexpr std::int64_t kMostClusteredWords = 128;
+/// The most bytes between two places of a cluster where words are counted.
+inline constexpr std::size_t kLongestGap = 2'048;
 
 /// What one step of a search costs, in units of about a nanosecond: an operand or an operator finds a
 /// place; the walk of a distance decides one; a merge compares two; a tag is written, or given to the

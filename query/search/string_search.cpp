@@ -457,7 +457,11 @@ void StringSearch::ForEachCluster(Decide decide) {
   };
   bool isOver = false;
   ForEachMatch([&](std::size_t leaf, const ByteRange& range) {
-    if (IsApart(clusterEnd, range.begin) && !close()) return !(isOver = true);
+    const bool isApart = IsApart(clusterEnd, range.begin);
+    if (isApart && !close()) return !(isOver = true);
+    // A long stretch of few words would be counted again for each place after it.
+    const bool isLong = longestWords_ >= 0 && size > 0 && range.begin > clusterEnd + kLongestGap;
+    if (isLong && !isApart) return !(gaveUp_ = true);
     if (++size > largest) return !(gaveUp_ = true);
     clusterEnd = std::max(clusterEnd, range.end);
     operands_[leaves_[leaf].operand].places.push_back(range);
