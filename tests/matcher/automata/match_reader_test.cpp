@@ -223,8 +223,12 @@ TEST(ShortTexts, GiveTheFirstDoorTheMatchesOfTheEngine) {
 }
 
 TEST(ShortTexts, WithUnderscoresArePassedOnToTheLineFilter) {
-  // To the engine an underscore belongs to words, to the line filter it does not.
-  for (const std::string pattern : {"\\<[a-z]+\\>", "\\<(ab|c)", "x*\\<b"}) {
+  // To the engine an underscore belongs to words, to the line filter it does not: it knows no word that begins with one.
+  using Answer = LocatorProgram::Answer;
+  int lookedAt = 0;
+  int refused = 0;
+  for (const std::string pattern :
+       {"\\<[a-z]+\\>", "\\<(ab|c)", "x*\\<b", "\\<_", "\\<[a_]+\\>", "_\\>", "\\<(_a|c)"}) {
     const CompileResult result = CompileMatcher(pattern, {});
     ASSERT_EQ(result.fault, MessageNumber::kNone);
     ASSERT_EQ(result.pattern->lineFilterReading, Reading::kAlikeButForUnderscores);
@@ -232,10 +236,29 @@ TEST(ShortTexts, WithUnderscoresArePassedOnToTheLineFilter) {
     PatternWork plain(result.pattern);
     plain.locator = nullptr;
     for (const std::string& text : AllStrings({"ab", "c", "_", " "}, 5)) {
-      ASSERT_EQ(testing::AllMatches(work, {}, text, ' '), testing::AllMatches(plain, {}, text, ' '))
+      const auto expected = testing::AllMatches(plain, {}, text, ' ');
+      ASSERT_EQ(testing::AllMatches(work, {}, text, ' '), expected)
           << pattern << " in " << Visible(text);
+      const HeapText heap(text, ' ');
+      const auto length = static_cast<int>(text.size());
+      LocatedRange match;
+      const Answer answer = LookForMatch(*result.pattern, {}, heap.Data(), length, match);
+      const MatchResult first = ExecuteMatcher(plain, {}, heap.Data(), length, -1);
+      if (answer == Answer::kUnknown) {
+        refused += first.outcome == SearchOutcome::kNotFound && !text.empty();
+        continue;
+      }
+      ++lookedAt;
+      ASSERT_EQ(answer == Answer::kMatch, first.outcome == SearchOutcome::kFound)
+          << pattern << " in " << Visible(text);
+      if (answer != Answer::kMatch) continue;
+      const auto* const begin = reinterpret_cast<const Byte*>(heap.Data());
+      ASSERT_EQ(match.start - begin, first.range.start) << pattern << " in " << Visible(text);
+      ASSERT_EQ(match.end - begin, first.range.end) << pattern << " in " << Visible(text);
     }
   }
+  EXPECT_GT(lookedAt, 1'000);
+  EXPECT_GT(refused, 100);
 }
 
 }  // namespace
