@@ -47,6 +47,9 @@ inline constexpr std::int64_t kSimulatedGroupCost = 3;
 inline constexpr std::int64_t kReferenceUnits = 10;
 inline constexpr std::uint64_t kUnitsPerOutcome = 10;
 inline constexpr std::size_t kLookedForAUnit = 8;
+/// Rows with back-references, in nanoseconds: to begin at a place, and to go on from an end of a run.
+inline constexpr std::uint64_t kRowUnitsPerStart = 5;
+inline constexpr std::uint64_t kRowUnitsPerTry = 40;
 /// Lists of words, in nanoseconds: to look up a window, one of more than four bytes, and to look at one that the
 /// table has.
 inline constexpr double kCostOfWindow = 0.9;

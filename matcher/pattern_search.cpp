@@ -68,8 +68,9 @@ std::size_t PatternSearch::LineEnd(std::size_t place) const {
 /// Asks the locator for the next line with a place where a match could begin, and looks for the match
 /// from there to the line's end; or in the rest of the text, where that is faster.
 SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
-  const bool looksForPlaces = locator_.has_value() && !program_.References()->IsFast();
   while (place_ <= end_) {
+    const bool isFast = references_->IsFast();
+    const bool looksForPlaces = locator_.has_value() && !isFast;
     if (looksForPlaces) {
       const ByteRange possible = NextLocated();
       if (outcome_ != SearchOutcome::kFound) return outcome_;
@@ -78,8 +79,13 @@ SearchOutcome PatternSearch::NextWithReferences(ByteRange& match) {
     }
     const std::size_t lineEnd = looksForPlaces ? LineEnd(place_) : end_;
     const SearchOutcome outcome = references_->Find(place_, lineEnd, match, nullptr);
-    if (outcome == SearchOutcome::kGaveUp) place_ = references_->GaveUpAt();
-    if (outcome == SearchOutcome::kGaveUp) return outcome;
+    if (outcome == SearchOutcome::kGaveUp) {
+      const std::size_t place = references_->GaveUpAt();
+      touches_ = touches_ && place == place_;
+      place_ = place;
+      if (isFast && !references_->IsFast()) continue;
+      return outcome;
+    }
     const bool isRefused = touches_ && match.begin == place_ && match.end == place_;
     if (outcome == SearchOutcome::kFound && !isRefused) return outcome;
     place_ = outcome == SearchOutcome::kFound ? place_ + 1 : lineEnd + 1;

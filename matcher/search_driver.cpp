@@ -384,6 +384,8 @@ void FindByLocator(Search& search) {
   }
 }
 
+void FindByEngine(Search& search, const char* scan, bool everyLine);
+
 /// Finds a match with back-references without the engine. It counts on a line that the line filter lets pass.
 void FindByReferences(Search& search) {
   ReferenceRun& run = *search.work.references;
@@ -394,6 +396,7 @@ void FindByReferences(Search& search) {
   } else {
     run.BeginRest({bytes, length});
   }
+  if (!run.IsFast()) return FindByEngine(search, search.text, false);
   std::uint64_t paid = 0;
   for (const char* scan = search.text;;) {
     ByteRange match;
@@ -403,7 +406,10 @@ void FindByReferences(Search& search) {
     const bool isPaid =
         search.credit.Spend(kReferenceUnits * static_cast<std::int64_t>(run.Used() - paid));
     paid = run.Used();
-    if (outcome == SearchOutcome::kGaveUp) return search.GiveUpAt(search.text + run.GaveUpAt());
+    const char* const gaveUpAt = search.text + run.GaveUpAt();
+    if (outcome == SearchOutcome::kGaveUp && !run.IsFast())
+      return FindByEngine(search, LineStart(gaveUpAt, scan), false);
+    if (outcome == SearchOutcome::kGaveUp) return search.GiveUpAt(gaveUpAt);
     if (outcome == SearchOutcome::kNotFound) return;
     const char* const start = search.text + match.begin;
     const LocatedMatch found = {start, search.text + match.end};
@@ -419,10 +425,10 @@ void FindByReferences(Search& search) {
   }
 }
 
-/// Takes the lines that can hold a match to the engine, or all of them.
-void FindByEngine(Search& search, bool everyLine) {
+/// Takes the lines from `scan`, the start of one, that can hold a match to the engine, or all of them.
+void FindByEngine(Search& search, const char* scan, bool everyLine) {
   LineMatch match{};
-  for (const char* scan = search.text;;) {
+  for (;;) {
     const char* const place = everyLine ? scan : NextPlace(search, scan, search.limit);
     if (place == nullptr) return;
     const Line line = {LineStart(place, scan), search.notes.LineEnd(place, search.limit)};
@@ -532,7 +538,7 @@ MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions
   } else if (!pattern.regex.IsCompiled()) {
     search.GiveUpAt(text);
   } else {
-    FindByEngine(search, conditions.engineOnly);
+    FindByEngine(search, text, conditions.engineOnly);
   }
   MatchResult& result = search.result;
   if (result.outcome == SearchOutcome::kNotFound && result.gaveUpAt >= 0) {

@@ -183,8 +183,12 @@ inline constexpr std::uint64_t kMostProbeUnits = 500;
 inline constexpr double kRareRow = 5'000;
 inline constexpr double kEveryRowPlace = 100'000;
 inline constexpr std::size_t kMostBoundedRowRun = 16;
-/// How many ends of runs and words are tried at one start of a row before it is left to what remembers outcomes.
+/// How many ends of runs and words are tried at one start of a row before it is left.
 inline constexpr std::size_t kMostRowTries = 2'000;
+/// What rows may take in a text, in units of about a nanosecond: for each byte that was gone through, and in any case,
+/// before the text is searched without them.
+inline constexpr std::uint64_t kRowUnitsPerByte = 64;
+inline constexpr std::uint64_t kRowUnitsPerText = 1'000'000;
 /// More repeated bytes than these do not make a place rarer that is worth it. Measured: "([a-z][a-z][a-z])\1" with
 /// one, 3.9; with sixteen no difference.
 inline constexpr std::size_t kMostRepeatedBytes = 4;

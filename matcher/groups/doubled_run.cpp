@@ -49,11 +49,12 @@ std::size_t DoubledRun::Next(TextView text, std::size_t from, std::size_t lastSt
   std::size_t looked = 0;
   for (std::size_t place = from; place <= lastStart && place < text.size(); ++place) {
     if (!members_[text[place]]) continue;
-    if (place >= runEnd) {
-      runEnd = place + 1;
-      while (runEnd < text.size() && members_[text[runEnd]])
-        ++runEnd;
-    }
+    // No match reaches further.
+    const std::size_t reach =
+        longest_ == kNowhere ? text.size() : std::min(text.size(), place + 2 * longest_);
+    runEnd = std::max(runEnd, place + 1);
+    while (runEnd < reach && members_[text[runEnd]])
+      ++runEnd;
     const std::size_t run = runEnd - place;
     const bool isLong = run > kLongDoubledRun && longest_ == kNowhere;
     if (isLong) looked += run;

@@ -1,5 +1,6 @@
 #include "matcher/groups/reference_row.h"
 
+#include "matcher/costs.h"
 #include "matcher/groups/byte_words.h"
 #include "matcher/groups/way_graph.h"
 #include "matcher/limits.h"
@@ -432,10 +433,12 @@ SearchOutcome ReferenceRow::Next(TextView text, std::size_t from, std::size_t la
   SearchOutcome outcome = SearchOutcome::kNotFound;
   const unsigned char* const begin = text.data();
   const unsigned char* const end = begin + text.size();
+  const std::uint64_t mostAtFrom = work.used_ + most;
   // Tries `start`: where the next one may be, or nowhere, if the search is at its end.
   const auto tryAt = [&](std::size_t start) {
     if (start > lastStart) return kNowhere;
-    const bool isSpent = work.used_ > most;
+    work.most_ = mostAtFrom + kRowUnitsPerByte * (start - from);
+    const bool isSpent = work.used_ > work.most_;
     if (!isSpent && !TryAt(text, start, work)) return NextStart(text, start, work);
     match = {start, work.best_};
     outcome = isSpent || work.isSpent_ ? SearchOutcome::kGaveUp : SearchOutcome::kFound;
@@ -489,7 +492,7 @@ bool ReferenceRow::TryAt(TextView text, std::size_t start, Workspace& work) cons
   work.isSpent_ = false;
   work.metReference_ = false;
   Go({text, work}, 0, start);
-  work.used_ += 5 + 10 * work.tries_;
+  work.used_ += kRowUnitsPerStart;
   return work.best_ != kNowhere || work.isSpent_;
 }
 
@@ -591,6 +594,13 @@ void ReferenceRow::ReadRunAt(const Way& way, const Piece& run, const unsigned ch
   read = {begin, last};
 }
 
+/// Counts one more way that is tried. Returns false if there are too many.
+bool ReferenceRow::MayTry(Workspace& work) {
+  work.used_ += kRowUnitsPerTry;
+  work.isSpent_ = ++work.tries_ > kMostRowTries || work.used_ > work.most_;
+  return !work.isSpent_;
+}
+
 /// Tries the ends of the run at `place`, which can be no later than `end`, the furthest first.
 void ReferenceRow::Choose(const Way& way, std::size_t index, std::size_t place,
                           std::size_t end) const {
@@ -626,10 +636,7 @@ void ReferenceRow::Choose(const Way& way, std::size_t index, std::size_t place,
     at = lastEnd(last, least);
     work.used_ += (last - (at == kNowhere ? least : at)) / 2;
     if (at == kNowhere) return;
-    if (++work.tries_ > kMostRowTries) {
-      work.isSpent_ = true;
-      return;
-    }
+    if (!MayTry(work)) return;
     Go(way, index + 1, at);
     if (work.isSpent_) return;
     if (work.best_ != kNowhere) {
@@ -663,7 +670,7 @@ void ReferenceRow::ChooseWord(const Way& way, std::size_t index, std::size_t pla
     while (same < word.size() && tables_[word[same]][bytes[same]])
       ++same;
     if (same < word.size()) continue;
-    way.work.isSpent_ = ++way.work.tries_ > kMostRowTries;
+    if (!MayTry(way.work)) return;
     Go(way, index + 1, place + same);
   }
 }

@@ -66,14 +66,16 @@ class ReferenceRow {
     std::vector<ReadRun> runs_;      // by set: one that was read
     std::vector<ByteRange> groups_;  // by group, on the way that is being tried
     std::uint64_t used_ = 0;
-    std::size_t tries_ = 0;        // at the present start
+    std::uint64_t most_ = 0;       // that may be used up to the end of the present start
+    std::size_t tries_ = 0;        // there
     bool isSpent_ = false;         // there were too many
     bool metReference_ = false;    // a way came to a back-reference
     std::size_t best_ = kNowhere;  // the furthest end
   };
 
   /// The first match that starts from `from` to `lastStart`, of those there the longest. Where there are too many ways
-  /// at a place, or more than `most` units were used, kGaveUp: no match starts before `match.begin`.
+  /// at a place, or more was used than `most` units and kRowUnitsPerByte for each byte that was gone through, kGaveUp:
+  /// no match starts before `match.begin`.
   SearchOutcome Next(TextView text, std::size_t from, std::size_t lastStart, ByteRange& match,
                      std::uint64_t most, Workspace& work) const;
 
@@ -136,6 +138,7 @@ class ReferenceRow {
   bool TryAt(TextView text, std::size_t start, Workspace& work) const;
   void Go(const Way& way, std::size_t index, std::size_t place) const;
   void Choose(const Way& way, std::size_t index, std::size_t place, std::size_t end) const;
+  static bool MayTry(Workspace& work);
   void ChooseWord(const Way& way, std::size_t index, std::size_t place) const;
   bool StandsAgain(const Way& way, const ByteRange& group, std::size_t place) const;
   std::size_t EndOfRun(const Way& way, const Piece& run, std::size_t place) const;

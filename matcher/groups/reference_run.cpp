@@ -42,8 +42,10 @@ ReferenceRun::ReferenceRun(const ReferenceSearch& search)
       opened_(static_cast<std::size_t>(graph_.groupCount) + 1) {}
 
 void ReferenceRun::Begin(TextView text) {
-  BeginAgain(text);
   row_.Begin();
+  rowText_ = text.data();
+  leftRow_ = false;
+  BeginAgain(text);
 }
 
 /// The same, where what was found out about the text still holds.
@@ -51,6 +53,7 @@ void ReferenceRun::BeginAgain(TextView text) {
   text_ = text;
   hasLine_ = false;
   used_ = 0;
+  rowUsedBefore_ = row_.Used();
   budget_ = text.size() * kReferenceUnitsPerByte + kReferenceUnitsPerText;
 }
 
@@ -66,6 +69,10 @@ void ReferenceRun::BeginRest(TextView text) {
   Forget();
 }
 
+std::uint64_t ReferenceRun::Used() const {
+  return used_ + (row_.Used() - rowUsedBefore_) / static_cast<std::uint64_t>(kReferenceUnits);
+}
+
 SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRange& match,
                                  std::vector<ByteRange>* groups) {
   if (search_.isTooLarge_) {
@@ -73,7 +80,11 @@ SearchOutcome ReferenceRun::Find(std::size_t from, std::size_t lastStart, ByteRa
     return SearchOutcome::kGaveUp;
   }
   if (search_.doubled_) return FindDoubled(from, lastStart, match, groups);
-  if (search_.row_ && groups == nullptr) return FindRow(from, lastStart, match);
+  if (search_.row_ && !leftRow_ && groups == nullptr) {
+    const SearchOutcome outcome = FindRow(from, lastStart, match);
+    if (!leftRow_ || !search_.walk_) return outcome;
+    from = gaveUpAt_;
+  }
   while (from <= lastStart) {
     if (search_.walk_ && search_.walk_->LooksForPlaces()) {
       from = search_.walk_->NextPlace(text_, from, lastStart);
@@ -106,22 +117,17 @@ SearchOutcome ReferenceRun::FindDoubled(std::size_t from, std::size_t lastStart,
   return SearchOutcome::kFound;
 }
 
-/// Reads the row. Where there are too many ways at a place, they are tried there with all that is remembered of them.
+/// Reads the row. Where there are too many ways at a place, or more was used in the text than what was gone through is
+/// worth, the row is not read any more in this text.
 SearchOutcome ReferenceRun::FindRow(std::size_t from, std::size_t lastStart, ByteRange& match) {
-  while (true) {
-    const std::uint64_t before = row_.Used();
-    const std::uint64_t most =
-        before + (budget_ - std::min(used_, budget_)) * static_cast<std::uint64_t>(kReferenceUnits);
-    const SearchOutcome read = search_.row_->Next(text_, from, lastStart, match, most, row_);
-    used_ += (row_.Used() - before) / static_cast<std::uint64_t>(kReferenceUnits);
-    if (read != SearchOutcome::kGaveUp) return read;
-    gaveUpAt_ = match.begin;
-    if (row_.Used() > most || !EnterLine(match.begin)) return read;
-    const std::size_t start = match.begin;
-    const SearchOutcome outcome = FindInLine(start, start, match, nullptr);
-    if (outcome != SearchOutcome::kNotFound) return outcome;
-    from = start + 1;
-  }
+  const auto before = static_cast<std::uint64_t>(text_.data() + from - rowText_);
+  const std::uint64_t credit = kRowUnitsPerText + kRowUnitsPerByte * before;
+  const std::uint64_t most = credit - std::min(credit, row_.Used());
+  const SearchOutcome outcome = search_.row_->Next(text_, from, lastStart, match, most, row_);
+  if (outcome != SearchOutcome::kGaveUp) return outcome;
+  leftRow_ = true;
+  gaveUpAt_ = match.begin;
+  return outcome;
 }
 
 /// Goes the only way that the pattern leaves open: from `from` alone if places

@@ -119,12 +119,16 @@ class ReferenceRun {
   /// The same for `text`, which is the rest of the one before from a place on, and begins with a line there.
   void BeginRest(TextView text);
 
-  /// What the searches since `Begin` have spent, in units of about 10 ns.
-  std::uint64_t Used() const { return used_; }
+  /// What the searches since `Begin` or `BeginRest` have spent, in units of about 10 ns.
+  std::uint64_t Used() const;
+
+  /// ReferenceSearch::IsFast of the text: a row is not read any more where that took too long in it.
+  bool IsFast() const { return search_.walk_ || search_.doubled_ || (search_.row_ && !leftRow_); }
 
   /// The leftmost match that begins from `from` to `lastStart`, of those the
   /// longest. Writes its range, and to `groups`, unless that is null, the range
-  /// of group g at g - 1. Nothing is written unless a match is found.
+  /// of group g at g - 1. Nothing is written unless a match is found. Where it was fast and ceases to be, kGaveUp: the
+  /// same search, from where it stood, goes on otherwise.
   SearchOutcome Find(std::size_t from, std::size_t lastStart, ByteRange& match,
                      std::vector<ByteRange>* groups);
 
@@ -233,6 +237,9 @@ class ReferenceRun {
   ReferenceWalk::Captures walkCaptures_;
   std::vector<std::size_t> same_;
   ReferenceRow::Workspace row_;
+  const unsigned char* rowText_ = nullptr;  // where the text began that the row is read in
+  std::uint64_t rowUsedBefore_ = 0;         // of the row, before the rest of the text
+  bool leftRow_ = false;
 };
 
 }  // namespace trovex

@@ -3,6 +3,8 @@
 // bench/hostile/.
 
 #include "matcher/limits.h"
+#include "matcher/tuning.h"
+#include "tests/matcher/both_doors.h"
 #include "tests/matcher/hostile_searches.h"
 
 #include <gtest/gtest.h>
@@ -12,10 +14,13 @@
 #include <cstdio>
 #include <string>
 #include <tuple>
+#include <vector>
 
 namespace trovex {
 namespace {
 
+using testing::AllMatches;
+using testing::CompileProgram;
 using testing::CostOf;
 using testing::HostileCost;
 using testing::HostileSearch;
@@ -41,6 +46,51 @@ TEST(HostileSearch, TakesNoMoreWorkThanTheTextAllows) {
     const HostileCost cost = CostOf(pattern, search, 4 * search.bytes);
     EXPECT_LE(cost.units, UnitsAtMost(search, cost.bytes));
   }
+}
+
+/// A row with back-references has many ways at each place, and nothing that it asks for.
+TEST(HostileSearch, RowsThatAreReadInVainAreLeft) {
+  const std::string pattern = "([ab])[ab]*c*\\1\\1d";
+  const auto program = CompileProgram(ParsePattern(pattern.data(), pattern.size(), nullptr), {});
+  PatternWork work(CompileMatcher(pattern, {}).pattern);
+  for (const std::size_t bytes : {20'000U, 80'000U}) {
+    const auto most = static_cast<std::int64_t>(2 * kRowUnitsPerText + kRowUnitsPerByte * bytes);
+    const HostileSearch search = {pattern, false, 0, testing::Repeating("a", ""), bytes};
+    const std::string text = search.text(bytes);
+    PatternSearch second(*program);
+    second.Begin({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+    ByteRange match;
+    EXPECT_EQ(second.Next(match), SearchOutcome::kNotFound);
+    EXPECT_LE(second.Work(), most);
+    const HostileCost first = CostOf(work, search, bytes);
+    EXPECT_FALSE(first.gaveUp);
+    EXPECT_LE(first.units, most);
+  }
+}
+
+TEST(HostileSearch, WhatIsFoundAfterARowWasLeftIsTheSame) {
+  const std::string pattern = "([ab])[ab]*c*\\1\\1d";
+  const std::string before(3'000, 'a');
+  const std::string text = "aaad\n" + before + "\nab aaad abaacd\nbbbd\nbaad";
+  const std::size_t line = 5 + before.size() + 1;
+  const std::vector<ByteRange> expected = {{0, 4}, {line + 3, line + 7}, {line + 15, line + 19}};
+  const auto program = CompileProgram(ParsePattern(pattern.data(), pattern.size(), nullptr), {});
+  EXPECT_EQ(AllMatches(*program, text), expected);
+  // The searches of a text are told by its notes.
+  PatternWork work(CompileMatcher(pattern, {}).pattern);
+  const testing::HeapText heap(text);
+  TextNotes notes;
+  std::vector<ByteRange> found;
+  for (int from = 0; from < heap.Length();) {
+    const MatchResult result =
+        ExecuteMatcher(work, {}, heap.Data() + from, heap.Length() - from, 0, &notes);
+    if (result.outcome != SearchOutcome::kFound) break;
+    found.push_back({static_cast<std::size_t>(from + result.range.start),
+                     static_cast<std::size_t>(from + result.range.end)});
+    from += result.range.end;
+  }
+  EXPECT_EQ(found, expected);
+  EXPECT_FALSE(work.references->IsFast());
 }
 
 TEST(HostileSearch, RandomOnesTakeNoMoreEither) {

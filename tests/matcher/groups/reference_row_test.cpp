@@ -193,10 +193,15 @@ TEST(ReferenceRow, SaysWhereThereAreTooManyWays) {
   const ReferenceSearch search(Parsed(pattern), {.wordBytes = PlainWordBytes()});
   ReferenceRun run(search);
   run.Begin(exact.View());
-  EXPECT_EQ(run.Find(0, text.size(), match, nullptr), SearchOutcome::kNotFound);
+  ASSERT_EQ(run.Find(0, text.size(), match, nullptr), SearchOutcome::kGaveUp);
+  EXPECT_FALSE(run.IsFast());
+  ASSERT_EQ(run.GaveUpAt(), 2U);
+  EXPECT_EQ(run.Find(2, text.size(), match, nullptr), SearchOutcome::kNotFound);
   const std::string other = ways + "ax";
   const ExactText withMatch(other);
   run.Begin(withMatch.View());
+  EXPECT_TRUE(run.IsFast());
+  ASSERT_EQ(run.Find(0, other.size(), match, nullptr), SearchOutcome::kGaveUp);
   ASSERT_EQ(run.Find(0, other.size(), match, nullptr), SearchOutcome::kFound);
   EXPECT_EQ(match, (ByteRange{2, other.size()}));
 }
