@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace trovex {
@@ -22,6 +24,28 @@ inline MemberTable MembersOf(const CharSet& set) {
   for (std::size_t c = 0; c < members.size(); ++c)
     members[c] = set[c];
   return members;
+}
+
+/// A set of just those c with (c & mask) == value, as a single byte is one, and both cases of a letter are.
+struct MaskedByte {
+  std::uint8_t mask = 0;
+  std::uint8_t value = 0;
+};
+
+/// `set` in that form, if it has it: the bits in which its bytes differ are masked out, and it must have all bytes
+/// that agree in the others, of which there are two to the power of the bits masked out.
+inline std::optional<MaskedByte> MaskedByteOf(const CharSet& set) {
+  const std::size_t size = set.count();
+  if (!std::has_single_bit(size)) return std::nullopt;
+  unsigned inAll = 255;
+  unsigned inAny = 0;
+  for (std::size_t c = set._Find_first(); c < set.size(); c = set._Find_next(c)) {
+    inAll &= static_cast<unsigned>(c);
+    inAny |= static_cast<unsigned>(c);
+  }
+  const unsigned differing = inAll ^ inAny;
+  if (size != std::size_t{1} << std::popcount(differing)) return std::nullopt;
+  return MaskedByte{static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll)};
 }
 
 /// The tables of sets, each of the different ones once.

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <numeric>
+#include <optional>
 #include <utility>
 
 namespace trovex {
@@ -43,30 +44,6 @@ void ForEachByte(const Rows& rows, const Visit& visit) {
     for (unsigned row = rows[h]; row != 0; row &= row - 1)
       visit(h, static_cast<std::size_t>(std::countr_zero(row)));
   }
-}
-
-/// A set in the form (c & mask) == value; `holds` says whether it has that form.
-struct MaskedSet {
-  bool holds;
-  std::uint8_t mask;
-  std::uint8_t value;
-};
-
-/// The bits in which the bytes of the set differ are masked out. The set has the form if it has all
-/// bytes that agree in the others, of which there are two to the power of the bits masked out.
-MaskedSet MaskedSetOf(const Rows& rows) {
-  unsigned inAll = 255;
-  unsigned inAny = 0;
-  int size = 0;
-  ForEachByte(rows, [&](std::size_t h, std::size_t l) {
-    const auto c = static_cast<unsigned>(16 * h + l);
-    inAll &= c;
-    inAny |= c;
-    ++size;
-  });
-  const unsigned differing = inAll ^ inAny;
-  const bool holds = size > 0 && size == 1 << std::popcount(differing);
-  return {holds, static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll)};
 }
 
 /// A set as those c for which c & mask lies from `first` to `last`; it may have more bytes than the set that
@@ -194,11 +171,11 @@ ScanTables MakeTables(const Probes& probes) {
   for (std::size_t i = 0; i < probes.size(); ++i) {
     const Rows rows = RowsOf(probes[i].bytes);
     AddMembers(rows, 1, tables.members[i]);
-    const MaskedSet set = MaskedSetOf(rows);
-    tables.masks[i] = set.mask;
-    tables.values[i] = set.value;
-    areMasked = areMasked && set.holds;
-    areBytes = areBytes && set.holds && set.mask == 255;
+    const std::optional<MaskedByte> set = MaskedByteOf(probes[i].bytes);
+    tables.masks[i] = set ? set->mask : 0;
+    tables.values[i] = set ? set->value : 0;
+    areMasked = areMasked && set;
+    areBytes = areBytes && set && set->mask == 255;
     ranges[i] = RangeAround(rows);
     areRanges = areRanges && IsNear(ranges[i], rows);
     areRangesExact =

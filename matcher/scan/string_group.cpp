@@ -31,25 +31,6 @@ PlaceScan ScanFor(const std::vector<String>& strings) {
   return PlaceScan::ForAlternatives(ChooseProbesForAlternatives(beginnings));
 }
 
-/// A set in the form (c & mask) == value, if it has that: as many bytes as agree in the bits of the mask.
-struct MaskedByte {
-  bool holds = false;
-  std::uint64_t mask = 0;
-  std::uint64_t value = 0;
-};
-
-MaskedByte MaskedByteOf(const CharSet& set) {
-  unsigned inAll = 255;
-  unsigned inAny = 0;
-  for (std::size_t c = set._Find_first(); c < set.size(); c = set._Find_next(c)) {
-    inAll &= static_cast<unsigned>(c);
-    inAny |= static_cast<unsigned>(c);
-  }
-  const unsigned differing = inAll ^ inAny;
-  return {set.count() == std::size_t{1} << std::popcount(differing) && set.any(), 255U & ~differing,
-          inAll};
-}
-
 }  // namespace
 
 StringGroup::StringGroup(const std::vector<String>& strings) : scan_(ScanFor(strings)) {
@@ -64,15 +45,15 @@ void StringGroup::Add(const String& string, std::size_t number) {
   for (std::size_t offset = 0; offset < string.size(); ++offset) {
     const Rest rest = {static_cast<std::uint32_t>(offset), tables_.NumberOf(string[offset])};
     member.all.push_back(rest);
-    const MaskedByte byte = MaskedByteOf(string[offset]);
-    if (offset >= sizeof(std::uint64_t) || !byte.holds) {
+    const std::optional<MaskedByte> byte = MaskedByteOf(string[offset]);
+    if (offset >= sizeof(std::uint64_t) || !byte) {
       member.others.push_back(rest);
       continue;
     }
     std::array<unsigned char, sizeof(std::uint64_t)> place{};
-    place[offset] = static_cast<unsigned char>(byte.mask);
+    place[offset] = byte->mask;
     member.mask |= std::bit_cast<std::uint64_t>(place);
-    place[offset] = static_cast<unsigned char>(byte.value);
+    place[offset] = byte->value;
     member.value |= std::bit_cast<std::uint64_t>(place);
   }
   members_.push_back(std::move(member));

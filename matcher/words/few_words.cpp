@@ -18,27 +18,20 @@ std::optional<FewWords> FewWords::For(const SyntaxTree& tree, bool words, Compil
   if (tree.nodes.size() > kMostNodes) return std::nullopt;
   std::optional<WordList> list = ReadWordList(tree, budget);
   if (!list || list->Count() < 2 || list->Count() > kMostWords) return std::nullopt;
-  std::vector<Piece> pieceOfClass(1);  // of one byte
+  std::vector<MaskedByte> byteOfClass(1);  // of one byte
   for (std::size_t number = 1; number < list->bytesOf.size(); ++number) {
-    const CharSet& bytes = list->bytesOf[number];
-    unsigned inAll = 255;
-    unsigned inAny = 0;
-    for (std::size_t c = bytes._Find_first(); c < bytes.size(); c = bytes._Find_next(c)) {
-      inAll &= static_cast<unsigned>(c);
-      inAny |= static_cast<unsigned>(c);
-    }
-    const unsigned differing = inAll ^ inAny;
-    if (bytes.count() != std::size_t{1} << std::popcount(differing)) return std::nullopt;
-    pieceOfClass.push_back({255U & ~differing, inAll});
+    const std::optional<MaskedByte> byte = MaskedByteOf(list->bytesOf[number]);
+    if (!byte) return std::nullopt;
+    byteOfClass.push_back(*byte);
   }
   if (words) {
     list->starts = static_cast<Neighbours>(list->starts & kNoLetterBefore);
     list->stops = static_cast<Neighbours>(list->stops & kNoLetterAfter);
   }
-  return FewWords(*list, pieceOfClass);
+  return FewWords(*list, byteOfClass);
 }
 
-FewWords::FewWords(const WordList& list, const std::vector<Piece>& pieceOfClass)
+FewWords::FewWords(const WordList& list, const std::vector<MaskedByte>& byteOfClass)
     : starts_(list.starts), stops_(list.stops) {
   std::vector<std::string_view> words;
   for (std::size_t i = 0; i < list.Count(); ++i)
@@ -46,17 +39,17 @@ FewWords::FewWords(const WordList& list, const std::vector<Piece>& pieceOfClass)
   std::stable_sort(words.begin(), words.end(),
                    [](std::string_view a, std::string_view b) { return a.size() > b.size(); });
   for (const std::string_view word : words)
-    Add(word, pieceOfClass);
+    Add(word, byteOfClass);
 }
 
-void FewWords::Add(std::string_view word, const std::vector<Piece>& pieceOfClass) {
+void FewWords::Add(std::string_view word, const std::vector<MaskedByte>& byteOfClass) {
   constexpr std::size_t kAtOnce = sizeof(std::uint64_t);
   std::vector<Piece> pieces((word.size() + kAtOnce - 1) / kAtOnce);
   for (std::size_t i = 0; i < word.size(); ++i) {
-    const Piece& byte = pieceOfClass[static_cast<Byte>(word[i])];
+    const MaskedByte byte = byteOfClass[static_cast<Byte>(word[i])];
     const std::size_t shift = 8 * (i % kAtOnce);
-    pieces[i / kAtOnce].mask |= byte.mask << shift;
-    pieces[i / kAtOnce].value |= byte.value << shift;
+    pieces[i / kAtOnce].mask |= std::uint64_t{byte.mask} << shift;
+    pieces[i / kAtOnce].value |= std::uint64_t{byte.value} << shift;
   }
   masks_[count_] = pieces.front().mask;
   values_[count_] = pieces.front().value;

@@ -12,6 +12,7 @@
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/words/beginning_scan.h"
 #include "matcher/words/word_list.h"
+#include "text/char_set.h"
 
 #include <array>
 #include <bit>
@@ -62,8 +63,8 @@ class FewWords {
     std::uint64_t value = 0;
   };
 
-  FewWords(const WordList& list, const std::vector<Piece>& pieceOfClass);
-  void Add(std::string_view word, const std::vector<Piece>& pieceOfClass);
+  FewWords(const WordList& list, const std::vector<MaskedByte>& byteOfClass);
+  void Add(std::string_view word, const std::vector<MaskedByte>& byteOfClass);
 
   bool GoesOnAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const {
     for (const Piece& piece : rests_[number]) {

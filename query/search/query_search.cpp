@@ -196,7 +196,8 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   return RunSeveral(text, passed, options, visit, visitContext);
 }
 
-/// Where there is more than a pattern: strings are searched for together, or streams find the items. The first `passed` items are known already.
+/// Where there is more than a pattern: strings are searched for together, or streams find the items. The first
+/// `passed` items are known already.
 Verdict QuerySearch::RunSeveral(TextView text, std::size_t passed, const SearchOptions& options,
                                 Visit visit, void* visitContext) {
   const bool isPlainSearch =
