@@ -1,0 +1,69 @@
+#include "matcher/words/offset_scan.h"
+
+#include <algorithm>
+
+namespace trovex {
+
+namespace {
+
+/// So many windows are looked at in one turn.
+constexpr std::size_t kAtOnce = 4;
+
+template <std::size_t kStride>
+std::size_t Find(const OffsetTable& table, const unsigned char* text, std::size_t count,
+                 const unsigned char* end, std::uint32_t* const hits) {
+  constexpr std::size_t kLead = kStride - 1;
+  constexpr std::size_t kReach = (kAtOnce - 1) * kStride + kLead + sizeof(std::uint64_t);
+  const auto size = static_cast<std::size_t>(end - text);
+  // Copies, of which the compiler knows that no hit that is written changes them.
+  const std::uint64_t mask = table.mask;
+  const int shift = table.shift;
+  const std::uint8_t* const places = table.places.data();
+  std::size_t written = 0;
+  const auto look = [&](std::size_t place, std::uint64_t bytes) {
+    const std::uint8_t found = places[OffsetTable::Hash(bytes, mask, shift)];
+    hits[written] = OffsetHit::Of(place, found);
+    written += found != 0 ? 1 : 0;
+  };
+  std::size_t place = 0;
+  for (; count >= kAtOnce && place + kReach <= size; count -= kAtOnce) {
+    for (std::size_t i = 0; i < kAtOnce; ++i, place += kStride)
+      look(place, EightBytes(text + place + kLead));
+  }
+  for (; count > 0; --count, place += kStride)
+    look(place, EightBytes(text + place + kLead, text, end));
+  return written;
+}
+
+template <std::size_t kStride>
+void FindBeginningsOfStride(const FollowerTable& table, const unsigned char* text,
+                            std::span<const std::uint32_t> hits, Beginnings& found) {
+  // One more is written than there are, and counts for nothing.
+  std::array<std::uint32_t, kStride * Beginnings::kMostHits + 1> places;
+  std::size_t count = 0;
+  for (const std::uint32_t hit : hits) {
+    for (std::size_t step = 0; step < kStride; ++step) {
+      places[count] = static_cast<std::uint32_t>(OffsetHit::PlaceOf(hit) + step);
+      count += OffsetHit::PlacesOf(hit) >> step & 1;
+    }
+  }
+  FindBeginningsPlainly(table, text, std::span(places).first(count), 1, found);
+}
+
+}  // namespace
+
+std::size_t FindOffsets(const OffsetTable& table, const unsigned char* text, std::size_t count,
+                        const unsigned char* end, std::uint32_t* hits) {
+  static_assert(OffsetTable::kMostStride == 4);
+  constexpr std::array kOfStride = {&Find<1>, &Find<2>, &Find<3>, &Find<4>};
+  return kOfStride[table.stride - 1](table, text, count, end, hits);
+}
+
+void FindBeginningsOf(const FollowerTable& table, const unsigned char* text,
+                      std::span<const std::uint32_t> hits, std::size_t stride, Beginnings& found) {
+  constexpr std::array kOfStride = {&FindBeginningsOfStride<1>, &FindBeginningsOfStride<2>,
+                                    &FindBeginningsOfStride<3>, &FindBeginningsOfStride<4>};
+  kOfStride[stride - 1](table, text, hits, found);
+}
+
+}  // namespace trovex
