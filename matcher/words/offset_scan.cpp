@@ -9,7 +9,19 @@ namespace {
 /// So many windows are looked at in one turn.
 constexpr std::size_t kAtOnce = 4;
 
-template <std::size_t kStride>
+/// What of the bytes at a place is a window: four bytes as they are, some of four, or some of eight.
+enum class Kind { kFour, kShort, kLong };
+
+template <Kind kKind>
+std::size_t HashOf(std::uint64_t bytes, std::uint64_t mask, int shift) {
+  const auto first = static_cast<std::uint32_t>(bytes);
+  if constexpr (kKind == Kind::kFour) return OffsetTable::HashOfShort(first, shift);
+  if constexpr (kKind == Kind::kShort)
+    return OffsetTable::HashOfShort(first & static_cast<std::uint32_t>(mask), shift);
+  return OffsetTable::HashOfLong(bytes & mask, shift);
+}
+
+template <std::size_t kStride, Kind kKind>
 std::size_t Find(const OffsetTable& table, const unsigned char* text, std::size_t count,
                  const unsigned char* end, std::uint32_t* const hits) {
   constexpr std::size_t kLead = kStride - 1;
@@ -21,7 +33,7 @@ std::size_t Find(const OffsetTable& table, const unsigned char* text, std::size_
   const std::uint8_t* const places = table.places.data();
   std::size_t written = 0;
   const auto look = [&](std::size_t place, std::uint64_t bytes) {
-    const std::uint8_t found = places[OffsetTable::Hash(bytes, mask, shift)];
+    const std::uint8_t found = places[HashOf<kKind>(bytes, mask, shift)];
     hits[written] = OffsetHit::Of(place, found);
     written += found != 0 ? 1 : 0;
   };
@@ -55,8 +67,18 @@ void FindBeginningsOfStride(const FollowerTable& table, const unsigned char* tex
 std::size_t FindOffsets(const OffsetTable& table, const unsigned char* text, std::size_t count,
                         const unsigned char* end, std::uint32_t* hits) {
   static_assert(OffsetTable::kMostStride == 4);
-  constexpr std::array kOfStride = {&Find<1>, &Find<2>, &Find<3>, &Find<4>};
-  return kOfStride[table.stride - 1](table, text, count, end, hits);
+  using Function = std::size_t (*)(const OffsetTable&, const unsigned char*, std::size_t,
+                                   const unsigned char*, std::uint32_t*);
+  constexpr std::array<std::array<Function, 4>, 3> kAll = {{
+      {&Find<1, Kind::kFour>, &Find<2, Kind::kFour>, &Find<3, Kind::kFour>, &Find<4, Kind::kFour>},
+      {&Find<1, Kind::kShort>, &Find<2, Kind::kShort>, &Find<3, Kind::kShort>,
+       &Find<4, Kind::kShort>},
+      {&Find<1, Kind::kLong>, &Find<2, Kind::kLong>, &Find<3, Kind::kLong>, &Find<4, Kind::kLong>},
+  }};
+  const Kind kind = !table.IsShort()           ? Kind::kLong
+                    : table.mask != 0xFFFFFFFF ? Kind::kShort
+                                               : Kind::kFour;
+  return kAll[static_cast<std::size_t>(kind)][table.stride - 1](table, text, count, end, hits);
 }
 
 void FindBeginningsOf(const FollowerTable& table, const unsigned char* text,

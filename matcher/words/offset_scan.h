@@ -30,18 +30,28 @@ struct OffsetTable {
   std::size_t stride = 1;
   /// What counts of the eight bytes at a place.
   std::uint64_t mask = 0;
-  /// A hash has 64 - `shift` bits.
+  /// A hash has 64 - `shift` bits, 32 at most.
   int shift = 0;
   /// By the hash of a window, a bit for each place at which a word may begin that has it: the lowest one for the one
   /// that is `stride` - 1 bytes before the window, the next one for the place after it, and so on.
   std::vector<std::uint8_t> places;
 
-  static std::size_t Hash(std::uint64_t bytes, std::uint64_t mask, int shift) {
-    return static_cast<std::size_t>((bytes & mask) * 0x9E3779B97F4A7C15U >> shift);
+  /// Windows of four bytes and fewer are hashed by what they are in 32 bits.
+  bool IsShort() const { return mask >> 32 == 0; }
+  std::size_t HashOf(std::uint64_t bytes) const {
+    const std::uint64_t window = bytes & mask;
+    return IsShort() ? HashOfShort(static_cast<std::uint32_t>(window), shift)
+                     : HashOfLong(window, shift);
+  }
+  static std::size_t HashOfShort(std::uint32_t window, int shift) {
+    return (window * WindowTable::kFirstFactor) >> (shift - 32);
+  }
+  static std::size_t HashOfLong(std::uint64_t window, int shift) {
+    return static_cast<std::size_t>(window * 0x9E3779B97F4A7C15U >> shift);
   }
   void Add(std::uint64_t window, std::size_t offset) {
     const std::size_t place = stride - 1 - offset;
-    places[Hash(window, mask, shift)] |= static_cast<std::uint8_t>(1U << place);
+    places[HashOf(window)] |= static_cast<std::uint8_t>(1U << place);
   }
 };
 

@@ -55,8 +55,8 @@ TEST(OffsetScan, FindsTheWindowsThatTheTableHas) {
     const std::size_t count = most - std::min(most, static_cast<std::size_t>(dice.Between(0, 3)));
     std::vector<std::uint32_t> expected;
     for (std::size_t place = 0; place < count * table.stride; place += table.stride) {
-      const std::uint8_t places = table.places[OffsetTable::Hash(
-          BytesAt(text, place + table.stride - 1), table.mask, table.shift)];
+      const std::uint8_t places =
+          table.places[table.HashOf(BytesAt(text, place + table.stride - 1))];
       if (places != 0) expected.push_back(OffsetHit::Of(place, places));
     }
     std::vector<std::uint32_t> hits(count + 1);
