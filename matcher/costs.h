@@ -55,6 +55,9 @@ inline constexpr std::uint64_t kRowUnitsPerTry = 40;
 inline constexpr double kCostOfWindow = 0.9;
 inline constexpr double kCostOfLongWindow = 1.1;
 inline constexpr double kCostOfHit = 20;
+/// The same where windows are looked up with their offsets: a window, and a place that it leads to.
+inline constexpr double kCostOfOffset = 0.6;
+inline constexpr double kCostOfOffsetHit = 2.5;
 /// To look a place up in buckets by the lower six bits of bytes: of none of them, and for each byte and set; by their
 /// halves; and to look at a place that these have. Measured: 0.06 with four bytes and one set, 0.15 with six and four.
 inline constexpr double kCostOfBuckets = 0.045;

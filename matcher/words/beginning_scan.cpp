@@ -136,16 +136,25 @@ FindBeginnings ChooseBeginningScan(const FollowerTable& /*table*/) {
 void FindBeginningsPlainly(const FollowerTable& table, const unsigned char* text,
                            std::span<const std::uint32_t> hits, std::size_t stride,
                            Beginnings& found) {
-  for (const std::uint32_t hit : hits) {
-    for (std::size_t step = 0; step < stride; ++step) {
-      const auto place = static_cast<std::uint32_t>(hit + step);
-      const std::uint64_t bytes = EightBytes(text + place);
-      const std::uint32_t hash = table.HashOf(bytes);
-      found.places[found.count] = place;
-      found.hashes[found.count] = hash;
-      found.count += table.MayBegin(bytes, hash) ? 1 : 0;
+  // A copy, of which the compiler knows that nothing that is written changes it.
+  std::size_t count = found.count;
+  const auto look = [&](std::uint32_t place) {
+    const std::uint64_t bytes = EightBytes(text + place);
+    const std::uint32_t hash = table.HashOf(bytes);
+    found.places[count] = place;
+    found.hashes[count] = hash;
+    count += table.MayBegin(bytes, hash) ? 1 : 0;
+  };
+  if (stride == 1) {
+    for (const std::uint32_t hit : hits)
+      look(hit);
+  } else {
+    for (const std::uint32_t hit : hits) {
+      for (std::size_t step = 0; step < stride; ++step)
+        look(static_cast<std::uint32_t>(hit + step));
     }
   }
+  found.count = count;
 }
 
 }  // namespace trovex

@@ -29,6 +29,10 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+bool GathersFast() {
+  return HWY_TARGET <= HWY_AVX3;
+}
+
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
 FindWindows Choose(const WindowTable& /*table*/) {
@@ -207,8 +211,13 @@ namespace trovex {
 
 #ifdef TROVEX_USE_HIGHWAY
 
+HWY_EXPORT(GathersFast);
 HWY_EXPORT(Choose);
 HWY_EXPORT(ChooseTest);
+
+bool MachineGathersFast() {
+  return HWY_DYNAMIC_DISPATCH(GathersFast)();
+}
 
 FindWindows ChooseWindowScan(const WindowTable& table) {
   return HWY_DYNAMIC_DISPATCH(Choose)(table);
@@ -219,6 +228,10 @@ TestWindows ChooseWindowTest(const WindowTable& table) {
 }
 
 #else
+
+bool MachineGathersFast() {
+  return false;
+}
 
 FindWindows ChooseWindowScan(const WindowTable& /*table*/) {
   return &FindWindowsPlainly;

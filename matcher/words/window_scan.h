@@ -78,6 +78,10 @@ using FindWindows = std::size_t (*)(const WindowTable& table, const unsigned cha
 
 inline constexpr std::size_t kWindowsAtOnce = 64;
 
+/// Whether the machine looks up many windows at a time faster than one after the other. Others look for what
+/// offset_scan.h has.
+bool MachineGathersFast();
+
 /// The fastest way that the machine has for windows of this length.
 FindWindows ChooseWindowScan(const WindowTable& table);
 

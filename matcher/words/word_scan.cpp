@@ -39,13 +39,6 @@ std::size_t DividedByStride(std::size_t size, std::size_t stride) {
   return size * kReciprocals[stride] >> kShift;
 }
 
-/// The longest window with this stride of which all can lie within so many bytes of a word; 0: none.
-std::size_t WindowLength(std::size_t shortest, std::size_t stride) {
-  if (shortest < stride) return 0;
-  constexpr std::array<std::size_t, kMostStride + 1> kMost = {0, 8, 8, 7, 4};
-  return std::min(shortest - stride + 1, kMost[stride]);
-}
-
 /// To look up a byte as the one of its class, in nanoseconds.
 constexpr double kCostOfTranslation = 0.4;
 
@@ -68,9 +61,9 @@ using Rates = std::array<std::array<double, kLongestWindow + 1>, kMostStride>;
 
 class WordScanMaker {
  public:
-  /// `translates`: each class is looked up as one byte.
-  WordScanMaker(const WordList& list, bool translates, CompileBudget& budget)
-      : list_(list), budget_(budget), scan_(list) {
+  /// `translates`: each class is looked up as one byte. `gathers`: see WordScan::Make().
+  WordScanMaker(const WordList& list, bool translates, bool gathers, CompileBudget& budget)
+      : list_(list), budget_(budget), scan_(list), hasOffsets_(!gathers) {
     scan_.translates_ = translates;
   }
 
@@ -262,16 +255,30 @@ class WordScanMaker {
             rate += rates_[one][offset][length];
         }
         rate = std::min(1.0, rate);
-        const double cost = length > 4 ? kCostOfLongWindow : kCostOfWindow;
-        const double perByte = (cost + rate * kCostOfHit) / static_cast<double>(stride);
+        const double perByte = CostOfWindow(length, rate) / static_cast<double>(stride);
         if (perByte < best.cost) best = {stride, length, perByte, std::nullopt};
       }
     }
     return best;
   }
 
-  static int TableBits(std::size_t entries) { return std::clamp(BitsFor(entries) + 6, 10, 20); }
-  static double FillOf(std::size_t entries) {
+  double CostOfWindow(std::size_t length, double rate) const {
+    if (hasOffsets_) return kCostOfOffset + rate * kCostOfOffsetHit;
+    return (length > 4 ? kCostOfLongWindow : kCostOfWindow) + rate * kCostOfHit;
+  }
+
+  /// The longest window with this stride of which all can lie within so many bytes of a word; 0: none.
+  std::size_t WindowLength(std::size_t shortest, std::size_t stride) const {
+    if (shortest < stride) return 0;
+    constexpr std::array<std::size_t, kMostStride + 1> kMost = {0, 8, 8, 7, 4};
+    return std::min(shortest - stride + 1, hasOffsets_ ? kLongestWindow : kMost[stride]);
+  }
+
+  int TableBits(std::size_t entries) const {
+    if (hasOffsets_) return std::clamp(BitsFor(entries) + kOffsetBits, 8, 18);
+    return std::clamp(BitsFor(entries) + 6, 10, 20);
+  }
+  double FillOf(std::size_t entries) const {
     return static_cast<double>(entries) / std::exp2(TableBits(entries));
   }
 
@@ -321,9 +328,11 @@ class WordScanMaker {
       group.buckets = *choice.buckets;
       group.findInBuckets = ChooseBucketScan(group.buckets);
       group.testInBuckets = ChooseBucketTest(group.buckets);
-    } else if (!AddWindows(words, choice, group)) {
+    } else if (!(hasOffsets_ ? AddOffsets(words, choice, group)
+                             : AddWindows(words, choice, group))) {
       return false;
     }
+    group.stride = choice.stride;
     if (!AddRoots(words, group)) return false;
     group.findWindows = ChooseWindowScan(group.windows);
     group.testWindows = ChooseWindowTest(group.windows);
@@ -373,11 +382,35 @@ class WordScanMaker {
     table.shift = 32 - bits;
     budget_.ChargeBytes((std::int64_t{1} << bits) / 8);
     table.bits.assign(std::size_t{1} << (bits - 5), 0);
+    return ForEachWindow(words, choice, [&](const auto& bytes, std::size_t /*offset*/) {
+      table.Add(std::bit_cast<Window>(bytes));
+    });
+  }
+
+  bool AddOffsets(const std::vector<std::string_view>& words, const Choice& choice,
+                  WordScan::Group& group) {
+    OffsetTable& table = group.offsets;
+    group.hasOffsets = true;
+    table.stride = choice.stride;
+    table.mask = (byteMask_ * kEachByte) >> (8 * (sizeof table.mask - choice.length));
+    const int bits = TableBits(words.size() * choice.stride);
+    table.shift = 64 - bits;
+    budget_.ChargeBytes(std::int64_t{1} << bits);
+    table.places.assign(std::size_t{1} << bits, 0);
+    return ForEachWindow(words, choice, [&](const auto& bytes, std::size_t offset) {
+      table.Add(EightBytes(reinterpret_cast<const Byte*>(bytes.data())), offset);
+    });
+  }
+
+  /// Calls `take` with all values of the windows of `words`, and where in a word they stand. False where these are too
+  /// many.
+  template <typename Take>
+  bool ForEachWindow(const std::vector<std::string_view>& words, const Choice& choice,
+                     const Take& take) {
     for (const std::string_view word : words) {
       for (std::size_t offset = 0; offset < choice.stride; ++offset) {
-        const bool fits = ForEachValue(word.substr(offset, choice.length), [&](const auto& bytes) {
-          table.Add(std::bit_cast<Window>(bytes));
-        });
+        const bool fits = ForEachValue(word.substr(offset, choice.length),
+                                       [&](const auto& bytes) { take(bytes, offset); });
         if (!fits) return false;
       }
     }
@@ -484,12 +517,13 @@ class WordScanMaker {
   /// By the length that is too long for them, once they were asked for.
   std::array<std::optional<std::optional<Buckets>>, kLongLength + 2> buckets_;
   std::size_t made_ = 0;
+  const bool hasOffsets_;  // set if windows are looked up with their offsets
 };
 
 std::optional<WordScan> WordScan::Make(const WordList& list, bool mayTranslate,
-                                       CompileBudget& budget) {
-  std::optional<WordScan> scan = WordScanMaker(list, false, budget).Make();
-  if (!scan && mayTranslate) scan = WordScanMaker(list, true, budget).Make();
+                                       CompileBudget& budget, bool gathers) {
+  std::optional<WordScan> scan = WordScanMaker(list, false, gathers, budget).Make();
+  if (!scan && mayTranslate) scan = WordScanMaker(list, true, gathers, budget).Make();
   return scan;
 }
 
@@ -531,13 +565,17 @@ void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, s
   std::fill_n(marks, size / 64, 0);
   const auto textSize = static_cast<std::size_t>(textEnd - from);
   for (const Group& group : groups_) {
-    const std::size_t stride = group.windows.stride;
+    const std::size_t stride = group.stride;
     const std::size_t shortest = std::min(group.shortest, kLookedAt);
     if (textSize < shortest) continue;
     // A word that starts at one of the places up to a window holds that window, if it is no further away than
     // the stride. Behind the last place with room for a word there is none.
     const std::size_t windows =
         DividedByStride(std::min(size, textSize - shortest + stride), stride);
+    if (group.hasOffsets) {
+      MarkByOffsets(group, from, windows, textEnd, marks, hits);
+      continue;
+    }
     const std::size_t count =
         group.findInBuckets != nullptr
             ? group.findInBuckets(group.buckets, from, windows, textEnd, hits)
@@ -558,26 +596,69 @@ void WordScan::MarkIn(const Byte* from, std::size_t size, const Byte* textEnd, s
   }
 }
 
+/// Marks the places at which a word could start that has one of `count` windows.
+void WordScan::MarkByOffsets(const Group& group, const Byte* from, std::size_t count,
+                             const Byte* textEnd, std::uint64_t* marks, std::uint32_t* hits) const {
+  const std::size_t found = FindOffsets(group.offsets, from, count, textEnd, hits);
+  const auto textSize = static_cast<std::size_t>(textEnd - from);
+  // Eight bytes can be read at all places of a hit, but for those near the end.
+  const auto isInside = [&](std::uint32_t hit) {
+    return OffsetHit::PlaceOf(hit) + group.stride - 1 + sizeof(std::uint64_t) <= textSize;
+  };
+  std::size_t inside = found;
+  while (inside > 0 && !isInside(hits[inside - 1]))
+    --inside;
+  std::size_t done = 0;
+  while (inside - done >= kFewHits) {
+    const std::size_t some = std::min(inside - done, Beginnings::kMostHits);
+    Beginnings beginnings;
+    FindBeginningsOf(group.beginnings, from, {hits + done, some}, group.stride, beginnings);
+    MarkFound(group, from, beginnings, textEnd, marks);
+    done += some;
+  }
+  MarkHits(group, from, {hits + done, found - done}, textEnd, marks);
+}
+
+/// The same for windows that the table has, where there are a few, or where the text ends.
+void WordScan::MarkHits(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
+                        const Byte* textEnd, std::uint64_t* marks) const {
+  for (const std::uint32_t hit : hits) {
+    for (unsigned places = OffsetHit::PlacesOf(hit); places != 0; places &= places - 1) {
+      const std::size_t place =
+          OffsetHit::PlaceOf(hit) + static_cast<std::size_t>(std::countr_zero(places));
+      if (from + place >= textEnd) break;
+      const std::uint64_t may = MayStandAt(group, from + place, from, textEnd) ? 1 : 0;
+      marks[place / 64] |= may << (place % 64);
+    }
+  }
+}
+
 /// The marks of up to 64 bytes. The tables of all groups are asked before anything depends on what they say: a
 /// processor that does not foresee it then waits for them once.
 std::uint64_t WordScan::MarkInShort(const Byte* from, const Byte* textEnd) const {
   const auto size = static_cast<std::size_t>(textEnd - from);
   std::array<std::uint64_t, kMostGroups> hits;
+  std::uint64_t marks = 0;
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const Group& group = groups_[i];
-    const std::size_t stride = group.windows.stride;
+    const std::size_t stride = group.stride;
     const std::size_t shortest = std::min(group.shortest, kLookedAt);
     hits[i] = 0;
     if (size < shortest) continue;
     const std::size_t windows = DividedByStride(size - shortest + stride, stride);
+    if (group.hasOffsets) {
+      std::array<std::uint32_t, 64 + 1> found;
+      const std::size_t count = FindOffsets(group.offsets, from, windows, textEnd, found.data());
+      MarkHits(group, from, {found.data(), count}, textEnd, &marks);
+      continue;
+    }
     hits[i] = group.testInBuckets != nullptr
                   ? group.testInBuckets(group.buckets, from, windows, textEnd)
                   : group.testWindows(group.windows, from + (stride - 1), windows, textEnd);
   }
-  std::uint64_t marks = 0;
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const Group& group = groups_[i];
-    const std::size_t stride = group.windows.stride;
+    const std::size_t stride = group.stride;
     const std::size_t shortest = std::min(group.shortest, kLookedAt);
     for (std::uint64_t bits = hits[i]; bits != 0; bits &= bits - 1) {
       const std::size_t hit = static_cast<std::size_t>(std::countr_zero(bits)) * stride;
@@ -609,7 +690,13 @@ inline bool WordScan::MayStandAt(const Group& group, const Byte* place, const By
 void WordScan::MarkNear(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
                         const Byte* textEnd, std::uint64_t* marks) const {
   Beginnings found;
-  group.findBeginnings(group.beginnings, from, hits, group.windows.stride, found);
+  group.findBeginnings(group.beginnings, from, hits, group.stride, found);
+  MarkFound(group, from, found, textEnd, marks);
+}
+
+/// Marks those of the places at which a word may begin where a word may stand.
+void WordScan::MarkFound(const Group& group, const Byte* from, const Beginnings& found,
+                         const Byte* textEnd, std::uint64_t* marks) const {
   for (std::size_t i = 0; i < found.count; ++i)
     group.roots.Prefetch(found.hashes[i]);
   for (std::size_t i = 0; i < found.count; ++i) {
@@ -629,7 +716,7 @@ void WordScan::MarkOneByOne(const Group& group, const Byte* from,
   const auto textSize = static_cast<std::size_t>(textEnd - from);
   for (const std::uint32_t hit : hits) {
     const std::size_t shortest = std::min(group.shortest, kLookedAt);
-    const std::size_t last = std::min(hit + group.windows.stride, textSize - shortest + 1);
+    const std::size_t last = std::min(hit + group.stride, textSize - shortest + 1);
     for (std::size_t place = hit; place < last; ++place) {
       const std::uint64_t may = MayStandAt(group, from + place, from, textEnd) ? 1 : 0;
       marks[place / 64] |= may << (place % 64);

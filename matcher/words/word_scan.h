@@ -3,8 +3,9 @@
 // Looking for many words at once is done in three steps, each of which leaves little to the next:
 //
 //   windows      A few bytes of a word, at whatever place a scan comes across it, are looked up in a table of
-//                bits (window_scan.h), many places of the text at a time. The beginnings of a few words are
-//                looked for at every place, which is done faster (bucket_scan.h).
+//                bits (window_scan.h), many places of the text at a time; or, where the machine does that faster,
+//                one after the other in a table that tells where the word would begin (offset_scan.h). The
+//                beginnings of a few words are looked for at every place, which is faster still (bucket_scan.h).
 //   beginnings   Where the table has them, the bytes from each place on at which the word could start are
 //                looked up in another one: as many as the shortest word has, at most seven, and the one
 //                after them (beginning_scan.h). Those that are left lead to the words that begin so, and all
@@ -25,6 +26,7 @@
 #include "matcher/tuning.h"
 #include "matcher/words/beginning_scan.h"
 #include "matcher/words/bucket_scan.h"
+#include "matcher/words/offset_scan.h"
 #include "matcher/words/root_table.h"
 #include "matcher/words/window_scan.h"
 #include "matcher/words/word_list.h"
@@ -47,9 +49,10 @@ class WordScan {
   using Byte = unsigned char;
 
   /// Nothing where there are too many windows. `mayTranslate`: if there are, each class may be looked up as one
-  /// byte. The work is charged to `budget`. Throws BudgetExhausted.
+  /// byte. `gathers`: windows are looked up many at a time, without their offsets. The work is charged to `budget`.
+  /// Throws BudgetExhausted.
   static std::optional<WordScan> Make(const WordList& list, bool mayTranslate,
-                                      CompileBudget& budget);
+                                      CompileBudget& budget, bool gathers = MachineGathersFast());
 
   /// Between which neighbours a word may start, and end.
   Neighbours Starts() const { return starts_; }
@@ -94,6 +97,11 @@ class WordScan {
 
   struct Group {
     std::size_t shortest = 0;
+    /// How many places lie between those that are looked at.
+    std::size_t stride = 1;
+    /// Looked up instead of windows where the machine does that faster.
+    bool hasOffsets = false;
+    OffsetTable offsets;
     WindowTable windows;
     FindWindows findWindows = nullptr;
     TestWindows testWindows = nullptr;
@@ -141,6 +149,13 @@ class WordScan {
                 const Byte* textEnd, std::uint64_t* marks) const;
   void MarkOneByOne(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
                     const Byte* textEnd, std::uint64_t* marks) const;
+
+  void MarkByOffsets(const Group& group, const Byte* from, std::size_t count, const Byte* textEnd,
+                     std::uint64_t* marks, std::uint32_t* hits) const;
+  void MarkHits(const Group& group, const Byte* from, std::span<const std::uint32_t> hits,
+                const Byte* textEnd, std::uint64_t* marks) const;
+  void MarkFound(const Group& group, const Byte* from, const Beginnings& found, const Byte* textEnd,
+                 std::uint64_t* marks) const;
 
   bool MayStandAt(const Group& group, const Byte* place, const Byte* begin,
                   const Byte* textEnd) const;

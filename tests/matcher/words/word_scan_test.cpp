@@ -42,12 +42,13 @@ ByteMap UpperCase() {
   return upper;
 }
 
-std::optional<WordScan> ScanFor(const std::string& pattern, bool folds) {
+std::optional<WordScan> ScanFor(const std::string& pattern, bool folds,
+                                bool gathers = MachineGathersFast()) {
   CompileBudget budget;
   const ByteMap upper = UpperCase();
   const SyntaxTree tree = ParsePattern(pattern.data(), pattern.size(), folds ? &upper : nullptr);
   const auto list = ReadWordList(tree, budget);
-  return list ? WordScan::Make(*list, true, budget) : std::nullopt;
+  return list ? WordScan::Make(*list, true, budget, gathers) : std::nullopt;
 }
 
 /// All words of `text`, from `places`, which may have found others before.
@@ -85,8 +86,8 @@ std::uint64_t MarksOf(const WordScan& scan, const std::string& text, bool isShor
 }
 
 void Compare(const std::vector<std::string>& words, const std::vector<std::string>& texts,
-             bool folds, std::uint32_t seed) {
-  const auto scan = ScanFor(Joined(words), folds);
+             bool folds, std::uint32_t seed, bool gathers) {
+  const auto scan = ScanFor(Joined(words), folds, gathers);
   ASSERT_TRUE(scan.has_value()) << Visible(Joined(words));
   WordPlaces places(*scan);
   const ByteMap fold = folds ? AsciiFold() : kSameBytes;
@@ -105,6 +106,13 @@ void Compare(const std::vector<std::string>& words, const std::vector<std::strin
         AllWords(words, text, fold, [&](std::size_t, std::size_t end) { return atEven(end); }))
         << "seed " << seed << " words " << Visible(Joined(words)) << " text " << Visible(text);
   }
+}
+
+/// With either way to look up windows.
+void Compare(const std::vector<std::string>& words, const std::vector<std::string>& texts,
+             bool folds, std::uint32_t seed) {
+  Compare(words, texts, folds, seed, true);
+  if (!::testing::Test::HasFatalFailure()) Compare(words, texts, folds, seed, false);
 }
 
 std::vector<std::string> AllTexts(std::string_view alphabet, std::size_t longest) {
