@@ -505,8 +505,8 @@ bool CertainlyPasses(const CompiledPattern& pattern, const LocatedRange& match, 
   return result;
 }
 
-/// What a look at a text tells of the first whole match, where the locator finds it. Part of whoever asks: it takes less
-/// time than the calls.
+/// What a look at a text tells of the first whole match, where the locator finds it. Part of whoever asks: the calls
+/// would take a good part of the time.
 [[gnu::always_inline]] inline LocatorProgram::Answer LookByLocator(
     const CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
     int length, LocatedRange& match) {
