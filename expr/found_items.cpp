@@ -1,4 +1,5 @@
-// Found items and the arrays that hold them; `Merge` is how the operators combine two of them.
+// Found items and the arrays that hold them; `Merge` is how the operators combine two of them. How items come into
+// being stands in item_blocks.cpp.
 
 #include "expr/item_blocks.h"
 
@@ -6,13 +7,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-CFoundItem::CFoundItem(int start, int end, int tagMatched)
-    : start_(start), end_(end), tagMatched_(tagMatched) {}
-
 CFoundItem::CFoundItem(CFoundItem& other)
     : start_(other.start_), end_(other.end_), tagMatched_(other.tagMatched_) {}
-
-CFoundItem::~CFoundItem() = default;
 
 // NOLINTNEXTLINE(misc-unconventional-assign-operator): the interface wants it virtual.
 CFoundItem& CFoundItem::operator=(CFoundItem& other) {

@@ -3,12 +3,19 @@
 #include "expr/item_blocks.h"
 
 #include <sys/single_threaded.h>
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <typeinfo>
+
+// Here the compiler makes them part of the loops that make the items of large results.
+CFoundItem::CFoundItem(int start, int end, int tagMatched)
+    : start_(start), end_(end), tagMatched_(tagMatched) {}
+
+CFoundItem::~CFoundItem() = default;
 
 namespace trovex {
 
@@ -173,9 +180,31 @@ void ItemMaker::Append(CFoundItemArray& array, int start, int end, int tagMatche
 
 void ItemMaker::Append(CFoundItemArray& array, std::span<const LocatedRange> matches,
                        const unsigned char* text, int tagMatched) {
+  while (!matches.empty()) {
+    if (singlesLeft_ > 0) {
+      const LocatedRange& match = matches.front();
+      Append(array, static_cast<int>(match.start - text), static_cast<int>(match.end - text),
+             tagMatched);
+      matches = matches.subspan(1);
+      continue;
+    }
+    if (placesLeft_ == 0) BeginBlock();
+    const std::size_t count = std::min(placesLeft_, matches.size());
+    AppendToBlock(array, matches.first(count), text, tagMatched);
+    matches = matches.subspan(count);
+  }
+}
+
+/// The same for as many as the block has room for.
+void ItemMaker::AppendToBlock(CFoundItemArray& array, std::span<const LocatedRange> matches,
+                              const unsigned char* text, int tagMatched) {
+  auto* place = static_cast<char*>(block_->Place(placesLeft_));
   for (const LocatedRange& match : matches) {
-    Append(array, static_cast<int>(match.start - text), static_cast<int>(match.end - text),
-           tagMatched);
+    const auto start = static_cast<int>(match.start - text);
+    const auto end = static_cast<int>(match.end - text);
+    array.Add(new (place) BlockItem(start, end, tagMatched));
+    place += sizeof(BlockItem);
+    --placesLeft_;
   }
 }
 

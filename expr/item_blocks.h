@@ -68,6 +68,8 @@ class ItemMaker {
 
  private:
   void AppendSingle(CFoundItemArray& array, int start, int end, int tagMatched);
+  void AppendToBlock(CFoundItemArray& array, std::span<const LocatedRange> matches,
+                     const unsigned char* text, int tagMatched);
   void BeginBlock();
 
   int singlesLeft_ = kSingleItems;

@@ -62,9 +62,18 @@ struct CompiledPattern {
   Reading lineFilterReading = Reading::kDifferent;
   /// Whether a match is one by itself, cut out of its line: the pattern holds no anchors.
   bool standsAlone = false;
+  /// Whether it is the locator that searches find matches with, so that its looks at short texts tell of them.
+  bool isLookedAt = false;
   /// False when compiling ended in an error: searching then finds nothing.
   bool searchable = false;
 };
+
+/// Whether a keyword that is itself the match can be left to the locator, which keeps the places that were
+/// found beside the last match.
+inline bool CanLocateKeyword(const CompiledPattern& pattern) {
+  return pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words() &&
+         pattern.lineFilterReading == Reading::kAlike;
+}
 
 /// A compiled pattern, and what the searches of one thread remember of it and of their texts.
 struct PatternWork {

@@ -451,13 +451,6 @@ bool CanLocate(const LocatorProgram& locator, const SearchConditions& conditions
   return !conditions.matchLines && locator.Words() == conditions.matchWords;
 }
 
-/// Whether a keyword that is itself the match can be left to the locator, which keeps the places that were
-/// found beside the last match.
-bool CanLocateKeyword(const CompiledPattern& pattern) {
-  return pattern.locator != nullptr && pattern.locator->IsString() && !pattern.locator->Words() &&
-         pattern.lineFilterReading == Reading::kAlike;
-}
-
 /// The same of a match that was found by looking at a text of `length` bytes.
 bool CertainlyPasses(const CompiledPattern& pattern, const LocatedRange& match, const char* text,
                      int length) {
@@ -465,64 +458,29 @@ bool CertainlyPasses(const CompiledPattern& pattern, const LocatedRange& match, 
                          reinterpret_cast<const char*>(match.end), text, text + length);
 }
 
-/// The first match of a short text, or that there is none, where a scan tells it.
-std::optional<MatchResult> LookAt(const CompiledPattern& pattern,
-                                  const SearchConditions& conditions, const char* text, int length,
-                                  int group) {
-  if (pattern.locator == nullptr || !CanLocate(*pattern.locator, conditions)) return std::nullopt;
-  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
-  LocatedRange match;
-  const LocatorProgram::Answer answer = pattern.locator->LookAt(begin, begin + length, match);
-  if (answer == LocatorProgram::Answer::kNoMatch) return MatchResult{};
-  const bool isKnown = answer == LocatorProgram::Answer::kMatch && group <= 0;
-  if (!isKnown || !CertainlyPasses(pattern, match, text, length)) return std::nullopt;
-  MatchResult result;
-  result.outcome = SearchOutcome::kFound;
-  result.range = {static_cast<int>(match.start - begin), static_cast<int>(match.end - begin)};
-  return result;
-}
-
-}  // namespace
-
-LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
-                                    const SearchConditions& conditions, const char* text,
-                                    int length, LocatedRange& match) {
+/// What a look at a text tells where back-references are followed: at most that there is no match.
+[[gnu::noinline]] LocatorProgram::Answer LookForReferences(const CompiledPattern& pattern,
+                                                           const SearchConditions& conditions,
+                                                           const char* text, int length) {
   using Answer = LocatorProgram::Answer;
-  if (!pattern.searchable || length <= 0 || length > static_cast<int>(kLookedAtText) ||
-      conditions.engineOnly) {
-    return Answer::kUnknown;
-  }
-  if (pattern.keywordsAreExact && !CanLocateKeyword(pattern)) return Answer::kUnknown;
-  if (CanFollowReferences(pattern, conditions)) {
-    const TextView view = {reinterpret_cast<const unsigned char*>(text),
-                           static_cast<std::size_t>(length)};
-    return pattern.references->MayHold(view) ? Answer::kUnknown : Answer::kNoMatch;
-  }
-  if (pattern.locator == nullptr || !CanLocate(*pattern.locator, conditions))
-    return Answer::kUnknown;
-  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
-  const Answer answer = pattern.locator->LookAt(begin, begin + length, match);
-  const bool isMatch = answer == Answer::kMatch;
-  return isMatch && !CertainlyPasses(pattern, match, text, length) ? Answer::kUnknown : answer;
+  if (length <= 0 || length > static_cast<int>(kLookedAtText)) return Answer::kUnknown;
+  if (!pattern.searchable || !CanFollowReferences(pattern, conditions)) return Answer::kUnknown;
+  const TextView view = {reinterpret_cast<const unsigned char*>(text),
+                         static_cast<std::size_t>(length)};
+  return pattern.references->MayHold(view) ? Answer::kUnknown : Answer::kNoMatch;
 }
 
-bool IsSearchedAsString(const CompiledPattern& pattern, const SearchConditions& conditions) {
-  return pattern.searchable && !conditions.engineOnly && CanLocateKeyword(pattern) &&
-         CanLocate(*pattern.locator, conditions);
-}
-
-MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
-                           int length, int group, TextNotes* notes) {
+/// Searches where a look at the text has not told what is asked for. Apart from that look, which needs hardly anything:
+/// of short texts most are done with after it.
+[[gnu::noinline]] MatchResult SearchInDepth(PatternWork& work, const SearchConditions& conditions,
+                                            const char* text, int length, int group,
+                                            TextNotes* notes) {
   const CompiledPattern& pattern = *work.pattern;
   if (!pattern.searchable || length <= 0) return {};
   const bool mayLocate = work.locator != nullptr && !conditions.engineOnly;
   const bool isKeyword = pattern.keywordsAreExact && group <= 0 && !conditions.engineOnly;
   if (isKeyword && !(mayLocate && CanLocateKeyword(pattern))) {
     return FindKeyword(pattern, text, length);
-  }
-  if (mayLocate && length <= static_cast<int>(kLookedAtText)) {
-    if (const std::optional<MatchResult> result = LookAt(pattern, conditions, text, length, group))
-      return *result;
   }
   TextNotes notesOfThisCall;
   TextNotes& allNotes = notes != nullptr ? *notes : notesOfThisCall;
@@ -545,6 +503,52 @@ MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions
     result.outcome = SearchOutcome::kGaveUp;
   }
   return result;
+}
+
+/// What a look at a text tells of the first whole match, where the locator finds it. Part of whoever asks: the calls
+/// would take a good part of the time.
+[[gnu::always_inline]] inline LocatorProgram::Answer LookByLocator(
+    const CompiledPattern& pattern, const SearchConditions& conditions, const char* text,
+    int length, LocatedRange& match) {
+  using Answer = LocatorProgram::Answer;
+  const bool isShort = length > 0 && length <= static_cast<int>(kLookedAtText);
+  if (!isShort || conditions.engineOnly || !CanLocate(*pattern.locator, conditions))
+    return Answer::kUnknown;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  const Answer answer = pattern.locator->LookAt(begin, begin + length, match);
+  const bool isMatch = answer == Answer::kMatch;
+  return isMatch && !CertainlyPasses(pattern, match, text, length) ? Answer::kUnknown : answer;
+}
+
+}  // namespace
+
+LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
+                                    const SearchConditions& conditions, const char* text,
+                                    int length, LocatedRange& match) {
+  if (!pattern.isLookedAt) return LookForReferences(pattern, conditions, text, length);
+  return LookByLocator(pattern, conditions, text, length, match);
+}
+
+bool IsSearchedAsString(const CompiledPattern& pattern, const SearchConditions& conditions) {
+  return pattern.searchable && !conditions.engineOnly && CanLocateKeyword(pattern) &&
+         CanLocate(*pattern.locator, conditions);
+}
+
+MatchResult ExecuteMatcher(PatternWork& work, const SearchConditions& conditions, const char* text,
+                           int length, int group, TextNotes* notes) {
+  using Answer = LocatorProgram::Answer;
+  const CompiledPattern& pattern = *work.pattern;
+  if (!pattern.isLookedAt || work.locator == nullptr)
+    return SearchInDepth(work, conditions, text, length, group, notes);
+  LocatedRange match;
+  const Answer answer = LookByLocator(pattern, conditions, text, length, match);
+  if (answer == Answer::kNoMatch) return {};
+  if (answer == Answer::kUnknown || group > 0)
+    return SearchInDepth(work, conditions, text, length, group, notes);
+  const auto offset = [&](const unsigned char* place) {
+    return static_cast<int>(reinterpret_cast<const char*>(place) - text);
+  };
+  return {SearchOutcome::kFound, {offset(match.start), offset(match.end)}};
 }
 
 }  // namespace trovex

@@ -444,6 +444,16 @@ TEST_F(FoldedSearch, TheSharpSIsNotFolded) {
             std::nullopt);
 }
 
+TEST_F(FoldedSearch, AnEscapedLetterIsFoundInShortTextsAsInLongOnes) {
+  ASSERT_EQ(CompileWith("\\a", kFoldCase), MessageNumber::kNone);
+  for (const std::string text : {"xa", "xA", "xx"}) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(Execute(text).has_value(), text != "xx");
+    EXPECT_EQ(Execute(text), Execute(text + std::string(300, '-')));
+    EXPECT_EQ(Execute(text, 1), Execute(text + std::string(300, '-'), 1));
+  }
+}
+
 TEST_F(FoldedSearch, AlsoWithWholeWords) {
   EXPECT_EQ(Find("kater", "Muskater KATER", {true, true, false}), At(9, 14));
 }
