@@ -259,23 +259,12 @@ HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
 #endif
 }
 
-/// The hits of `places` places, each tested for itself. Up to so many take no longer so than to be put into a vector.
-constexpr std::ptrdiff_t kFewByVector = 4;
-HWY_INLINE std::uint64_t PlainBits(const ScanTables& tables, const Byte* begin,
-                                   std::ptrdiff_t places) {
-  std::uint64_t bits = 0;
-  for (std::ptrdiff_t at = 0; at < places; ++at)
-    bits |= std::uint64_t{tables.AlternativesAt(begin + at) != 0} << at;
-  return bits;
-}
-
 /// The hits of `places` places, no more than a chunk has.
 template <class Kind>
 HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
                                       std::ptrdiff_t places) {
   using D = LongestBlock;
   static_assert(kChunk == 64);
-  if (SizeOf(D()) < kChunk && places < kFewByVector) return PlainBits(tables, begin, places);
   const typename Kind::template Test<D> test(tables);
   return BitsOfUpTo64<D>(begin, places, [&](auto block) { return BitsOf<D>(test, test(block)); });
 }
