@@ -351,12 +351,12 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
   if (filter_) {
     RunFilter::Cursor places;
     const auto nextRow = [&](const Byte* from) { return NextRow(from, begin, end, places); };
-    return TryRuns(nextRow(place), end, nextRow, match);
+    return TryRuns(nextRow(place), begin, end, nextRow, match);
   }
   if (reader_) return LookByReading(place, begin, end, match);
   if (!runs_) return Answer::kUnknown;
   const auto next = [&](const Byte* from) { return leading_->Find(from, begin, end); };
-  return TryRuns(place, end, next, match);
+  return TryRuns(place, begin, end, next, match);
 }
 
 /// The first of a few words, at `place` or at one after it that the leading bytes lead to.
@@ -449,11 +449,12 @@ LocatorProgram::Answer LocatorProgram::LookForRuns(const Byte* place, const Byte
 
 /// Tries `place` and the ones after it that `next` gives.
 template <typename Next>
-LocatorProgram::Answer LocatorProgram::TryRuns(const Byte* place, const Byte* end, Next next,
+LocatorProgram::Answer LocatorProgram::TryRuns(const Byte* place, const Byte* begin,
+                                               const Byte* end, Next next,
                                                LocatedRange& match) const {
   RunScan::Notes notes;
   for (; place != nullptr; place = place <= end ? next(place) : nullptr) {
-    const Byte* const last = runs_->EndOfMatch(place, end, notes);
+    const Byte* const last = runs_->EndOfMatch(place, begin, end, notes);
     if (last != nullptr) {
       match = {place, last};
       return Answer::kMatch;
@@ -663,7 +664,7 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
   const RunScan& runs = *program_.runs_;
   std::size_t count = 0;
   const auto take = [&](const Byte* place) -> const Byte* {
-    const Byte* const end = runs.EndOfMatch(place, search.end, runNotes_);
+    const Byte* const end = runs.EndOfMatch(place, search.begin, search.end, runNotes_);
     if (end == nullptr) return runs.NextStart(place, runNotes_);
     ready_[count++] = {place, end};
     return count < most ? end : nullptr;

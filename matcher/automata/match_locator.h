@@ -140,8 +140,8 @@ class LocatorProgram {
   const unsigned char* NextRow(const unsigned char* place, const unsigned char* begin,
                                const unsigned char* end, RunFilter::Cursor& cursor) const;
   template <typename Next>
-  Answer TryRuns(const unsigned char* place, const unsigned char* end, Next next,
-                 LocatedRange& match) const;
+  Answer TryRuns(const unsigned char* place, const unsigned char* begin, const unsigned char* end,
+                 Next next, LocatedRange& match) const;
   Answer LookByReading(const unsigned char* place, const unsigned char* begin,
                        const unsigned char* end, LocatedRange& match) const;
   Answer LookForListed(const unsigned char* begin, const unsigned char* end,

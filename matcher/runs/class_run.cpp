@@ -32,39 +32,15 @@ ClassSearch ChooseSearch(const ScanTables& /*tables*/) {
 
 #else
 
-/// The members among the sixty-four bytes at `place`.
-template <class Members>
-HWY_INLINE std::uint64_t MembersAt(const Members& members, const Byte* place) {
-  std::uint64_t bits = 0;
-  for (std::size_t part = 0; part < kVectors; ++part)
-    bits |= members(hn::LoadU(Tag(), place + part * kVector)) << (part * kVector);
-  return bits;
-}
-
-/// The same of the bytes from `place` to `end`, which are fewer.
-template <class Members>
-HWY_INLINE std::uint64_t LastMembers(const Members& members, const Byte* place, const Byte* end) {
-  const auto count = static_cast<std::size_t>(end - place);
-  if (count == 0) return 0;
-  const std::uint64_t all = ~std::uint64_t{0} >> (kPlaces - count);
-#if HWY_TARGET <= HWY_AVX3
-  return members(hn::MaskedLoad(hn::FirstN(Tag(), count), Tag(), place)) & all;
-#else
-  Byte bytes[kPlaces] = {};
-  std::memcpy(bytes, place, count);
-  return MembersAt(members, bytes) & all;
-#endif
-}
-
 /// The members of the sixty-four bytes at `place`, or of as many as there are.
 template <class Members>
 HWY_INLINE std::uint64_t MembersFrom(const Members& members, const Byte* place, const Byte* end) {
   constexpr std::ptrdiff_t kAhead = 4096;
   if (end - place < static_cast<std::ptrdiff_t>(kPlaces))
-    return place < end ? LastMembers(members, place, end) : 0;
+    return MembersOfFew(members, place, end - place);
   __builtin_prefetch(
       reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(place) + kAhead));
-  return MembersAt(members, place);
+  return MembersOfWord(members, place);
 }
 
 /// Of the places of `word`, those from which `least` members follow one another; `next` is the word after it.

@@ -2,6 +2,8 @@
 
 #include "matcher/scan/place_scan.h"
 
+#include <algorithm>
+
 #ifdef TROVEX_USE_HIGHWAY
 
 // Vectors whose length is known only at run time cannot be members.
@@ -28,16 +30,17 @@ RunGlance::Look ChooseLook() {
 
 static_assert(RunGlance::kBytes == static_cast<std::ptrdiff_t>(kPlaces));
 
-GlanceBits LookAt(const RunGlance::Halves& halves, const Byte* place) {
+GlanceBits LookAt(const RunGlance::Halves& halves, const Byte* place, const Byte* begin,
+                  const Byte* end) {
   const KindMembers isMember(halves.low[0], halves.high[0]);
   const KindMembers isNext(halves.low[1], halves.high[1]);
-  GlanceBits bits = {0, 0};
-  for (std::size_t part = 0; part < kVectors; ++part) {
-    const Bytes bytes = hn::LoadU(Tag(), place + part * kVector);
-    bits.members |= isMember(bytes) << (part * kVector);
-    bits.next |= isNext(bytes) << (part * kVector);
+  if (end - begin >= RunGlance::kBytes) {
+    const Byte* const from = std::min(place, end - RunGlance::kBytes);
+    return {MembersOfWord(isMember, from) >> (place - from),
+            MembersOfWord(isNext, from) >> (place - from)};
   }
-  return bits;
+  return {MembersOfFew(isMember, begin, end - begin) >> (place - begin),
+          MembersOfFew(isNext, begin, end - begin) >> (place - begin)};
 }
 
 RunGlance::Look ChooseLook() {
@@ -70,6 +73,7 @@ std::optional<RunGlance> RunGlance::For(const CharSet& bytes, const CharSet& nex
     glance.halves_.high[i] = tables.high[0];
     glance.halves_.low[i] = tables.low[0];
   }
+  glance.feedIsNext_ = next['\n'] ? 1 : 0;
   return glance;
 }
 

@@ -99,7 +99,8 @@ class RunMiddle {
     const Byte* const start = StartBefore(middle, walk);
     const bool mayStart =
         start != nullptr && mayBeBefore_[start != walk.begin ? start[-1] : Byte{'\n'}];
-    const Byte* const stop = mayStart ? scan.EndOfMatch(start, walk.end, notes) : nullptr;
+    const Byte* const stop =
+        mayStart ? scan.EndOfMatch(start, walk.begin, walk.end, notes) : nullptr;
     walk.tried = stop == nullptr ? middle : nullptr;
     if (stop == nullptr) return {nullptr, nullptr};
     walk.place = stop;

@@ -226,9 +226,10 @@ inline const unsigned char* RunScan::LastTailAmong(std::uint64_t places, const B
 
 /// Goes past a run of which all is seen at a glance: to where it ends, or where it is tried, to what follows it last.
 /// Null if it fails. False where that would have to be tried at many places, and be noted.
-inline bool RunScan::PassAtAGlance(std::size_t index, const Byte*& place, const Byte* end) const {
+inline bool RunScan::PassAtAGlance(std::size_t index, const Byte*& place, const Byte* begin,
+                                   const Byte* end) const {
   const ReadyRun& run = runs_[index];
-  const GlanceBits bits = run.glance->At(place);
+  const GlanceBits bits = run.glance->At(place, begin, end);
   const auto length = std::min<std::ptrdiff_t>(std::countr_one(bits.members), run.most);
   if (length == RunGlance::kBytes) return false;
   if (length < run.least) {
@@ -244,7 +245,8 @@ inline bool RunScan::PassAtAGlance(std::size_t index, const Byte*& place, const 
   return true;
 }
 
-const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Notes& notes) const {
+const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* begin, const Byte* end,
+                                         Notes& notes) const {
   Walk walk;
   const Byte* place = start;
   const auto fail = [&]() -> const Byte* {
@@ -262,8 +264,7 @@ const unsigned char* RunScan::EndOfMatch(const Byte* start, const Byte* end, Not
       continue;
     }
     const bool isRefused = run.isEndless && IsNoted(i, place, notes);
-    if (run.glance && !isRefused && end - place >= RunGlance::kBytes &&
-        PassAtAGlance(i, place, end)) {
+    if (run.glance && !isRefused && place != end && PassAtAGlance(i, place, begin, end)) {
       if (place == nullptr) return fail();
       if (i == tried_) return place + (tailLength_ - after_);
       continue;

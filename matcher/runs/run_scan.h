@@ -93,11 +93,11 @@ class RunScan {
   /// Takes 1 to `kMaxRuns` runs that it can take.
   explicit RunScan(const std::vector<Run>& runs, const CharSet& after = ~CharSet());
 
-  /// Where the longest match ends that starts at `start`, in a text that ends at `end`; null if there is
-  /// none. Starts come in ascending order until the notes are forgotten. Nothing outside of [start, end) is
-  /// read; beyond it, a line feed is thought to stand.
-  const unsigned char* EndOfMatch(const unsigned char* start, const unsigned char* end,
-                                  Notes& notes) const;
+  /// Where the longest match ends that starts at `start`, in a text from `begin` to `end`; null if there is none.
+  /// Starts come in ascending order until the notes are forgotten. Nothing outside of the text is read; beyond it, a
+  /// line feed is thought to stand.
+  const unsigned char* EndOfMatch(const unsigned char* start, const unsigned char* begin,
+                                  const unsigned char* end, Notes& notes) const;
 
   /// The first place after `start`, at which EndOfMatch has just found nothing, where a match may start.
   const unsigned char* NextStart(const unsigned char* start, const Notes& notes) const;
@@ -137,7 +137,8 @@ class RunScan {
   const Byte* EndOfBoundedRun(std::size_t index, const Byte* place, const Byte* end,
                               Notes& notes) const;
   static const Byte* PassFixed(const ReadyRun& run, const Byte* place, const Byte* end);
-  bool PassAtAGlance(std::size_t index, const Byte*& place, const Byte* end) const;
+  bool PassAtAGlance(std::size_t index, const Byte*& place, const Byte* begin,
+                     const Byte* end) const;
   const Byte* LastTailAmong(std::uint64_t places, const Byte* base, const Byte* end) const;
   const Byte* LastTail(const Byte* lowest, const Byte* highest, const Byte* end,
                        Notes& notes) const;

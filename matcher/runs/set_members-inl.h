@@ -8,6 +8,7 @@
 #define TROVEX_MATCHER_RUNS_SET_MEMBERS_INL_H
 #endif
 
+#include "matcher/scan/few_bytes-inl.h"
 #include "matcher/scan/vector_scan.h"
 
 #include <hwy/highway.h>
@@ -91,6 +92,22 @@ class KindMembers {
   Bytes low_;
   Bytes high_;
 };
+
+/// The members among the sixty-four bytes at `place`.
+template <class Members>
+HWY_INLINE std::uint64_t MembersOfWord(const Members& members, const Byte* place) {
+  std::uint64_t bits = 0;
+  for (std::size_t part = 0; part < kVectors; ++part)
+    bits |= members(hn::LoadU(Tag(), place + part * kVector)) << (part * kVector);
+  return bits;
+}
+
+/// The same of up to sixty-four bytes, `count` of them; of none or less there are none.
+template <class Members>
+HWY_INLINE std::uint64_t MembersOfFew(const Members& members, const Byte* place,
+                                      std::ptrdiff_t count) {
+  return BitsOfUpTo64<Tag>(place, count, [&](auto block) { return members(BytesOf<Tag>(block)); });
+}
 
 }  // namespace
 }  // namespace HWY_NAMESPACE

@@ -56,6 +56,7 @@ VectorFacts VectorsInUse() {
 #include <hwy/foreach_target.h>
 // Must come after it.
 #include <hwy/highway.h>
+#include "matcher/scan/few_bytes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace trovex {
@@ -84,28 +85,6 @@ HWY_INLINE void FetchAhead(const Byte* block) {
   for (std::uintptr_t at = 0; at < 4 * hn::MaxLanes(D()); at += kLine)
     FetchLineAhead(reinterpret_cast<std::uintptr_t>(block) + at);
 }
-
-/// The bytes of a block that begins at `place`.
-template <class D>
-HWY_INLINE hn::Vec<D> BytesOf(const Byte* place) {
-  return hn::LoadU(D(), place);
-}
-
-#if HWY_TARGET <= HWY_AVX3
-/// Fewer places than a block of `D` has, of which nothing else is read.
-template <class D>
-struct FewPlaces {
-  const Byte* begin;
-  hn::Mask<D> lanes;
-
-  HWY_INLINE FewPlaces operator+(std::ptrdiff_t offset) const { return {begin + offset, lanes}; }
-};
-
-template <class D>
-HWY_INLINE hn::Vec<D> BytesOf(FewPlaces<D> places) {
-  return hn::MaskedLoad(places.lanes, D(), places.begin);
-}
-#endif
 
 // The tests take a block by the place where it begins, or as FewPlaces.
 
@@ -280,47 +259,15 @@ HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
 #endif
 }
 
-#if HWY_TARGET <= HWY_AVX3
-
 /// The hits of `places` places, no more than a chunk has.
 template <class Kind>
 HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
                                       std::ptrdiff_t places) {
   using D = LongestBlock;
-  static_assert(SizeOf(D()) == kChunk);
-  if (places <= 0) return 0;
+  static_assert(kChunk == 64);
   const typename Kind::template Test<D> test(tables);
-  const FewPlaces<D> few = {begin, hn::FirstN(D(), static_cast<std::size_t>(places))};
-  return BitsOf<D>(test, test(few)) & few.lanes.raw;
+  return BitsOfUpTo64<D>(begin, places, [&](auto block) { return BitsOf<D>(test, test(block)); });
 }
-
-#else
-
-/// The hits of `places` places, no more than a chunk has: in blocks of which the last two may overlap; when they are fewer
-/// than one block has, in shorter ones.
-template <class Kind, class D = LongestBlock>
-HWY_INLINE std::uint64_t BitsOfPlaces(const ScanTables& tables, const Byte* begin,
-                                      std::ptrdiff_t places) {
-  constexpr std::ptrdiff_t kBlock = SizeOf(D());
-  if (places < kBlock) {
-    if constexpr (kBlock > 16) {
-      return BitsOfPlaces<Kind, hn::Half<D>>(tables, begin, places);
-    } else {
-      std::uint64_t bits = 0;
-      for (std::ptrdiff_t at = 0; at < places; ++at)
-        bits |= std::uint64_t{tables.AlternativesAt(begin + at) != 0} << at;
-      return bits;
-    }
-  }
-  const typename Kind::template Test<D> test(tables);
-  const std::ptrdiff_t last = places - kBlock;
-  std::uint64_t bits = BitsOf<D>(test, test(begin + last)) << last;
-  for (std::ptrdiff_t at = 0; at < last; at += kBlock)
-    bits |= BitsOf<D>(test, test(begin + at)) << at;
-  return bits;
-}
-
-#endif
 
 /// Searches places of which there are at least as many as a block has.
 template <class Kind, class D>

@@ -21,15 +21,18 @@ using testing::Dice;
 using testing::SetOf;
 using testing::Without;
 
-/// A bit for each byte of `text` that belongs to `set`.
-std::uint64_t BitsOf(const CharSet& set, const Block& text) {
+/// A bit for each byte of `text` from `place` on that belongs to `set`; with the line feed after it if `takesFeed`.
+std::uint64_t BitsOf(const CharSet& set, const unsigned char* place, const Block& text,
+                     bool takesFeed) {
   std::uint64_t bits = 0;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(RunGlance::kBytes); ++i)
-    bits |= std::uint64_t{set[text.begin()[i]]} << i;
+  for (std::ptrdiff_t i = 0; i < RunGlance::kBytes && place + i <= text.end(); ++i) {
+    const bool belongs = place + i < text.end() ? set[place[i]] : takesFeed && set['\n'];
+    bits |= std::uint64_t{belongs} << i;
+  }
   return bits;
 }
 
-TEST(RunGlance, TellsWhatBelongsToBothSets) {
+TEST(RunGlance, TellsWhatBelongsToBothSetsFromAnyPlaceOfATextOfAnyLength) {
   if (!RunGlance::For(SetOf("a"), SetOf("b"))) GTEST_SKIP() << "there are no vector instructions";
   constexpr std::uint32_t kRounds = 2'000;
   std::size_t told = 0;
@@ -45,16 +48,18 @@ TEST(RunGlance, TellsWhatBelongsToBothSets) {
       }
       if (dice.OneIn(4)) set = ~set;
     }
-    std::string content(static_cast<std::size_t>(RunGlance::kBytes), '\0');
+    std::string content(static_cast<std::size_t>(dice.Between(1, 2 * RunGlance::kBytes + 2)), '\0');
     for (char& c : content)
       c = static_cast<char>(dice.Between(0, 255));
     const Block text(content);
     const std::optional<RunGlance> glance = RunGlance::For(sets[0], sets[1]);
     if (!glance) continue;
     ++told;
-    const GlanceBits bits = glance->At(text.begin());
-    ASSERT_EQ(bits.members, BitsOf(sets[0], text)) << "seed " << seed;
-    ASSERT_EQ(bits.next, BitsOf(sets[1], text)) << "seed " << seed;
+    for (const unsigned char* place = text.begin(); place < text.end(); ++place) {
+      const GlanceBits bits = glance->At(place, text.begin(), text.end());
+      ASSERT_EQ(bits.members, BitsOf(sets[0], place, text, false)) << "seed " << seed;
+      ASSERT_EQ(bits.next, BitsOf(sets[1], place, text, true)) << "seed " << seed;
+    }
   }
   EXPECT_GT(told, kRounds / 2);
 }

@@ -84,7 +84,7 @@ std::size_t Compare(const RunScan& scan, const std::vector<ByteRun>& runs, std::
   const Block text(content);
   RunScan::Notes notes;
   const auto found = Matches(
-      text, [&](const Byte* start) { return scan.EndOfMatch(start, text.end(), notes); },
+      text, [&](const Byte* start) { return scan.EndOfMatch(start, text.begin(), text.end(), notes); },
       [&](const Byte* start) { return scan.NextStart(start, notes); });
   const auto expected = Matches(
       text, [&](const Byte* start) { return LongestEnd(runs, 0, start, text.end(), after); },
@@ -235,7 +235,7 @@ TEST(RunScan, ReadsNoTextAgainAndAgain) {
     const RunScan scan(runs);
     RunScan::Notes notes;
     for (const Byte* start = block.begin(); start < block.end();) {
-      ASSERT_EQ(scan.EndOfMatch(start, block.end(), notes), nullptr);
+      ASSERT_EQ(scan.EndOfMatch(start, block.begin(), block.end(), notes), nullptr);
       start = scan.NextStart(start, notes);
     }
   }
