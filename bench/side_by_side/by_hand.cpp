@@ -73,9 +73,11 @@ std::vector<Range> ByHandEngine::Matches(std::string_view text) {
   return result;
 }
 
-std::optional<Range> ByHandEngine::First(std::string_view text) {
+bool ByHandEngine::First(std::string_view text, Range& first) {
   const std::vector<Range> matches = Matches(text);
-  return matches.empty() ? std::nullopt : std::optional(matches.front());
+  if (matches.empty()) return false;
+  first = matches.front();
+  return true;
 }
 
 }  // namespace trovex::bench

@@ -23,7 +23,7 @@ class ByHandEngine : public Engine {
     return static_cast<std::int64_t>(Matches(text).size());
   }
   std::vector<Range> Matches(std::string_view text) override;
-  std::optional<Range> First(std::string_view text) override;
+  bool First(std::string_view text, Range& first) override;
 
  private:
   std::vector<std::unique_ptr<Engine>> operands_;

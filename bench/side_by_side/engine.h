@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -40,8 +39,10 @@ class Engine {
 
   virtual std::int64_t Count(std::string_view text) = 0;
   virtual std::vector<Range> Matches(std::string_view text) = 0;
-  /// The first match; what follows it is not looked for.
-  virtual std::optional<Range> First(std::string_view text) = 0;
+  /// The first match, in `first`; what follows it is not looked for. False where there is none. (An optional range
+  /// would be written in parts and read as a whole, for which a processor waits as long as some need for a short
+  /// text.)
+  virtual bool First(std::string_view text, Range& first) = 0;
 };
 
 /// All answers out of one loop: a peer defines `ForEachMatch(text, take)`, which calls
@@ -68,13 +69,14 @@ class PeerEngine : public Engine {
     return matches;
   }
 
-  std::optional<Range> First(std::string_view text) override {
-    std::optional<Range> first;
-    Self().ForEachMatch(text, [&first](std::size_t start, std::size_t end) {
+  bool First(std::string_view text, Range& first) override {
+    bool isFound = false;
+    Self().ForEachMatch(text, [&](std::size_t start, std::size_t end) {
       first = MakeRange(start, end);
+      isFound = true;
       return false;
     });
-    return first;
+    return isFound;
   }
 
  private:

@@ -30,16 +30,15 @@ class QueryEngine : public PeerEngine<QueryEngine> {
       throw std::runtime_error("query.h gives up");
   }
 
-  std::optional<Range> First(std::string_view text) override {
-    std::optional<Range> first;
-    searcher_.ForEach(text, first_, [this, &first](const Item& item) {
-      if (group_ == 0) {
-        first = MakeRange(item.begin, item.end);
-      } else if (const TagRange* const tag = item.Tag(group_)) {
-        first = MakeRange(tag->begin, tag->end);
-      }
+  bool First(std::string_view text, Range& first) override {
+    bool isFound = false;
+    searcher_.ForEach(text, first_, [&](const Item& item) {
+      const TagRange* const tag = group_ == 0 ? nullptr : item.Tag(group_);
+      isFound = group_ == 0 || tag != nullptr;
+      if (group_ == 0) first = MakeRange(item.begin, item.end);
+      if (tag != nullptr) first = MakeRange(tag->begin, tag->end);
     });
-    return first;
+    return isFound;
   }
 
  private:

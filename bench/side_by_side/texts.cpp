@@ -49,18 +49,19 @@ std::size_t Text::Size() const {
 std::int64_t Text::Count(Engine& engine) const {
   if (!IsShort()) return engine.Count(bytes_);
   std::int64_t count = 0;
+  Range first{};
   for (const std::string_view row : rows_)
-    count += engine.First(row).has_value() ? 1 : 0;
+    count += engine.First(row, first) ? 1 : 0;
   return count;
 }
 
 std::vector<Range> Text::Matches(Engine& engine) const {
   if (!IsShort()) return engine.Matches(bytes_);
   std::vector<Range> matches;
+  Range first{};
   for (const std::string_view row : rows_) {
     const auto at = static_cast<std::int32_t>(row.data() - bytes_.data());
-    if (const auto first = engine.First(row))
-      matches.push_back({at + first->start, at + first->end});
+    if (engine.First(row, first)) matches.push_back({at + first.start, at + first.end});
   }
   return matches;
 }

@@ -30,16 +30,15 @@ class TreeEngine : public Engine {
     return matches;
   }
 
-  std::optional<Range> First(std::string_view text) override {
-    Range first = {};
+  bool First(std::string_view text, Range& first) override {
     if (isInstalled_) {
       const int length = static_cast<int>(text.size());
-      if (Search(text.data(), length, &first.start, &first.end, group_) == 0) return std::nullopt;
-      return first;
+      return Search(text.data(), length, &first.start, &first.end, group_) != 0;
     }
     const auto found = SearchTree(text);
-    if (found->GetSize() == 0) return std::nullopt;
-    return Range{found->GetAt(0)->GetStartPos(), found->GetAt(0)->GetEndPos()};
+    if (found->GetSize() == 0) return false;
+    first = {found->GetAt(0)->GetStartPos(), found->GetAt(0)->GetEndPos()};
+    return true;
   }
 
  private:
