@@ -143,21 +143,24 @@ void Mark(const ScanTables& tables, std::uint32_t least, const Byte* begin, std:
   edges.count = static_cast<std::size_t>(places - edges.places.data());
 }
 
-/// The first place from which `least` members follow one another in [begin, end); null if there is none.
+/// The first run of at least `least` members in [begin, end). Where it ends is mostly told by the same bits.
 template <class Members>
-const Byte* First(const ScanTables& tables, std::uint32_t least, const Byte* begin,
-                  const Byte* end) {
+FirstRun First(const ScanTables& tables, std::uint32_t least, const Byte* begin, const Byte* end) {
   const Members membersOf(tables);
   std::uint64_t members = MembersFrom(membersOf, begin, end);
   while (end - begin >= static_cast<std::ptrdiff_t>(least)) {
     const Byte* const nextPlace = end - begin > std::ptrdiff_t{kPlaces} ? begin + kPlaces : end;
     const std::uint64_t next = MembersFrom(membersOf, nextPlace, end);
     const std::uint64_t starts = StartsIn(members, next, least);
-    if (starts != 0) return begin + std::countr_zero(starts);
+    if (starts != 0) {
+      const int start = std::countr_zero(starts);
+      const int stop = start + std::countr_one(members >> start);
+      return {begin + start, begin + stop, stop < static_cast<int>(kPlaces)};
+    }
     members = next;
     begin = nextPlace;
   }
-  return nullptr;
+  return {};
 }
 
 template <class Members>
@@ -223,13 +226,12 @@ std::optional<ClassRun> ClassRun::For(const Run& run) {
 
 std::pair<const unsigned char*, const unsigned char*> ClassRun::First(
     const unsigned char* place, const unsigned char* end) const {
-  const unsigned char* const start =
-      search_.findFirst(tables_, static_cast<std::uint32_t>(least_), place, end);
-  if (start == nullptr) return {nullptr, nullptr};
-  const unsigned char* const limit = end - start > most_ ? start + most_ : end;
-  const unsigned char* stop = start + least_;
-  if (stop < limit) stop = others_.Find(stop, limit);
-  return {start, stop != nullptr ? stop : limit};
+  const FirstRun run = search_.findFirst(tables_, static_cast<std::uint32_t>(least_), place, end);
+  if (run.start == nullptr) return {nullptr, nullptr};
+  const unsigned char* const limit = end - run.start > most_ ? run.start + most_ : end;
+  if (run.ends || run.known >= limit) return {run.start, std::min(run.known, limit)};
+  const unsigned char* const stop = others_.Find(run.known, limit);
+  return {run.start, stop != nullptr ? stop : limit};
 }
 
 void ClassRun::Test(const unsigned char* place, const unsigned char* end, Cursor& cursor) const {

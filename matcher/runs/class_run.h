@@ -42,6 +42,13 @@ struct RunEdges {
   std::array<std::uint16_t, kMostWords * kBits + kBits> places;
 };
 
+/// Where a run begins, and how far it is known to go: where `ends`, that is its end.
+struct FirstRun {
+  const unsigned char* start = nullptr;  // null: there is none
+  const unsigned char* known = nullptr;
+  bool ends = false;
+};
+
 /// The searches of some tables, with a set of bytes, for runs of at least `least` of these. Nothing outside of the
 /// text is read.
 struct ClassSearch {
@@ -49,9 +56,9 @@ struct ClassSearch {
   /// `end`. The byte before `begin` counts as no member.
   void (*markEdges)(const ScanTables& tables, std::uint32_t least, const unsigned char* begin,
                     std::size_t words, const unsigned char* end, RunEdges& edges) = nullptr;
-  /// The first place in [begin, end) at which one begins; null if there is none.
-  const unsigned char* (*findFirst)(const ScanTables& tables, std::uint32_t least,
-                                    const unsigned char* begin, const unsigned char* end) = nullptr;
+  /// The first of them in [begin, end); nothing where there is none.
+  FirstRun (*findFirst)(const ScanTables& tables, std::uint32_t least, const unsigned char* begin,
+                        const unsigned char* end) = nullptr;
 };
 
 /// Those with the best vector instructions that the machine has, for the form of `tables`; null when it has none.
