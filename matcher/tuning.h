@@ -50,6 +50,9 @@ inline constexpr double kRareEnough = 0.0001;
 inline constexpr double kRareEnoughForBytes = 0.001;
 inline constexpr double kProbeHelps = 0.95;
 inline constexpr double kLaterProbeHelps = 0.5;
+/// Alternatives are looked for by the lower halves of their bytes where these leave over no more than so many of 100,000
+/// places, each of which is then looked at.
+inline constexpr double kFewFalsePlaces = 100;
 /// A set of keywords is looked for place by place for as long as there are no more places than one in so many
 /// bytes; so many bytes are granted beforehand.
 inline constexpr std::ptrdiff_t kPriceOfAStop = 32;
