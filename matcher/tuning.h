@@ -60,7 +60,7 @@ inline constexpr std::ptrdiff_t kFirstCreditForStops = 1'024;
 /// A line end is looked for so far before the rest of the text is taken for the line.
 inline constexpr std::ptrdiff_t kNearLineEnd = 4'096;
 /// Line feeds that what is looked for begins with are looked for alone where none is nearer than this. Measured in a
-/// text without any, never alone: "^\.PP$", 3, "^ *[a-z]+:", 5.
+/// text without any, never alone: "^\.PP$", 3.
 inline constexpr std::ptrdiff_t kNearLineFeed = 4'096;
 
 // Rows of runs.
