@@ -50,12 +50,18 @@ inline constexpr double kRareEnough = 0.0001;
 inline constexpr double kRareEnoughForBytes = 0.001;
 inline constexpr double kProbeHelps = 0.95;
 inline constexpr double kLaterProbeHelps = 0.5;
+/// Alternatives are looked for by the lower halves of their bytes where these leave over no more than so many of 100,000
+/// places, each of which is then looked at.
+inline constexpr double kFewFalsePlaces = 100;
 /// A set of keywords is looked for place by place for as long as there are no more places than one in so many
 /// bytes; so many bytes are granted beforehand.
 inline constexpr std::ptrdiff_t kPriceOfAStop = 32;
 inline constexpr std::ptrdiff_t kFirstCreditForStops = 1'024;
 /// A line end is looked for so far before the rest of the text is taken for the line.
 inline constexpr std::ptrdiff_t kNearLineEnd = 4'096;
+/// Line feeds that what is looked for begins with are looked for alone where none is nearer than this. Measured in a
+/// text without any, never alone: "^\.PP$", 3.
+inline constexpr std::ptrdiff_t kNearLineFeed = 4'096;
 
 // Rows of runs.
 

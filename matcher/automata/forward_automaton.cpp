@@ -282,11 +282,12 @@ inline const PlaceScan* ForwardAutomaton::LeapOf(Number state) const {
   return slot < leaps_.size() ? leaps_[slot].get() : nullptr;
 }
 
-/// Gives `state`, which some byte leads back to itself, a leap if only rare bytes lead elsewhere.
+/// Gives `state`, which some byte leads back to itself, a leap if only rare bytes lead elsewhere. Where a scan finds the
+/// places at which matches may start, it leads on from where nothing has begun; where none does, as of "^$", a leap.
 void ForwardAutomaton::ConsiderLeaps(Number state) {
   const auto slot = static_cast<std::size_t>(state);
   if (slot < leapsConsidered_.size() && leapsConsidered_[slot]) return;
-  if (IsIdle(cache_.At(state))) return;
+  if (stopsWhenIdle_ && IsIdle(cache_.At(state))) return;
   leaps_.resize(std::max(leaps_.size(), slot + 1));
   leapsConsidered_.resize(std::max(leapsConsidered_.size(), slot + 1), false);
   leapsConsidered_[slot] = true;

@@ -39,7 +39,12 @@ bool AreBytes(const Probes& probes) {
                      [](const Probe& probe) { return probe.bytes.count() == 1; });
 }
 
-/// Several ways are looked for as one, which takes far less, where that leaves hardly more places: what sets
+/// Whether several ways are looked for as fast as one.
+bool AreFastApart(const std::vector<Probes>& ways) {
+  return PlaceScan::ForAlternatives(ways).Tables().form == ScanForm::kLowHalves;
+}
+
+/// Several ways are looked for as one, which mostly takes far less, where that leaves hardly more places: what sets
 /// them apart need not be what is rare about them.
 LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   if (ways.empty() || ways.front().empty()) return {};
@@ -55,6 +60,7 @@ LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   LeadingProbes together;
   together.ways = {ChooseProbes(any)};
   together.rate = ExpectedRate(together.ways);
+  if (!AreBytes(together.ways[0]) && AreFastApart(apart.ways)) return apart;
   const double few = AreBytes(together.ways[0]) ? kFewMorePlacesByBytes : kFewMorePlaces;
   return together.rate <= std::max(few, kHardlyMorePlaces * apart.rate) ? together : apart;
 }
@@ -219,6 +225,13 @@ bool CanTakeRuns(const std::vector<Run>& runs, const PositionGraph& graph,
   return startsSo && endsSo && RunScan::CanTake(runs, beside->after);
 }
 
+/// Whether a run is looked for as such: not one byte, and not the same rare byte a few times, which is a string.
+bool IsClassRun(const Run& run) {
+  if (run.most == 1) return false;
+  const bool isShortString = run.IsFixed() && run.bytes.count() == 1 && run.least <= kFewRunBytes;
+  return !isShortString || ExpectedRate(Probes{{0, run.bytes}}) > kCommonLead;
+}
+
 /// What the words of a list are searched with beside them: the kinds of bytes.
 std::unique_ptr<const PositionGraph> KindsAlone(const WordScan& scan, const CharSet& wordBytes) {
   auto graph = std::make_unique<PositionGraph>();
@@ -249,7 +262,7 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   const std::optional<Beside> beside = BesideOf(*graph_);
   const bool areRuns = CanTakeRuns(runs, *graph_, beside);
   shortest_ = ShortestMatch(*graph_);
-  if (areRuns && beside->IsAny() && runs.size() == 1 && (runs[0].least > 1 || runs[0].most > 1))
+  if (areRuns && beside->IsAny() && runs.size() == 1 && IsClassRun(runs[0]))
     class_ = ClassRun::For(runs[0]);
   const bool isInRow = areRuns && !class_ && IsRareRow(graph_->bytes, runs, *beside);
   if (IsOneString(*graph_) && !isInRow) {

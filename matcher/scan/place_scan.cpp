@@ -136,6 +136,38 @@ bool AddAlternative(const Rows& rows, unsigned bit, NibbleTable& high, NibbleTab
   return isExact;
 }
 
+/// Whether all bytes of the set are below 128.
+bool IsAscii(const CharSet& bytes) {
+  return (bytes >> 128).none();
+}
+
+/// The bytes below 128 that have a lower half in common with one of the set.
+CharSet BytesByLowHalf(const CharSet& bytes) {
+  CharSet halves;
+  for (std::size_t c = 0; c < bytes.size(); ++c) {
+    if (bytes[c]) halves.set(c % 16);
+  }
+  CharSet like;
+  for (std::size_t row = 0; row < 128; row += 16)
+    like |= halves << row;
+  return like;
+}
+
+/// Whether alternatives with these probes are looked for by the lower halves of their bytes.
+bool GoByLowHalves(const std::vector<Probes>& alternatives) {
+  if (!AreLowHalvesFast()) return false;
+  double rate = 0;
+  for (const Probes& probes : alternatives) {
+    Probes like;
+    for (const Probe& probe : probes) {
+      if (!IsAscii(probe.bytes)) return false;
+      like.push_back({probe.offset, BytesByLowHalf(probe.bytes)});
+    }
+    rate += ExpectedRate(like);
+  }
+  return rate <= kFewFalsePlaces;
+}
+
 /// Tables with the offsets alone.
 ScanTables TablesWithOffsets(const Probes& probes) {
   ScanTables tables;
@@ -197,7 +229,9 @@ ScanTables MakeTables(const Probes& probes) {
 ScanTables MakeTables(const std::vector<Probes>& alternatives) {
   if (alternatives.size() == 1) return MakeTables(alternatives[0]);
   ScanTables tables = TablesWithOffsets(alternatives[0]);
-  tables.form = ScanForm::kAlternatives;
+  const bool goByLowHalves = GoByLowHalves(alternatives);
+  tables.form = goByLowHalves ? ScanForm::kLowHalves : ScanForm::kAlternatives;
+  tables.isExact = !goByLowHalves;
   for (std::size_t a = 0; a < alternatives.size(); ++a) {
     const unsigned bit = 1U << a;
     for (std::size_t i = 0; i < alternatives[a].size(); ++i) {
@@ -257,7 +291,7 @@ int Frequency(const CharSet& bytes) {
 
 /// Whether it pays to look for the first probe's byte alone.
 bool IsLedByByte(const ScanTables& tables) {
-  if (tables.form == ScanForm::kAlternatives) return false;
+  if (tables.form == ScanForm::kAlternatives || tables.form == ScanForm::kLowHalves) return false;
   if (tables.form == ScanForm::kBytes && tables.count == 1) return true;
   const auto& members = tables.members[0];
   return std::count(members.begin(), members.end(), 1) == 1 &&
@@ -282,9 +316,10 @@ bool IsSequence(const CharSet& first, const CharSet& second) {
 
 // Choosing.
 
+constexpr std::size_t kCasesOfALetter = 2;
+
 /// Whether both are classes and have most bytes in common.
 bool AreAlike(const CharSet& a, const CharSet& b) {
-  constexpr std::size_t kCasesOfALetter = 2;
   const std::size_t least = std::min(a.count(), b.count());
   return least > kCasesOfALetter && 2 * (a & b).count() >= least;
 }
@@ -395,6 +430,30 @@ class Chooser {
   std::vector<Probes> chosen_;
 };
 
+/// Whether all bytes that are looked for are single ones, or a letter in both cases. What sets a class apart from other
+/// bytes is mostly their upper half.
+bool AreLetters(const std::vector<Probes>& alternatives) {
+  return std::all_of(alternatives.begin(), alternatives.end(), [](const Probes& probes) {
+    return std::all_of(probes.begin(), probes.end(),
+                       [](const Probe& probe) { return probe.bytes.count() <= kCasesOfALetter; });
+  });
+}
+
+/// Probes for alternatives that would be looked for by the lower halves of their bytes.
+std::vector<Probes> ChooseForLowHalves(const std::vector<std::vector<CharSet>>& alternatives) {
+  std::vector<std::vector<CharSet>> like = alternatives;
+  for (std::vector<CharSet>& sets : like) {
+    for (CharSet& set : sets)
+      set = IsAscii(set) ? BytesByLowHalf(set) : ~CharSet();
+  }
+  std::vector<Probes> probes = Chooser(like).Choose();
+  for (std::size_t a = 0; a < probes.size(); ++a) {
+    for (Probe& probe : probes[a])
+      probe.bytes = alternatives[a][static_cast<std::size_t>(probe.offset)];
+  }
+  return probes;
+}
+
 }  // namespace
 
 PlaceScan::PlaceScan(const ScanTables& tables) : tables_(tables) {
@@ -431,7 +490,10 @@ Probes ChooseProbes(const std::vector<CharSet>& sets) {
 
 std::vector<Probes> ChooseProbesForAlternatives(
     const std::vector<std::vector<CharSet>>& alternatives) {
-  return Chooser(alternatives).Choose();
+  std::vector<Probes> probes = Chooser(alternatives).Choose();
+  if (alternatives.size() == 1 || !AreLowHalvesFast() || !AreLetters(probes)) return probes;
+  std::vector<Probes> byLowHalves = ChooseForLowHalves(alternatives);
+  return GoByLowHalves(byLowHalves) ? byLowHalves : probes;
 }
 
 double ExpectedRate(const Probes& probes) {

@@ -5,6 +5,7 @@
 #ifndef TROVEX_MATCHER_SCAN_START_SCAN_H
 #define TROVEX_MATCHER_SCAN_START_SCAN_H
 
+#include "matcher/scan/beside.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/place_scan.h"
 
@@ -20,6 +21,7 @@ class StartScan {
   StartScan(const std::vector<Probes>& ways, const CharSet& before, const CharSet& first)
       : scan_(PlaceScan::ForAlternatives(ways)),
         lead_(before.all() ? 0 : 1),
+        beginsLines_(IsLineFeed(before)),
         before_(MembersOf(before)),
         first_(MembersOf(first)) {}
 
@@ -67,7 +69,8 @@ class StartScan {
     if (place >= end) return;
     if (place == begin) place = before_['\n'] && first_[*place] ? take(place) : place + 1;
     if (place == nullptr || place >= end) return;
-    scan(place - 1, [&](const unsigned char* hit) -> const unsigned char* {
+    const unsigned char* const from = beginsLines_ ? FromLineFeed(place - 1, end) : place - 1;
+    scan(from, [&](const unsigned char* hit) -> const unsigned char* {
       if (!before_[*hit]) return hit + 1;
       const unsigned char* const next = take(hit + 1);
       return next != nullptr ? next - 1 : nullptr;
@@ -76,6 +79,7 @@ class StartScan {
 
   PlaceScan scan_;
   std::ptrdiff_t lead_;
+  bool beginsLines_;  // only a line feed can stand before a match
   MemberTable before_;
   MemberTable first_;
 };

@@ -28,6 +28,7 @@ StringScan::StringScan(const std::vector<CharSet>& sets, const Beside& beside)
     : length_(sets.size()),
       lead_(beside.AsksBefore() ? 1 : 0),
       tail_(beside.AsksAfter() ? 1 : 0),
+      beginsLines_(IsLineFeed(beside.before)),
       scan_(ProbesFor(sets, beside)) {
   const Probes probes = ProbesFor(sets, beside);
   const std::vector<CharSet> whole = WithNeighbours(sets, beside);

@@ -108,7 +108,7 @@ class StringScan {
       place = StandsAt(place, begin, end) ? take(place) : place + 1;
       if (place == nullptr || end - place < length) return;
     }
-    const Byte* const from = place - lead_;
+    const Byte* const from = beginsLines_ ? FromLineFeed(place - lead_, end) : place - lead_;
     const std::ptrdiff_t whole = lead_ + length + tail_;
     if (end - from >= whole) {
       scan(from, end - (whole - 1) + scan_.Reach(), [&](const Byte* hit) -> const Byte* {
@@ -124,6 +124,7 @@ class StringScan {
   std::size_t length_;
   std::ptrdiff_t lead_;  // 1 where something is asked of the byte before the string, else 0
   std::ptrdiff_t tail_;  // the same of the byte after it
+  bool beginsLines_;     // only a line feed may stand before it
   MemberTables tables_;
   std::vector<Rest> all_;   // with what is asked beside the string
   std::vector<Rest> rest_;  // what the scan has not looked at

@@ -19,6 +19,9 @@
 // With several alternatives a bit stands for each of them instead, and what all probes leave of the
 // bits are the alternatives that hold at a place.
 //
+// x86 looks up a byte below 128 by its lower half as it is, and nothing for any other one: where that refuses enough of
+// the places, the upper halves are not looked at.
+//
 // The loop tests four blocks and looks at them only when one has a place where all probes hold. It
 // stands here once and is compiled once for every instruction set; which of them a machine has is
 // asked when a scan is made.
@@ -39,6 +42,10 @@ namespace trovex {
 
 VectorScan ChooseVectorScan(const ScanTables& /*tables*/) {
   return {};
+}
+
+bool AreLowHalvesFast() {
+  return false;
 }
 
 VectorFacts VectorsInUse() {
@@ -209,6 +216,49 @@ class NibbleTest {
   V low_[kCount];
 };
 
+/// The lower halves are looked up with the bytes as they are. Wider vectors have other ways, and are not measured.
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+constexpr bool kAreLowHalvesFast = true;
+#else
+constexpr bool kAreLowHalvesFast = false;
+#endif
+
+/// Tests blocks for alternatives by the lower halves of bytes.
+template <class D, int kCount>
+class LowHalfTest {
+ public:
+  using V = hn::Vec<D>;
+
+  explicit HWY_INLINE LowHalfTest(const ScanTables& tables) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      offsets_[i] = tables.offsets[i];
+      low_[i] = hn::LoadDup128(D(), tables.low[i].data());
+    }
+  }
+
+  template <class Place>
+  HWY_INLINE V operator()(Place place) const {
+    V bits = Bits(place, 0);
+    for (std::size_t i = 1; i < kCount; ++i)
+      bits = hn::And(bits, Bits(place, i));
+    return bits;
+  }
+
+  static HWY_INLINE V Either(V a, V b) { return hn::Or(a, b); }
+  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Ne(result, hn::Zero(D())); }
+
+ private:
+  template <class Place>
+  HWY_INLINE V Bits(Place place, std::size_t i) const {
+    const V bytes = BytesOf<D>(place + offsets_[i]);
+    if constexpr (kAreLowHalvesFast) return hn::TableLookupBytes(low_[i], bytes);
+    return hn::TableLookupBytes(low_[i], hn::And(bytes, hn::Set(D(), 15)));
+  }
+
+  std::ptrdiff_t offsets_[kCount];
+  V low_[kCount];
+};
+
 // The tests as kinds, so that a search can make one for every length of vector.
 
 template <int kCount, bool kAreBytes>
@@ -227,6 +277,12 @@ template <int kCount, bool kAreAlternatives>
 struct Nibbles {
   template <class D>
   using Test = NibbleTest<D, kCount, kAreAlternatives>;
+};
+
+template <int kCount>
+struct LowHalves {
+  template <class D>
+  using Test = LowHalfTest<D, kCount>;
 };
 
 using LongestBlock = hn::ScalableTag<Byte>;
@@ -444,6 +500,8 @@ VectorScan ChooseAmong(const ScanTables& tables) {
       return ChooseInexact<Nibbles<kCount, false>>(tables);
     case ScanForm::kAlternatives:
       return ChooseInexact<Nibbles<kCount, true>>(tables);
+    case ScanForm::kLowHalves:
+      return ChooseInexact<LowHalves<kCount>>(tables);
   }
   return {};
 }
@@ -465,6 +523,10 @@ VectorScan Choose(const ScanTables& tables) {
       return ChooseAmong<4>(tables);
   }
 #endif
+}
+
+bool LowHalvesAreFast() {
+  return kAreLowHalvesFast;
 }
 
 const char* Instructions() {
@@ -490,6 +552,12 @@ HWY_EXPORT(Choose);
 
 VectorScan ChooseVectorScan(const ScanTables& tables) {
   return HWY_DYNAMIC_DISPATCH(Choose)(tables);
+}
+
+HWY_EXPORT(LowHalvesAreFast);
+
+bool AreLowHalvesFast() {
+  return HWY_DYNAMIC_DISPATCH(LowHalvesAreFast)();
 }
 
 HWY_EXPORT(Instructions);

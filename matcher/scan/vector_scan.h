@@ -31,6 +31,7 @@ enum class ScanForm {
   kRanges,  // every set has just those c for which c & mask lies between two bytes, as digits do
   kKinds,   // any sets
   kAlternatives,  // sets for several alternatives
+  kLowHalves,     // the same for bytes below 128, by the lower half of each byte alone
 };
 
 /// What a search reads. Probe i has its place i in every table.
@@ -51,7 +52,7 @@ struct ScanTables {
   std::array<std::uint8_t, kMaxProbes> widths{};
 
   /// For the other forms: c may belong to the set if high[c / 16] & low[c % 16] is not zero, to
-  /// that of alternative a if its bit a is set.
+  /// that of alternative a if its bit a is set; for lower halves if low[c % 16] says so and c is below 128.
   std::array<NibbleTable, kMaxProbes> high{};
   std::array<NibbleTable, kMaxProbes> low{};
 
@@ -103,6 +104,9 @@ struct VectorScan {
   FindPlace findPlace = nullptr;
   FindHits findHits = nullptr;
 };
+
+/// Whether lower halves are looked up in a third of the time that whole bytes take.
+bool AreLowHalvesFast();
 
 /// The searches of these tables with the best vector instructions that the machine has; null when it
 /// has none, or the library was built without them.

@@ -418,6 +418,35 @@ TEST(PlaceScan, AgreesWithTheTrivialSearchForRandomAlternatives) {
   }
 }
 
+TEST(PlaceScan, BytesWithTheSameLowerHalfAreTakenForNoneOfAnAlternative) {
+  const std::vector<std::string> words = {"xyz", "qvj", "XWQ", "k#7"};
+  Alternatives alternatives;
+  std::string bytes;
+  for (const std::string& word : words) {
+    alternatives.emplace_back();
+    for (int offset = 0; offset < 3; ++offset) {
+      const std::string byte(1, word[static_cast<std::size_t>(offset)]);
+      alternatives.back().push_back({offset, SetOf(byte.c_str())});
+      for (int row = 0; row < 256; row += 16)
+        bytes += static_cast<char>((static_cast<Byte>(byte[0]) % 16) + row);
+    }
+  }
+  const Scans scans(alternatives);
+  for (std::uint32_t seed = 1; seed <= 300; ++seed) {
+    Dice dice(seed);
+    std::string text;
+    for (int piece = dice.Between(0, 120); piece > 0; --piece) {
+      const bool isWord = dice.OneIn(4);
+      const std::string& from =
+          isWord ? words[static_cast<std::size_t>(dice.Between(0, 3))] : bytes;
+      const int at = isWord ? 0 : dice.Between(0, static_cast<int>(bytes.size()) - 4);
+      text += from.substr(static_cast<std::size_t>(at), isWord ? 3 : 1);
+    }
+    ExpectAgreement(scans, alternatives, text);
+    ASSERT_FALSE(HasFailure()) << "seed " << seed;
+  }
+}
+
 TEST(PlaceScan, AlternativesTouchNothingOutsideOfTheText) {
   const Alternatives alternatives = AlternativesOf({"abc", "bcd", "\xE4z?"}, true);
   const Scans scans(alternatives);

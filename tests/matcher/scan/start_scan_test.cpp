@@ -112,6 +112,29 @@ TEST(StartScan, MissesNoPlaceAndTellsNoOtherButTheBeginOfTheText) {
   EXPECT_GT(found, 10'000U);
 }
 
+TEST(StartScan, LineFeedsAreFoundHoweverFarTheyAreApart) {
+  constexpr int kNear = static_cast<int>(kNearLineFeed);
+  const StartScan scan({{{0, SetOf("\n")}, {1, SetOf("a")}}}, SetOf("\n"), SetOf("a"));
+  for (const int distance : {1, 70, kNear - 1, kNear, kNear + 1, 20'000}) {
+    std::string line(static_cast<std::size_t>(distance), 'b');
+    const Block text("a" + line + "\na" + line + "\nb" + line + "\na" + line);
+    Places expected = {0, distance + 2, 3 * distance + 6};
+    Places found;
+    PlaceCursor cursor;
+    scan.ForEach(text.begin(), text.begin(), text.end(), cursor, [&](const Byte* place) {
+      found.push_back(place - text.begin());
+      return place + 1;
+    });
+    EXPECT_EQ(found, expected) << distance;
+    expected.erase(expected.begin());
+    found.clear();
+    for (const Byte* place = text.begin() + 1;
+         (place = scan.Find(place, text.begin(), text.end())) != nullptr; ++place)
+      found.push_back(place - text.begin());
+    EXPECT_EQ(found, expected) << distance;
+  }
+}
+
 TEST(StartScan, WhatStandsBeforeIsAskedThoughNoProbeLooksForIt) {
   const StartScan scan({{{1, SetOf("a")}}}, SetOf("\n"), SetOf("a"));
   const Block text("aaa\naa");

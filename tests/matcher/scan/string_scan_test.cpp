@@ -139,5 +139,23 @@ TEST(StringScan, FindsRandomStringsFromAnywhereToAnyEnd) {
   EXPECT_GT(found, 10'000U);
 }
 
+TEST(StringScan, LineFeedsBeforeItAreFoundHoweverFarTheyAreApart) {
+  constexpr int kNear = static_cast<int>(kNearLineFeed);
+  for (const CharSet& after : {~CharSet(), SetOf("\n")}) {
+    const String string = {SetOf("a"), SetOf("b")};
+    const Beside beside = {SetOf("\n"), after};
+    const StringScan scan(string, beside);
+    for (const int distance : {1, 70, kNear - 1, kNear, kNear + 1, 20'000}) {
+      const std::string line(static_cast<std::size_t>(distance), 'a');
+      const Block text("ab" + line + "\nab\n" + line + "\nab" + line + "\nab");
+      for (const Byte* place : {text.begin(), text.begin() + 1, text.begin() + distance}) {
+        const Places expected = TrivialPlaces(string, beside, place, text.begin(), text.end());
+        EXPECT_EQ(FoundPlaces(scan, place, text.begin(), text.end(), 1'000), expected) << distance;
+        EXPECT_EQ(FoundOneByOne(scan, place, text.begin(), text.end()), expected) << distance;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace trovex
