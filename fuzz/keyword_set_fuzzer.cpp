@@ -7,7 +7,7 @@
 
 #include "fuzz/input.h"
 #include "fuzz/require.h"
-#include "matcher/scan/keyword_set.h"
+#include "matcher/keywords/keyword_set.h"
 
 #include <algorithm>
 #include <cstddef>

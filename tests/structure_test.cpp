@@ -40,8 +40,8 @@ const std::map<std::string, Rooms>& Arrows() {
 /// Inside of matcher/: a room may include those before it. The headers of matcher/ itself that hold nothing
 /// but limits and values (kLowHeaders) may be included by all of them.
 constexpr std::string_view kMatcherRooms[] = {
-    "matcher/scan",        "matcher/runs",   "matcher/pattern", "matcher/words", "matcher/automata",
-    "matcher/line_filter", "matcher/groups", "matcher/engine",  "matcher"};
+    "matcher/scan",     "matcher/keywords",    "matcher/runs",   "matcher/pattern", "matcher/words",
+    "matcher/automata", "matcher/line_filter", "matcher/groups", "matcher/engine",  "matcher"};
 constexpr std::string_view kLowHeaders[] = {"matcher/limits.h",         "matcher/costs.h",
                                             "matcher/tuning.h",         "matcher/budget.h",
                                             "matcher/search_outcome.h", "matcher/work_credit.h"};

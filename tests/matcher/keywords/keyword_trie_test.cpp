@@ -1,6 +1,6 @@
-#include "matcher/scan/keyword_trie.h"
+#include "matcher/keywords/keyword_trie.h"
 
-#include "tests/matcher/scan/malloc_watch.h"
+#include "tests/matcher/keywords/malloc_watch.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>

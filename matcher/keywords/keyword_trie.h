@@ -15,10 +15,10 @@
 // A node keeps its edges in a height-balanced search tree: most nodes have one edge, a few may have
 // hundreds. All nodes and edges live in an arena.
 
-#ifndef TROVEX_MATCHER_SCAN_KEYWORD_TRIE_H
-#define TROVEX_MATCHER_SCAN_KEYWORD_TRIE_H
+#ifndef TROVEX_MATCHER_KEYWORDS_KEYWORD_TRIE_H
+#define TROVEX_MATCHER_KEYWORDS_KEYWORD_TRIE_H
 
-#include "matcher/scan/chunk_arena.h"
+#include "matcher/keywords/chunk_arena.h"
 
 namespace trovex {
 
@@ -79,4 +79,4 @@ void ForEachEdge(const KeywordTrieEdge* edges, const Visit& visit) {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_SCAN_KEYWORD_TRIE_H
+#endif  // TROVEX_MATCHER_KEYWORDS_KEYWORD_TRIE_H

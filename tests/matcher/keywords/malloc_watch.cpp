@@ -1,4 +1,4 @@
-#include "tests/matcher/scan/malloc_watch.h"
+#include "tests/matcher/keywords/malloc_watch.h"
 
 #include <cstddef>
 #include <cstdlib>

@@ -1,7 +1,7 @@
-#include "matcher/scan/keyword_set.h"
+#include "matcher/keywords/keyword_set.h"
 
 #include "matcher/scan/place_scan.h"
-#include "tests/matcher/scan/malloc_watch.h"
+#include "tests/matcher/keywords/malloc_watch.h"
 #include "tests/matcher/scan/scan_roads.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Taking chunks from the C library and giving them back.
 
-#include "matcher/scan/chunk_arena.h"
+#include "matcher/keywords/chunk_arena.h"
 
 #include <algorithm>
 #include <cstdlib>

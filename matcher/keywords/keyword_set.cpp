@@ -29,10 +29,10 @@
 // it, or with it, and end after it; so the search goes on for as long as such a keyword could
 // reach.
 
-#include "matcher/scan/keyword_set.h"
+#include "matcher/keywords/keyword_set.h"
 
-#include "matcher/scan/chunk_arena.h"
-#include "matcher/scan/keyword_trie.h"
+#include "matcher/keywords/chunk_arena.h"
+#include "matcher/keywords/keyword_trie.h"
 #include "matcher/scan/place_scan.h"
 #include "matcher/tuning.h"
 #include "text/char_set.h"

@@ -9,8 +9,8 @@
 //                   v
 //              [ previous | object | object | ...                ]
 
-#ifndef TROVEX_MATCHER_SCAN_CHUNK_ARENA_H
-#define TROVEX_MATCHER_SCAN_CHUNK_ARENA_H
+#ifndef TROVEX_MATCHER_KEYWORDS_CHUNK_ARENA_H
+#define TROVEX_MATCHER_KEYWORDS_CHUNK_ARENA_H
 
 #include <cstddef>
 #include <new>
@@ -54,4 +54,4 @@ class ChunkArena {
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_SCAN_CHUNK_ARENA_H
+#endif  // TROVEX_MATCHER_KEYWORDS_CHUNK_ARENA_H

@@ -1,6 +1,6 @@
-#include "matcher/scan/chunk_arena.h"
+#include "matcher/keywords/chunk_arena.h"
 
-#include "tests/matcher/scan/malloc_watch.h"
+#include "tests/matcher/keywords/malloc_watch.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>

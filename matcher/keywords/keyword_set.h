@@ -4,8 +4,8 @@
 // every stretch where none of its keywords can be. A set is created, filled, prepared once, and
 // then searched with any number of times; it must not be added to after it has been prepared.
 
-#ifndef TROVEX_MATCHER_SCAN_KEYWORD_SET_H
-#define TROVEX_MATCHER_SCAN_KEYWORD_SET_H
+#ifndef TROVEX_MATCHER_KEYWORDS_KEYWORD_SET_H
+#define TROVEX_MATCHER_KEYWORDS_KEYWORD_SET_H
 
 #include "resources/string_table.h"
 #include "text/byte_map.h"
@@ -53,4 +53,4 @@ const char* KeywordSetSearch(const KeywordSet& set, const char* text, int size,
 
 }  // namespace trovex
 
-#endif  // TROVEX_MATCHER_SCAN_KEYWORD_SET_H
+#endif  // TROVEX_MATCHER_KEYWORDS_KEYWORD_SET_H

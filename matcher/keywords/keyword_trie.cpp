@@ -1,6 +1,6 @@
 // Adding edges, and keeping their search trees balanced.
 
-#include "matcher/scan/keyword_trie.h"
+#include "matcher/keywords/keyword_trie.h"
 
 #include <algorithm>
 

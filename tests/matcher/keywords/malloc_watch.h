@@ -3,8 +3,8 @@
 // The linker sends every call of malloc in the program's objects to the watch
 // (`-Wl,--wrap=malloc`), and operator new goes the same way.
 
-#ifndef TROVEX_TESTS_MATCHER_SCAN_MALLOC_WATCH_H
-#define TROVEX_TESTS_MATCHER_SCAN_MALLOC_WATCH_H
+#ifndef TROVEX_TESTS_MATCHER_KEYWORDS_MALLOC_WATCH_H
+#define TROVEX_TESTS_MATCHER_KEYWORDS_MALLOC_WATCH_H
 
 namespace trovex::testing {
 
@@ -22,4 +22,4 @@ class AllocationLimit {
 
 }  // namespace trovex::testing
 
-#endif  // TROVEX_TESTS_MATCHER_SCAN_MALLOC_WATCH_H
+#endif  // TROVEX_TESTS_MATCHER_KEYWORDS_MALLOC_WATCH_H
