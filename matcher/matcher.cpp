@@ -280,7 +280,7 @@ CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& opt
   const auto compiled = std::make_shared<CompiledPattern>();
   try {
     const MessageNumber fault = CompileWithin(budget, pattern, options, *compiled);
-    compiled->isLookedAt = compiled->locator != nullptr &&
+    compiled->isLookedAt = compiled->searchable && compiled->locator != nullptr &&
                            (!compiled->keywordsAreExact || CanLocateKeyword(*compiled));
     return {compiled, fault};
   } catch (const BudgetExhausted&) {

@@ -12,8 +12,8 @@
 #include "matcher/engine/regular_expression.h"
 #include "matcher/groups/reference_search.h"
 #include "matcher/groups/text_notes.h"
-#include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/keywords/keyword_set.h"
+#include "matcher/line_filter/automaton_compiler.h"
 #include "matcher/search_outcome.h"
 #include "resources/string_table.h"
 

@@ -84,7 +84,8 @@ std::size_t Compare(const RunScan& scan, const std::vector<ByteRun>& runs, std::
   const Block text(content);
   RunScan::Notes notes;
   const auto found = Matches(
-      text, [&](const Byte* start) { return scan.EndOfMatch(start, text.begin(), text.end(), notes); },
+      text,
+      [&](const Byte* start) { return scan.EndOfMatch(start, text.begin(), text.end(), notes); },
       [&](const Byte* start) { return scan.NextStart(start, notes); });
   const auto expected = Matches(
       text, [&](const Byte* start) { return LongestEnd(runs, 0, start, text.end(), after); },
