@@ -36,6 +36,9 @@ class PatternSearch {
 
   const PatternProgram& Program() const { return program_; }
 
+  /// The locator whose looks at short texts tell of the pattern's matches; null if none does.
+  const LocatorProgram* Looked() const { return isLocated_ ? program_.Locator() : nullptr; }
+
   /// The matches that follow are those of `text`, which must stay as it is meanwhile. It is never
   /// written, and nothing outside of it is read.
   void Begin(TextView text);

@@ -89,6 +89,7 @@ QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
   for (const PlannedStream& planned : plan.streams)
     MakeStream(planned);
   if (patterns_.size() == 1) alone_ = patterns_.front().search;
+  if (alone_ != nullptr) looked_ = alone_->Looked();
 }
 
 void QuerySearch::MakeStream(const PlannedStream& planned) {
@@ -170,12 +171,34 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
     stored->Fill();
 }
 
+/// Where a query is nothing but a pattern, a look at a short text mostly tells all that is asked for, and needs
+/// hardly anything: the rest of the search is kept apart from it.
 Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visit,
                          void* visitContext) {
+  using Answer = LocatorProgram::Answer;
   context_.gaveUp = false;
   context_.gaveUpAt = 0;
   context_.credit = 0;
   granted_ = 0;
+  const bool isLooked = looked_ != nullptr && text.size() <= kLookedAtText &&
+                        options.encoding == Encoding::kLatin1 && options.interrupt == nullptr;
+  if (!isLooked) return RunInDepth(text, options, visit, visitContext);
+  LocatedRange match;
+  const unsigned char* const begin = text.data();
+  const Answer answer = looked_->LookAt(begin, begin + text.size(), match);
+  if (answer == Answer::kNoMatch) return Verdict::kNo;
+  const bool isAll = answer == Answer::kMatch && options.mostItems <= 1 && !options.tags;
+  if (!isAll) return RunInDepth(text, options, visit, visitContext);
+  if (options.mostItems > 0) {
+    Show({static_cast<std::size_t>(match.start - begin),
+          static_cast<std::size_t>(match.end - begin)},
+         visit, visitContext);
+  }
+  return Verdict::kYes;
+}
+
+Verdict QuerySearch::RunInDepth(TextView text, const SearchOptions& options, Visit visit,
+                                void* visitContext) {
   context_.wantsTags = options.tags && plan_.hasTags && options.mostItems > 0;
   std::size_t passed = 0;
   const bool isAlone = alone_ != nullptr && !context_.wantsTags;

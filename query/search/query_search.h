@@ -42,6 +42,7 @@ class QuerySearch {
 
  private:
   void MakeStream(const PlannedStream& planned);
+  Verdict RunInDepth(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   void MakeSearchOfBytes(const PlannedStream& planned);
   bool MaySearchAsItIs(TextView text, const SearchOptions& options) const;
   StringSearch* StringsFor(TextView text, Encoding encoding, bool& isUtf8);
@@ -81,6 +82,8 @@ class QuerySearch {
   std::vector<StringSearch::Pattern> bytes_;
   std::vector<std::unique_ptr<PatternSearch>> ownBytes_;
   PatternSearch* alone_ = nullptr;  // of a query that is nothing but a pattern
+  /// What tells the matches of that pattern in short texts; null if nothing does.
+  const LocatorProgram* looked_ = nullptr;
   /// The search for the query as one of strings, made when it is first wanted; null if it is no such query.
   std::unique_ptr<StringSearch> strings_;
   std::unique_ptr<StringSearch> stringsOfUtf8_;
