@@ -187,8 +187,9 @@ Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visi
   const unsigned char* const begin = text.data();
   const Answer answer = looked_->LookAt(begin, begin + text.size(), match);
   if (answer == Answer::kNoMatch) return Verdict::kNo;
-  const bool isAll = answer == Answer::kMatch && options.mostItems <= 1 && !options.tags;
-  if (!isAll) return RunInDepth(text, options, visit, visitContext);
+  if (answer == Answer::kUnknown || options.tags)
+    return RunInDepth(text, options, visit, visitContext);
+  if (options.mostItems > 1) return RunForAll(text, options, visit, visitContext);
   if (options.mostItems > 0) {
     Show({static_cast<std::size_t>(match.start - begin),
           static_cast<std::size_t>(match.end - begin)},
