@@ -25,6 +25,13 @@ namespace trovex {
 /// Texts up to this size are looked at with a scan before a search is set up. Measured: rows of 36 bytes without
 /// that, 1.4 to 1.9.
 inline constexpr std::size_t kLookedAtText = 256;
+/// How many bytes texts are screened by before they are looked at, and at how many of 100,000 places these may stand at
+/// most: a row that passes is searched twice. What takes longer, or no less, must leave over so much less.
+inline constexpr std::size_t kScreenProbes = 2;
+inline constexpr double kScreenRate = 2'000;
+inline constexpr double kScreenRateHelps = 1.5;
+/// What is taken for that rate of the ends of lines, which most short texts have none of.
+inline constexpr double kScreenRateOfLines = 100;
 /// A look reads no more than so many times the text in vain.
 inline constexpr std::ptrdiff_t kReadAgainInLook = 8;
 /// Rows of runs are read byte by byte there where their runs are expected to take no more bytes than this. Measured, byte

@@ -266,6 +266,11 @@ const Byte* FindByFirstByte(const ScanTables& tables, const Byte* begin, const B
   return nullptr;
 }
 
+template <FindPlace find>
+bool Finds(const ScanTables& tables, const Byte* begin, const Byte* end) {
+  return find(tables, begin, end) != nullptr;
+}
+
 /// The first hit alone, as a batch.
 template <FindPlace find>
 bool FindFirstHit(const ScanTables& tables, const Byte* begin, const Byte* end,
@@ -460,9 +465,12 @@ PlaceScan::PlaceScan(const ScanTables& tables) : tables_(tables) {
   findPlainly_ = IsLedByByte(tables_) ? &FindByFirstByte : &FindOneByOne;
   const VectorScan vectors = ChooseVectorScan(tables_);
   find_ = vectors.findPlace != nullptr ? vectors.findPlace : findPlainly_;
+  mayFind_ = vectors.mayFindPlace;
   findHits_ = vectors.findHits;
   if (findHits_ == nullptr) {
-    findHits_ = IsLedByByte(tables_) ? &FindFirstHit<FindByFirstByte> : &FindFirstHit<FindOneByOne>;
+    const bool isLed = IsLedByByte(tables_);
+    mayFind_ = isLed ? &Finds<FindByFirstByte> : &Finds<FindOneByOne>;
+    findHits_ = isLed ? &FindFirstHit<FindByFirstByte> : &FindFirstHit<FindOneByOne>;
   }
 }
 

@@ -53,6 +53,11 @@ class PlaceScan {
     return find_(tables_, begin, end);
   }
 
+  /// Whether Find may find a place: false only where it does not. Takes a short text less than Find.
+  bool MayFind(const unsigned char* begin, const unsigned char* end) const {
+    return mayFind_(tables_, begin, end);
+  }
+
   /// Calls `take(p)` for the places that Find finds from `place` on, one after another. It returns from where on the
   /// next one counts, which is after p; null: no more are wanted.
   template <typename Take>
@@ -98,6 +103,7 @@ class PlaceScan {
   ScanTables tables_;
   FindPlace findPlainly_;
   FindPlace find_;
+  MayFindPlace mayFind_;
   trovex::FindHits findHits_;
 };
 

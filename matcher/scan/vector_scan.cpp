@@ -367,6 +367,23 @@ const Byte* Find(const ScanTables& tables, const Byte* begin, const Byte* end) {
   return FindInManyBlocks<Kind, LongestBlock>(tables, begin, places);
 }
 
+/// Of hits, it matters here neither where they are nor how many.
+template <class Kind>
+bool MayFind(const ScanTables& tables, const Byte* begin, const Byte* end) {
+  using D = LongestBlock;
+  constexpr std::ptrdiff_t kBlock = SizeOf(D());
+  using Test = typename Kind::template Test<D>;
+  const std::ptrdiff_t places = end - begin - tables.reach;
+  if (places < kBlock) return BitsOfPlaces<Kind>(tables, begin, places) != 0;
+  const Test test(tables);
+  // The last two blocks may overlap.
+  const Byte* const last = begin + (places - kBlock);
+  auto any = test(last);
+  for (; begin < last; begin += kBlock)
+    any = Test::Either(any, test(begin));
+  return !hn::AllFalse(D(), Test::Hits(any));
+}
+
 /// The hits of the whole chunk at `block`.
 template <class D, class Test>
 HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
@@ -474,12 +491,12 @@ const Byte* FindAndConfirm(const ScanTables& tables, const Byte* begin, const By
 
 template <class Kind>
 VectorScan ChooseInexact(const ScanTables& tables) {
-  return {tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>, &FindBatch<Kind>};
+  return {tables.isExact ? &Find<Kind> : &FindAndConfirm<Kind>, &MayFind<Kind>, &FindBatch<Kind>};
 }
 
 template <class Kind>
 VectorScan ChooseMasked() {
-  return {&Find<Kind>, &FindBatch<Kind>};
+  return {&Find<Kind>, &MayFind<Kind>, &FindBatch<Kind>};
 }
 
 template <int kCount>

@@ -41,9 +41,6 @@ struct ScanTables {
   std::ptrdiff_t reach = 0;
   std::array<std::ptrdiff_t, kMaxProbes> offsets{};
 
-  /// Bit a of `members[i][c]`: c belongs to the set that alternative a has for probe i.
-  std::array<std::array<std::uint8_t, 256>, kMaxProbes> members{};
-
   ScanForm form = ScanForm::kBytes;
 
   /// For bytes, masked sets and ranges. A range has the values from `values` on, and so many more.
@@ -58,6 +55,9 @@ struct ScanTables {
 
   /// Unless it is, the form lets some bytes pass that do not belong to their sets.
   bool isExact = true;
+
+  /// Bit a of `members[i][c]`: c belongs to the set that alternative a has for probe i.
+  std::array<std::array<std::uint8_t, 256>, kMaxProbes> members{};
 
   /// A bit for every alternative of which all probes hold at `place`.
   unsigned AlternativesAt(const unsigned char* place) const {
@@ -82,6 +82,10 @@ struct ScanTables {
 using FindPlace = const unsigned char* (*)(const ScanTables& tables, const unsigned char* begin,
                                            const unsigned char* end);
 
+/// Whether that search may find a place: false only where it does not. It reads nothing outside, either.
+using MayFindPlace = bool (*)(const ScanTables& tables, const unsigned char* begin,
+                              const unsigned char* end);
+
 /// Hits one after the other, as offsets from `base`; all of the places from `base` up to `tested`.
 struct HitBatch {
   /// So many places are tested together; a batch is full when another chunk might not have room.
@@ -99,9 +103,10 @@ struct HitBatch {
 using FindHits = bool (*)(const ScanTables& tables, const unsigned char* begin,
                           const unsigned char* end, std::ptrdiff_t window, HitBatch& batch);
 
-/// Both searches of some tables.
+/// The searches of some tables.
 struct VectorScan {
   FindPlace findPlace = nullptr;
+  MayFindPlace mayFindPlace = nullptr;
   FindHits findHits = nullptr;
 };
 

@@ -116,6 +116,9 @@ class Scans {
       EXPECT_EQ(AllPlaces(begin, end, [&](auto* b, auto* e) { return scan.Find(b, e); }), expected)
           << roads_[i].name;
       EXPECT_EQ(AllHits(scan, begin, end), expected) << roads_[i].name << ", by batches";
+      const bool mayFind = scan.MayFind(begin, end);
+      EXPECT_TRUE(mayFind ? !scan.AreHitsExact() || !expected.empty() : expected.empty())
+          << roads_[i].name << ", whether there are any";
     }
     EXPECT_EQ(
         AllPlaces(begin, end, [&](auto* b, auto* e) { return scans_.front().FindPlainly(b, e); }),

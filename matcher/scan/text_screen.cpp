@@ -1,0 +1,48 @@
+#include "matcher/scan/text_screen.h"
+
+#include "matcher/tuning.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace trovex {
+
+namespace {
+
+/// Of each of the strings the `most` rarest probes.
+std::vector<Probes> Rarest(std::vector<Probes> probes, std::size_t most) {
+  for (Probes& ofString : probes)
+    ofString.resize(std::min(ofString.size(), most));
+  return probes;
+}
+
+double RateOf(const std::vector<Probes>& probes) {
+  double rate = 0;
+  for (const Probes& ofString : probes)
+    rate += ExpectedRate(ofString);
+  return rate;
+}
+
+}  // namespace
+
+void TextScreen::Consider(const std::vector<std::vector<CharSet>>& strings) {
+  if (strings.empty() || strings.front().empty()) return;
+  const std::vector<Probes> probes = ChooseProbesForAlternatives(strings);
+  for (std::size_t most = 1; most <= kScreenProbes; ++most) {
+    const std::vector<Probes> rarest = Rarest(probes, most);
+    const double rate = RateOf(rarest);
+    if (rate >= (scan_ ? rate_ / kScreenRateHelps : kScreenRate)) continue;
+    scan_ = PlaceScan::ForAlternatives(rarest);
+    rate_ = rate;
+  }
+}
+
+void TextScreen::ConsiderBeginsOfLines(const MemberTable& first) {
+  if (rate_ <= kScreenRateOfLines) return;
+  scan_.emplace(Probes{{0, CharSet().set('\n')}});
+  byLines_ = true;
+  first_ = first;
+  rate_ = kScreenRateOfLines;
+}
+
+}  // namespace trovex
