@@ -24,8 +24,10 @@ void SetCompileError(MessageNumber error) {
 bool SearchInstalled(const char* text, int length, int group, MatchRange& range, TextNotes* notes) {
   const MatcherState& matcher = Matcher();
   if (matcher.installed == nullptr) return false;
+  const SearchConditions conditions = ConditionsOf(matcher);
+  if (IsScreenedOut(*matcher.installed->pattern, conditions, text, length)) return false;
   const MatchResult result =
-      ExecuteMatcher(*matcher.installed, ConditionsOf(matcher), text, length, group, notes);
+      ExecuteMatcher(*matcher.installed, conditions, text, length, group, notes);
   if (result.outcome != SearchOutcome::kFound) return false;
   range = result.range;
   return true;

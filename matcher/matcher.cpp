@@ -195,6 +195,9 @@ void BuildReferences(CompiledPattern& compiled, std::string_view pattern, const 
   auto search = std::make_unique<const ReferenceSearch>(tree, references);
   if (!search->IsFast()) return;
   compiled.references = std::move(search);
+  auto screen = std::make_unique<TextScreen>();
+  screen->Consider({FindRequiredString(WithoutReferences(tree, tree.translate), budget)});
+  compiled.ownScreen = std::move(screen);
   // Up to its first back-reference, which the line filter lets pass, a match must be read alike.
   const std::optional<TokenStream> stream = WriteTokenStream(tree, References::kWritten);
   if (stream) compiled.lineFilterReading = ReadingOf(*stream, pattern, options, compiled);
@@ -266,6 +269,15 @@ MessageNumber CompileWithin(CompileBudget& budget, std::string_view pattern,
   return fault;
 }
 
+void ChooseScreen(CompiledPattern& compiled) {
+  const bool isLocated = compiled.isLookedAt;
+  const TextScreen* const screen =
+      isLocated ? &compiled.locator->Screen() : compiled.ownScreen.get();
+  if (!compiled.searchable || screen == nullptr || !screen->IsOfUse()) return;
+  compiled.screen = screen;
+  compiled.screensWords = isLocated && compiled.locator->Words();
+}
+
 }  // namespace
 
 PatternWork::PatternWork(std::shared_ptr<const CompiledPattern> compiled)
@@ -282,6 +294,7 @@ CompileResult CompileMatcher(std::string_view pattern, const PatternOptions& opt
     const MessageNumber fault = CompileWithin(budget, pattern, options, *compiled);
     compiled->isLookedAt = compiled->searchable && compiled->locator != nullptr &&
                            (!compiled->keywordsAreExact || CanLocateKeyword(*compiled));
+    ChooseScreen(*compiled);
     return {compiled, fault};
   } catch (const BudgetExhausted&) {
     return {std::make_shared<CompiledPattern>(), MessageNumber::kMemoryOverflow};

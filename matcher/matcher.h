@@ -64,6 +64,11 @@ struct CompiledPattern {
   bool standsAlone = false;
   /// Whether it is the locator that searches find matches with, so that its looks at short texts tell of them.
   bool isLookedAt = false;
+  /// What refuses short texts without a match, where matches must be whole words or need not; null: nothing does.
+  const TextScreen* screen = nullptr;
+  bool screensWords = false;
+  /// That of a pattern with back-references; the others have their locator's.
+  std::unique_ptr<const TextScreen> ownScreen;
   /// False when compiling ended in an error: searching then finds nothing.
   bool searchable = false;
 };
@@ -156,6 +161,16 @@ inline std::span<const LocatedRange> TakeFoundTogether(PatternWork& work, const 
 LocatorProgram::Answer LookForMatch(const CompiledPattern& pattern,
                                     const SearchConditions& conditions, const char* text,
                                     int length, LocatedRange& match);
+
+/// Whether the pattern's screen tells that ExecuteMatcher finds nothing: the least that tells it, for a short text.
+inline bool IsScreenedOut(const CompiledPattern& pattern, const SearchConditions& conditions,
+                          const char* text, int length) {
+  const bool isScreened = pattern.screen != nullptr && length > 0 &&
+                          length <= static_cast<int>(kLookedAtText) && !conditions.engineOnly &&
+                          !conditions.matchLines && conditions.matchWords == pattern.screensWords;
+  const auto* const begin = reinterpret_cast<const unsigned char*>(text);
+  return isScreened && pattern.screen->Refuses(begin, begin + length);
+}
 
 /// Whether what ExecuteMatcher finds of `pattern` are the matches of its locator's string, which nothing else has a
 /// say in.

@@ -447,11 +447,13 @@ bool CanFollowReferences(const CompiledPattern& pattern, const SearchConditions&
          !conditions.engineOnly;
 }
 
+/// Whether it is the locator that finds the matches asked for.
 bool CanLocate(const LocatorProgram& locator, const SearchConditions& conditions) {
   return !conditions.matchLines && locator.Words() == conditions.matchWords;
 }
 
-/// The same of a match that was found by looking at a text of `length` bytes.
+/// Whether it is certain that the line filter lets the line of `match` pass, which was found by looking at a text of
+/// `length` bytes.
 bool CertainlyPasses(const CompiledPattern& pattern, const LocatedRange& match, const char* text,
                      int length) {
   return CertainlyPasses(pattern, reinterpret_cast<const char*>(match.start),

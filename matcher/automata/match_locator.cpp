@@ -262,14 +262,20 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
   const std::optional<Beside> beside = BesideOf(*graph_);
   const bool areRuns = CanTakeRuns(runs, *graph_, beside);
   shortest_ = ShortestMatch(*graph_);
-  if (areRuns && beside->IsAny() && runs.size() == 1 && IsClassRun(runs[0]))
+  screen_ = TextScreen(shortest_);
+  if (areRuns && beside->IsAny() && runs.size() == 1 && IsClassRun(runs[0])) {
     class_ = ClassRun::For(runs[0]);
+    if (class_)
+      screen_.Consider({LeadingBytes(std::min<std::size_t>(runs[0].least, 2), runs[0].bytes)});
+  }
   const bool isInRow = areRuns && !class_ && IsRareRow(graph_->bytes, runs, *beside);
   if (IsOneString(*graph_) && !isInRow) {
     isToldBeside_ = beside.has_value();
     beside_ = beside.value_or(Beside{});
     isStringFree_ = isToldBeside_ && beside_.IsAny();
     string_.emplace(graph_->bytes, beside_);
+    screen_.Consider({graph_->bytes});
+    ScreenByLines();
   }
   if (class_ || string_) return;
   if (areRuns) beside_ = *beside;
@@ -280,6 +286,9 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
 void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
                                 const std::vector<Run>& runs) {
   std::vector<LeadingBytes> ways = LeadingWays(*graph_, PlaceScan::kMaxAlternatives, kLeadingBytes);
+  screen_.Consider({required});
+  screen_.Consider(ways);
+  ScreenByLines();
   const CharSet before = BytesBefore(*graph_);
   const bool asksBefore = runs.empty() ? before.count() == 1 : beside_.AsksBefore();
   if (asksBefore) {
@@ -321,6 +330,17 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   if (IsRareAsAWhole(row, leadingRate)) filter_ = RunFilter::For(row);
 }
 
+/// Where matches begin as lines do, and the only empty one is an empty line, that is what the screen goes by.
+void LocatorProgram::ScreenByLines() {
+  constexpr Neighbours kLineBefore = AnchorNeighbours(Anchor::kLineStart);
+  constexpr Neighbours kEmptyLine = NeighbourBit(ByteKind::kNewline, ByteKind::kNewline);
+  const auto beginsLine = [](Neighbours between) { return (between & ~kLineBefore) == 0; };
+  const auto first = graph_->starts.begin();
+  const bool beginLines = std::all_of(first, first + graph_->size, beginsLine) &&
+                          (graph_->ends[graph_->Start()] & ~kEmptyLine) == 0;
+  if (beginLines) screen_.ConsiderBeginsOfLines(canStart_);
+}
+
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
                                   CompileBudget& budget) {
   if (leading_ && !required_ && !runs_) few_ = FewWords::For(tree, words_, budget);
@@ -345,8 +365,16 @@ bool LocatorProgram::HasNeighbours(const Byte* start, const Byte* stop, const By
   return (graph_->starts[0] & atStart) != 0 && (graph_->ends[graph_->size - 1] & atStop) != 0;
 }
 
-LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byte* end,
-                                                    LocatedRange& match) const {
+inline LocatorProgram::Answer LocatorProgram::LookForString(const Byte* begin, const Byte* end,
+                                                            LocatedRange& match) const {
+  const Byte* const found = string_->Find(begin, end);
+  if (found == nullptr) return Answer::kNoMatch;
+  match = {found, found + string_->Length()};
+  return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
+}
+
+inline LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byte* end,
+                                                           LocatedRange& match) const {
   const Byte* place = begin;
   if (class_ || middle_) return LookForRuns(place, end, match);
   if (list_) return LookForListed(place, end, match);
@@ -361,13 +389,27 @@ LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, const Byt
     if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   }
   if (few_) return LookForFewWords(place, begin, end, match);
+  if (reader_ && !filter_) return LookByReading(place, begin, end, match);
+  return runs_ ? LookForRows(place, begin, end, match) : Answer::kUnknown;
+}
+
+LocatorProgram::Answer LocatorProgram::LookPastScreen(const Byte* begin, const Byte* end,
+                                                      LocatedRange& match) const {
+  const Answer answer =
+      string_ && !class_ ? LookForString(begin, end, match) : LookForFirst(begin, end, match);
+  // Whether a whole word ends where the text does may depend on the byte after it.
+  const bool isOpen = words_ && answer == Answer::kMatch && match.end == end;
+  return isOpen ? Answer::kUnknown : answer;
+}
+
+/// The first match of a row of runs that its begin leads to.
+LocatorProgram::Answer LocatorProgram::LookForRows(const Byte* place, const Byte* begin,
+                                                   const Byte* end, LocatedRange& match) const {
   if (filter_) {
     RunFilter::Cursor places;
     const auto nextRow = [&](const Byte* from) { return NextRow(from, begin, end, places); };
     return TryRuns(nextRow(place), begin, end, nextRow, match);
   }
-  if (reader_) return LookByReading(place, begin, end, match);
-  if (!runs_) return Answer::kUnknown;
   const auto next = [&](const Byte* from) { return leading_->Find(from, begin, end); };
   return TryRuns(place, begin, end, next, match);
 }

@@ -49,6 +49,7 @@
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/start_scan.h"
 #include "matcher/scan/string_scan.h"
+#include "matcher/scan/text_screen.h"
 #include "matcher/tuning.h"
 #include "matcher/words/few_words.h"
 #include "matcher/words/word_scan.h"
@@ -110,29 +111,28 @@ class LocatorProgram {
   /// A look at a text from `place` to `end`, of at most kLookedAtText bytes, before anything is set up for a
   /// search: the first match, or that there is none, or, where that takes more, that it is not known. Costs as much as a scan.
   Answer LookAt(const unsigned char* place, const unsigned char* end, LocatedRange& match) const {
-    if (end - place < shortest_) return Answer::kNoMatch;
-    const Answer answer =
-        string_ && !class_ ? LookForString(place, end, match) : LookForFirst(place, end, match);
-    // Whether a whole word ends where the text does may depend on the byte after it.
-    const bool isOpen = words_ && answer == Answer::kMatch && match.end == end;
-    return isOpen ? Answer::kUnknown : answer;
+    return screen_.Refuses(place, end) ? Answer::kNoMatch : LookPastScreen(place, end, match);
   }
+
+  /// The first of what a look does, which tells most short texts that have no match.
+  const TextScreen& Screen() const { return screen_; }
+  /// The rest of it, for a text that the screen lets pass.
+  Answer LookPastScreen(const unsigned char* place, const unsigned char* end,
+                        LocatedRange& match) const;
 
  private:
   friend class MatchLocator;
 
   Answer LookForString(const unsigned char* begin, const unsigned char* end,
-                       LocatedRange& match) const {
-    const unsigned char* const found = string_->Find(begin, end);
-    if (found == nullptr) return Answer::kNoMatch;
-    match = {found, found + string_->Length()};
-    return isToldBeside_ ? Answer::kMatch : Answer::kUnknown;
-  }
+                       LocatedRange& match) const;
   Answer LookForFirst(const unsigned char* begin, const unsigned char* end,
                       LocatedRange& match) const;
   Answer LookForRuns(const unsigned char* place, const unsigned char* end,
                      LocatedRange& match) const;
   void ChooseLead(const std::vector<CharSet>& required, const std::vector<Run>& runs);
+  void ScreenByLines();
+  Answer LookForRows(const unsigned char* place, const unsigned char* begin,
+                     const unsigned char* end, LocatedRange& match) const;
   Answer LookForFewWords(const unsigned char* place, const unsigned char* begin,
                          const unsigned char* end, LocatedRange& match) const;
   const unsigned char* EndOfWord(const unsigned char* place, const unsigned char* begin,
@@ -156,6 +156,8 @@ class LocatorProgram {
 
   const std::unique_ptr<const PositionGraph> graph_;
   const bool words_;
+  std::ptrdiff_t shortest_ = 0;         // no match has fewer bytes
+  TextScreen screen_;                   // for short texts
   std::optional<StringScan> string_;    // set if that lead is followed
   std::optional<StringScan> required_;  // set if it is of use
   std::optional<StringScan> rarer_;     // else one that is of use in short texts, if there is any
@@ -175,7 +177,6 @@ class LocatorProgram {
   bool findsMany_ = false;        // matches are found several at a time: none is empty
   bool startsAnywhere_ = false;   // matches start so whatever stands before them
   MemberTable canStart_{};        // the bytes that a match, which is not empty, can start with
-  std::ptrdiff_t shortest_ = 0;   // no match has fewer bytes
   std::optional<FewWords> few_;   // set if what the leading bytes lead to are a few words
   std::optional<WordScan> list_;  // set if that lead is followed
   bool canDoWithoutList_ = true;
