@@ -82,6 +82,42 @@ class LineStretches {
   std::size_t stretch_ = 0;
 };
 
+/// Of the patterns that a text must have for stream `stream` to be satisfied, the screen that refuses most texts, in UTF-8
+/// or not; null if none refuses any.
+const TextScreen* BestScreen(const SearchPlan& plan, std::size_t stream, bool isUtf8) {
+  using Kind = PlannedStream::Kind;
+  const PlannedStream& planned = plan.streams[stream];
+  const TextScreen* best = nullptr;
+  const auto consider = [&](std::size_t operand) {
+    const TextScreen* const screen = BestScreen(plan, operand, isUtf8);
+    const bool isBetter = screen != nullptr && (best == nullptr || screen->Rate() < best->Rate());
+    if (isBetter) best = screen;
+  };
+  switch (planned.kind) {
+    case Kind::kPattern: {
+      const bool isKnown = !isUtf8 || (planned.utf8 && !planned.utf8->guard.IsNeeded());
+      const PatternProgram& program = isUtf8 && isKnown ? *planned.utf8->program : *planned.program;
+      const LocatorProgram* const locator = isKnown ? program.Locator() : nullptr;
+      return locator != nullptr && locator->Screen().IsOfUse() ? &locator->Screen() : nullptr;
+    }
+    case Kind::kAnd:
+      std::for_each(planned.operands.begin(), planned.operands.end(), consider);
+      break;
+    case Kind::kNear:
+      if (!planned.isLeftNegated) consider(planned.operands[0]);
+      if (!planned.isRightNegated) consider(planned.operands[1]);
+      break;
+    case Kind::kStored:
+      consider(planned.operands[0]);
+      break;
+    case Kind::kOr:
+    case Kind::kSound:
+    case Kind::kNot:
+      break;
+  }
+  return best;
+}
+
 }  // namespace
 
 QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
@@ -90,6 +126,9 @@ QuerySearch::QuerySearch(const SearchPlan& plan) : plan_(plan) {
     MakeStream(planned);
   if (patterns_.size() == 1) alone_ = patterns_.front().search;
   if (alone_ != nullptr) looked_ = alone_->Looked();
+  const std::size_t query = plan.streams.size() - 1;
+  screen_ = BestScreen(plan, query, false);
+  screenOfUtf8_ = BestScreen(plan, query, true);
 }
 
 void QuerySearch::MakeStream(const PlannedStream& planned) {
@@ -171,21 +210,34 @@ void QuerySearch::Begin(TextView text, const SearchOptions& options) {
     stored->Fill();
 }
 
-/// Where a query is nothing but a pattern, a look at a short text mostly tells all that is asked for, and needs
-/// hardly anything: the rest of the search is kept apart from it.
+/// The screen refuses most short texts, which needs hardly anything: the rest of the search is kept apart from it.
 Verdict QuerySearch::Run(TextView text, const SearchOptions& options, Visit visit,
                          void* visitContext) {
-  using Answer = LocatorProgram::Answer;
+  // To a look, a match at no address is no match.
+  static constexpr unsigned char kNoBytes[1] = {};
+  if (text.data() == nullptr) text = TextView(kNoBytes, 0);
   context_.gaveUp = false;
   context_.gaveUpAt = 0;
   context_.credit = 0;
   granted_ = 0;
-  const bool isLooked = looked_ != nullptr && text.size() <= kLookedAtText &&
-                        options.encoding == Encoding::kLatin1 && options.interrupt == nullptr;
-  if (!isLooked) return RunInDepth(text, options, visit, visitContext);
+  if (text.size() > kLookedAtText || options.interrupt != nullptr)
+    return RunInDepth(text, options, visit, visitContext);
+  const TextScreen* const screen = options.encoding == Encoding::kLatin1 ? screen_ : screenOfUtf8_;
+  const unsigned char* const begin = text.data();
+  if (screen != nullptr && screen->Refuses(begin, begin + text.size())) return Verdict::kNo;
+  if (looked_ != nullptr && options.encoding == Encoding::kLatin1)
+    return RunLooked(text, options, visit, visitContext);
+  return RunInDepth(text, options, visit, visitContext);
+}
+
+/// Where a query is nothing but a pattern, a look at a short text that the screen lets pass mostly tells all that is
+/// asked for.
+Verdict QuerySearch::RunLooked(TextView text, const SearchOptions& options, Visit visit,
+                               void* visitContext) {
+  using Answer = LocatorProgram::Answer;
   LocatedRange match;
   const unsigned char* const begin = text.data();
-  const Answer answer = looked_->LookAt(begin, begin + text.size(), match);
+  const Answer answer = looked_->LookPastScreen(begin, begin + text.size(), match);
   if (answer == Answer::kNoMatch) return Verdict::kNo;
   if (answer == Answer::kUnknown || options.tags)
     return RunInDepth(text, options, visit, visitContext);

@@ -42,6 +42,7 @@ class QuerySearch {
 
  private:
   void MakeStream(const PlannedStream& planned);
+  Verdict RunLooked(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   Verdict RunInDepth(TextView text, const SearchOptions& options, Visit visit, void* visitContext);
   void MakeSearchOfBytes(const PlannedStream& planned);
   bool MaySearchAsItIs(TextView text, const SearchOptions& options) const;
@@ -84,6 +85,9 @@ class QuerySearch {
   PatternSearch* alone_ = nullptr;  // of a query that is nothing but a pattern
   /// What tells the matches of that pattern in short texts; null if nothing does.
   const LocatorProgram* looked_ = nullptr;
+  /// What refuses short texts in Latin-1, and in UTF-8, that cannot satisfy the query; null: nothing does.
+  const TextScreen* screen_ = nullptr;
+  const TextScreen* screenOfUtf8_ = nullptr;
   /// The search for the query as one of strings, made when it is first wanted; null if it is no such query.
   std::unique_ptr<StringSearch> strings_;
   std::unique_ptr<StringSearch> stringsOfUtf8_;
