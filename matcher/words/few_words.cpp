@@ -1,8 +1,12 @@
 #include "matcher/words/few_words.h"
 
+#include "matcher/costs.h"
 #include "matcher/limits.h"
+#include "matcher/scan/place_scan.h"
+#include "matcher/tuning.h"
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 
 namespace trovex {
@@ -12,41 +16,56 @@ namespace {
 /// Trees of more nodes are not even read for it.
 constexpr std::size_t kMostNodes = 1'000;
 
+/// At how many of 100,000 places the leading bytes of one of the words are to be expected.
+double LeadingRate(const WordList& list) {
+  std::size_t length = kLeadingBytes;
+  for (std::size_t i = 0; i < list.Count(); ++i)
+    length = std::min(length, list.Word(i).size());
+  std::vector<std::vector<CharSet>> beginnings;
+  for (std::size_t i = 0; i < list.Count(); ++i) {
+    std::vector<CharSet>& sets = beginnings.emplace_back();
+    for (const char number : list.Word(i).substr(0, length))
+      sets.push_back(list.bytesOf[static_cast<unsigned char>(number)]);
+  }
+  double rate = 0;
+  for (const Probes& probes : ChooseProbesForAlternatives(beginnings))
+    rate += RateInClusters(probes);
+  return rate;
+}
+
 }  // namespace
 
 std::optional<FewWords> FewWords::For(const SyntaxTree& tree, bool words, CompileBudget& budget) {
   if (tree.nodes.size() > kMostNodes) return std::nullopt;
-  std::optional<WordList> list = ReadWordList(tree, budget);
+  std::optional<WordList> list = ReadWordList(tree, budget, WordSets::kWhole);
   if (!list || list->Count() < 2 || list->Count() > kMostWords) return std::nullopt;
-  std::vector<MaskedByte> byteOfClass(1);  // of one byte
-  for (std::size_t number = 1; number < list->bytesOf.size(); ++number) {
-    const std::optional<MaskedByte> byte = MaskedByteOf(list->bytesOf[number]);
-    if (!byte) return std::nullopt;
-    byteOfClass.push_back(*byte);
-  }
   if (words) {
     list->starts = static_cast<Neighbours>(list->starts & kNoLetterBefore);
     list->stops = static_cast<Neighbours>(list->stops & kNoLetterAfter);
   }
-  return FewWords(*list, byteOfClass);
+  return FewWords(*list);
 }
 
-FewWords::FewWords(const WordList& list, const std::vector<MaskedByte>& byteOfClass)
-    : starts_(list.starts), stops_(list.stops) {
+FewWords::FewWords(const WordList& list) : starts_(list.starts), stops_(list.stops) {
+  const double rate = LeadingRate(list);
+  cost_ = rate < kWorthwhileLead ? kCostOfScannedByte + rate / 100'000 * kCostOfBeginning
+                                 : std::numeric_limits<double>::infinity();
   std::vector<std::string_view> words;
   for (std::size_t i = 0; i < list.Count(); ++i)
     words.push_back(list.Word(i));
   std::stable_sort(words.begin(), words.end(),
                    [](std::string_view a, std::string_view b) { return a.size() > b.size(); });
   for (const std::string_view word : words)
-    Add(word, byteOfClass);
+    Add(word, list.bytesOf);
 }
 
-void FewWords::Add(std::string_view word, const std::vector<MaskedByte>& byteOfClass) {
+void FewWords::Add(std::string_view word, const std::vector<CharSet>& sets) {
   constexpr std::size_t kAtOnce = sizeof(std::uint64_t);
   std::vector<Piece> pieces((word.size() + kAtOnce - 1) / kAtOnce);
   for (std::size_t i = 0; i < word.size(); ++i) {
-    const MaskedByte byte = byteOfClass[static_cast<Byte>(word[i])];
+    const CharSet& set = sets[static_cast<Byte>(word[i])];
+    const MaskedByte byte = MaskedByteAround(set);
+    if (!MaskedByteOf(set)) sets_[count_].push_back({i, tables_.NumberOf(set)});
     const std::size_t shift = 8 * (i % kAtOnce);
     pieces[i / kAtOnce].mask |= std::uint64_t{byte.mask} << shift;
     pieces[i / kAtOnce].value |= std::uint64_t{byte.value} << shift;

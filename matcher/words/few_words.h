@@ -1,8 +1,9 @@
-// A few words: "der|die|das", "Datei(en)?", "error|warning" in either case.
+// A few words: "der|die|das", "Datei(en)?", "error|warning" in either case, "(19|20)[0-9][0-9]".
 //
 // Where a scan has found a place at which one of them may stand, all are compared with it at once, eight bytes at a
 // time, and the longest that stands there is the match. There is nothing to build up before that and no state to go
-// through byte by byte: the matches of such words can be a few bytes apart, and texts a few bytes long.
+// through byte by byte: the matches of such words can be a few bytes apart, and texts a few bytes long. What a mask
+// does not tell of the sets of bytes that a word is made of, as of [0-9], is asked afterwards.
 
 #ifndef TROVEX_MATCHER_WORDS_FEW_WORDS_H
 #define TROVEX_MATCHER_WORDS_FEW_WORDS_H
@@ -29,13 +30,16 @@ class FewWords {
   using Byte = unsigned char;
 
   /// The words of `tree`, which must be whole words if `words` says so. Nothing where it is no list of two to
-  /// kMostWords words, or one of their sets is not just those c with (c & mask) == value, as both cases of a letter
-  /// are. The work is charged to `budget`.
+  /// kMostWords words. The work is charged to `budget`.
   static std::optional<FewWords> For(const SyntaxTree& tree, bool words, CompileBudget& budget);
 
   /// Between which neighbours a word may start, and end.
   Neighbours Starts() const { return starts_; }
   Neighbours Stops() const { return stops_; }
+
+  /// How many nanoseconds a byte of a text is expected to take where a scan leads to their leading bytes; infinitely many
+  /// where these are too common for one.
+  double CostOfByte() const { return cost_; }
 
   /// The length of the longest word at `place`, in a text from `begin` to `end`, of which `canEnd(place + length)`
   /// accepts the end; 0 where there is none.
@@ -57,16 +61,26 @@ class FewWords {
   }
 
  private:
+  /// A set of which a mask does not tell all.
+  struct SetAt {
+    std::size_t offset;
+    std::uint32_t table;
+  };
+
   /// Eight bytes of a word after its first eight.
   struct Piece {
     std::uint64_t mask = 0;
     std::uint64_t value = 0;
   };
 
-  FewWords(const WordList& list, const std::vector<MaskedByte>& byteOfClass);
-  void Add(std::string_view word, const std::vector<MaskedByte>& byteOfClass);
+  explicit FewWords(const WordList& list);
+  void Add(std::string_view word, const std::vector<CharSet>& sets);
 
+  /// Whether a word, for which there is room, stands at `place`, where its first eight bytes may.
   bool GoesOnAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const {
+    for (const SetAt& set : sets_[number]) {
+      if (!tables_[set.table][place[set.offset]]) return false;
+    }
     for (const Piece& piece : rests_[number]) {
       place += sizeof(std::uint64_t);
       if ((EightBytes(place, begin, end) & piece.mask) != piece.value) return false;
@@ -80,8 +94,11 @@ class FewWords {
   std::array<std::uint64_t, kMostWords> values_{};
   std::array<std::size_t, kMostWords> lengths_{};
   std::array<std::vector<Piece>, kMostWords> rests_;
+  std::array<std::vector<SetAt>, kMostWords> sets_;
+  MemberTables tables_;
   Neighbours starts_;
   Neighbours stops_;
+  double cost_ = 0;
 };
 
 }  // namespace trovex

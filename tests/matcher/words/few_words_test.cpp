@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -79,11 +80,51 @@ TEST(FewWords, AreTwoToEightWhateverWayTheyWereWritten) {
   EXPECT_FALSE(FewWordsOf("(der)?"));
 }
 
-TEST(FewWords, HaveSetsThatAMaskTells) {
-  EXPECT_TRUE(FewWordsOf("[ac]x|y"));
-  EXPECT_FALSE(FewWordsOf("[ab]x|[bcd]y"));  // c and d are a class, and differ in three bits
-  EXPECT_FALSE(FewWordsOf("[abc]x|y"));
-  EXPECT_FALSE(FewWordsOf("[ad]x|y"));
+TEST(FewWords, HaveAnySetsOfBytes) {
+  // At each place each alternative by itself, set by set.
+  const std::vector<std::string> sets = {"[0-9]", "[abc]", "[^a]", "[ab]", "a", "9", "[ad]", "."};
+  const auto holds = [](const std::string& set, char byte) {
+    if (set == "[0-9]") return byte >= '0' && byte <= '9';
+    if (set == "[^a]") return byte != 'a' && byte != '\n';
+    return set == "." ? byte != '\n' : set.find(byte) != std::string::npos;
+  };
+  for (std::uint32_t seed = 0; seed < 2'000; ++seed) {
+    Dice dice(seed);
+    std::vector<std::vector<std::string>> words;
+    std::string pattern;
+    for (int i = dice.Between(2, 8); i > 0; --i) {
+      words.emplace_back();
+      pattern.append(pattern.empty() ? "" : "|");
+      for (int length = dice.Between(1, dice.OneIn(4) ? 20 : 5); length > 0; --length)
+        pattern.append(words.back().emplace_back(dice.OneOf(sets)));
+    }
+    const std::optional<FewWords> few = FewWordsOf(pattern);
+    ASSERT_TRUE(few) << pattern;
+    std::string text;
+    for (int size = dice.Between(0, 60); size > 0; --size)
+      text += dice.Byte("ab19d\n");
+    const ExactBytes bytes(text);
+    const unsigned char* const begin = bytes.View().data();
+    const unsigned char* const end = begin + text.size();
+    for (std::size_t place = 0; place < text.size(); ++place) {
+      std::size_t longest = 0;
+      for (const std::vector<std::string>& word : words) {
+        bool stands = place + word.size() <= text.size();
+        for (std::size_t i = 0; stands && i < word.size(); ++i)
+          stands = holds(word[i], text[place + i]);
+        if (stands) longest = std::max(longest, word.size());
+      }
+      const auto anyEnd = [](const unsigned char* /*stop*/) { return true; };
+      ASSERT_EQ(few->LongestAt(begin + place, begin, end, anyEnd), longest)
+          << "seed " << seed << " pattern " << pattern << " text " << Visible(text) << " at "
+          << place;
+    }
+  }
+}
+
+TEST(FewWords, AreTheDearerTheMoreOftenTheirBeginningsCome) {
+  EXPECT_LT(FewWordsOf("(19|20)[0-9][0-9]")->CostOfByte(), FewWordsOf("[ae]n|er")->CostOfByte());
+  EXPECT_TRUE(std::isinf(FewWordsOf("[a-z][a-z]|[a-z]x")->CostOfByte()));
 }
 
 TEST(FewWords, AskForTheirNeighbours) {
