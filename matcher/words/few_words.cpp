@@ -2,8 +2,10 @@
 
 #include "matcher/costs.h"
 #include "matcher/limits.h"
+#include "matcher/pattern/run_pattern.h"
 #include "matcher/scan/place_scan.h"
 #include "matcher/tuning.h"
+#include "matcher/words/list_in_pattern.h"
 
 #include <algorithm>
 #include <limits>
@@ -38,12 +40,39 @@ double LeadingRate(const WordList& list) {
 std::optional<FewWords> FewWords::For(const SyntaxTree& tree, bool words, CompileBudget& budget) {
   if (tree.nodes.size() > kMostNodes) return std::nullopt;
   std::optional<WordList> list = ReadWordList(tree, budget, WordSets::kWhole);
-  if (!list || list->Count() < 2 || list->Count() > kMostWords) return std::nullopt;
+  if (!list) return words ? std::nullopt : BeforeRun(tree, budget);
+  if (list->Count() < 2 || list->Count() > kMostWords) return std::nullopt;
   if (words) {
     list->starts = static_cast<Neighbours>(list->starts & kNoLetterBefore);
     list->stops = static_cast<Neighbours>(list->stops & kNoLetterAfter);
   }
   return FewWords(*list);
+}
+
+/// The words that `tree` begins with, and the run that is the rest of it.
+std::optional<FewWords> FewWords::BeforeRun(const SyntaxTree& tree, CompileBudget& budget) {
+  const auto hasAnchors = [](const SyntaxTree& part) {
+    return std::any_of(part.nodes.begin(), part.nodes.end(),
+                       [](const SyntaxNode& node) { return node.kind == SyntaxKind::kAnchor; });
+  };
+  CompileBudget part = budget.Part(kMaxWordListSteps, kMaxWordListBytes);
+  std::optional<FewWords> few;
+  try {
+    const std::optional<ListInPattern> found = FindWordsInFront(tree, kMostWords, part);
+    if (found && found->list.Count() >= 2 && found->list.stops == kAnyNeighbours &&
+        !hasAnchors(*found->after)) {
+      const std::vector<Run> runs = RunsOf(*found->after);
+      // No more than so many bytes of it are read in vain at each place.
+      if (runs.size() == 1 && runs[0].least <= kMostTailBytes) {
+        few = FewWords(found->list);
+        few->run_.emplace(runs);
+      }
+    }
+  } catch (const BudgetExhausted&) {
+    few.reset();
+  }
+  budget.Settle(part);
+  return few;
 }
 
 FewWords::FewWords(const WordList& list) : starts_(list.starts), stops_(list.stops) {

@@ -80,39 +80,74 @@ TEST(FewWords, AreTwoToEightWhateverWayTheyWereWritten) {
   EXPECT_FALSE(FewWordsOf("(der)?"));
 }
 
-TEST(FewWords, HaveAnySetsOfBytes) {
-  // At each place each alternative by itself, set by set.
-  const std::vector<std::string> sets = {"[0-9]", "[abc]", "[^a]", "[ab]", "a", "9", "[ad]", "."};
-  const auto holds = [](const std::string& set, char byte) {
-    if (set == "[0-9]") return byte >= '0' && byte <= '9';
-    if (set == "[^a]") return byte != 'a' && byte != '\n';
-    return set == "." ? byte != '\n' : set.find(byte) != std::string::npos;
-  };
-  for (std::uint32_t seed = 0; seed < 2'000; ++seed) {
+/// Sets as they are written.
+const std::vector<std::string> kSets = {"[0-9]", "[abc]", "[^a]", "[ab]", "a", "9", "[ad]", "."};
+
+bool Holds(const std::string& set, char byte) {
+  if (set == "[0-9]") return byte >= '0' && byte <= '9';
+  if (set == "[^a]") return byte != 'a' && byte != '\n';
+  return set == "." ? byte != '\n' : set.find(byte) != std::string::npos;
+}
+
+/// How many bytes of `text` are of `set` from `place` on, at most `most`.
+std::size_t CountOf(const std::string& set, const std::string& text, std::size_t place,
+                    std::size_t most) {
+  std::size_t count = 0;
+  while (count < most && place + count < text.size() && Holds(set, text[place + count]))
+    ++count;
+  return count;
+}
+
+struct RandomRows {
+  std::vector<std::vector<std::string>> rows;
+  std::string pattern;
+};
+
+RandomRows RandomRowsOf(Dice& dice) {
+  RandomRows random;
+  for (int i = dice.Between(2, 8); i > 0; --i) {
+    random.pattern.append(random.pattern.empty() ? "" : "|");
+    std::vector<std::string>& row = random.rows.emplace_back();
+    for (int length = dice.Between(1, dice.OneIn(4) ? 20 : 5); length > 0; --length)
+      random.pattern.append(row.emplace_back(dice.OneOf(kSets)));
+  }
+  return random;
+}
+
+bool StandsIn(const std::string& text, std::size_t place, const std::vector<std::string>& row) {
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (place + i >= text.size() || !Holds(row[i], text[place + i])) return false;
+  }
+  return true;
+}
+
+TEST(FewWords, HaveAnySetsOfBytesAndARunAfterThem) {
+  for (std::uint32_t seed = 0; seed < 4'000; ++seed) {
     Dice dice(seed);
-    std::vector<std::vector<std::string>> words;
-    std::string pattern;
-    for (int i = dice.Between(2, 8); i > 0; --i) {
-      words.emplace_back();
-      pattern.append(pattern.empty() ? "" : "|");
-      for (int length = dice.Between(1, dice.OneIn(4) ? 20 : 5); length > 0; --length)
-        pattern.append(words.back().emplace_back(dice.OneOf(sets)));
+    const RandomRows random = RandomRowsOf(dice);
+    const bool hasRun = dice.OneIn(2);
+    const std::string run = dice.OneOf(kSets);
+    const auto least = static_cast<std::size_t>(dice.Between(1, 3));
+    const std::size_t most = dice.OneIn(2) ? SIZE_MAX : least + 2;
+    std::string pattern = random.pattern;
+    if (hasRun) {
+      pattern = "(" + pattern + ")" + run + "{" + std::to_string(least) + "," +
+                (most == SIZE_MAX ? "" : std::to_string(most)) + "}";
     }
     const std::optional<FewWords> few = FewWordsOf(pattern);
+    // With few more bytes the run itself is written out.
+    if (!few && hasRun && most != SIZE_MAX) continue;
     ASSERT_TRUE(few) << pattern;
-    std::string text;
-    for (int size = dice.Between(0, 60); size > 0; --size)
-      text += dice.Byte("ab19d\n");
+    const std::string text = dice.Bytes("ab19d\n", 60) + dice.Bytes("a9", 40);
     const ExactBytes bytes(text);
     const unsigned char* const begin = bytes.View().data();
     const unsigned char* const end = begin + text.size();
     for (std::size_t place = 0; place < text.size(); ++place) {
       std::size_t longest = 0;
-      for (const std::vector<std::string>& word : words) {
-        bool stands = place + word.size() <= text.size();
-        for (std::size_t i = 0; stands && i < word.size(); ++i)
-          stands = holds(word[i], text[place + i]);
-        if (stands) longest = std::max(longest, word.size());
+      for (const std::vector<std::string>& row : random.rows) {
+        if (!StandsIn(text, place, row)) continue;
+        const std::size_t more = hasRun ? CountOf(run, text, place + row.size(), most) : 0;
+        if (!hasRun || more >= least) longest = std::max(longest, row.size() + more);
       }
       const auto anyEnd = [](const unsigned char* /*stop*/) { return true; };
       ASSERT_EQ(few->LongestAt(begin + place, begin, end, anyEnd), longest)
@@ -120,6 +155,19 @@ TEST(FewWords, HaveAnySetsOfBytes) {
           << place;
     }
   }
+}
+
+TEST(FewWords, MayHaveARunAfterThemButNothingElse) {
+  EXPECT_TRUE(FewWordsOf("(der|die|das) [A-Z][a-z]+"));
+  EXPECT_TRUE(FewWordsOf("^(http|https|ftp)://[^ ]+"));
+  EXPECT_TRUE(FewWordsOf("(ein|kein)e[nrms]? [A-Z][a-z]+"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das) [A-Z][a-z]+", true));
+  EXPECT_FALSE(FewWordsOf("(der|die|das) [A-Z][a-z]+x"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das) [a-z]+$"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das)\\> [a-z]+"));
+  EXPECT_FALSE(FewWordsOf("[a-z]+(der|die|das)"));
+  EXPECT_FALSE(FewWordsOf("der[a-z]+"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das)[a-z]{25,}"));
 }
 
 TEST(FewWords, AreTheDearerTheMoreOftenTheirBeginningsCome) {
