@@ -18,6 +18,19 @@ namespace {
 /// Trees of more nodes are not even read for it.
 constexpr std::size_t kMostNodes = 1'000;
 
+/// Whether the words are a few, and to compare them takes no longer than it may: sets are looked at one by one.
+bool AreFew(const WordList& list) {
+  const auto isByte = [&](char number) {
+    return MaskedByteOf(list.bytesOf[static_cast<unsigned char>(number)]).has_value();
+  };
+  for (std::size_t i = 0; i < list.Count(); ++i) {
+    const std::string_view word = list.Word(i);
+    if (word.size() > kLongestSearched && !std::all_of(word.begin(), word.end(), isByte))
+      return false;
+  }
+  return list.Count() >= 2 && list.Count() <= FewWords::kMostWords;
+}
+
 /// At how many of 100,000 places the leading bytes of one of the words are to be expected.
 double LeadingRate(const WordList& list) {
   std::size_t length = kLeadingBytes;
@@ -41,7 +54,7 @@ std::optional<FewWords> FewWords::For(const SyntaxTree& tree, bool words, Compil
   if (tree.nodes.size() > kMostNodes) return std::nullopt;
   std::optional<WordList> list = ReadWordList(tree, budget, WordSets::kWhole);
   if (!list) return words ? std::nullopt : BeforeRun(tree, budget);
-  if (list->Count() < 2 || list->Count() > kMostWords) return std::nullopt;
+  if (!AreFew(*list)) return std::nullopt;
   if (words) {
     list->starts = static_cast<Neighbours>(list->starts & kNoLetterBefore);
     list->stops = static_cast<Neighbours>(list->stops & kNoLetterAfter);
@@ -59,7 +72,7 @@ std::optional<FewWords> FewWords::BeforeRun(const SyntaxTree& tree, CompileBudge
   std::optional<FewWords> few;
   try {
     const std::optional<ListInPattern> found = FindWordsInFront(tree, kMostWords, part);
-    if (found && found->list.Count() >= 2 && found->list.stops == kAnyNeighbours &&
+    if (found && AreFew(found->list) && found->list.stops == kAnyNeighbours &&
         !hasAnchors(*found->after)) {
       const std::vector<Run> runs = RunsOf(*found->after);
       // No more than so many bytes of it are read in vain at each place.

@@ -157,6 +157,14 @@ TEST(FewWords, HaveAnySetsOfBytesAndARunAfterThem) {
   }
 }
 
+TEST(FewWords, OfManySetsAreNone) {
+  const std::string digits(65, '1');
+  EXPECT_TRUE(FewWordsOf(digits + "|a"));
+  EXPECT_TRUE(FewWordsOf("([0-9]{8}){8}|a"));
+  EXPECT_FALSE(FewWordsOf("([0-9]{8}){8}[0-9]|a"));
+  EXPECT_FALSE(FewWordsOf("(" + digits + "[0-9]|a)[a-z]+"));
+}
+
 TEST(FewWords, MayHaveARunAfterThemButNothingElse) {
   EXPECT_TRUE(FewWordsOf("(der|die|das) [A-Z][a-z]+"));
   EXPECT_TRUE(FewWordsOf("^(http|https|ftp)://[^ ]+"));
