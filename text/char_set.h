@@ -44,8 +44,8 @@ inline MaskedByte MaskedByteAround(const CharSet& set) {
   return {static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll & inAny)};
 }
 
-/// `set` in that form, if it has it: it must have all bytes that agree in what is not masked out, of which there are two
-/// to the power of the bits that are.
+/// `set` in that form, if it has it: it must have all bytes that agree in what is not masked out, of which there are
+/// two to the power of the bits that are.
 inline std::optional<MaskedByte> MaskedByteOf(const CharSet& set) {
   const MaskedByte around = MaskedByteAround(set);
   const int maskedOut = 8 - std::popcount(around.mask);

@@ -79,6 +79,7 @@ std::optional<FewWords> FewWords::BeforeRun(const SyntaxTree& tree, CompileBudge
       if (runs.size() == 1 && runs[0].least <= kMostTailBytes) {
         few = FewWords(found->list);
         few->run_.emplace(runs);
+        few->inRun_ = MembersOf(runs[0].bytes);
       }
     }
   } catch (const BudgetExhausted&) {

@@ -4,8 +4,8 @@
 // Where a scan has found a place at which one of them may stand, all are compared with it at once, eight bytes at a
 // time, and the longest that stands there is the match. There is nothing to build up before that and no state to go
 // through byte by byte: the matches of such words can be a few bytes apart, and texts a few bytes long. What a mask
-// does not tell of the sets of bytes that a word is made of, as of [0-9], is asked afterwards. With a run after them, each
-// word that stands there counts: the match is the longest with any.
+// does not tell of the sets of bytes that a word is made of, as of [0-9], is asked afterwards. With a run after them,
+// each word that stands there counts: the match is the longest with any.
 
 #ifndef TROVEX_MATCHER_WORDS_FEW_WORDS_H
 #define TROVEX_MATCHER_WORDS_FEW_WORDS_H
@@ -41,12 +41,12 @@ class FewWords {
   Neighbours Starts() const { return starts_; }
   Neighbours Stops() const { return stops_; }
 
-  /// How many nanoseconds a byte of a text is expected to take where a scan leads to their leading bytes; infinitely many
-  /// where these are too common for one.
+  /// How many nanoseconds a byte of a text is expected to take where a scan leads to their leading bytes; infinitely
+  /// many where these are too common for one.
   double CostOfByte() const { return cost_; }
 
-  /// The length of the longest word at `place` with the run after it, in a text from `begin` to `end`, of which `canEnd(place + length)`
-  /// accepts the end; 0 where there is none.
+  /// The length of the longest word at `place`, in a text from `begin` to `end`, of which `canEnd(place + length)`
+  /// accepts the end, or of the longest with the run after it; 0 where there is none.
   template <typename CanEnd>
   std::size_t LongestAt(const Byte* place, const Byte* begin, const Byte* end,
                         const CanEnd& canEnd) const {
@@ -62,6 +62,7 @@ class FewWords {
       const bool hasRoom = static_cast<std::size_t>(end - place) >= length;
       if (!hasRoom || !GoesOnAt(number, place, begin, end)) continue;
       if (run_) {
+        if (static_cast<std::size_t>(end - place) == length || !inRun_[place[length]]) continue;
         RunScan::Notes notes;
         const Byte* const stop = run_->EndOfMatch(place + length, begin, end, notes);
         if (stop != nullptr) longest = std::max(longest, static_cast<std::size_t>(stop - place));
@@ -111,7 +112,8 @@ class FewWords {
   MemberTables tables_;
   Neighbours starts_;
   Neighbours stops_;
-  std::optional<RunScan> run_;  // after each word
+  std::optional<RunScan> run_;  // after each word; it is never empty
+  MemberTable inRun_{};         // its bytes
   double cost_ = 0;
 };
 

@@ -35,9 +35,9 @@ struct ListInPattern {
 std::optional<ListInPattern> FindListInPattern(const SyntaxTree& tree, double mostRate,
                                                CompileBudget& budget);
 
-/// The words of whole sets that `tree`, which is no list of them, begins with: as many of its parts as there are at most
-/// `mostWords` words of, and what stands after these; nothing where there are none. The work is charged to `budget`.
-/// Throws BudgetExhausted.
+/// The words of whole sets that `tree`, which is no list of them, begins with: as many of its parts as there are at
+/// most `mostWords` words of, and what stands after these; nothing where there are none. The work is charged to
+/// `budget`. Throws BudgetExhausted.
 std::optional<ListInPattern> FindWordsInFront(const SyntaxTree& tree, std::size_t mostWords,
                                               CompileBudget& budget);
 
