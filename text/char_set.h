@@ -32,11 +32,8 @@ struct MaskedByte {
   std::uint8_t value = 0;
 };
 
-/// `set` in that form, if it has it: the bits in which its bytes differ are masked out, and it must have all bytes
-/// that agree in the others, of which there are two to the power of the bits masked out.
-inline std::optional<MaskedByte> MaskedByteOf(const CharSet& set) {
-  const std::size_t size = set.count();
-  if (!std::has_single_bit(size)) return std::nullopt;
+/// The smallest set in that form that has all bytes of `set`: the bits in which these differ are masked out.
+inline MaskedByte MaskedByteAround(const CharSet& set) {
   unsigned inAll = 255;
   unsigned inAny = 0;
   for (std::size_t c = set._Find_first(); c < set.size(); c = set._Find_next(c)) {
@@ -44,8 +41,16 @@ inline std::optional<MaskedByte> MaskedByteOf(const CharSet& set) {
     inAny |= static_cast<unsigned>(c);
   }
   const unsigned differing = inAll ^ inAny;
-  if (size != std::size_t{1} << std::popcount(differing)) return std::nullopt;
-  return MaskedByte{static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll)};
+  return {static_cast<std::uint8_t>(~differing), static_cast<std::uint8_t>(inAll & inAny)};
+}
+
+/// `set` in that form, if it has it: it must have all bytes that agree in what is not masked out, of which there are
+/// two to the power of the bits that are.
+inline std::optional<MaskedByte> MaskedByteOf(const CharSet& set) {
+  const MaskedByte around = MaskedByteAround(set);
+  const int maskedOut = 8 - std::popcount(around.mask);
+  if (set.count() != std::size_t{1} << maskedOut) return std::nullopt;
+  return around;
 }
 
 /// The tables of sets, each of the different ones once.

@@ -343,8 +343,13 @@ void LocatorProgram::ScreenByLines() {
 
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,
                                   CompileBudget& budget) {
-  if (leading_ && !required_ && !runs_) few_ = FewWords::For(tree, words_, budget);
-  if (few_) return;
+  if ((leading_ || starts_) && !runs_) few_ = FewWords::For(tree, words_, budget);
+  if (few_ && required_ && few_->CostOfByte() > cost_) few_.reset();
+  if (few_) {
+    if (!leading_) leading_.swap(starts_);
+    required_.reset();
+    return;
+  }
   const bool makesStatesAllTheTime = cost_ > 0 && graph_->size > kMostLeadingPositions;
   listLead_ = ListLead::For(tree, options,
                             makesStatesAllTheTime ? std::numeric_limits<double>::infinity() : cost_,

@@ -15,11 +15,11 @@
 //                   says from where on the text up to its end could be the beginning of a match.
 //   every place     None of these promises to leave much out.
 //
-// Where the pattern is nothing but a few words (words/few_words.h), these are compared with the places that the
-// leading bytes lead to, and there is the answer. Where it is a row of runs (run_scan.h), these are read from the
-// leading bytes on, and there is the answer, too; where such bytes are everywhere, from a rare string in the middle
-// of the row (run_middle.h), or from the places where the whole row can begin (run_filter.h). A single run is told
-// by its bits (class_run.h).
+// Where the pattern is nothing but a few words (words/few_words.h), or these and a run, they are compared with the
+// places that the leading bytes lead to, and there is the answer. Where it is a row of runs (run_scan.h), these are
+// read from the leading bytes on, and there is the answer, too; where such bytes are everywhere, from a rare string in
+// the middle of the row (run_middle.h), or from the places where the whole row can begin (run_filter.h). A single run
+// is told by its bits (class_run.h).
 // What must stand beside each match, as after "^" a line begins, is looked for with all of these. Where no match is
 // empty, they are found several at a time and handed out one by one.
 //

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <utility>
@@ -55,9 +56,10 @@ class Reader {
         return ReadRow(ChildrenOf(node));
       case SyntaxKind::kRepeat:
         return ReadRepeat(node);
+      case SyntaxKind::kAlternate:
+        return ReadAlternatives(ChildrenOf(node));
       case SyntaxKind::kEmpty:
       case SyntaxKind::kAnchor:
-      case SyntaxKind::kAlternate:
       case SyntaxKind::kBackReference:
         break;
     }
@@ -104,6 +106,33 @@ class Reader {
     return runs;
   }
 
+  /// Alternatives that differ in one byte are a row with a set of bytes there: "er|en" is "e[rn]".
+  std::optional<Runs> ReadAlternatives(std::span<const int> nodes) const {
+    std::vector<CharSet> sets;
+    std::size_t differing = SIZE_MAX;
+    for (const int node : nodes) {
+      const std::optional<Runs> runs = Read(node);
+      if (!runs) return std::nullopt;
+      std::vector<CharSet> own;
+      for (const Run& run : *runs) {
+        if (!run.IsFixed() || run.least > kMaxRuns) return std::nullopt;
+        own.insert(own.end(), run.least, run.bytes);
+      }
+      if (node == nodes.front()) sets = own;
+      if (own.size() != sets.size()) return std::nullopt;
+      for (std::size_t i = 0; i < own.size(); ++i) {
+        if (own[i] == sets[i]) continue;
+        if (differing != SIZE_MAX && differing != i) return std::nullopt;
+        differing = i;
+        sets[i] |= own[i];
+      }
+    }
+    Runs row;
+    for (const CharSet& set : sets)
+      Append(row, {set, 1, 1});
+    return row;
+  }
+
   std::optional<Runs> ReadRepeat(const SyntaxNode& node) const {
     std::optional<Runs> body = Read(node.firstChild);
     if (!body || body->empty() || node.max == 0) return std::nullopt;
@@ -133,6 +162,13 @@ std::vector<Run> RunsOf(const SyntaxTree& tree) {
   const bool isNeverEmpty =
       std::any_of(runs->begin(), runs->end(), [](const Run& run) { return run.least > 0; });
   if (!isNeverEmpty) return {};
+  // Alternatives that are all there is are a list of words.
+  const bool isFixed =
+      std::all_of(runs->begin(), runs->end(), [](const Run& run) { return run.IsFixed(); });
+  const bool hasAlternatives =
+      std::any_of(tree.nodes.begin(), tree.nodes.end(),
+                  [](const SyntaxNode& node) { return node.kind == SyntaxKind::kAlternate; });
+  if (isFixed && hasAlternatives) return {};
   if (!RunScan::CanTake(*runs)) return {};
   return std::move(*runs);
 }

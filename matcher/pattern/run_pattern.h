@@ -5,6 +5,7 @@
 //   https?://[^ ]+         "http", "s" once or not, "://", [^ ] once or more
 //   "[^"]*"                a quote, any number of other bytes, a quote
 //   a.{0,100}b             a, up to 100 bytes, b
+//   [a-z]*(er|en)          [a-z] any number of times, e, [rn]: alternatives may differ in one byte
 //
 // Anchors may stand at both ends of the row; what they ask for is not said here.
 //

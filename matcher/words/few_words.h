@@ -1,8 +1,11 @@
-// A few words: "der|die|das", "Datei(en)?", "error|warning" in either case.
+// A few words: "der|die|das", "Datei(en)?", "error|warning" in either case, "(19|20)[0-9][0-9]". A run may stand after
+// them: "(der|die|das) [A-Z][a-z]+", "(http|https|ftp)://[^ ]+".
 //
 // Where a scan has found a place at which one of them may stand, all are compared with it at once, eight bytes at a
 // time, and the longest that stands there is the match. There is nothing to build up before that and no state to go
-// through byte by byte: the matches of such words can be a few bytes apart, and texts a few bytes long.
+// through byte by byte: the matches of such words can be a few bytes apart, and texts a few bytes long. What a mask
+// does not tell of the sets of bytes that a word is made of, as of [0-9], is asked afterwards. With a run after them,
+// each word that stands there counts: the match is the longest with any.
 
 #ifndef TROVEX_MATCHER_WORDS_FEW_WORDS_H
 #define TROVEX_MATCHER_WORDS_FEW_WORDS_H
@@ -10,10 +13,12 @@
 #include "matcher/budget.h"
 #include "matcher/pattern/neighbours.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/runs/run_scan.h"
 #include "matcher/words/beginning_scan.h"
 #include "matcher/words/word_list.h"
 #include "text/char_set.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -29,16 +34,19 @@ class FewWords {
   using Byte = unsigned char;
 
   /// The words of `tree`, which must be whole words if `words` says so. Nothing where it is no list of two to
-  /// kMostWords words, or one of their sets is not just those c with (c & mask) == value, as both cases of a letter
-  /// are. The work is charged to `budget`.
+  /// kMostWords words, nor such a list with a run after it. The work is charged to `budget`.
   static std::optional<FewWords> For(const SyntaxTree& tree, bool words, CompileBudget& budget);
 
   /// Between which neighbours a word may start, and end.
   Neighbours Starts() const { return starts_; }
   Neighbours Stops() const { return stops_; }
 
+  /// How many nanoseconds a byte of a text is expected to take where a scan leads to their leading bytes; infinitely
+  /// many where these are too common for one.
+  double CostOfByte() const { return cost_; }
+
   /// The length of the longest word at `place`, in a text from `begin` to `end`, of which `canEnd(place + length)`
-  /// accepts the end; 0 where there is none.
+  /// accepts the end, or of the longest with the run after it; 0 where there is none.
   template <typename CanEnd>
   std::size_t LongestAt(const Byte* place, const Byte* begin, const Byte* end,
                         const CanEnd& canEnd) const {
@@ -47,26 +55,46 @@ class FewWords {
     unsigned standing = 0;
     for (std::size_t i = 0; i < count_; ++i)
       standing |= static_cast<unsigned>((bytes & masks_[i]) == values_[i]) << i;
+    std::size_t longest = 0;
     for (; standing != 0; standing &= standing - 1) {
       const auto number = static_cast<std::size_t>(std::countr_zero(standing));
       const std::size_t length = lengths_[number];
       const bool hasRoom = static_cast<std::size_t>(end - place) >= length;
-      if (hasRoom && GoesOnAt(number, place, begin, end) && canEnd(place + length)) return length;
+      if (!hasRoom || !GoesOnAt(number, place, begin, end)) continue;
+      if (run_) {
+        if (static_cast<std::size_t>(end - place) == length || !inRun_[place[length]]) continue;
+        RunScan::Notes notes;
+        const Byte* const stop = run_->EndOfMatch(place + length, begin, end, notes);
+        if (stop != nullptr) longest = std::max(longest, static_cast<std::size_t>(stop - place));
+      } else if (canEnd(place + length)) {
+        return length;
+      }
     }
-    return 0;
+    return longest;
   }
 
  private:
+  /// A set of which a mask does not tell all.
+  struct SetAt {
+    std::size_t offset;
+    std::uint32_t table;
+  };
+
   /// Eight bytes of a word after its first eight.
   struct Piece {
     std::uint64_t mask = 0;
     std::uint64_t value = 0;
   };
 
-  FewWords(const WordList& list, const std::vector<MaskedByte>& byteOfClass);
-  void Add(std::string_view word, const std::vector<MaskedByte>& byteOfClass);
+  static std::optional<FewWords> BeforeRun(const SyntaxTree& tree, CompileBudget& budget);
+  explicit FewWords(const WordList& list);
+  void Add(std::string_view word, const std::vector<CharSet>& sets);
 
+  /// Whether a word, for which there is room, stands at `place`, where its first eight bytes may.
   bool GoesOnAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const {
+    for (const SetAt& set : sets_[number]) {
+      if (!tables_[set.table][place[set.offset]]) return false;
+    }
     for (const Piece& piece : rests_[number]) {
       place += sizeof(std::uint64_t);
       if ((EightBytes(place, begin, end) & piece.mask) != piece.value) return false;
@@ -80,8 +108,13 @@ class FewWords {
   std::array<std::uint64_t, kMostWords> values_{};
   std::array<std::size_t, kMostWords> lengths_{};
   std::array<std::vector<Piece>, kMostWords> rests_;
+  std::array<std::vector<SetAt>, kMostWords> sets_;
+  MemberTables tables_;
   Neighbours starts_;
   Neighbours stops_;
+  std::optional<RunScan> run_;  // after each word; it is never empty
+  MemberTable inRun_{};         // its bytes
+  double cost_ = 0;
 };
 
 }  // namespace trovex

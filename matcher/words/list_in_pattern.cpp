@@ -185,6 +185,20 @@ class ListFinder {
     return result;
   }
 
+  std::optional<ListInPattern> FindInFront(std::size_t mostWords) {
+    AddParts(tree_, tree_.Root(), parts_, budget_);
+    std::optional<ListInPattern> result;
+    std::size_t end = 1;
+    while (end < parts_.size() && IsAnchor(end - 1))
+      ++end;
+    for (; end < parts_.size(); ++end) {
+      std::optional<WordList> list = ReadWordList(TreeOf(0, end), budget_, WordSets::kWhole);
+      if (!list || list->Count() > mostWords) break;
+      result = {.list = std::move(*list), .before = {}, .after = TreeOf(end, parts_.size())};
+    }
+    return result;
+  }
+
  private:
   /// The list of the parts [begin, end).
   struct Found {
@@ -257,6 +271,11 @@ std::optional<ListInPattern> FindListInPattern(const SyntaxTree& tree, double mo
                                                CompileBudget& budget) {
   const SyntaxTree factored = TreeCopier(tree, budget).Factored();
   return ListFinder(factored, budget).Find(mostRate);
+}
+
+std::optional<ListInPattern> FindWordsInFront(const SyntaxTree& tree, std::size_t mostWords,
+                                              CompileBudget& budget) {
+  return ListFinder(tree, budget).FindInFront(mostWords);
 }
 
 }  // namespace trovex

@@ -17,6 +17,7 @@
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/words/word_list.h"
 
+#include <cstddef>
 #include <optional>
 
 namespace trovex {
@@ -33,6 +34,12 @@ struct ListInPattern {
 /// charged to `budget`. Throws BudgetExhausted.
 std::optional<ListInPattern> FindListInPattern(const SyntaxTree& tree, double mostRate,
                                                CompileBudget& budget);
+
+/// The words of whole sets that `tree`, which is no list of them, begins with: as many of its parts as there are at
+/// most `mostWords` words of, and what stands after these; nothing where there are none. The work is charged to
+/// `budget`. Throws BudgetExhausted.
+std::optional<ListInPattern> FindWordsInFront(const SyntaxTree& tree, std::size_t mostWords,
+                                              CompileBudget& budget);
 
 /// At how many of 100,000 places one of the words is to be expected.
 double ExpectedRate(const WordList& list);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <unordered_set>
 #include <utility>
 
@@ -28,7 +29,8 @@ using Drafts = std::vector<Draft>;
 
 class WordListReader {
  public:
-  WordListReader(const SyntaxTree& tree, CompileBudget& budget) : tree_(tree), budget_(budget) {
+  WordListReader(const SyntaxTree& tree, CompileBudget& budget, WordSets sets)
+      : tree_(tree), budget_(budget), areWhole_(sets == WordSets::kWhole) {
     for (std::size_t c = 0; c < tree.translate.size(); ++c) {
       if (c != '\n') sources_[tree.translate[c]].set(c);
     }
@@ -74,9 +76,17 @@ class WordListReader {
       if (node.kind != SyntaxKind::kByte && node.kind != SyntaxKind::kSet) continue;
       CharSet bytes = BytesOf(node);
       bytes.reset('\n');
-      if (bytes.count() > kMaxListedSet) return false;
-      if (seen.insert(bytes).second) SplitClasses(bytes);
+      if (bytes.count() > kMaxListedSet && !areWhole_) return false;
+      if (!seen.insert(bytes).second || bytes.none()) continue;
+      if (!areWhole_) {
+        SplitClasses(bytes);
+      } else if (list_.bytesOf.size() <= UCHAR_MAX) {
+        list_.bytesOf.push_back(bytes);
+      } else {
+        return false;
+      }
     }
+    if (areWhole_) return true;
     for (std::size_t number = 0; number < list_.bytesOf.size(); ++number) {
       for (std::size_t c = 0; c < 256; ++c) {
         if (list_.bytesOf[number][c]) list_.classOf[c] = static_cast<unsigned char>(number);
@@ -135,12 +145,7 @@ class WordListReader {
         draft.isImpossible = true;
       return true;
     }
-    std::string classes;  // usually one
-    while (bytes.any()) {
-      const unsigned char number = list_.classOf[bytes._Find_first()];
-      classes += static_cast<char>(number);
-      bytes &= ~list_.bytesOf[number];
-    }
+    const std::string classes = ClassesOf(bytes);  // usually one
     if (!Charge(drafts.size() * classes.size(), drafts.size() * (classes.size() - 1))) return false;
     const std::size_t count = drafts.size();
     for (std::size_t i = 0; i < count; ++i) {
@@ -154,6 +159,21 @@ class WordListReader {
       drafts[i].classes += classes[0];
     }
     return true;
+  }
+
+  /// What a set consists of.
+  std::string ClassesOf(CharSet bytes) const {
+    if (areWhole_) {
+      const auto set = std::find(list_.bytesOf.begin(), list_.bytesOf.end(), bytes);
+      return {static_cast<char>(set - list_.bytesOf.begin())};
+    }
+    std::string classes;
+    while (bytes.any()) {
+      const unsigned char number = list_.classOf[bytes._Find_first()];
+      classes += static_cast<char>(number);
+      bytes &= ~list_.bytesOf[number];
+    }
+    return classes;
   }
 
   static void AppendAnchor(Anchor anchor, Drafts& drafts) {
@@ -219,6 +239,7 @@ class WordListReader {
 
   const SyntaxTree& tree_;
   CompileBudget& budget_;
+  const bool areWhole_;
   std::array<CharSet, 256> sources_;  // the bytes of texts that are compared as each byte
   bool isPlain_ = true;
   std::size_t classes_ = 0;
@@ -228,11 +249,11 @@ class WordListReader {
 
 }  // namespace
 
-std::optional<WordList> ReadWordList(const SyntaxTree& tree, CompileBudget& budget) {
+std::optional<WordList> ReadWordList(const SyntaxTree& tree, CompileBudget& budget, WordSets sets) {
   CompileBudget part = budget.Part(kMaxWordListSteps, kMaxWordListBytes);
   std::optional<WordList> list;
   try {
-    list = WordListReader(tree, part).Read();
+    list = WordListReader(tree, part, sets).Read();
   } catch (const BudgetExhausted&) {
     list.reset();
   }

@@ -3,7 +3,8 @@
 // Whatever way it was written: with brackets around some of it, with "Häuser?" for two words, with sets of a
 // few bytes, and with anchors around the whole. Case is no matter here: a letter of either case is a set of
 // two bytes. What is told apart are classes of bytes, those that belong to just the same sets; a word is a
-// string of such classes.
+// string of such classes. Or it is one of sets as they stand in the pattern, of which a few may stand for many words:
+// "(19|20)[0-9][0-9]" has two.
 
 #ifndef TROVEX_MATCHER_WORDS_WORD_LIST_H
 #define TROVEX_MATCHER_WORDS_WORD_LIST_H
@@ -42,10 +43,17 @@ struct WordList {
   }
 };
 
+/// What a word is a string of.
+enum class WordSets {
+  kClasses,  // "[0-9]|1" are the words "1" and "[02-9]"
+  kWhole,  // they are "[0-9]" and "1": sets that may have bytes in common, and as many as they like
+};
+
 /// The words of `tree`; nothing where it is no such list, or one without words. The work is charged to
 /// `budget`; where that does not suffice, it is no list. What has no word in it that could match is no list
-/// either.
-std::optional<WordList> ReadWordList(const SyntaxTree& tree, CompileBudget& budget);
+/// either. Of whole sets each has a number like a class, and no byte has one.
+std::optional<WordList> ReadWordList(const SyntaxTree& tree, CompileBudget& budget,
+                                     WordSets sets = WordSets::kClasses);
 
 }  // namespace trovex
 

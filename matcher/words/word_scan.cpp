@@ -7,6 +7,7 @@
 #include "matcher/pattern/run_pattern.h"
 #include "matcher/scan/byte_frequency.h"
 #include "matcher/tuning.h"
+#include "matcher/words/few_words.h"
 
 #include <cmath>
 #include <limits>
@@ -543,6 +544,10 @@ std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, Compile
     scan.reset();
   }
   budget.Settle(part);
+  if (!scan) return std::nullopt;
+  // Where sets of many bytes stand in them, a few words are many.
+  const std::optional<FewWords> few = FewWords::For(tree, words, budget);
+  if (few && few->CostOfByte() < scan->CostOfByte()) return std::nullopt;
   return scan;
 }
 

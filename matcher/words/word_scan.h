@@ -184,7 +184,8 @@ class WordScan {
 };
 
 /// The scan for the words of `tree`, which must be whole words if `words` says so; nothing where it is no
-/// list, one of a few words, or what `budget` allows does not suffice.
+/// list, one of a few words, or these are expected to be found faster as such (few_words.h), or what `budget` allows
+/// does not suffice.
 std::optional<WordScan> MakeWordScan(const SyntaxTree& tree, bool words, CompileBudget& budget);
 
 class WordPlaces {

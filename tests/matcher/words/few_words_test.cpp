@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -79,11 +80,107 @@ TEST(FewWords, AreTwoToEightWhateverWayTheyWereWritten) {
   EXPECT_FALSE(FewWordsOf("(der)?"));
 }
 
-TEST(FewWords, HaveSetsThatAMaskTells) {
-  EXPECT_TRUE(FewWordsOf("[ac]x|y"));
-  EXPECT_FALSE(FewWordsOf("[ab]x|[bcd]y"));  // c and d are a class, and differ in three bits
-  EXPECT_FALSE(FewWordsOf("[abc]x|y"));
-  EXPECT_FALSE(FewWordsOf("[ad]x|y"));
+/// Sets as they are written.
+const std::vector<std::string> kSets = {"[0-9]", "[abc]", "[^a]", "[ab]", "a", "9", "[ad]", "."};
+
+bool Holds(const std::string& set, char byte) {
+  if (set == "[0-9]") return byte >= '0' && byte <= '9';
+  if (set == "[^a]") return byte != 'a' && byte != '\n';
+  return set == "." ? byte != '\n' : set.find(byte) != std::string::npos;
+}
+
+/// How many bytes of `text` are of `set` from `place` on, at most `most`.
+std::size_t CountOf(const std::string& set, const std::string& text, std::size_t place,
+                    std::size_t most) {
+  std::size_t count = 0;
+  while (count < most && place + count < text.size() && Holds(set, text[place + count]))
+    ++count;
+  return count;
+}
+
+struct RandomRows {
+  std::vector<std::vector<std::string>> rows;
+  std::string pattern;
+};
+
+RandomRows RandomRowsOf(Dice& dice) {
+  RandomRows random;
+  for (int i = dice.Between(2, 8); i > 0; --i) {
+    random.pattern.append(random.pattern.empty() ? "" : "|");
+    std::vector<std::string>& row = random.rows.emplace_back();
+    for (int length = dice.Between(1, dice.OneIn(4) ? 20 : 5); length > 0; --length)
+      random.pattern.append(row.emplace_back(dice.OneOf(kSets)));
+  }
+  return random;
+}
+
+bool StandsIn(const std::string& text, std::size_t place, const std::vector<std::string>& row) {
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (place + i >= text.size() || !Holds(row[i], text[place + i])) return false;
+  }
+  return true;
+}
+
+TEST(FewWords, HaveAnySetsOfBytesAndARunAfterThem) {
+  for (std::uint32_t seed = 0; seed < 4'000; ++seed) {
+    Dice dice(seed);
+    const RandomRows random = RandomRowsOf(dice);
+    const bool hasRun = dice.OneIn(2);
+    const std::string run = dice.OneOf(kSets);
+    const auto least = static_cast<std::size_t>(dice.Between(1, 3));
+    const std::size_t most = dice.OneIn(2) ? SIZE_MAX : least + 2;
+    std::string pattern = random.pattern;
+    if (hasRun) {
+      pattern = "(" + pattern + ")" + run + "{" + std::to_string(least) + "," +
+                (most == SIZE_MAX ? "" : std::to_string(most)) + "}";
+    }
+    const std::optional<FewWords> few = FewWordsOf(pattern);
+    // With few more bytes the run itself is written out.
+    if (!few && hasRun && most != SIZE_MAX) continue;
+    ASSERT_TRUE(few) << pattern;
+    const std::string text = dice.Bytes("ab19d\n", 60) + dice.Bytes("a9", 40);
+    const ExactBytes bytes(text);
+    const unsigned char* const begin = bytes.View().data();
+    const unsigned char* const end = begin + text.size();
+    for (std::size_t place = 0; place < text.size(); ++place) {
+      std::size_t longest = 0;
+      for (const std::vector<std::string>& row : random.rows) {
+        if (!StandsIn(text, place, row)) continue;
+        const std::size_t more = hasRun ? CountOf(run, text, place + row.size(), most) : 0;
+        if (!hasRun || more >= least) longest = std::max(longest, row.size() + more);
+      }
+      const auto anyEnd = [](const unsigned char* /*stop*/) { return true; };
+      ASSERT_EQ(few->LongestAt(begin + place, begin, end, anyEnd), longest)
+          << "seed " << seed << " pattern " << pattern << " text " << Visible(text) << " at "
+          << place;
+    }
+  }
+}
+
+TEST(FewWords, OfManySetsAreNone) {
+  const std::string digits(65, '1');
+  EXPECT_TRUE(FewWordsOf(digits + "|a"));
+  EXPECT_TRUE(FewWordsOf("([0-9]{8}){8}|a"));
+  EXPECT_FALSE(FewWordsOf("([0-9]{8}){8}[0-9]|a"));
+  EXPECT_FALSE(FewWordsOf("(" + digits + "[0-9]|a)[a-z]+"));
+}
+
+TEST(FewWords, MayHaveARunAfterThemButNothingElse) {
+  EXPECT_TRUE(FewWordsOf("(der|die|das) [A-Z][a-z]+"));
+  EXPECT_TRUE(FewWordsOf("^(http|https|ftp)://[^ ]+"));
+  EXPECT_TRUE(FewWordsOf("(ein|kein)e[nrms]? [A-Z][a-z]+"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das) [A-Z][a-z]+", true));
+  EXPECT_FALSE(FewWordsOf("(der|die|das) [A-Z][a-z]+x"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das) [a-z]+$"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das)\\> [a-z]+"));
+  EXPECT_FALSE(FewWordsOf("[a-z]+(der|die|das)"));
+  EXPECT_FALSE(FewWordsOf("der[a-z]+"));
+  EXPECT_FALSE(FewWordsOf("(der|die|das)[a-z]{25,}"));
+}
+
+TEST(FewWords, AreTheDearerTheMoreOftenTheirBeginningsCome) {
+  EXPECT_LT(FewWordsOf("(19|20)[0-9][0-9]")->CostOfByte(), FewWordsOf("[ae]n|er")->CostOfByte());
+  EXPECT_TRUE(std::isinf(FewWordsOf("[a-z][a-z]|[a-z]x")->CostOfByte()));
 }
 
 TEST(FewWords, AskForTheirNeighbours) {

@@ -85,6 +85,25 @@ TEST(ListInPattern, WhatIsNothingButAListOrTooCommonIsNone) {
   EXPECT_FALSE(Find("(e|n)[0-9]*", 1'000));
 }
 
+TEST(ListInPattern, WordsInFrontAreAsManyPartsAsThereAreFewWordsOf) {
+  const auto find = [](const std::string& pattern) {
+    CompileBudget budget;
+    return FindWordsInFront(ParsePattern(pattern.data(), pattern.size(), nullptr), 4, budget);
+  };
+  const auto run = find("(der|die) [A-Z][a-z]+");
+  ASSERT_TRUE(run);
+  EXPECT_EQ(WordsOf(run->list), (Words{"der A", "die A"}));
+  EXPECT_FALSE(run->before);
+  EXPECT_EQ(run->after->nodes.size(), 2U);
+  const auto few = find("(a|b)(c|d)(e|f)(g|h)");
+  ASSERT_TRUE(few);
+  EXPECT_EQ(WordsOf(few->list), (Words{"ac", "ad", "bc", "bd"}));
+  EXPECT_FALSE(find("(a|b|c|d|e)x+"));
+  EXPECT_FALSE(find("x+(a|b)"));
+  EXPECT_TRUE(find("^(a|b)x+"));
+  EXPECT_FALSE(find("^x+"));
+}
+
 TEST(ListInPattern, TheRateOfAListIsThatOfItsWordsTogether) {
   const auto one = Find("(Haus|Haus)[0-9]*");
   const auto two = Find("(Haus|Haus|Haus|Haus)[0-9]*");

@@ -10,14 +10,14 @@
 namespace trovex {
 namespace {
 
-std::optional<WordList> Read(const std::string& pattern) {
+std::optional<WordList> Read(const std::string& pattern, WordSets sets = WordSets::kClasses) {
   CompileBudget budget;
-  return ReadWordList(ParsePattern(pattern.data(), pattern.size(), nullptr), budget);
+  return ReadWordList(ParsePattern(pattern.data(), pattern.size(), nullptr), budget, sets);
 }
 
-/// The words of `pattern`, sorted, each class as its lowest byte.
-std::vector<std::string> WordsOf(const std::string& pattern) {
-  const auto list = Read(pattern);
+/// The words of `pattern`, sorted, each class or set as its lowest byte.
+std::vector<std::string> WordsOf(const std::string& pattern, WordSets sets = WordSets::kClasses) {
+  const auto list = Read(pattern, sets);
   std::vector<std::string> words;
   if (!list) return {"no list"};
   for (std::size_t i = 0; i < list->Count(); ++i) {
@@ -47,6 +47,31 @@ TEST(WordList, BracketsAreWrittenOut) {
 TEST(WordList, BytesThatBelongToTheSameSetsAreOneClass) {
   EXPECT_EQ(WordsOf("[hH]aus|[hH]of"), (Words{"Haus", "Hof"}));
   EXPECT_EQ(WordsOf("[hH]aus|hof"), (Words{"Haus", "haus", "hof"}));
+}
+
+TEST(WordList, WholeSetsStayAsTheyAre) {
+  EXPECT_EQ(WordsOf("(19|20)[0-9][0-9]", WordSets::kWhole), (Words{"1900", "2000"}));
+  EXPECT_EQ(WordsOf("[hH]aus|hof", WordSets::kWhole), (Words{"Haus", "hof"}));
+  EXPECT_EQ(WordsOf("[^b-z]|b", WordSets::kWhole), (Words{std::string(1, '\0'), "b"}));
+  const auto list = Read("[0-9]|[1-3]", WordSets::kWhole);
+  ASSERT_TRUE(list.has_value());
+  EXPECT_EQ(list->bytesOf[static_cast<unsigned char>(list->Word(0)[0])].count(), 10U);
+  EXPECT_EQ(list->bytesOf[static_cast<unsigned char>(list->Word(1)[0])].count(), 3U);
+}
+
+TEST(WordList, MoreWholeSetsThanNumbersAreNoList) {
+  const auto ofSets = [](int count) {
+    std::string pattern;
+    for (int i = 0; i < count; ++i) {
+      pattern += '[';
+      pattern += static_cast<char>('A' + i / 16);
+      pattern += static_cast<char>('a' + i % 16);
+      pattern += ']';
+    }
+    return pattern;
+  };
+  EXPECT_TRUE(Read(ofSets(255), WordSets::kWhole).has_value());
+  EXPECT_FALSE(Read(ofSets(256), WordSets::kWhole).has_value());
 }
 
 TEST(WordList, AnchorsAroundTheWholeAreConditions) {

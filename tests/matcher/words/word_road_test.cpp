@@ -30,20 +30,36 @@ using testing::Visible;
 
 using Ranges = std::vector<ByteRange>;
 
-/// A pattern that is a list of words, in one of the ways to write one.
+/// `word`, perhaps with sets in the place of some bytes.
+std::string WithSets(Dice& dice, const std::string& word) {
+  if (!dice.OneIn(3)) return word;
+  std::string pattern;
+  for (const char c : word) {
+    if (dice.OneIn(2)) {
+      pattern += c;
+    } else {
+      pattern.append(dice.OneIn(2) ? "[abc" : "[^-").append(1, c == '-' ? 'b' : c).append("]");
+    }
+  }
+  return pattern;
+}
+
+/// A pattern that is a list of words, in one of the ways to write one, or one that has it at its begin or end.
 std::string RandomList(Dice& dice, const std::vector<std::string>& words) {
   std::string pattern;
   for (const std::string& word : words) {
     if (!pattern.empty()) pattern += '|';
     const bool isBracket = dice.OneIn(8);
     if (isBracket) pattern += '(';
-    pattern += word;
+    pattern += WithSets(dice, word);
     if (isBracket) pattern += ')';
     if (dice.OneIn(8)) pattern += "(a|b)?";
   }
   if (dice.OneIn(5)) return "\\<(" + pattern + ")\\>";
   if (dice.OneIn(8)) return "^(" + pattern + ")";
   if (dice.OneIn(8)) return "(" + pattern + ")\\B";
+  if (dice.OneIn(4)) return "(" + pattern + (dice.OneIn(2) ? ")[ab]+" : ")b?[^a]{2,}");
+  if (dice.OneIn(8)) return "[ab]*(" + pattern + ")";
   return pattern;
 }
 

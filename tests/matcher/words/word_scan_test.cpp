@@ -195,13 +195,14 @@ TEST(WordScan, PlacesThatWereFoundStayWhenTheSearchGoesOn) {
   EXPECT_EQ(places.Next(begin, end), begin + 1);
 }
 
-TEST(WordScan, NumbersInARowAreNoWords) {
+TEST(WordScan, NumbersAreNoWords) {
   const auto isList = [](std::string_view pattern) {
     CompileBudget budget;
     return MakeWordScan(ParsePattern(pattern.data(), pattern.size(), nullptr), false, budget)
         .has_value();
   };
   EXPECT_TRUE(isList("Haus|Hof|Tor|Tal|See|Ort|Bad|Dom|Weg"));
+  EXPECT_FALSE(isList("(19|20)[0-9][0-9]"));
   EXPECT_FALSE(isList("[0-9]{1,3}\\.[0-9]{1,3}\\.[0-9]{1,3}\\.[0-9]{1,3}"));
 }
 
