@@ -64,6 +64,7 @@ VectorFacts VectorsInUse() {
 // Must come after it.
 #include <hwy/highway.h>
 #include "matcher/scan/few_bytes-inl.h"
+#include "matcher/scan/mask_bits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace trovex {
@@ -304,15 +305,7 @@ HWY_INLINE const Byte* FirstHit(const Test& /*test*/, const Byte* block, hn::Vec
 /// The hits of as many places as a vector of `D` has.
 template <class D, class Test>
 HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
-#if HWY_TARGET <= HWY_AVX3
-  return Test::Hits(result).raw;
-#else
-  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
-  hn::StoreMaskBits(D(), Test::Hits(result), bytes);
-  std::uint64_t bits = 0;
-  std::memcpy(&bits, bytes, sizeof bits);
-  return bits;
-#endif
+  return BitsOfMask<D>(Test::Hits(result));
 }
 
 /// The hits of `places` places, no more than a chunk has.
@@ -380,12 +373,14 @@ HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
 /// goes.
 HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::uint16_t* hits) {
   constexpr int kAtOnce = 4;
+  // So that there is a bit in any case: a compiler would make a branch of the question.
+  constexpr std::uint64_t kLastPlace = std::uint64_t{1} << (kChunk - 1);
   std::uint16_t* const end = hits + std::popcount(bits);
   // Without a branch for each, or for whether there are any: what is too much is written over by the next
   // chunk.
   do {
     for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1)
-      hits[i] = static_cast<std::uint16_t>(at + (std::countr_zero(bits) & (kChunk - 1)));
+      hits[i] = static_cast<std::uint16_t>(at + std::countr_zero(bits | kLastPlace));
     hits += kAtOnce;
   } while (bits != 0);
   return end;
