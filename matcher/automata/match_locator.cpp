@@ -153,7 +153,7 @@ std::vector<Run> WithNeighbours(std::vector<Run> runs, const Beside& beside) {
 /// Whether a string is everywhere, and rare with what must stand beside it.
 bool IsRareRow(const std::vector<CharSet>& string, const std::vector<Run>& runs,
                const Beside& beside) {
-  const double rate = ExpectedRate(ChooseProbes(string));
+  const double rate = ExpectedRate(StringScan::ProbesFor(string, beside));
   return rate > kCommonString && IsRareAsAWhole(WithNeighbours(runs, beside), rate);
 }
 
