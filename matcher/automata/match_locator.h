@@ -46,6 +46,7 @@
 #include "matcher/runs/run_filter.h"
 #include "matcher/runs/run_middle.h"
 #include "matcher/runs/run_scan.h"
+#include "matcher/runs/run_sieve.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/start_scan.h"
 #include "matcher/scan/string_scan.h"
@@ -165,6 +166,7 @@ class LocatorProgram {
   std::optional<RunMiddle> middle_;     // a string in the middle of the row
   std::optional<RunFilter>
       filter_;  // set if the leading bytes are common: looks for the row as a whole
+  std::optional<RunSieve> sieve_;      // sifts what the leading bytes lead to
   std::optional<StartScan> starts_;    // the same where another leads, for short texts
   std::optional<MatchReader> reader_;  // set if it is of use in these
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
@@ -291,6 +293,7 @@ class MatchLocator {
   std::size_t FindFromMiddle(const Search& search, std::size_t most);
   std::size_t FindStrings(const Search& search, std::size_t most);
   std::size_t FindRuns(const Search& search, std::size_t most);
+  std::size_t FindSifted(const Search& search, std::size_t most);
   std::size_t FindFewWords(const Search& search, std::size_t most);
   std::size_t FindOneByOne(const Search& search, std::size_t most);
   Step FindListed(Search& search);
@@ -342,7 +345,8 @@ class MatchLocator {
   const Byte* readyEnd_ = nullptr;
   RunScan::Notes runNotes_;
   RunFilter::Cursor runPlaces_;
-  PlaceCursor hits_;  // of the string, or of the leading bytes
+  PlaceCursor hits_;         // of the string, or of the leading bytes
+  SieveLengths rowLengths_;  // by number of these, where they were sifted
   PlaceCursor requiredHits_;
   const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at
   // The required string that was found last, the place from which it was looked for, and the first place
