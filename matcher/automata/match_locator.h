@@ -241,15 +241,22 @@ class MatchLocator {
     return IsReadyFor(place, begin, end) ? TakeReady() : nullptr;
   }
 
-  /// All of these, in order, that searches find of which each begins, with the text, where the match before ends; none:
-  /// the search goes on by itself. Valid until it does.
-  std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end) {
-    if (nextReady_ == readyCount_ || !IsReadyFor(place, place, end)) return {};
-    const std::size_t first = nextReady_++;
-    readyFrom_ = ready_[first].end;
-    while (nextReady_ < readyCount_ && IsReadyFor(readyFrom_, readyFrom_, end))
-      readyFrom_ = ready_[nextReady_++].end;
+  /// All of these, in order, that searches find of which each begins, with the text, where the match before ends, as long
+  /// as they end before `limit`; none: the search goes on by itself. Valid until it does.
+  std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end,
+                                      const unsigned char* limit) {
+    const std::size_t first = nextReady_;
+    if (first == readyCount_ || !IsReadyFor(place, place, end)) return {};
+    for (; nextReady_ < readyCount_ && ready_[nextReady_].end < limit; ++nextReady_) {
+      if (nextReady_ > first && !IsReadyFor(readyFrom_, readyFrom_, end)) break;
+      readyFrom_ = ready_[nextReady_].end;
+    }
     return {&ready_[first], nextReady_ - first};
+  }
+
+  /// Where the last match that is ready ends; `place` if there is none.
+  const unsigned char* EndOfReady(const unsigned char* place) const {
+    return nextReady_ < readyCount_ ? ready_[readyCount_ - 1].end : place;
   }
 
   /// Drops what is ready and begins before `place`.
