@@ -300,7 +300,9 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   if (leadingRate < kWorthwhileLead)
     starts_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
   const std::vector<Run> row = WithNeighbours(runs, beside_);
-  if (areRuns) sieve_ = RunSieve::For(row, beside_.AsksAfter() ? 1 : 0, starts_->Tables());
+  if (areRuns) {
+    sieve_ = RunSieve::For(row, starts_->Lead(), beside_.AsksAfter() ? 1 : 0, starts_->Tables());
+  }
   const bool areSifted = sieve_ && leadingRate <= kCommonLead;
   const bool isFaster =
       !areRuns && !required.empty() && IsFaster(requiredProbes, requiredRate, leading);
@@ -701,14 +703,14 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
 /// The same where most places are known by what a sieve has seen of them.
 std::size_t MatchLocator::FindSifted(const Search& search, std::size_t most) {
   const RunScan& runs = *program_.runs_;
+  const RunSieve& sieve = *program_.sieve_;
   const std::ptrdiff_t lead = program_.leading_->Lead();
   std::size_t count = 0;
   const auto take = [&](const Byte* place) -> const Byte* {
     const std::size_t number = hits_.NumberOf(place - lead);
-    const Byte* end = nullptr;
-    if (number < rowLengths_.size() && rowLengths_[number] != 0) {
-      end = place - lead + rowLengths_[number];
-    } else {
+    const std::ptrdiff_t length = number < rowLengths_.size() ? rowLengths_[number] : 0;
+    const Byte* end = place - lead + length;
+    if (length == 0 || !sieve.Confirms(end, search.end)) {
       end = runs.EndOfMatch(place, search.begin, search.end, runNotes_);
       if (end == nullptr) return runs.NextStart(place, runNotes_);
     }

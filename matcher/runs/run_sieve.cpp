@@ -190,26 +190,32 @@ bool IsProbed(const ScanTables& tables, std::ptrdiff_t offset, const CharSet& se
 
 }  // namespace
 
-/// Has the bytes before the run compared. False if some are neither compared nor told by the scan.
-bool RunSieve::CompareBeginning(const std::vector<CharSet>& beginning, const ScanTables& tables) {
+/// Has the bytes before the run compared. False if some are neither compared nor told by the scan, beyond the first
+/// `before`.
+bool RunSieve::CompareBeginning(const std::vector<CharSet>& beginning, std::ptrdiff_t before,
+                                const ScanTables& tables) {
   bool areAllTold = true;
   for (std::size_t i = 0; i < beginning.size(); ++i) {
     const std::optional<MaskedByte> set = MaskedByteOf(beginning[i]);
     if (set && i < SieveLook::kMostCompared) {
       look_.masks[i] = set->mask;
       look_.values[i] = set->value;
-    } else if (!IsProbed(tables, static_cast<std::ptrdiff_t>(i), beginning[i])) {
+    } else if (const auto offset = static_cast<std::ptrdiff_t>(i);
+               offset >= before && !IsProbed(tables, offset, beginning[i])) {
       areAllTold = false;
     }
   }
   return areAllTold;
 }
 
-/// Has what follows the run looked for. Returns how many of its bytes.
-std::size_t RunSieve::AddTail(const std::vector<CharSet>& tail) {
+/// Has what follows the run looked for. Returns how many of its bytes. `isAfter`: the first is what must stand after a
+/// match.
+std::size_t RunSieve::AddTail(const std::vector<CharSet>& tail, bool isAfter) {
   for (const CharSet& bytes : tail) {
     const ScanTables tables = PlaceScan(Probes{{0, bytes}}).Tables();
-    if (!AreHalvesExact(tables, bytes)) break;
+    isExact_ = AreHalvesExact(tables, bytes);
+    if (!isExact_ && !isAfter) break;
+    last_ = MembersOf(bytes);
     const std::size_t i = look_.tailCount++;
     look_.tailHigh[i] = tables.high[0];
     look_.tailLow[i] = tables.low[0];
@@ -221,8 +227,8 @@ std::size_t RunSieve::AddTail(const std::vector<CharSet>& tail) {
   return look_.tailCount;
 }
 
-std::optional<RunSieve> RunSieve::For(const std::vector<Run>& row, std::ptrdiff_t after,
-                                      const ScanTables& tables) {
+std::optional<RunSieve> RunSieve::For(const std::vector<Run>& row, std::ptrdiff_t before,
+                                      std::ptrdiff_t after, const ScanTables& tables) {
   constexpr auto kSeen = static_cast<std::uint32_t>(SieveLook::kSeen);
   const auto isVariable = [](const Run& run) { return !run.IsFixed(); };
   const auto first = std::find_if(row.begin(), row.end(), isVariable);
@@ -241,9 +247,9 @@ std::optional<RunSieve> RunSieve::For(const std::vector<Run>& row, std::ptrdiff_
   for (std::uint32_t length = std::min(first->least, kSeen); length <= kSeen; ++length) {
     if (length <= first->most) look.lengths |= std::uint64_t{1} << length;
   }
-  const bool isTold = sieve.CompareBeginning(beginning, tables);
+  const bool isTold = sieve.CompareBeginning(beginning, before, tables);
   const std::vector<CharSet> tail = FixedFrom(row, index + 1, SieveLook::kMostTail, isAll);
-  const std::size_t seen = sieve.AddTail(tail);
+  const std::size_t seen = sieve.AddTail(tail, isAll && tail.size() == 1 && after == 1);
   if (seen == 0 && first->least == 0) return std::nullopt;
   look.room = std::max<std::ptrdiff_t>(
       SieveLook::kMostCompared, look.lead + SieveLook::kSeen + static_cast<std::ptrdiff_t>(seen));

@@ -17,6 +17,7 @@
 
 #include "matcher/runs/run_scan.h"
 #include "matcher/scan/vector_scan.h"
+#include "text/char_set.h"
 
 #include <array>
 #include <cstddef>
@@ -54,7 +55,8 @@ struct SieveLook {
   std::ptrdiff_t endAfter = -1;
 };
 
-/// By hit of a batch: how many bytes the longest match has that begins there; 0: it is not known whether there is one.
+/// By hit of a batch: how many bytes the longest match has that begins there, if that is confirmed; 0: it is not known
+/// whether there is one.
 using SieveLengths = std::array<std::uint8_t, kMostHits + HitBatch::kChunk>;
 
 /// Drops hits of `batch`, in a text that ends at `end`.
@@ -64,10 +66,16 @@ using SiftHits = void (*)(const SieveLook& look, const unsigned char* end, HitBa
 class RunSieve {
  public:
   /// For the places at which the probes of `tables` hold. `row` has what must stand before a match and after it as runs
-  /// of one byte, the last `after` bytes. Nothing where the row has no run that mostly ends soon, and something after
-  /// it, or there are no vector instructions.
-  static std::optional<RunSieve> For(const std::vector<Run>& row, std::ptrdiff_t after,
-                                     const ScanTables& tables);
+  /// of one byte: the first `before` bytes, which whoever takes a hit asks for, and the last `after`. Nothing where the row
+  /// has no run that mostly ends soon, and something after it, or there are no vector instructions.
+  static std::optional<RunSieve> For(const std::vector<Run>& row, std::ptrdiff_t before,
+                                     std::ptrdiff_t after, const ScanTables& tables);
+
+  /// Whether a length that was told, of a match that ends at `stop` in a text that ends at `end`, is right. Vectors do not
+  /// tell all sets: what must stand after a match may only seem to. A line feed is thought after the text.
+  bool Confirms(const unsigned char* stop, const unsigned char* end) const {
+    return isExact_ || last_[stop != end ? *stop : '\n'];
+  }
 
   /// Drops the hits at which the row does not begin. The text ends at `end`; nothing after it is read, nor before the
   /// hits. A hit may stay though it is none: at most where its length is 0.
@@ -77,10 +85,13 @@ class RunSieve {
 
  private:
   RunSieve() = default;
-  bool CompareBeginning(const std::vector<CharSet>& beginning, const ScanTables& tables);
-  std::size_t AddTail(const std::vector<CharSet>& tail);
+  bool CompareBeginning(const std::vector<CharSet>& beginning, std::ptrdiff_t before,
+                        const ScanTables& tables);
+  std::size_t AddTail(const std::vector<CharSet>& tail, bool isAfter);
 
   SieveLook look_;
+  bool isExact_ = true;
+  MemberTable last_{};  // what must stand after a match, unless vectors tell it
   SiftHits sift_ = nullptr;
 };
 

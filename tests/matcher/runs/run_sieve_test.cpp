@@ -67,11 +67,11 @@ struct Told {
   std::size_t dropped = 0;
 };
 
-/// Holds a sieve for `row`, of which the last `after` bytes belong to no match, against the walk. A line feed is thought
-/// after the text.
-void CheckSieve(const Runs& row, std::ptrdiff_t after, const PlaceScan& scan,
+/// Holds a sieve for `row`, of which the first `before` bytes are asked for by whoever takes a hit, and the last `after`
+/// bytes belong to no match, against the walk. A line feed is thought after the text.
+void CheckSieve(const Runs& row, std::ptrdiff_t before, std::ptrdiff_t after, const PlaceScan& scan,
                 const std::string& content, Told& told) {
-  const std::optional<RunSieve> sieve = RunSieve::For(row, after, scan.Tables());
+  const std::optional<RunSieve> sieve = RunSieve::For(row, before, after, scan.Tables());
   if (!sieve) return;
   const Block text(content);
   const HitBatch all = SomeHits(scan, text);
@@ -87,7 +87,9 @@ void CheckSieve(const Runs& row, std::ptrdiff_t after, const PlaceScan& scan,
       ASSERT_EQ(longest, -1) << "dropped: " << all.offsets[i] << " of " << content;
       continue;
     }
-    if (lengths[next] != 0) {
+    const bool isTaken = before == 0 || row[0].bytes[text.begin()[all.offsets[i]]];
+    const Byte* const stop = text.begin() + all.offsets[i] + lengths[next];
+    if (lengths[next] != 0 && isTaken && sieve->Confirms(stop, text.end())) {
       ++told.ends;
       ASSERT_EQ(lengths[next], longest - after) << all.offsets[i] << " of " << content;
     }
@@ -96,11 +98,21 @@ void CheckSieve(const Runs& row, std::ptrdiff_t after, const PlaceScan& scan,
   ASSERT_EQ(next, batch.count);
 }
 
+/// Bytes of which each half has members of its own: more kinds than there are bits.
+CharSet ManyKinds() {
+  CharSet many;
+  for (std::size_t half = 0; half < 16; ++half) {
+    for (std::size_t low = 0; low <= half; ++low)
+      many.set(16 * half + low);
+  }
+  return many;
+}
+
 TEST(RunSieve, TellsWhereEachMatchEndsAndDropsNone) {
   constexpr std::uint32_t kRounds = 20'000;
-  const std::vector<CharSet> sets = {SetOf("a"),   SetOf("b"),   SetOf("aA"), SetOf("abc"),
-                                     SetOf("-"),   SetOf("ac"),  SetOf("bB"), SetOf("b-"),
-                                     SetOf("\n-"), Without("b"), Without("-")};
+  const std::vector<CharSet> sets = {SetOf("a"),   SetOf("b"),   SetOf("aA"),  SetOf("abc"),
+                                     SetOf("-"),   SetOf("ac"),  SetOf("bB"),  SetOf("b-"),
+                                     SetOf("\n-"), Without("b"), Without("-"), ManyKinds()};
   for (const ScanRoad& road : AllScanRoads()) {
     const OnScanRoad on(road);
     Told told;
@@ -126,13 +138,16 @@ TEST(RunSieve, TellsWhereEachMatchEndsAndDropsNone) {
           row.back().IsFixed() && row.back().least == 1 && dice.OneIn(3) ? 1 : 0;
       const char* const alphabet = dice.OneIn(2) ? "aaaaaaaaaaaaaaaaaaaaabc-" : "abcAB-\n";
       const std::string content = dice.Bytes(alphabet, dice.OneIn(4) ? 300 : 60);
-      const Probe probe = {0, row.front().least > 0 ? row.front().bytes : ~CharSet()};
-      ASSERT_NO_FATAL_FAILURE(CheckSieve(row, after, PlaceScan(Probes{probe}), content, told))
+      const std::ptrdiff_t before = row.front().IsFixed() && dice.OneIn(3) ? 1 : 0;
+      const Probe byRow = {0, row.front().least > 0 ? row.front().bytes : ~CharSet()};
+      const Probe probe = before == 0 ? byRow : Probe{0, ~CharSet()};
+      ASSERT_NO_FATAL_FAILURE(
+          CheckSieve(row, before, after, PlaceScan(Probes{probe}), content, told))
           << road.name << " seed " << seed;
     }
-    const bool hasVectors =
-        RunSieve::For({{SetOf("a"), 1, kEndless}}, 0, PlaceScan(Probes{{0, SetOf("a")}}).Tables())
-            .has_value();
+    const bool hasVectors = RunSieve::For({{SetOf("a"), 1, kEndless}}, 0, 0,
+                                          PlaceScan(Probes{{0, SetOf("a")}}).Tables())
+                                .has_value();
     EXPECT_TRUE(!hasVectors || (told.ends > 10'000 && told.dropped > 10'000)) << road.name;
   }
 }
@@ -144,7 +159,7 @@ TEST(RunSieve, DoesNotTellTheEndOfARowOfWhichItSeesAPart) {
   const Runs longRow = {{SetOf("a"), 1, 1}, {SetOf("abc"), 1, kEndless}, {SetOf("-"), 5, 5}};
   const Runs openRow = {{SetOf("a"), 1, 1}, {SetOf("abc"), 1, kEndless}, {SetOf("-"), 1, kEndless}};
   for (const Runs& runs : {row, longRow, openRow}) {
-    const std::optional<RunSieve> sieve = RunSieve::For(runs, 0, scan.Tables());
+    const std::optional<RunSieve> sieve = RunSieve::For(runs, 0, 0, scan.Tables());
     if (!sieve) GTEST_SKIP() << "there are no vector instructions";
     const Block text("abbbb-----" + std::string(100, 'x'));
     HitBatch batch = SomeHits(scan, text);
@@ -155,12 +170,34 @@ TEST(RunSieve, DoesNotTellTheEndOfARowOfWhichItSeesAPart) {
   }
 }
 
+TEST(RunSieve, ConfirmsWhatOnlySeemsToStandAfterAMatch) {
+  const PlaceScan scan(Probes{{0, SetOf("x")}});
+  const Runs row = {{SetOf("x"), 1, 1}, {SetOf("a"), 1, kEndless}, {ManyKinds(), 1, 1}};
+  const std::optional<RunSieve> sieve = RunSieve::For(row, 0, 1, scan.Tables());
+  if (!sieve) GTEST_SKIP() << "there are no vector instructions";
+  std::size_t told = 0;
+  for (std::size_t c = 0; c < ManyKinds().size(); ++c) {
+    const char byte = static_cast<char>(c);
+    const Block text(std::string("xaaa") + byte + std::string(60, '-'));
+    HitBatch batch = SomeHits(scan, text);
+    SieveLengths lengths;
+    sieve->Sift(text.end(), batch, lengths);
+    if (batch.count == 0 || lengths[0] != 4) continue;
+    ++told;
+    EXPECT_EQ(sieve->Confirms(text.begin() + 4, text.end()), ManyKinds()[c]) << c;
+  }
+  EXPECT_GE(told, ManyKinds().count() - 3) << "but for those that begin or go on with the row";
+}
+
 TEST(RunSieve, IsNotMadeForRunsThatGoOnForLong) {
   const ScanTables tables = PlaceScan(Probes{{0, SetOf("a")}}).Tables();
   const ByteRun lead = {SetOf("a"), 1, 1};
-  EXPECT_FALSE(RunSieve::For({lead, {Without("b"), 0, kEndless}, {SetOf("b"), 1, 1}}, 0, tables));
-  EXPECT_FALSE(RunSieve::For({lead, {SetOf("b"), 3, 3}}, 0, tables)) << "none has no fixed length";
-  EXPECT_FALSE(RunSieve::For({lead, {SetOf("b"), 0, kEndless}}, 0, tables)) << "nothing is asked";
+  EXPECT_FALSE(
+      RunSieve::For({lead, {Without("b"), 0, kEndless}, {SetOf("b"), 1, 1}}, 0, 0, tables));
+  EXPECT_FALSE(RunSieve::For({lead, {SetOf("b"), 3, 3}}, 0, 0, tables))
+      << "none has no fixed length";
+  EXPECT_FALSE(RunSieve::For({lead, {SetOf("b"), 0, kEndless}}, 0, 0, tables))
+      << "nothing is asked";
 }
 
 }  // namespace
