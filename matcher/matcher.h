@@ -17,6 +17,7 @@
 #include "matcher/search_outcome.h"
 #include "resources/string_table.h"
 
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -151,9 +152,18 @@ inline std::span<const LocatedRange> TakeFoundTogether(PatternWork& work, const 
                                                        const char* end, const TextNotes& notes) {
   MatchLocator* const locator = work.locator.get();
   if (locator == nullptr || !notes.IsSearchedWith(locator)) return {};
-  if (work.pattern->lineFilterReading != Reading::kAlike) return {};
   const auto bytes = [](const char* p) { return reinterpret_cast<const unsigned char*>(p); };
-  return locator->TakeAllReady(bytes(place), bytes(end));
+  const unsigned char* limit = bytes(end) + 1;
+  if (work.pattern->lineFilterReading == Reading::kAlikeButForUnderscores) {
+    // A match beside an underscore may be none to the line filter.
+    const unsigned char* const last = locator->EndOfReady(bytes(place));
+    const auto size = static_cast<std::size_t>(last - bytes(place)) + (last < bytes(end) ? 1 : 0);
+    const void* const found = std::memchr(place, '_', size);
+    if (found != nullptr) limit = static_cast<const unsigned char*>(found);
+  } else if (work.pattern->lineFilterReading != Reading::kAlike) {
+    return {};
+  }
+  return locator->TakeAllReady(bytes(place), bytes(end), limit);
 }
 
 /// What a look at a text, before anything is set up for a search, tells of the whole match that ExecuteMatcher finds

@@ -86,6 +86,11 @@ inline constexpr std::ptrdiff_t kLongRun = 16;
 inline constexpr std::uint32_t kMostBoundedRun = 1'000;
 inline constexpr std::uint32_t kMostTailBytes = 24;
 
+/// Places where a row may begin are sifted by what follows where its first run is not expected to be longer than this,
+/// and not further after the beginning.
+inline constexpr double kLongestSievedRun = 16;
+inline constexpr std::size_t kMostSievedLead = 200;
+
 /// How often a row comes is told from at most so many bytes of each run, and of no run that goes on for longer than
 /// the second.
 inline constexpr std::uint32_t kMostCountedBytes = 8;
@@ -118,7 +123,7 @@ inline constexpr double kHardlyMorePlaces = 1.5;
 inline constexpr double kRequiredAdvantage = 4;
 inline constexpr double kRequiredAdvantageOverRuns = 8;
 /// From where on the leading bytes of a row of runs are so common that it is looked for as a whole, and how much
-/// rarer the row must be.
+/// rarer the row must be; up to there sifting them takes less than looking for a required string.
 inline constexpr double kCommonLead = 800;
 inline constexpr double kAdvantageOfRows = 4;
 /// From where on a string is so common that it is looked for as such a row, with what must stand beside it.

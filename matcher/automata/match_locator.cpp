@@ -153,7 +153,7 @@ std::vector<Run> WithNeighbours(std::vector<Run> runs, const Beside& beside) {
 /// Whether a string is everywhere, and rare with what must stand beside it.
 bool IsRareRow(const std::vector<CharSet>& string, const std::vector<Run>& runs,
                const Beside& beside) {
-  const double rate = ExpectedRate(ChooseProbes(string));
+  const double rate = ExpectedRate(StringScan::ProbesFor(string, beside));
   return rate > kCommonString && IsRareAsAWhole(WithNeighbours(runs, beside), rate);
 }
 
@@ -306,27 +306,33 @@ void LocatorProgram::ChooseLead(const std::vector<CharSet>& required,
   }
   double rate = std::min(leadingRate, kEveryPlace);
   const bool areRuns = !runs.empty() && leadingRate < kWorthwhileLead;
+  if (leadingRate < kWorthwhileLead)
+    starts_.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
+  const std::vector<Run> row = WithNeighbours(runs, beside_);
+  if (areRuns) {
+    sieve_ = RunSieve::For(row, starts_->Lead(), beside_.AsksAfter() ? 1 : 0, starts_->Tables());
+  }
+  const bool areSifted = sieve_ && leadingRate <= kCommonLead;
   const bool isFaster =
       !areRuns && !required.empty() && IsFaster(requiredProbes, requiredRate, leading);
-  if (isFaster ||
-      requiredRate * (areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage) < leadingRate) {
+  const double advantage = areRuns ? kRequiredAdvantageOverRuns : kRequiredAdvantage;
+  if (isFaster || (!areSifted && requiredRate * advantage < leadingRate)) {
     required_.emplace(WithoutCommonEnds(required));
   } else if (requiredRate < std::min(leadingRate, kWorthALook)) {
     rarer_.emplace(WithoutCommonEnds(required));
   }
-  if (leadingRate < kWorthwhileLead) {
-    const bool isForShortTexts = required_ && (isFaster || leadingRate >= kRareLead);
-    std::optional<StartScan>& scan = isForShortTexts ? starts_ : leading_;
-    scan.emplace(leading.ways, asksBefore ? before : ~CharSet(), FirstBytes(*graph_));
-  }
+  const bool isForShortTexts = required_ && (isFaster || leadingRate >= kRareLead);
+  if (!isForShortTexts) leading_.swap(starts_);
   if (!leading_) rate = kEveryPlace;
   if (required_) rate = std::min(rate, RateInClusters(requiredProbes));
   cost_ = kCostOfScannedByte + rate / kEveryPlace * kCostOfPlace;
-  if (!leading_ || required_ || !areRuns) return;
+  if (!leading_ || required_ || !areRuns) {
+    sieve_.reset();
+    return;
+  }
   cost_ = 0;
   runs_.emplace(runs, beside_.after);
   readsRuns_ = VariableBytes(runs) <= kFewReadBytes;
-  const std::vector<Run> row = WithNeighbours(runs, beside_);
   if (IsRareAsAWhole(row, leadingRate)) filter_ = RunFilter::For(row);
 }
 
@@ -679,6 +685,7 @@ MatchLocator::Match MatchLocator::FindMany(const Search& search) {
 std::size_t MatchLocator::FindTogether(const Search& search, std::size_t most) {
   if (program_.class_) return FindClassRuns(search, most);
   if (program_.middle_) return FindFromMiddle(search, most);
+  if (program_.sieve_ && !program_.filter_) return FindSifted(search, most);
   if (program_.runs_) return FindRuns(search, most);
   if (program_.few_) return FindFewWords(search, most);
   return program_.string_ ? FindStrings(search, most) : FindOneByOne(search, most);
@@ -737,6 +744,28 @@ std::size_t MatchLocator::FindRuns(const Search& search, std::size_t most) {
     place = program_.NextRow(place, search.begin, search.end, runPlaces_);
     if (place != nullptr) place = take(place);
   }
+  return count;
+}
+
+/// The same where most places are known by what a sieve has seen of them.
+std::size_t MatchLocator::FindSifted(const Search& search, std::size_t most) {
+  const RunScan& runs = *program_.runs_;
+  const RunSieve& sieve = *program_.sieve_;
+  const std::ptrdiff_t lead = program_.leading_->Lead();
+  std::size_t count = 0;
+  const auto take = [&](const Byte* place) -> const Byte* {
+    const std::size_t number = hits_.NumberOf(place - lead);
+    const std::ptrdiff_t length = number < rowLengths_.size() ? rowLengths_[number] : 0;
+    const Byte* end = place - lead + length;
+    if (length == 0 || !sieve.Confirms(end, search.end)) {
+      end = runs.EndOfMatch(place, search.begin, search.end, runNotes_);
+      if (end == nullptr) return runs.NextStart(place, runNotes_);
+    }
+    ready_[count++] = {place, end};
+    return count < most ? end : nullptr;
+  };
+  const auto sift = [&](HitBatch& batch) { program_.sieve_->Sift(search.end, batch, rowLengths_); };
+  program_.leading_->ForEach(search.place, search.begin, search.end, hits_, take, sift);
   return count;
 }
 

@@ -46,6 +46,7 @@
 #include "matcher/runs/run_filter.h"
 #include "matcher/runs/run_middle.h"
 #include "matcher/runs/run_scan.h"
+#include "matcher/runs/run_sieve.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/start_scan.h"
 #include "matcher/scan/string_scan.h"
@@ -167,6 +168,7 @@ class LocatorProgram {
   std::optional<RunMiddle> middle_;     // a string in the middle of the row
   std::optional<RunFilter>
       filter_;  // set if the leading bytes are common: looks for the row as a whole
+  std::optional<RunSieve> sieve_;      // sifts what the leading bytes lead to
   std::optional<StartScan> starts_;    // the same where another leads, for short texts
   std::optional<MatchReader> reader_;  // set if it is of use in these
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
@@ -240,15 +242,22 @@ class MatchLocator {
     return IsReadyFor(place, begin, end) ? TakeReady() : nullptr;
   }
 
-  /// All of these, in order, that searches find of which each begins, with the text, where the match before ends; none:
-  /// the search goes on by itself. Valid until it does.
-  std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end) {
-    if (nextReady_ == readyCount_ || !IsReadyFor(place, place, end)) return {};
-    const std::size_t first = nextReady_++;
-    readyFrom_ = ready_[first].end;
-    while (nextReady_ < readyCount_ && IsReadyFor(readyFrom_, readyFrom_, end))
-      readyFrom_ = ready_[nextReady_++].end;
+  /// All of these, in order, that searches find of which each begins, with the text, where the match before ends, as long
+  /// as they end before `limit`; none: the search goes on by itself. Valid until it does.
+  std::span<const Match> TakeAllReady(const unsigned char* place, const unsigned char* end,
+                                      const unsigned char* limit) {
+    const std::size_t first = nextReady_;
+    if (first == readyCount_ || !IsReadyFor(place, place, end)) return {};
+    for (; nextReady_ < readyCount_ && ready_[nextReady_].end < limit; ++nextReady_) {
+      if (nextReady_ > first && !IsReadyFor(readyFrom_, readyFrom_, end)) break;
+      readyFrom_ = ready_[nextReady_].end;
+    }
     return {&ready_[first], nextReady_ - first};
+  }
+
+  /// Where the last match that is ready ends; `place` if there is none.
+  const unsigned char* EndOfReady(const unsigned char* place) const {
+    return nextReady_ < readyCount_ ? ready_[readyCount_ - 1].end : place;
   }
 
   /// Drops what is ready and begins before `place`.
@@ -292,6 +301,7 @@ class MatchLocator {
   std::size_t FindFromMiddle(const Search& search, std::size_t most);
   std::size_t FindStrings(const Search& search, std::size_t most);
   std::size_t FindRuns(const Search& search, std::size_t most);
+  std::size_t FindSifted(const Search& search, std::size_t most);
   std::size_t FindFewWords(const Search& search, std::size_t most);
   std::size_t FindOneByOne(const Search& search, std::size_t most);
   Step FindListed(Search& search);
@@ -343,7 +353,8 @@ class MatchLocator {
   const Byte* readyEnd_ = nullptr;
   RunScan::Notes runNotes_;
   RunFilter::Cursor runPlaces_;
-  PlaceCursor hits_;  // of the string, or of the leading bytes
+  PlaceCursor hits_;         // of the string, or of the leading bytes
+  SieveLengths rowLengths_;  // by number of these, where they were sifted
   PlaceCursor requiredHits_;
   const Byte* passed_ = nullptr;  // the furthest place that a search began or ended at
   // The required string that was found last, the place from which it was looked for, and the first place

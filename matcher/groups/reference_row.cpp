@@ -363,6 +363,40 @@ void ReferenceRow::ChooseLead() {
     lead_ = Lead::kBeginning;
     scan_.emplace(beginning, beside);
   }
+  if (lead_ == Lead::kMiddle || rate_ <= kCommonLead) return;
+  if (const std::optional<RepeatRow> row = AsRepeat()) repeat_ = RepeatSieve::For(*row);
+}
+
+/// The row as fixed bytes, of which some are a group, a run, the group again, and fixed bytes; nothing if it is none.
+std::optional<RepeatRow> ReferenceRow::AsRepeat() const {
+  if (!comparesBytes_ || options_.wholeWords) return std::nullopt;
+  RepeatRow row;
+  std::size_t run = kNoPiece;
+  std::size_t reference = kNoPiece;
+  for (std::size_t i = 0; i < pieces_.size(); ++i) {
+    const Piece& piece = pieces_[i];
+    const bool isBefore = run == kNoPiece && reference == kNoPiece;
+    if (piece.kind == Kind::kOpen || piece.kind == Kind::kClose) continue;
+    if (piece.kind == Kind::kBytes && piece.least <= RepeatLook::kMostBytes &&
+        (isBefore || reference != kNoPiece)) {
+      std::vector<CharSet>& sets = isBefore ? row.beginning : row.ending;
+      sets.insert(sets.end(), piece.least, sets_[piece.table]);
+    } else if (piece.kind == Kind::kRun && isBefore) {
+      run = i;
+    } else if (piece.kind == Kind::kReference && reference == kNoPiece) {
+      reference = i;
+    } else {
+      return std::nullopt;
+    }
+  }
+  const Group& group = groups_[static_cast<std::size_t>(pieces_[reference].value)];
+  if (group.close > std::min(run, reference)) return std::nullopt;
+  row.group = LeastWidth(0, group.open);
+  row.length = LeastWidth(group.open, group.close);
+  row.run = run != kNoPiece ? sets_[pieces_[run].table] : CharSet();
+  row.least = run != kNoPiece ? pieces_[run].least : 0;
+  row.most = run != kNoPiece ? pieces_[run].most : 0;
+  return row;
 }
 
 /// Looks for the rarest string in the middle of the row that cannot begin in what stands before it.
@@ -456,6 +490,22 @@ SearchOutcome ReferenceRow::Next(TextView text, std::size_t from, std::size_t la
     return true;
   };
   if (from >= text.size()) return outcome;
+  if (repeat_) {
+    for (std::size_t place = from; place <= lastStart && place < text.size();) {
+      const RepeatSieve::Start start = repeat_->Find(
+          begin + place, begin + std::min(lastStart, text.size() - 1), end, work.repeats_);
+      const unsigned char* const passed = start.place != nullptr ? start.place : end;
+      work.used_ += static_cast<std::size_t>(passed - begin) - place;
+      if (start.place == nullptr) return outcome;
+      place = static_cast<std::size_t>(start.place - begin);
+      if (start.length != 0) {
+        match = {place, place + start.length};
+        return SearchOutcome::kFound;
+      }
+      place = tryAt(place);
+    }
+    return outcome;
+  }
   if (lead_ == Lead::kEveryPlace) {
     tryUpTo(from, lastStart);
     return outcome;

@@ -7,11 +7,13 @@
 //
 // Starts are looked for by the bytes that stand at fixed distances from them, or by a string in the middle of the row
 // that cannot begin in what stands before it, such as " und " here: the starts that lead to it are those from which
-// only bytes of the pieces before it stand up to there. Where bytes of neither are rare, every place is tried.
+// only bytes of the pieces before it stand up to there. Where bytes of neither are rare, every place is tried, or those
+// that a sieve leaves (repeat_sieve.h).
 
 #ifndef TROVEX_MATCHER_GROUPS_REFERENCE_ROW_H
 #define TROVEX_MATCHER_GROUPS_REFERENCE_ROW_H
 
+#include "matcher/groups/repeat_sieve.h"
 #include "matcher/pattern/pattern_syntax.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/string_scan.h"
@@ -46,6 +48,7 @@ class ReferenceRow {
     /// The searches that follow are of another text, or of a part of it that ends elsewhere.
     void Begin() {
       cursor_.Reset();
+      repeats_.Reset();
       for (ReadRun& run : runs_)
         run = {};
       used_ = 0;
@@ -63,6 +66,7 @@ class ReferenceRow {
     };
 
     PlaceCursor cursor_;
+    RepeatSieve::Workspace repeats_;
     std::vector<ReadRun> runs_;      // by set: one that was read
     std::vector<ByteRange> groups_;  // by group, on the way that is being tried
     std::uint64_t used_ = 0;
@@ -133,6 +137,7 @@ class ReferenceRow {
   void ConsiderMiddle(double& rate, std::vector<CharSet>& string);
   bool BeginsLine() const;
   void NoteFirstRun();
+  std::optional<RepeatRow> AsRepeat() const;
 
   struct Way;
   bool TryAt(TextView text, std::size_t start, Workspace& work) const;
@@ -159,6 +164,7 @@ class ReferenceRow {
   MemberTable wordBytes_{};
   Lead lead_ = Lead::kEveryPlace;
   std::optional<StringScan> scan_;
+  std::optional<RepeatSieve> repeat_;  // set if what leads is common, and the row is one for it
   MemberTable beforeMiddle_{};
   double rate_ = 0;
   // The piece that the row begins with, if that is a run without a bound, and whether anchors say that no match starts

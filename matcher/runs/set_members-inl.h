@@ -9,6 +9,7 @@
 #endif
 
 #include "matcher/scan/few_bytes-inl.h"
+#include "matcher/scan/mask_bits-inl.h"
 #include "matcher/scan/vector_scan.h"
 
 #include <hwy/highway.h>
@@ -34,26 +35,15 @@ constexpr std::size_t kPlaces = 64;
 constexpr std::size_t kVector = hn::MaxLanes(Tag());
 constexpr std::size_t kVectors = kPlaces / kVector;
 
-/// The bits of the bytes for which `mask` is set.
-HWY_INLINE std::uint64_t BitsOf(hn::Mask<Tag> mask) {
-#if HWY_TARGET <= HWY_AVX3
-  return mask.raw;
-#else
-  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
-  hn::StoreMaskBits(Tag(), mask, bytes);
-  std::uint64_t bits = 0;
-  std::memcpy(&bits, bytes, sizeof bits);
-  return bits;
-#endif
-}
-
 /// The set that the first probe of some tables looks for, in one of its forms. Given a vector, the bits of the
 /// bytes that belong to it.
 class ByteMembers {
  public:
   explicit HWY_INLINE ByteMembers(const ScanTables& tables)
       : value_(hn::Set(Tag(), tables.values[0])) {}
-  HWY_INLINE std::uint64_t operator()(Bytes bytes) const { return BitsOf(hn::Eq(bytes, value_)); }
+  HWY_INLINE std::uint64_t operator()(Bytes bytes) const {
+    return BitsOfMask<Tag>(hn::Eq(bytes, value_));
+  }
 
  private:
   Bytes value_;
@@ -67,7 +57,7 @@ class RangeMembers {
         width_(hn::Set(Tag(), tables.widths[0])) {}
   HWY_INLINE std::uint64_t operator()(Bytes bytes) const {
     const Bytes excess = hn::SaturatedSub(hn::Sub(hn::And(bytes, mask_), value_), width_);
-    return BitsOf(hn::Eq(excess, hn::Zero(Tag())));
+    return BitsOfMask<Tag>(hn::Eq(excess, hn::Zero(Tag())));
   }
 
  private:
@@ -76,22 +66,28 @@ class RangeMembers {
   Bytes width_;
 };
 
-class KindMembers {
+template <class D>
+class KindMembersOf {
  public:
-  explicit HWY_INLINE KindMembers(const ScanTables& tables)
-      : KindMembers(tables.low[0], tables.high[0]) {}
-  HWY_INLINE KindMembers(const NibbleTable& low, const NibbleTable& high)
-      : low_(hn::LoadDup128(Tag(), low.data())), high_(hn::LoadDup128(Tag(), high.data())) {}
-  HWY_INLINE std::uint64_t operator()(Bytes bytes) const {
-    const Bytes low = hn::TableLookupBytes(low_, hn::And(bytes, hn::Set(Tag(), 15)));
-    const Bytes high = hn::TableLookupBytes(high_, hn::ShiftRight<4>(bytes));
-    return BitsOf(hn::Ne(hn::And(low, high), hn::Zero(Tag())));
+  explicit HWY_INLINE KindMembersOf(const ScanTables& tables)
+      : KindMembersOf(tables.low[0], tables.high[0]) {}
+  HWY_INLINE KindMembersOf(const NibbleTable& low, const NibbleTable& high)
+      : low_(hn::LoadDup128(D(), low.data())), high_(hn::LoadDup128(D(), high.data())) {}
+  HWY_INLINE std::uint64_t operator()(hn::Vec<D> bytes) const {
+    return BitsOfMask<D>(hn::Ne(KindsOf(bytes), hn::Zero(D())));
+  }
+  /// Nothing for bytes that do not belong to the set.
+  HWY_INLINE hn::Vec<D> KindsOf(hn::Vec<D> bytes) const {
+    const hn::Vec<D> low = hn::TableLookupBytes(low_, hn::And(bytes, hn::Set(D(), 15)));
+    const hn::Vec<D> high = hn::TableLookupBytes(high_, hn::ShiftRight<4>(bytes));
+    return hn::And(low, high);
   }
 
  private:
-  Bytes low_;
-  Bytes high_;
+  hn::Vec<D> low_;
+  hn::Vec<D> high_;
 };
+using KindMembers = KindMembersOf<Tag>;
 
 /// The members among the sixty-four bytes at `place`.
 template <class Members>

@@ -33,11 +33,17 @@ class PlaceCursor {
     return FirstTaken([&](const auto& take) { ForEach(scan, place, end, take); });
   }
 
+  /// Keeps all hits of a batch.
+  struct NoSieve {
+    void operator()(HitBatch& /*batch*/) const {}
+  };
+
   /// Calls `take(p)` for the places that `scan` finds from `place` on, one after another. It returns from
-  /// where on the next one counts, which is after p; null: no more are wanted.
-  template <typename Take>
+  /// where on the next one counts, which is after p; null: no more are wanted. `sift` may drop hits of each batch that
+  /// is kept before they are taken.
+  template <typename Take, typename Sift = NoSieve>
   void ForEach(const PlaceScan& scan, const unsigned char* place, const unsigned char* end,
-               Take take) {
+               Take take, Sift sift = {}) {
     const std::ptrdiff_t reach = scan.Reach();
     if (end - place <= reach) return;
     const std::ptrdiff_t places = end - place - reach;
@@ -51,6 +57,7 @@ class PlaceCursor {
     while (place < last) {
       if (place < batch_.base || place >= batch_.tested) {
         if (!Test(scan, place, end)) return;
+        sift(batch_);
       }
       const unsigned char* const base = batch_.base;
       GoTo(place);
@@ -64,6 +71,13 @@ class PlaceCursor {
       }
       place = std::max(place, batch_.tested);
     }
+  }
+
+  /// The number in its batch of the hit that is being taken, if it is `place`; else as many as a batch has hits.
+  std::size_t NumberOf(const unsigned char* place) const {
+    const bool isHit = batch_.tested != nullptr && next_ < batch_.count &&
+                       batch_.base + batch_.offsets[next_] == place;
+    return isHit ? next_ : batch_.offsets.size();
   }
 
  private:

@@ -28,6 +28,9 @@ class StartScan {
   /// 1 where something is asked of the byte before a match, else 0.
   std::ptrdiff_t Lead() const { return lead_; }
 
+  /// What its searches read.
+  const ScanTables& Tables() const { return scan_.Tables(); }
+
   /// Whether what stands before `place`, in a text that begins at `begin`, can stand before a match.
   bool MayStartAfter(const unsigned char* begin, const unsigned char* place) const {
     return lead_ == 0 || before_[place != begin ? place[-1] : '\n'];
@@ -50,13 +53,14 @@ class StartScan {
     return FirstTaken([&](const auto& take) { ForEach(place, begin, end, cursor, take); });
   }
 
-  /// Calls `take(p)` for the places from `place` on, as the cursor does.
-  template <typename Take>
+  /// Calls `take(p)` for the places from `place` on, as the cursor does. The hits that `sift` is given lie where the
+  /// byte before a match stands, if something is asked of it.
+  template <typename Take, typename Sift = PlaceCursor::NoSieve>
   void ForEach(const unsigned char* place, const unsigned char* begin, const unsigned char* end,
-               PlaceCursor& cursor, Take take) const {
-    if (lead_ == 0) return cursor.ForEach(scan_, place, end, take);
+               PlaceCursor& cursor, Take take, Sift sift = {}) const {
+    if (lead_ == 0) return cursor.ForEach(scan_, place, end, take, sift);
     const auto scan = [&](const unsigned char* from, const auto& takeHit) {
-      cursor.ForEach(scan_, from, end, takeHit);
+      cursor.ForEach(scan_, from, end, takeHit, sift);
     };
     Walk(place, begin, end, scan, take);
   }

@@ -13,16 +13,16 @@ std::vector<CharSet> WithNeighbours(std::vector<CharSet> sets, const Beside& bes
   return sets;
 }
 
-/// The probes for these. Of what is asked beside the string only a single byte is looked for: any other class
+}  // namespace
+
+/// Of what is asked beside the string only a single byte is looked for: any other class
 /// leaves most places over and takes longer to look for than the bytes of the string.
-Probes ProbesFor(const std::vector<CharSet>& sets, const Beside& beside) {
+Probes StringScan::ProbesFor(const std::vector<CharSet>& sets, const Beside& beside) {
   std::vector<CharSet> probed = WithNeighbours(sets, beside);
   if (beside.AsksBefore() && beside.before.count() != 1) probed.front().set();
   if (beside.AsksAfter() && beside.after.count() != 1) probed.back().set();
   return ChooseProbes(probed);
 }
-
-}  // namespace
 
 StringScan::StringScan(const std::vector<CharSet>& sets, const Beside& beside)
     : length_(sets.size()),

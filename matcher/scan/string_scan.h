@@ -24,6 +24,9 @@ class StringScan {
   /// Takes at least one set.
   explicit StringScan(const std::vector<CharSet>& sets, const Beside& beside = {});
 
+  /// What such a scan looks for.
+  static Probes ProbesFor(const std::vector<CharSet>& sets, const Beside& beside);
+
   /// The first place in [place, end) at which the string stands, all of it before `end`, with what is asked beside
   /// it; or null. The text goes from `begin` to `end`, and nothing outside is read.
   const unsigned char* Find(const unsigned char* place, const unsigned char* begin,

@@ -64,6 +64,7 @@ VectorFacts VectorsInUse() {
 // Must come after it.
 #include <hwy/highway.h>
 #include "matcher/scan/few_bytes-inl.h"
+#include "matcher/scan/mask_bits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace trovex {
@@ -95,16 +96,44 @@ HWY_INLINE void FetchAhead(const Byte* block) {
 
 // The tests take a block by the place where it begins, or as FewPlaces.
 
-/// Tests blocks for sets of the form (c & mask) == value. The result has a zero where all probes
-/// hold.
-template <class D, int kCount, bool kAreBytes>
-class MaskedTest {
+/// What tests of `kCount` probes have in common: where the bytes stand, and whether a result has a zero where all probes
+/// hold, or where none does.
+template <class D, int kCount, bool kHitsAreZeros>
+class BlockTest {
  public:
   using V = hn::Vec<D>;
 
-  explicit HWY_INLINE MaskedTest(const ScanTables& tables) {
-    for (std::size_t i = 0; i < kCount; ++i) {
+  /// A result that has hits if `a` or `b` has.
+  static HWY_INLINE V Either(V a, V b) { return kHitsAreZeros ? hn::Min(a, b) : hn::Or(a, b); }
+  static HWY_INLINE hn::Mask<D> Hits(V result) {
+    const V zero = hn::Zero(D());
+    return kHitsAreZeros ? hn::Eq(result, zero) : hn::Ne(result, zero);
+  }
+
+ protected:
+  explicit HWY_INLINE BlockTest(const ScanTables& tables) {
+    for (std::size_t i = 0; i < kCount; ++i)
       offsets_[i] = tables.offsets[i];
+  }
+
+  /// The bytes that probe `i` looks at.
+  template <class Place>
+  HWY_INLINE V BytesFor(Place place, std::size_t i) const {
+    return BytesOf<D>(place + offsets_[i]);
+  }
+
+ private:
+  std::ptrdiff_t offsets_[kCount];
+};
+
+/// Tests blocks for sets of the form (c & mask) == value.
+template <class D, int kCount, bool kAreBytes>
+class MaskedTest : public BlockTest<D, kCount, true> {
+ public:
+  using V = hn::Vec<D>;
+
+  explicit HWY_INLINE MaskedTest(const ScanTables& tables) : BlockTest<D, kCount, true>(tables) {
+    for (std::size_t i = 0; i < kCount; ++i) {
       values_[i] = hn::Set(D(), tables.values[i]);
       masks_[i] = hn::Set(D(), tables.masks[i]);
     }
@@ -118,31 +147,25 @@ class MaskedTest {
     return differs;
   }
 
-  /// A result that has hits if `a` or `b` has.
-  static HWY_INLINE V Either(V a, V b) { return hn::Min(a, b); }
-  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Eq(result, hn::Zero(D())); }
-
  private:
   template <class Place>
   HWY_INLINE V Difference(Place place, std::size_t i) const {
-    const V bits = hn::Xor(BytesOf<D>(place + offsets_[i]), values_[i]);
+    const V bits = hn::Xor(this->BytesFor(place, i), values_[i]);
     return kAreBytes ? bits : hn::And(bits, masks_[i]);
   }
 
-  std::ptrdiff_t offsets_[kCount];
   V values_[kCount];
   V masks_[kCount];
 };
 
 /// The same for ranges.
 template <class D, int kCount, bool kAreMasked>
-class RangeTest {
+class RangeTest : public BlockTest<D, kCount, true> {
  public:
   using V = hn::Vec<D>;
 
-  explicit HWY_INLINE RangeTest(const ScanTables& tables) {
+  explicit HWY_INLINE RangeTest(const ScanTables& tables) : BlockTest<D, kCount, true>(tables) {
     for (std::size_t i = 0; i < kCount; ++i) {
-      offsets_[i] = tables.offsets[i];
       masks_[i] = hn::Set(D(), tables.masks[i]);
       values_[i] = hn::Set(D(), tables.values[i]);
       widths_[i] = hn::Set(D(), tables.widths[i]);
@@ -157,33 +180,28 @@ class RangeTest {
     return outside;
   }
 
-  static HWY_INLINE V Either(V a, V b) { return hn::Min(a, b); }
-  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Eq(result, hn::Zero(D())); }
-
  private:
   /// By how much the bytes lie above the range; below it, they lie far above.
   template <class Place>
   HWY_INLINE V Excess(Place place, std::size_t i) const {
-    const V bytes = BytesOf<D>(place + offsets_[i]);
+    const V bytes = this->BytesFor(place, i);
     const V masked = kAreMasked ? hn::And(bytes, masks_[i]) : bytes;
     return hn::SaturatedSub(hn::Sub(masked, values_[i]), widths_[i]);
   }
 
-  std::ptrdiff_t offsets_[kCount];
   V masks_[kCount];
   V values_[kCount];
   V widths_[kCount];
 };
 
-/// Tests blocks for any sets, or for alternatives. The result has a zero where none holds.
+/// Tests blocks for any sets, or for alternatives.
 template <class D, int kCount, bool kAreAlternatives>
-class NibbleTest {
+class NibbleTest : public BlockTest<D, kCount, false> {
  public:
   using V = hn::Vec<D>;
 
-  explicit HWY_INLINE NibbleTest(const ScanTables& tables) {
+  explicit HWY_INLINE NibbleTest(const ScanTables& tables) : BlockTest<D, kCount, false>(tables) {
     for (std::size_t i = 0; i < kCount; ++i) {
-      offsets_[i] = tables.offsets[i];
       high_[i] = hn::LoadDup128(D(), tables.high[i].data());
       low_[i] = hn::LoadDup128(D(), tables.low[i].data());
     }
@@ -199,19 +217,15 @@ class NibbleTest {
     return bits;
   }
 
-  static HWY_INLINE V Either(V a, V b) { return hn::Or(a, b); }
-  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Ne(result, hn::Zero(D())); }
-
  private:
   template <class Place>
   HWY_INLINE V Bits(Place place, std::size_t i) const {
-    const V bytes = BytesOf<D>(place + offsets_[i]);
+    const V bytes = this->BytesFor(place, i);
     const V low = hn::And(bytes, hn::Set(D(), 15));
     const V high = hn::ShiftRight<4>(bytes);
     return hn::And(hn::TableLookupBytes(low_[i], low), hn::TableLookupBytes(high_[i], high));
   }
 
-  std::ptrdiff_t offsets_[kCount];
   V high_[kCount];
   V low_[kCount];
 };
@@ -225,13 +239,12 @@ constexpr bool kAreLowHalvesFast = false;
 
 /// Tests blocks for alternatives by the lower halves of bytes.
 template <class D, int kCount>
-class LowHalfTest {
+class LowHalfTest : public BlockTest<D, kCount, false> {
  public:
   using V = hn::Vec<D>;
 
-  explicit HWY_INLINE LowHalfTest(const ScanTables& tables) {
+  explicit HWY_INLINE LowHalfTest(const ScanTables& tables) : BlockTest<D, kCount, false>(tables) {
     for (std::size_t i = 0; i < kCount; ++i) {
-      offsets_[i] = tables.offsets[i];
       low_[i] = hn::LoadDup128(D(), tables.low[i].data());
     }
   }
@@ -244,18 +257,14 @@ class LowHalfTest {
     return bits;
   }
 
-  static HWY_INLINE V Either(V a, V b) { return hn::Or(a, b); }
-  static HWY_INLINE hn::Mask<D> Hits(V result) { return hn::Ne(result, hn::Zero(D())); }
-
  private:
   template <class Place>
   HWY_INLINE V Bits(Place place, std::size_t i) const {
-    const V bytes = BytesOf<D>(place + offsets_[i]);
+    const V bytes = this->BytesFor(place, i);
     if constexpr (kAreLowHalvesFast) return hn::TableLookupBytes(low_[i], bytes);
     return hn::TableLookupBytes(low_[i], hn::And(bytes, hn::Set(D(), 15)));
   }
 
-  std::ptrdiff_t offsets_[kCount];
   V low_[kCount];
 };
 
@@ -304,15 +313,7 @@ HWY_INLINE const Byte* FirstHit(const Test& /*test*/, const Byte* block, hn::Vec
 /// The hits of as many places as a vector of `D` has.
 template <class D, class Test>
 HWY_INLINE std::uint64_t BitsOf(const Test& /*test*/, hn::Vec<D> result) {
-#if HWY_TARGET <= HWY_AVX3
-  return Test::Hits(result).raw;
-#else
-  std::uint8_t bytes[sizeof(std::uint64_t)] = {};
-  hn::StoreMaskBits(D(), Test::Hits(result), bytes);
-  std::uint64_t bits = 0;
-  std::memcpy(&bits, bytes, sizeof bits);
-  return bits;
-#endif
+  return BitsOfMask<D>(Test::Hits(result));
 }
 
 /// The hits of `places` places, no more than a chunk has.
@@ -397,12 +398,14 @@ HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
 /// goes.
 HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::uint16_t* hits) {
   constexpr int kAtOnce = 4;
+  // So that there is a bit in any case: a compiler would make a branch of the question.
+  constexpr std::uint64_t kLastPlace = std::uint64_t{1} << (kChunk - 1);
   std::uint16_t* const end = hits + std::popcount(bits);
   // Without a branch for each, or for whether there are any: what is too much is written over by the next
   // chunk.
   do {
     for (int i = 0; i < kAtOnce; ++i, bits &= bits - 1)
-      hits[i] = static_cast<std::uint16_t>(at + (std::countr_zero(bits) & (kChunk - 1)));
+      hits[i] = static_cast<std::uint16_t>(at + std::countr_zero(bits | kLastPlace));
     hits += kAtOnce;
   } while (bits != 0);
   return end;

@@ -210,7 +210,8 @@ TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
   int items = 0;
   for (const char* const pattern :
        {"a", "ab", "[ab]-", "[ab]+", "a[ab]*-", "a.{0,3}b", "[a-c]+ab", "b|aa", "^a", "a$", "-*",
-        "([ab])\\1", "([ab][ab])\\1", "([ab]+)\\1", "a\\w", "[ab]\\w[^b]"}) {
+        "([ab])\\1", "([ab][ab])\\1", "([ab]+)\\1", "a\\w", "[ab]\\w[^b]", "\\<[ab]+\\>",
+        "\\<a[ab]*"}) {
     for (const bool words : {false, true}) {
       const unsigned long mode = kSearchModeRegularExpression | kSearchCaseSensitive;
       ASSERT_EQ(Build(pattern, 0, mode | (words ? kSearchMatchWords : 0UL)), nullptr);
@@ -218,7 +219,9 @@ TEST_F(LeafTest, InLongTextsFindsWhatOneSearchAfterAnotherFinds) {
         SCOPED_TRACE(std::string(pattern) + " seed " + std::to_string(seed));
         Dice dice(seed);
         // The next text stands where the last one stood.
-        HeapText text(dice.Bytes(dice.OneOf({"ab-", "aab--\n", "ab__\n\n"}), 1'200) + kBlanks);
+        HeapText text(
+            dice.Bytes(dice.OneOf({"ab-", "aab--\n", "ab__\n\n", "aab---aab----ab_"}), 1'200) +
+            kBlanks);
         const std::unique_ptr<CFoundItemArray> found(leaf_.Search(text.Data(), text.Length(), 0));
         ASSERT_NE(found, nullptr);
         ASSERT_EQ(Compile(pattern, 0, words ? 1 : 0), nullptr);

@@ -361,7 +361,7 @@ std::vector<Located> Together(const LocatorProgram& program, MatchLocator& locat
     if (match.start == nullptr) break;
     found.emplace_back(match.start - begin, match.end - begin);
     place = match.end;
-    for (const LocatedRange& ready : locator.TakeAllReady(place, end)) {
+    for (const LocatedRange& ready : locator.TakeAllReady(place, end, end + 1)) {
       found.emplace_back(ready.start - begin, ready.end - begin);
       place = ready.end;
     }
@@ -435,9 +435,10 @@ TEST_F(MatchLocatorTest, WhatIsReadyIsForTheSearchThatGoesOnAlone) {
   locator.Begin(begin, static_cast<std::size_t>(text.Length()));
   const unsigned char* place = locator.Find({.place = begin, .begin = begin, .end = end}).end;
   place = locator.Find({.place = place, .begin = place, .end = end}).end;
-  EXPECT_TRUE(locator.TakeAllReady(place + 1, end).empty());
-  EXPECT_TRUE(locator.TakeAllReady(place, end - 1).empty());
-  const auto ready = locator.TakeAllReady(place, end);
+  EXPECT_TRUE(locator.TakeAllReady(place + 1, end, end + 1).empty());
+  EXPECT_TRUE(locator.TakeAllReady(place, end - 1, end + 1).empty());
+  EXPECT_TRUE(locator.TakeAllReady(place, end, begin + 6).empty()) << "it ends there";
+  const auto ready = locator.TakeAllReady(place, end, end + 1);
   ASSERT_EQ(ready.size(), 1U);
   EXPECT_EQ(ready[0].start - begin, 4);
   EXPECT_EQ(ready[0].end - begin, 6);
