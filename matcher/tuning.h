@@ -30,6 +30,10 @@ inline constexpr std::size_t kLookedAtText = 256;
 inline constexpr std::size_t kScreenProbes = 2;
 inline constexpr double kScreenRate = 2'000;
 inline constexpr double kScreenRateHelps = 1.5;
+/// From which rate on a string is looked for with what must stand beside it, which takes three times as long; and for
+/// how much rarer that is taken to make it.
+inline constexpr double kScreenRateAlone = 300;
+inline constexpr double kScreenRateBeside = 0.1;
 /// What is taken for that rate of the ends of lines, which most short texts have none of.
 inline constexpr double kScreenRateOfLines = 100;
 /// A look reads no more than so many times the text in vain.

@@ -275,6 +275,7 @@ LocatorProgram::LocatorProgram(std::unique_ptr<const PositionGraph> graph, bool 
     isStringFree_ = isToldBeside_ && beside_.IsAny();
     string_.emplace(graph_->bytes, beside_);
     screen_.Consider({graph_->bytes});
+    if (isToldBeside_) screen_.ConsiderBeside(graph_->bytes, beside_);
     ScreenByLines();
   }
   if (class_ || string_) return;

@@ -37,10 +37,29 @@ void TextScreen::Consider(const std::vector<std::vector<CharSet>>& strings) {
   }
 }
 
+void TextScreen::ConsiderBeside(const std::vector<CharSet>& string, const Beside& beside) {
+  const double rate = kScreenRateBeside * RateOf(Rarest({ChooseProbes(string)}, kScreenProbes));
+  if (beside.IsAny() || rate_ <= kScreenRateAlone || rate >= kScreenRate) return;
+  Probes probes = Rarest({ChooseProbes(string)}, kScreenProbes).front();
+  for (Probe& probe : probes)
+    probe.offset += beside.AsksBefore() ? 1 : 0;
+  if (beside.AsksBefore()) probes.push_back({0, beside.before});
+  if (beside.AsksAfter()) {
+    const std::size_t after = string.size() + (beside.AsksBefore() ? 1 : 0);
+    probes.push_back({static_cast<int>(after), beside.after});
+  }
+  scan_.emplace(probes);
+  rate_ = rate;
+  hasEdges_ = true;
+  if (beside.AsksBefore()) first_ = MembersOf(string.front());
+  if (beside.AsksAfter()) last_ = MembersOf(string.back());
+}
+
 void TextScreen::ConsiderBeginsOfLines(const MemberTable& first) {
   if (rate_ <= kScreenRateOfLines) return;
   scan_.emplace(Probes{{0, CharSet().set('\n')}});
-  byLines_ = true;
+  hasEdges_ = true;
+  last_ = {};
   first_ = first;
   rate_ = kScreenRateOfLines;
 }

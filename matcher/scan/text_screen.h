@@ -10,6 +10,7 @@
 #ifndef TROVEX_MATCHER_SCAN_TEXT_SCREEN_H
 #define TROVEX_MATCHER_SCAN_TEXT_SCREEN_H
 
+#include "matcher/scan/beside.h"
 #include "matcher/scan/place_scan.h"
 #include "text/char_set.h"
 
@@ -30,13 +31,17 @@ class TextScreen {
   /// these are so rare that most short texts lack them, and rarer than what it screens by so far.
   void Consider(const std::vector<std::vector<CharSet>>& strings);
 
+  /// Every match is such a string with that beside it. Where the string is common, it screens by what is beside it, too:
+  /// of the whole word "er" by "e" and "r" between bytes that belong to no word.
+  void ConsiderBeside(const std::vector<CharSet>& string, const Beside& beside);
+
   /// Every match begins where a line does, with one of `first` or as the empty line. The text counts as a line, too.
   void ConsiderBeginsOfLines(const MemberTable& first);
 
   /// Whether there is no match in a text from `begin` to `end`. Reads nothing outside.
   bool Refuses(const unsigned char* begin, const unsigned char* end) const {
     if (end - begin < shortest_) return true;
-    if (!scan_ || (byLines_ && (begin == end || first_[*begin]))) return false;
+    if (!scan_ || (hasEdges_ && MayStandAtEdge(begin, end))) return false;
     return !scan_->MayFind(begin, end);
   }
 
@@ -47,10 +52,15 @@ class TextScreen {
   double Rate() const { return rate_; }
 
  private:
+  bool MayStandAtEdge(const unsigned char* begin, const unsigned char* end) const {
+    return begin == end || first_[*begin] || last_[end[-1]];
+  }
+
   std::ptrdiff_t shortest_ = 0;
   std::optional<PlaceScan> scan_;  // texts in which it finds no place are refused
-  bool byLines_ = false;           // it looks for the ends of lines
-  MemberTable first_{};            // then, what a match at the text's begin begins with
+  bool hasEdges_ = false;  // but for matches at the edges of a text, with nothing beside them
+  MemberTable first_{};    // what such a match begins with, and ends with
+  MemberTable last_{};
   double rate_ = 100'000;
 };
 

@@ -91,6 +91,49 @@ TEST(TextScreen, RefusesAllSmallTextsThatLackTheRareByte) {
   }
 }
 
+/// Whether the string stands in the text with that beside it; beyond its edges line feeds are thought to stand.
+bool StandsBeside(const String& string, const Beside& beside, const std::string& text) {
+  const std::string lines = "\n" + text + "\n";
+  for (std::size_t place = 1; place + string.size() < lines.size(); ++place) {
+    const auto byteAt = [&](std::size_t at) { return static_cast<Byte>(lines[at]); };
+    std::size_t i = 0;
+    while (i < string.size() && string[i][byteAt(place + i)])
+      ++i;
+    const bool isWhole = i == string.size() && place + i < lines.size();
+    if (isWhole && beside.before[byteAt(place - 1)] && beside.after[byteAt(place + i)]) return true;
+  }
+  return false;
+}
+
+TEST(TextScreen, RefusesTextsInWhichACommonStringDoesNotStandAlone) {
+  const CharSet noLetter = ~SetOf("en");
+  const std::vector<Beside> besides = {
+      {noLetter, noLetter}, {~CharSet(), noLetter}, {noLetter, ~CharSet()}};
+  for (const ScanRoad& road : AllScanRoads()) {
+    const OnScanRoad only(road);
+    for (const Beside& beside : besides) {
+      for (const String& string : {String{SetOf("e")}, String{SetOf("eE"), SetOf("n")}}) {
+        TextScreen screen(static_cast<std::ptrdiff_t>(string.size()));
+        screen.ConsiderBeside(string, beside);
+        int refused = 0;
+        int standing = 0;
+        for (const std::string& text : AllStrings({"e", "n", " "}, 7)) {
+          const bool stands = StandsBeside(string, beside, text);
+          const bool isRefused = Refuses(screen, text);
+          ASSERT_FALSE(isRefused && stands) << text << ", " << road.name;
+          // In the midst of a longer one.
+          const std::string longer = std::string(40, ' ') + text + std::string(40, '.');
+          ASSERT_FALSE(Refuses(screen, longer) && StandsBeside(string, beside, longer)) << longer;
+          refused += isRefused && text.size() > 2;
+          standing += stands;
+        }
+        EXPECT_GT(refused, 100) << road.name;
+        EXPECT_GT(standing, 100);
+      }
+    }
+  }
+}
+
 TEST(TextScreen, GoesByTheFirstByteWhereMatchesBeginAsLinesDo) {
   TextScreen screen;
   screen.ConsiderBeginsOfLines(MembersOf(SetOf("ab")));
