@@ -1,9 +1,9 @@
 #include "matcher/groups/reference_row.h"
 
 #include "matcher/costs.h"
-#include "matcher/groups/byte_words.h"
 #include "matcher/groups/way_graph.h"
 #include "matcher/limits.h"
+#include "matcher/runs/byte_words.h"
 #include "matcher/tuning.h"
 
 #include <algorithm>
@@ -34,11 +34,11 @@ std::size_t LastSame(const unsigned char* bytes, std::size_t least, std::size_t 
                      unsigned char byte) {
   if constexpr (std::endian::native == std::endian::little) {
     for (; last >= least + 8; last -= 8) {
-      const std::uint64_t same = ZeroBytes(LoadWord(bytes + last - 7) ^ Repeated(byte));
+      const std::uint64_t same = ZeroBytes(EightBytes(bytes + last - 7) ^ Repeated(byte));
       if (same != 0) return last - static_cast<std::size_t>(std::countl_zero(same)) / 8;
     }
     if (last >= 7) {
-      const std::uint64_t same = ZeroBytes(LoadWord(bytes + last - 7) ^ Repeated(byte));
+      const std::uint64_t same = ZeroBytes(EightBytes(bytes + last - 7) ^ Repeated(byte));
       const std::size_t before = static_cast<std::size_t>(std::countl_zero(same)) / 8;
       return before <= last - least ? last - before : kNowhere;
     }

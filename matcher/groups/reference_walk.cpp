@@ -1,7 +1,7 @@
 #include "matcher/groups/reference_walk.h"
 
-#include "matcher/groups/byte_words.h"
 #include "matcher/limits.h"
+#include "matcher/runs/byte_words.h"
 #include "matcher/tuning.h"
 
 #include <algorithm>
@@ -379,7 +379,7 @@ std::size_t ReferenceWalk::NextPlace(TextView text, std::size_t from, std::size_
       const unsigned char* const bytes = text.data() + place;
       std::uint64_t alike = ~std::uint64_t{0};
       for (const Repeat& repeat : repeats_)
-        alike &= ZeroBytes(LoadWord(bytes + repeat.first) ^ LoadWord(bytes + repeat.second));
+        alike &= ZeroBytes(EightBytes(bytes + repeat.first) ^ EightBytes(bytes + repeat.second));
       if (alike == 0) continue;
       place += static_cast<std::size_t>(std::countr_zero(alike)) / 8;
       return place <= last ? place : kNowhere;

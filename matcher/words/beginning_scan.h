@@ -13,42 +13,16 @@
 #ifndef TROVEX_MATCHER_WORDS_BEGINNING_SCAN_H
 #define TROVEX_MATCHER_WORDS_BEGINNING_SCAN_H
 
+#include "matcher/runs/byte_words.h"
 #include "matcher/words/window_scan.h"
 
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <vector>
 
 namespace trovex {
-
-/// The eight bytes at `place`, the first of them the lowest.
-inline std::uint64_t EightBytes(const unsigned char* place) {
-  std::uint64_t bytes = 0;
-  if constexpr (std::endian::native == std::endian::little) {
-    std::memcpy(&bytes, place, sizeof bytes);
-  } else {
-    for (int i = 0; i < 8; ++i)
-      bytes |= std::uint64_t{place[i]} << (8 * i);
-  }
-  return bytes;
-}
-
-/// The same in a text that ends at `end`, of which what lies from `begin` on can be read: bytes after the end are
-/// zero. `place` is between the two.
-inline std::uint64_t EightBytes(const unsigned char* place, const unsigned char* begin,
-                                const unsigned char* end) {
-  const auto left = end - place;
-  if (left >= 8) return EightBytes(place);
-  if (end - begin >= 8) return EightBytes(end - 8) >> 1 >> (63 - 8 * left);
-  std::uint64_t bytes = 0;
-  for (std::ptrdiff_t i = 0; i < left; ++i)
-    bytes |= std::uint64_t{place[i]} << (8 * i);
-  return bytes;
-}
 
 /// The first bytes of the words, and what may follow.
 struct FollowerTable {

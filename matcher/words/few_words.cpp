@@ -3,11 +3,13 @@
 #include "matcher/costs.h"
 #include "matcher/limits.h"
 #include "matcher/pattern/run_pattern.h"
+#include "matcher/runs/byte_words.h"
 #include "matcher/scan/place_scan.h"
 #include "matcher/tuning.h"
 #include "matcher/words/list_in_pattern.h"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 #include <string_view>
 
@@ -117,7 +119,35 @@ void FewWords::Add(std::string_view word, const std::vector<CharSet>& sets) {
   values_[count_] = pieces.front().value;
   lengths_[count_] = word.size();
   rests_[count_].assign(pieces.begin() + 1, pieces.end());
+  if (rests_[count_].empty() && sets_[count_].empty()) told_ |= 1U << count_;
   ++count_;
+}
+
+bool FewWords::GoesOnAt(std::size_t number, const Byte* place, const Byte* begin,
+                        const Byte* end) const {
+  for (const SetAt& set : sets_[number]) {
+    if (!tables_[set.table][place[set.offset]]) return false;
+  }
+  for (const Piece& piece : rests_[number]) {
+    place += sizeof(std::uint64_t);
+    if ((EightBytes(place, begin, end) & piece.mask) != piece.value) return false;
+  }
+  return true;
+}
+
+std::size_t FewWords::LongestWithRun(unsigned standing, const Byte* place, const Byte* begin,
+                                     const Byte* end) const {
+  std::size_t longest = 0;
+  for (; standing != 0; standing &= standing - 1) {
+    const auto number = static_cast<std::size_t>(std::countr_zero(standing));
+    if (!StandsAt(number, place, begin, end)) continue;
+    const Byte* const word = place + lengths_[number];
+    if (word == end || !inRun_[*word]) continue;
+    RunScan::Notes notes;
+    const Byte* const stop = run_->EndOfMatch(word, begin, end, notes);
+    if (stop != nullptr) longest = std::max(longest, static_cast<std::size_t>(stop - place));
+  }
+  return longest;
 }
 
 }  // namespace trovex

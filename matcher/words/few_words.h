@@ -13,8 +13,8 @@
 #include "matcher/budget.h"
 #include "matcher/pattern/neighbours.h"
 #include "matcher/pattern/pattern_syntax.h"
+#include "matcher/runs/byte_words.h"
 #include "matcher/runs/run_scan.h"
-#include "matcher/words/beginning_scan.h"
 #include "matcher/words/word_list.h"
 #include "text/char_set.h"
 
@@ -55,22 +55,13 @@ class FewWords {
     unsigned standing = 0;
     for (std::size_t i = 0; i < count_; ++i)
       standing |= static_cast<unsigned>((bytes & masks_[i]) == values_[i]) << i;
-    std::size_t longest = 0;
+    if (run_) return LongestWithRun(standing, place, begin, end);
     for (; standing != 0; standing &= standing - 1) {
       const auto number = static_cast<std::size_t>(std::countr_zero(standing));
       const std::size_t length = lengths_[number];
-      const bool hasRoom = static_cast<std::size_t>(end - place) >= length;
-      if (!hasRoom || !GoesOnAt(number, place, begin, end)) continue;
-      if (run_) {
-        if (static_cast<std::size_t>(end - place) == length || !inRun_[place[length]]) continue;
-        RunScan::Notes notes;
-        const Byte* const stop = run_->EndOfMatch(place + length, begin, end, notes);
-        if (stop != nullptr) longest = std::max(longest, static_cast<std::size_t>(stop - place));
-      } else if (canEnd(place + length)) {
-        return length;
-      }
+      if (StandsAt(number, place, begin, end) && canEnd(place + length)) return length;
     }
-    return longest;
+    return 0;
   }
 
  private:
@@ -90,20 +81,22 @@ class FewWords {
   explicit FewWords(const WordList& list);
   void Add(std::string_view word, const std::vector<CharSet>& sets);
 
-  /// Whether a word, for which there is room, stands at `place`, where its first eight bytes may.
-  bool GoesOnAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const {
-    for (const SetAt& set : sets_[number]) {
-      if (!tables_[set.table][place[set.offset]]) return false;
-    }
-    for (const Piece& piece : rests_[number]) {
-      place += sizeof(std::uint64_t);
-      if ((EightBytes(place, begin, end) & piece.mask) != piece.value) return false;
-    }
-    return true;
+  /// Whether a word stands at `place`, where its first eight bytes may.
+  bool StandsAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const {
+    return static_cast<std::size_t>(end - place) >= lengths_[number] &&
+           ((told_ >> number & 1U) != 0 || GoesOnAt(number, place, begin, end));
   }
+
+  /// The same of a word for which there is room, and of which these do not tell all.
+  bool GoesOnAt(std::size_t number, const Byte* place, const Byte* begin, const Byte* end) const;
+
+  /// LongestAt with a run after the words, of those whose first eight bytes may stand at `place`, a bit for each.
+  std::size_t LongestWithRun(unsigned standing, const Byte* place, const Byte* begin,
+                             const Byte* end) const;
 
   // The longest word first; those of one length as they come.
   std::size_t count_ = 0;
+  unsigned told_ = 0;  // the bits of words that are told by their first eight bytes
   std::array<std::uint64_t, kMostWords> masks_{};
   std::array<std::uint64_t, kMostWords> values_{};
   std::array<std::size_t, kMostWords> lengths_{};

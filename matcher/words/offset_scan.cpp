@@ -1,5 +1,7 @@
 #include "matcher/words/offset_scan.h"
 
+#include "matcher/runs/byte_words.h"
+
 #include <algorithm>
 
 namespace trovex {

@@ -23,6 +23,7 @@
 #define TROVEX_MATCHER_WORDS_WORD_SCAN_H
 
 #include "matcher/pattern/neighbours.h"
+#include "matcher/runs/byte_words.h"
 #include "matcher/tuning.h"
 #include "matcher/words/beginning_scan.h"
 #include "matcher/words/bucket_scan.h"
