@@ -10,16 +10,21 @@
 
 namespace trovex {
 
-/// The eight bytes at `place`, the first of them the lowest.
-inline std::uint64_t EightBytes(const unsigned char* place) {
-  std::uint64_t bytes = 0;
+/// As many bytes at `place` as `Word` has, the first of them the lowest.
+template <typename Word>
+Word BytesAt(const unsigned char* place) {
+  Word bytes = 0;
   if constexpr (std::endian::native == std::endian::little) {
     std::memcpy(&bytes, place, sizeof bytes);
   } else {
-    for (int i = 0; i < 8; ++i)
-      bytes |= std::uint64_t{place[i]} << (8 * i);
+    for (std::size_t i = 0; i < sizeof bytes; ++i)
+      bytes |= Word{place[i]} << (8 * i);
   }
   return bytes;
+}
+
+inline std::uint64_t EightBytes(const unsigned char* place) {
+  return BytesAt<std::uint64_t>(place);
 }
 
 /// The same in a text that ends at `end`, of which what lies from `begin` on can be read: bytes after the end are

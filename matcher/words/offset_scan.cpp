@@ -3,6 +3,8 @@
 #include "matcher/runs/byte_words.h"
 
 #include <algorithm>
+#include <array>
+#include <type_traits>
 
 namespace trovex {
 
@@ -26,8 +28,10 @@ std::size_t HashOf(std::uint64_t bytes, std::uint64_t mask, int shift) {
 template <std::size_t kStride, Kind kKind>
 std::size_t Find(const OffsetTable& table, const unsigned char* text, std::size_t count,
                  const unsigned char* end, std::uint32_t* const hits) {
+  using Word = std::conditional_t<kKind == Kind::kLong, std::uint64_t, std::uint32_t>;
   constexpr std::size_t kLead = kStride - 1;
-  constexpr std::size_t kReach = (kAtOnce - 1) * kStride + kLead + sizeof(std::uint64_t);
+  constexpr std::size_t kReach = kLead + sizeof(Word);
+  constexpr std::size_t kReachOfTurn = (kAtOnce - 1) * kStride + kReach;
   const auto size = static_cast<std::size_t>(end - text);
   // Copies, of which the compiler knows that no hit that is written changes them.
   const std::uint64_t mask = table.mask;
@@ -40,10 +44,12 @@ std::size_t Find(const OffsetTable& table, const unsigned char* text, std::size_
     written += found != 0 ? 1 : 0;
   };
   std::size_t place = 0;
-  for (; count >= kAtOnce && place + kReach <= size; count -= kAtOnce) {
+  for (; count >= kAtOnce && place + kReachOfTurn <= size; count -= kAtOnce) {
     for (std::size_t i = 0; i < kAtOnce; ++i, place += kStride)
-      look(place, EightBytes(text + place + kLead));
+      look(place, BytesAt<Word>(text + place + kLead));
   }
+  for (; count > 0 && place + kReach <= size; --count, place += kStride)
+    look(place, BytesAt<Word>(text + place + kLead));
   for (; count > 0; --count, place += kStride)
     look(place, EightBytes(text + place + kLead, text, end));
   return written;
@@ -71,7 +77,7 @@ std::size_t FindOffsets(const OffsetTable& table, const unsigned char* text, std
   static_assert(OffsetTable::kMostStride == 4);
   using Function = std::size_t (*)(const OffsetTable&, const unsigned char*, std::size_t,
                                    const unsigned char*, std::uint32_t*);
-  constexpr std::array<std::array<Function, 4>, 3> kAll = {{
+  static constexpr std::array<std::array<Function, 4>, 3> kAll = {{
       {&Find<1, Kind::kFour>, &Find<2, Kind::kFour>, &Find<3, Kind::kFour>, &Find<4, Kind::kFour>},
       {&Find<1, Kind::kShort>, &Find<2, Kind::kShort>, &Find<3, Kind::kShort>,
        &Find<4, Kind::kShort>},
@@ -85,8 +91,8 @@ std::size_t FindOffsets(const OffsetTable& table, const unsigned char* text, std
 
 void FindBeginningsOf(const FollowerTable& table, const unsigned char* text,
                       std::span<const std::uint32_t> hits, std::size_t stride, Beginnings& found) {
-  constexpr std::array kOfStride = {&FindBeginningsOfStride<1>, &FindBeginningsOfStride<2>,
-                                    &FindBeginningsOfStride<3>, &FindBeginningsOfStride<4>};
+  static constexpr std::array kOfStride = {&FindBeginningsOfStride<1>, &FindBeginningsOfStride<2>,
+                                           &FindBeginningsOfStride<3>, &FindBeginningsOfStride<4>};
   kOfStride[stride - 1](table, text, hits, found);
 }
 

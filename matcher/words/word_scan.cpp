@@ -34,7 +34,7 @@ constexpr std::size_t kMostTreesOfBeginning = RootTable::kEntriesOfBucket - 1;
 /// `size` / `stride`, in the fifth of the time, for sizes up to a stretch.
 std::size_t DividedByStride(std::size_t size, std::size_t stride) {
   constexpr int kShift = 17;
-  constexpr std::array<std::size_t, kMostStride + 1> kReciprocals = {
+  static constexpr std::array<std::size_t, kMostStride + 1> kReciprocals = {
       0, 1 << kShift, (1 << kShift) / 2, (1 << kShift) / 3 + 1, (1 << kShift) / 4};
   static_assert(kLargestWordStretch + kMostStride < (std::size_t{1} << kShift));
   return size * kReciprocals[stride] >> kShift;
@@ -643,6 +643,7 @@ void WordScan::MarkHits(const Group& group, const Byte* from, std::span<const st
 std::uint64_t WordScan::MarkInShort(const Byte* from, const Byte* textEnd) const {
   const auto size = static_cast<std::size_t>(textEnd - from);
   std::array<std::uint64_t, kMostGroups> hits;
+  std::uint64_t any = 0;
   std::uint64_t marks = 0;
   for (std::size_t i = 0; i < groups_.size(); ++i) {
     const Group& group = groups_[i];
@@ -660,8 +661,9 @@ std::uint64_t WordScan::MarkInShort(const Byte* from, const Byte* textEnd) const
     hits[i] = group.testInBuckets != nullptr
                   ? group.testInBuckets(group.buckets, from, windows, textEnd)
                   : group.testWindows(group.windows, from + (stride - 1), windows, textEnd);
+    any |= hits[i];
   }
-  for (std::size_t i = 0; i < groups_.size(); ++i) {
+  for (std::size_t i = 0; any != 0 && i < groups_.size(); ++i) {
     const Group& group = groups_[i];
     const std::size_t stride = group.stride;
     const std::size_t shortest = std::min(group.shortest, kLookedAt);
