@@ -34,8 +34,10 @@ inline constexpr double kScreenRateHelps = 1.5;
 /// how much rarer that is taken to make it.
 inline constexpr double kScreenRateAlone = 300;
 inline constexpr double kScreenRateBeside = 0.1;
-/// What is taken for that rate of the ends of lines, which most short texts have none of.
+/// What is taken for that rate of the ends of lines, which most short texts have none of; and how many places a short
+/// text has, of which the first tells as much there as all of them do elsewhere.
 inline constexpr double kScreenRateOfLines = 100;
+inline constexpr double kShortTextOfScreens = 36;
 /// A look reads no more than so many times the text in vain.
 inline constexpr std::ptrdiff_t kReadAgainInLook = 8;
 /// Rows of runs are read byte by byte there where their runs are expected to take no more bytes than this. Measured, byte

@@ -345,7 +345,7 @@ void LocatorProgram::ScreenByLines() {
   const auto first = graph_->starts.begin();
   const bool beginLines = std::all_of(first, first + graph_->size, beginsLine) &&
                           (graph_->ends[graph_->Start()] & ~kEmptyLine) == 0;
-  if (beginLines) screen_.ConsiderBeginsOfLines(canStart_);
+  if (beginLines) screen_.ConsiderBeginsOfLines(FirstBytes(*graph_));
 }
 
 void LocatorProgram::ConsiderList(const SyntaxTree& tree, const GraphOptions& options,

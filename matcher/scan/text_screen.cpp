@@ -55,13 +55,14 @@ void TextScreen::ConsiderBeside(const std::vector<CharSet>& string, const Beside
   if (beside.AsksAfter()) last_ = MembersOf(string.back());
 }
 
-void TextScreen::ConsiderBeginsOfLines(const MemberTable& first) {
-  if (rate_ <= kScreenRateOfLines) return;
+void TextScreen::ConsiderBeginsOfLines(const CharSet& first) {
+  const double rate = kScreenRateOfLines + ExpectedRate(Probes{{0, first}}) / kShortTextOfScreens;
+  if (rate >= std::min(rate_, kScreenRate)) return;
   scan_.emplace(Probes{{0, CharSet().set('\n')}});
   hasEdges_ = true;
   last_ = {};
-  first_ = first;
-  rate_ = kScreenRateOfLines;
+  first_ = MembersOf(first);
+  rate_ = rate;
 }
 
 }  // namespace trovex

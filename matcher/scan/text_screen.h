@@ -36,7 +36,7 @@ class TextScreen {
   void ConsiderBeside(const std::vector<CharSet>& string, const Beside& beside);
 
   /// Every match begins where a line does, with one of `first` or as the empty line. The text counts as a line, too.
-  void ConsiderBeginsOfLines(const MemberTable& first);
+  void ConsiderBeginsOfLines(const CharSet& first);
 
   /// Whether there is no match in a text from `begin` to `end`. Reads nothing outside.
   bool Refuses(const unsigned char* begin, const unsigned char* end) const {

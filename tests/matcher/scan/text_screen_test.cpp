@@ -136,12 +136,18 @@ TEST(TextScreen, RefusesTextsInWhichACommonStringDoesNotStandAlone) {
 
 TEST(TextScreen, GoesByTheFirstByteWhereMatchesBeginAsLinesDo) {
   TextScreen screen;
-  screen.ConsiderBeginsOfLines(MembersOf(SetOf("ab")));
+  screen.ConsiderBeginsOfLines(SetOf("ab"));
   for (const std::string& text : AllStrings({"a", "b", "c", "\n"}, 4)) {
     const bool mayHold =
         text.empty() || text.find('\n') != std::string::npos || text[0] == 'a' || text[0] == 'b';
     ASSERT_EQ(Refuses(screen, text), !mayHold) << text;
   }
+}
+
+TEST(TextScreen, DoesNotGoByTheFirstByteWhereThatIsMostlyOneOfThem) {
+  TextScreen screen;
+  screen.ConsiderBeginsOfLines(SetOf("abcdefghijklmnopqrstuvwxyz "));
+  EXPECT_FALSE(screen.IsOfUse());
 }
 
 TEST(TextScreen, DoesNotLookForWhatIsEverywhere) {
