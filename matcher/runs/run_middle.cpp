@@ -115,6 +115,7 @@ RunMiddle::RunMiddle(const std::vector<Run>& runs, std::size_t middle, const Mid
                      const Beside& beside)
     : meetsMiddle_(told.meetsBefore),
       lead_(told.hasLead ? 1 : 0),
+      beginsLines_(IsLineFeed(beside.before)),
       mayBeBefore_(MembersOf(beside.before)),
       rate_(RateOf(told, beside)),
       string_(told.sets, AfterString(told, beside)) {

@@ -28,9 +28,11 @@
 #define TROVEX_MATCHER_RUNS_RUN_MIDDLE_H
 
 #include "matcher/runs/run_scan.h"
+#include "matcher/scan/beside.h"
 #include "matcher/scan/place_cursor.h"
 #include "matcher/scan/string_scan.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <utility>
@@ -55,7 +57,13 @@ class RunMiddle {
   template <typename Take>
   void ForEach(const unsigned char* place, const unsigned char* begin, const unsigned char* end,
                const RunScan& scan, RunScan::Notes& notes, PlaceCursor& cursor, Take take) const {
+    if (beginsLines_ && place == begin) {
+      const unsigned char* const stop = scan.EndOfMatch(begin, begin, end, notes);
+      if (stop != nullptr && !take(begin, stop)) return;
+      if (stop != nullptr) place = stop;
+    }
     Walk walk = {place, begin, end, nullptr};
+    if (beginsLines_) place = FromNextLine(place, begin, end);
     string_.ForEach(place, begin, end, cursor,
                     [&](const unsigned char* found) -> const unsigned char* {
                       const auto [start, stop] = MatchAround(found, scan, notes, walk);
@@ -90,6 +98,12 @@ class RunMiddle {
 
   RunMiddle(const std::vector<Run>& runs, std::size_t middle, const MiddleString& told,
             const Beside& beside);
+
+  /// `place`, or the end of its line where that is far and all matches behind `place` begin lines.
+  static const Byte* FromNextLine(const Byte* place, const Byte* begin, const Byte* end) {
+    return std::max(place, FromLineFeed(place != begin ? place - 1 : place, end));
+  }
+
   const Byte* StartBefore(const Byte* middle, const Walk& walk) const;
 
   /// The match that the string at `found` leads to; null if there is none.
@@ -110,6 +124,7 @@ class RunMiddle {
   std::vector<RunBefore> before_;
   bool meetsMiddle_;         // the run before the string has no end and may hold its first byte
   std::ptrdiff_t lead_;      // how many bytes of that run the string begins with: one or none
+  bool beginsLines_;         // only a line feed may stand before a match
   MemberTable mayBeBefore_;  // the bytes that may stand before a match
   double rate_;
   StringScan string_;

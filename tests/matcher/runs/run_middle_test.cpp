@@ -3,6 +3,7 @@
 
 #include "matcher/runs/run_middle.h"
 
+#include "matcher/tuning.h"
 #include "tests/dice.h"
 #include "tests/matcher/scan/byte_blocks.h"
 #include "tests/matcher/scan/scan_roads.h"
@@ -205,6 +206,39 @@ TEST(RunMiddle, FindsTheMatchesOfRandomRowsFromAnywhereToAnyEnd) {
   }
   EXPECT_GT(searched, 1'000U);
   EXPECT_GT(found, 1'000U);
+}
+
+TEST(RunMiddle, FindsRowsThatBeginLinesBehindLinesOfAnyLength) {
+  constexpr std::uint32_t kRounds = 300;
+  const Beside lineBefore = {SetOf("\n"), ~CharSet()};
+  const std::vector<Runs> rows = {
+      {{SetOf("a"), 0, ByteRun::kEndless}, {SetOf("bc"), 1, ByteRun::kEndless}, {SetOf(":"), 1, 1}},
+      {{SetOf("abc"), 1, ByteRun::kEndless}, {SetOf(":"), 1, 1}},
+      {{SetOf("abc"), 1, ByteRun::kEndless}, {SetOf(":"), 2, 2}}};
+  std::size_t found = 0;
+  for (const Runs& runs : rows) {
+    const std::optional<RunMiddle> middle = RunMiddle::For(runs, lineBefore);
+    ASSERT_TRUE(middle);
+    const RunScan scan(runs);
+    for (std::uint32_t seed = 1; seed <= kRounds; ++seed) {
+      Dice dice(seed);
+      std::string content = dice.Bytes("abc:", 3 * static_cast<int>(kNearLineFeed));
+      for (int feeds = dice.Between(0, 4); feeds > 0; --feeds)
+        content[static_cast<std::size_t>(dice.Between(0, static_cast<int>(content.size()) - 1))] =
+            '\n';
+      const Block text(content);
+      const std::size_t feed = content.find('\n');
+      const Byte* place = text.begin();
+      if (dice.OneIn(2)) place += dice.Between(0, static_cast<int>(content.size()));
+      if (dice.OneIn(3) && feed != std::string::npos) place = text.begin() + feed + 1;
+      const Ranges expected = TrivialMatches(runs, text, place, text.end(), lineBefore);
+      const std::size_t atOnce = dice.OneIn(2) ? 1 : 10;
+      ASSERT_EQ(FoundMatches(scan, *middle, text, place, text.end(), atOnce), expected)
+          << "seed " << seed;
+      found += expected.size();
+    }
+  }
+  EXPECT_GT(found, 300U);
 }
 
 TEST(RunMiddle, GoesBackOverNoTextAgainAndAgain) {
