@@ -72,9 +72,14 @@ class PatternSearch {
     if (locator_ && text.size() <= kLookedAtText) {
       LocatedRange found;
       const unsigned char* const begin = text.data();
-      const auto answer = program_.Locator()->LookAt(begin, begin + text.size(), found);
-      if (answer == LocatorProgram::Answer::kNoMatch) return outcome_ = SearchOutcome::kNotFound;
-      if (answer == LocatorProgram::Answer::kMatch && isLocated_) {
+      const unsigned char* const end = begin + text.size();
+      const LocatorProgram& program = *program_.Locator();
+      using Answer = LocatorProgram::Answer;
+      // Of matches that are not located a look tells at best that there are none: mostly where they are rare.
+      const bool looks = isLocated_ || program.Screen().Rate() <= kScreenRate;
+      const Answer answer = looks ? program.LookAt(begin, end, found) : Answer::kUnknown;
+      if (answer == Answer::kNoMatch) return outcome_ = SearchOutcome::kNotFound;
+      if (answer == Answer::kMatch && isLocated_) {
         match = {static_cast<std::size_t>(found.start - begin),
                  static_cast<std::size_t>(found.end - begin)};
         return outcome_ = SearchOutcome::kFound;
