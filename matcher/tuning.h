@@ -58,9 +58,12 @@ inline constexpr int kRareFirstByte = 5'000;
 /// refused by then, and a class such as [a-z] takes longer to look for than a byte. The first is less than would
 /// pay if bytes came independently of each other; they do not.
 /// Where only single bytes are looked for and the next would be a class, the second rate will do: a class among them
-/// takes twice as long for every place. Measured with the first alone, and kFewMorePlaces alone: "Sch?r", 1.7.
+/// takes twice as long for every place. One that is no range must spare such a part of all places more than another
+/// byte does. Measured with the first rate alone, and kFewMorePlaces alone: "Sch?r", 1.7; "gr(ü|ue|u)n" with 0 for that
+/// part, 1.4.
 inline constexpr double kRareEnough = 0.0001;
 inline constexpr double kRareEnoughForBytes = 0.001;
+inline constexpr double kWorthAClass = 0.002;
 inline constexpr double kProbeHelps = 0.95;
 inline constexpr double kLaterProbeHelps = 0.5;
 /// Alternatives are looked for by the lower halves of their bytes where these leave over no more than so many of 100,000
@@ -118,10 +121,11 @@ inline constexpr std::ptrdiff_t kStringStretch = std::ptrdiff_t{1} << 15;
 /// Measured: "[A-Z][a-z]+" with 5,000 for the second, 5.4.
 inline constexpr double kRareLead = 200;
 inline constexpr double kWorthwhileLead = 20'000;
-/// Several ways to begin are looked for as one where that leaves no more places than the first, the second where only
-/// single bytes are looked for, or so many times as many as they do apart.
+/// Several ways to begin are looked for as one where that leaves so many places more than they do apart, the second
+/// where no classes but ranges are looked for, or so many times as many. Measured: "/[a-z]+(/[a-z]+)+" with 50 for the
+/// second, 1.5.
 inline constexpr double kFewMorePlaces = 5;
-inline constexpr double kFewMorePlacesByBytes = 100;
+inline constexpr double kFewMorePlacesByRanges = 200;
 inline constexpr double kHardlyMorePlaces = 1.5;
 /// How much rarer than the leading bytes a required string must be to be of use, and where a row of runs is read
 /// from these: it takes more to go on from it. Measured: "Datei.*Verzeichnis" with 16 for the first, 3.0;

@@ -61,8 +61,10 @@ LeadingProbes ChooseLeading(const std::vector<LeadingBytes>& ways) {
   together.ways = {ChooseProbes(any)};
   together.rate = ExpectedRate(together.ways);
   if (!AreBytes(together.ways[0]) && AreFastApart(apart.ways)) return apart;
-  const double few = AreBytes(together.ways[0]) ? kFewMorePlacesByBytes : kFewMorePlaces;
-  return together.rate <= std::max(few, kHardlyMorePlaces * apart.rate) ? together : apart;
+  const bool areRanges = PlaceScan(together.ways[0]).Tables().form != ScanForm::kKinds;
+  const double more = areRanges ? kFewMorePlacesByRanges : kFewMorePlaces;
+  return together.rate <= std::max(apart.rate + more, kHardlyMorePlaces * apart.rate) ? together
+                                                                                      : apart;
 }
 
 /// Whether a required string with these probes is looked for twice as fast as what leads, and leaves hardly more places.

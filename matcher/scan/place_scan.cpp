@@ -344,7 +344,7 @@ class Chooser {
 
   std::vector<Probes> Choose() {
     while (offsets_ > 0 && Count() < PlaceScan::kMaxProbes) {
-      const std::size_t offset = BestOffset();
+      const std::size_t offset = NextOffset();
       if (Count() >= 2 && Rate() < (MixesWithBytes(offset) ? kRareEnoughForBytes : kRareEnough))
         break;
       const bool hardlyHelps =
@@ -371,7 +371,8 @@ class Chooser {
   /// Whether only single bytes are looked for so far, and a class would be with a probe at `offset`: then a place takes
   /// about twice as long.
   bool MixesWithBytes(std::size_t offset) const {
-    if (alternatives_.size() > 1 || alternatives_[0][offset].count() == 1) return false;
+    if (Count() == 0 || alternatives_.size() > 1 || alternatives_[0][offset].count() == 1)
+      return false;
     return std::all_of(chosen_[0].begin(), chosen_[0].end(),
                        [](const Probe& probe) { return probe.bytes.count() == 1; });
   }
@@ -387,12 +388,20 @@ class Chooser {
     return rate;
   }
 
-  std::size_t BestOffset() {
+  /// Where the next probe spares most places; among single bytes another one, where a class that is no range does not
+  /// spare many more.
+  std::size_t NextOffset() {
     std::size_t best = 0;
-    for (std::size_t offset = 1; offset < offsets_; ++offset) {
+    std::size_t byte = offsets_;
+    for (std::size_t offset = 0; offset < offsets_; ++offset) {
       if (RateWith(offset) < RateWith(best)) best = offset;
+      const bool isByte = alternatives_[0][offset].count() == 1;
+      if (isByte && (byte == offsets_ || RateWith(offset) < RateWith(byte))) byte = offset;
     }
-    return best;
+    if (byte == offsets_ || !MixesWithBytes(best)) return best;
+    const Rows rows = RowsOf(alternatives_[0][best]);
+    const bool isRange = IsNear(RangeAround(rows), rows);
+    return isRange || RateWith(byte) - RateWith(best) >= kWorthAClass ? best : byte;
   }
 
   void Take(std::size_t offset) {
