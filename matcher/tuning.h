@@ -162,6 +162,10 @@ inline constexpr std::size_t kCountedSets = 4;
 /// How many matches are found together, and how far apart they may be where automata find them.
 inline constexpr std::size_t kMostReady = 32;
 inline constexpr std::ptrdiff_t kFarMatch = 4'096;
+/// From leading bytes matches are read that are not much longer than this, for as long as no more than so many times
+/// the text is read again, or beyond that.
+inline constexpr std::ptrdiff_t kLongReading = 64;
+inline constexpr std::int64_t kReadAgain = 2;
 /// A state is leapt out of with a scan where bytes that lead elsewhere are no more frequent than this.
 inline constexpr double kRareExit = 2'000;
 /// How often a text is tried place by place once more after the credit for it was spent.

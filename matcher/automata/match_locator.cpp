@@ -608,6 +608,7 @@ void MatchLocator::Begin(const Byte* text, std::size_t length, std::int64_t most
   if (classRuns_ != nullptr) classRuns_->Reset();
   givesUpNextAt_ = nullptr;
   listCredit_ = kFirstCredit + kCreditPerByte * bytes;
+  readCredit_ = kReadAgain * bytes;
 }
 
 MatchLocator::Match MatchLocator::Find(const Byte* place, const Byte* begin, const Byte* end,
@@ -691,6 +692,7 @@ std::size_t MatchLocator::FindTogether(const Search& search, std::size_t most) {
   if (program_.sieve_ && !program_.filter_) return FindSifted(search, most);
   if (program_.runs_) return FindRuns(search, most);
   if (program_.few_) return FindFewWords(search, most);
+  if (program_.ReadsFromLeading() && readCredit_ >= 0) return FindRead(search, most);
   return program_.string_ ? FindStrings(search, most) : FindOneByOne(search, most);
 }
 
@@ -782,6 +784,25 @@ std::size_t MatchLocator::FindFewWords(const Search& search, std::size_t most) {
   };
   program_.leading_->ForEach(search.place, search.begin, search.end, hits_, take);
   return count;
+}
+
+/// Reads from the places that the leading bytes lead to. Where much is read in vain, the automata go on.
+std::size_t MatchLocator::FindRead(const Search& search, std::size_t most) {
+  const MatchReader& reader = *program_.reader_;
+  std::size_t count = 0;
+  const Byte* rest = nullptr;
+  const auto take = [&](const Byte* place) -> const Byte* {
+    const MatchReader::Reading reading = reader.Read(place, search.end, KindBefore(search, place));
+    const Byte* const next = reading.end != nullptr ? reading.end : reading.next;
+    readCredit_ -= std::max<std::ptrdiff_t>(reading.readTo - next, 0) +
+                   std::max<std::ptrdiff_t>(reading.readTo - place - kLongReading, 0);
+    if (reading.end != nullptr) ready_[count++] = {place, reading.end};
+    if (readCredit_ < 0) rest = next;
+    return count < most && readCredit_ >= 0 ? next : nullptr;
+  };
+  program_.leading_->ForEach(search.place, search.begin, search.end, hits_, take);
+  if (count > 0 || rest == nullptr) return count;
+  return FindOneByOne({rest, search.begin, search.end, false, false, {}}, most);
 }
 
 /// Finds matches that lie close together, one after another, by what finds any. Where it gives up after some,

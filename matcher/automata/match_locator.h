@@ -23,9 +23,10 @@
 // What must stand beside each match, as after "^" a line begins, is looked for with all of these. Where no match is
 // empty, they are found several at a time and handed out one by one.
 //
-// From other places the automaton that reads forwards goes on to the end of the leftmost match; its start is
-// known from the way, or the automaton that reads backwards looks for it. Where the credit for making
-// their states, or for reading in vain, is spent, the automaton is asked at one place after the other,
+// From other leading bytes a reader that was made beforehand (match_reader.h) says whether a match starts there, and
+// where it ends, for as long as not much is read twice. Else the automaton that reads forwards goes on to the end of the
+// leftmost match; its start is known from the way, or the automaton that reads backwards looks for it. Where the credit
+// for making their states, or for reading in vain, is spent, the automaton is asked at one place after the other,
 // which takes fewer states; and where that takes too much, too, the line is searched in the way that
 // needs neither (line_search.h).
 //
@@ -154,6 +155,10 @@ class LocatorProgram {
   bool HasScan() const { return required_.has_value() || leading_.has_value(); }
   /// Whether the lead alone tells where matches lie.
   bool NeedsNoAutomata() const { return string_ || class_ || runs_ || few_; }
+  /// Whether a reader tells it, of most places that the leading bytes lead to.
+  bool ReadsFromLeading() const {
+    return reader_ && leading_ && !required_ && !listLead_ && !NeedsNoAutomata();
+  }
 
   const std::unique_ptr<const PositionGraph> graph_;
   const bool words_;
@@ -170,7 +175,7 @@ class LocatorProgram {
       filter_;  // set if the leading bytes are common: looks for the row as a whole
   std::optional<RunSieve> sieve_;      // sifts what the leading bytes lead to
   std::optional<StartScan> starts_;    // the same where another leads, for short texts
-  std::optional<MatchReader> reader_;  // set if it is of use in these
+  std::optional<MatchReader> reader_;  // set if it is of use in these, or from the leading bytes
   /// What must stand beside a match, where that is known and the lead is a string or a row of runs.
   Beside beside_;
   bool readsRuns_ = false;        // the row of runs is read byte by byte in short texts
@@ -303,6 +308,7 @@ class MatchLocator {
   std::size_t FindRuns(const Search& search, std::size_t most);
   std::size_t FindSifted(const Search& search, std::size_t most);
   std::size_t FindFewWords(const Search& search, std::size_t most);
+  std::size_t FindRead(const Search& search, std::size_t most);
   std::size_t FindOneByOne(const Search& search, std::size_t most);
   Step FindListed(Search& search);
   Step FindAroundList(Search& search);
@@ -362,6 +368,7 @@ class MatchLocator {
   const Byte* required_ = nullptr;
   const Byte* requiredFrom_ = nullptr;
   const Byte* requiredLine_ = nullptr;
+  std::int64_t readCredit_ = 0;  // what may be read again, or far, from the leading bytes on
   std::int64_t listCredit_ = 0;  // what may be looked at of words that are none in the end
 };
 

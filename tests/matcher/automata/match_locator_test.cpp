@@ -214,6 +214,28 @@ TEST_F(MatchLocatorTest, WhatWasReadInVainIsStillFoundWhereItIs) {
   }
 }
 
+TEST_F(MatchLocatorTest, WhatIsReadFromRareBytesIsFoundWhereItIs) {
+  std::size_t matches = 0;
+  for (std::uint32_t seed = 1; seed <= 60; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    Dice dice(seed);
+    // Lines of letters, some of which are read in vain again and again, so that readings come to an end.
+    std::string text;
+    for (int lines = dice.Between(1, 12); lines > 0; --lines) {
+      text += dice.Bytes(dice.OneIn(2) ? "aaabbbcd%" : "aab%", dice.OneIn(3) ? 250 : 30);
+      if (dice.OneIn(3)) text += dice.OneOf({"%ab%ab", "%c", "%abd", "%%", "%"});
+      text += dice.OneIn(4) ? "" : "\n";
+    }
+    for (const char* pattern : {"%[ab]+(%[ab]+)+", "%(a|%|b)*c|%d", "%(ab|c)+(d%)?", "%.*(a|b)c|%%",
+                                "%(b|aa)*d?", "^%(a|bb)+", "%(a|%)*$|%c", "(%a|%b)[ab]*(d|cc)?"}) {
+      for (const Flags flags : {Flags{}, Flags{true, false}, Flags{false, true}})
+        matches += Compare(pattern, flags, text, dice.Byte("ab%\n "));
+    }
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(matches, 5'000U);
+}
+
 TEST_F(MatchLocatorTest, MoreStatesThanAreKeptChangeNoAnswer) {
   Dice dice(1);
   const std::string text = std::string("ab").append(dice.Bytes("ab", 8000));
