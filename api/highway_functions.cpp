@@ -3,7 +3,11 @@
 
 #include "text/vector_targets.h"
 
+#include <hwy/base.h>
 #include <hwy/targets.h>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
 
 namespace hwy {
 
@@ -14,6 +18,17 @@ std::int64_t SupportedTargets() {
 ChosenTarget& GetChosenTarget() {
   static ChosenTarget chosen;
   return chosen;
+}
+
+/// What a check in a header calls that does not hold. Only builds for debugging have any.
+void Abort(const char* file, int line, const char* format, ...) {
+  std::fprintf(stderr, "%s:%d: ", file, line);
+  std::va_list values;
+  va_start(values, format);
+  std::vfprintf(stderr, format, values);
+  va_end(values);
+  std::fputc('\n', stderr);
+  std::abort();
 }
 
 }  // namespace hwy

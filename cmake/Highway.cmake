@@ -13,7 +13,7 @@ endif()
 target_compile_definitions(trovex_objects PUBLIC TROVEX_USE_HIGHWAY)
 target_link_libraries(trovex_objects PUBLIC hwy::hwy)
 if(hwy_VERSION VERSION_LESS 1.1)
-  # Its library takes milliseconds to load, and the headers call but two functions of it.
+  # Its library takes milliseconds to load, and the headers call but two functions of it, or three.
   target_sources(trovex PRIVATE ${PROJECT_SOURCE_DIR}/api/highway_functions.cpp)
   target_include_directories(trovex PRIVATE ${PROJECT_SOURCE_DIR})
   target_compile_options(trovex PRIVATE -fvisibility=hidden)
