@@ -81,7 +81,7 @@ constexpr std::size_t kChunksAtOnce = static_cast<std::size_t>(kMostPlacesAtOnce
 
 /// Has the line of memory brought nearer that comes a while after `place`. What lies after the text's end does no
 /// harm.
-HWY_INLINE void FetchLineAhead(std::uintptr_t place) {
+[[maybe_unused]] HWY_INLINE void FetchLineAhead(std::uintptr_t place) {
   constexpr std::uintptr_t kAhead = 4096;
   __builtin_prefetch(reinterpret_cast<const void*>(place + kAhead));
 }
@@ -396,7 +396,8 @@ HWY_INLINE std::uint64_t ChunkBits(const Test& test, const Byte* block) {
 
 /// Writes the hits of a chunk, whose first place is `at` places after the base. Returns where the next one
 /// goes.
-HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at, std::uint16_t* hits) {
+[[maybe_unused]] HWY_INLINE std::uint16_t* WriteHits(std::uint64_t bits, std::ptrdiff_t at,
+                                                     std::uint16_t* hits) {
   constexpr int kAtOnce = 4;
   // So that there is a bit in any case: a compiler would make a branch of the question.
   constexpr std::uint64_t kLastPlace = std::uint64_t{1} << (kChunk - 1);

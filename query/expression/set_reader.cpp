@@ -4,6 +4,7 @@
 
 #include "text/code_page.h"
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -95,7 +96,7 @@ class SetReader {
 
   /// Reads a character, which may be named as in "[.a.]".
   unsigned char ReadCharacter() {
-    for (const unsigned char delimiter : {'.', '='}) {
+    for (const auto delimiter : std::initializer_list<unsigned char>{'.', '='}) {
       if (!At(0, '[') || !At(1, delimiter)) continue;
       if (At(3, delimiter) && At(4, ']')) {
         place_ += 5;

@@ -101,7 +101,8 @@ class SequencesOf {
   /// For each set that is not empty the bytes that have it.
   static std::vector<std::pair<CharSet, CharSet>> Gathered(const Sets& sets) {
     std::vector<std::pair<CharSet, CharSet>> gathered;
-    for (const auto& [byte, after] : sets) {
+    for (const auto& [byte, bytesAfter] : sets) {
+      const CharSet& after = bytesAfter;
       if (after.none()) continue;
       const auto same = std::find_if(gathered.begin(), gathered.end(),
                                      [&](const auto& other) { return other.first == after; });

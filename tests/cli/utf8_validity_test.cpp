@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace trovex::cli {
 namespace {
@@ -42,7 +43,7 @@ TEST(Utf8Validity, EveryFourBytesAtTheEdgesOfTheRulesAreJudgedAsOneByOne) {
 
 TEST(Utf8Validity, EveryPairOfBytesIsJudgedAlikeAtEveryPlace) {
   for (int pair = 0; pair < 65536; ++pair) {
-    for (const std::size_t place : {0, 1, 30, 31, 32, 38}) {
+    for (const std::size_t place : std::vector<std::size_t>{0, 1, 30, 31, 32, 38}) {
       std::string text(40, 'a');
       text[place] = static_cast<char>(pair >> 8);
       text[place + 1] = static_cast<char>(pair & 255);

@@ -68,7 +68,11 @@ class ItemBlocks : public ::testing::Test {
 };
 
 TEST_F(ItemBlocks, AreNotNeededForTheArrayWhichTakesThePlaceOfTheOneBeforeIt) {
-  const void* const place = trovex::MakeResult().get();
+  const void* place = nullptr;
+  {
+    const auto before = trovex::MakeResult();
+    place = before.get();
+  }
   const auto next = trovex::MakeResult();
   const auto besides = trovex::MakeResult();
   EXPECT_EQ(next.get(), place);

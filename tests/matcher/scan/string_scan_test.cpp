@@ -93,7 +93,7 @@ TEST(StringScan, FindsAllSmallStringsInAllSmallTexts) {
           const Places expected =
               TrivialPlaces(string, beside, text.begin(), text.begin(), text.end());
           const std::string told(text.begin(), text.end());
-          for (const std::size_t atOnce : {1, 2, 9}) {
+          for (const std::size_t atOnce : std::vector<std::size_t>{1, 2, 9}) {
             ASSERT_EQ(FoundPlaces(scan, text.begin(), text.begin(), text.end(), atOnce), expected)
                 << told;
           }
