@@ -102,13 +102,13 @@ double RoomOf(const Run& run) {
 double RateOf(const std::vector<Run>& runs) {
   double rate = kEveryPlace;
   double room = 1;  // at how many places after what was read the next run may begin
-  for (std::size_t i = 0; i < runs.size(); ++i) {
-    const double share = ShareOf(runs[i].bytes);
+  for (const Run& run : runs) {
+    const double share = ShareOf(run.bytes);
     double here = 1;
-    for (std::uint32_t n = 0; n < std::min(runs[i].least, kMostCountedBytes); ++n)
+    for (std::uint32_t n = 0; n < std::min(run.least, kMostCountedBytes); ++n)
       here *= share;
     rate *= std::min(1.0, room * here);
-    room = RoomOf(runs[i]);
+    room = RoomOf(run);
   }
   return rate;
 }
@@ -400,7 +400,8 @@ inline LocatorProgram::Answer LocatorProgram::LookForFirst(const Byte* begin, co
   if (const StartScan* const starts = Starts()) {
     place = starts->Find(place, begin, end);
     if (place == nullptr) return Answer::kNoMatch;
-    if (held < place && required->Find(place, end) == nullptr) return Answer::kNoMatch;
+    const bool isBehind = required != nullptr && held < place;
+    if (isBehind && required->Find(place, end) == nullptr) return Answer::kNoMatch;
   }
   if (few_) return LookForFewWords(place, begin, end, match);
   if (reader_ && !filter_) return LookByReading(place, begin, end, match);
