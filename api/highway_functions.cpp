@@ -25,8 +25,8 @@ void Abort(const char* file, int line, const char* format, ...) {
   std::fprintf(stderr, "%s:%d: ", file, line);
   std::va_list values;
   va_start(values, format);
-  std::vfprintf(stderr, format,
-                values);  // NOLINT(clang-analyzer-valist.Uninitialized): it is started
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is started
+  std::vfprintf(stderr, format, values);
   va_end(values);
   std::fputc('\n', stderr);
   std::abort();

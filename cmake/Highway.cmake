@@ -13,7 +13,8 @@ endif()
 target_compile_definitions(trovex_objects PUBLIC TROVEX_USE_HIGHWAY)
 target_link_libraries(trovex_objects PUBLIC hwy::hwy)
 if(hwy_VERSION VERSION_LESS 1.1)
-  # Its library takes milliseconds to load, and the headers call but two functions of it, or three.
+  # Its library takes milliseconds to load, and the headers call but two functions of it, and a third
+  # in builds for debugging.
   target_sources(trovex PRIVATE ${PROJECT_SOURCE_DIR}/api/highway_functions.cpp)
   target_include_directories(trovex PRIVATE ${PROJECT_SOURCE_DIR})
   target_compile_options(trovex PRIVATE -fvisibility=hidden)
